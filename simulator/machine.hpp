@@ -1,0 +1,75 @@
+// The simulated Mac: everything that the system under test can see or change, as plain values.
+// The functions that the simulator offers under Apple's names read and write the one machine();
+// tests and the scenario player reach it as JSON through simulator.hpp.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+struct DisplayMode {
+    std::int32_t number = 0;
+    std::uint32_t flags = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t depth = 8;
+    double hz = 60.0;
+    float density = 1.0F;
+};
+
+struct Display {
+    CGDirectDisplayID id = 0;
+    std::uint32_t vendor = 0;
+    std::uint32_t model = 0;
+    std::uint32_t serial = 0;
+    std::optional<std::string> portUUID;  // none: the window server has no UUID for it
+    CGRect frame{};                       // global display coordinates, points
+    std::vector<DisplayMode> modes;
+    std::optional<std::int32_t> mode;  // none: the current mode number reads as -1
+    bool menuBarOverride = true;
+    std::int64_t spaceType = 0;
+};
+
+struct Dock {
+    bool autoHide = false;
+    // Top-left, top-right, bottom-left, bottom-right.
+    std::array<std::int32_t, 4> cornerActions{1, 1, 1, 1};
+    std::array<std::int32_t, 4> cornerModifiers{0, 0, 0, 0};
+};
+
+struct MenuBar {
+    bool autoHide = false;
+    std::string activeDisplay;  // port UUID
+};
+
+struct Application {
+    std::optional<std::string> bundle;
+    std::int32_t pid = 0;
+    bool terminated = false;
+};
+
+struct Machine {
+    std::vector<Display> displays;  // the active ones, in the window server's listing order
+    CGDirectDisplayID mainDisplay = 0;
+    nlohmann::json registry = nlohmann::json::array();  // one object a display-connect service
+    std::map<std::string, std::map<std::string, nlohmann::json>> preferences;  // domain, key, value
+    Dock dock;
+    MenuBar menuBar;
+    bool cursorAssociated = true;
+    std::vector<Application> applications;  // in the workspace's listing order
+    std::set<std::string> unavailable;      // private symbols, "SkyLight", "HIServices"
+};
+
+Machine& machine();
+Display* findDisplay(CGDirectDisplayID id);  // null when it is not active
+
+}  // namespace simulator

@@ -1,0 +1,33 @@
+// How a simulated function meets the faults that a test has set, and how it enters the list of
+// calls. Every function of the simulator begins with admit(); those that belong in the result's
+// list of calls end with record().
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
+
+namespace simulator {
+
+/// What a fault makes of one call. Without a fault: performs, and no forced result.
+struct Verdict {
+    bool performs = true;                         // whether the call has its effect
+    std::optional<nlohmann::json> forcedResult;   // what it returns instead of its own result
+
+    /// The forced result as the function's own type, or `own` where nothing is forced.
+    template <typename Result>
+    Result resultOr(Result own) const {
+        return forcedResult ? forcedResult->get<Result>() : own;
+    }
+};
+
+/// Counts this call of `function` (its plain C name) and looks up the fault that applies to it.
+Verdict admit(std::string_view function);
+
+/// Appends a call to the list that calls() returns, stamped with the current time.
+/// @param args   the arguments as JSON; a removed value is null; handles are left out
+/// @param result what the function returned, null for none
+void record(std::string_view function, nlohmann::json args, nlohmann::json result);
+
+}  // namespace simulator

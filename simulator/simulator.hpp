@@ -1,0 +1,49 @@
+// The simulator as tests see it: replace the machine, set faults, look at what happened.
+// All values are in the forms of the scenario file and its result.
+#pragma once
+
+#include <cstddef>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+/// Replaces the machine by the one that `mac` describes (the `mac` object of a scenario; keys left
+/// out have their defaults), puts the clock back to time 0 (virtual), empties the main queue, and
+/// clears calls, faults, notifications, observers and reconfiguration callbacks.
+/// @throws std::invalid_argument naming the key that is wrong
+void reset(const nlohmann::json& mac = nlohmann::json::object());
+
+/// Adds a fault, in the form of a scenario's `faults` element.
+/// @throws std::invalid_argument naming the key that is wrong
+void addFault(const nlohmann::json& fault);
+void clearFaults();
+
+/// Merges any part of `mac` except `displays` into the machine, silently.
+void set(const nlohmann::json& mac);
+
+/// The machine, every key present.
+nlohmann::json machine();
+/// Every call that changes the Mac, asks it to, or reads a menu bar override or the Dock's live
+/// state: {"at", "call", "args", "result"}.
+nlohmann::json calls();
+/// What was posted on the distributed center: {"at", "name", "userInfo"}.
+nlohmann::json notifications();
+/// Core Foundation objects, dispatch objects and I/O Kit objects not yet released. Constant
+/// strings, booleans and the objects that the simulator itself keeps do not count.
+std::size_t liveObjects();
+
+/// The argument list that the process appears to have been started with.
+void setArguments(std::vector<std::string> arguments);
+/// The bundles that the process appears to have loaded; the first one is the main bundle.
+void setBundlePaths(std::vector<std::string> paths);
+
+/// Performs one timeline event ({"launch": …}, {"exit": pid}, {"wake": true}, …; no "at") now.
+void perform(const nlohmann::json& event);
+/// Lets virtual time pass: performs everything due until then on the main queue, in order.
+void advance(double seconds);
+/// Seconds since reset.
+double now();
+
+}  // namespace simulator
