@@ -1,5 +1,5 @@
 // The simulated Mac: everything that the system under test can see or change, as plain values.
-// The functions that the simulator offers under Apple's names read and write the one machine();
+// The functions that the simulator offers under Apple's names read and write the one mac();
 // tests and the scenario player reach it as JSON through simulator.hpp.
 #pragma once
 
@@ -69,7 +69,7 @@ struct Machine {
     std::set<std::string> unavailable;      // private symbols, "SkyLight", "HIServices"
 };
 
-Machine& machine();
+Machine& mac();
 Display* findDisplay(CGDirectDisplayID id);  // null when it is not active
 
 }  // namespace simulator
