@@ -12,8 +12,9 @@ namespace simulator {
 
 /// What a fault makes of one call. Without a fault: performs, and no forced result.
 struct Verdict {
-    bool performs = true;                         // whether the call has its effect
-    std::optional<nlohmann::json> forcedResult;   // what it returns instead of its own result
+    bool performs = true;                        // whether the call has its effect
+    std::optional<nlohmann::json> forcedResult;  // what it returns instead of its own result
+    std::int64_t delayReads = 0;  // how many read-backs the new value stays hidden from
 
     /// The forced result as the function's own type, or `own` where nothing is forced.
     template <typename Result>

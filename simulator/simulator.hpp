@@ -33,6 +33,8 @@ nlohmann::json notifications();
 /// Core Foundation objects, dispatch objects and I/O Kit objects not yet released. Constant
 /// strings, booleans and the objects that the simulator itself keeps do not count.
 std::size_t liveObjects();
+/// Display configurations begun and neither completed nor cancelled.
+std::size_t openConfigurations();
 
 /// The argument list that the process appears to have been started with.
 void setArguments(std::vector<std::string> arguments);

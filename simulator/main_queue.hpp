@@ -1,0 +1,13 @@
+// Work that the simulated Mac itself puts on the main queue, such as a reconfiguration callback.
+#pragma once
+
+#include <functional>
+
+namespace simulator {
+
+/// Queues `work` behind everything that the main queue holds, to be performed at the current time
+/// by advance() or by the event loop. Unlike dispatch_async_f() it meets no fault. reset() drops
+/// what has not been performed.
+void onMainQueue(std::function<void()> work);
+
+}  // namespace simulator
