@@ -1,0 +1,74 @@
+// The part of dispatch that the helper uses, in its function forms, for hosts that lack it: the
+// main queue, delayed work, timer sources and process sources. Declared as on a Mac; the simulator
+// supplies the functions. A comment stands only where the simulated Mac settles what Apple leaves
+// open.
+#pragma once
+
+#include <cstdint>
+
+extern "C" {
+
+typedef struct dispatch_object_s {
+    dispatch_object_s() = delete;
+    ~dispatch_object_s() = delete;
+    dispatch_object_s(const dispatch_object_s&) = delete;
+    void operator=(const dispatch_object_s&) = delete;
+} * dispatch_object_t;
+
+typedef struct dispatch_queue_s : public dispatch_object_s{} * dispatch_queue_t;
+typedef struct dispatch_queue_serial_s : public dispatch_queue_s{} * dispatch_queue_serial_t;
+typedef struct dispatch_queue_main_s : public dispatch_queue_serial_s{} * dispatch_queue_main_t;
+typedef struct dispatch_source_s : public dispatch_object_s{} * dispatch_source_t;
+
+typedef void (*dispatch_function_t)(void*);
+
+// Objects. Releasing the last reference to a source that was never resumed aborts, as does any use
+// of an object that is gone.
+
+void dispatch_retain(dispatch_object_t object);
+void dispatch_release(dispatch_object_t object);
+void dispatch_set_context(dispatch_object_t object, void* context);
+void* dispatch_get_context(dispatch_object_t object);
+void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer);
+void dispatch_activate(dispatch_object_t object);
+void dispatch_resume(dispatch_object_t object);
+
+// Time. Times count nanoseconds of the simulator's clock.
+
+typedef std::uint64_t dispatch_time_t;
+
+#define NSEC_PER_SEC 1000000000ull
+#define NSEC_PER_MSEC 1000000ull
+#define DISPATCH_TIME_NOW (0ull)
+#define DISPATCH_TIME_FOREVER (~0ull)
+
+dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta);
+
+// Queues. There is only the main one; an item of it never runs inside another.
+
+dispatch_queue_main_t dispatch_get_main_queue(void);
+void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work);
+void dispatch_after_f(dispatch_time_t when, dispatch_queue_t queue, void* context,
+                      dispatch_function_t work);
+
+// Sources, of the two types below; others are refused with null.
+
+typedef const struct dispatch_source_type_s* dispatch_source_type_t;
+
+extern const struct dispatch_source_type_s _dispatch_source_type_timer;
+extern const struct dispatch_source_type_s _dispatch_source_type_proc;
+
+#define DISPATCH_SOURCE_TYPE_TIMER (&_dispatch_source_type_timer)
+#define DISPATCH_SOURCE_TYPE_PROC (&_dispatch_source_type_proc)
+#define DISPATCH_PROC_EXIT 0x80000000
+
+dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintptr_t handle,
+                                         std::uintptr_t mask, dispatch_queue_t queue);
+void dispatch_source_set_event_handler_f(dispatch_source_t source, dispatch_function_t handler);
+void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start,
+                               std::uint64_t interval, std::uint64_t leeway);
+void dispatch_source_cancel(dispatch_source_t source);
+std::intptr_t dispatch_source_testcancel(dispatch_source_t source);
+std::uintptr_t dispatch_source_get_handle(dispatch_source_t source);
+
+}  // extern "C"

@@ -1,0 +1,9 @@
+// The host's fcntl.h with the two flushing commands that only a Mac has. The simulator carries
+// both out as fsync.
+#pragma once
+#pragma GCC system_header
+
+#include_next <fcntl.h>
+
+#define F_FULLFSYNC 51
+#define F_BARRIERFSYNC 85
