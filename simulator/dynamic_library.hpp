@@ -14,8 +14,7 @@
 namespace simulator {
 
 /// Offers `function` as `name` in the library ("SkyLight" or "HIServices"), for the whole run of
-/// the program. To be called while the program starts, from the initialiser of a variable.
-/// @return true, for that variable
-bool registerSymbol(const std::string& library, const std::string& name, void* function);
+/// the program. Offering a name again replaces its function.
+void registerSymbol(const std::string& library, const std::string& name, void* function);
 
 }  // namespace simulator

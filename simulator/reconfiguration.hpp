@@ -17,13 +17,17 @@ namespace simulator {
 void addReconfigurationCallback(CGDisplayReconfigurationCallBack callback, void* userInfo);
 bool removeReconfigurationCallback(CGDisplayReconfigurationCallBack callback, void* userInfo);
 
-/// Calls every callback once, at once, in the order of registration.
+/// Forgets every callback; part of simulator::reset().
+void forgetReconfigurationCallbacks();
+
+/// Queues one call of every callback, in the order of registration, on the main queue.
 void postReconfiguration(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags);
 
-/// Makes `change` to the machine as one reconfiguration: every active display is announced with
-/// the begin flag, the change is made, the main display is settled, and then every display that
-/// is or was active is reported with what became of it (moved, main, mode, added, removed, desktop
-/// shape).
+/// Makes `change` to the machine as one reconfiguration: posts the begin flag for every active
+/// display, makes the change, settles the main display, and then posts for every display that is
+/// or was active what became of it (moved, main, mode, added, removed, desktop shape). A display
+/// of which nothing changed is posted with the desktop shape flag when any frame changed, else with
+/// no flag.
 void reconfigure(const std::function<void()>& change);
 
 /// Makes the display at the origin (0, 0) the main one. Where there is none, the main display stays
