@@ -1,0 +1,55 @@
+// What the helper needs of the workspace and of the shared application, which exist only in
+// Objective-C: implemented once for the Mac (workspace_mac.mm) and once in the simulator.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tolvaran::workspace {
+
+/// One entry of the workspace's list of running applications.
+struct RunningApplication {
+    std::optional<std::string> bundleIdentifier;
+    pid_t processIdentifier = -1;
+    bool terminated = false;  // it has ended, although it may still be listed
+
+    bool operator==(const RunningApplication&) const = default;
+};
+
+/// The running applications, in the workspace's listing order.
+std::vector<RunningApplication> runningApplications();
+
+/// A registered notification observer. Destroying it ends the observation.
+class Observation {
+  public:
+    explicit Observation(std::shared_ptr<void> token) : token_(std::move(token)) {}
+    Observation(Observation&&) = default;
+    Observation& operator=(Observation&&) = default;
+
+  private:
+    std::shared_ptr<void> token_;
+};
+
+/// Takes the application that a notification is about; none when it names no running application.
+using ApplicationHandler = std::function<void(const std::optional<RunningApplication>&)>;
+
+// Observers of the workspace's notifications from any sender. Handlers run on the main thread, on
+// the main operation queue.
+Observation observeLaunches(ApplicationHandler handler);
+Observation observeTerminations(ApplicationHandler handler);
+Observation observeWakes(std::function<void()> handler);
+
+/// Creates the shared application and gives it no Dock icon, no menu bar and no windows (activation
+/// policy prohibited).
+void prohibitActivation();
+
+/// The shared application's event loop. It does not return in normal operation.
+void runEventLoop();
+
+}  // namespace tolvaran::workspace

@@ -1,0 +1,72 @@
+#include "restore/dock/dock_auto_hide_override.hpp"
+
+#include "restore/paths/restore_log.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
+#include "restore/support/private_interfaces.hpp"
+
+namespace tolvaran::DockAutoHideOverride {
+namespace {
+
+constexpr std::int64_t recordVersion = 1;
+
+}  // namespace
+
+Snapshot Snapshot::fromJSON(const json::Value& value) {
+    const json::Fields fields(value);
+    return {.version = fields.required<std::int64_t>("version"),
+            .restoreTo = fields.required<bool>("restoreTo")};
+}
+
+json::Value Snapshot::toJSON() const {
+    return json::Object{{"version", version}, {"restoreTo", restoreTo}};
+}
+
+std::string defaultSnapshotPath() {
+    return TolvaranPaths::statePath("dock-autohide-pending.json");
+}
+
+void markPending(bool restoreTo, const std::string& path) {
+    try {
+        files::store(path, json::write(Snapshot{.version = recordVersion, .restoreTo = restoreTo}));
+    } catch (const files::Error&) {
+        // The older marker, if any, is still in place.
+    }
+}
+
+std::optional<bool> pendingRestoreValue(const std::string& path) {
+    const std::optional<std::string> content = files::read(path);
+    if (!content) {
+        return std::nullopt;
+    }
+    try {
+        const auto snapshot = json::read<Snapshot>(*content);
+        return snapshot.version == recordVersion ? std::optional(snapshot.restoreTo) : std::nullopt;
+    } catch (const json::DecodingError&) {
+        return std::nullopt;
+    }
+}
+
+bool isPending(const std::string& path) {
+    return files::exists(path);
+}
+
+void clearPending(const std::string& path) {
+    files::removeIfPossible(path);
+}
+
+bool restoreIfPending(const std::string& path) {
+    const std::optional<bool> value = pendingRestoreValue(path);
+    const bool mustChange = value && (CoreDockGetAutoHideEnabled() != 0) != *value;
+    if (mustChange) {
+        CoreDockSetAutoHideEnabled(*value ? 1 : 0);
+        RestoreLog::info(std::string("dock auto-hide restoreIfPending: forced back to ") +
+                         (*value ? "true" : "false"));
+    }
+    if (value || isPending(path)) {
+        clearPending(path);
+    }
+    return mustChange;
+}
+
+}  // namespace tolvaran::DockAutoHideOverride

@@ -1,0 +1,48 @@
+// The Dock's auto-hide while the main application overrides it: a pending marker on disk holds the
+// value to put back. The main application marks and clears it; the helper restores from it.
+// Nothing here throws, and a failure to write or remove the marker is silent.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "restore/support/json.hpp"
+
+namespace tolvaran::DockAutoHideOverride {
+
+/// The content of the pending marker.
+struct Snapshot {
+    std::int64_t version = 1;  // any other value makes the marker unusable
+    bool restoreTo = false;    // the auto-hide value that the Dock must be put back to
+
+    bool operator==(const Snapshot&) const = default;
+    static Snapshot fromJSON(const json::Value& value);
+    json::Value toJSON() const;
+};
+
+/// "dock-autohide-pending.json" in the state directory.
+std::string defaultSnapshotPath();
+
+/// Records that auto-hide must be put back to `restoreTo`, replacing an older marker. Called before
+/// the Dock is changed, so that a crash in between is still repaired.
+void markPending(bool restoreTo, const std::string& path);
+
+/// The recorded value; none when the file is missing, unreadable, no valid marker or of another
+/// version.
+std::optional<bool> pendingRestoreValue(const std::string& path);
+
+/// Whether a file exists at the path; its content is not examined.
+bool isPending(const std::string& path);
+
+/// Removes the marker.
+void clearPending(const std::string& path);
+
+/// Forces the Dock to the recorded value, whatever the user may have changed since, and removes the
+/// marker, also one that cannot be decoded: a bad file must not block later restores.
+/// Logs through RestoreLog.info "dock auto-hide restoreIfPending: forced back to true" (or "false")
+/// when the Dock had to be changed.
+/// @return true only when the Dock had to be changed
+bool restoreIfPending(const std::string& path);
+
+}  // namespace tolvaran::DockAutoHideOverride

@@ -1,0 +1,58 @@
+#include "restore/support/checked.hpp"
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <sstream>
+
+#include "restore/paths/restore_log.hpp"
+
+namespace tolvaran::checked {
+namespace {
+
+std::string text(double value) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out.precision(std::numeric_limits<double>::max_digits10);
+    out << value;
+    return out.str();
+}
+
+/// `value` truncated, when that fits in Integer; stops otherwise.
+template <typename Integer>
+Integer truncated(double value, const std::string& what) {
+    // Both bounds are powers of two and so exact as doubles, unlike the greatest integer itself.
+    constexpr double lower = static_cast<double>(std::numeric_limits<Integer>::min());
+    const double whole = std::trunc(value);
+    if (!(whole >= lower && whole < -lower)) {
+        stop(what + " is " + text(value) + ", which is no " +
+             std::to_string(std::numeric_limits<Integer>::digits + 1) + "-bit integer");
+    }
+    return static_cast<Integer>(whole);
+}
+
+}  // namespace
+
+void stop(const std::string& reason) {
+    RestoreLog::warn("stopping: " + reason);
+    std::abort();
+}
+
+std::int32_t int32(double value, const std::string& what) {
+    return truncated<std::int32_t>(value, what);
+}
+
+std::int64_t int64(double value, const std::string& what) {
+    return truncated<std::int64_t>(value, what);
+}
+
+std::int64_t product(std::int64_t a, std::int64_t b, const std::string& what) {
+    std::int64_t result = 0;
+    if (__builtin_mul_overflow(a, b, &result)) {
+        stop(what + " is " + std::to_string(a) + " times " + std::to_string(b) +
+             ", which is no 64-bit integer");
+    }
+    return result;
+}
+
+}  // namespace tolvaran::checked

@@ -1,0 +1,16 @@
+// Notifications to every process of the login session.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <string>
+
+namespace tolvaran {
+
+/// Posts `name` on the distributed notification center, without an object, delivered immediately
+/// also to processes that are suspended.
+/// @param userInfo property list values under string keys, not retained beyond the call; null for
+///                 no user info
+void postDistributedNotification(const std::string& name, CFDictionaryRef userInfo = nullptr);
+
+}  // namespace tolvaran

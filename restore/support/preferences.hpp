@@ -1,0 +1,47 @@
+// The preferences of one domain, for the current user on any host: the form in which the Dock's
+// and the global switches are stored.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "restore/support/cf_ref.hpp"
+
+namespace tolvaran {
+
+/// One preference domain, such as "com.apple.dock".
+class PreferenceDomain {
+  public:
+    explicit PreferenceDomain(const std::string& applicationID);
+
+    /// The domain that every application falls back to.
+    static PreferenceDomain anyApplication();
+
+    /// The integer value of a number or boolean (fractions cut off); none when the key is not set
+    /// or holds anything else. Reads without synchronising first.
+    std::optional<std::int64_t> integer(const std::string& key) const;
+
+    /// Stores a number, or removes the key for none. Takes effect with the next synchronise.
+    void setInteger(const std::string& key, std::optional<std::int64_t> value) const;
+
+    /// Stores a boolean, or removes the key for none. Takes effect with the next synchronise.
+    void setBoolean(const std::string& key, std::optional<bool> value) const;
+
+    /// Writes pending changes of the domain for the current user on any host, and reads changes
+    /// that others made. False when the system refused.
+    bool synchronize() const;
+
+    /// The same for everything that the domain's application sees.
+    bool synchronizeApplication() const;
+
+  private:
+    explicit PreferenceDomain(CFRef<CFStringRef> identifier);
+    void set(const std::string& key, CFPropertyListRef value) const;
+
+    CFRef<CFStringRef> identifier_;
+};
+
+}  // namespace tolvaran

@@ -1,0 +1,25 @@
+// Text that must come out the same on every Mac, whatever its language and region.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace tolvaran::text {
+
+/// `value` with `decimals` places and a decimal point, at least `width` characters wide (padded
+/// with blanks on the left).
+std::string fixed(double value, int decimals, int width = 0);
+
+/// `mapping` as log lines show it, in key order: ["old": "new", "older": "new"], and [:] when
+/// empty.
+std::string describe(const std::map<std::string, std::string>& mapping);
+
+/// `value` without white space and line ends on either side.
+std::string_view trimmed(std::string_view value);
+
+/// ASCII letters changed to the other case; other bytes stay.
+std::string lowercased(std::string value);
+std::string uppercased(std::string value);
+
+}  // namespace tolvaran::text

@@ -1,0 +1,49 @@
+// A directory of a test's own. The tests' file access here is the standard library's, not the
+// product's, so that neither can hide a mistake of the other.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tolvaran::tests {
+
+/// A fresh directory, removed with its content at the end.
+class TemporaryDirectory {
+  public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    const std::string& path() const { return path_; }
+    /// The path of a name below the directory.
+    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+    /// The names below it, sorted, directories with a "/" at the end.
+    std::vector<std::string> list() const;
+
+  private:
+    std::string path_;
+};
+
+/// Writes a file, creating its directory. Fails the test when that is not possible.
+void writeFile(const std::string& path, const std::string& content);
+
+/// The file's content; none when there is none.
+std::optional<std::string> readFile(const std::string& path);
+
+/// Sets an environment variable for a scope (none: unsets it) and puts the old value back.
+class ScopedEnvironment {
+  public:
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+  private:
+    std::string name_;
+    std::optional<std::string> before_;
+};
+
+}  // namespace tolvaran::tests
