@@ -1,0 +1,49 @@
+// How the functions of the devices are written: each is one performCall() or one recordedCall()
+// around what the function does when no fault keeps it from doing so.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "simulator/recorder.hpp"
+
+namespace simulator::devices {
+
+/// Performs one call of `function`, whose effect and own result are `body()`.
+/// @return what the call returns: the forced result where a fault sets one, else the body's; a
+///         value-initialised one (success, false, null) when a fault keeps the body from running
+template <typename Body>
+auto performCall(std::string_view function, Body body) -> decltype(body()) {
+    using Result = decltype(body());
+    const Verdict verdict = admit(function);
+    if constexpr (std::is_void_v<Result>) {
+        if (verdict.performs) {
+            body();
+        }
+    } else {
+        return verdict.resultOr(verdict.performs ? body() : Result{});
+    }
+}
+
+/// The same for a function that belongs in the list of calls. `body` takes the verdict, and
+/// returns a value that JSON can hold; `args` is a JSON array.
+template <typename Body>
+auto recordedCall(std::string_view function, nlohmann::json args, Body body)
+    -> decltype(body(std::declval<const Verdict&>())) {
+    using Result = decltype(body(std::declval<const Verdict&>()));
+    const Verdict verdict = admit(function);
+    if constexpr (std::is_void_v<Result>) {
+        if (verdict.performs) {
+            body(verdict);
+        }
+        record(function, std::move(args), verdict.forcedResult.value_or(nullptr));
+    } else {
+        const Result result = verdict.resultOr(verdict.performs ? body(verdict) : Result{});
+        record(function, std::move(args), result);
+        return result;
+    }
+}
+
+}  // namespace simulator::devices

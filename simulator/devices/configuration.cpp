@@ -1,0 +1,149 @@
+#include "simulator/devices/configuration.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+
+#include "simulator/devices/call.hpp"
+#include "simulator/devices/reconfiguration.hpp"
+#include "simulator/simulator.hpp"
+
+namespace simulator::devices {
+namespace {
+
+struct StagedChanges {
+    std::map<CGDirectDisplayID, CGPoint> origins;
+    std::map<CGDirectDisplayID, std::int32_t> modes;
+};
+
+struct Configurations {
+    std::map<std::uintptr_t, StagedChanges> open;
+    // Handles are numbers that never come again, so that one used after its end is always noticed.
+    std::uintptr_t lastHandle = 0;
+};
+
+Configurations& configurations() {
+    static Configurations all;
+    return all;
+}
+
+std::uintptr_t keyOf(CGDisplayConfigRef config) {
+    return reinterpret_cast<std::uintptr_t>(config);
+}
+
+/// Where changes of this display are collected; null when the configuration is not open or the
+/// display not active.
+StagedChanges* stagedFor(CGDisplayConfigRef config, CGDirectDisplayID display) {
+    const auto found = configurations().open.find(keyOf(config));
+    return found == configurations().open.end() || findDisplay(display) == nullptr ? nullptr
+                                                                                   : &found->second;
+}
+
+const DisplayMode* findMode(const Display& display, std::int32_t number) {
+    const auto found = std::ranges::find(display.modes, number, &DisplayMode::number);
+    return found == display.modes.end() ? nullptr : &*found;
+}
+
+bool isSupported(const StagedChanges& changes) {
+    return std::ranges::all_of(changes.modes, [](const auto& change) {
+        const Display* const display = findDisplay(change.first);
+        return display == nullptr || findMode(*display, change.second) != nullptr;
+    });
+}
+
+void apply(const StagedChanges& changes) {
+    for (const auto& [id, number] : changes.modes) {
+        if (Display* const display = findDisplay(id)) {
+            const DisplayMode& mode = *findMode(*display, number);
+            display->mode = number;
+            display->frame.size = CGSizeMake(mode.width, mode.height);
+        }
+    }
+    for (const auto& [id, origin] : changes.origins) {
+        if (Display* const display = findDisplay(id)) {
+            display->frame.origin = origin;
+        }
+    }
+}
+
+CGError complete(const StagedChanges& changes) {
+    if (!isSupported(changes)) {
+        return kCGErrorIllegalArgument;
+    }
+    changeDisplays([&](Machine&) { apply(changes); });
+    return kCGErrorSuccess;
+}
+
+}  // namespace
+
+CGError stageMode(CGDisplayConfigRef config, CGDirectDisplayID display, std::int32_t modeNumber) {
+    StagedChanges* const staged = stagedFor(config, display);
+    if (staged == nullptr) {
+        return kCGErrorIllegalArgument;
+    }
+    staged->modes[display] = modeNumber;
+    return kCGErrorSuccess;
+}
+
+void resetConfigurations() {
+    configurations().open.clear();
+}
+
+}  // namespace simulator::devices
+
+namespace simulator {
+
+std::size_t openConfigurations() {
+    return devices::configurations().open.size();
+}
+
+}  // namespace simulator
+
+using namespace simulator::devices;
+
+extern "C" {
+
+CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
+    return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::Verdict&) {
+        if (config == nullptr) {
+            return kCGErrorIllegalArgument;
+        }
+        const std::uintptr_t handle = ++configurations().lastHandle;
+        configurations().open[handle] = {};
+        *config = reinterpret_cast<CGDisplayConfigRef>(handle);
+        return kCGErrorSuccess;
+    });
+}
+
+CGError CGConfigureDisplayOrigin(CGDisplayConfigRef config, CGDirectDisplayID display,
+                                 std::int32_t x, std::int32_t y) {
+    const auto args = nlohmann::json::array({display, x, y});
+    return recordedCall(__func__, args, [&](const simulator::Verdict&) {
+        StagedChanges* const staged = stagedFor(config, display);
+        if (staged == nullptr) {
+            return kCGErrorIllegalArgument;
+        }
+        staged->origins[display] = CGPointMake(x, y);
+        return kCGErrorSuccess;
+    });
+}
+
+CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config) {
+    return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::Verdict&) {
+        const auto closed = configurations().open.erase(keyOf(config));
+        return closed == 0 ? kCGErrorIllegalArgument : kCGErrorSuccess;
+    });
+}
+
+CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOption option) {
+    // Taken out first: completion ends the configuration even when it fails, be it by a fault.
+    const auto closed = configurations().open.extract(keyOf(config));
+    return recordedCall(__func__, nlohmann::json::array({option}), [&](const simulator::Verdict&) {
+        if (closed.empty() || option > kCGConfigurePermanently) {
+            return kCGErrorIllegalArgument;
+        }
+        return complete(closed.mapped());
+    });
+}
+
+}  // extern "C"

@@ -1,0 +1,20 @@
+// Display configurations: changes that are collected from CGBeginDisplayConfiguration() on and
+// show only once they are completed. A configuration that is cancelled, or never completed, leaves
+// no trace but itself: openConfigurations() in simulator.hpp counts those still open.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cstdint>
+
+namespace simulator::devices {
+
+/// Adds a mode change to an open configuration. Whether the display has such a mode is only looked
+/// at on completion.
+/// @return kCGErrorIllegalArgument when the configuration is not open or the display not active
+CGError stageMode(CGDisplayConfigRef config, CGDirectDisplayID display, std::int32_t modeNumber);
+
+/// Forgets the open configurations.
+void resetConfigurations();
+
+}  // namespace simulator::devices

@@ -1,0 +1,23 @@
+// The private display-mode interface: CGSGetNumberOfDisplayModes(),
+// CGSGetDisplayModeDescriptionOfLength(), CGSGetCurrentDisplayMode() and CGSConfigureDisplayMode(),
+// which the product declares for itself and links directly.
+//
+// A call about a display that is not active, or an index that the display does not have, returns
+// an error and leaves the caller's memory alone. A record is filled as the window server does it:
+// only the bytes of the fields that it knows are written.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cstdint>
+
+namespace simulator::devices {
+
+/// Makes the window server claim this number of modes for the display, whatever it lists: fewer,
+/// more, none, or a number that makes no sense.
+void claimModeCount(CGDirectDisplayID display, std::int32_t count);
+
+/// Forgets the claims.
+void resetModeCounts();
+
+}  // namespace simulator::devices

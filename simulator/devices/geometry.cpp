@@ -1,0 +1,85 @@
+// Rectangles and points, as Core Graphics computes them.
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <limits>
+
+namespace {
+
+constexpr CGFloat infinity = std::numeric_limits<CGFloat>::infinity();
+
+}  // namespace
+
+extern "C" {
+
+const CGPoint CGPointZero{0, 0};
+const CGSize CGSizeZero{0, 0};
+const CGRect CGRectZero{{0, 0}, {0, 0}};
+const CGRect CGRectNull{{infinity, infinity}, {0, 0}};
+
+CGRect CGRectStandardize(CGRect rect) {
+    if (rect.size.width < 0) {
+        rect.origin.x += rect.size.width;
+        rect.size.width = -rect.size.width;
+    }
+    if (rect.size.height < 0) {
+        rect.origin.y += rect.size.height;
+        rect.size.height = -rect.size.height;
+    }
+    return rect;
+}
+
+CGFloat CGRectGetMinX(CGRect rect) {
+    return CGRectStandardize(rect).origin.x;
+}
+
+CGFloat CGRectGetMidX(CGRect rect) {
+    return rect.origin.x + rect.size.width / 2;
+}
+
+CGFloat CGRectGetMaxX(CGRect rect) {
+    return CGRectGetMinX(rect) + CGRectGetWidth(rect);
+}
+
+CGFloat CGRectGetMinY(CGRect rect) {
+    return CGRectStandardize(rect).origin.y;
+}
+
+CGFloat CGRectGetMidY(CGRect rect) {
+    return rect.origin.y + rect.size.height / 2;
+}
+
+CGFloat CGRectGetMaxY(CGRect rect) {
+    return CGRectGetMinY(rect) + CGRectGetHeight(rect);
+}
+
+CGFloat CGRectGetWidth(CGRect rect) {
+    return CGRectStandardize(rect).size.width;
+}
+
+CGFloat CGRectGetHeight(CGRect rect) {
+    return CGRectStandardize(rect).size.height;
+}
+
+bool CGPointEqualToPoint(CGPoint point1, CGPoint point2) {
+    return point1.x == point2.x && point1.y == point2.y;
+}
+
+bool CGSizeEqualToSize(CGSize size1, CGSize size2) {
+    return size1.width == size2.width && size1.height == size2.height;
+}
+
+bool CGRectEqualToRect(CGRect rect1, CGRect rect2) {
+    const CGRect a = CGRectStandardize(rect1);
+    const CGRect b = CGRectStandardize(rect2);
+    return CGPointEqualToPoint(a.origin, b.origin) && CGSizeEqualToSize(a.size, b.size);
+}
+
+bool CGRectIsEmpty(CGRect rect) {
+    return CGRectIsNull(rect) || rect.size.width == 0 || rect.size.height == 0;
+}
+
+bool CGRectIsNull(CGRect rect) {
+    return rect.origin.x == infinity || rect.origin.y == infinity;
+}
+
+}  // extern "C"
