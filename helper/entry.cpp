@@ -1,0 +1,44 @@
+#include "helper/entry.hpp"
+
+#include <csignal>
+#include <memory>
+#include <string>
+
+#include "helper/helper.hpp"
+#include "helper/helper_log.hpp"
+#include "helper/workspace.hpp"
+#include "restore/paths/restore_log.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
+#include "restore/support/process_wide.hpp"
+
+namespace tolvaran {
+namespace {
+
+void installLogSinks() {
+    const auto sink = [](const std::string& level) {
+        return [level](const std::string& message) { helperLog(level, message); };
+    };
+    RestoreLog::debug = sink("debug");
+    RestoreLog::info = sink("info");
+    RestoreLog::warn = sink("warn");
+}
+
+}  // namespace
+
+int helperMain() {
+    // A reader of standard error that went away must not take the helper with it.
+    std::signal(SIGPIPE, SIG_IGN);
+    setUpHelperLog();
+    installLogSinks();
+    // A helper that was killed while it rewrote a record has left its unfinished copy behind.
+    files::removeAbandonedFiles(TolvaranPaths::stateDir());
+    workspace::prohibitActivation();
+
+    static ProcessWide<std::shared_ptr<Helper>> helper;
+    helper.get(Helper::make)->start();
+    workspace::runEventLoop();
+    return 0;
+}
+
+}  // namespace tolvaran

@@ -1,0 +1,11 @@
+// The helper as a process: everything between the start of main and its return.
+#pragma once
+
+namespace tolvaran {
+
+/// Sets up the log, points the library's log sinks at it, creates the one Helper, starts it and
+/// runs the event loop. Everything happens on the calling thread, which must be the main thread.
+/// @return 0, if the event loop ever returns
+int helperMain();
+
+}  // namespace tolvaran

@@ -1,0 +1,73 @@
+// The helper's one long-lived object: what it watches and what wakes it. Created by the entry
+// point and kept until the process is killed; there is no shut-down path.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+#include <sys/types.h>
+
+#include <memory>
+#include <optional>
+
+#include "helper/main_queue.hpp"
+#include "helper/workspace.hpp"
+
+namespace tolvaran {
+
+/// First delay and repeat period of the safety timer, in seconds.
+inline constexpr double safetyInterval = 60.0;
+
+/// Grace time after an exit, in seconds, in which a relaunched instance can appear.
+inline constexpr double relaunchGrace = 0.2;
+
+/// The display-reconfiguration callback: queues one restore run tagged "display-reconfig" for each
+/// display whose reconfiguration has ended. Called by the window server on the main thread.
+void reconfigurationCallback(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags,
+                             void* userInfo);
+
+/// Handlers reach a Helper only through weak references, so that none of them extends its life; a
+/// handler that finds it gone skips the work that needs it.
+class Helper {
+  public:
+    /// A Helper with every field empty. It must be owned by a shared pointer, hence no constructor.
+    static std::shared_ptr<Helper> make();
+
+    /// Touches the heartbeat, registers the observers and the reconfiguration callback, starts the
+    /// safety timer, and either watches a running main application or runs the restore sequence
+    /// once, tagged "cold-start". Called once.
+    void start();
+
+    // The watch on the main application's process (process_watch.cpp).
+
+    /// Arms the watch on `pid`, in place of any earlier one.
+    void watch(pid_t pid);
+    /// A new instance was launched: watches it, unless an earlier one is watched and still lives.
+    void mainAppLaunched(pid_t pid);
+    /// The workspace reports an instance terminated. Only logged: the watch is the one trigger of a
+    /// restore after an exit, so that an exit is never handled twice.
+    void mainAppTerminated(pid_t pid);
+    /// The watched process has exited: ends the watch and schedules rearmAfterExit().
+    static void procExitFired(const std::weak_ptr<Helper>& helper, pid_t pid);
+    /// Watches another live instance, if there is one, and in every case runs the restore sequence
+    /// tagged "proc-exit", also when the Helper is gone. With another instance alive every step of
+    /// the sequence skips: that is how a relaunch is told from a crash.
+    static void rearmAfterExit(const std::weak_ptr<Helper>& helper, pid_t exitedPID);
+
+    main_queue::Source processSource;  // the exit watch; empty when nothing is watched
+    std::optional<pid_t> watchedPID;   // whom it watches
+    main_queue::Source safetyTimer;
+    std::optional<workspace::Observation> launchObserver;
+    std::optional<workspace::Observation> terminateObserver;
+    std::optional<workspace::Observation> wakeObserver;
+
+  private:
+    Helper() = default;
+
+    void observeWorkspace();
+    void startSafetyTimer();
+    void lookForMainApp();
+    workspace::ApplicationHandler forwarding(void (Helper::*handle)(pid_t)) const;
+
+    std::weak_ptr<Helper> self_;
+};
+
+}  // namespace tolvaran

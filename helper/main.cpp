@@ -1,0 +1,5 @@
+#include "helper/entry.hpp"
+
+int main() {
+    return tolvaran::helperMain();
+}

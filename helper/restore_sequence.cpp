@@ -1,0 +1,13 @@
+#include "helper/restore_sequence.hpp"
+
+#include "helper/steps/restore_cursor_association.hpp"
+#include "helper/steps/restore_dock_auto_hide.hpp"
+
+namespace tolvaran {
+
+void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
+    restoreDockAutoHide(tag, exitedPID);
+    restoreCursorAssociation(tag, exitedPID);
+}
+
+}  // namespace tolvaran

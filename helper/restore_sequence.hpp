@@ -1,0 +1,19 @@
+// The helper's unit of repair: every restore step once, always in the same order.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace tolvaran {
+
+/// Runs every step. A step decides by itself whether the main application is running and whether
+/// there is anything to put back, reports only through the log, and never stops the later ones.
+/// @param tag       what triggered the run: "cold-start", "safety-tick", "display-reconfig" or
+///                  "proc-exit"
+/// @param exitedPID for "proc-exit", the instance that has just exited and does not count as
+///                  running although it may still be listed
+void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID);
+
+}  // namespace tolvaran
