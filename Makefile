@@ -1,0 +1,38 @@
+# The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
+# and the programs.
+.DEFAULT_GOAL := help
+.PHONY: help setup build run test sanitize bench clean
+
+PRESET ?= plain
+JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
+
+help: ## Show the targets
+	@grep -hE '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 18
+
+setup:
+	@tools/install-dependencies build
+
+build: setup
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS)
+
+ifeq ($(shell uname -s),Darwin)
+run: build ## Run the main job: the helper (elsewhere: a simulated crash)
+	build/$(PRESET)/helper/tolvaran_helper
+else
+run: build ## Run the main job: a real process is killed, and its Mac is put back
+	build/$(PRESET)/simulator/tolvaran_simulator scenarios/crash.json
+endif
+
+test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
+	ctest --preset $(PRESET) -j $(JOBS)
+
+sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
+	@$(MAKE) --no-print-directory test PRESET=sanitize
+
+bench: ## Measure speed
+	@$(MAKE) --no-print-directory build PRESET=release
+	build/release/benchmarks/benchmarks
+
+clean: ## Remove everything that was built
+	rm -rf build
