@@ -2,6 +2,9 @@
 
 #include "simulator/devices/configuration.hpp"
 #include "simulator/devices/display_modes.hpp"
+#include "simulator/devices/dock.hpp"
+#include "simulator/devices/io_registry.hpp"
+#include "simulator/devices/menu_bar.hpp"
 #include "simulator/devices/reconfiguration.hpp"
 
 namespace simulator::devices {
@@ -10,6 +13,13 @@ void reset() {
     resetCallbacks();
     resetConfigurations();
     resetModeCounts();
+    resetMenuBar();
+    resetRegistryObjects();
+}
+
+void registerPrivateSymbols() {
+    registerMenuBarSymbols();
+    registerDockSymbols();
 }
 
 }  // namespace simulator::devices

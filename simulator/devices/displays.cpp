@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "simulator/core_foundation/json.hpp"
+#include "simulator/core_foundation/object.hpp"
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/reconfiguration.hpp"
 
@@ -95,12 +98,6 @@ boolean_t CGDisplayIsActive(CGDirectDisplayID display) {
     return performCall(__func__, [&] { return boolean_t{findDisplay(display) != nullptr}; });
 }
 
-boolean_t CGDisplayIsMain(CGDirectDisplayID display) {
-    return performCall(__func__, [&] {
-        return boolean_t{display != kCGNullDirectDisplay && display == mac().mainDisplay};
-    });
-}
-
 std::uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) {
     return performCall(__func__, [&] { return fieldOf(display, &Display::vendor); });
 }
@@ -111,6 +108,16 @@ std::uint32_t CGDisplayModelNumber(CGDirectDisplayID display) {
 
 std::uint32_t CGDisplaySerialNumber(CGDirectDisplayID display) {
     return performCall(__func__, [&] { return fieldOf(display, &Display::serial); });
+}
+
+CFUUIDRef CGDisplayCreateUUIDFromDisplayID(std::uint32_t displayID) {
+    const Verdict verdict = admit(__func__);
+    const std::optional<std::string> uuid = fieldOf(displayID, &Display::portUUID);
+    if (!verdict.performs || !uuid) {
+        return nullptr;
+    }
+    const cf::Owned<CFStringRef> text(cf::createString(*uuid));
+    return CFUUIDCreateFromString(kCFAllocatorDefault, text.get());
 }
 
 }  // extern "C"

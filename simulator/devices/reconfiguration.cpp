@@ -62,7 +62,7 @@ void settleMainDisplay(Machine& machine, const Arrangement& before) {
     const Display* const mainBefore = find(before.displays, before.mainDisplay);
     const Display* const mainNow = find(machine.displays, machine.mainDisplay);
     if (mainNow == nullptr) {
-        if (mainBefore != nullptr || before.displays.empty()) {
+        if (mainBefore != nullptr || machine.mainDisplay == kCGNullDirectDisplay) {
             chooseMainDisplay(machine);
         }
         return;

@@ -15,10 +15,11 @@ namespace simulator::devices {
 ///
 /// The main display: it is the display at the origin. When the change moves the main display away
 /// from there, a display that now stands at the origin becomes the main one; where none does, all
-/// displays shift so that the main one is at the origin again. When the main display is gone, the
-/// display at the origin, else the first one listed, takes its place. A machine that was described
-/// with its main display elsewhere stays as described until that display moves. Overlaps and gaps
-/// stay as they are: unlike a Mac's, this window server shows exactly what it was asked to.
+/// displays shift so that the main one is at the origin again. When the main display is gone, or
+/// there was none, the display at the origin, else the first one listed, takes its place. A machine
+/// described with its main display elsewhere, or with one that is not active, stays as described
+/// until that display moves. Overlaps and gaps stay as they are: unlike a Mac's, this window server
+/// shows exactly what it was asked to.
 ///
 /// The callbacks: none when nothing differs afterwards. Otherwise one with the begin flag for each
 /// display that was active before, then one for each display that was or is, with the flags of

@@ -91,7 +91,6 @@ CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* act
                                std::uint32_t* displayCount);
 CGRect CGDisplayBounds(CGDirectDisplayID display);
 boolean_t CGDisplayIsActive(CGDirectDisplayID display);
-boolean_t CGDisplayIsMain(CGDirectDisplayID display);
 std::uint32_t CGDisplayVendorNumber(CGDirectDisplayID display);
 std::uint32_t CGDisplayModelNumber(CGDirectDisplayID display);
 std::uint32_t CGDisplaySerialNumber(CGDirectDisplayID display);

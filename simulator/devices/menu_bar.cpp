@@ -1,0 +1,178 @@
+#include "simulator/devices/menu_bar.hpp"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "simulator/core_foundation/json.hpp"
+#include "simulator/devices/call.hpp"
+#include "simulator/devices/symbols.hpp"
+#include "simulator/machine.hpp"
+
+using namespace simulator;
+using namespace simulator::devices;
+
+namespace {
+
+// Any number will do; an unusual one shows up where it does not belong.
+constexpr std::int32_t mainConnection = 0x6B3F;
+
+/// An override that was accepted but shows only after some more reads.
+struct HiddenOverride {
+    bool value;
+    std::int64_t readsLeft;
+};
+
+struct State {
+    std::map<CGDirectDisplayID, HiddenOverride> hiddenOverrides;
+    std::optional<nlohmann::json> managedDisplaySpaces;
+};
+
+State& state() {
+    static State all;
+    return all;
+}
+
+void setOverride(Display& display, bool value, std::int64_t delayReads) {
+    state().hiddenOverrides.erase(display.id);
+    if (delayReads > 0) {
+        state().hiddenOverrides[display.id] = {value, delayReads};
+    } else {
+        display.menuBarOverride = value;
+    }
+}
+
+bool readOverride(Display& display) {
+    const auto hidden = state().hiddenOverrides.find(display.id);
+    if (hidden == state().hiddenOverrides.end()) {
+        return display.menuBarOverride;
+    }
+    if (hidden->second.readsLeft > 0) {
+        --hidden->second.readsLeft;
+    } else {
+        display.menuBarOverride = hidden->second.value;
+        state().hiddenOverrides.erase(hidden);
+    }
+    return display.menuBarOverride;
+}
+
+nlohmann::json managedDisplaySpaces() {
+    nlohmann::json list = nlohmann::json::array();
+    for (const Display& display : mac().displays) {
+        if (display.portUUID) {
+            list.push_back({{"Display Identifier", *display.portUUID},
+                            {"Current Space", {{"type", display.spaceType}}}});
+        }
+    }
+    return list;
+}
+
+CGError setAutohide(std::int32_t connection, bool enabled) {
+    if (connection != mainConnection) {
+        return kCGErrorInvalidConnection;
+    }
+    mac().menuBar.autoHide = enabled;
+    return kCGErrorSuccess;
+}
+
+// The functions of SkyLight. They keep internal linkage, so that only a look-up reaches them.
+
+std::int32_t SLSGetMenuBarAutohideEnabled(std::int32_t connection, Boolean* enabled) {
+    return performCall(__func__, [&]() -> std::int32_t {
+        if (connection != mainConnection) {
+            return kCGErrorInvalidConnection;
+        }
+        if (enabled == nullptr) {
+            return kCGErrorIllegalArgument;
+        }
+        *enabled = mac().menuBar.autoHide ? 1 : 0;
+        return kCGErrorSuccess;
+    });
+}
+
+Boolean SLSGetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
+                                                 CGDirectDisplayID display) {
+    const auto args = nlohmann::json::array({display});
+    const bool visible = recordedCall(__func__, args, [&](const Verdict&) {
+        Display* const found = findDisplay(display);
+        return connection == mainConnection && found != nullptr && readOverride(*found);
+    });
+    return visible ? 1 : 0;
+}
+
+std::int32_t SLSSetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
+                                                      CGDirectDisplayID display, Boolean visible) {
+    const auto args = nlohmann::json::array({display, visible != 0});
+    return recordedCall(__func__, args, [&](const Verdict& verdict) -> std::int32_t {
+        if (connection != mainConnection) {
+            return kCGErrorInvalidConnection;
+        }
+        Display* const found = findDisplay(display);
+        if (found == nullptr) {
+            return kCGErrorIllegalArgument;
+        }
+        setOverride(*found, visible != 0, verdict.delayReads);
+        return kCGErrorSuccess;
+    });
+}
+
+CFStringRef SLSCopyActiveMenuBarDisplayIdentifier(std::int32_t connection) {
+    const Verdict verdict = admit(__func__);
+    const std::string& identifier = mac().menuBar.activeDisplay;
+    return verdict.performs && connection == mainConnection && !identifier.empty()
+               ? cf::createString(identifier)
+               : nullptr;
+}
+
+CFArrayRef SLSCopyManagedDisplaySpaces(std::int32_t connection) {
+    const Verdict verdict = admit(__func__);
+    if (!verdict.performs || connection != mainConnection) {
+        return nullptr;
+    }
+    const auto& replacement = state().managedDisplaySpaces;
+    return static_cast<CFArrayRef>(
+        cf::createFromJson(replacement ? *replacement : managedDisplaySpaces()));
+}
+
+}  // namespace
+
+extern "C" {
+
+std::int32_t CGSMainConnectionID(void) {
+    return performCall(__func__, [] { return mainConnection; });
+}
+
+CGError CGSSetMenuBarAutohideEnabled(std::int32_t connection, Boolean enabled) {
+    const auto args = nlohmann::json::array({enabled != 0});
+    return recordedCall(__func__, args,
+                        [&](const Verdict&) { return setAutohide(connection, enabled != 0); });
+}
+
+}  // extern "C"
+
+namespace simulator::devices {
+
+void replaceManagedDisplaySpaces(nlohmann::json value) {
+    state().managedDisplaySpaces = std::move(value);
+}
+
+void resetMenuBar() {
+    state() = {};
+}
+
+void registerMenuBarSymbols() {
+    offer("SkyLight", "CGSMainConnectionID", CGSMainConnectionID);
+    offer("SkyLight", "SLSGetMenuBarAutohideEnabled", SLSGetMenuBarAutohideEnabled);
+    offer("SkyLight", "SLSGetMenuBarVisibilityOverrideOnDisplay",
+          SLSGetMenuBarVisibilityOverrideOnDisplay);
+    offer("SkyLight", "SLSSetMenuBarVisibilityOverrideOnDisplay",
+          SLSSetMenuBarVisibilityOverrideOnDisplay);
+    offer("SkyLight", "SLSCopyActiveMenuBarDisplayIdentifier",
+          SLSCopyActiveMenuBarDisplayIdentifier);
+    offer("SkyLight", "SLSCopyManagedDisplaySpaces", SLSCopyManagedDisplaySpaces);
+}
+
+}  // namespace simulator::devices
