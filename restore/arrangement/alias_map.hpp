@@ -1,0 +1,40 @@
+// Which display UUIDs the main application knows to be one and the same display. It keeps the list
+// in its preferences.json; this system only reads it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "restore/support/json.hpp"
+
+namespace tolvaran {
+
+/// Folds display UUIDs into canonical display IDs. Without entries it leaves every ID as it is.
+struct AliasMap {
+    /// One physical display.
+    struct Entry {
+        std::vector<std::string> ids;  // its names, now and formerly; the first is canonical
+
+        bool operator==(const Entry&) const = default;
+        static Entry fromJSON(const json::Value& value);
+    };
+
+    std::vector<Entry> entries;
+
+    bool operator==(const AliasMap&) const = default;
+    /// From the content of preferences.json: "knownDisplays" may be absent, "ids" may not.
+    static AliasMap fromJSON(const json::Value& value);
+
+    /// "preferences.json" in the profile directory.
+    static std::string defaultPreferencesPath();
+
+    /// The map in the file; without entries when there is no readable file. When the file does not
+    /// decode, also without entries, and "AliasMap: preferences.json unparseable, falling back to
+    /// identity" goes to RestoreLog.warn.
+    static AliasMap load(const std::string& path);
+
+    /// The first ID of the first entry that contains `id`; `id` itself when none does.
+    std::string canonicalID(const std::string& id) const;
+};
+
+}  // namespace tolvaran

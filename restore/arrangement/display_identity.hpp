@@ -1,0 +1,40 @@
+// Names for physical displays that outlive the window server's display numbers, which change with
+// reboots and cables. Used wherever a saved record names a display.
+//
+// The name is made of what the hardware says about itself; where that is missing, or shared by
+// identical monitors, the window server's UUID of the port takes its place. Nothing is cached, so
+// that a display plugged in between two calls is seen at once. Nothing here fails.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tolvaran {
+
+/// The display's vendor, model and serial numbers in decimal, joined with "-". Without a serial
+/// number "S" and the serial string from its EDID stand in its place, or else "0". None when the
+/// vendor or the model is 0, as for a display that is gone.
+std::optional<std::string> displayHardwareFingerprint(CGDirectDisplayID displayID);
+
+/// The non-empty serial string of the first display in the I/O Kit registry with these numbers;
+/// none when there is none or the registry cannot be read.
+std::optional<std::string> edidSerialString(std::uint32_t vendorID, std::uint32_t modelID);
+
+/// The window server's UUID for the display at its present port, in upper-case 8-4-4-4-12 form;
+/// "Display-" and the display number when it has none.
+std::string displayPortUUID(CGDirectDisplayID displayID);
+
+/// The display UUID: "HW-" and the hardware fingerprint, or the port UUID when there is no
+/// fingerprint or more than one display of `allDisplayIDs` has this one. The latter is logged
+/// through RestoreLog.warn as "Multiple displays with fingerprint " + the fingerprint +
+/// ", disambiguating via port-UUID".
+/// @param allDisplayIDs every active display; none leaves identical monitors under one name
+std::string displayUUID(
+    CGDirectDisplayID displayID,
+    const std::optional<std::vector<CGDirectDisplayID>>& allDisplayIDs = std::nullopt);
+
+}  // namespace tolvaran
