@@ -1,0 +1,93 @@
+#include "restore/arrangement/originals_store.hpp"
+
+#include <utility>
+
+#include "restore/arrangement/id_migration.hpp"
+#include "restore/arrangement/signature.hpp"
+#include "restore/paths/restore_log.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/record_file.hpp"
+#include "restore/support/text.hpp"
+
+namespace tolvaran {
+
+OriginalsEntry OriginalsEntry::fromJSON(const json::Value& value) {
+    const json::Fields fields(value);
+    return {.uuid = fields.required<std::string>("uuid"),
+            .x = fields.required<double>("x"),
+            .y = fields.required<double>("y")};
+}
+
+json::Value OriginalsEntry::toJSON() const {
+    return json::Object{{"uuid", uuid}, {"x", x}, {"y", y}};
+}
+
+OriginalsFile OriginalsFile::fromJSON(const json::Value& value) {
+    const json::Fields fields(value);
+    return {.version = fields.required<std::int64_t>("version"),
+            .arrangements = fields.required<decltype(arrangements)>("arrangements")};
+}
+
+json::Value OriginalsFile::toJSON() const {
+    return json::Object{{"version", version}, {"arrangements", json::encode(arrangements)}};
+}
+
+namespace OriginalsStore {
+namespace {
+
+using Arrangements = decltype(OriginalsFile::arrangements);
+
+std::string signatureOf(const std::vector<OriginalsEntry>& entries) {
+    std::vector<std::string> ids;
+    for (const OriginalsEntry& entry : entries) {
+        ids.push_back(entry.uuid);
+    }
+    return Zigzag::signature(std::move(ids));
+}
+
+Arrangements migrated(const Arrangements& stored,
+                      const std::map<std::string, std::string>& mapping) {
+    Arrangements result;
+    for (const auto& [signature, entries] : stored) {
+        auto kept = id_migration::entries(entries, mapping);
+        if (!kept.empty()) {
+            const std::string newSignature = signatureOf(kept);
+            result.try_emplace(newSignature, std::move(kept));
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+std::string defaultPath() {
+    return TolvaranPaths::statePath(".display-originals");
+}
+
+OriginalsFile load(const std::string& path) {
+    return record_file::load<OriginalsFile>(
+               path, fileVersion,
+               "originals file missing/wrong version/unparseable, starting fresh")
+        .value_or(OriginalsFile());
+}
+
+void save(const OriginalsFile& file, const std::string& path) {
+    record_file::save(file, path, "originals file");
+}
+
+void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::string& path) {
+    if (mapping.empty()) {
+        return;
+    }
+    const OriginalsFile file = load(path);
+    const OriginalsFile result{.version = fileVersion,
+                               .arrangements = migrated(file.arrangements, mapping)};
+    if (result == file) {
+        return;
+    }
+    save(result, path);
+    RestoreLog::info("Migrated originals UUIDs: " + text::describe(mapping));
+}
+
+}  // namespace OriginalsStore
+}  // namespace tolvaran

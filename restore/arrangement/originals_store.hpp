@@ -1,0 +1,64 @@
+// The originals: where the displays stood before the main application moved them, one saved
+// arrangement for each set of displays. The main application writes the store; the arrangement
+// invariant puts the displays back from it. Nothing here throws.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "restore/support/json.hpp"
+
+namespace tolvaran {
+
+/// One display's saved position.
+struct OriginalsEntry {
+    std::string uuid;  // canonical display ID
+    double x = 0;      // origin in global display coordinates, points
+    double y = 0;
+
+    bool operator==(const OriginalsEntry&) const = default;
+    static OriginalsEntry fromJSON(const json::Value& value);
+    json::Value toJSON() const;
+};
+
+/// The whole store.
+struct OriginalsFile {
+    std::int64_t version = 2;  // any other value makes the file unusable
+    // By signature, one entry for each display of the set. Every writer keeps the signature that of
+    // the entries, and the entries' UUIDs different from each other.
+    std::map<std::string, std::vector<OriginalsEntry>> arrangements;
+
+    bool operator==(const OriginalsFile&) const = default;
+    static OriginalsFile fromJSON(const json::Value& value);
+    json::Value toJSON() const;
+};
+
+namespace OriginalsStore {
+
+inline constexpr std::int64_t fileVersion = 2;
+
+/// ".display-originals" in the state directory.
+std::string defaultPath();
+
+/// The store in the file; an empty one when there is no readable file. A file that does not decode
+/// or has another version also counts as empty, stays as it is, and is reported through
+/// RestoreLog.warn: "originals file missing/wrong version/unparseable, starting fresh".
+OriginalsFile load(const std::string& path);
+
+/// Replaces the file, creating its directory. A failure leaves the old file and is reported through
+/// RestoreLog.warn: "Failed to encode originals file", or "Failed to write originals file: " and
+/// the error.
+void save(const OriginalsFile& file, const std::string& path);
+
+/// Renames displays throughout the store: every UUID that is a key of `mapping` becomes its value.
+/// Of entries that then share a UUID, and of arrangements that then share a signature, the first
+/// stays (in stored order, and in the order of the old signatures). Arrangements without entries
+/// are dropped.
+/// Logs through RestoreLog.info "Migrated originals UUIDs: " and the mapping when that changed
+/// anything; otherwise nothing is written. An empty mapping does not even read the file.
+void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::string& path);
+
+}  // namespace OriginalsStore
+}  // namespace tolvaran
