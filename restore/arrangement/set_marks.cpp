@@ -1,0 +1,256 @@
+#include "restore/arrangement/set_marks.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include "restore/arrangement/id_migration.hpp"
+#include "restore/paths/restore_log.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/record_file.hpp"
+#include "restore/support/text.hpp"
+
+namespace tolvaran {
+namespace {
+
+using id_migration::Mapping;
+using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
+
+// What all three stores do, whatever their records hold.
+
+std::string nameOf(const SetMarks& marks) {
+    return std::string(marks.kind) + "-sets";
+}
+
+std::string pathOf(const SetMarks& marks) {
+    return TolvaranPaths::statePath(nameOf(marks) + ".json");
+}
+
+template <typename File>
+File loadFile(const SetMarks& marks, const std::string& path) {
+    return record_file::load<File>(
+               path, marks.version,
+               nameOf(marks) + " file wrong version/unparseable, treating as empty")
+        .value_or(File());
+}
+
+/// Saves what `change` made of the stored record, unless it returned false for no change.
+template <typename File, typename Change>
+bool update(const SetMarks& marks, const std::string& path, Change change) {
+    auto file = loadFile<File>(marks, path);
+    if (!change(file)) {
+        return false;
+    }
+    record_file::save(file, path, nameOf(marks) + " file");
+    return true;
+}
+
+/// Saves what `migrated` makes of the record, when that differs, and says so.
+template <typename File, typename Migrated>
+void migrate(const SetMarks& marks, const Mapping& mapping, const std::string& path,
+             Migrated migrated) {
+    const bool changed = !mapping.empty() && update<File>(marks, path, [&](File& file) {
+        const File before = file;
+        file = migrated(before);
+        return file != before;
+    });
+    if (changed) {
+        RestoreLog::info(std::string("Migrated ") + marks.kind +
+                         "-set signatures: " + text::describe(mapping));
+    }
+}
+
+std::vector<std::string> migratedSignatures(const std::vector<std::string>& stored,
+                                            const Mapping& mapping) {
+    std::vector<std::string> result;
+    for (const std::string& signature : stored) {
+        std::string renamed = id_migration::signature(signature, mapping);
+        if (std::find(result.begin(), result.end(), renamed) == result.end()) {
+            result.push_back(std::move(renamed));
+        }
+    }
+    return result;
+}
+
+Arrangements migratedArrangements(const Arrangements& stored, const Mapping& mapping) {
+    Arrangements result;
+    for (const auto& [signature, layouts] : stored) {
+        std::vector<MarkedLayout> renamed;
+        for (const MarkedLayout& layout : layouts) {
+            renamed.push_back(id_migration::entries(layout, mapping));
+        }
+        result.try_emplace(id_migration::signature(signature, mapping), std::move(renamed));
+    }
+    return result;
+}
+
+bool matches(const MarkedLayout& layout, const std::map<std::string, CGPoint>& origins) {
+    const auto isInPlace = [&](const OriginalsEntry& entry) {
+        const auto origin = origins.find(entry.uuid);
+        return origin != origins.end() &&
+               std::abs(origin->second.x - entry.x) <= layoutMatchTolerance &&
+               std::abs(origin->second.y - entry.y) <= layoutMatchTolerance;
+    };
+    return !layout.empty() && std::all_of(layout.begin(), layout.end(), isInPlace);
+}
+
+}  // namespace
+
+SeparatedSetsFile SeparatedSetsFile::fromJSON(const json::Value& value) {
+    const json::Fields fields(value);
+    return {.version = fields.required<std::int64_t>("version"),
+            .signatures = fields.required<decltype(signatures)>("signatures")};
+}
+
+json::Value SeparatedSetsFile::toJSON() const {
+    return json::Object{{"version", version}, {"signatures", json::encode(signatures)}};
+}
+
+template <const SetMarks& marks>
+LayoutSetsFile<marks> LayoutSetsFile<marks>::fromJSON(const json::Value& value) {
+    const json::Fields fields(value);
+    return {.version = fields.required<std::int64_t>("version"),
+            .arrangements = fields.required<decltype(arrangements)>("arrangements")};
+}
+
+template <const SetMarks& marks>
+json::Value LayoutSetsFile<marks>::toJSON() const {
+    return json::Object{{"version", version}, {"arrangements", json::encode(arrangements)}};
+}
+
+template struct LayoutSetsFile<sidePinnedSets>;
+template struct LayoutSetsFile<nativeMirroredSets>;
+
+namespace SeparatedSetsStore {
+
+std::string defaultPath() {
+    return pathOf(separatedSets);
+}
+
+std::vector<std::string> signatures(const std::string& path) {
+    return loadFile<SeparatedSetsFile>(separatedSets, path).signatures;
+}
+
+void markSeparated(const std::string& signature, const std::string& path) {
+    if (signature.empty()) {
+        return;
+    }
+    update<SeparatedSetsFile>(separatedSets, path, [&](SeparatedSetsFile& file) {
+        auto& list = file.signatures;
+        const bool isNew = std::find(list.begin(), list.end(), signature) == list.end();
+        if (isNew) {
+            list.push_back(signature);
+        }
+        return isNew;
+    });
+}
+
+void clearSeparated(const std::string& signature, const std::string& path) {
+    update<SeparatedSetsFile>(separatedSets, path, [&](SeparatedSetsFile& file) {
+        return std::erase(file.signatures, signature) > 0;
+    });
+}
+
+void migrateCanonicalIDs(const Mapping& mapping, const std::string& path) {
+    migrate<SeparatedSetsFile>(
+        separatedSets, mapping, path, [&](const SeparatedSetsFile& file) -> SeparatedSetsFile {
+            return {.signatures = migratedSignatures(file.signatures, mapping)};
+        });
+}
+
+}  // namespace SeparatedSetsStore
+
+template <const SetMarks& marks>
+std::string LayoutSetsStore<marks>::defaultPath() {
+    return pathOf(marks);
+}
+
+template <const SetMarks& marks>
+auto LayoutSetsStore<marks>::load(const std::string& path) -> File {
+    return loadFile<File>(marks, path);
+}
+
+template <const SetMarks& marks>
+std::vector<std::string> LayoutSetsStore<marks>::signatures(const std::string& path) {
+    std::vector<std::string> result;
+    for (const auto& [signature, layouts] : load(path).arrangements) {
+        result.push_back(signature);
+    }
+    return result;
+}
+
+template <const SetMarks& marks>
+std::vector<MarkedLayout> LayoutSetsStore<marks>::candidates(const std::string& signature,
+                                                             const std::string& path) {
+    const File file = load(path);
+    const auto found = file.arrangements.find(signature);
+    return found == file.arrangements.end() ? std::vector<MarkedLayout>() : found->second;
+}
+
+template <const SetMarks& marks>
+void LayoutSetsStore<marks>::premark(const std::string& signature,
+                                     const MarkedLayout& plannedEntries, const std::string& path) {
+    if (signature.empty() || plannedEntries.empty()) {
+        return;
+    }
+    update<File>(marks, path, [&](File& file) {
+        auto& layouts = file.arrangements[signature];
+        const bool isNew =
+            std::find(layouts.begin(), layouts.end(), plannedEntries) == layouts.end();
+        if (isNew) {
+            layouts.push_back(plannedEntries);
+        }
+        return isNew;
+    });
+}
+
+template <const SetMarks& marks>
+void LayoutSetsStore<marks>::mark(const std::string& signature, const MarkedLayout& entries,
+                                  const std::string& path) {
+    if (!entries.empty()) {
+        restoreCandidates(signature, {entries}, path);
+    }
+}
+
+template <const SetMarks& marks>
+void LayoutSetsStore<marks>::restoreCandidates(const std::string& signature,
+                                               const std::vector<MarkedLayout>& candidates,
+                                               const std::string& path) {
+    if (signature.empty()) {
+        return;
+    }
+    if (candidates.empty()) {
+        clear(signature, path);
+        return;
+    }
+    update<File>(marks, path, [&](File& file) {
+        file.arrangements[signature] = candidates;
+        return true;
+    });
+}
+
+template <const SetMarks& marks>
+void LayoutSetsStore<marks>::clear(const std::string& signature, const std::string& path) {
+    update<File>(marks, path, [&](File& file) { return file.arrangements.erase(signature) > 0; });
+}
+
+template <const SetMarks& marks>
+void LayoutSetsStore<marks>::migrateCanonicalIDs(const Mapping& mapping, const std::string& path) {
+    migrate<File>(marks, mapping, path, [&](const File& file) -> File {
+        return {.arrangements = migratedArrangements(file.arrangements, mapping)};
+    });
+}
+
+template <const SetMarks& marks>
+bool LayoutSetsStore<marks>::matchesCurrentHardware(
+    const std::string& signature, const std::map<std::string, CGPoint>& currentOriginsByUUID,
+    const std::string& path) {
+    const std::vector<MarkedLayout> layouts = candidates(signature, path);
+    return std::any_of(layouts.begin(), layouts.end(), [&](const MarkedLayout& layout) {
+        return matches(layout, currentOriginsByUUID);
+    });
+}
+
+template struct LayoutSetsStore<sidePinnedSets>;
+template struct LayoutSetsStore<nativeMirroredSets>;
+
+}  // namespace tolvaran
