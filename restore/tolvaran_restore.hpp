@@ -1,0 +1,15 @@
+// The whole public library TolvaranRestore: what the main application and the helper share.
+// Programs that use the library include this header and nothing else of it.
+#pragma once
+
+#include "restore/arrangement/active_displays.hpp"
+#include "restore/arrangement/alias_map.hpp"
+#include "restore/arrangement/display_identity.hpp"
+#include "restore/arrangement/originals_commit_cache.hpp"
+#include "restore/arrangement/originals_store.hpp"
+#include "restore/arrangement/set_marks.hpp"
+#include "restore/arrangement/signature.hpp"
+#include "restore/dock/dock_auto_hide_override.hpp"
+#include "restore/paths/helper_heartbeat.hpp"
+#include "restore/paths/restore_log.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
