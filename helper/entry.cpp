@@ -13,9 +13,9 @@
 #include "restore/support/process_wide.hpp"
 
 namespace tolvaran {
-namespace {
 
-void installLogSinks() {
+void setUpLogging() {
+    setUpHelperLog();
     const auto sink = [](const std::string& level) {
         return [level](const std::string& message) { helperLog(level, message); };
     };
@@ -24,13 +24,10 @@ void installLogSinks() {
     RestoreLog::warn = sink("warn");
 }
 
-}  // namespace
-
 int helperMain() {
     // A reader of standard error that went away must not take the helper with it.
     std::signal(SIGPIPE, SIG_IGN);
-    setUpHelperLog();
-    installLogSinks();
+    setUpLogging();
     // A helper that was killed while it rewrote a record has left its unfinished copy behind.
     files::removeAbandonedFiles(TolvaranPaths::stateDir());
     workspace::prohibitActivation();

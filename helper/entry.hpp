@@ -3,8 +3,11 @@
 
 namespace tolvaran {
 
-/// Sets up the log, points the library's log sinks at it, creates the one Helper, starts it and
-/// runs the event loop. Everything happens on the calling thread, which must be the main thread.
+/// Sets up the helper's log and points the library's three log sinks at it.
+void setUpLogging();
+
+/// Sets up logging, creates the one Helper, starts it and runs the event loop. Everything happens
+/// on the calling thread, which must be the main thread.
 /// @return 0, if the event loop ever returns
 int helperMain();
 

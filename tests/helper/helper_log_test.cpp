@@ -1,0 +1,236 @@
+#include "helper/helper_log.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "restore/support/process_wide.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using tests::readFile;
+using tests::ScopedEnvironment;
+using tests::TemporaryDirectory;
+using tests::writeFile;
+
+constexpr std::size_t rotationSize = 5'242'880;
+
+/// A helper process that has not logged yet, with its files below a directory of its own.
+class HelperLog : public testing::Test {
+  protected:
+    void SetUp() override {
+        simulator::reset();
+        endProcess();
+    }
+    void TearDown() override { endProcess(); }
+
+    /// What `action` writes to standard error.
+    template <typename Action>
+    static std::string standardErrorOf(Action action) {
+        testing::internal::CaptureStderr();
+        action();
+        return testing::internal::GetCapturedStderr();
+    }
+
+    static void logLines(int count) {
+        for (int i = 0; i < count; ++i) {
+            helperLog("info", "x");
+        }
+    }
+
+    TemporaryDirectory directory_;
+    const std::string current_ = directory_ / "Logs/tolvaran-helper.log";
+    const std::string previous_ = directory_ / "Logs/tolvaran-helper.log.prev";
+    const std::string olderCurrent_ = directory_ / "Settings/tolvaran-helper.log";
+    const std::string olderPrevious_ = directory_ / "Settings/tolvaran-helper.log.prev";
+
+  private:
+    ScopedEnvironment logs_{"TOLVARAN_LOGS_DIR", directory_ / "Logs"};
+    ScopedEnvironment profile_{"TOLVARAN_CONFIG_DIR", directory_ / "Settings"};
+};
+
+TEST_F(HelperLog, FileAndStandardErrorCarryTheSameLines) {
+    const std::string written = standardErrorOf([&] {
+        setUpHelperLog();
+        helperLog("info", "first");
+        simulator::advance(1.5);
+        helperLog("debug", "second ×");
+        simulator::advance(123456.0);
+        helperLog("error", "");
+    });
+    EXPECT_EQ(readFile(current_), written);
+    std::vector<std::string> lines;
+    std::istringstream in(written);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    ASSERT_EQ(lines.size(), 3U);
+    const std::string stamp = R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] )";
+    EXPECT_TRUE(std::regex_match(lines[0],
+                                 std::regex(stamp + R"(\[   0\.000\] \[helper\] \[info\] first)")))
+        << lines[0];
+    EXPECT_TRUE(std::regex_match(
+        lines[1], std::regex(stamp + R"(\[   1\.500\] \[helper\] \[debug\] second ×)")))
+        << lines[1];
+    EXPECT_TRUE(
+        std::regex_match(lines[2], std::regex(stamp + R"(\[123457\.500\] \[helper\] \[error\] )")))
+        << lines[2];
+}
+
+TEST_F(HelperLog, StampsLinesWithLocalTime) {
+    const ScopedEnvironment zone("TZ", "UTC-5:30");
+    ::tzset();
+    const std::string first = standardErrorOf([] { helperLog("info", "x"); });
+    simulator::advance(0.25);
+    const std::string second = standardErrorOf([] { helperLog("info", "x"); });
+    // The simulated Mac's clock starts at midnight UTC of the year's first day.
+    EXPECT_EQ(first.substr(0, 25), "[2026-01-01 05:30:00.000]");
+    EXPECT_EQ(second.substr(0, 25), "[2026-01-01 05:30:00.250]");
+}
+
+TEST_F(HelperLog, AMessageCannotForgeALine) {
+    const std::string written =
+        standardErrorOf([] { helperLog("warn", "a\n[x] [helper] [info] b\r\x1b[2J\x7f\t"); });
+    EXPECT_EQ(written.substr(written.find("[warn]")),
+              "[warn] a\\n[x] [helper] [info] b\\x0D\\x1B[2J\\x7F\\x09\n");
+}
+
+TEST_F(HelperLog, AddsToTheLogOfAnEarlierProcess) {
+    writeFile(current_, "earlier\n");
+    const std::string written = standardErrorOf([] {
+        setUpHelperLog();
+        helperLog("info", "x");
+    });
+    EXPECT_EQ(readFile(current_), "earlier\n" + written);
+    EXPECT_FALSE(readFile(previous_).has_value());
+}
+
+TEST_F(HelperLog, ALargeLogIsMovedBeforeTheFirstLine) {
+    writeFile(current_, std::string(rotationSize, 'c'));
+    writeFile(previous_, "older");
+    const std::string written = standardErrorOf([] {
+        setUpHelperLog();
+        helperLog("info", "x");
+    });
+    EXPECT_EQ(readFile(current_), written);
+    EXPECT_EQ(readFile(previous_), std::string(rotationSize, 'c'));
+}
+
+TEST_F(HelperLog, ALogJustBelowTheLimitStays) {
+    writeFile(current_, std::string(rotationSize - 1, 'c'));
+    setUpHelperLog();
+    EXPECT_EQ(readFile(current_)->size(), rotationSize - 1);
+    EXPECT_FALSE(readFile(previous_).has_value());
+}
+
+TEST_F(HelperLog, WhileRunningTheSizeIsCheckedEvery500Lines) {
+    writeFile(current_, std::string(rotationSize - 1, 'c'));
+    writeFile(previous_, "older");
+    standardErrorOf([&] {
+        setUpHelperLog();
+        logLines(499);
+        EXPECT_GT(readFile(current_)->size(), rotationSize);
+        EXPECT_EQ(readFile(previous_), "older");
+        helperLog("info", "line 500");
+        EXPECT_EQ(readFile(current_), "");
+        EXPECT_NE(readFile(previous_)->find("line 500"), std::string::npos);
+        helperLog("info", "line 501");
+    });
+    EXPECT_NE(readFile(current_)->find("line 501"), std::string::npos);
+}
+
+TEST_F(HelperLog, TheCountStartsAgainAfterEachCheck) {
+    standardErrorOf([&] {
+        setUpHelperLog();
+        logLines(500);  // checked: small, so it stays
+        EXPECT_FALSE(readFile(previous_).has_value());
+        std::filesystem::resize_file(current_, rotationSize);
+        logLines(499);
+        EXPECT_FALSE(readFile(previous_).has_value());
+        logLines(1);
+        EXPECT_TRUE(readFile(previous_).has_value());
+        std::filesystem::resize_file(current_, rotationSize);
+        logLines(499);
+        EXPECT_GT(readFile(current_)->size(), rotationSize);
+        logLines(1);
+    });
+    EXPECT_EQ(readFile(current_), "");
+}
+
+TEST_F(HelperLog, WhenRotationIsRefusedTheLogGoesOn) {
+    writeFile(current_, std::string(rotationSize, 'c'));
+    writeFile(previous_ + "/occupied", "");  // a directory: neither removed nor replaced
+    standardErrorOf([&] {
+        setUpHelperLog();
+        logLines(501);
+    });
+    EXPECT_GT(readFile(current_)->size(), rotationSize);
+    EXPECT_TRUE(readFile(previous_ + "/occupied").has_value());
+}
+
+TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedWhereThereAreNone) {
+    writeFile(olderCurrent_, "old current\n");
+    writeFile(olderPrevious_, "old previous\n");
+    setUpHelperLog();
+    EXPECT_EQ(readFile(current_), "old current\n");
+    EXPECT_EQ(readFile(previous_), "old previous\n");
+    EXPECT_FALSE(readFile(olderCurrent_).has_value());
+    EXPECT_FALSE(readFile(olderPrevious_).has_value());
+}
+
+TEST_F(HelperLog, LogsInTheOlderPlaceStayWhereThereAreNewerOnes) {
+    writeFile(olderCurrent_, "old current\n");
+    writeFile(olderPrevious_, "old previous\n");
+    writeFile(current_, "new current\n");
+    setUpHelperLog();
+    EXPECT_EQ(readFile(current_), "new current\n");
+    EXPECT_EQ(readFile(olderCurrent_), "old current\n");
+    EXPECT_EQ(readFile(previous_), "old previous\n");  // each file is decided on its own
+}
+
+TEST_F(HelperLog, AMovedLogThatIsTooLargeIsRotatedAtOnce) {
+    writeFile(olderCurrent_, std::string(rotationSize, 'c'));
+    setUpHelperLog();
+    EXPECT_EQ(readFile(current_), "");
+    EXPECT_EQ(readFile(previous_)->size(), rotationSize);
+}
+
+TEST_F(HelperLog, WithoutALogDirectoryThereIsStandardErrorOnly) {
+    writeFile(directory_ / "Logs", "a file where the directory should be");
+    const std::string written = standardErrorOf([] {
+        setUpHelperLog();
+        logLines(1001);
+    });
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 1001);
+    EXPECT_EQ(directory_.list(), std::vector<std::string>{"Logs"});
+}
+
+TEST_F(HelperLog, WithADirectoryInTheLogsPlaceThereIsStandardErrorOnly) {
+    writeFile(current_ + "/occupied", "");
+    const std::string written = standardErrorOf([] {
+        setUpHelperLog();
+        helperLog("info", "x");
+    });
+    EXPECT_NE(written.find("[info] x\n"), std::string::npos);
+    EXPECT_EQ(directory_.list(), (std::vector<std::string>{"Logs/", "Logs/tolvaran-helper.log/",
+                                                           "Logs/tolvaran-helper.log/occupied"}));
+}
+
+TEST_F(HelperLog, BeforeSetUpLinesReachStandardError) {
+    const std::string written = standardErrorOf([] { helperLog("info", "early"); });
+    EXPECT_NE(written.find("[   0.000] [helper] [info] early\n"), std::string::npos);
+    EXPECT_EQ(directory_.list(), std::vector<std::string>{});
+}
+
+}  // namespace
+}  // namespace tolvaran

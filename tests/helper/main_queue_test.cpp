@@ -1,0 +1,87 @@
+#include "helper/main_queue.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "simulator/simulator.hpp"
+
+namespace tolvaran::main_queue {
+namespace {
+
+class MainQueue : public testing::Test {
+  protected:
+    void SetUp() override {
+        simulator::reset();
+        before_ = simulator::liveObjects();
+    }
+    void TearDown() override { EXPECT_EQ(simulator::liveObjects(), before_); }
+
+    Work note(const std::string& name) {
+        return [this, name] { notes_.push_back(name); };
+    }
+    std::vector<std::string> notes_;
+
+  private:
+    std::size_t before_ = 0;
+};
+
+TEST_F(MainQueue, WorkNeverRunsInsideOtherWork) {
+    async([this] {
+        async(note("inner"));
+        notes_.push_back("outer");
+    });
+    EXPECT_TRUE(notes_.empty());
+    simulator::advance(0);
+    EXPECT_EQ(notes_, (std::vector<std::string>{"outer", "inner"}));
+}
+
+TEST_F(MainQueue, DelayedWorkComesAtItsTime) {
+    asyncAfter(0.2, note("later"));
+    asyncAfter(0.1, note("sooner"));
+    simulator::advance(0.199999);
+    EXPECT_EQ(notes_, std::vector<std::string>{"sooner"});
+    simulator::advance(0.000001);
+    EXPECT_EQ(notes_, (std::vector<std::string>{"sooner", "later"}));
+}
+
+TEST_F(MainQueue, ATimerRepeatsUntilItIsGivenUp) {
+    {
+        const Source timer = makeTimer(60, note("tick"));
+        simulator::advance(59.999999);
+        EXPECT_TRUE(notes_.empty());
+        simulator::advance(120.000001);
+        EXPECT_EQ(notes_.size(), 3U);
+    }
+    simulator::advance(600);
+    EXPECT_EQ(notes_.size(), 3U);
+}
+
+TEST_F(MainQueue, ACancelledTimerFiresNoMore) {
+    Source timer = makeTimer(1, note("tick"));
+    timer.cancel();
+    simulator::advance(10);
+    EXPECT_TRUE(notes_.empty());
+}
+
+TEST_F(MainQueue, AHandlerMayGiveItsOwnSourceUp) {
+    Source timer;
+    std::string text = "still there";
+    timer = makeTimer(1, [this, &timer, text] {
+        timer.cancel();
+        timer = {};
+        notes_.push_back(text);
+    });
+    simulator::advance(10);
+    EXPECT_EQ(notes_, std::vector<std::string>{"still there"});
+}
+
+TEST_F(MainQueue, WithoutASourceThereIsAnEmptyOne) {
+    simulator::addFault({{"call", "dispatch_source_create"}, {"result", nullptr}});
+    EXPECT_FALSE(makeTimer(1, note("tick")));
+    EXPECT_FALSE(makeExitWatch(1, note("exit")));
+}
+
+}  // namespace
+}  // namespace tolvaran::main_queue

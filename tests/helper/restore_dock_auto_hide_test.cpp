@@ -1,0 +1,84 @@
+#include "helper/steps/restore_dock_auto_hide.hpp"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "restore/dock/dock_auto_hide_override.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/support/helper_process.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using tests::HelperProcess;
+using tests::readFile;
+using tests::writeFile;
+using Lines = std::vector<std::string>;
+
+json dock(bool autoHide) {
+    return {{"dock", {{"autoHide", autoHide}}}};
+}
+
+const std::string marker = "dock-autohide-pending.json";
+const std::string found = "info: restoreDockAutoHide [cold-start]: marker found, restoring";
+
+TEST(RestoreDockAutoHide, PutsTheRecordedValueBack) {
+    for (const bool value : {true, false}) {
+        HelperProcess process(dock(!value));
+        DockAutoHideOverride::markPending(value, process.state(marker));
+        restoreDockAutoHide("cold-start", std::nullopt);
+        EXPECT_EQ(
+            process.takeLog(),
+            (Lines{found,
+                   std::string("info: dock auto-hide restoreIfPending: forced back to ") +
+                       (value ? "true" : "false"),
+                   "info: restoreDockAutoHide [cold-start]: auto-hide restored + marker deleted"}));
+        EXPECT_EQ(HelperProcess::callNames(),
+                  (Lines{"CoreDockGetAutoHideEnabled", "CoreDockSetAutoHideEnabled"}));
+        EXPECT_EQ(simulator::machine()["dock"]["autoHide"], value);
+        EXPECT_FALSE(readFile(process.state(marker)).has_value());
+    }
+}
+
+TEST(RestoreDockAutoHide, SaysNothingMoreWhenTheDockNeededNoChange) {
+    HelperProcess process(dock(true));
+    DockAutoHideOverride::markPending(true, process.state(marker));
+    restoreDockAutoHide("cold-start", std::nullopt);
+    EXPECT_EQ(process.takeLog(), Lines{found});
+    EXPECT_EQ(HelperProcess::callNames(), Lines{"CoreDockGetAutoHideEnabled"});
+    EXPECT_FALSE(readFile(process.state(marker)).has_value());
+}
+
+TEST(RestoreDockAutoHide, RemovesABadMarkerAndLeavesTheDockAlone) {
+    HelperProcess process(dock(true));
+    writeFile(process.state(marker), R"({"version":2,"restoreTo":false})");
+    restoreDockAutoHide("cold-start", std::nullopt);
+    EXPECT_EQ(process.takeLog(), Lines{found});
+    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_FALSE(readFile(process.state(marker)).has_value());
+}
+
+TEST(RestoreDockAutoHide, WithoutAMarkerDoesNothing) {
+    HelperProcess process(dock(true));
+    restoreDockAutoHide("cold-start", std::nullopt);
+    EXPECT_EQ(process.takeLog(), Lines{});
+    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+}
+
+TEST(RestoreDockAutoHide, LeavesTheMarkerToARunningTolvaran) {
+    HelperProcess process(
+        {{"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}});
+    DockAutoHideOverride::markPending(true, process.state(marker));
+    restoreDockAutoHide("safety-tick", std::nullopt);
+    EXPECT_EQ(process.takeLog(), Lines{"debug: restoreDockAutoHide [safety-tick]: Tolvaran running "
+                                       "(pid 812), skipping"});
+    EXPECT_TRUE(readFile(process.state(marker)).has_value());
+    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+}
+
+}  // namespace
+}  // namespace tolvaran

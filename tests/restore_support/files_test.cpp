@@ -1,0 +1,216 @@
+#include "restore/support/files.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran::files {
+namespace {
+
+using tests::readFile;
+using tests::TemporaryDirectory;
+using tests::writeFile;
+
+std::string errorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+/// The ID of a process that has ended.
+pid_t endedProcess() {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::_exit(0);
+    }
+    ::waitpid(pid, nullptr, 0);
+    return pid;
+}
+
+TEST(Files, WritesAndReadsBack) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    writeAtomically(path, "first");
+    writeAtomically(path, std::string("s\0cond", 6));
+    EXPECT_EQ(read(path), std::string("s\0cond", 6));
+    EXPECT_EQ(directory.list(), std::vector<std::string>{"record"});
+}
+
+TEST(Files, ReadsNothingButRegularFiles) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::symlink("loop", (directory / "loop").c_str()), 0);
+    for (const std::string name : {"missing", "pipe", "loop", "."}) {
+        EXPECT_EQ(read(directory / name), std::nullopt) << name;
+    }
+    EXPECT_EQ(read("/dev/zero"), std::nullopt);
+    EXPECT_EQ(read(""), std::nullopt);
+}
+
+TEST(Files, ReadsAnEmptyFileAsEmptyContent) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "empty", "");
+    EXPECT_EQ(read(directory / "empty"), "");
+}
+
+TEST(Files, ReadsLargeFilesWhole) {
+    const TemporaryDirectory directory;
+    const std::string content(1'000'003, 'x');
+    writeFile(directory / "large", content);
+    EXPECT_EQ(read(directory / "large"), content);
+}
+
+TEST(Files, AFailedWriteLeavesTheOldFileAndNothingElse) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "target/inside", "old");  // a directory cannot be replaced by a file
+    EXPECT_EQ(errorOf([&] { writeAtomically(directory / "target", "new"); }),
+              "rename " + directory / "target: Is a directory");
+    EXPECT_EQ(directory.list(), (std::vector<std::string>{"target/", "target/inside"}));
+}
+
+TEST(Files, AWriteIntoAMissingDirectoryFails) {
+    const TemporaryDirectory directory;
+    EXPECT_EQ(errorOf([&] { writeAtomically(directory / "no/file", "x"); }),
+              "create " + directory / "no/file: No such file or directory");
+}
+
+TEST(Files, AWriteReplacesASymbolicLinkInsteadOfFollowingIt) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "elsewhere", "untouched");
+    ASSERT_EQ(::symlink("elsewhere", (directory / "link").c_str()), 0);
+    writeAtomically(directory / "link", "new");
+    EXPECT_EQ(readFile(directory / "elsewhere"), "untouched");
+    EXPECT_EQ(readFile(directory / "link"), "new");
+}
+
+TEST(Files, CreatesDirectoriesToAnyDepthAndTwice) {
+    const TemporaryDirectory directory;
+    createDirectories(directory / "a/b/c/");
+    createDirectories(directory / "a/b/c");
+    createParentDirectory(directory / "a/d/file");
+    EXPECT_EQ(directory.list(), (std::vector<std::string>{"a/", "a/b/", "a/b/c/", "a/d/"}));
+}
+
+TEST(Files, ADirectoryWhereAFileStandsIsAnError) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "file", "x");
+    EXPECT_EQ(errorOf([&] { createDirectories(directory / "file"); }),
+              "create directory " + directory / "file: File exists");
+    EXPECT_EQ(errorOf([&] { createDirectories(directory / "file/below"); }),
+              "create directory " + directory / "file/below: Not a directory");
+}
+
+TEST(Files, NamesParentDirectories) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"/a/b/c", "/a/b"}, {"/a/b/", "/a"}, {"/a", "/"}, {"/", "/"},
+        {"a/b", "a"},       {"a", ""},       {"", ""},    {"/a//b", "/a"},
+    };
+    for (const auto& [path, parent] : rows) {
+        EXPECT_EQ(parentDirectory(path), parent) << path;
+    }
+}
+
+TEST(Files, StoreCreatesTheDirectoryFirst) {
+    const TemporaryDirectory directory;
+    store(directory / "State/record", "x");
+    EXPECT_EQ(readFile(directory / "State/record"), "x");
+    EXPECT_EQ(errorOf([&] { store(directory / "State/record/below", "x"); }),
+              "create " + directory / "State/record/below: Not a directory");
+}
+
+TEST(Files, RemovesAndSaysWhenThereIsNothing) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "file", "x");
+    remove(directory / "file");
+    EXPECT_FALSE(exists(directory / "file"));
+    try {
+        remove(directory / "file");
+        FAIL() << "removing a missing file must fail";
+    } catch (const Error& error) {
+        EXPECT_TRUE(error.isNoSuchFile());
+        EXPECT_EQ(error.what(), "remove " + directory / "file: No such file or directory");
+    }
+    removeIfPossible(directory / "file");
+}
+
+TEST(Files, TellsSizeAndExistence) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "file", "12345");
+    EXPECT_EQ(size(directory / "file"), 5);
+    EXPECT_EQ(size(directory / "missing"), std::nullopt);
+    EXPECT_TRUE(exists(directory / "file"));
+    EXPECT_TRUE(exists(directory.path()));
+    EXPECT_FALSE(exists(directory / "missing"));
+}
+
+TEST(Files, MovesOverAnExistingFileAndIgnoresFailures) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "from", "new");
+    writeFile(directory / "to", "old");
+    moveIfPossible(directory / "from", directory / "to");
+    EXPECT_EQ(readFile(directory / "to"), "new");
+    moveIfPossible(directory / "missing", directory / "to");
+    EXPECT_EQ(readFile(directory / "to"), "new");
+}
+
+TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
+    const TemporaryDirectory directory;
+    const std::string ended = std::to_string(endedProcess());
+    const std::string running = std::to_string(::getpid());
+    const std::vector<std::string> kept = {
+        ".record.unfinished-" + running + "-AbCdEf",  // somebody is writing it
+        ".record.unfinished-x-AbCdEf",
+        ".record.unfinished-",
+        ".record.unfinished-99999999999999999999-AbCdEf",
+        ".record.unfinished--1-AbCdEf",
+        "record.unfinished-" + ended + "-AbCdEf",  // not hidden, so not ours
+        "record",
+    };
+    for (const std::string& name : kept) {
+        writeFile(directory / name, "x");
+    }
+    writeFile(directory / ".record.unfinished-" + ended + "-AbCdEf", "x");
+    removeAbandonedFiles(directory.path());
+    removeAbandonedFiles(directory / "missing");
+    std::vector<std::string> expected = kept;
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(directory.list(), expected);
+}
+
+TEST(Files, AppendsWhereverTheEndIs) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "log";
+    EXPECT_FALSE(Appender::open(path).has_value());
+    writeFile(path, "12345");
+    Appender::create(path);  // keeps what is there
+    auto appender = Appender::open(path);
+    ASSERT_TRUE(appender.has_value());
+    EXPECT_EQ(appender->offset(), 5);
+    EXPECT_TRUE(appender->append("67"));
+    EXPECT_EQ(appender->offset(), 7);
+    ASSERT_EQ(::truncate(path.c_str(), 1), 0);  // somebody emptied it meanwhile
+    EXPECT_TRUE(appender->append("x"));
+    EXPECT_EQ(appender->offset(), 2);
+    EXPECT_EQ(readFile(path), "1x");
+}
+
+TEST(Files, AppendsToNothingButFiles) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(Appender::open(directory.path()).has_value());
+    EXPECT_FALSE(Appender::open(directory / "pipe").has_value());
+}
+
+}  // namespace
+}  // namespace tolvaran::files

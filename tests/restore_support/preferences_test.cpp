@@ -1,0 +1,67 @@
+#include "restore/support/preferences.hpp"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "simulator/simulator.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+
+TEST(Preferences, ReadsNumbersAndBooleansOnly) {
+    simulator::reset({{"preferences",
+                       {{"com.example",
+                         {{"number", 7},
+                          {"boolean", true},
+                          {"fraction", 1.5},
+                          {"text", "7"},
+                          {"list", json::array({7})}}}}}});
+    const std::size_t before = simulator::liveObjects();
+    {
+        const PreferenceDomain domain("com.example");
+        EXPECT_EQ(domain.integer("number"), 7);
+        EXPECT_EQ(domain.integer("boolean"), 1);
+        EXPECT_EQ(domain.integer("fraction"), 1);
+        EXPECT_EQ(domain.integer("text"), std::nullopt);
+        EXPECT_EQ(domain.integer("list"), std::nullopt);
+        EXPECT_EQ(domain.integer("missing"), std::nullopt);
+        EXPECT_EQ(PreferenceDomain("com.other").integer("number"), std::nullopt);
+    }
+    EXPECT_EQ(simulator::liveObjects(), before);
+}
+
+TEST(Preferences, WritesAndRemoves) {
+    simulator::reset({{"preferences", {{"global", {{"old", 1}, {"stays", 2}}}}}});
+    const std::size_t before = simulator::liveObjects();
+    {
+        const PreferenceDomain domain = PreferenceDomain::anyApplication();
+        domain.setInteger("number", -3);
+        domain.setBoolean("on", true);
+        domain.setBoolean("off", false);
+        domain.setInteger("old", std::nullopt);
+        domain.setBoolean("never there", std::nullopt);
+        EXPECT_TRUE(domain.synchronize());
+        EXPECT_TRUE(domain.synchronizeApplication());
+    }
+    EXPECT_EQ(simulator::liveObjects(), before);
+    EXPECT_EQ(simulator::machine()["preferences"]["global"],
+              (json{{"number", -3}, {"on", true}, {"off", false}, {"stays", 2}}));
+}
+
+TEST(Preferences, SaysWhenTheSystemRefusesToSynchronise) {
+    simulator::reset();
+    simulator::addFault({{"call", "CFPreferencesSynchronize"}, {"result", false}});
+    const PreferenceDomain domain("com.example");
+    EXPECT_FALSE(domain.synchronize());
+    EXPECT_TRUE(domain.synchronizeApplication());
+    simulator::clearFaults();
+    simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+    EXPECT_TRUE(domain.synchronize());
+    EXPECT_FALSE(domain.synchronizeApplication());
+}
+
+}  // namespace
+}  // namespace tolvaran
