@@ -17,7 +17,7 @@ using tests::HelperProcess;
 using Lines = std::vector<std::string>;
 
 TEST(RestoreCursorAssociation, ReassociatesOnEveryRun) {
-    HelperProcess process({{"cursorAssociated", false}});
+    HelperProcess process(json{{"cursorAssociated", false}});
     restoreCursorAssociation("safety-tick", std::nullopt);
     restoreCursorAssociation("safety-tick", std::nullopt);
     const std::string line = "info: restoreCursorAssociation [safety-tick]: re-associated cursor";
@@ -28,7 +28,7 @@ TEST(RestoreCursorAssociation, ReassociatesOnEveryRun) {
 }
 
 TEST(RestoreCursorAssociation, LogsTheErrorCode) {
-    HelperProcess process({{"cursorAssociated", false}});
+    HelperProcess process(json{{"cursorAssociated", false}});
     simulator::addFault({{"call", "CGAssociateMouseAndMouseCursorPosition"}, {"result", 1000}});
     restoreCursorAssociation("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{"warn: restoreCursorAssociation [cold-start]: "
@@ -38,8 +38,8 @@ TEST(RestoreCursorAssociation, LogsTheErrorCode) {
 
 TEST(RestoreCursorAssociation, LeavesTheCursorToARunningTolvaran) {
     HelperProcess process(
-        {{"cursorAssociated", false},
-         {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}});
+        json{{"cursorAssociated", false},
+             {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}});
     restoreCursorAssociation("safety-tick", 7);
     EXPECT_EQ(process.takeLog(), Lines{"debug: restoreCursorAssociation [safety-tick]: Tolvaran "
                                        "running (pid 812), skipping"});

@@ -71,7 +71,7 @@ TEST(RestoreDockAutoHide, WithoutAMarkerDoesNothing) {
 
 TEST(RestoreDockAutoHide, LeavesTheMarkerToARunningTolvaran) {
     HelperProcess process(
-        {{"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}});
+        json{{"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}});
     DockAutoHideOverride::markPending(true, process.state(marker));
     restoreDockAutoHide("safety-tick", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{"debug: restoreDockAutoHide [safety-tick]: Tolvaran running "
