@@ -1,0 +1,118 @@
+// The user's four hot corners as they stood before they were suppressed, so that they can be put
+// back exactly: the Dock's preferences, and the Dock's own live state where it can be read. Taken,
+// saved and restored by DockHotCornerOverride.
+//
+// What the action and modifier codes mean is the Dock's affair; this system stores, compares and
+// restores them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "restore/support/json.hpp"
+
+namespace tolvaran {
+
+inline constexpr std::size_t hotCornerCount = 4;
+
+/// One number for each corner: top-left, top-right, bottom-left, bottom-right.
+using HotCornerValues = std::vector<std::int64_t>;
+
+/// The action of one corner.
+struct HotCornerAction {
+    std::string corner;  // "tl", "tr", "bl" or "br"
+    std::int64_t action = 0;
+
+    bool operator==(const HotCornerAction&) const = default;
+};
+
+/// Numbers are held in 64 bits, but the Dock's own have 32, and so must these.
+struct DockHotCornerSnapshot {
+    // The Dock's preferences, such as "wvous-tl-corner"; none where a preference is not set or is
+    // no number.
+    std::optional<std::int64_t> tlCorner;
+    std::optional<std::int64_t> tlModifier;
+    std::optional<std::int64_t> trCorner;
+    std::optional<std::int64_t> trModifier;
+    std::optional<std::int64_t> blCorner;
+    std::optional<std::int64_t> blModifier;
+    std::optional<std::int64_t> brCorner;
+    std::optional<std::int64_t> brModifier;
+    // What the running Dock goes by: both or neither, of four elements each.
+    std::optional<HotCornerValues> liveActions;
+    std::optional<HotCornerValues> liveModifiers;
+
+    /// A snapshot with every field absent.
+    DockHotCornerSnapshot() = default;
+
+    /// Every field in order. Live lists that are no pair (see liveListsArePaired()) are dropped
+    /// without a word: the preferences alone can still be put back.
+    DockHotCornerSnapshot(
+        std::optional<std::int64_t> tlCorner, std::optional<std::int64_t> tlModifier,
+        std::optional<std::int64_t> trCorner, std::optional<std::int64_t> trModifier,
+        std::optional<std::int64_t> blCorner, std::optional<std::int64_t> blModifier,
+        std::optional<std::int64_t> brCorner, std::optional<std::int64_t> brModifier,
+        std::optional<HotCornerValues> liveActions, std::optional<HotCornerValues> liveModifiers);
+
+    bool operator==(const DockHotCornerSnapshot&) const = default;
+
+    /// Whether every preference field that is present fits in 32 signed bits.
+    bool preferencesFit() const;
+    /// Whether the live lists are both absent, or both have four elements of 32 signed bits.
+    bool liveListsArePaired() const;
+    /// Both of these: whether the snapshot may be saved and restored.
+    bool isValid() const { return preferencesFit() && liveListsArePaired(); }
+
+    /// The four actions to put back: the live ones, else the preferences with 1 (no action) for
+    /// an absent one.
+    HotCornerValues effectiveActions() const;
+    /// The four modifiers to put back: the live ones, else the preferences with 0 for an absent
+    /// one.
+    HotCornerValues effectiveModifiers() const;
+    /// effectiveActions() under the corners' names.
+    std::vector<HotCornerAction> cornerActions() const;
+    /// Whether any corner has an action that the main application cannot show.
+    bool hasUnsupportedAction() const;
+
+    /// Unlike the constructor, refuses what isValid() refuses.
+    /// @throws json::DecodingError
+    static DockHotCornerSnapshot fromJSON(const json::Value& value);
+    /// Absent fields are left out.
+    /// @throws json::EncodingError "hot-corner snapshot contains a value outside the Int32 range"
+    ///         unless isValid(), whichever of its rules is broken
+    json::Value toJSON() const;
+};
+
+/// One of the eight preference fields under its three names.
+struct HotCornerField {
+    const char* key;  // in the snapshot file
+    std::optional<std::int64_t> DockHotCornerSnapshot::*member;
+    const char* preference;  // in the Dock's preferences
+};
+
+/// The preference fields in the order in which they are read and written: corner by corner, the
+/// action before the modifier.
+inline constexpr std::array<HotCornerField, 2 * hotCornerCount> hotCornerFields = {{
+    {"tlCorner", &DockHotCornerSnapshot::tlCorner, "wvous-tl-corner"},
+    {"tlModifier", &DockHotCornerSnapshot::tlModifier, "wvous-tl-modifier"},
+    {"trCorner", &DockHotCornerSnapshot::trCorner, "wvous-tr-corner"},
+    {"trModifier", &DockHotCornerSnapshot::trModifier, "wvous-tr-modifier"},
+    {"blCorner", &DockHotCornerSnapshot::blCorner, "wvous-bl-corner"},
+    {"blModifier", &DockHotCornerSnapshot::blModifier, "wvous-bl-modifier"},
+    {"brCorner", &DockHotCornerSnapshot::brCorner, "wvous-br-corner"},
+    {"brModifier", &DockHotCornerSnapshot::brModifier, "wvous-br-modifier"},
+}};
+
+/// The field of one corner's action, and of its modifier.
+constexpr const HotCornerField& actionField(std::size_t corner) {
+    return hotCornerFields[2 * corner];
+}
+constexpr const HotCornerField& modifierField(std::size_t corner) {
+    return hotCornerFields[2 * corner + 1];
+}
+
+}  // namespace tolvaran

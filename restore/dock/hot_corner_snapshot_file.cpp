@@ -1,0 +1,69 @@
+#include "restore/dock/hot_corner_snapshot_file.hpp"
+
+#include <utility>
+
+#include "restore/paths/restore_log.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
+#include "restore/support/json.hpp"
+
+namespace tolvaran::DockHotCornerOverride {
+
+OverrideError::OverrideError(Case which, const std::string& description, std::string reason)
+    : std::runtime_error(description), which_(which), reason_(std::move(reason)) {}
+
+OverrideError OverrideError::syncFailed() {
+    return {Case::syncFailed, "could not sync com.apple.dock prefs after writing wvous-*-corner",
+            ""};
+}
+
+OverrideError OverrideError::persistenceFailed(const std::string& reason) {
+    return {Case::persistenceFailed, "could not persist hot-corner snapshot: " + reason, reason};
+}
+
+std::string defaultSnapshotPath() {
+    return TolvaranPaths::statePath("hot-corners-snapshot.json");
+}
+
+void saveSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path) {
+    try {
+        const std::string content = json::write(snapshot);
+        files::createParentDirectory(path);
+        files::writeAtomically(path, content);
+    } catch (const json::EncodingError& error) {
+        throw OverrideError::persistenceFailed(std::string("encode: ") + error.what());
+    } catch (const files::Error& error) {
+        throw OverrideError::persistenceFailed("write " + path + ": " + error.what());
+    }
+}
+
+void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path) {
+    try {
+        saveSnapshotOrThrow(snapshot, path);
+    } catch (const OverrideError&) {
+        // The older snapshot, if any, is still in place.
+    }
+}
+
+std::optional<DockHotCornerSnapshot> loadSnapshot(const std::string& path) {
+    const std::optional<std::string> content = files::read(path);
+    if (!content) {
+        return std::nullopt;
+    }
+    try {
+        return json::read<DockHotCornerSnapshot>(*content);
+    } catch (const json::DecodingError& error) {
+        RestoreLog::warn("hot-corner snapshot at " + path + " failed to decode: " + error.what());
+        return std::nullopt;
+    }
+}
+
+void deleteSnapshot(const std::string& path) {
+    files::removeIfPossible(path);
+}
+
+bool isPending(const std::string& path) {
+    return files::exists(path);
+}
+
+}  // namespace tolvaran::DockHotCornerOverride

@@ -1,0 +1,59 @@
+// The file that holds the hot-corner snapshot while the corners are suppressed. It is what a crash
+// leaves behind: the helper restores from it. Used by the leases and the restore step.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "restore/dock/dock_hot_corner_snapshot.hpp"
+
+namespace tolvaran::DockHotCornerOverride {
+
+/// Why the corners could not be suppressed; what() is the text that belongs to the reason.
+class OverrideError : public std::runtime_error {
+  public:
+    enum class Case {
+        syncFailed,         // the Dock did not take the suppression
+        persistenceFailed,  // there is no snapshot on disk, and so none to recover from
+    };
+
+    /// "could not sync com.apple.dock prefs after writing wvous-*-corner"
+    static OverrideError syncFailed();
+    /// "could not persist hot-corner snapshot: " and the reason
+    static OverrideError persistenceFailed(const std::string& reason);
+
+    Case which() const { return which_; }
+    /// The reason given to persistenceFailed(), empty for syncFailed().
+    const std::string& reason() const { return reason_; }
+
+  private:
+    OverrideError(Case which, const std::string& description, std::string reason);
+
+    Case which_;
+    std::string reason_;
+};
+
+/// "hot-corners-snapshot.json" in the state directory.
+std::string defaultSnapshotPath();
+
+/// Writes the snapshot, creating the directory.
+/// @throws OverrideError persistenceFailed, for the reason "encode: " and what is wrong with the
+///         snapshot, or "write " + path + ": " and the error of the directory or the file. The file
+///         is then left as it was.
+void saveSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path);
+
+/// The same; every failure is ignored.
+void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path);
+
+/// The snapshot in the file. None without a word when there is no readable file; none after logging
+/// through RestoreLog.warn "hot-corner snapshot at " + path + " failed to decode: " and why.
+std::optional<DockHotCornerSnapshot> loadSnapshot(const std::string& path);
+
+/// Removes the file; failures are ignored.
+void deleteSnapshot(const std::string& path);
+
+/// Whether a file exists at the path; its content is not examined.
+bool isPending(const std::string& path);
+
+}  // namespace tolvaran::DockHotCornerOverride
