@@ -2,10 +2,12 @@
 
 #include "helper/steps/restore_cursor_association.hpp"
 #include "helper/steps/restore_dock_auto_hide.hpp"
+#include "helper/steps/restore_hot_corners.hpp"
 
 namespace tolvaran {
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
+    restoreHotCorners(tag, exitedPID);
     restoreDockAutoHide(tag, exitedPID);
     restoreCursorAssociation(tag, exitedPID);
 }

@@ -1,0 +1,29 @@
+#include "helper/steps/restore_hot_corners.hpp"
+
+#include "helper/restore_step.hpp"
+#include "restore/dock/dock_hot_corner_override.hpp"
+#include "restore/dock/screen_saver_hot_corner_hold.hpp"
+
+namespace tolvaran {
+
+void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
+    const RestoreStep step("restoreHotCorners", tag);
+    if (step.mainAppIsRunning(exitedPID)) {
+        return;
+    }
+    // The hold comes first: it needs nothing but a notification, while the snapshot may fail and
+    // stay.
+    if (ScreenSaverHotCornerHold::recoverIfPending(ScreenSaverHotCornerHold::defaultMarkerPath())) {
+        step.log("info", "screen saver hold released");
+    }
+    const std::string snapshot = DockHotCornerOverride::defaultSnapshotPath();
+    if (!DockHotCornerOverride::isPending(snapshot)) {
+        return;
+    }
+    step.log("info", "applying snapshot");
+    if (DockHotCornerOverride::restoreIfPending(snapshot, DockHotCornerOverride::dockAppID)) {
+        step.log("info", "snapshot applied + deleted");
+    }
+}
+
+}  // namespace tolvaran
