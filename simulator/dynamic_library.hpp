@@ -17,4 +17,7 @@ namespace simulator {
 /// the program. Offering a name again replaces its function.
 void registerSymbol(const std::string& library, const std::string& name, void* function);
 
+/// Whether `name` is one of the two libraries or a symbol registered in one.
+bool isKnownToLibraries(const std::string& name);
+
 }  // namespace simulator

@@ -11,7 +11,8 @@ namespace simulator {
 
 /// Replaces the machine by the one that `mac` describes (the `mac` object of a scenario; keys left
 /// out have their defaults), puts the clock back to time 0 (virtual), empties the main queue, and
-/// clears calls, faults, notifications, observers and reconfiguration callbacks.
+/// clears calls, faults, notifications, observers and reconfiguration callbacks. The argument list
+/// and the bundles are again those of a helper in its usual place.
 /// @throws std::invalid_argument naming the key that is wrong
 void reset(const nlohmann::json& mac = nlohmann::json::object());
 
@@ -19,6 +20,8 @@ void reset(const nlohmann::json& mac = nlohmann::json::object());
 /// @throws std::invalid_argument naming the key that is wrong
 void addFault(const nlohmann::json& fault);
 void clearFaults();
+/// How many calls have met a fault since the last reset or clearFaults().
+std::size_t faultsMet();
 
 /// Merges any part of `mac` except `displays` into the machine, silently.
 void set(const nlohmann::json& mac);

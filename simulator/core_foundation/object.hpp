@@ -43,6 +43,9 @@ CFTypeRef create(CFTypeID type, std::unique_ptr<Value> value);
 /// simulator::liveObjects().
 CFTypeRef createConstant(CFTypeID type, std::unique_ptr<Value> value);
 
+/// Makes an object live for ever, like one from createConstant(). Its references stop counting.
+void makeConstant(CFTypeRef object);
+
 /// The value of an object; aborts in the name of `function` unless it is a live object of `type`.
 Value& valueOf(CFTypeRef object, CFTypeID type, std::string_view function);
 

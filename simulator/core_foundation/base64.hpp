@@ -1,0 +1,14 @@
+// Base64 with padding, for data in JSON.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace simulator::cf {
+
+std::string base64Encoded(std::string_view bytes);
+
+/// @throws std::invalid_argument when `text` is no padded base64
+std::string base64Decoded(std::string_view text);
+
+}  // namespace simulator::cf

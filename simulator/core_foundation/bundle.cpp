@@ -1,0 +1,111 @@
+// CFBundle and CFURL, as far as a process asks where its bundles lie. Bundles and the list of them
+// belong to the system; one that was handed out stays good when the paths change.
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "simulator/core_foundation/containers.hpp"
+#include "simulator/core_foundation/object.hpp"
+#include "simulator/recorder.hpp"
+#include "simulator/simulator.hpp"
+
+namespace simulator::cf {
+namespace {
+
+struct Place : Value {
+    explicit Place(std::string where) : path(std::move(where)) {}
+    bool equals(const Value& other) const override {
+        return path == static_cast<const Place&>(other).path;
+    }
+    CFHashCode hash() const override { return std::hash<std::string>()(path); }
+
+    std::string path;
+};
+
+const std::string& pathOf(CFTypeRef object, CFTypeID type, std::string_view function) {
+    return static_cast<Place&>(valueOf(object, type, function)).path;
+}
+
+std::vector<std::string>& paths() {
+    static std::vector<std::string> list;
+    return list;
+}
+
+CFBundleRef bundleAt(const std::string& path) {
+    static auto& known = *new std::map<std::string, CFTypeRef>;
+    CFTypeRef& bundle = known[path];
+    if (bundle == nullptr) {
+        bundle = createConstant(CFBundleGetTypeID(), std::make_unique<Place>(path));
+    }
+    return static_cast<CFBundleRef>(const_cast<void*>(bundle));
+}
+
+CFArrayRef bundlesAt(const std::vector<std::string>& paths) {
+    static auto& known = *new std::map<std::vector<std::string>, CFArrayRef>;
+    CFArrayRef& array = known[paths];
+    if (array == nullptr) {
+        std::vector<const void*> bundles;
+        bundles.reserve(paths.size());
+        for (const std::string& path : paths) {
+            bundles.push_back(bundleAt(path));
+        }
+        array = createArray(bundles);
+        makeConstant(array);
+    }
+    return array;
+}
+
+}  // namespace
+}  // namespace simulator::cf
+
+namespace cf = simulator::cf;
+
+void simulator::setBundlePaths(std::vector<std::string> paths) {
+    cf::paths() = std::move(paths);
+}
+
+CFTypeID CFBundleGetTypeID() {
+    static const CFTypeID type = cf::newType("CFBundle");
+    return type;
+}
+
+CFBundleRef CFBundleGetMainBundle() {
+    if (simulator::admit("CFBundleGetMainBundle").forcedResult || cf::paths().empty()) {
+        return nullptr;
+    }
+    return cf::bundleAt(cf::paths().front());
+}
+
+CFArrayRef CFBundleGetAllBundles() {
+    if (simulator::admit("CFBundleGetAllBundles").forcedResult) {
+        return nullptr;
+    }
+    return cf::bundlesAt(cf::paths());
+}
+
+CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) {
+    constexpr std::string_view function = "CFBundleCopyBundleURL";
+    const std::string& path = cf::pathOf(bundle, CFBundleGetTypeID(), function);
+    if (simulator::admit(function).forcedResult) {
+        return nullptr;
+    }
+    return static_cast<CFURLRef>(cf::create(CFURLGetTypeID(), std::make_unique<cf::Place>(path)));
+}
+
+CFTypeID CFURLGetTypeID() {
+    static const CFTypeID type = cf::newType("CFURL");
+    return type;
+}
+
+Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean, UInt8* buffer, CFIndex maxBufLen) {
+    constexpr std::string_view function = "CFURLGetFileSystemRepresentation";
+    const std::string& path = cf::pathOf(url, CFURLGetTypeID(), function);
+    const simulator::Verdict verdict = simulator::admit(function);
+    if (verdict.forcedResult || static_cast<CFIndex>(path.size()) >= maxBufLen) {
+        return verdict.resultOr(false);
+    }
+    std::memcpy(buffer, path.c_str(), path.size() + 1);
+    return true;
+}

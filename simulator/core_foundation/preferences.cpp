@@ -1,0 +1,96 @@
+// CFPreferences over the machine's preferences, which are those of the current user on any host.
+// Other users and the current host have none: reading there finds nothing, writing has no effect.
+// kCFPreferencesAnyApplication is the machine's domain "global".
+//
+// The list of calls shows writing and synchronising, with the names of domain, user and host as
+// they were given ("com.apple.dock", "kCFPreferencesAnyApplication").
+
+#include "simulator/core_foundation/json.hpp"
+#include "simulator/core_foundation/object.hpp"
+#include "simulator/machine.hpp"
+#include "simulator/recorder.hpp"
+
+const CFStringRef kCFPreferencesAnyApplication = CFSTR("kCFPreferencesAnyApplication");
+const CFStringRef kCFPreferencesCurrentApplication = CFSTR("kCFPreferencesCurrentApplication");
+const CFStringRef kCFPreferencesAnyHost = CFSTR("kCFPreferencesAnyHost");
+const CFStringRef kCFPreferencesCurrentHost = CFSTR("kCFPreferencesCurrentHost");
+const CFStringRef kCFPreferencesAnyUser = CFSTR("kCFPreferencesAnyUser");
+const CFStringRef kCFPreferencesCurrentUser = CFSTR("kCFPreferencesCurrentUser");
+
+namespace cf = simulator::cf;
+
+namespace {
+
+bool isSimulated(CFStringRef userName, CFStringRef hostName) {
+    return CFEqual(userName, kCFPreferencesCurrentUser) != 0 &&
+           CFEqual(hostName, kCFPreferencesAnyHost) != 0;
+}
+
+std::string domain(CFStringRef applicationID) {
+    return CFEqual(applicationID, kCFPreferencesAnyApplication) != 0 ? "global"
+                                                                     : cf::text(applicationID);
+}
+
+void store(const std::string& domainName, const std::string& key, const nlohmann::json& value) {
+    auto& preferences = simulator::mac().preferences;
+    if (!value.is_null()) {
+        preferences[domainName][key] = value;
+        return;
+    }
+    const auto found = preferences.find(domainName);
+    if (found != preferences.end()) {
+        found->second.erase(key);
+    }
+}
+
+}  // namespace
+
+CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef applicationID,
+                                         CFStringRef userName, CFStringRef hostName) {
+    const simulator::Verdict verdict = simulator::admit("CFPreferencesCopyValue");
+    if (verdict.forcedResult) {
+        return cf::createFromJson(*verdict.forcedResult);
+    }
+    if (!isSimulated(userName, hostName)) {
+        return nullptr;
+    }
+    const auto& preferences = simulator::mac().preferences;
+    const auto values = preferences.find(domain(applicationID));
+    if (values == preferences.end()) {
+        return nullptr;
+    }
+    const auto value = values->second.find(cf::text(key));
+    return value == values->second.end() ? nullptr : cf::createFromJson(value->second);
+}
+
+void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID,
+                           CFStringRef userName, CFStringRef hostName) {
+    constexpr std::string_view function = "CFPreferencesSetValue";
+    const nlohmann::json plain = cf::toJson(value);
+    if (value != nullptr && plain.is_null()) {
+        cf::misuse(function, "the value is no property list");
+    }
+    if (simulator::admit(function).performs && isSimulated(userName, hostName)) {
+        store(domain(applicationID), cf::text(key), plain);
+    }
+    simulator::record(
+        function,
+        {cf::text(key), plain, cf::text(applicationID), cf::text(userName), cf::text(hostName)},
+        nullptr);
+}
+
+Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
+                                 CFStringRef hostName) {
+    constexpr std::string_view function = "CFPreferencesSynchronize";
+    const bool result = simulator::admit(function).resultOr(true);
+    simulator::record(function, {cf::text(applicationID), cf::text(userName), cf::text(hostName)},
+                      result);
+    return result;
+}
+
+Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
+    constexpr std::string_view function = "CFPreferencesAppSynchronize";
+    const bool result = simulator::admit(function).resultOr(true);
+    simulator::record(function, nlohmann::json::array({cf::text(applicationID)}), result);
+    return result;
+}

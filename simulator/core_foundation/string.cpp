@@ -1,0 +1,196 @@
+// CFString: text as UTF-16, as its lengths and ranges count it.
+
+#include <map>
+
+#include "simulator/core_foundation/json.hpp"
+#include "simulator/core_foundation/object.hpp"
+#include "simulator/core_foundation/unicode.hpp"
+#include "simulator/recorder.hpp"
+
+namespace simulator::cf {
+namespace {
+
+struct String final : Value {
+    explicit String(std::u16string text) : units(std::move(text)) {}
+    bool equals(const Value& other) const override {
+        return units == static_cast<const String&>(other).units;
+    }
+    CFHashCode hash() const override { return std::hash<std::u16string>()(units); }
+
+    std::u16string units;
+};
+
+const std::u16string& units(CFStringRef string, std::string_view function) {
+    return static_cast<String&>(valueOf(string, CFStringGetTypeID(), function)).units;
+}
+
+CFStringRef createFromUnits(std::u16string units) {
+    return static_cast<CFStringRef>(
+        create(CFStringGetTypeID(), std::make_unique<String>(std::move(units))));
+}
+
+void requireEncoding(CFStringEncoding encoding, std::string_view function) {
+    if (encoding != kCFStringEncodingUTF8 && encoding != kCFStringEncodingASCII) {
+        misuse(function, "the simulator converts UTF-8 and ASCII only");
+    }
+}
+
+/// Null when the bytes do not make sense in the encoding.
+CFStringRef createFromBytes(std::string_view function, std::string_view bytes,
+                            CFStringEncoding encoding) {
+    requireEncoding(encoding, function);
+    const Verdict verdict = admit(function);
+    if (verdict.forcedResult) {
+        return nullptr;
+    }
+    if (encoding == kCFStringEncodingASCII) {
+        // Bytes above 0x7F stand for the code points of their values.
+        std::u16string text;
+        for (const char byte : bytes) {
+            text.push_back(static_cast<unsigned char>(byte));
+        }
+        return createFromUnits(std::move(text));
+    }
+    std::optional<std::u16string> text = utf16(bytes);
+    return text ? createFromUnits(std::move(*text)) : nullptr;
+}
+
+/// One code point in the encoding; empty when it has no form there.
+std::string encode(const std::optional<CodePoint>& point, CFStringEncoding encoding) {
+    if (!point || (encoding == kCFStringEncodingASCII && point->value > 0x7F)) {
+        return {};
+    }
+    return utf8(point->value);
+}
+
+struct Conversion {
+    std::size_t unitsConverted = 0;
+    std::string bytes;
+};
+
+/// Converts until the text ends, `limit` bytes are full, or something has no form and `lossByte`
+/// is 0.
+Conversion convert(std::u16string_view text, CFStringEncoding encoding, UInt8 lossByte,
+                   std::size_t limit) {
+    Conversion result;
+    while (result.unitsConverted < text.size()) {
+        const std::optional<CodePoint> point = codePoint(text, result.unitsConverted);
+        std::string bytes = encode(point, encoding);
+        if (bytes.empty() && lossByte != 0) {
+            bytes = static_cast<char>(lossByte);
+        }
+        if (bytes.empty() || result.bytes.size() + bytes.size() > limit) {
+            break;
+        }
+        result.bytes += bytes;
+        result.unitsConverted += point ? point->units : 1;
+    }
+    return result;
+}
+
+}  // namespace
+
+CFStringRef createString(std::string_view utf8) {
+    std::optional<std::u16string> text = utf16(utf8);
+    if (!text) {
+        misuse("createString", "the text is not valid UTF-8");
+    }
+    return createFromUnits(std::move(*text));
+}
+
+std::string text(CFStringRef string) {
+    const std::u16string& all = units(string, "text");
+    std::string bytes;
+    for (std::size_t at = 0; at < all.size();) {
+        const CodePoint point = codePoint(all, at).value_or(CodePoint{0xFFFD, 1});
+        bytes += utf8(point.value);
+        at += point.units;
+    }
+    return bytes;
+}
+
+}  // namespace simulator::cf
+
+namespace cf = simulator::cf;
+
+CFTypeID CFStringGetTypeID() {
+    static const CFTypeID type = cf::newType("CFString");
+    return type;
+}
+
+CFStringRef __CFStringMakeConstantString(const char* cStr) {
+    static auto& constants = *new std::map<std::string, CFStringRef>;
+    CFStringRef& constant = constants[cStr];
+    if (constant == nullptr) {
+        constant = static_cast<CFStringRef>(cf::createConstant(
+            CFStringGetTypeID(), std::make_unique<cf::String>(cf::utf16(cStr).value())));
+    }
+    return constant;
+}
+
+CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes,
+                                    CFStringEncoding encoding, Boolean isExternalRepresentation) {
+    std::string_view text(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(numBytes));
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (isExternalRepresentation != 0 && encoding == kCFStringEncodingUTF8 &&
+        text.substr(0, byteOrderMark.size()) == byteOrderMark) {
+        text.remove_prefix(byteOrderMark.size());
+    }
+    return cf::createFromBytes("CFStringCreateWithBytes", text, encoding);
+}
+
+CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* cStr, CFStringEncoding encoding) {
+    return cf::createFromBytes("CFStringCreateWithCString", cStr, encoding);
+}
+
+CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
+    return cf::createFromUnits(std::u16string(chars, chars + numChars));
+}
+
+CFIndex CFStringGetLength(CFStringRef theString) {
+    return static_cast<CFIndex>(cf::units(theString, "CFStringGetLength").size());
+}
+
+CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding encoding,
+                         UInt8 lossByte, Boolean, UInt8* buffer, CFIndex maxBufLen,
+                         CFIndex* usedBufLen) {
+    constexpr std::string_view function = "CFStringGetBytes";
+    const std::u16string_view all = cf::units(theString, function);
+    cf::requireEncoding(encoding, function);
+    const auto start = static_cast<std::size_t>(range.location);
+    const auto length = static_cast<std::size_t>(range.length);
+    if (range.location < 0 || range.length < 0 || start > all.size() ||
+        length > all.size() - start) {
+        cf::misuse(function, "the range is outside the string");
+    }
+    const std::size_t limit =
+        buffer == nullptr ? std::string::npos : static_cast<std::size_t>(maxBufLen);
+    const cf::Conversion result = cf::convert(all.substr(start, length), encoding, lossByte, limit);
+    if (buffer != nullptr) {
+        result.bytes.copy(reinterpret_cast<char*>(buffer), result.bytes.size());
+    }
+    if (usedBufLen != nullptr) {
+        *usedBufLen = static_cast<CFIndex>(result.bytes.size());
+    }
+    return static_cast<CFIndex>(result.unitsConverted);
+}
+
+Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize,
+                           CFStringEncoding encoding) {
+    constexpr std::string_view function = "CFStringGetCString";
+    const std::u16string& all = cf::units(theString, function);
+    cf::requireEncoding(encoding, function);
+    const cf::Conversion result = cf::convert(all, encoding, 0, std::string::npos);
+    if (result.unitsConverted != all.size() ||
+        static_cast<CFIndex>(result.bytes.size()) >= bufferSize) {
+        return false;
+    }
+    result.bytes.copy(buffer, result.bytes.size());
+    buffer[result.bytes.size()] = '\0';
+    return true;
+}
+
+CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
+    cf::requireEncoding(encoding, "CFStringGetMaximumSizeForEncoding");
+    return encoding == kCFStringEncodingUTF8 ? length * 3 : length;
+}

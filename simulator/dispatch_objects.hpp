@@ -1,0 +1,11 @@
+// What simulator::liveObjects() needs of dispatch.
+#pragma once
+
+#include <cstddef>
+
+namespace simulator {
+
+/// Sources not yet released.
+std::size_t liveDispatchObjects();
+
+}  // namespace simulator

@@ -1,0 +1,17 @@
+// The recorder's side towards the rest of the simulator: reading faults, and what reset clears.
+#pragma once
+
+#include "simulator/json_reader.hpp"
+
+namespace simulator {
+
+/// Adds the fault that stands at this place of a document.
+/// @throws std::invalid_argument naming the key that is wrong
+void addFault(const JsonReader& fault);
+
+/// Whether any fault is set; without one, no call need be looked at closely.
+bool faultsAreSet();
+
+void forgetCalls();
+
+}  // namespace simulator

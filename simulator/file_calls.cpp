@@ -1,0 +1,315 @@
+#include "simulator/file_calls.hpp"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "simulator/clock.hpp"
+#include "simulator/errno_names.hpp"
+#include "simulator/event_loop.hpp"
+#include "simulator/faults.hpp"
+#include "simulator/host_calls.hpp"
+#include "simulator/processes.hpp"
+#include "simulator/recorder.hpp"
+
+namespace simulator {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr pid_t ownVirtualPID = 501;
+
+constexpr std::array redirected{
+    "access",   "chmod",     "close",  "closedir", "fchmod", "fcntl",   "fstat",
+    "fsync",    "ftruncate", "kill",   "link",     "lseek",  "lstat",   "mkdir",
+    "mkostemp", "nanosleep", "open",   "opendir",  "read",   "readdir", "rename",
+    "rmdir",    "stat",      "unlink", "write",
+};
+
+struct State {
+    std::vector<std::string> exposed;
+    StandardErrorSink standardError;
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+bool isBelow(const fs::path& path, const fs::path& directory) {
+    const fs::path top = (directory / "").lexically_normal().parent_path();
+    return std::mismatch(top.begin(), top.end(), path.begin(), path.end()).first == top.end();
+}
+
+bool isExposed(const fs::path& place) {
+    const fs::path path = fs::absolute(place).lexically_normal();
+    for (const char* const variable : {"TOLVARAN_APPLICATION_SUPPORT_DIR", "TOLVARAN_LOGS_DIR"}) {
+        const char* const directory = std::getenv(variable);
+        if (directory != nullptr && *directory != '\0' && isBelow(path, directory)) {
+            return true;
+        }
+    }
+    return std::any_of(state().exposed.begin(), state().exposed.end(),
+                       [&](const std::string& directory) { return isBelow(path, directory); });
+}
+
+// Whether faults may meet a call, by what it is about. None is set in nearly every call.
+
+bool isSubject(const char* path) {
+    return faultsAreSet() && path != nullptr && isExposed(path);
+}
+
+bool isSubject(int descriptor) {
+    if (!faultsAreSet()) {
+        return false;
+    }
+    std::error_code error;
+    const fs::path path = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
+    return !error && path.is_absolute() && isExposed(path);
+}
+
+bool isSubject(DIR* directory) {
+    return faultsAreSet() && isSubject(dirfd(directory));
+}
+
+/// Sets errno as a fault's result says.
+void setError(const nlohmann::json& result) {
+    if (result.is_string()) {
+        errno = errorCode(result.get<std::string>()).value_or(EIO);
+    } else {
+        errno = result.is_number() ? result.get<int>() : EIO;
+    }
+}
+
+/// One redirected call. `failed` is what it returns when it fails, `idle()` when a fault makes it
+/// report success without doing anything.
+template <typename Result, typename Idle, typename Body>
+Result call(std::string_view function, bool subject, Result failed, Idle idle, Body body) {
+    if (!subject) {
+        return body();
+    }
+    const int error = errno;
+    const Verdict verdict = admit(function);
+    if (!verdict.forcedResult) {
+        errno = error;
+        return verdict.performs ? body() : idle();
+    }
+    if (verdict.performs) {
+        body();
+    }
+    setError(*verdict.forcedResult);
+    return failed;
+}
+
+template <typename Body>
+int call(std::string_view function, bool subject, Body body) {
+    return call<int>(
+        function, subject, -1, [] { return 0; }, body);
+}
+
+int openNothing() {
+    return __real_open("/dev/null", O_RDWR | O_CLOEXEC);
+}
+
+int flushOrControl(int descriptor, int command, long argument) {
+    const bool flushes = command == F_FULLFSYNC || command == F_BARRIERFSYNC;
+    return flushes ? __real_fsync(descriptor) : __real_fcntl(descriptor, command, argument);
+}
+
+int signalProcess(pid_t pid, int signal) {
+    if (!clock::isVirtual()) {
+        return __real_kill(pid, signal);
+    }
+    const bool exists = pid == ownVirtualPID || isAlive(pid);
+    if (exists && signal == 0) {
+        return 0;
+    }
+    errno = exists ? EPERM : ESRCH;
+    return -1;
+}
+
+ssize_t writeSomewhere(int descriptor, const void* buffer, size_t size) {
+    if (descriptor == STDERR_FILENO && state().standardError &&
+        !state().standardError({static_cast<const char*>(buffer), size})) {
+        return static_cast<ssize_t>(size);
+    }
+    return __real_write(descriptor, buffer, size);
+}
+
+}  // namespace
+
+void exposeToFaults(const std::string& directory) {
+    state().exposed.push_back(fs::absolute(directory).lexically_normal());
+}
+
+bool isFileCall(const std::string& function) {
+    return std::find(redirected.begin(), redirected.end(), function) != redirected.end();
+}
+
+void setStandardErrorSink(StandardErrorSink sink) {
+    state().standardError = std::move(sink);
+}
+
+void clearFileCalls() {
+    state().exposed.clear();
+}
+
+}  // namespace simulator
+
+using simulator::call;
+using simulator::isSubject;
+
+// What stands here is exactly what the linker redirects (redirected_calls.cmake).
+extern "C" {
+
+int __wrap_access(const char* path, int mode) {
+    return call("access", isSubject(path), [=] { return __real_access(path, mode); });
+}
+
+int __wrap_chmod(const char* path, mode_t mode) {
+    return call("chmod", isSubject(path), [=] { return __real_chmod(path, mode); });
+}
+
+int __wrap_close(int descriptor) {
+    return call("close", isSubject(descriptor), [=] { return __real_close(descriptor); });
+}
+
+int __wrap_closedir(DIR* directory) {
+    return call("closedir", isSubject(directory), [=] { return __real_closedir(directory); });
+}
+
+int __wrap_fchmod(int descriptor, mode_t mode) {
+    return call("fchmod", isSubject(descriptor), [=] { return __real_fchmod(descriptor, mode); });
+}
+
+int __wrap_fcntl(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return call("fcntl", isSubject(descriptor),
+                [=] { return simulator::flushOrControl(descriptor, command, argument); });
+}
+
+int __wrap_fstat(int descriptor, struct stat* result) {
+    return call("fstat", isSubject(descriptor), [=] { return __real_fstat(descriptor, result); });
+}
+
+int __wrap_fsync(int descriptor) {
+    return call("fsync", isSubject(descriptor), [=] { return __real_fsync(descriptor); });
+}
+
+int __wrap_ftruncate(int descriptor, off_t length) {
+    return call("ftruncate", isSubject(descriptor),
+                [=] { return __real_ftruncate(descriptor, length); });
+}
+
+pid_t __wrap_getpid() {
+    return simulator::admit("getpid").resultOr(
+        simulator::clock::isVirtual() ? simulator::ownVirtualPID : __real_getpid());
+}
+
+int __wrap_kill(pid_t pid, int signal) {
+    return call("kill", simulator::faultsAreSet(),
+                [=] { return simulator::signalProcess(pid, signal); });
+}
+
+int __wrap_link(const char* from, const char* to) {
+    return call("link", isSubject(from), [=] { return __real_link(from, to); });
+}
+
+off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
+    return call<off_t>(
+        "lseek", isSubject(descriptor), -1, [] { return 0; },
+        [=] { return __real_lseek(descriptor, offset, whence); });
+}
+
+int __wrap_lstat(const char* path, struct stat* result) {
+    return call("lstat", isSubject(path), [=] { return __real_lstat(path, result); });
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+    return call("mkdir", isSubject(path), [=] { return __real_mkdir(path, mode); });
+}
+
+int __wrap_mkostemp(char* path, int flags) {
+    return call<int>("mkostemp", isSubject(path), -1, simulator::openNothing,
+                     [=] { return __real_mkostemp(path, flags); });
+}
+
+int __wrap_nanosleep(const timespec* duration, timespec* remaining) {
+    return call("nanosleep", simulator::faultsAreSet(), [=] {
+        using namespace simulator;
+        if (duration->tv_sec < 0 || duration->tv_nsec < 0 || duration->tv_nsec >= clock::second) {
+            errno = EINVAL;
+            return -1;
+        }
+        sleepUntil(clock::now() + duration->tv_sec * clock::second + duration->tv_nsec);
+        if (remaining != nullptr) {
+            *remaining = {};
+        }
+        return 0;
+    });
+}
+
+int __wrap_open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    return call<int>("open", isSubject(path), -1, simulator::openNothing,
+                     [=] { return __real_open(path, flags, mode); });
+}
+
+DIR* __wrap_opendir(const char* path) {
+    return call<DIR*>(
+        "opendir", isSubject(path), nullptr, [] { return nullptr; },
+        [=] { return __real_opendir(path); });
+}
+
+ssize_t __wrap_read(int descriptor, void* buffer, size_t size) {
+    return call<ssize_t>(
+        "read", isSubject(descriptor), -1, [] { return 0; },
+        [=] { return __real_read(descriptor, buffer, size); });
+}
+
+dirent* __wrap_readdir(DIR* directory) {
+    return call<dirent*>(
+        "readdir", isSubject(directory), nullptr, [] { return nullptr; },
+        [=] { return __real_readdir(directory); });
+}
+
+int __wrap_rename(const char* from, const char* to) {
+    return call("rename", isSubject(from) || isSubject(to),
+                [=] { return __real_rename(from, to); });
+}
+
+int __wrap_rmdir(const char* path) {
+    return call("rmdir", isSubject(path), [=] { return __real_rmdir(path); });
+}
+
+int __wrap_stat(const char* path, struct stat* result) {
+    return call("stat", isSubject(path), [=] { return __real_stat(path, result); });
+}
+
+int __wrap_unlink(const char* path) {
+    return call("unlink", isSubject(path), [=] { return __real_unlink(path); });
+}
+
+ssize_t __wrap_write(int descriptor, const void* buffer, size_t size) {
+    return call<ssize_t>(
+        "write", isSubject(descriptor), -1, [=] { return static_cast<ssize_t>(size); },
+        [=] { return simulator::writeSomewhere(descriptor, buffer, size); });
+}
+
+}  // extern "C"

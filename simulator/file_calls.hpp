@@ -1,0 +1,41 @@
+// The host's functions that the linker redirects to the simulator: the clock's nanosleep, the
+// process's getpid and kill, and the file calls. file_calls.cpp has the table.
+//
+// Faults on file calls are for the system under test and for nobody else. They meet only calls
+// about paths below the application-support and log directories (the environment variables
+// TOLVARAN_APPLICATION_SUPPORT_DIR and TOLVARAN_LOGS_DIR) and below directories that a test
+// exposes, and calls on descriptors opened there. A fault's result is the name or number of the
+// error with which the call fails. With `"effect": false` alone the call reports success and does
+// nothing: a write has written everything, a read is at the end of the file, and what would open
+// something opens nothing (/dev/null, or no directory).
+//
+// What a test or the simulator does through the C++ library (std::ifstream, std::filesystem) goes
+// to the host directly; the simulator's own direct calls use host_calls.hpp.
+//
+// With the virtual clock getpid() is always the same, and kill() knows that process and those of
+// the running applications: it finds them with signal 0 and refuses (EPERM) to do anything else.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+/// Lets faults on file calls meet everything below this directory too, until the next reset.
+void exposeToFaults(const std::string& directory);
+
+/// Whether faults on this function are faults on a redirected call.
+bool isFileCall(const std::string& function);
+
+/// Takes what the process writes to standard error.
+/// @return whether it is to be written to the host's standard error as well
+using StandardErrorSink = std::function<bool(std::string_view text)>;
+
+/// Sets the sink; empty for none. A reset keeps it.
+void setStandardErrorSink(StandardErrorSink sink);
+
+/// Forgets the exposed directories; part of simulator::reset().
+void clearFileCalls();
+
+}  // namespace simulator

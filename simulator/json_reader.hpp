@@ -1,0 +1,69 @@
+// Strict reading of JSON written by hand: the machine, timeline events, faults, scenario files. A
+// reader knows where its value stands, so that every error names the key, such as
+// "mac.displays[1].frame: must be a list of 4 numbers".
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace simulator {
+
+/// Every function that cannot do what its name says throws std::invalid_argument with the value's
+/// path and what is wrong with it. A reader refers to the value and must not outlive it.
+class JsonReader {
+  public:
+    /// @param path where the value stands; empty for a whole document
+    JsonReader(const nlohmann::json& value, std::string path)
+        : value_(value), path_(std::move(path)) {}
+
+    const nlohmann::json& value() const { return value_; }
+    const std::string& path() const { return path_; }
+    bool isNull() const { return value_.is_null(); }
+
+    [[noreturn]] void fail(const std::string& what) const;
+
+    // Objects.
+
+    /// Fails unless the value is an object with no key but these.
+    void requireKeys(std::initializer_list<std::string_view> known) const;
+    /// The value under a key; none when the key is missing.
+    std::optional<JsonReader> find(const std::string& key) const;
+    /// The value under a key; fails when the key is missing.
+    JsonReader at(const std::string& key) const;
+    /// All entries, in key order.
+    std::vector<std::pair<std::string, JsonReader>> entries() const;
+
+    // Lists.
+
+    std::vector<JsonReader> elements() const;
+    /// Fails unless there are exactly `count`.
+    std::vector<JsonReader> elements(std::size_t count) const;
+
+    // Single values. A boolean is no number and a number no boolean; a whole number may be written
+    // with a fraction of 0.
+
+    bool boolean() const;
+    double number() const;
+    std::string text() const;
+    template <typename Integer>
+    Integer integer(Integer least = std::numeric_limits<Integer>::min()) const {
+        return static_cast<Integer>(
+            integerBetween(static_cast<std::int64_t>(least),
+                           static_cast<std::int64_t>(std::numeric_limits<Integer>::max())));
+    }
+
+  private:
+    std::int64_t integerBetween(std::int64_t least, std::int64_t greatest) const;
+
+    const nlohmann::json& value_;
+    std::string path_;
+};
+
+}  // namespace simulator

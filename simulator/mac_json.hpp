@@ -1,0 +1,31 @@
+// The machine's JSON form, the `mac` object of a scenario: reading it strictly and writing it with
+// every key.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "simulator/json_reader.hpp"
+#include "simulator/machine.hpp"
+
+namespace simulator {
+
+/// The machine that a `mac` object describes; keys left out have their defaults.
+/// @throws std::invalid_argument naming the key that is wrong
+Machine readMachine(const JsonReader& mac);
+
+/// `machine` with every key of `mac` except `displays` set: objects key by key, with null removing
+/// a preference; lists and single values as wholes.
+/// @throws std::invalid_argument naming the key that is wrong
+Machine mergedMachine(Machine machine, const JsonReader& mac);
+
+/// One element of `displays`.
+/// @throws std::invalid_argument naming the key that is wrong
+Display readDisplay(const JsonReader& display);
+
+/// A `launch` event's argument and an element of `applications` share these keys.
+std::optional<std::string> readBundle(const JsonReader& application);
+std::int32_t readPID(const JsonReader& pid);
+
+nlohmann::json writeMachine(const Machine& machine);
+
+}  // namespace simulator

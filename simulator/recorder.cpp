@@ -1,0 +1,123 @@
+#include "simulator/recorder.hpp"
+
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "simulator/clock.hpp"
+#include "simulator/errno_names.hpp"
+#include "simulator/faults.hpp"
+#include "simulator/file_calls.hpp"
+#include "simulator/simulator.hpp"
+
+namespace simulator {
+namespace {
+
+using nlohmann::json;
+
+struct Fault {
+    std::string call;
+    std::int64_t skip = 0;
+    std::int64_t times = std::numeric_limits<std::int64_t>::max();
+    Verdict verdict;
+    std::int64_t callsSeen = 0;
+};
+
+struct State {
+    std::vector<Fault> faults;
+    std::size_t faultsMet = 0;
+    json calls = json::array();
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+void requireResult(const JsonReader& result, const std::string& call) {
+    if (isFileCall(call) && result.value().is_string() && !errorCode(result.text())) {
+        result.fail("is no name of an error that the simulator knows");
+    }
+}
+
+Fault readFault(const JsonReader& fault) {
+    fault.requireKeys({"call", "result", "skip", "times", "effect", "delayReads"});
+    Fault read;
+    read.call = fault.at("call").text();
+    const auto result = fault.find("result");
+    const auto effect = fault.find("effect");
+    const auto delay = fault.find("delayReads");
+    if (!result && !effect && !delay) {
+        fault.fail("must have a result, an effect or delayReads");
+    }
+    if (result) {
+        requireResult(*result, read.call);
+        read.verdict.forcedResult = result->value();
+    }
+    read.verdict.performs = effect ? effect->boolean() : !result;
+    read.verdict.delayReads = delay ? delay->integer<std::int64_t>(0) : 0;
+    if (const auto skip = fault.find("skip")) {
+        read.skip = skip->integer<std::int64_t>(0);
+    }
+    if (const auto times = fault.find("times")) {
+        read.times = times->integer<std::int64_t>(0);
+    }
+    return read;
+}
+
+}  // namespace
+
+Verdict admit(std::string_view function) {
+    Verdict verdict;
+    bool met = false;
+    for (Fault& fault : state().faults) {
+        if (fault.call == function) {
+            const std::int64_t call = fault.callsSeen++;
+            if (!met && call >= fault.skip && call - fault.skip < fault.times) {
+                met = true;
+                verdict = fault.verdict;
+            }
+        }
+    }
+    state().faultsMet += met ? 1 : 0;
+    return verdict;
+}
+
+void record(std::string_view function, json args, json result) {
+    state().calls.push_back({{"at", clock::seconds()},
+                             {"call", function},
+                             {"args", std::move(args)},
+                             {"result", std::move(result)}});
+}
+
+void addFault(const JsonReader& fault) {
+    state().faults.push_back(readFault(fault));
+}
+
+void addFault(const json& fault) {
+    addFault(JsonReader(fault, ""));
+}
+
+void clearFaults() {
+    state().faults.clear();
+    state().faultsMet = 0;
+}
+
+std::size_t faultsMet() {
+    return state().faultsMet;
+}
+
+bool faultsAreSet() {
+    return !state().faults.empty();
+}
+
+json calls() {
+    return state().calls;
+}
+
+void forgetCalls() {
+    state().calls = json::array();
+}
+
+}  // namespace simulator

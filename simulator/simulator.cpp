@@ -1,0 +1,77 @@
+#include "simulator/simulator.hpp"
+
+#include "simulator/clock.hpp"
+#include "simulator/core_foundation/object.hpp"
+#include "simulator/core_foundation/uuid.hpp"
+#include "simulator/devices/devices.hpp"
+#include "simulator/dispatch_objects.hpp"
+#include "simulator/event_loop.hpp"
+#include "simulator/faults.hpp"
+#include "simulator/file_calls.hpp"
+#include "simulator/mac_json.hpp"
+#include "simulator/machine.hpp"
+#include "simulator/notifications.hpp"
+#include "simulator/processes.hpp"
+#include "simulator/timeline.hpp"
+#include "simulator/workspace_events.hpp"
+
+namespace simulator {
+
+Machine& mac() {
+    static Machine& machine = *new Machine;
+    return machine;
+}
+
+Display* findDisplay(CGDirectDisplayID id) {
+    for (Display& display : mac().displays) {
+        if (display.id == id) {
+            return &display;
+        }
+    }
+    return nullptr;
+}
+
+void reset(const nlohmann::json& machine) {
+    devices::registerPrivateSymbols();
+    Machine next = readMachine(JsonReader(machine, ""));
+    clearProcesses();
+    clearWorkspace();
+    clearEventLoop();
+    devices::reset();
+    forgetProcessNames();
+    forgetNotifications();
+    forgetCalls();
+    clearFaults();
+    clearFileCalls();
+    cf::restartUUIDs();
+    clock::restart(clock::Kind::virtualTime);
+    setArguments({"tolvaran_helper"});
+    setBundlePaths({"/Applications/Tolvaran.app/Contents/Helpers"});
+    mac() = std::move(next);
+}
+
+void set(const nlohmann::json& part) {
+    mac() = mergedMachine(mac(), JsonReader(part, ""));
+}
+
+nlohmann::json machine() {
+    return writeMachine(mac());
+}
+
+std::size_t liveObjects() {
+    return cf::liveObjects() + liveDispatchObjects() + devices::liveRegistryObjects();
+}
+
+void perform(const nlohmann::json& event) {
+    readEvent(JsonReader(event, ""))();
+}
+
+void advance(double seconds) {
+    runUntil(clock::now() + clock::fromSeconds(seconds));
+}
+
+double now() {
+    return clock::seconds();
+}
+
+}  // namespace simulator

@@ -1,0 +1,119 @@
+// The workspace and the shared application of the simulated Mac, behind helper/workspace.hpp.
+
+#include "helper/workspace.hpp"
+
+#include <algorithm>
+#include <list>
+
+#include "simulator/event_loop.hpp"
+#include "simulator/recorder.hpp"
+#include "simulator/workspace_events.hpp"
+
+namespace simulator {
+namespace {
+
+using tolvaran::workspace::ApplicationHandler;
+using tolvaran::workspace::Observation;
+using tolvaran::workspace::RunningApplication;
+
+// Observers, in the order of registration. Each list holds them weakly: an observer is its token,
+// and a notification still on its way to one that is gone reaches nobody.
+using Observers = std::list<std::weak_ptr<ApplicationHandler>>;
+
+struct State {
+    Observers launches;
+    Observers terminations;
+    Observers wakes;
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+std::optional<RunningApplication> running(const std::optional<Application>& application) {
+    if (!application) {
+        return std::nullopt;
+    }
+    return RunningApplication{application->bundle, application->pid, application->terminated};
+}
+
+void post(Observers& observers, const std::optional<Application>& application) {
+    observers.remove_if([](const auto& observer) { return observer.expired(); });
+    for (const auto& observer : observers) {
+        onMainQueue([observer, about = running(application)] {
+            if (const auto handler = observer.lock()) {
+                (*handler)(about);
+            }
+        });
+    }
+}
+
+Observation observe(std::string_view function, Observers& observers, ApplicationHandler handler) {
+    auto token = std::make_shared<ApplicationHandler>(std::move(handler));
+    if (admit(function).performs) {
+        observers.push_back(token);
+    }
+    return Observation(std::move(token));
+}
+
+}  // namespace
+
+void postLaunch(const std::optional<Application>& application) {
+    post(state().launches, application);
+}
+
+void postTermination(const std::optional<Application>& application) {
+    post(state().terminations, application);
+}
+
+void postWake() {
+    post(state().wakes, std::nullopt);
+}
+
+void clearWorkspace() {
+    state() = {};
+}
+
+}  // namespace simulator
+
+namespace tolvaran::workspace {
+
+std::vector<RunningApplication> runningApplications() {
+    const auto& applications = simulator::mac().applications;
+    std::vector<RunningApplication> list;
+    if (!simulator::admit("runningApplications").performs) {
+        return list;
+    }
+    std::transform(
+        applications.begin(), applications.end(), std::back_inserter(list),
+        [](const simulator::Application& application) { return *simulator::running(application); });
+    return list;
+}
+
+Observation observeLaunches(ApplicationHandler handler) {
+    return simulator::observe("observeLaunches", simulator::state().launches, std::move(handler));
+}
+
+Observation observeTerminations(ApplicationHandler handler) {
+    return simulator::observe("observeTerminations", simulator::state().terminations,
+                              std::move(handler));
+}
+
+Observation observeWakes(std::function<void()> handler) {
+    return simulator::observe("observeWakes", simulator::state().wakes,
+                              [handler = std::move(handler)](const auto&) { handler(); });
+}
+
+void prohibitActivation() {
+    constexpr const char* function = "setActivationPolicy";
+    constexpr int prohibited = 2;
+    const bool result = simulator::admit(function).resultOr(true);
+    simulator::record(function, nlohmann::json::array({prohibited}), result);
+}
+
+void runEventLoop() {
+    simulator::runUntil(simulator::endOfRun());
+}
+
+}  // namespace tolvaran::workspace
