@@ -8,6 +8,8 @@ namespace simulator {
 /// Adds the fault that stands at this place of a document.
 /// @throws std::invalid_argument naming the key that is wrong
 void addFault(const JsonReader& fault);
+/// Throws the same, but adds nothing.
+void checkFault(const JsonReader& fault);
 
 /// Whether any fault is set; without one, no call need be looked at closely.
 bool faultsAreSet();

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "simulator/readable_text.hpp"
+
 namespace simulator {
 namespace {
 
@@ -27,10 +29,7 @@ nlohmann::json contentOf(const fs::path& path) {
     if (!parsed.is_discarded()) {
         return parsed;
     }
-    // Through the writer's replacement of what is no UTF-8, so that the result can be written.
-    const std::string text =
-        nlohmann::json(bytes).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    return nlohmann::json::parse(text);
+    return readableText(bytes);
 }
 
 }  // namespace
@@ -73,7 +72,8 @@ nlohmann::json stateFiles(const std::string& except) {
         if (entry->is_directory() && entry->path() == fs::path(except)) {
             entry.disable_recursion_pending();
         } else if (entry->is_regular_file()) {
-            files[entry->path().lexically_relative(directory).string()] = contentOf(entry->path());
+            files[readableText(entry->path().lexically_relative(directory).string())] =
+                contentOf(entry->path());
         }
     }
     return files;

@@ -95,6 +95,10 @@ void addFault(const JsonReader& fault) {
     state().faults.push_back(readFault(fault));
 }
 
+void checkFault(const JsonReader& fault) {
+    readFault(fault);
+}
+
 void addFault(const json& fault) {
     addFault(JsonReader(fault, ""));
 }

@@ -6,9 +6,16 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 #include <string_view>
 
 namespace simulator {
+
+/// A fault's result is not of the type that its function returns.
+class FaultError : public std::invalid_argument {
+  public:
+    using std::invalid_argument::invalid_argument;
+};
 
 /// What a fault makes of one call. Without a fault: performs, and no forced result.
 struct Verdict {
@@ -17,9 +24,14 @@ struct Verdict {
     std::int64_t delayReads = 0;  // how many read-backs the new value stays hidden from
 
     /// The forced result as the function's own type, or `own` where nothing is forced.
+    /// @throws FaultError when the forced result is of another type
     template <typename Result>
     Result resultOr(Result own) const {
-        return forcedResult ? forcedResult->get<Result>() : own;
+        try {
+            return forcedResult ? forcedResult->get<Result>() : own;
+        } catch (const nlohmann::json::exception& error) {
+            throw FaultError(error.what());
+        }
     }
 };
 

@@ -25,9 +25,7 @@ std::map<std::string, pid_t>& processNames() {
 /// A reader's value may be gone by the time of the event; its path is what errors need.
 struct Place {
     explicit Place(const JsonReader& reader) : path(reader.path()) {}
-    [[noreturn]] void fail(const std::string& what) const {
-        throw std::invalid_argument(path + ": " + what);
-    }
+    [[noreturn]] void fail(const std::string& what) const { throw EventError(path + ": " + what); }
 
     std::string path;
 };

@@ -3,14 +3,20 @@
 #pragma once
 
 #include <functional>
+#include <stdexcept>
 
 #include "simulator/json_reader.hpp"
 
 namespace simulator {
 
-/// What an event does to the machine and to the files when it is performed, which throws
-/// std::invalid_argument naming the key when the machine does not let it happen (no such process,
-/// display or name).
+/// An event of correct form that the machine does not let happen: no such process, display, name
+/// or file. what() names the key.
+class EventError : public std::invalid_argument {
+  public:
+    using std::invalid_argument::invalid_argument;
+};
+
+/// What an event does to the machine and to the files when it is performed. Throws EventError.
 using Event = std::function<void()>;
 
 /// Reads {EVENT: ARGUMENT}; a key `at` is passed over.

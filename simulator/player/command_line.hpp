@@ -1,0 +1,20 @@
+// The program tolvaran_simulator, apart from its main function.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+/// Plays the scenario that the arguments name, and reports.
+/// @param arguments without the program's name
+/// @param out takes the summary or the result, and nothing else
+/// @param errors takes one line for each failed expectation, or the one line that says what is
+///        wrong with the scenario or the arguments
+/// @return the exit status: 0 when everything expected held, 1 when an expectation failed, 2 when
+///         there is no such scenario
+int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
+                   std::ostream& errors);
+
+}  // namespace simulator

@@ -1,0 +1,23 @@
+// Changing the process's environment for a while.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace simulator {
+
+/// Gives environment variables other values, and the old ones back at the end.
+class TemporaryEnvironment {
+  public:
+    /// @param values by name; a variable without a value is removed
+    explicit TemporaryEnvironment(const std::map<std::string, std::optional<std::string>>& values);
+    ~TemporaryEnvironment();
+    TemporaryEnvironment(const TemporaryEnvironment&) = delete;
+    TemporaryEnvironment& operator=(const TemporaryEnvironment&) = delete;
+
+  private:
+    std::map<std::string, std::optional<std::string>> before_;
+};
+
+}  // namespace simulator

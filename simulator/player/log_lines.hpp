@@ -1,0 +1,28 @@
+// The helper's log, taken from what it writes to standard error.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+/// Puts lines together from pieces as they are written. Only lines of the log's form count:
+/// "[timestamp] [elapsed] [helper] [level] message".
+class LogLines {
+  public:
+    /// Takes the next piece, which may hold any part of any number of lines.
+    void take(std::string_view text);
+
+    /// The complete lines so far, each {"at", "level", "message"}, stamped with the time at which
+    /// its end was written.
+    const nlohmann::json& entries() const { return entries_; }
+
+  private:
+    void takeLine();
+
+    std::string line_;  // not yet ended
+    nlohmann::json entries_ = nlohmann::json::array();
+};
+
+}  // namespace simulator

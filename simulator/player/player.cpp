@@ -1,0 +1,146 @@
+#include "simulator/player/player.hpp"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "helper/entry.hpp"
+#include "restore/support/process_wide.hpp"
+#include "simulator/event_loop.hpp"
+#include "simulator/faults.hpp"
+#include "simulator/file_calls.hpp"
+#include "simulator/files.hpp"
+#include "simulator/player/environment.hpp"
+#include "simulator/player/log_lines.hpp"
+#include "simulator/player/matching.hpp"
+#include "simulator/recorder.hpp"
+#include "simulator/simulator.hpp"
+
+namespace simulator {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+/// A directory of its own, removed at the end unless it was asked for by name.
+class Root {
+  public:
+    explicit Root(const std::optional<std::string>& kept) : isKept_(kept.has_value()) {
+        if (kept) {
+            path_ = fs::absolute(*kept);
+            return;
+        }
+        std::string name = (fs::temp_directory_path() / "tolvaran-simulator-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            throw std::system_error(errno, std::generic_category(), name);
+        }
+        path_ = name;
+    }
+    ~Root() {
+        std::error_code ignored;
+        if (!isKept_) {
+            fs::remove_all(path_, ignored);
+        }
+    }
+    Root(const Root&) = delete;
+    Root& operator=(const Root&) = delete;
+
+    std::string applicationSupport() const { return (path_ / "ApplicationSupport").string(); }
+    std::string logs() const { return (path_ / "Logs").string(); }
+
+  private:
+    fs::path path_;
+    bool isKept_;
+};
+
+/// The life of one process: it starts with nothing, and nothing is left of it.
+class Process {
+  public:
+    explicit Process(const json& mac) {
+        tolvaran::endProcess();
+        reset(mac);
+    }
+    ~Process() {
+        setStandardErrorSink({});
+        tolvaran::endProcess();
+        reset();
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+};
+
+void layOutFiles(const Scenario& scenario, const std::string& applicationSupport) {
+    try {
+        fs::create_directories(applicationSupport);
+        if (scenario.filesFrom) {
+            fs::copy(*scenario.filesFrom, applicationSupport,
+                     fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        }
+        for (const auto& [path, content] : scenario.files) {
+            writeStateFile(path, content);
+        }
+    } catch (const std::runtime_error& error) {
+        throw ScenarioError(std::string("files: ") + error.what());
+    }
+}
+
+void setFaults(const json& faults) {
+    for (const JsonReader& fault : JsonReader(faults, "faults").elements()) {
+        addFault(fault);
+    }
+}
+
+/// Starts the clock and plans what will happen. The helper's own time begins at 0 as well, after
+/// the events of that time.
+void planTimeline(const Scenario& scenario) {
+    clock::restart(scenario.clock);
+    for (const auto& [at, event] : scenario.timeline) {
+        planEvent(at, event);
+    }
+    setEndOfRun(scenario.until);
+    sleepUntil(0);
+}
+
+json run(const Scenario& scenario, const Root& root, bool quiet) {
+    layOutFiles(scenario, root.applicationSupport());
+    LogLines log;
+    setStandardErrorSink([&](std::string_view text) {
+        log.take(text);
+        return !quiet;
+    });
+    setFaults(scenario.faults);
+    planTimeline(scenario);
+    tolvaran::helperMain();
+    return {{"log", log.entries()},
+            {"calls", calls()},
+            {"notifications", notifications()},
+            {"mac", machine()},
+            {"files", stateFiles(root.logs())}};
+}
+
+}  // namespace
+
+Outcome play(const Scenario& scenario, const PlayOptions& options) {
+    const Root root(options.root);
+    const TemporaryEnvironment environment({
+        {"TOLVARAN_APPLICATION_SUPPORT_DIR", root.applicationSupport()},
+        {"TOLVARAN_LOGS_DIR", root.logs()},
+        {"TOLVARAN_CONFIG_DIR", std::nullopt},
+        {"TOLVARAN_HOMEBREW_MIGRATION_DIR", std::nullopt},
+        {"XCTestConfigurationFilePath", std::nullopt},
+        {"XCTestBundlePath", std::nullopt},
+    });
+    const Process process(scenario.mac);
+    try {
+        json result = run(scenario, root, options.quiet);
+        std::vector<std::string> failures = failedExpectations(scenario.expect, result);
+        return {std::move(result), std::move(failures)};
+    } catch (const EventError& error) {
+        throw ScenarioError(error.what());
+    } catch (const FaultError& error) {
+        throw ScenarioError(std::string("faults: ") + error.what());
+    }
+}
+
+}  // namespace simulator

@@ -1,0 +1,11 @@
+// Bytes from outside as text that JSON can hold.
+#pragma once
+
+#include <string>
+
+namespace simulator {
+
+/// `bytes` with everything that is no UTF-8 replaced by U+FFFD.
+std::string readableText(const std::string& bytes);
+
+}  // namespace simulator
