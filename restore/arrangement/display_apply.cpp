@@ -1,0 +1,112 @@
+#include "restore/arrangement/display_apply.hpp"
+
+#include <algorithm>
+#include <string>
+
+#include "restore/paths/restore_log.hpp"
+#include "restore/support/checked.hpp"
+
+namespace tolvaran {
+
+bool HardwarePosition::operator==(const HardwarePosition& other) const {
+    return displayID == other.displayID && CGPointEqualToPoint(origin, other.origin);
+}
+
+namespace DisplayApply {
+namespace {
+
+/// The element of a list that is about this display; the end when there is none.
+template <typename List>
+auto findDisplay(const List& list, CGDirectDisplayID displayID) {
+    return std::find_if(list.begin(), list.end(), [displayID](const auto& element) {
+        return element.displayID == displayID;
+    });
+}
+
+/// "(x,y)" in whole points. `what` names the point if it has to be refused.
+std::string wholePoint(const CGPoint& point, const std::string& what) {
+    return "(" + std::to_string(checked::int64(point.x, "x of " + what)) + "," +
+           std::to_string(checked::int64(point.y, "y of " + what)) + ")";
+}
+
+/// The window server refuses a configuration without a main display at (0, 0).
+std::vector<HardwarePosition> anchoredAtMain(std::vector<HardwarePosition> positions) {
+    const CGDirectDisplayID mainID = CGMainDisplayID();
+    const auto main = findDisplay(positions, mainID);
+    if (main == positions.end() || CGPointEqualToPoint(main->origin, CGPointZero)) {
+        return positions;
+    }
+    const CGPoint shift = main->origin;
+    for (HardwarePosition& position : positions) {
+        position.origin.x -= shift.x;
+        position.origin.y -= shift.y;
+    }
+    RestoreLog::info("Re-anchored saved positions to current main " + std::to_string(mainID) +
+                     ": shift=" + wholePoint(shift, "the shift to the main display"));
+    return positions;
+}
+
+void configureOrigin(CGDisplayConfigRef configuration, const HardwarePosition& position) {
+    const std::string display = "display " + std::to_string(position.displayID);
+    const std::string what = "the origin of " + display;
+    RestoreLog::debug("  " + display + " -> " + wholePoint(position.origin, what));
+    // The result says nothing that matters: the window server judges the layout as a whole, on
+    // completion.
+    CGConfigureDisplayOrigin(configuration, position.displayID,
+                             checked::int32(position.origin.x, "x of " + what),
+                             checked::int32(position.origin.y, "y of " + what));
+}
+
+void call(const Hook& hook) {
+    if (hook) {
+        hook();
+    }
+}
+
+}  // namespace
+
+bool applyOriginalsToHardware(const std::vector<HardwarePosition>& positions,
+                              const Hook& beforeConfigure, const Hook& afterConfigure) {
+    if (positions.empty()) {
+        return false;
+    }
+    const std::vector<HardwarePosition> anchored = anchoredAtMain(positions);
+    RestoreLog::debug("Applying " + std::to_string(anchored.size()) + " positions to hardware");
+
+    CGDisplayConfigRef configuration = nullptr;
+    if (CGBeginDisplayConfiguration(&configuration) != kCGErrorSuccess) {
+        return false;
+    }
+    call(beforeConfigure);
+    for (const HardwarePosition& position : anchored) {
+        configureOrigin(configuration, position);
+    }
+    // Only for the session: the user's permanent arrangement is not ours to write. Nothing is
+    // cancelled when this fails, since completing ends the configuration in either case.
+    const CGError completion =
+        CGCompleteDisplayConfiguration(configuration, kCGConfigureForSession);
+    call(afterConfigure);
+    return completion == kCGErrorSuccess;
+}
+
+std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<DisplayFrame>& displays,
+                                                       CGDirectDisplayID mainID) {
+    const auto main = findDisplay(displays, mainID);
+    if (main == displays.end()) {
+        return {};
+    }
+    double x = CGRectGetMaxX(main->frame);
+    std::vector<HardwarePosition> positions;
+    for (const DisplayFrame& display : displays) {
+        if (display.displayID == mainID) {
+            positions.push_back({.displayID = mainID, .origin = display.frame.origin});
+            continue;
+        }
+        positions.push_back({.displayID = display.displayID, .origin = CGPointMake(x, 0)});
+        x += CGRectGetWidth(display.frame);
+    }
+    return positions;
+}
+
+}  // namespace DisplayApply
+}  // namespace tolvaran

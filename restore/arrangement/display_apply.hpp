@@ -1,0 +1,48 @@
+// The only place that moves displays, and the layout of last resort. Used by the arrangement
+// invariant and by the main application.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <functional>
+#include <vector>
+
+#include "restore/arrangement/display_frame.hpp"
+
+namespace tolvaran {
+
+/// Where a display is to be put.
+struct HardwarePosition {
+    CGDirectDisplayID displayID = 0;
+    CGPoint origin{};  // its top-left corner in global display coordinates, points
+
+    bool operator==(const HardwarePosition& other) const;
+};
+
+namespace DisplayApply {
+
+/// Work to be done at one point of a configuration; empty for none.
+using Hook = std::function<void()>;
+
+/// Moves the displays in one configuration, for the login session. The positions are first shifted
+/// together so that the current main display stays at (0, 0), when it is among them. Coordinates
+/// are truncated toward zero to 32-bit integers; one that is not finite or does not fit stops the
+/// program.
+///
+/// Logs each position through RestoreLog.debug, and the shift, when there is one, through
+/// RestoreLog.info; failures are left to the caller to report.
+/// @param beforeConfigure called in the configuration, before the first display is moved
+/// @param afterConfigure  called after the configuration was completed, successfully or not
+/// @return true when the window server accepted the configuration; false when it could not be begun
+///         (then no hook is called) or completed, and for an empty list
+bool applyOriginalsToHardware(const std::vector<HardwarePosition>& positions,
+                              const Hook& beforeConfigure = nullptr,
+                              const Hook& afterConfigure = nullptr);
+
+/// One row: the main display where it is, all others side by side to its right in list order, with
+/// their tops at y = 0. Empty when the main display is not in the list.
+std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<DisplayFrame>& displays,
+                                                       CGDirectDisplayID mainID);
+
+}  // namespace DisplayApply
+}  // namespace tolvaran

@@ -1,0 +1,15 @@
+// A display together with the place it takes on the desktop. Used wherever a whole layout is looked
+// at: zigzag detection, the stacked fallback and the arrangement invariant.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+namespace tolvaran {
+
+/// One display of a layout, present or planned.
+struct DisplayFrame {
+    CGDirectDisplayID displayID = 0;
+    CGRect frame{};  // global display coordinates, points
+};
+
+}  // namespace tolvaran

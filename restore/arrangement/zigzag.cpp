@@ -1,0 +1,138 @@
+#include "restore/arrangement/zigzag.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <optional>
+
+#include "restore/paths/restore_log.hpp"
+
+namespace tolvaran::Zigzag {
+namespace {
+
+constexpr double touchTolerance = 1.0;  // points
+
+/// What a frame covers in one direction.
+struct Span {
+    double min;
+    double max;
+};
+
+Span horizontal(const CGRect& frame) {
+    return {.min = CGRectGetMinX(frame), .max = CGRectGetMaxX(frame)};
+}
+
+Span vertical(const CGRect& frame) {
+    return {.min = CGRectGetMinY(frame), .max = CGRectGetMaxY(frame)};
+}
+
+/// Whether an end of one lies on the opposite end of the other.
+bool touch(const Span& a, const Span& b) {
+    return std::abs(a.max - b.min) <= touchTolerance || std::abs(b.max - a.min) <= touchTolerance;
+}
+
+/// The length that both cover, negative when they are apart; not a number when any end is not.
+double overlap(const Span& a, const Span& b) {
+    // std::min and std::max keep or drop a NaN depending on which argument it is, which would let
+    // the order of the displays decide.
+    for (const double end : {a.min, a.max, b.min, b.max}) {
+        if (std::isnan(end)) {
+            return std::numeric_limits<double>::quiet_NaN();
+        }
+    }
+    return std::min(a.max, b.max) - std::max(a.min, b.min);
+}
+
+enum class Contact { none, corner, side };
+
+Contact contact(const DisplayFrame& a, const DisplayFrame& b) {
+    const bool touchX = touch(horizontal(a.frame), horizontal(b.frame));
+    const bool touchY = touch(vertical(a.frame), vertical(b.frame));
+    if (!touchX && !touchY) {
+        return Contact::none;
+    }
+    const double overlapX = overlap(horizontal(a.frame), horizontal(b.frame));
+    const double overlapY = overlap(vertical(a.frame), vertical(b.frame));
+    if ((touchX && overlapY > touchTolerance) || (touchY && overlapX > touchTolerance)) {
+        return Contact::side;
+    }
+    // Not simply what is left: a NaN is neither above nor at the tolerance.
+    const bool corner =
+        touchX && touchY && overlapX <= touchTolerance && overlapY <= touchTolerance;
+    return corner ? Contact::corner : Contact::none;
+}
+
+/// Whether a third display shares a side with both displays of the pair.
+bool isBridged(const std::vector<DisplayFrame>& displays, std::size_t i, std::size_t j) {
+    for (std::size_t k = 0; k < displays.size(); ++k) {
+        if (k != i && k != j && contact(displays[k], displays[i]) == Contact::side &&
+            contact(displays[k], displays[j]) == Contact::side) {
+            return true;
+        }
+    }
+    return false;
+}
+
+using Neighbours = std::vector<std::vector<std::size_t>>;
+
+/// For each display those that touch it at a corner; none when any two displays share a side.
+std::optional<Neighbours> cornerNeighbours(const std::vector<DisplayFrame>& displays) {
+    Neighbours neighbours(displays.size());
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        for (std::size_t j = i + 1; j < displays.size(); ++j) {
+            const Contact between = contact(displays[i], displays[j]);
+            if (between == Contact::side) {
+                return std::nullopt;
+            }
+            if (between == Contact::corner) {
+                neighbours[i].push_back(j);
+                neighbours[j].push_back(i);
+            }
+        }
+    }
+    return neighbours;
+}
+
+/// Whether every display can be reached from the first one.
+bool isConnected(const Neighbours& neighbours) {
+    std::vector<bool> visited(neighbours.size(), false);
+    std::vector<std::size_t> stack{0};
+    visited[0] = true;
+    while (!stack.empty()) {
+        const std::size_t current = stack.back();
+        stack.pop_back();
+        for (const std::size_t neighbour : neighbours[current]) {
+            if (!visited[neighbour]) {
+                visited[neighbour] = true;
+                stack.push_back(neighbour);
+            }
+        }
+    }
+    return std::find(visited.begin(), visited.end(), false) == visited.end();
+}
+
+}  // namespace
+
+bool isZigzag(const std::vector<DisplayFrame>& displays) {
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        for (std::size_t j = i + 1; j < displays.size(); ++j) {
+            if (contact(displays[i], displays[j]) == Contact::corner &&
+                !isBridged(displays, i, j)) {
+                RestoreLog::info("Detected zigzag/corner-touch arrangement");
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool isFullZigzag(const std::vector<DisplayFrame>& displays) {
+    if (displays.size() < 2) {
+        return false;
+    }
+    const std::optional<Neighbours> neighbours = cornerNeighbours(displays);
+    return neighbours && isConnected(*neighbours);
+}
+
+}  // namespace tolvaran::Zigzag

@@ -1,0 +1,309 @@
+#include "restore/arrangement/display_apply.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "restore/paths/restore_log.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/support/call_lines.hpp"
+#include "tests/support/log_capture.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using tests::callLines;
+using Lines = std::vector<std::string>;
+using Positions = std::vector<HardwarePosition>;
+
+const std::string begin = "CGBeginDisplayConfiguration [] = 0";
+const std::string completeForSession = "CGCompleteDisplayConfiguration [1] = 0";
+
+std::string origin(CGDirectDisplayID displayID, int x, int y) {
+    return "CGConfigureDisplayOrigin " + json::array({displayID, x, y}).dump() + " = 0";
+}
+
+HardwarePosition position(CGDirectDisplayID displayID, double x, double y) {
+    return {.displayID = displayID, .origin = CGPointMake(x, y)};
+}
+
+/// Three displays in a row: 7, the main one 3, and 5.
+class DisplayApplyTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        simulator::reset({{"displays",
+                           {{{"id", 7}, {"frame", {-1280, 0, 1280, 800}}},
+                            {{"id", 3}, {"frame", {0, 0, 1920, 1080}}},
+                            {{"id", 5}, {"frame", {1920, 0, 2560, 1440}}}}}});
+        liveBefore_ = simulator::liveObjects();
+    }
+    void TearDown() override {
+        EXPECT_EQ(simulator::liveObjects(), liveBefore_);
+        EXPECT_EQ(simulator::openConfigurations(), 0U);
+    }
+
+    static std::vector<CGPoint> origins() {
+        return {CGDisplayBounds(7).origin, CGDisplayBounds(3).origin, CGDisplayBounds(5).origin};
+    }
+    static void expectOrigins(const std::vector<CGPoint>& expected) {
+        const std::vector<CGPoint> found = origins();
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            EXPECT_EQ(found[i].x, expected[i].x) << i;
+            EXPECT_EQ(found[i].y, expected[i].y) << i;
+        }
+    }
+
+    tests::LogCapture log_;
+
+  private:
+    std::size_t liveBefore_ = 0;
+};
+
+TEST_F(DisplayApplyTest, AnEmptyListFailsWithoutAWord) {
+    bool called = false;
+    const auto hook = [&] { called = true; };
+    EXPECT_FALSE(DisplayApply::applyOriginalsToHardware({}, hook, hook));
+    EXPECT_FALSE(called);
+    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST_F(DisplayApplyTest, AppliesInOrderForTheSession) {
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
+        {position(5, -2560, 0), position(3, 0, 0), position(7, 0, 1080)}));
+    EXPECT_EQ(log_.lines(),
+              (Lines{"debug: Applying 3 positions to hardware", "debug:   display 5 -> (-2560,0)",
+                     "debug:   display 3 -> (0,0)", "debug:   display 7 -> (0,1080)"}));
+    EXPECT_EQ(callLines(), (Lines{begin, origin(5, -2560, 0), origin(3, 0, 0), origin(7, 0, 1080),
+                                  completeForSession}));
+    expectOrigins({{0, 1080}, {0, 0}, {-2560, 0}});
+}
+
+TEST_F(DisplayApplyTest, KeepsTheMainDisplayAtTheOrigin) {
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
+        {position(7, 0, 0), position(3, 1280, -100), position(5, 3200, 50)}));
+    EXPECT_EQ(log_.lines(),
+              (Lines{"info: Re-anchored saved positions to current main 3: shift=(1280,-100)",
+                     "debug: Applying 3 positions to hardware", "debug:   display 7 -> (-1280,100)",
+                     "debug:   display 3 -> (0,0)", "debug:   display 5 -> (1920,150)"}));
+    EXPECT_EQ(callLines(), (Lines{begin, origin(7, -1280, 100), origin(3, 0, 0),
+                                  origin(5, 1920, 150), completeForSession}));
+    expectOrigins({{-1280, 100}, {0, 0}, {1920, 150}});
+}
+
+TEST_F(DisplayApplyTest, AShiftInOneDirectionIsAShift) {
+    EXPECT_TRUE(
+        DisplayApply::applyOriginalsToHardware({position(3, 0, 30), position(5, 1920, 30)}));
+    EXPECT_EQ(log_.lines().front(),
+              "info: Re-anchored saved positions to current main 3: shift=(0,30)");
+    EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(5, 1920, 0), completeForSession}));
+}
+
+TEST_F(DisplayApplyTest, WithoutTheMainDisplayNothingIsShifted) {
+    EXPECT_TRUE(
+        DisplayApply::applyOriginalsToHardware({position(7, 100, 200), position(5, 1380, 200)}));
+    EXPECT_EQ(log_.lines(),
+              (Lines{"debug: Applying 2 positions to hardware", "debug:   display 7 -> (100,200)",
+                     "debug:   display 5 -> (1380,200)"}));
+    EXPECT_EQ(callLines(),
+              (Lines{begin, origin(7, 100, 200), origin(5, 1380, 200), completeForSession}));
+}
+
+TEST_F(DisplayApplyTest, OfTwoPositionsOfTheMainDisplayTheFirstAnchors) {
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
+        {position(3, 10, 0), position(3, 20, 0), position(5, 1930, 0)}));
+    EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(3, 10, 0), origin(5, 1920, 0),
+                                  completeForSession}));
+}
+
+TEST_F(DisplayApplyTest, NegativeZeroIsTheOrigin) {
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware({position(3, -0.0, -0.0)}));
+    EXPECT_EQ(log_.lines(),
+              (Lines{"debug: Applying 1 positions to hardware", "debug:   display 3 -> (0,0)"}));
+}
+
+TEST_F(DisplayApplyTest, FractionsAreCutOffAfterTheShift) {
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
+        {position(3, 100.5, -0.5), position(5, 2020.25, -100.25), position(7, -1180.25, 0)}));
+    EXPECT_EQ(log_.lines(),
+              (Lines{"info: Re-anchored saved positions to current main 3: shift=(100,0)",
+                     "debug: Applying 3 positions to hardware", "debug:   display 3 -> (0,0)",
+                     "debug:   display 5 -> (1919,-99)", "debug:   display 7 -> (-1280,0)"}));
+    EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(5, 1919, -99), origin(7, -1280, 0),
+                                  completeForSession}));
+}
+
+TEST_F(DisplayApplyTest, WhenItCannotBeginNothingElseHappens) {
+    simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1004}});
+    bool called = false;
+    const auto hook = [&] { called = true; };
+    EXPECT_FALSE(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, hook, hook));
+    EXPECT_FALSE(called);
+    EXPECT_EQ(log_.lines(), Lines{"debug: Applying 1 positions to hardware"});
+    EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 1004"});
+    expectOrigins({{-1280, 0}, {0, 0}, {1920, 0}});
+}
+
+TEST_F(DisplayApplyTest, WhenCompletionFailsTheAfterHookStillRuns) {
+    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1001}});
+    Lines order;
+    EXPECT_FALSE(DisplayApply::applyOriginalsToHardware(
+        {position(5, 0, 1080)}, [&] { order.push_back("before"); },
+        [&] { order.push_back("after"); }));
+    EXPECT_EQ(order, (Lines{"before", "after"}));
+    EXPECT_EQ(callLines(),
+              (Lines{begin, origin(5, 0, 1080), "CGCompleteDisplayConfiguration [1] = 1001"}));
+    expectOrigins({{-1280, 0}, {0, 0}, {1920, 0}});
+}
+
+TEST_F(DisplayApplyTest, OnlyTheCompletionDecides) {
+    simulator::addFault({{"call", "CGConfigureDisplayOrigin"}, {"result", 1001}, {"times", 1}});
+    EXPECT_TRUE(
+        DisplayApply::applyOriginalsToHardware({position(7, 0, 1080), position(5, 0, -1440)}));
+    EXPECT_EQ(callLines(), (Lines{begin, "CGConfigureDisplayOrigin [7,0,1080] = 1001",
+                                  origin(5, 0, -1440), completeForSession}));
+    expectOrigins({{-1280, 0}, {0, 0}, {0, -1440}});
+}
+
+TEST_F(DisplayApplyTest, HooksRunInTheConfigurationAndAfterIt) {
+    Lines before;
+    Lines after;
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
+        {position(3, 0, 0), position(5, 0, 1080)},
+        [&] {
+            before = callLines();
+            EXPECT_EQ(simulator::openConfigurations(), 1U);
+        },
+        [&] {
+            after = callLines();
+            EXPECT_EQ(simulator::openConfigurations(), 0U);
+            expectOrigins({{-1280, 0}, {0, 0}, {0, 1080}});
+        }));
+    EXPECT_EQ(before, Lines{begin});
+    EXPECT_EQ(after, (Lines{begin, origin(3, 0, 0), origin(5, 0, 1080), completeForSession}));
+}
+
+TEST_F(DisplayApplyTest, AcceptsEveryOriginOf32Bits) {
+    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
+        {position(5, 2147483647.9, -2147483648.9), position(7, -2147483648.0, 2147483647.0)}));
+    EXPECT_EQ(callLines(), (Lines{begin, origin(5, 2147483647, -2147483648),
+                                  origin(7, -2147483648, 2147483647), completeForSession}));
+}
+
+struct Refusal {
+    std::string name;
+    HardwarePosition position;
+    std::string log;  // all of it, as the program stops
+};
+
+/// What the log shows before the first display of a list of one.
+const std::string applying = "Applying 1 positions to hardware\n";
+
+std::ostream& operator<<(std::ostream& out, const Refusal& refusal) {
+    return out << refusal.name;
+}
+
+class DisplayApplyDeathTest : public DisplayApplyTest,
+                              public testing::WithParamInterface<Refusal> {};
+
+TEST_P(DisplayApplyDeathTest, StopsTheProgramAndSaysWhy) {
+    const auto toStandardError = [](const std::string& message) {
+        std::fputs((message + "\n").c_str(), stderr);
+    };
+    RestoreLog::debug = RestoreLog::info = RestoreLog::warn = toStandardError;
+    EXPECT_EXIT(DisplayApply::applyOriginalsToHardware({GetParam().position}),
+                testing::KilledBySignal(SIGABRT), testing::Eq(GetParam().log));
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+INSTANTIATE_TEST_SUITE_P(
+    DisplayApply, DisplayApplyDeathTest,
+    testing::Values(
+        Refusal{"InfiniteX", position(5, infinity, 0),
+                applying + "stopping: x of the origin of display 5 is inf, which is no 64-bit "
+                           "integer\n"},
+        Refusal{"NoY", position(5, 0, notANumber),
+                applying + "stopping: y of the origin of display 5 is nan, which is no 64-bit "
+                           "integer\n"},
+        Refusal{"YOf64Bits", position(7, 0, -1e308),
+                applying + "stopping: y of the origin of display 7 is "
+                           "-1e+308, which is no 64-bit integer\n"},
+        Refusal{"XOf64Bits", position(5, 9223372036854775808.0, 0),
+                applying + "stopping: x of the origin of display 5 is 9.2233720368547758e+18, "
+                           "which is no 64-bit integer\n"},
+        Refusal{"XOf32Bits", position(5, 2147483648.0, 0),
+                applying + "  display 5 -> (2147483648,0)\n"
+                           "stopping: x of the origin of display 5 is 2147483648, which is no "
+                           "32-bit integer\n"},
+        Refusal{"YOf32Bits", position(5, 0, -2147483649.0),
+                applying + "  display 5 -> (0,-2147483649)\n"
+                           "stopping: y of the origin of display 5 is -2147483649, which is no "
+                           "32-bit integer\n"},
+        // The main display's own origin is also the shift, which is logged first.
+        Refusal{"InfiniteShift", position(3, infinity, 0),
+                "stopping: x of the shift to the main display is inf, which is no 64-bit "
+                "integer\n"},
+        Refusal{"NoShift", position(3, 0, notANumber),
+                "stopping: y of the shift to the main display is nan, which is no 64-bit "
+                "integer\n"}),
+    [](const auto& refusal) { return refusal.param.name; });
+
+TEST(HardwarePosition, IsComparedMemberByMember) {
+    EXPECT_EQ(position(1, 2, 3), position(1, 2, 3));
+    EXPECT_FALSE(position(1, 2, 3) == position(9, 2, 3));
+    EXPECT_FALSE(position(1, 2, 3) == position(1, 9, 3));
+    EXPECT_FALSE(position(1, 2, 3) == position(1, 2, 9));
+}
+
+DisplayFrame display(CGDirectDisplayID displayID, CGRect frame) {
+    return {.displayID = displayID, .frame = frame};
+}
+
+TEST(StackedFallback, PutsTheOthersToTheRightOfTheMainDisplay) {
+    const std::vector<DisplayFrame> displays{display(1, CGRectMake(0, 0, 1920, 1080)),
+                                             display(2, CGRectMake(1920, 1080, 1280, 800)),
+                                             display(3, CGRectMake(3200, 1880, 2560, 1440))};
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions(displays, 1),
+              (Positions{position(1, 0, 0), position(2, 1920, 0), position(3, 3200, 0)}));
+}
+
+TEST(StackedFallback, KeepsTheListsOrderWhereverTheMainDisplayStands) {
+    const std::vector<DisplayFrame> displays{display(3, CGRectMake(-2560, -1440, 2560, 1440)),
+                                             display(2, CGRectMake(1920, 1080, 1280, 800)),
+                                             display(1, CGRectMake(0, 0, 1920, 1080))};
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions(displays, 1),
+              (Positions{position(3, 1920, 0), position(2, 4480, 0), position(1, 0, 0)}));
+}
+
+TEST(StackedFallback, TheRowIsAtZeroEvenWhenTheMainDisplayIsNot) {
+    const std::vector<DisplayFrame> displays{display(1, CGRectMake(-100, 50, 800, 600)),
+                                             display(2, CGRectMake(700, 650, 1280, 800))};
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions(displays, 1),
+              (Positions{position(1, -100, 50), position(2, 700, 0)}));
+}
+
+TEST(StackedFallback, TheMainDisplayAloneStaysWhereItIs) {
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions({display(1, CGRectMake(5, 6, 800, 600))}, 1),
+              Positions{position(1, 5, 6)});
+}
+
+TEST(StackedFallback, IsEmptyWithoutTheMainDisplay) {
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions({display(1, CGRectMake(0, 0, 800, 600))}, 2),
+              Positions{});
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions({}, 0), Positions{});
+}
+
+}  // namespace
+}  // namespace tolvaran
