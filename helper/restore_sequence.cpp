@@ -1,5 +1,6 @@
 #include "helper/restore_sequence.hpp"
 
+#include "helper/steps/check_invariant.hpp"
 #include "helper/steps/restore_cursor_association.hpp"
 #include "helper/steps/restore_dock_auto_hide.hpp"
 #include "helper/steps/restore_hot_corners.hpp"
@@ -7,6 +8,7 @@
 namespace tolvaran {
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
+    checkInvariant(tag, exitedPID);
     restoreHotCorners(tag, exitedPID);
     restoreDockAutoHide(tag, exitedPID);
     restoreCursorAssociation(tag, exitedPID);

@@ -1,0 +1,705 @@
+#include "helper/steps/check_invariant.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/simulator.hpp"
+#include "tests/support/call_lines.hpp"
+#include "tests/support/helper_process.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using tests::callLines;
+using tests::HelperProcess;
+using tests::readFile;
+using tests::writeFile;
+using Lines = std::vector<std::string>;
+
+/// A display and its origin. All displays are squares of 100 points.
+struct Place {
+    int display;
+    int x;
+    int y;
+};
+using Places = std::vector<Place>;
+
+// Layouts of two, three and four displays in which corners meet and nothing else does.
+const Places two{{1, 0, 0}, {2, 100, 100}};
+const Places three{{1, 0, 0}, {2, 100, 100}, {3, 200, 200}};
+const Places four{{1, 0, 0}, {2, 100, 100}, {3, 200, 200}, {4, 300, 300}};
+// One corner that meets another and one shared side.
+const Places ambiguous{{1, 0, 0}, {2, 100, 0}, {3, 200, 100}};
+const Places row{{1, 0, 0}, {2, 100, 0}};
+
+json mac(const Places& places) {
+    json displays = json::array();
+    for (const Place& place : places) {
+        displays.push_back({{"id", place.display},
+                            {"vendor", 1552},
+                            {"model", 41234},
+                            {"serial", place.display},
+                            {"frame", {place.x, place.y, 100, 100}}});
+    }
+    return {{"displays", displays}};
+}
+
+std::string uuid(int display) {
+    return "HW-1552-41234-" + std::to_string(display);
+}
+
+/// The signature of displays that are given in ascending order.
+std::string sig(const std::vector<int>& displays) {
+    std::string signature;
+    for (const int display : displays) {
+        signature += (signature.empty() ? "" : ",") + uuid(display);
+    }
+    return signature;
+}
+
+json entries(const Places& places) {
+    json list = json::array();
+    for (const Place& place : places) {
+        list.push_back({{"uuid", uuid(place.display)}, {"x", place.x}, {"y", place.y}});
+    }
+    return list;
+}
+
+const std::string detected = "info: Detected zigzag/corner-touch arrangement";
+const std::string begin = "CGBeginDisplayConfiguration [] = 0";
+const std::string complete = "CGCompleteDisplayConfiguration [1] = 0";
+
+std::string said(const std::string& level, const std::string& message) {
+    return level + ": checkInvariant [cold-start]: " + message;
+}
+
+const std::string healthy = said("debug", "hardware not a Tolvaran layout, invariant holds");
+const std::string ambiguousGate =
+    said("warn",
+         "layout is corner-only but not a full zigzag (ambiguous); skipping superset projection");
+const std::string leftUnchanged = said("warn",
+                                       "no saved arrangement was usable, but layout is not a full "
+                                       "zigzag; leaving hardware unchanged");
+const std::string applyingStacked =
+    said("warn", "applying stacked fallback because no saved arrangement was usable");
+
+std::string isItselfZigzag(const std::string& label) {
+    return said("warn", "candidate " + label + " is itself zigzag, skipping");
+}
+
+std::string nothingUsable(const std::string& signature) {
+    return said("warn", "no usable saved arrangement or fallback for sig=" + signature);
+}
+
+Lines operator+(Lines left, const Lines& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+/// The log of moving these displays, whose places are already relative to the main display.
+Lines moved(const Places& places) {
+    Lines lines{"debug: Applying " + std::to_string(places.size()) + " positions to hardware"};
+    for (const Place& place : places) {
+        lines.push_back("debug:   display " + std::to_string(place.display) + " -> (" +
+                        std::to_string(place.x) + "," + std::to_string(place.y) + ")");
+    }
+    return lines;
+}
+
+/// The calls for moving these displays, with what the window server answered at the end.
+Lines moveCalls(const Places& places, const std::string& end = complete) {
+    Lines lines{begin};
+    for (const Place& place : places) {
+        lines.push_back("CGConfigureDisplayOrigin " +
+                        json::array({place.display, place.x, place.y}).dump() + " = 0");
+    }
+    lines.push_back(end);
+    return lines;
+}
+
+/// One helper process with its state files.
+class Invariant {
+  public:
+    explicit Invariant(const json& machine) : process_(machine) {}
+    explicit Invariant(const Places& places) : Invariant(mac(places)) {}
+
+    void save(const json& arrangements) const {
+        write(".display-originals", {{"version", 2}, {"arrangements", arrangements}});
+    }
+    /// Marks the signatures in all three stores; `layout` is what the two with layouts hold.
+    void markAll(const Lines& signatures, const Places& layout) const {
+        json layouts = json::object();
+        for (const std::string& signature : signatures) {
+            layouts[signature] = json::array({entries(layout)});
+        }
+        write("separated-sets.json", {{"version", 1}, {"signatures", signatures}});
+        write("side-pinned-sets.json", {{"version", 2}, {"arrangements", layouts}});
+        write("native-mirrored-sets.json", {{"version", 1}, {"arrangements", layouts}});
+    }
+    void write(const std::string& name, const json& content) const {
+        writeFile(process_.state(name), content.dump());
+    }
+
+    /// What the three stores hold: "separated", "side-pinned" or "native-mirrored", a colon and the
+    /// signature.
+    Lines marks() const {
+        Lines found;
+        const json separated = read("separated-sets.json");
+        for (const json& signature : separated.at("signatures")) {
+            found.push_back("separated:" + signature.get<std::string>());
+        }
+        for (const std::string kind : {"side-pinned", "native-mirrored"}) {
+            const json stored = read(kind + "-sets.json");
+            for (const auto& [signature, layouts] : stored.at("arrangements").items()) {
+                found.push_back(kind + ":" + signature);
+            }
+        }
+        return found;
+    }
+
+    /// One run, whose log is returned. Whatever happens in it, the originals stay as they are and
+    /// no object is left behind.
+    Lines run(const std::string& tag = "cold-start", std::optional<pid_t> exited = std::nullopt) {
+        const std::optional<std::string> originals = readFile(originalsPath());
+        const std::size_t live = simulator::liveObjects();
+        checkInvariant(tag, exited);
+        EXPECT_EQ(simulator::liveObjects(), live);
+        EXPECT_EQ(simulator::openConfigurations(), 0U);
+        EXPECT_EQ(readFile(originalsPath()), originals);
+        return process_.takeLog();
+    }
+
+    std::string state(const std::string& name) const { return process_.state(name); }
+
+  private:
+    std::string originalsPath() const { return process_.state(".display-originals"); }
+    json read(const std::string& name) const {
+        return json::parse(readFile(process_.state(name)).value());
+    }
+
+    HelperProcess process_;
+};
+
+json running(const Places& places, int pid) {
+    json machine = mac(places);
+    machine["applications"] = {{{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}}};
+    return machine;
+}
+
+TEST(CheckInvariant, WhileTolvaranRunsItDoesNothing) {
+    Invariant invariant(running(two, 812));
+    writeFile(invariant.state(".display-originals"), "not JSON");  // would be reported if read
+    writeFile(invariant.state("side-pinned-sets.json"), "not JSON");
+    writeFile(invariant.state("../Settings/preferences.json"), "not JSON");
+    EXPECT_EQ(invariant.run(),
+              (Lines{"debug: checkInvariant [cold-start]: Tolvaran running (pid 812), skipping"}));
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST(CheckInvariant, TheInstanceThatHasExitedDoesNotCountAsRunning) {
+    Invariant invariant(running(row, 812));
+    EXPECT_EQ(invariant.run("proc-exit", 812),
+              Lines{"debug: checkInvariant [proc-exit]: hardware not a Tolvaran layout, invariant "
+                    "holds"});
+}
+
+// Healthy hardware.
+
+TEST(CheckInvariant, HealthyHardwareIsLeftAlone) {
+    for (const Places& places : {Places{}, Places{{1, 0, 0}}, row}) {
+        Invariant invariant(places);
+        invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+        EXPECT_EQ(invariant.run(), Lines{healthy});
+        EXPECT_EQ(callLines(), Lines{});
+    }
+}
+
+TEST(CheckInvariant, OnHealthyHardwareTheMarksOfTheseDisplaysAreStale) {
+    Invariant invariant(row);
+    // The marks of others would match: only the signature keeps them.
+    invariant.markAll({sig({1}), sig({1, 2}), sig({1, 3})}, {{1, 0, 0}, {2, 0, 100}});
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{healthy, said("info", "cleared separated mark for healthy sig=" + sig({1, 2})),
+               said("info", "cleared stale side-pin mark for healthy sig=" + sig({1, 2})),
+               said("info", "cleared stale native-mirror mark for healthy sig=" + sig({1, 2}))}));
+    EXPECT_EQ(invariant.marks(),
+              (Lines{"separated:" + sig({1}), "separated:" + sig({1, 3}), "side-pinned:" + sig({1}),
+                     "side-pinned:" + sig({1, 3}), "native-mirrored:" + sig({1}),
+                     "native-mirrored:" + sig({1, 3})}));
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(invariant.run(), Lines{healthy});  // nothing is left to clear
+}
+
+TEST(CheckInvariant, EachKindOfStaleMarkIsClearedAlone) {
+    const json layouts{{sig({1, 2}), {entries({{1, 0, 0}, {2, 0, 100}})}}};
+    const json separated{{"version", 1}, {"signatures", {sig({1, 2})}}};
+    const json sidePinned{{"version", 2}, {"arrangements", layouts}};
+    const json nativeMirrored{{"version", 1}, {"arrangements", layouts}};
+    const std::map<std::string, std::pair<json, std::string>> kinds{
+        {"separated-sets.json", {separated, "separated mark"}},
+        {"side-pinned-sets.json", {sidePinned, "stale side-pin mark"}},
+        {"native-mirrored-sets.json", {nativeMirrored, "stale native-mirror mark"}}};
+    for (const auto& [name, kind] : kinds) {
+        Invariant invariant(row);
+        invariant.write(name, kind.first);
+        EXPECT_EQ(invariant.run(),
+                  (Lines{healthy, said("info", "cleared " + kind.second +
+                                                   " for healthy sig=" + sig({1, 2}))}));
+    }
+}
+
+// The exact arrangement.
+
+TEST(CheckInvariant, RestoresTheExactArrangement) {
+    Invariant invariant(two);
+    const Places saved{{2, -100, 0}, {1, 0, 0}};
+    invariant.save({{sig({1, 2}), entries(saved)}, {sig({1}), entries({{1, 0, 0}})}});
+    invariant.markAll({sig({1, 2}), sig({1})}, two);
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved(saved) +
+               Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+    EXPECT_EQ(callLines(), moveCalls(saved));
+    EXPECT_EQ(invariant.marks(), (Lines{"separated:" + sig({1}), "side-pinned:" + sig({1}),
+                                        "native-mirrored:" + sig({1})}));
+    EXPECT_EQ(invariant.run(), Lines{healthy});
+}
+
+TEST(CheckInvariant, AnExactArrangementThatIsAZigzagIsPassedOver) {
+    Invariant invariant(two);
+    invariant.save(
+        {{sig({1, 2}), entries({{1, 0, 0}, {2, -100, -100}})}, {sig({2}), entries({{2, 100, 0}})}});
+    invariant.markAll({sig({1, 2})}, {{1, 7, 7}});
+    EXPECT_EQ(invariant.run(), (Lines{detected, detected, isItselfZigzag("sig=" + sig({1, 2}))} +
+                                moved({{2, 100, 0}}) +
+                                Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
+                                                       " from 1-display arrangement")}));
+    EXPECT_EQ(callLines(), moveCalls({{2, 100, 0}}));
+    // A subset settles two kinds of mark only.
+    EXPECT_EQ(invariant.marks(), Lines{"native-mirrored:" + sig({1, 2})});
+}
+
+TEST(CheckInvariant, EntriesOfDisplaysThatAreNotActiveAreSkipped) {
+    Invariant invariant(two);
+    json saved = entries({{9, 500, 500}, {1, 0, 0}, {2, 0, 100}});
+    invariant.save({{sig({1, 2}), saved}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved({{1, 0, 0}, {2, 0, 100}}) +
+               Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+}
+
+TEST(CheckInvariant, AnExactArrangementOfAbsentDisplaysFailsWithoutAWord) {
+    Invariant invariant(ambiguous);
+    invariant.save({{sig({1, 2, 3}), entries({{8, 0, 0}, {9, 100, 0}})}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}));
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST(CheckInvariant, APositionTwiceInTheExactArrangementIsAppliedTwice) {
+    Invariant invariant(two);
+    const Places saved{{1, 0, 0}, {2, 0, 100}, {2, 0, -100}};
+    invariant.save({{sig({1, 2}), entries(saved)}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved(saved) +
+               Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+    EXPECT_EQ(callLines(), moveCalls(saved));
+}
+
+TEST(CheckInvariant, SavedPositionsAreShiftedToTheMainDisplay) {
+    Invariant invariant(two);
+    invariant.save({{sig({1, 2}), entries({{1, 100, 30}, {2, 0, 30}})}});
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{detected, "info: Re-anchored saved positions to current main 1: shift=(100,30)"} +
+         moved({{1, 0, 0}, {2, -100, 0}}) +
+         Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+}
+
+// Refusals.
+
+TEST(CheckInvariant, WhatTheWindowServerRefusesIsPassedOver) {
+    for (const std::string call :
+         {"CGBeginDisplayConfiguration", "CGCompleteDisplayConfiguration"}) {
+        Invariant invariant(two);
+        invariant.save({{sig({1, 2}), entries(row)}, {sig({2}), entries({{2, 0, 100}})}});
+        simulator::addFault({{"call", call}, {"result", 1000}, {"times", 1}});
+        const bool begins = call == "CGCompleteDisplayConfiguration";
+        EXPECT_EQ(invariant.run(),
+                  (Lines{detected} +
+                   (begins ? moved(row) : Lines{"debug: Applying 2 positions to hardware"}) +
+                   Lines{said("error", "CG configure rejected for sig=" + sig({1, 2}))} +
+                   moved({{2, 0, 100}}) +
+                   Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
+                                          " from 1-display arrangement")}));
+        EXPECT_EQ(callLines(), (begins ? moveCalls(row, "CGCompleteDisplayConfiguration [1] = 1000")
+                                       : Lines{"CGBeginDisplayConfiguration [] = 1000"}) +
+                                   moveCalls({{2, 0, 100}}));
+    }
+}
+
+TEST(CheckInvariant, WhenEverythingIsRefusedTheMarksStay) {
+    Invariant invariant(two);
+    invariant.save({{sig({1, 2}), entries(row)},
+                    {sig({2}), entries({{2, 0, 100}})},
+                    {sig({1, 2, 3}), entries({{1, 0, 0}, {2, 0, -100}, {3, 0, 100}})}});
+    invariant.markAll({sig({1, 2})}, {{1, 7, 7}});
+    simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}});
+    const auto rejected = [](int count, const std::string& what) {
+        return Lines{"debug: Applying " + std::to_string(count) + " positions to hardware",
+                     said("error", "CG configure rejected " + what)};
+    };
+    EXPECT_EQ(invariant.run(), Lines{detected} + rejected(2, "for sig=" + sig({1, 2})) +
+                                   rejected(1, "for subset(1)") +
+                                   rejected(2, "for superset-projection[0]") +
+                                   Lines{applyingStacked} + rejected(2, "stacked fallback") +
+                                   Lines{nothingUsable(sig({1, 2}))});
+    EXPECT_EQ(callLines(), Lines(4, "CGBeginDisplayConfiguration [] = 1000"));
+    EXPECT_EQ(invariant.marks(), (Lines{"separated:" + sig({1, 2}), "side-pinned:" + sig({1, 2}),
+                                        "native-mirrored:" + sig({1, 2})}));
+}
+
+TEST(CheckInvariant, AConfigurationWithoutEffectIsAFailure) {
+    Invariant invariant(two);
+    invariant.save({{sig({1, 2}), entries(row)}});
+    simulator::addFault(
+        {{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}, {"times", 1}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved(row) + Lines{detected, applyingStacked} + moved(row) +
+               Lines{said("info", "restored stacked fallback for sig=" + sig({1, 2}))}));
+    EXPECT_EQ(callLines(), moveCalls(row) + moveCalls(row));
+}
+
+TEST(CheckInvariant, ACandidateThatLeavesAZigzagOfOtherDisplaysIsAFailure) {
+    Invariant invariant(three);
+    // Display 3 comes to stand at a side, but the corner of 1 and 2 remains.
+    invariant.save({{sig({3}), entries({{3, 200, 100}})}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved({{3, 200, 100}}) +
+               Lines{detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}));
+}
+
+// Subsets.
+
+TEST(CheckInvariant, OfTwoSubsetsTheLargerIsTriedFirst) {
+    Invariant invariant(four);
+    // In the order of their signatures the smaller one comes first.
+    const Places larger{{1, 0, 0}, {2, 100, 0}, {3, 0, 100}};
+    invariant.save({{sig({1, 2}), entries(row)}, {sig({1, 2, 3}), entries(larger)}});
+    invariant.markAll({sig({1, 2, 3, 4})}, {{1, 7, 7}});
+    EXPECT_EQ(invariant.run(), (Lines{detected} + moved(larger) +
+                                Lines{said("info", "subset-restored for sig=" + sig({1, 2, 3, 4}) +
+                                                       " from 3-display arrangement")}));
+    EXPECT_EQ(callLines(), moveCalls(larger));
+    EXPECT_EQ(invariant.marks(), Lines{"native-mirrored:" + sig({1, 2, 3, 4})});
+}
+
+TEST(CheckInvariant, SubsetsOfOneSizeAreTriedInTheOrderOfTheirSignatures) {
+    Invariant invariant(three);
+    // The first two are passed over; the third is applied, and display 2, which it does not name,
+    // then meets neither of the others at a corner only.
+    invariant.save({{sig({2, 3}), entries({{2, 0, 0}, {3, 100, 100}})},
+                    {sig({1}), entries({{1, 0, 0}})},
+                    {sig({1, 3}), entries({{1, 0, 0}, {3, 0, 100}})},
+                    {sig({1, 2}), entries(two)}});
+    EXPECT_EQ(invariant.run(), (Lines{detected, detected, isItselfZigzag("subset(2)")} +
+                                moved({{1, 0, 0}, {3, 0, 100}}) +
+                                Lines{said("info", "subset-restored for sig=" + sig({1, 2, 3}) +
+                                                       " from 2-display arrangement")}));
+}
+
+TEST(CheckInvariant, ASmallerSubsetFollowsALargerOneThatFails) {
+    Invariant invariant(three);
+    invariant.save({{sig({1, 2}), entries(two)}, {sig({2}), entries({{2, 0, 100}})}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, detected, isItselfZigzag("subset(2)")} + moved({{2, 0, 100}}) +
+               Lines{said("info", "subset-restored for sig=" + sig({1, 2, 3}) +
+                                      " from 1-display arrangement")}));
+}
+
+TEST(CheckInvariant, WhatIsNoSubsetIsNotTried) {
+    Invariant invariant(ambiguous);
+    invariant.save({{"", json::array()},
+                    {sig({1}), json::array()},
+                    {sig({2, 9}), entries({{2, 0, 0}, {9, 100, 0}})},
+                    {sig({9}), entries({{9, 0, 0}})}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}));
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST(CheckInvariant, ADisplayNamedTwiceCountsOnceInASubset) {
+    Invariant invariant(three);
+    const Places twice{{2, 0, 100}, {2, 0, 100}};
+    const Places pair{{2, 0, 100}, {3, 0, 200}};
+    invariant.save({{"a", entries(twice)}, {"b", entries(pair)}});
+    EXPECT_EQ(invariant.run(), (Lines{detected} + moved(pair) +
+                                Lines{said("info", "subset-restored for sig=" + sig({1, 2, 3}) +
+                                                       " from 2-display arrangement")}));
+}
+
+TEST(CheckInvariant, AnArrangementOfAllDisplaysUnderAnotherSignatureIsASubset) {
+    Invariant invariant(two);
+    invariant.save({{"another", entries(row)}});
+    EXPECT_EQ(invariant.run(), (Lines{detected} + moved(row) +
+                                Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
+                                                       " from 2-display arrangement")}));
+}
+
+// Ambiguous layouts.
+
+TEST(CheckInvariant, AnAmbiguousLayoutIsNotGuessedAt) {
+    Invariant invariant(ambiguous);
+    invariant.save(
+        {{sig({1, 2, 3, 4}), entries({{1, 0, 0}, {2, 100, 0}, {3, 200, 0}, {4, 300, 0}})}});
+    invariant.markAll({sig({1, 2, 3})}, {{1, 7, 7}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}));
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(invariant.marks().size(), 3U);
+}
+
+// Projections.
+
+TEST(CheckInvariant, RestoresAProjectionOfTheSmallestSuperset) {
+    Invariant invariant(two);
+    const Places ofThree{{3, 0, 0}, {2, 0, 100}, {1, 100, 0}};
+    const Places ofFour{{1, 0, 0}, {2, 100, 0}, {3, 200, 0}, {4, 300, 0}};
+    invariant.save({{sig({1, 2, 3, 4}), entries(ofFour)},
+                    {sig({1, 2, 3}), entries({{3, 0, 0}, {2, 0, 100}, {1, 0, 200}})}});
+    invariant.markAll({sig({1, 2})}, {{1, 7, 7}});
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{detected, "info: Re-anchored saved positions to current main 1: shift=(0,200)"} +
+         moved({{2, 0, -100}, {1, 0, 0}}) +
+         Lines{said("info", "superset-projection-restored for sig=" + sig({1, 2}))}));
+    EXPECT_EQ(callLines(), moveCalls({{2, 0, -100}, {1, 0, 0}}));
+    EXPECT_EQ(invariant.marks(), Lines{"native-mirrored:" + sig({1, 2})});
+}
+
+TEST(CheckInvariant, ProjectionsOfOneSizeAreTriedInTheOrderOfTheirSignatures) {
+    Invariant invariant(two);
+    const auto with = [](int other, Places places) {
+        places.push_back({other, 900, 900});
+        return entries(places);
+    };
+    invariant.save({{sig({1, 2, 5}), with(5, {{1, 0, 0}, {2, -100, 0}})},
+                    {sig({1, 2, 3}), with(3, two)},
+                    {sig({1, 2, 4}), with(4, {{1, 0, 0}, {2, 0, 100}})}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, detected, isItselfZigzag("superset-projection[0]")} +
+               moved({{1, 0, 0}, {2, 0, 100}}) +
+               Lines{said("info", "superset-projection-restored for sig=" + sig({1, 2}))}));
+}
+
+TEST(CheckInvariant, AfterTheLastProjectionComesTheStackedFallback) {
+    Invariant invariant(two);
+    invariant.save({{sig({1, 2, 3}), entries({{1, 0, 0}, {2, 100, 100}, {3, 200, 0}})}});
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{detected, detected, isItselfZigzag("superset-projection[0]"), applyingStacked} +
+         moved(row) + Lines{said("info", "restored stacked fallback for sig=" + sig({1, 2}))}));
+}
+
+// The stacked fallback.
+
+TEST(CheckInvariant, PutsAFullZigzagIntoARow) {
+    Invariant invariant(three);
+    invariant.markAll({sig({1, 2, 3})}, {{1, 7, 7}});
+    const Places stacked{{1, 0, 0}, {2, 100, 0}, {3, 200, 0}};
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, applyingStacked} + moved(stacked) +
+               Lines{said("info", "restored stacked fallback for sig=" + sig({1, 2, 3}))}));
+    EXPECT_EQ(callLines(), moveCalls(stacked));
+    EXPECT_EQ(invariant.marks(), Lines{"native-mirrored:" + sig({1, 2, 3})});
+    EXPECT_EQ(invariant.run(), (Lines{healthy, said("info",
+                                                    "cleared stale native-mirror mark for "
+                                                    "healthy sig=" +
+                                                        sig({1, 2, 3}))}));
+}
+
+TEST(CheckInvariant, AStackedFallbackWithoutEffectIsAFailure) {
+    Invariant invariant(two);
+    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
+    EXPECT_EQ(invariant.run(), (Lines{detected, applyingStacked} + moved(row) +
+                                Lines{detected, nothingUsable(sig({1, 2}))}));
+}
+
+TEST(CheckInvariant, WithoutAMainDisplayThereIsNoStackedFallback) {
+    json machine = mac(two);
+    machine["mainDisplay"] = 99;
+    Invariant invariant(machine);
+    EXPECT_EQ(invariant.run(), (Lines{detected, nothingUsable(sig({1, 2}))}));
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+// Layouts that only a mark tells.
+
+TEST(CheckInvariant, ALayoutThatOnlyAMarkTellsIsRestored) {
+    const Places marked{{1, 0, 0}, {2, 98, 2}};  // two points off in each direction
+    const json layouts{{sig({1, 2}), {entries({{9, 0, 0}}), entries(marked)}}};
+    const std::map<std::string, int> versions{{"side-pinned", 2}, {"native-mirrored", 1}};
+    for (const auto& [kind, version] : versions) {
+        Invariant invariant(row);
+        invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+        invariant.markAll({}, {});
+        invariant.write(kind + "-sets.json", {{"version", version}, {"arrangements", layouts}});
+        EXPECT_EQ(invariant.run(),
+                  (moved({{1, 0, 0}, {2, 0, 100}}) +
+                   Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+        EXPECT_EQ(callLines(), moveCalls({{1, 0, 0}, {2, 0, 100}}));
+        EXPECT_EQ(invariant.marks(), Lines{});
+    }
+}
+
+TEST(CheckInvariant, WithoutAUsableArrangementAMarkedLayoutStays) {
+    Invariant invariant(row);
+    invariant.markAll({sig({1, 2})}, row);
+    EXPECT_EQ(invariant.run(), (Lines{ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2}))}));
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(invariant.marks().size(), 3U);
+}
+
+TEST(CheckInvariant, ASubsetLeavesTheNativeMirroredMark) {
+    Invariant invariant(row);
+    invariant.save({{sig({2}), entries({{2, 0, 100}})}});
+    invariant.markAll({sig({1, 2})}, row);
+    EXPECT_EQ(invariant.run(),
+              (moved({{2, 0, 100}}) + Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
+                                                             " from 1-display arrangement")}));
+    EXPECT_EQ(invariant.marks(), Lines{"native-mirrored:" + sig({1, 2})});
+}
+
+// Naming the displays.
+
+TEST(CheckInvariant, TwinsGoByTheirPorts) {
+    json machine = mac(two);
+    machine["displays"][1]["serial"] = 1;
+    machine["displays"][0]["portUUID"] = "BBBBBBBB-0000-4000-8000-000000000001";
+    machine["displays"][1]["portUUID"] = "AAAAAAAA-0000-4000-8000-000000000002";
+    Invariant invariant(machine);
+    const std::string signature =
+        "AAAAAAAA-0000-4000-8000-000000000002,BBBBBBBB-0000-4000-8000-000000000001";
+    invariant.save({{signature,
+                     {{{"uuid", "AAAAAAAA-0000-4000-8000-000000000002"}, {"x", 100}, {"y", 0}},
+                      {{"uuid", "BBBBBBBB-0000-4000-8000-000000000001"}, {"x", 0}, {"y", 0}}}}});
+    const std::string twin =
+        "warn: Multiple displays with fingerprint 1552-41234-1, disambiguating via port-UUID";
+    EXPECT_EQ(invariant.run(),
+              (Lines{twin, twin, detected} + moved({{2, 100, 0}, {1, 0, 0}}) +
+               Lines{said("info", "restored exact arrangement for sig=" + signature)}));
+}
+
+TEST(CheckInvariant, AliasesAreFoldedIntoTheCanonicalID) {
+    Invariant invariant(two);
+    invariant.write("../Settings/preferences.json",
+                    {{"knownDisplays", {{{"ids", {"Zeta", uuid(1)}}}}}});
+    invariant.save(
+        {{uuid(2) + ",Zeta",
+          {{{"uuid", "Zeta"}, {"x", 0}, {"y", 0}}, {{"uuid", uuid(2)}, {"x", 100}, {"y", 0}}}}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved(row) +
+               Lines{said("info", "restored exact arrangement for sig=" + uuid(2) + ",Zeta")}));
+}
+
+TEST(CheckInvariant, OfTwoDisplaysWithOneCanonicalIDTheLaterIsMeant) {
+    Invariant invariant(two);
+    invariant.write("../Settings/preferences.json",
+                    {{"knownDisplays", {{{"ids", {"Zeta", uuid(1), uuid(2)}}}}}});
+    invariant.save({{"Zeta,Zeta", {{{"uuid", "Zeta"}, {"x", 0}, {"y", 100}}}}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved({{2, 0, 100}}) +
+               Lines{said("info", "restored exact arrangement for sig=Zeta,Zeta")}));
+}
+
+TEST(CheckInvariant, ADisplayWithoutUUIDGoesByItsNumber) {
+    json machine = mac(two);
+    machine["displays"][1].erase("vendor");
+    machine["displays"][1]["portUUID"] = nullptr;
+    Invariant invariant(machine);
+    invariant.save({{"Display-2," + uuid(1),
+                     {{{"uuid", uuid(1)}, {"x", 0}, {"y", 0}},
+                      {{"uuid", "Display-2"}, {"x", 100}, {"y", 0}}}}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved(row) +
+               Lines{said("info", "restored exact arrangement for sig=Display-2," + uuid(1))}));
+}
+
+TEST(CheckInvariant, The17thDisplayIsNotSeen) {
+    Places places;
+    std::vector<int> seen;
+    for (int display = 11; display <= 26; ++display) {
+        places.push_back({display, (display - 11) * 100, 0});
+        seen.push_back(display);
+    }
+    places.push_back({27, 1600, 100});  // a corner with the 16th
+    Invariant invariant(places);
+    invariant.write("separated-sets.json", {{"version", 1}, {"signatures", {sig(seen)}}});
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{healthy, said("info", "cleared separated mark for healthy sig=" + sig(seen))}));
+}
+
+TEST(CheckInvariant, WithoutAListOfDisplaysNothingIsDone) {
+    Invariant invariant(two);
+    invariant.markAll({sig({1, 2})}, two);
+    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}});
+    EXPECT_EQ(invariant.run(), Lines{healthy});
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(invariant.marks().size(), 3U);
+}
+
+// Files that cannot be used.
+
+TEST(CheckInvariant, UnusableOriginalsCountAsNone) {
+    Invariant invariant(two);
+    writeFile(invariant.state(".display-originals"), R"({"version":2,"arrangements":{"a":[{}]}})");
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{detected, "warn: originals file missing/wrong version/unparseable, starting fresh",
+               applyingStacked} +
+         moved(row) + Lines{said("info", "restored stacked fallback for sig=" + sig({1, 2}))}));
+}
+
+TEST(CheckInvariant, UnusableMarksCountAsNoneAndStay) {
+    const std::string bad = R"({"version":9})";
+    const auto unusable = [](const std::string& kind) {
+        return "warn: " + kind + "-sets file wrong version/unparseable, treating as empty";
+    };
+    Invariant invariant(row);
+    for (const std::string kind : {"separated", "side-pinned", "native-mirrored"}) {
+        writeFile(invariant.state(kind + "-sets.json"), bad);
+    }
+    EXPECT_EQ(invariant.run(),
+              (Lines{unusable("side-pinned"), unusable("native-mirrored"), healthy,
+                     unusable("separated"), unusable("side-pinned"), unusable("native-mirrored")}));
+    for (const std::string kind : {"separated", "side-pinned", "native-mirrored"}) {
+        EXPECT_EQ(readFile(invariant.state(kind + "-sets.json")), bad);
+    }
+}
+
+TEST(CheckInvariantDeathTest, SavedOriginsThatNoDisplayCanHaveStopTheProgram) {
+    Invariant invariant(two);
+    json saved = entries(row);
+    saved[1]["x"] = 2147483648;
+    invariant.save({{sig({1, 2}), saved}});
+    EXPECT_EXIT(checkInvariant("cold-start", std::nullopt), testing::KilledBySignal(SIGABRT),
+                testing::EndsWith("[helper] [warn] stopping: x of the origin of display 2 is "
+                                  "2147483648, which is no 32-bit integer\n"));
+    saved[1]["x"] = 1e308;
+    invariant.save({{sig({1, 2}), saved}});
+    EXPECT_EXIT(checkInvariant("cold-start", std::nullopt), testing::KilledBySignal(SIGABRT),
+                testing::EndsWith("[helper] [warn] stopping: x of the origin of display 2 is "
+                                  "1e+308, which is no 64-bit integer\n"));
+}
+
+}  // namespace
+}  // namespace tolvaran
