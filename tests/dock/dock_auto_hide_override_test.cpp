@@ -1,0 +1,209 @@
+#include "restore/dock/dock_auto_hide_override.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "simulator/simulator.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using tests::LogCapture;
+using tests::readFile;
+using tests::TemporaryDirectory;
+using tests::writeFile;
+using Lines = std::vector<std::string>;
+
+const json getsOff = {{"call", "CoreDockGetAutoHideEnabled"}, {"result", false}};
+const json getsOn = {{"call", "CoreDockGetAutoHideEnabled"}, {"result", true}};
+
+/// The calls so far without their times.
+json timelessCalls() {
+    json calls = simulator::calls();
+    for (json& call : calls) {
+        call.erase("at");
+        if (call["args"].empty()) {
+            call.erase("args");
+        }
+        if (call["result"].is_null()) {
+            call.erase("result");
+        }
+    }
+    return calls;
+}
+
+json setsTo(bool value) {
+    return {{"call", "CoreDockSetAutoHideEnabled"}, {"args", {value}}};
+}
+
+class DockAutoHide : public testing::Test {
+  protected:
+    void dockHides(bool autoHide) { simulator::reset({{"dock", {{"autoHide", autoHide}}}}); }
+    bool dockHides() const { return simulator::machine()["dock"]["autoHide"]; }
+
+    TemporaryDirectory directory_;
+    // Faults meet file calls below this directory only.
+    tests::ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
+    std::string marker_ = directory_ / "State/dock-autohide-pending.json";
+    LogCapture log_;
+};
+
+TEST_F(DockAutoHide, ForcesTheDockBackToTheRecordedValue) {
+    for (const bool value : {true, false}) {
+        dockHides(!value);
+        writeFile(marker_, json{{"version", 1}, {"restoreTo", value}}.dump());
+        EXPECT_TRUE(DockAutoHideOverride::restoreIfPending(marker_));
+        EXPECT_EQ(dockHides(), value);
+        EXPECT_EQ(timelessCalls(), json::array({value ? getsOff : getsOn, setsTo(value)}));
+        EXPECT_EQ(log_.take(),
+                  Lines{std::string("info: dock auto-hide restoreIfPending: forced back to ") +
+                        (value ? "true" : "false")});
+        EXPECT_EQ(directory_.list(), Lines{"State/"});
+    }
+}
+
+TEST_F(DockAutoHide, LeavesTheDockAloneWhenItShowsTheRecordedValue) {
+    for (const bool value : {true, false}) {
+        dockHides(value);
+        writeFile(marker_, json{{"version", 1}, {"restoreTo", value}}.dump());
+        EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+        EXPECT_EQ(timelessCalls(), json::array({value ? getsOn : getsOff}));
+        EXPECT_EQ(log_.lines(), Lines{});
+        EXPECT_EQ(directory_.list(), Lines{"State/"});
+    }
+}
+
+TEST_F(DockAutoHide, WithoutAMarkerDoesNothing) {
+    dockHides(false);
+    EXPECT_FALSE(DockAutoHideOverride::isPending(marker_));
+    EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), std::nullopt);
+    EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+    DockAutoHideOverride::clearPending(marker_);
+    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(directory_.list(), Lines{});
+}
+
+// The system writes its own markers and nobody repairs them by hand, so one that cannot be used is
+// thrown away rather than kept in the way of later ones.
+TEST_F(DockAutoHide, RemovesAMarkerThatCannotBeUsed) {
+    const std::string good = R"({"version":1,"restoreTo":true})";
+    std::vector<std::string> contents = {
+        R"({"version":2,"restoreTo":true})",
+        R"({"version":0,"restoreTo":true})",
+        R"({"version":4294967297,"restoreTo":true})",
+        R"({"version":18446744073709551617,"restoreTo":true})",
+        R"({"version":1.5,"restoreTo":true})",
+        R"({"version":true,"restoreTo":true})",
+        R"({"version":"1","restoreTo":true})",
+        R"({"version":null,"restoreTo":true})",
+        R"({"restoreTo":true})",
+        R"({"version":1})",
+        R"({"version":1,"restoreTo":null})",
+        R"({"version":1,"restoreTo":1})",
+        R"({"version":1,"restoreTo":"true"})",
+        R"([{"version":1,"restoreTo":true}])",
+        R"({"version":1,"restoreTo":true} trailing)",
+        "{\"version\":1,\"restoreTo\":true,\"\xff\":0}",
+        "true",
+        std::string(100000, '['),
+        std::string(50 * 1000 * 1000, 'x'),
+    };
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        contents.push_back(good.substr(0, length));
+    }
+    for (const std::string& content : contents) {
+        SCOPED_TRACE(content.substr(0, 100));
+        dockHides(false);
+        writeFile(marker_, content);
+        EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
+        EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), std::nullopt);
+        EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
+        EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+        EXPECT_EQ(simulator::calls(), json::array());
+        EXPECT_EQ(log_.take(), Lines{});
+        EXPECT_EQ(directory_.list(), Lines{"State/"});
+    }
+}
+
+TEST_F(DockAutoHide, ReadsAMarkerWhateverItsLayout) {
+    const std::vector<std::string> contents = {
+        "{\n  \"restoreTo\" : true,\n  \"version\" : 1\n}\n",
+        R"({"version":1.0,"restoreTo":true})",
+        R"({"version":1,"restoreTo":false,"restoreTo":true,"else":[{}]})",
+    };
+    for (const std::string& content : contents) {
+        writeFile(marker_, content);
+        EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), true) << content;
+    }
+}
+
+TEST_F(DockAutoHide, CannotRemoveADirectoryInTheMarkersPlace) {
+    dockHides(false);
+    std::filesystem::create_directories(marker_);
+    EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
+    EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/dock-autohide-pending.json/"}));
+}
+
+TEST_F(DockAutoHide, MarksInADirectoryThatDoesNotExistYet) {
+    const std::string deep = directory_ / "a/b/c/marker.json";
+    DockAutoHideOverride::markPending(true, deep);
+    EXPECT_EQ(directory_.list(), (Lines{"a/", "a/b/", "a/b/c/", "a/b/c/marker.json"}));
+    EXPECT_EQ(json::parse(readFile(deep).value_or("")),
+              (json{{"version", 1}, {"restoreTo", true}}));
+    EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(deep), true);
+}
+
+TEST_F(DockAutoHide, TheLatestMarkCounts) {
+    DockAutoHideOverride::markPending(true, marker_);
+    DockAutoHideOverride::markPending(false, marker_);
+    EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), false);
+    DockAutoHideOverride::clearPending(marker_);
+    EXPECT_EQ(directory_.list(), Lines{"State/"});
+}
+
+TEST_F(DockAutoHide, KeepsTheOlderMarkWhenTheNewOneCannotBeWritten) {
+    DockAutoHideOverride::markPending(true, marker_);
+    simulator::addFault({{"call", "rename"}, {"result", "EIO"}});
+    DockAutoHideOverride::markPending(false, marker_);
+    simulator::clearFaults();
+    EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), true);
+    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/dock-autohide-pending.json"}));
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(DockAutoHide, SaysNothingWhenItCannotMark) {
+    writeFile(directory_ / "file", "");
+    DockAutoHideOverride::markPending(true, directory_ / "file/State/marker.json");
+    EXPECT_EQ(directory_.list(), Lines{"file"});
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(DockAutoHide, ForcesTheDockBackAgainWhileTheMarkerCannotBeRemoved) {
+    dockHides(false);
+    DockAutoHideOverride::markPending(true, marker_);
+    simulator::addFault({{"call", "unlink"}, {"result", "EIO"}});
+    EXPECT_TRUE(DockAutoHideOverride::restoreIfPending(marker_));
+    EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+    EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
+    simulator::clearFaults();
+    EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+    EXPECT_FALSE(DockAutoHideOverride::isPending(marker_));
+}
+
+TEST_F(DockAutoHide, HasItsMarkerInTheStateDirectory) {
+    EXPECT_EQ(DockAutoHideOverride::defaultSnapshotPath(), marker_);
+}
+
+}  // namespace
+}  // namespace tolvaran

@@ -1,0 +1,164 @@
+// A simulated Mac as the tests of the hot corners see it: its corners, and the calls about them in
+// one list, each as a line of text.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "restore/dock/dock_hot_corner_snapshot.hpp"
+#include "simulator/simulator.hpp"
+
+namespace tolvaran::tests {
+
+using Lines = std::vector<std::string>;
+
+inline const std::string theDock = "com.apple.dock";
+
+/// Preference fields that differ from each other, some of them absent.
+inline nlohmann::json usersPreferences() {
+    return {{"wvous-tl-corner", 5},        {"wvous-tl-modifier", 1048576}, {"wvous-tr-corner", 2},
+            {"wvous-bl-modifier", 131072}, {"wvous-br-corner", 13},        {"wvous-br-modifier", 0},
+            {"orientation", "left"}};
+}
+
+/// A Mac whose user has set up hot corners; the running Dock has been told of a modifier that the
+/// preferences do not hold.
+inline nlohmann::json usersMac() {
+    return {
+        {"preferences", {{theDock, usersPreferences()}}},
+        {"dock",
+         {{"cornerActions", {5, 2, 1, 13}}, {"cornerModifiers", {1048576, 0, 131072, 524288}}}}};
+}
+
+/// The snapshot of that Mac.
+inline DockHotCornerSnapshot usersSnapshot() {
+    return {5,
+            1048576,
+            2,
+            std::nullopt,
+            std::nullopt,
+            131072,
+            13,
+            0,
+            HotCornerValues{5, 2, 1, 13},
+            HotCornerValues{1048576, 0, 131072, 524288}};
+}
+
+/// The snapshot's file.
+inline const std::string usersSnapshotText =
+    R"({"blModifier":131072,"brCorner":13,"brModifier":0,"liveActions":[5,2,1,13],)"
+    R"("liveModifiers":[1048576,0,131072,524288],"tlCorner":5,"tlModifier":1048576,"trCorner":2})";
+
+/// The corners of that Mac once they are suppressed: modifiers stay in the preferences.
+inline nlohmann::json suppressedPreferences() {
+    nlohmann::json preferences = usersPreferences();
+    for (const char* key :
+         {"wvous-tl-corner", "wvous-tr-corner", "wvous-bl-corner", "wvous-br-corner"}) {
+        preferences[key] = 1;
+    }
+    return preferences;
+}
+
+inline nlohmann::json preferences(const std::string& domain = theDock) {
+    return simulator::machine()["preferences"].value(domain, nlohmann::json::object());
+}
+
+/// The Dock's live state: the four actions, then the four modifiers.
+inline nlohmann::json liveCorners() {
+    const nlohmann::json dock = simulator::machine()["dock"];
+    return {dock["cornerActions"], dock["cornerModifiers"]};
+}
+
+inline const nlohmann::json suppressedCorners = {{1, 1, 1, 1}, {0, 0, 0, 0}};
+
+/// Every call so far: its name, its arguments and, where it has one, its result.
+inline Lines callLines() {
+    Lines lines;
+    for (const nlohmann::json& call : simulator::calls()) {
+        const nlohmann::json& result = call["result"];
+        lines.push_back(call["call"].get<std::string>() + call["args"].dump() +
+                        (result.is_null() ? "" : " -> " + result.dump()));
+    }
+    return lines;
+}
+
+// The lines of the calls that concern the corners.
+
+inline std::string setsPreference(const std::string& key, std::optional<std::int64_t> value,
+                                  const std::string& domain = theDock) {
+    const nlohmann::json number = value ? nlohmann::json(*value) : nlohmann::json();
+    const auto args = nlohmann::json::array(
+        {key, number, domain, "kCFPreferencesCurrentUser", "kCFPreferencesAnyHost"});
+    return "CFPreferencesSetValue" + args.dump();
+}
+
+inline std::string synchronizes(bool success, const std::string& domain = theDock) {
+    return "CFPreferencesAppSynchronize[\"" + domain + "\"] -> " + (success ? "true" : "false");
+}
+
+/// Without object and user info, delivered immediately.
+inline std::string posts(const std::string& notification) {
+    return "CFNotificationCenterPostNotification[\"" + notification + "\",null,null,true]";
+}
+
+inline std::string setsCorner(std::int64_t action, std::int64_t corner, std::int64_t modifier) {
+    return "CoreDockSetExposeCornerActionWithModifier" +
+           nlohmann::json::array({action, corner, modifier}).dump() + " -> 0";
+}
+
+inline const std::string readsCorners = "CoreDockGetExposeCornerActionsWithModifiers[]";
+
+inline Lines operator+(Lines lines, const Lines& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
+/// Synchronising, and then, whatever came of it, both notifications.
+inline Lines announces(bool success, const std::string& domain = theDock) {
+    return {synchronizes(success, domain), posts("com.apple.dock.prefchanged"),
+            posts("com.apple.dock.hotcorner.updated")};
+}
+
+inline Lines writesDisabledPreferences(const std::string& domain = theDock) {
+    return {
+        setsPreference("wvous-tl-corner", 1, domain), setsPreference("wvous-tr-corner", 1, domain),
+        setsPreference("wvous-bl-corner", 1, domain), setsPreference("wvous-br-corner", 1, domain)};
+}
+
+inline Lines setsCorners(const HotCornerValues& actions, const HotCornerValues& modifiers) {
+    Lines lines;
+    for (std::size_t corner = 0; corner < 4; ++corner) {
+        lines.push_back(
+            setsCorner(actions[corner], static_cast<std::int64_t>(corner), modifiers[corner]));
+    }
+    return lines;
+}
+
+/// The calls of one suppression without any failure.
+inline Lines suppresses() {
+    return writesDisabledPreferences() + announces(true) + setsCorners({1, 1, 1, 1}, {0, 0, 0, 0}) +
+           Lines{readsCorners};
+}
+
+inline Lines writesUsersPreferences(const std::string& domain = theDock) {
+    return {setsPreference("wvous-tl-corner", 5, domain),
+            setsPreference("wvous-tl-modifier", 1048576, domain),
+            setsPreference("wvous-tr-corner", 2, domain),
+            setsPreference("wvous-tr-modifier", std::nullopt, domain),
+            setsPreference("wvous-bl-corner", std::nullopt, domain),
+            setsPreference("wvous-bl-modifier", 131072, domain),
+            setsPreference("wvous-br-corner", 13, domain),
+            setsPreference("wvous-br-modifier", 0, domain)};
+}
+
+/// The calls of one restore of usersSnapshot() without any failure.
+inline Lines restores() {
+    return writesUsersPreferences() + announces(true) +
+           setsCorners({5, 2, 1, 13}, {1048576, 0, 131072, 524288}) + Lines{readsCorners};
+}
+
+}  // namespace tolvaran::tests
