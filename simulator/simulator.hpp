@@ -52,4 +52,7 @@ void advance(double seconds);
 /// Seconds since reset.
 double now();
 
+/// Whether the process has given itself the activation policy "prohibited".
+bool activationIsProhibited();
+
 }  // namespace simulator

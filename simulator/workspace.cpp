@@ -24,6 +24,7 @@ struct State {
     Observers launches;
     Observers terminations;
     Observers wakes;
+    bool activationIsProhibited = false;
 };
 
 State& state() {
@@ -75,6 +76,10 @@ void clearWorkspace() {
     state() = {};
 }
 
+bool activationIsProhibited() {
+    return state().activationIsProhibited;
+}
+
 }  // namespace simulator
 
 namespace tolvaran::workspace {
@@ -106,10 +111,8 @@ Observation observeWakes(std::function<void()> handler) {
 }
 
 void prohibitActivation() {
-    constexpr const char* function = "setActivationPolicy";
-    constexpr int prohibited = 2;
-    const bool result = simulator::admit(function).resultOr(true);
-    simulator::record(function, nlohmann::json::array({prohibited}), result);
+    // Not among the recorded calls: it is about the process itself, not about the Mac.
+    simulator::state().activationIsProhibited = simulator::admit("setActivationPolicy").performs;
 }
 
 void runEventLoop() {
