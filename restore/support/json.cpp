@@ -145,6 +145,10 @@ const T& expect(const Value& value, const char* type) {
 }  // namespace
 
 Value parse(std::string_view text) {
+    // The parser takes a zero byte for the end of the text and would not see what follows it.
+    if (text.find('\0') != std::string_view::npos) {
+        throw DecodingError("no valid JSON: it has a zero byte");
+    }
     Builder builder;
     try {
         if (!nlohmann::json::sax_parse(text.begin(), text.end(), &builder)) {

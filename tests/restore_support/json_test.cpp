@@ -140,6 +140,13 @@ TEST(Json, RefusesWhatIsNoJSON) {
     }
 }
 
+TEST(Json, RefusesAZeroByteWhereverItStands) {
+    const std::string text = "[1,\"a\"]";
+    for (std::size_t place = 0; place <= text.size(); ++place) {
+        EXPECT_THROW(parse(std::string(text).insert(place, 1, '\0')), DecodingError) << place;
+    }
+}
+
 TEST(Json, RefusesARecordCutAtAnyLength) {
     const std::string whole = write(Record{7, 1.5, true, "n", {1, 2}, {{"a", 1}}});
     for (std::size_t length = 0; length < whole.size(); ++length) {
