@@ -1,0 +1,119 @@
+#include "restore/arrangement/active_displays.hpp"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <tuple>
+
+#include "simulator/simulator.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using IDs = std::vector<CGDirectDisplayID>;
+using Lines = std::vector<std::string>;
+
+constexpr const char* uuid1 = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
+constexpr const char* uuid2 = "11111111-2222-3333-4444-55555555ABCD";
+
+json display(CGDirectDisplayID id, std::uint32_t serial, const std::string& portUUID = uuid1) {
+    return {{"id", id},         {"vendor", 10},         {"model", 20},
+            {"serial", serial}, {"portUUID", portUUID}, {"frame", {100 * id, 0, 100, 100}}};
+}
+
+json displays(CGDirectDisplayID count) {
+    json result = json::array();
+    for (CGDirectDisplayID id = count; id > 0; --id) {
+        result.push_back(display(id, id));
+    }
+    return result;
+}
+
+class ActiveDisplaysTest : public ::testing::Test {
+  protected:
+    ~ActiveDisplaysTest() override { EXPECT_EQ(simulator::liveObjects(), before_); }
+
+    void arrange(const json& list) {
+        simulator::reset({{"displays", list}});
+        before_ = simulator::liveObjects();
+    }
+
+    void writePreferences(const std::string& content) {
+        tests::writeFile(profile_ / "preferences.json", content);
+    }
+
+    tests::TemporaryDirectory profile_;
+    const tests::ScopedEnvironment environment_{"TOLVARAN_CONFIG_DIR", profile_.path()};
+    tests::LogCapture log_;
+
+  private:
+    std::size_t before_ = 0;
+};
+
+TEST_F(ActiveDisplaysTest, AreListedInTheWindowServersOrderUpToTheLimit) {
+    const std::tuple<CGDirectDisplayID, std::uint32_t, IDs> cases[] = {
+        {3, 16, {3, 2, 1}}, {3, 3, {3, 2, 1}},
+        {3, 2, {3, 2}},     {1, 16, {1}},
+        {2, 0, {}},         {17, 16, {17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2}},
+    };
+    for (const auto& [count, limit, expected] : cases) {
+        arrange(displays(count));
+        EXPECT_EQ(activeDisplays(limit), expected) << count << " displays, limit " << limit;
+    }
+}
+
+TEST_F(ActiveDisplaysTest, NoDisplaysAndAFailingCallGiveNone) {
+    arrange(json::array());
+    EXPECT_EQ(activeDisplays(16), IDs());
+    for (const bool effect : {false, true}) {
+        arrange(displays(2));
+        simulator::addFault(
+            {{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"effect", effect}});
+        EXPECT_EQ(activeDisplays(16), IDs());
+    }
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+TEST_F(ActiveDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
+    arrange(json::array({display(3, 5), display(1, 4)}));
+    EXPECT_EQ(canonicalIDs({3, 1}), (Lines{"HW-10-20-5", "HW-10-20-4"}));
+    EXPECT_EQ(canonicalIDs({1, 3}), (Lines{"HW-10-20-4", "HW-10-20-5"}));
+    EXPECT_EQ(canonicalIDs({}), Lines());
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+TEST_F(ActiveDisplaysTest, CanonicalIDsAreFoldedThroughTheAliasMap) {
+    writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-5"]}]})");
+    arrange(json::array({display(3, 5), display(1, 4)}));
+    EXPECT_EQ(canonicalIDs({3, 1}), (Lines{"main", "HW-10-20-4"}));
+}
+
+TEST_F(ActiveDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
+    writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(uuid1) + R"("]}]})");
+    arrange(json::array({display(3, 5, uuid1), display(1, 5, uuid2)}));
+    EXPECT_EQ(canonicalIDs({3, 1}), (Lines{"left", uuid2}));
+    const std::string line =
+        "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
+    EXPECT_EQ(log_.lines(), (Lines{line, line}));
+}
+
+TEST_F(ActiveDisplaysTest, TheAliasMapIsLoadedOnceForAllDisplays) {
+    writePreferences("{");
+    arrange(json::array({display(3, 5), display(1, 4), display(2, 3)}));
+    EXPECT_EQ(canonicalIDs({3, 1, 2}), (Lines{"HW-10-20-5", "HW-10-20-4", "HW-10-20-3"}));
+    EXPECT_EQ(log_.lines(),
+              Lines{"warn: AliasMap: preferences.json unparseable, falling back to identity"});
+}
+
+TEST_F(ActiveDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
+    using Map = std::map<std::string, CGDirectDisplayID>;
+    EXPECT_EQ(displaysByCanonicalID({}, {}), Map());
+    EXPECT_EQ(displaysByCanonicalID({3, 1}, {"b", "a"}), (Map{{"a", 1}, {"b", 3}}));
+    EXPECT_EQ(displaysByCanonicalID({3, 1, 2}, {"a", "b", "a"}), (Map{{"a", 2}, {"b", 1}}));
+}
+
+}  // namespace
+}  // namespace tolvaran

@@ -1,0 +1,297 @@
+#include "restore/arrangement/originals_store.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "tests/support/bad_input.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using tests::BadInput;
+using tests::Holds;
+using tests::readFile;
+using tests::writeFile;
+using Arrangements = std::map<std::string, std::vector<OriginalsEntry>>;
+using Lines = std::vector<std::string>;
+using Mapping = std::map<std::string, std::string>;
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+OriginalsFile file(Arrangements arrangements) {
+    return {.version = 2, .arrangements = std::move(arrangements)};
+}
+
+class OriginalsStoreTest : public ::testing::Test {
+  protected:
+    OriginalsFile load(const std::string& content) {
+        writeFile(path_, content);
+        return OriginalsStore::load(path_);
+    }
+
+    void expectBad(const BadInput& input) {
+        EXPECT_EQ(load(input.text), OriginalsFile()) << input.what;
+        EXPECT_EQ(log_.take(),
+                  Lines{"warn: originals file missing/wrong version/unparseable, starting fresh"})
+            << input.what;
+        EXPECT_EQ(readFile(path_), input.text) << input.what;
+    }
+
+    tests::TemporaryDirectory directory_;
+    const std::string path_ = directory_ / "State/.display-originals";
+    tests::LogCapture log_;
+};
+
+TEST_F(OriginalsStoreTest, LivesInTheStateDirectory) {
+    const tests::ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR", "/some/support");
+    EXPECT_EQ(OriginalsStore::defaultPath(), "/some/support/State/.display-originals");
+}
+
+TEST_F(OriginalsStoreTest, EntriesAreEqualWhenAllFieldsAre) {
+    const OriginalsEntry entry{.uuid = "A", .x = 1, .y = 2};
+    EXPECT_EQ(entry, (OriginalsEntry{.uuid = "A", .x = 1, .y = 2}));
+    EXPECT_NE(entry, (OriginalsEntry{.uuid = "B", .x = 1, .y = 2}));
+    EXPECT_NE(entry, (OriginalsEntry{.uuid = "A", .x = 1.5, .y = 2}));
+    EXPECT_NE(entry, (OriginalsEntry{.uuid = "A", .x = 1, .y = -2}));
+}
+
+TEST_F(OriginalsStoreTest, SavesWithSortedKeysAndLoadsTheSame) {
+    const std::pair<OriginalsFile, std::string> cases[] = {
+        {file({}), R"({"arrangements":{},"version":2})"},
+        {file({{"P,Q", {{.uuid = "Q", .x = -1440, .y = 0.5}, {.uuid = "P", .x = 0, .y = 1080.25}}},
+               {"P", {{.uuid = "P"}}}}),
+         R"({"arrangements":{"P":[{"uuid":"P","x":0,"y":0}],)"
+         R"("P,Q":[{"uuid":"Q","x":-1440,"y":0.5},{"uuid":"P","x":0,"y":1080.25}]},"version":2})"},
+        {file({{"", {}}, {"A", {{.uuid = "", .x = 2147483648, .y = -2147483649}}}}),
+         R"({"arrangements":{"":[],"A":[{"uuid":"","x":2147483648,"y":-2147483649}]},"version":2})"},
+        {file({{"A", {{.uuid = "A", .x = 1e308, .y = -5e-324}}}}),
+         R"({"arrangements":{"A":[{"uuid":"A","x":1e+308,"y":-5e-324}]},"version":2})"},
+        {file({{"\"\n\xc3\xa9", {{.uuid = "A", .x = 0.1, .y = 9007199254740992}}}}),
+         "{\"arrangements\":{\"\\\"\\n\xc3\xa9\":"
+         "[{\"uuid\":\"A\",\"x\":0.1,\"y\":9007199254740992}]},\"version\":2}"},
+    };
+    for (const auto& [value, text] : cases) {
+        OriginalsStore::save(value, path_);
+        EXPECT_EQ(readFile(path_), text);
+        EXPECT_EQ(OriginalsStore::load(path_), value) << text;
+    }
+    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/.display-originals"}));
+}
+
+TEST_F(OriginalsStoreTest, LoadsWhatIsStoredHoweverOdd) {
+    const std::pair<std::string, OriginalsFile> cases[] = {
+        {R"({"version":2.0,"arrangements":{"A":[{"uuid":"A","x":1.0,"y":2e1}]}})",
+         file({{"A", {{.uuid = "A", .x = 1, .y = 20}}}})},
+        {R"({"version":2,"arrangements":{"A,B":[{"uuid":"C","x":1,"y":2}]}})",
+         file({{"A,B", {{.uuid = "C", .x = 1, .y = 2}}}})},
+        {R"({"version":2,"arrangements":{"A":[{"uuid":"A","x":1,"y":2},{"uuid":"A","x":3,"y":4}]}})",
+         file({{"A", {{.uuid = "A", .x = 1, .y = 2}, {.uuid = "A", .x = 3, .y = 4}}}})},
+        {R"({"version":2,"arrangements":{"A":[{"uuid":"","x":1e308,"y":-1e308,"z":null}]},"w":[]})",
+         file({{"A", {{.uuid = "", .x = 1e308, .y = -1e308}}}})},
+        {R"({"version":2,"arrangements":{"A":[{"uuid":"A","x":18446744073709551616,"y":1e-400}]}})",
+         file({{"A", {{.uuid = "A", .x = 18446744073709551616.0, .y = 0}}}})},
+        {R"({"version":2,"arrangements":{"A":[],"A":[{"uuid":"A","x":1,"y":2}]}})",
+         file({{"A", {{.uuid = "A", .x = 1, .y = 2}}}})},
+    };
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(load(text), expected) << text;
+    }
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+TEST_F(OriginalsStoreTest, NoReadableFileIsAnEmptyStoreWithoutAWord) {
+    EXPECT_EQ(OriginalsStore::load(path_), file({}));
+    EXPECT_EQ(OriginalsStore::load(directory_.path()), file({}));
+    EXPECT_EQ(OriginalsStore::load(""), file({}));
+    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(directory_.list(), Lines());
+}
+
+TEST_F(OriginalsStoreTest, OtherVersionsAreAnEmptyStoreWithAWarning) {
+    for (const char* const version : {"1", "3", "0", "-2", "2.5", "9223372036854775807", "1e308"}) {
+        expectBad({std::string("version ") + version,
+                   std::string(R"({"arrangements":{},"version":)") + version + "}"});
+    }
+}
+
+TEST_F(OriginalsStoreTest, WhatDoesNotDecodeIsAnEmptyStoreWithAWarning) {
+    const nlohmann::json good = {
+        {"arrangements",
+         {{"A,B", {{{"uuid", "A"}, {"x", 0}, {"y", 0}}, {{"uuid", "B"}, {"x", 100}, {"y", 0.5}}}}}},
+        {"version", 2}};
+    for (const auto& inputs :
+         {tests::truncations(good.dump()), tests::wrongText(good.dump()),
+          tests::wrongFields(good, {{"/version", Holds::integer},
+                                    {"/arrangements", Holds::object},
+                                    {"/arrangements/A,B/0", Holds::object},
+                                    {"/arrangements/A,B/0/uuid", Holds::text},
+                                    {"/arrangements/A,B/1/x", Holds::number},
+                                    {"/arrangements/A,B/1/y", Holds::number}}),
+          std::vector<BadInput>{
+              {"entries that are no list",
+               R"({"arrangements":{"A":{"uuid":"A","x":0,"y":0}},"version":2})"},
+              {"null for entries", R"({"arrangements":{"A":null},"version":2})"},
+              {"NaN as text",
+               R"({"arrangements":{"A":[{"uuid":"A","x":"NaN","y":0}]},"version":2})"},
+              {"NaN", R"({"arrangements":{"A":[{"uuid":"A","x":NaN,"y":0}]},"version":2})"},
+              {"beyond every double",
+               R"({"arrangements":{"A":[{"uuid":"A","x":1e309,"y":0}]},"version":2})"},
+          }}) {
+        for (const BadInput& input : inputs) {
+            expectBad(input);
+        }
+    }
+}
+
+TEST_F(OriginalsStoreTest, LoadsAFileOfFiftyMegabytes) {
+    const nlohmann::json good = {{"version", 2},
+                                 {"arrangements", {{"A", {{{"uuid", "A"}, {"x", 1}, {"y", 2}}}}}}};
+    EXPECT_EQ(load(tests::padded(good.dump(), 50'000'000)),
+              file({{"A", {{.uuid = "A", .x = 1, .y = 2}}}}));
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+TEST_F(OriginalsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
+    const OriginalsFile cases[] = {
+        file({{"A", {{.uuid = "A", .x = std::nan(""), .y = 0}}}}),
+        file({{"A", {{.uuid = "A", .x = 0, .y = infinity}}}}),
+        file({{"A", {{.uuid = "\xff", .x = 0, .y = 0}}}}),
+        file({{"\xc0\xaf", {}}}),
+    };
+    writeFile(path_, "old");
+    for (const OriginalsFile& unencodable : cases) {
+        OriginalsStore::save(unencodable, path_);
+        EXPECT_EQ(log_.take(), Lines{"warn: Failed to encode originals file"});
+        EXPECT_EQ(readFile(path_), "old");
+    }
+}
+
+TEST_F(OriginalsStoreTest, WhatCannotBeWrittenIsReportedWithTheError) {
+    writeFile(directory_ / "file", "old");
+    OriginalsStore::save(file({}), directory_ / "file/originals");
+    OriginalsStore::save(file({}), directory_.path());
+    EXPECT_EQ(log_.lines(), (Lines{"warn: Failed to write originals file: create " +
+                                       (directory_ / "file/originals: Not a directory"),
+                                   "warn: Failed to write originals file: rename " +
+                                       directory_.path() + ": Is a directory"}));
+    EXPECT_EQ(directory_.list(), Lines{"file"});
+}
+
+struct Migration {
+    std::string what;
+    Mapping mapping;
+    Arrangements before;
+    Arrangements after;
+    std::string mappingText;  // empty when nothing is to be written
+};
+
+const OriginalsEntry a1{.uuid = "A", .x = 1, .y = 2};
+const OriginalsEntry b3{.uuid = "B", .x = 3, .y = 4};
+const OriginalsEntry c5{.uuid = "C", .x = 5, .y = 6};
+
+TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
+    const Migration cases[] = {
+        {"one display",
+         {{"A", "Z"}},
+         {{"A,B", {a1, b3}}},
+         {{"B,Z", {{.uuid = "Z", .x = 1, .y = 2}, b3}}},
+         R"(["A": "Z"])"},
+        {"two displays become one",
+         {{"A", "Z"}, {"B", "Z"}},
+         {{"A,B,C", {b3, c5, a1}}},
+         {{"C,Z", {{.uuid = "Z", .x = 3, .y = 4}, c5}}},
+         R"(["A": "Z", "B": "Z"])"},
+        {"one becomes another that is there",
+         {{"B", "A"}},
+         {{"A,B", {a1, b3}}},
+         {{"A", {a1}}},
+         R"(["B": "A"])"},
+        {"an exchange",
+         {{"A", "B"}, {"B", "A"}},
+         {{"A,B", {a1, b3}}},
+         {{"A,B", {{.uuid = "B", .x = 1, .y = 2}, {.uuid = "A", .x = 3, .y = 4}}}},
+         R"(["A": "B", "B": "A"])"},
+        {"no chains",
+         {{"A", "B"}, {"B", "C"}},
+         {{"A", {a1}}},
+         {{"B", {{.uuid = "B", .x = 1, .y = 2}}}},
+         R"(["A": "B", "B": "C"])"},
+        {"two arrangements become one",
+         {{"B", "A"}},
+         {{"A", {a1}}, {"B", {b3}}},
+         {{"A", {a1}}},
+         R"(["B": "A"])"},
+        {"the first met of two stays",
+         {{"A", "C"}},
+         {{"A", {a1}}, {"C", {c5}}},
+         {{"C", {{.uuid = "C", .x = 1, .y = 2}}}},
+         R"(["A": "C"])"},
+        {"other arrangements stay",
+         {{"A", "Z"}},
+         {{"A", {a1}}, {"B,C", {c5, b3}}},
+         {{"B,C", {c5, b3}}, {"Z", {{.uuid = "Z", .x = 1, .y = 2}}}},
+         R"(["A": "Z"])"},
+        {"an empty arrangement goes",
+         {{"Q", "Z"}},
+         {{"A", {a1}}, {"B", {}}},
+         {{"A", {a1}}},
+         R"(["Q": "Z"])"},
+        {"nothing but an empty arrangement", {{"Q", "Z"}}, {{"B", {}}}, {}, R"(["Q": "Z"])"},
+        {"a signature that disagrees is formed anew",
+         {{"Q", "Z"}},
+         {{"wrong", {b3, a1}}},
+         {{"A,B", {b3, a1}}},
+         R"(["Q": "Z"])"},
+        {"a display named twice",
+         {{"Q", "Z"}},
+         {{"A", {a1, {.uuid = "A", .x = 8, .y = 9}}}},
+         {{"A", {a1}}},
+         R"(["Q": "Z"])"},
+        {"an empty UUID",
+         {{"", "Z"}},
+         {{"", {{.uuid = "", .x = 1, .y = 2}}}},
+         {{"Z", {{.uuid = "Z", .x = 1, .y = 2}}}},
+         R"(["": "Z"])"},
+        {"an unknown display", {{"Q", "Z"}}, {{"A,B", {b3, a1}}}, {{"A,B", {b3, a1}}}, ""},
+        {"a display to itself", {{"A", "A"}}, {{"A,B", {a1, b3}}}, {{"A,B", {a1, b3}}}, ""},
+        {"no arrangements", {{"A", "Z"}}, {}, {}, ""},
+    };
+    for (const Migration& c : cases) {
+        const std::string before =
+            nlohmann::json::parse(json::write(file(c.before))).dump(1);  // never written so by us
+        writeFile(path_, before);
+        OriginalsStore::migrateUUIDs(c.mapping, path_);
+        const bool changes = !c.mappingText.empty();
+        EXPECT_EQ(readFile(path_), changes ? json::write(file(c.after)) : before) << c.what;
+        EXPECT_EQ(log_.take(),
+                  changes ? Lines{"info: Migrated originals UUIDs: " + c.mappingText} : Lines())
+            << c.what;
+    }
+}
+
+TEST_F(OriginalsStoreTest, MigrationLeavesAMissingOrBadFileAlone) {
+    OriginalsStore::migrateUUIDs({{"A", "Z"}}, path_);
+    EXPECT_EQ(directory_.list(), Lines());
+    EXPECT_EQ(log_.take(), Lines());
+
+    writeFile(path_, "{");
+    OriginalsStore::migrateUUIDs({{"A", "Z"}}, path_);
+    EXPECT_EQ(readFile(path_), "{");
+    EXPECT_EQ(log_.take(),
+              Lines{"warn: originals file missing/wrong version/unparseable, starting fresh"});
+}
+
+TEST_F(OriginalsStoreTest, MigrationWithAnEmptyMappingDoesNotReadTheFile) {
+    writeFile(path_, "{");
+    OriginalsStore::migrateUUIDs({}, path_);
+    EXPECT_EQ(readFile(path_), "{");
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+}  // namespace
+}  // namespace tolvaran

@@ -1,0 +1,545 @@
+#include "restore/arrangement/set_marks.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <ostream>
+#include <tuple>
+
+#include "tests/support/bad_input.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using tests::BadInput;
+using tests::Holds;
+using tests::readFile;
+using tests::writeFile;
+using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
+using Lines = std::vector<std::string>;
+using Mapping = std::map<std::string, std::string>;
+using Origins = std::map<std::string, CGPoint>;
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+const OriginalsEntry a1{.uuid = "A", .x = 1, .y = 2};
+const OriginalsEntry b3{.uuid = "B", .x = 3, .y = 4};
+const OriginalsEntry c5{.uuid = "C", .x = 5, .y = 6};
+const OriginalsEntry z1{.uuid = "Z", .x = 1, .y = 2};
+const MarkedLayout ab = {a1, b3};
+const MarkedLayout ba = {b3, a1};
+const MarkedLayout onlyC = {c5};
+
+/// What a file holds, written as nobody here writes it, so that a rewrite shows.
+std::string indented(const std::string& text) {
+    return nlohmann::json::parse(text).dump(1);
+}
+
+std::string lettersOf(std::string kind) {
+    std::erase(kind, '-');
+    return kind;
+}
+
+struct Marks {
+    tests::TemporaryDirectory directory;
+    std::string path = directory / "State/marks.json";
+    tests::LogCapture log;
+};
+
+// What the stores have in common, one row a store.
+
+struct Store {
+    std::string kind;
+    nlohmann::json good;  // a file that marks A,B
+    std::vector<tests::RequiredField> fields;
+    std::function<std::string()> defaultPath;
+    std::function<Lines(const std::string&)> signatures;
+    std::function<void(const std::string&, const std::string&)> mark;
+    std::function<void(const std::string&, const std::string&)> clear;
+    std::function<void(const Mapping&, const std::string&)> migrate;
+
+    std::string badFile() const {
+        return "warn: " + kind + "-sets file wrong version/unparseable, treating as empty";
+    }
+};
+
+void PrintTo(const Store& store, std::ostream* out) {
+    *out << store.kind;
+}
+
+nlohmann::json goodLayouts(int version) {
+    return {
+        {"version", version},
+        {"arrangements",
+         {{"A,B", {{{{"uuid", "A"}, {"x", 1}, {"y", 2}}, {{"uuid", "B"}, {"x", 3}, {"y", 4}}}}}}}};
+}
+
+const std::vector<tests::RequiredField> layoutFields = {
+    {"/version", Holds::integer},
+    {"/arrangements", Holds::object},
+    {"/arrangements/A,B/0", Holds::list},
+    {"/arrangements/A,B/0/1", Holds::object},
+    {"/arrangements/A,B/0/0/uuid", Holds::text},
+    {"/arrangements/A,B/0/1/x", Holds::number},
+    {"/arrangements/A,B/0/1/y", Holds::number},
+};
+
+const std::vector<Store>& stores() {
+    static const std::vector<Store> list = {
+        {"separated",
+         {{"version", 1}, {"signatures", nlohmann::json::array({"A,B"})}},
+         {{"/version", Holds::integer},
+          {"/signatures", Holds::list},
+          {"/signatures/0", Holds::text}},
+         SeparatedSetsStore::defaultPath,
+         SeparatedSetsStore::signatures,
+         SeparatedSetsStore::markSeparated,
+         SeparatedSetsStore::clearSeparated,
+         SeparatedSetsStore::migrateCanonicalIDs},
+        {"side-pinned", goodLayouts(2), layoutFields, SidePinnedSetsStore::defaultPath,
+         SidePinnedSetsStore::signatures,
+         [](const std::string& signature, const std::string& path) {
+             SidePinnedSetsStore::markSidePinned(signature, ab, path);
+         },
+         SidePinnedSetsStore::clearSidePinned, SidePinnedSetsStore::migrateCanonicalIDs},
+        {"native-mirrored", goodLayouts(1), layoutFields, NativeMirroredSetsStore::defaultPath,
+         NativeMirroredSetsStore::signatures,
+         [](const std::string& signature, const std::string& path) {
+             NativeMirroredSetsStore::markNativeMirrored(signature, ab, path);
+         },
+         NativeMirroredSetsStore::clearNativeMirrored,
+         NativeMirroredSetsStore::migrateCanonicalIDs},
+    };
+    return list;
+}
+
+class SetMarksTest : public ::testing::TestWithParam<Store>, protected Marks {
+  protected:
+    void expectBad(const BadInput& input) {
+        writeFile(path, input.text);
+        EXPECT_EQ(GetParam().signatures(path), Lines()) << input.what;
+        EXPECT_EQ(log.take(), Lines{GetParam().badFile()}) << input.what;
+        EXPECT_EQ(readFile(path), input.text) << input.what;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Stores, SetMarksTest, ::testing::ValuesIn(stores()),
+                         [](const auto& store) { return lettersOf(store.param.kind); });
+
+TEST_P(SetMarksTest, LivesInTheStateDirectory) {
+    const tests::ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR", "/some/support");
+    EXPECT_EQ(GetParam().defaultPath(), "/some/support/State/" + GetParam().kind + "-sets.json");
+}
+
+TEST_P(SetMarksTest, NoReadableFileIsAnEmptyStoreWithoutAWord) {
+    EXPECT_EQ(GetParam().signatures(path), Lines());
+    EXPECT_EQ(GetParam().signatures(directory.path()), Lines());
+    GetParam().clear("A,B", path);
+    GetParam().migrate({{"A", "Z"}}, path);
+    EXPECT_EQ(directory.list(), Lines());
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(SetMarksTest, OtherVersionsAreAnEmptyStoreWithAWarning) {
+    const int good = GetParam().good.at("version");
+    for (const nlohmann::json& version :
+         std::vector<nlohmann::json>{0, -good, good - 1, good + 1, good + 0.5,
+                                     good + (std::int64_t{1} << 32), 9223372036854775807, 1e308}) {
+        nlohmann::json other = GetParam().good;
+        other["version"] = version;
+        expectBad({"version " + version.dump(), other.dump()});
+    }
+}
+
+TEST_P(SetMarksTest, WhatDoesNotDecodeIsAnEmptyStoreWithAWarning) {
+    const nlohmann::json& good = GetParam().good;
+    for (const auto& inputs : {tests::truncations(good.dump()), tests::wrongText(good.dump()),
+                               tests::wrongFields(good, GetParam().fields)}) {
+        for (const BadInput& input : inputs) {
+            expectBad(input);
+        }
+    }
+}
+
+TEST_P(SetMarksTest, LoadsAFileOfFiftyMegabytes) {
+    writeFile(path, tests::padded(GetParam().good.dump(), 50'000'000));
+    EXPECT_EQ(GetParam().signatures(path), Lines{"A,B"});
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(SetMarksTest, ABadFileStaysUntilTheNextMarkReplacesIt) {
+    writeFile(path, "{");
+    GetParam().clear("A,B", path);
+    GetParam().migrate({{"A", "Z"}}, path);
+    EXPECT_EQ(readFile(path), "{");
+    EXPECT_EQ(log.take(), (Lines{GetParam().badFile(), GetParam().badFile()}));
+
+    GetParam().mark("A,B", path);
+    EXPECT_EQ(readFile(path), GetParam().good.dump());
+    EXPECT_EQ(log.take(), Lines{GetParam().badFile()});
+}
+
+TEST_P(SetMarksTest, ClearRemovesTheSignatureAndRewritesOnlyThen) {
+    GetParam().mark("A,B", path);
+    GetParam().mark("C", path);
+    const std::string before = indented(*readFile(path));
+    writeFile(path, before);
+    for (const char* const unknown : {"", "A", "B,A", "a,b"}) {
+        GetParam().clear(unknown, path);
+        EXPECT_EQ(readFile(path), before) << unknown;
+    }
+    GetParam().clear("C", path);
+    EXPECT_EQ(readFile(path), GetParam().good.dump());
+    GetParam().clear("A,B", path);
+    EXPECT_EQ(GetParam().signatures(path), Lines());
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(SetMarksTest, AnEmptySignatureIsNeverMarked) {
+    GetParam().mark("", path);
+    EXPECT_EQ(directory.list(), Lines());
+}
+
+TEST_P(SetMarksTest, WhatCannotBeEncodedLeavesTheOldFile) {
+    const std::string before = indented(GetParam().good.dump());
+    writeFile(path, before);
+    GetParam().mark("\xff", path);
+    EXPECT_EQ(readFile(path), before);
+    EXPECT_EQ(log.lines(), Lines{"warn: Failed to encode " + GetParam().kind + "-sets file"});
+}
+
+TEST_P(SetMarksTest, WhatCannotBeWrittenIsReportedWithTheError) {
+    writeFile(directory / "file", "old");
+    GetParam().mark("A,B", directory / "file/marks");
+    EXPECT_EQ(log.lines(),
+              Lines{"warn: Failed to write " + GetParam().kind + "-sets file: create " +
+                    (directory / "file/marks: Not a directory")});
+    EXPECT_EQ(directory.list(), Lines{"file"});
+}
+
+TEST_P(SetMarksTest, MigrationRenamesSortsAndSaysSo) {
+    writeFile(path, GetParam().good.dump());
+    GetParam().migrate({{"A", "Z"}, {"Q", "R"}}, path);
+    EXPECT_EQ(GetParam().signatures(path), Lines{"B,Z"});
+    EXPECT_EQ(log.lines(), Lines{"info: Migrated " + GetParam().kind +
+                                 R"(-set signatures: ["A": "Z", "Q": "R"])"});
+}
+
+TEST_P(SetMarksTest, MigrationThatChangesNothingWritesAndLogsNothing) {
+    const std::string before = indented(GetParam().good.dump());
+    writeFile(path, before);
+    GetParam().migrate({{"Q", "Z"}}, path);
+    GetParam().migrate({{"A", "A"}}, path);
+    EXPECT_EQ(readFile(path), before);
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(SetMarksTest, MigrationWithAnEmptyMappingDoesNotReadTheFile) {
+    writeFile(path, "{");
+    GetParam().migrate({}, path);
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+// The separated sets.
+
+class SeparatedSetsStoreTest : public ::testing::Test, protected Marks {
+  protected:
+    void store(const std::vector<std::string>& signatures) {
+        writeFile(path, indented(json::write(SeparatedSetsFile{.signatures = signatures})));
+    }
+};
+
+TEST_F(SeparatedSetsStoreTest, MarksInOrderAndEachOnce) {
+    SeparatedSetsStore::markSeparated("C", path);
+    SeparatedSetsStore::markSeparated("A,B", path);
+    EXPECT_EQ(readFile(path), R"({"signatures":["C","A,B"],"version":1})");
+    EXPECT_EQ(SeparatedSetsStore::signatures(path), (Lines{"C", "A,B"}));
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_F(SeparatedSetsStoreTest, MarkingAgainDoesNotRewrite) {
+    store({"A,B", "C"});
+    const auto before = readFile(path);
+    SeparatedSetsStore::markSeparated("A,B", path);
+    SeparatedSetsStore::markSeparated("", path);
+    EXPECT_EQ(readFile(path), before);
+}
+
+TEST_F(SeparatedSetsStoreTest, ClearRemovesEveryOccurrence) {
+    store({"A", "B", "A"});
+    SeparatedSetsStore::clearSeparated("A", path);
+    EXPECT_EQ(SeparatedSetsStore::signatures(path), Lines{"B"});
+}
+
+TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
+    const std::tuple<Mapping, Lines, Lines> cases[] = {
+        {{{"A", "Z"}}, {"A,B", "C"}, {"B,Z", "C"}},
+        {{{"A", "B"}}, {"A,B"}, {"B"}},
+        {{{"A", "B"}}, {"A,C", "D", "B,C"}, {"B,C", "D"}},
+        {{{"A", "B"}, {"B", "A"}}, {"A", "B"}, {"B", "A"}},
+        {{{"A", "B"}, {"B", "C"}}, {"A"}, {"B"}},
+        {{{"Q", "Z"}}, {"B,A", "A,B"}, {"A,B"}},
+        {{{"Q", "Z"}}, {"A,A"}, {"A"}},
+        {{{"Q", "Z"}}, {"", ",", "A"}, {"", "A"}},
+        {{{"", "Z"}}, {"", "A,"}, {"Z", "A,Z"}},
+    };
+    for (const auto& [mapping, before, after] : cases) {
+        store(before);
+        SeparatedSetsStore::migrateCanonicalIDs(mapping, path);
+        EXPECT_EQ(readFile(path), json::write(SeparatedSetsFile{.signatures = after}));
+        EXPECT_EQ(log.take().size(), 1U);
+    }
+}
+
+// The two stores of layouts.
+
+struct LayoutStore {
+    std::string kind;
+    std::int64_t version;
+    std::function<Arrangements(const std::string&)> load;
+    std::function<std::vector<MarkedLayout>(const std::string&, const std::string&)> candidates;
+    std::function<void(const std::string&, const MarkedLayout&, const std::string&)> premark;
+    std::function<void(const std::string&, const MarkedLayout&, const std::string&)> mark;
+    std::function<void(const std::string&, const std::vector<MarkedLayout>&, const std::string&)>
+        restoreCandidates;
+    std::function<void(const Mapping&, const std::string&)> migrate;
+    std::function<bool(const std::string&, const Origins&, const std::string&)> matches;
+};
+
+void PrintTo(const LayoutStore& store, std::ostream* out) {
+    *out << store.kind;
+}
+
+const std::vector<LayoutStore>& layoutStores() {
+    static const std::vector<LayoutStore> list = {
+        {"side-pinned", 2,
+         [](const std::string& path) { return SidePinnedSetsStore::load(path).arrangements; },
+         SidePinnedSetsStore::candidates, SidePinnedSetsStore::premarkSidePinned,
+         SidePinnedSetsStore::markSidePinned, SidePinnedSetsStore::restoreCandidates,
+         SidePinnedSetsStore::migrateCanonicalIDs, SidePinnedSetsStore::matchesCurrentHardware},
+        {"native-mirrored", 1,
+         [](const std::string& path) { return NativeMirroredSetsStore::load(path).arrangements; },
+         NativeMirroredSetsStore::candidates, NativeMirroredSetsStore::premarkNativeMirrored,
+         NativeMirroredSetsStore::markNativeMirrored, NativeMirroredSetsStore::restoreCandidates,
+         NativeMirroredSetsStore::migrateCanonicalIDs,
+         NativeMirroredSetsStore::matchesCurrentHardware},
+    };
+    return list;
+}
+
+class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>, protected Marks {
+  protected:
+    std::string text(const Arrangements& arrangements) const {
+        return json::serialize(json::Object{{"version", GetParam().version},
+                                            {"arrangements", json::encode(arrangements)}});
+    }
+
+    /// Writes a file with these layouts as nobody here writes it. @return the file's content
+    std::string store(const Arrangements& arrangements) const {
+        const std::string content = indented(text(arrangements));
+        writeFile(path, content);
+        return content;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Stores, LayoutSetsStoreTest, ::testing::ValuesIn(layoutStores()),
+                         [](const auto& store) { return lettersOf(store.param.kind); });
+
+TEST_P(LayoutSetsStoreTest, WritesSortedKeysAndItsOwnVersion) {
+    GetParam().mark("A,B", ba, path);
+    EXPECT_EQ(readFile(path), R"({"arrangements":{"A,B":[[{"uuid":"B","x":3,"y":4},)"
+                              R"({"uuid":"A","x":1,"y":2}]]},"version":)" +
+                                  std::to_string(GetParam().version) + "}");
+    EXPECT_EQ(GetParam().load(path), (Arrangements{{"A,B", {ba}}}));
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(LayoutSetsStoreTest, PremarkingCollectsDifferentLayouts) {
+    GetParam().premark("A,B", ab, path);
+    GetParam().premark("C", onlyC, path);
+    GetParam().premark("A,B", ba, path);  // another order is another layout
+    EXPECT_EQ(GetParam().load(path), (Arrangements{{"A,B", {ab, ba}}, {"C", {onlyC}}}));
+    EXPECT_EQ(GetParam().candidates("A,B", path), (std::vector{ab, ba}));
+    EXPECT_EQ(GetParam().candidates("A", path), std::vector<MarkedLayout>());
+}
+
+TEST_P(LayoutSetsStoreTest, PremarkingTheSameAgainDoesNotRewrite) {
+    const std::string before = store({{"A,B", {onlyC, ab}}});
+    GetParam().premark("A,B", ab, path);
+    GetParam().premark("A,B", onlyC, path);
+    EXPECT_EQ(readFile(path), before);
+}
+
+TEST_P(LayoutSetsStoreTest, EmptySignaturesAndLayoutsAreNotMarked) {
+    const std::string before = store({{"A,B", {ab}}});
+    GetParam().premark("", ab, path);
+    GetParam().premark("A,B", {}, path);
+    GetParam().mark("", ab, path);
+    GetParam().mark("A,B", {}, path);
+    GetParam().restoreCandidates("", {ab}, path);
+    GetParam().restoreCandidates("", {}, path);
+    EXPECT_EQ(readFile(path), before);
+}
+
+TEST_P(LayoutSetsStoreTest, MarkingReplacesThePremarks) {
+    GetParam().premark("A,B", ab, path);
+    GetParam().premark("A,B", ba, path);
+    GetParam().premark("C", onlyC, path);
+    GetParam().mark("A,B", ba, path);
+    EXPECT_EQ(GetParam().load(path), (Arrangements{{"A,B", {ba}}, {"C", {onlyC}}}));
+    store({{"A,B", {ba}}});
+    GetParam().mark("A,B", ba, path);
+    EXPECT_EQ(readFile(path), text({{"A,B", {ba}}}));  // also when it is there already
+}
+
+TEST_P(LayoutSetsStoreTest, RestoringCandidatesReplacesOrRemovesThem) {
+    store({{"A,B", {ab}}, {"C", {onlyC}}});
+    GetParam().restoreCandidates("A,B", {ba, {}}, path);
+    EXPECT_EQ(readFile(path), text({{"A,B", {ba, {}}}, {"C", {onlyC}}}));
+    GetParam().restoreCandidates("A,B", {}, path);
+    EXPECT_EQ(readFile(path), text({{"C", {onlyC}}}));
+    const std::string before = store({{"C", {onlyC}}});
+    GetParam().restoreCandidates("A,B", {}, path);
+    EXPECT_EQ(readFile(path), before);
+    GetParam().restoreCandidates("D", {ab}, path);
+    EXPECT_EQ(readFile(path), text({{"C", {onlyC}}, {"D", {ab}}}));
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(LayoutSetsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
+    const std::string before = store({{"C", {onlyC}}});
+    for (const double coordinate : {std::nan(""), infinity, -infinity}) {
+        GetParam().premark("A", {{.uuid = "A", .x = 0, .y = coordinate}}, path);
+        EXPECT_EQ(readFile(path), before);
+        EXPECT_EQ(log.take(), Lines{"warn: Failed to encode " + GetParam().kind + "-sets file"});
+    }
+}
+
+TEST_P(LayoutSetsStoreTest, LoadsWhatIsStoredHoweverOdd) {
+    const Arrangements cases[] = {
+        {{"A", {}}},
+        {{"A", {{}}}},
+        {{"wrong", {ab}}},
+        {{"", {{{.uuid = "", .x = 0, .y = 0}}}}},
+        {{"A", {{a1, a1}, {a1, {.uuid = "A", .x = 8, .y = 9}}}}},
+        {{"A", {{{.uuid = "A", .x = 1e308, .y = -2147483649}}}}},
+    };
+    for (const Arrangements& arrangements : cases) {
+        store(arrangements);
+        EXPECT_EQ(GetParam().load(path), arrangements) << text(arrangements);
+    }
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+struct Match {
+    std::string what;
+    std::vector<MarkedLayout> layouts;
+    Origins origins;
+    bool matches;
+};
+
+TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
+    const Origins inPlace = {{"A", {1, 2}}, {"B", {3, 4}}};
+    const double justMore = std::nextafter(2.0, 3.0);
+    const MarkedLayout atZero = {{.uuid = "A", .x = 0, .y = 0}};
+    const double nan = std::nan("");
+    const Match cases[] = {
+        {"in place", {ab}, inPlace, true},
+        {"2.0 off in x", {ab}, {{"A", {3, 2}}, {"B", {3, 4}}}, true},
+        {"2.0 off the other way", {ab}, {{"A", {-1, 0}}, {"B", {5, 6}}}, true},
+        {"2.5 off in x", {ab}, {{"A", {3.5, 2}}, {"B", {3, 4}}}, false},
+        {"2.5 off in y", {ab}, {{"A", {1, -0.5}}, {"B", {3, 4}}}, false},
+        {"the second is off", {ab}, {{"A", {1, 2}}, {"B", {3, 7}}}, false},
+        {"just more than 2.0 off", {atZero}, {{"A", {justMore, 0}}}, false},
+        {"just more than 2.0 off in y", {atZero}, {{"A", {0, -justMore}}}, false},
+        {"other displays do not count", {onlyC}, {{"A", {0, 0}}, {"C", {5, 6}}}, true},
+        {"a display is not there", {ab}, {{"A", {1, 2}}}, false},
+        {"nothing is there", {ab}, {}, false},
+        {"the next layout is tried", {{{.uuid = "Q", .x = 1, .y = 2}}, {c5}, ab}, inPlace, true},
+        {"no layout matches", {{c5}, {{.uuid = "A", .x = 100, .y = 2}}}, inPlace, false},
+        {"an empty layout", {{}}, inPlace, false},
+        {"an empty layout is passed over", {{}, ab}, inPlace, true},
+        {"no layouts", {}, inPlace, false},
+        {"a display named twice, once wrongly",
+         {{a1, {.uuid = "A", .x = 9, .y = 9}}},
+         inPlace,
+         false},
+        {"far out", {{{.uuid = "A", .x = 1e308, .y = -1e308}}}, {{"A", {-1e308, 1e308}}}, false},
+        {"NaN", {atZero}, {{"A", {nan, 0}}}, false},
+        {"infinite", {atZero}, {{"A", {0, infinity}}}, false},
+    };
+    for (const Match& c : cases) {
+        store({{"A,B", c.layouts}, {"X", {}}});
+        EXPECT_EQ(GetParam().matches("A,B", c.origins, path), c.matches) << c.what;
+        EXPECT_FALSE(GetParam().matches("X", c.origins, path)) << c.what;
+        EXPECT_FALSE(GetParam().matches("unknown", c.origins, path)) << c.what;
+    }
+    EXPECT_EQ(log.lines(), Lines());
+}
+
+TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
+    struct Case {
+        std::string what;
+        Mapping mapping;
+        Arrangements before;
+        Arrangements after;
+    };
+    const OriginalsEntry b1{.uuid = "B", .x = 1, .y = 2};
+    const OriginalsEntry a3{.uuid = "A", .x = 3, .y = 4};
+    const Case cases[] = {
+        {"one display", {{"A", "Z"}}, {{"A,B", {ab, ba}}}, {{"B,Z", {{z1, b3}, {b3, z1}}}}},
+        {"two displays become one", {{"B", "A"}}, {{"A,B", {ab, ba}}}, {{"A", {{a1}, {a3}}}}},
+        {"an exchange", {{"A", "B"}, {"B", "A"}}, {{"A,B", {ab}}}, {{"A,B", {{b1, a3}}}}},
+        {"two signatures become one",
+         {{"B", "A"}},
+         {{"A", {{a1}}}, {"B", {{b3}}}},
+         {{"A", {{a1}}}}},
+        {"the first met of two stays", {{"A", "C"}}, {{"A", {}}, {"C", {onlyC}}}, {{"C", {}}}},
+        {"an unsorted signature", {{"Q", "Z"}}, {{"B,A", {ab}}}, {{"A,B", {ab}}}},
+        {"a signature that disagrees", {{"A", "Z"}}, {{"C", {{a1}}}}, {{"C", {{z1}}}}},
+        {"a layout that disagrees", {{"C", "Z"}}, {{"C", {{a1}}}}, {{"Z", {{a1}}}}},
+        {"an empty layout stays", {{"A", "Z"}}, {{"A", {{}}}}, {{"Z", {{}}}}},
+        {"a display named twice", {{"Q", "Z"}}, {{"A", {{a1, a3}}}}, {{"A", {{a1}}}}},
+    };
+    for (const Case& c : cases) {
+        store(c.before);
+        GetParam().migrate(c.mapping, path);
+        EXPECT_EQ(readFile(path), text(c.after)) << c.what;
+        EXPECT_EQ(log.take().size(), 1U) << c.what;
+    }
+}
+
+// What differs.
+
+TEST(SetMarksVersions, DifferOnPurpose) {
+    static_assert(SeparatedSetsStore::fileVersion == 1);
+    static_assert(SidePinnedSetsStore::fileVersion == 2);
+    static_assert(NativeMirroredSetsStore::fileVersion == 1);
+    static_assert(SidePinnedSetsStore::matchTolerance == 2.0);
+    static_assert(NativeMirroredSetsStore::matchTolerance == 2.0);
+    EXPECT_EQ(SidePinnedSetsFile().version, 2);
+    EXPECT_EQ(NativeMirroredSetsFile().version, 1);
+    EXPECT_EQ(SeparatedSetsFile().version, 1);
+
+    Marks marks;
+    writeFile(marks.path, goodLayouts(1).dump());
+    EXPECT_EQ(SidePinnedSetsStore::load(marks.path), SidePinnedSetsFile());
+    EXPECT_EQ(marks.log.take(),
+              Lines{"warn: side-pinned-sets file wrong version/unparseable, treating as empty"});
+    EXPECT_EQ(NativeMirroredSetsStore::signatures(marks.path), Lines{"A,B"});
+    EXPECT_EQ(marks.log.take(), Lines());
+
+    writeFile(marks.path, goodLayouts(2).dump());
+    EXPECT_EQ(SidePinnedSetsStore::signatures(marks.path), Lines{"A,B"});
+    EXPECT_EQ(NativeMirroredSetsStore::load(marks.path), NativeMirroredSetsFile());
+    EXPECT_EQ(
+        marks.log.take(),
+        Lines{"warn: native-mirrored-sets file wrong version/unparseable, treating as empty"});
+}
+
+}  // namespace
+}  // namespace tolvaran
