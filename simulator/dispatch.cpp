@@ -219,13 +219,13 @@ using simulator::admit;
 using simulator::isMainQueue;
 using simulator::sourceOf;
 
-void dispatch_retain(dispatch_object_t object) {
+void dispatch_retain(dispatch_object_t object) noexcept {
     if (!isMainQueue(object)) {
         ++sourceOf(object, "dispatch_retain").references;
     }
 }
 
-void dispatch_release(dispatch_object_t object) {
+void dispatch_release(dispatch_object_t object) noexcept {
     constexpr std::string_view function = "dispatch_release";
     if (isMainQueue(object)) {
         return;
@@ -240,26 +240,26 @@ void dispatch_release(dispatch_object_t object) {
     simulator::bury(source);
 }
 
-void dispatch_set_context(dispatch_object_t object, void* context) {
+void dispatch_set_context(dispatch_object_t object, void* context) noexcept {
     sourceOf(object, "dispatch_set_context").context = context;
 }
 
-void* dispatch_get_context(dispatch_object_t object) {
+void* dispatch_get_context(dispatch_object_t object) noexcept {
     return sourceOf(object, "dispatch_get_context").context;
 }
 
-void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer) {
+void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer) noexcept {
     sourceOf(object, "dispatch_set_finalizer_f").finalizer = finalizer;
 }
 
-void dispatch_activate(dispatch_object_t object) {
+void dispatch_activate(dispatch_object_t object) noexcept {
     simulator::Source& source = sourceOf(object, "dispatch_activate");
     if (!source.active) {
         simulator::activate(source);
     }
 }
 
-void dispatch_resume(dispatch_object_t object) {
+void dispatch_resume(dispatch_object_t object) noexcept {
     constexpr std::string_view function = "dispatch_resume";
     simulator::Source& source = sourceOf(object, function);
     if (source.active) {
@@ -268,7 +268,7 @@ void dispatch_resume(dispatch_object_t object) {
     simulator::activate(source);
 }
 
-dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) {
+dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) noexcept {
     if (when == DISPATCH_TIME_FOREVER) {
         return when;
     }
@@ -283,11 +283,11 @@ dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) {
     return static_cast<dispatch_time_t>(std::max<std::int64_t>(base + delta, 1));
 }
 
-dispatch_queue_main_t dispatch_get_main_queue() {
+dispatch_queue_main_t dispatch_get_main_queue() noexcept {
     return simulator::mainQueue();
 }
 
-void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) {
+void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept {
     constexpr std::string_view function = "dispatch_async_f";
     simulator::requireMainQueue(queue, function);
     if (admit(function).performs) {
@@ -296,7 +296,7 @@ void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t
 }
 
 void dispatch_after_f(dispatch_time_t when, dispatch_queue_t queue, void* context,
-                      dispatch_function_t work) {
+                      dispatch_function_t work) noexcept {
     constexpr std::string_view function = "dispatch_after_f";
     simulator::requireMainQueue(queue, function);
     const simulator::clock::Time due = simulator::fromDispatchTime(when);
@@ -306,7 +306,7 @@ void dispatch_after_f(dispatch_time_t when, dispatch_queue_t queue, void* contex
 }
 
 dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintptr_t handle,
-                                         std::uintptr_t mask, dispatch_queue_t queue) {
+                                         std::uintptr_t mask, dispatch_queue_t queue) noexcept {
     constexpr std::string_view function = "dispatch_source_create";
     simulator::requireMainQueue(queue, function);
     const bool isExit = type == DISPATCH_SOURCE_TYPE_PROC && mask == DISPATCH_PROC_EXIT;
@@ -321,12 +321,13 @@ dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintp
     return reinterpret_cast<dispatch_source_t>(source);
 }
 
-void dispatch_source_set_event_handler_f(dispatch_source_t source, dispatch_function_t handler) {
+void dispatch_source_set_event_handler_f(dispatch_source_t source,
+                                         dispatch_function_t handler) noexcept {
     sourceOf(source, "dispatch_source_set_event_handler_f").handler = handler;
 }
 
 void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start,
-                               std::uint64_t interval, std::uint64_t) {
+                               std::uint64_t interval, std::uint64_t) noexcept {
     constexpr std::string_view function = "dispatch_source_set_timer";
     simulator::Source& timerSource = sourceOf(source, function);
     if (timerSource.type != DISPATCH_SOURCE_TYPE_TIMER) {
@@ -342,14 +343,14 @@ void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start,
     simulator::schedule(timerSource);
 }
 
-void dispatch_source_cancel(dispatch_source_t source) {
+void dispatch_source_cancel(dispatch_source_t source) noexcept {
     simulator::stop(sourceOf(source, "dispatch_source_cancel"));
 }
 
-std::intptr_t dispatch_source_testcancel(dispatch_source_t source) {
+std::intptr_t dispatch_source_testcancel(dispatch_source_t source) noexcept {
     return sourceOf(source, "dispatch_source_testcancel").cancelled ? 1 : 0;
 }
 
-std::uintptr_t dispatch_source_get_handle(dispatch_source_t source) {
+std::uintptr_t dispatch_source_get_handle(dispatch_source_t source) noexcept {
     return sourceOf(source, "dispatch_source_get_handle").handle;
 }
