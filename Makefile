@@ -1,7 +1,7 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test sanitize bench clean
+.PHONY: help setup build run test sanitize bench mac install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -33,6 +33,17 @@ sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks
 bench: ## Measure speed
 	@$(MAKE) --no-print-directory build PRESET=release
 	build/release/benchmarks/benchmarks
+
+export MACOS_SDK
+
+mac: ## Build and check the Mac product, universal (elsewhere than on a Mac: MACOS_SDK=DIR)
+	@tools/build-mac
+
+install: mac ## On a Mac: install the helper for this user and start it
+	build/mac/product/install
+
+uninstall: ## On a Mac: end the helper and remove it
+	build/mac/product/uninstall
 
 clean: ## Remove everything that was built
 	rm -rf build

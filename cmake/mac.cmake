@@ -1,0 +1,26 @@
+# The platform on a Mac: Apple's frameworks. A framework that a program does not use is not loaded
+# by it, so each of them is named once, here.
+enable_language(OBJCXX)
+set(CMAKE_OBJCXX_STANDARD 20)
+set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
+set(CMAKE_OBJCXX_EXTENSIONS OFF)
+
+target_link_options(tolvaran_platform INTERFACE -Wl,-dead_strip -Wl,-dead_strip_dylibs)
+foreach(framework CoreFoundation CoreGraphics ColorSync IOKit ApplicationServices)
+    target_link_libraries(tolvaran_platform INTERFACE "-framework ${framework}")
+endforeach()
+
+# The simulator's headers must declare what the SDK declares.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_COMPILER_ARG1} ${CMAKE_CXX_FLAGS}")
+file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/simulator/include/*.h)
+set(checked ${CMAKE_BINARY_DIR}/declarations/checked)
+add_custom_command(
+    OUTPUT ${checked}
+    COMMAND ${PROJECT_SOURCE_DIR}/tools/check-declarations
+            --headers ${PROJECT_SOURCE_DIR}/simulator/include --work ${CMAKE_BINARY_DIR}/declarations
+            -- ${CMAKE_CXX_COMPILER} ${flags} -std=c++20 -mmacosx-version-min=${CMAKE_OSX_DEPLOYMENT_TARGET}
+    COMMAND ${CMAKE_COMMAND} -E touch ${checked}
+    DEPENDS ${PROJECT_SOURCE_DIR}/tools/check-declarations ${headers}
+    COMMENT "Comparing the simulator's declarations with the SDK's")
+add_custom_target(check_declarations DEPENDS ${checked})

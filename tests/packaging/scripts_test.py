@@ -1,0 +1,195 @@
+"""The scripts that install and uninstall the helper, with stand-ins for the Mac's own commands."""
+
+import os
+import pathlib
+import plistlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+PACKAGING = pathlib.Path(os.environ["PACKAGING"])
+LABEL = "com.morvelli.TolvaranHelper"
+SERVICE = f"gui/501/{LABEL}"
+
+# Each writes down how it was called. A service that was booted out stays for two more looks at it,
+# as launchd's do while the program ends.
+LAUNCHCTL = """#!/bin/sh
+echo "launchctl $*" >>"$CALLS"
+case "$1 $2" in
+    "bootout "*) [ -e "$STATE/running" ] || exit 3; mv "$STATE/running" "$STATE/ending"; echo 2 >"$STATE/ending" ;;
+    "print gui/501") [ ! -e "$STATE/no-session" ] ;;
+    "print "*)
+        [ ! -e "$STATE/running" ] || exit 0
+        [ -e "$STATE/ending" ] || exit 113
+        read -r looks <"$STATE/ending"
+        if [ "$looks" -eq 0 ]; then rm "$STATE/ending"; exit 113; fi
+        echo $((looks - 1)) >"$STATE/ending" ;;
+    "bootstrap "*)
+        if [ -e "$STATE/running" ] || [ -e "$STATE/ending" ]; then exit 5; fi
+        cp "$3" "$STATE/running" ;;
+esac
+"""
+CODESIGN = """#!/bin/sh
+echo "codesign $*" >>"$CALLS"
+[ ! -e "$STATE/codesign-fails" ] || exit 1
+for bundle; do :; done
+mkdir "$bundle/Contents/_CodeSignature"
+"""
+ID = """#!/bin/sh
+echo "${USER_ID:-501}"
+"""
+
+
+class Scripts(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.root = pathlib.Path(directory.name)
+        # Everything that XML, sed and the shell could trip over.
+        self.home = self.root / "A & B <c> | 'd' \\ $e"
+        self.state = self.root / "state"
+        self.commands = self.root / "bin"
+        self.product = self.root / "product"
+        for path in (self.home, self.state, self.commands):
+            path.mkdir()
+        for name, text in (("launchctl", LAUNCHCTL), ("codesign", CODESIGN), ("id", ID)):
+            self.write_program(self.commands / name, text)
+        contents = self.product / "TolvaranHelper.app/Contents"
+        (contents / "MacOS").mkdir(parents=True)
+        (contents / "Resources").mkdir()
+        shutil.copy(PACKAGING / "Info.plist", contents)
+        shutil.copy(PACKAGING / "launch_agent.plist", contents / "Resources")
+        for script in ("install", "uninstall"):
+            shutil.copy(PACKAGING / script, self.product)
+        self.build_helper("first")
+        self.directory = self.home / "Library/Application Support" / LABEL
+        self.bundle = self.directory / "TolvaranHelper.app"
+        self.executable = self.bundle / "Contents/MacOS/tolvaran_helper"
+        self.agent = self.home / "Library/LaunchAgents" / f"{LABEL}.plist"
+
+    @staticmethod
+    def write_program(path, text):
+        path.write_text(text)
+        path.chmod(0o755)
+
+    def build_helper(self, text):
+        self.write_program(self.product / "TolvaranHelper.app/Contents/MacOS/tolvaran_helper", text)
+
+    def run_script(self, name, **environment):
+        """The calls that the script made, in order."""
+        calls = self.root / "calls"
+        calls.write_text("")
+        self.result = subprocess.run(
+            [self.product / name],
+            capture_output=True,
+            text=True,
+            env={
+                "HOME": str(self.home),
+                "PATH": f"{self.commands}:/usr/bin:/bin",
+                "STATE": str(self.state),
+                "CALLS": str(calls),
+                **environment,
+            },
+        )
+        return calls.read_text().splitlines()
+
+    def install(self, **environment):
+        calls = self.run_script("install", **environment)
+        self.assertEqual(self.result.returncode, 0, self.result.stderr)
+        return calls
+
+    def assert_refused(self, message):
+        self.assertEqual(self.result.returncode, 1)
+        self.assertIn(message, self.result.stderr)
+
+    def assert_nothing_left_but(self, *names):
+        self.assertEqual({path.name for path in self.directory.iterdir()}, set(names))
+
+    def test_install_puts_the_bundle_and_the_agent_in_place_and_starts_it(self):
+        calls = self.install()
+        self.assertEqual(self.executable.read_text(), "first")
+        self.assertTrue(os.access(self.executable, os.X_OK))
+        self.assertTrue((self.bundle / "Contents/_CodeSignature").is_dir())
+        agent = plistlib.loads(self.agent.read_bytes())
+        self.assertEqual(agent["ProgramArguments"], [str(self.executable)])
+        self.assertEqual(agent["Label"], LABEL)
+        self.assertEqual(
+            calls[-3:],
+            [
+                "launchctl print gui/501",
+                f"launchctl enable {SERVICE}",
+                f"launchctl bootstrap gui/501 {self.agent}",
+            ],
+        )
+        self.assert_nothing_left_but("TolvaranHelper.app")
+
+    def test_the_signature_is_ad_hoc_unless_an_identity_is_given(self):
+        self.assertRegex(self.install()[0], "^codesign --force --sign - .*/TolvaranHelper.app$")
+        self.assertRegex(
+            self.install(CODESIGN_IDENTITY="Developer ID Application: Ann")[0],
+            "^codesign --force --options runtime --timestamp --sign Developer ID Application: Ann ",
+        )
+
+    def test_a_second_install_replaces_the_first_once_that_has_ended(self):
+        self.install()
+        self.build_helper("second")
+        calls = self.install()
+        self.assertEqual(self.executable.read_text(), "second")
+        bootout = calls.index(f"launchctl bootout {SERVICE}")
+        self.assertTrue(calls[0].startswith("codesign "))
+        self.assertLess(0, bootout)
+        self.assertEqual(calls[bootout + 1 : bootout + 4], [f"launchctl print {SERVICE}"] * 3)
+        self.assertEqual(calls[-1], f"launchctl bootstrap gui/501 {self.agent}")
+        self.assertTrue((self.state / "running").exists())
+        self.assert_nothing_left_but("TolvaranHelper.app")
+
+    def test_a_signature_that_fails_leaves_the_first_installation_running(self):
+        self.install()
+        self.build_helper("second")
+        (self.state / "codesign-fails").touch()
+        calls = self.run_script("install")
+        self.assertNotEqual(self.result.returncode, 0)
+        self.assertEqual(len(calls), 1)
+        self.assertEqual(self.executable.read_text(), "first")
+        self.assertTrue((self.state / "running").exists())
+        self.assert_nothing_left_but("TolvaranHelper.app")
+
+    def test_without_a_graphical_session_the_helper_waits_for_the_next_login(self):
+        (self.state / "no-session").touch()
+        calls = self.install()
+        self.assertTrue(self.agent.exists())
+        self.assertEqual(calls[-1], "launchctl print gui/501")
+        self.assertIn("starts at the next login", self.result.stdout)
+
+    def test_install_is_refused_to_root_and_where_there_is_no_launchctl(self):
+        calls = self.run_script("install", USER_ID="0")
+        self.assert_refused("not as root")
+        self.assertEqual(calls, [])
+        (self.commands / "launchctl").unlink()
+        self.run_script("install")
+        self.assert_refused("launchctl not found; this needs a Mac")
+        self.assertEqual(list(self.home.iterdir()), [])
+
+    def test_uninstall_ends_the_helper_and_leaves_only_the_records(self):
+        record = self.home / "Library/Application Support/Tolvaran/State/.display-originals"
+        record.parent.mkdir(parents=True)
+        record.touch()
+        self.install()
+        calls = self.run_script("uninstall")
+        self.assertEqual(self.result.returncode, 0, self.result.stderr)
+        self.assertEqual(calls, [f"launchctl bootout {SERVICE}"])
+        self.assertFalse((self.state / "running").exists())
+        self.assertFalse(self.agent.exists())
+        self.assertFalse(self.directory.exists())
+        self.assertTrue(record.exists())
+
+    def test_uninstall_of_nothing_is_no_error_but_root_is_refused(self):
+        self.run_script("uninstall")
+        self.assertEqual(self.result.returncode, 0, self.result.stderr)
+        self.run_script("uninstall", USER_ID="0")
+        self.assert_refused("not as root")
+
+
+if __name__ == "__main__":
+    unittest.main()
