@@ -1,0 +1,80 @@
+// What the tests of the simulated devices share: a fixture that notices everything left behind,
+// the list of calls without its times, and a recorder of reconfiguration callbacks.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "simulator/simulator.hpp"
+
+namespace devices_tests {
+
+/// A test that starts with the default machine and must leave no object and no configuration.
+class DeviceTest : public ::testing::Test {
+  protected:
+    void SetUp() override { simulator::reset(); }
+
+    void TearDown() override {
+        EXPECT_EQ(simulator::liveObjects(), 0U);
+        EXPECT_EQ(simulator::openConfigurations(), 0U);
+    }
+};
+
+/// Every call so far: [name, arguments, result].
+inline nlohmann::json callList() {
+    nlohmann::json list = nlohmann::json::array();
+    for (const nlohmann::json& call : simulator::calls()) {
+        list.push_back({call.at("call"), call.at("args"), call.at("result")});
+    }
+    return list;
+}
+
+/// Two displays side by side, the first one the main display.
+inline nlohmann::json twoDisplays() {
+    return {{"displays",
+             {{{"id", 1}, {"frame", {0, 0, 1920, 1080}}},
+              {{"id", 2}, {"frame", {1920, 0, 1280, 1024}}}}}};
+}
+
+/// One value of every display of the machine, in listing order.
+inline nlohmann::json displayValues(const std::string& key) {
+    nlohmann::json values = nlohmann::json::array();
+    for (const nlohmann::json& display : simulator::machine().at("displays")) {
+        values.push_back(display.at(key));
+    }
+    return values;
+}
+
+using Callbacks = std::vector<std::pair<CGDirectDisplayID, CGDisplayChangeSummaryFlags>>;
+
+/// Registers a reconfiguration callback for its lifetime and keeps what it is called with.
+class CallbackRecorder {
+  public:
+    CallbackRecorder() { EXPECT_EQ(CGDisplayRegisterReconfigurationCallback(note, this), 0); }
+    ~CallbackRecorder() { EXPECT_EQ(CGDisplayRemoveReconfigurationCallback(note, this), 0); }
+    CallbackRecorder(const CallbackRecorder&) = delete;
+    CallbackRecorder& operator=(const CallbackRecorder&) = delete;
+
+    /// What has come so far.
+    const Callbacks& soFar() const { return received_; }
+
+    /// Lets the main queue run, then gives what has come.
+    const Callbacks& delivered() {
+        simulator::advance(0);
+        return received_;
+    }
+
+  private:
+    static void note(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags, void* userInfo) {
+        static_cast<CallbackRecorder*>(userInfo)->received_.emplace_back(display, flags);
+    }
+
+    Callbacks received_;
+};
+
+}  // namespace devices_tests
