@@ -44,7 +44,8 @@ inline nlohmann::json twoDisplays() {
 /// One value of every display of the machine, in listing order.
 inline nlohmann::json displayValues(const std::string& key) {
     nlohmann::json values = nlohmann::json::array();
-    for (const nlohmann::json& display : simulator::machine().at("displays")) {
+    const nlohmann::json mac = simulator::machine();
+    for (const nlohmann::json& display : mac.at("displays")) {
         values.push_back(display.at(key));
     }
     return values;
