@@ -1,0 +1,10 @@
+// Waiting. The system waits only where the window server takes effect some time after it has
+// answered and tells nobody when.
+#pragma once
+
+namespace tolvaran {
+
+/// Blocks the calling thread for this many seconds (0 or more), also when signals arrive meanwhile.
+void sleepFor(double seconds);
+
+}  // namespace tolvaran
