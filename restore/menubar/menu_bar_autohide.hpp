@@ -1,0 +1,115 @@
+// The menu bar's auto-hide: reading and changing it, keeping what the user had in a snapshot, and
+// putting that back. The main application uses all of it; the helper loads, restores, keeps and
+// deletes the snapshot that a crashed main application has left.
+//
+// Nothing here throws. Main thread only.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "restore/menubar/menu_bar_snapshot.hpp"
+
+namespace tolvaran::MenuBarAutohide {
+
+// The menu bar of each display. Every function here degrades to none or false on a Mac that lacks
+// the private function it needs; the first one called then logs what PerDisplayMenuBarAPI logs.
+// (visibility.cpp)
+
+/// Whether overrides of single displays can be read and set on this Mac.
+bool supportsPerDisplayVisibility();
+
+/// The display's override, true for visible; none unless supportsPerDisplayVisibility().
+std::optional<bool> visibilityOverride(CGDirectDisplayID displayID);
+
+/// Sets the display's override, which shows in visibilityOverride() only some time later. When the
+/// window server refuses, logs through RestoreLog.warn "SLSSetMenuBarVisibilityOverrideOnDisplay
+/// returned " + code + " for display " + ID.
+/// @return whether it was accepted
+bool setVisibilityOverride(bool enabled, CGDirectDisplayID displayID);
+
+/// Whether the menu bar hides itself at present, whatever the preferences say; none when that
+/// cannot be told. A refusal is logged through RestoreLog.warn as "SLSGetMenuBarAutohideEnabled
+/// returned " + code.
+std::optional<bool> runtimeAutohideEnabled();
+
+/// The display that carries the active menu bar, as its port UUID in upper or lower case.
+std::optional<std::string> activeMenuBarDisplayIdentifier();
+
+/// Whether the display shows a full-screen space; none when that cannot be told.
+std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID);
+
+// The snapshot file. (snapshot_file.cpp)
+
+/// "menubar-state.json" in the state directory.
+std::string defaultSnapshotPath();
+
+/// The snapshot in the file. None without a word when there is no readable file; none after logging
+/// "menu bar snapshot at " + path + " failed to decode: " + error through RestoreLog.warn when it
+/// holds no snapshot.
+std::optional<MenuBarAutohideSnapshot> loadSnapshot(const std::string& path);
+
+/// Writes the snapshot, also an empty one, creating the directory. On failure the file is left as
+/// it was, and RestoreLog.warn gets "Failed to encode menu bar snapshot", "Failed to create menu
+/// bar snapshot directory: " + error, or "Failed to write menu bar snapshot: " + error.
+/// @return whether it was written
+bool saveSnapshot(const MenuBarAutohideSnapshot& snapshot, const std::string& path);
+
+/// Removes the file. On failure logs through RestoreLog.warn "menu bar snapshot at " + path +
+/// " could not be deleted: " + error.
+/// @return whether there is no such file now; there need not have been one
+bool deleteSnapshot(const std::string& path);
+
+// The two global preferences. (global_preferences.cpp)
+
+/// The distributed notifications that tell running programs of a change, in posting order.
+inline const std::array<std::string, 2> changeNotificationNames = {
+    "AppleInterfaceMenuBarHidingChangedNotification",
+    "AppleInterfaceFullScreenMenuBarVisibilityChangedNotification"};
+
+/// The global preferences as they are now, each 0, 1 or absent; no records, no flags.
+MenuBarAutohideSnapshot readCurrent();
+
+/// The same with one record for each of the displays, in the given order; none unless
+/// supportsPerDisplayVisibility().
+std::optional<MenuBarAutohideSnapshot> readCurrent(
+    const std::vector<MenuBarDisplayIdentity>& displays);
+
+/// Stores the snapshot's two preferences, without applying them. When they cannot be synchronised,
+/// logs "CFPreferencesSynchronize returned false for stored menu bar prefs" through
+/// RestoreLog.warn.
+/// @return whether they were synchronised
+bool writeStoredPreference(const MenuBarAutohideSnapshot& snapshot);
+
+/// Hides the menu bar everywhere, in full screen too: applies 1 and 0 as applyGlobal() does
+/// (global_preferences.hpp).
+/// @return whether preferences and switch both took
+bool writeAlways();
+
+/// Whether a change notification is one that this system posted itself.
+/// @param userInfo the notification's user info, all that is looked at (a C interface has no object
+///                 for the whole notification); null when it has none
+bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
+
+// Putting a snapshot back. (restore.cpp)
+
+/// Puts back the global preferences, unless an earlier attempt has done so, and the override of
+/// every record whose display is connected. Waits up to 175 ms for each override to take effect.
+/// Logs what applyGlobal() and setVisibilityOverride() log.
+MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot);
+
+/// The same; true when nothing at all is left to restore.
+bool restore(const MenuBarAutohideSnapshot& snapshot);
+
+/// Those of the displays, in the same order, that none of the records belongs to: the snapshot does
+/// not tell what they were like.
+std::vector<MenuBarDisplayIdentity> displaysWithoutBaseline(
+    const std::vector<MenuBarDisplayIdentity>& displays,
+    const std::vector<MenuBarDisplayVisibilityOverride>& records);
+
+}  // namespace tolvaran::MenuBarAutohide

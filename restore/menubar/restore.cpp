@@ -1,0 +1,139 @@
+#include <algorithm>
+#include <set>
+
+#include "restore/arrangement/alias_map.hpp"
+#include "restore/arrangement/display_identity.hpp"
+#include "restore/menubar/global_preferences.hpp"
+#include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/menubar/menu_bar_matcher.hpp"
+#include "restore/support/sleep.hpp"
+
+namespace tolvaran::MenuBarAutohide {
+namespace {
+
+using Records = std::vector<MenuBarDisplayVisibilityOverride>;
+using Candidates = std::vector<MenuBarRestoreCandidate>;
+
+constexpr int maximumReads = 8;
+constexpr double secondsBetweenReads = 0.025;
+
+/// The connected displays; none when the window server does not tell. Unlike elsewhere a failure
+/// must not look like a Mac without displays: every record would pass for one whose display is
+/// unplugged, and the run for a success.
+std::optional<std::vector<CGDirectDisplayID>> connectedDisplays() {
+    std::uint32_t count = 0;
+    if (CGGetActiveDisplayList(0, nullptr, &count) != kCGErrorSuccess) {
+        return std::nullopt;
+    }
+    std::vector<CGDirectDisplayID> displays(count);
+    if (CGGetActiveDisplayList(count, displays.data(), &count) != kCGErrorSuccess) {
+        return std::nullopt;
+    }
+    // Displays may have come or gone between the two calls.
+    displays.resize(std::min<std::size_t>(count, displays.size()));
+    return displays;
+}
+
+std::optional<std::string> fingerprintID(CGDirectDisplayID displayID) {
+    const auto fingerprint = displayHardwareFingerprint(displayID);
+    return fingerprint ? std::optional("HW-" + *fingerprint) : std::nullopt;
+}
+
+std::optional<Candidates> connectedCandidates() {
+    const auto displays = connectedDisplays();
+    if (!displays) {
+        return std::nullopt;
+    }
+    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
+    Candidates candidates;
+    for (const CGDirectDisplayID displayID : *displays) {
+        const std::string aliasID = displayUUID(displayID, *displays);
+        candidates.push_back({.displayID = displayID,
+                              .aliasID = aliasID,
+                              .canonicalID = aliases.canonicalID(aliasID),
+                              .fingerprintID = fingerprintID(displayID),
+                              .portUUID = displayPortUUID(displayID)});
+    }
+    return candidates;
+}
+
+/// Whether the override reads as `enabled` soon. The window server accepts an override at once and
+/// applies it later, so the first reads may still show the old one.
+bool takesEffect(bool enabled, CGDirectDisplayID displayID) {
+    for (int read = 1; visibilityOverride(displayID) != enabled; ++read) {
+        if (read == maximumReads) {
+            return false;
+        }
+        sleepFor(secondsBetweenReads);
+    }
+    return true;
+}
+
+/// Puts the record back where its target allows it, and adds it to the outcome where not.
+void settle(const MenuBarDisplayVisibilityOverride& record, const MenuBarRestoreTarget& target,
+            MenuBarRestoreOutcome& outcome) {
+    if (target == MenuBarRestoreTarget::superseded()) {
+        return;  // another record owns the display
+    }
+    const auto displayID = target.matchedDisplay();
+    if (displayID && setVisibilityOverride(record.enabled, *displayID) &&
+        takesEffect(record.enabled, *displayID)) {
+        return;
+    }
+    outcome.unsettled.push_back(record);
+    outcome.onlyAbsent = outcome.onlyAbsent && target == MenuBarRestoreTarget::displayAbsent();
+}
+
+}  // namespace
+
+MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot) {
+    // What an earlier attempt has put back may have been changed by the user since.
+    const bool globalRestored = snapshot.hasRestoredGlobal() || applyGlobal(snapshot);
+    const Records records = snapshot.displayVisibilityOverrides.value_or(Records());
+    MenuBarRestoreOutcome outcome{.globalRestored = globalRestored, .onlyAbsent = true};
+    if (records.empty()) {
+        return outcome;
+    }
+    const auto candidates = supportsPerDisplayVisibility() ? connectedCandidates() : std::nullopt;
+    if (!candidates) {
+        return {.globalRestored = globalRestored, .unsettled = records, .onlyAbsent = false};
+    }
+    const auto targets = resolveMenuBarRecords(records, *candidates);
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        settle(records[index], targets[index], outcome);
+    }
+    return outcome;
+}
+
+bool restore(const MenuBarAutohideSnapshot& snapshot) {
+    const MenuBarRestoreOutcome outcome = restoreDetailed(snapshot);
+    return outcome.succeeded() && outcome.unsettled.empty();
+}
+
+std::vector<MenuBarDisplayIdentity> displaysWithoutBaseline(
+    const std::vector<MenuBarDisplayIdentity>& displays,
+    const std::vector<MenuBarDisplayVisibilityOverride>& records) {
+    if (records.empty()) {
+        return displays;
+    }
+    Candidates candidates;
+    for (const MenuBarDisplayIdentity& display : displays) {
+        candidates.push_back({.displayID = display.displayID,
+                              .aliasID = display.hardwareID,
+                              .canonicalID = display.canonicalID,
+                              .fingerprintID = fingerprintID(display.displayID),
+                              .portUUID = display.portUUID});
+    }
+    std::set<CGDirectDisplayID> known;
+    for (const MenuBarRestoreTarget& target : resolveMenuBarRecords(records, candidates)) {
+        if (const auto displayID = target.matchedDisplay()) {
+            known.insert(*displayID);
+        }
+    }
+    std::vector<MenuBarDisplayIdentity> result;
+    std::copy_if(displays.begin(), displays.end(), std::back_inserter(result),
+                 [&](const auto& display) { return known.count(display.displayID) == 0; });
+    return result;
+}
+
+}  // namespace tolvaran::MenuBarAutohide
