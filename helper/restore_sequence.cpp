@@ -4,11 +4,13 @@
 #include "helper/steps/restore_cursor_association.hpp"
 #include "helper/steps/restore_dock_auto_hide.hpp"
 #include "helper/steps/restore_hot_corners.hpp"
+#include "helper/steps/restore_menu_bar.hpp"
 
 namespace tolvaran {
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
     checkInvariant(tag, exitedPID);
+    restoreMenuBar(tag, exitedPID);
     restoreHotCorners(tag, exitedPID);
     restoreDockAutoHide(tag, exitedPID);
     restoreCursorAssociation(tag, exitedPID);

@@ -1,0 +1,52 @@
+#include "helper/steps/restore_menu_bar.hpp"
+
+#include "helper/restore_step.hpp"
+#include "restore/menubar/menu_bar_autohide.hpp"
+
+namespace tolvaran {
+namespace {
+
+/// Logs `done` at "info" or `failure` at "warn".
+void logResult(const RestoreStep& step, bool succeeded, const std::string& done,
+               const std::string& failure) {
+    step.log(succeeded ? "info" : "warn", succeeded ? done : failure);
+}
+
+/// Leaves in the file what is still to be restored after this outcome.
+void keepRemaining(const RestoreStep& step, const std::string& path,
+                   const MenuBarAutohideSnapshot& snapshot, const MenuBarRestoreOutcome& outcome) {
+    const auto remaining = snapshot.settled(outcome);
+    if (!remaining) {
+        logResult(step, MenuBarAutohide::deleteSnapshot(path), "snapshot deleted",
+                  "snapshot could not be deleted");
+    } else if (*remaining != snapshot) {
+        logResult(step, MenuBarAutohide::saveSnapshot(*remaining, path),
+                  "kept " + std::to_string(outcome.unsettled.size()) + " unsettled display(s)",
+                  "pending records could not be saved");
+    }
+}
+
+}  // namespace
+
+void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID) {
+    const RestoreStep step("restoreMenuBar", tag);
+    if (step.mainAppIsRunning(exitedPID)) {
+        return;
+    }
+    const std::string path = MenuBarAutohide::defaultSnapshotPath();
+    const auto snapshot = MenuBarAutohide::loadSnapshot(path);
+    if (!snapshot) {
+        return;
+    }
+    // A display may stay away for weeks; the log need not tell of every run that waits for it.
+    if (!snapshot->isPendingOnly()) {
+        step.log("info", "applying snapshot");
+    }
+    const MenuBarRestoreOutcome outcome = MenuBarAutohide::restoreDetailed(*snapshot);
+    if (!outcome.succeeded()) {
+        step.log("warn", "CGS apply failed; snapshot kept");
+    }
+    keepRemaining(step, path, *snapshot, outcome);
+}
+
+}  // namespace tolvaran

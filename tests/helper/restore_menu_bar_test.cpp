@@ -1,0 +1,345 @@
+#include "helper/steps/restore_menu_bar.hpp"
+
+#include <gtest/gtest.h>
+
+#include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/support/json.hpp"
+#include "tests/menubar/menu_bar_mac.hpp"
+#include "tests/support/helper_process.hpp"
+
+namespace tolvaran {
+namespace {
+
+using namespace tests;
+using Json = nlohmann::json;
+using Snapshot = MenuBarAutohideSnapshot;
+
+const std::string fileName = "menubar-state.json";
+const std::string applying = "info: restoreMenuBar [cold-start]: applying snapshot";
+const std::string applyFailed =
+    "warn: restoreMenuBar [cold-start]: CGS apply failed; snapshot kept";
+const std::string deleted = "info: restoreMenuBar [cold-start]: snapshot deleted";
+
+std::string kept(int count) {
+    return "info: restoreMenuBar [cold-start]: kept " + std::to_string(count) +
+           " unsettled display(s)";
+}
+
+/// The helper beside a snapshot file.
+class RestoreMenuBar : public testing::Test {
+  protected:
+    void start(const Json& mac, const std::string& content) {
+        process = std::make_unique<HelperProcess>(mac);
+        path = process->state(fileName);
+        writeFile(path, content);
+    }
+    void start(const Json& mac, const Snapshot& snapshot) { start(mac, json::write(snapshot)); }
+
+    /// Runs the step and returns what it logs.
+    Lines run() {
+        restoreMenuBar("cold-start", std::nullopt);
+        return process->takeLog();
+    }
+
+    /// The file's content; none when there is none.
+    std::optional<std::string> file() const { return readFile(path); }
+
+    std::unique_ptr<HelperProcess> process;
+    std::string path;
+};
+
+Snapshot ofRecords(const std::vector<MenuBarDisplayVisibilityOverride>& records) {
+    return {.hideMenuBar = 0, .visibleInFullscreen = 1, .displayVisibilityOverrides = records};
+}
+
+Snapshot flagged(Snapshot snapshot, std::optional<bool> globalRestored,
+                 std::optional<bool> pendingOnly) {
+    snapshot.globalRestored = globalRestored;
+    snapshot.pendingOnly = pendingOnly;
+    return snapshot;
+}
+
+const auto here = recordOf(1, 1, true);
+const auto away = recordOf(2, 2, true);
+const Json macOfHere = macWith({display(7, 1, 1, false)});
+
+TEST_F(RestoreMenuBar, WithoutASnapshotDoesNothing) {
+    process = std::make_unique<HelperProcess>(macOfHere);
+    EXPECT_EQ(run(), Lines{});
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST_F(RestoreMenuBar, LeavesEverythingToARunningTolvaran) {
+    Json mac = macOfHere;
+    mac["applications"] = Json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}});
+    start(mac, ofRecords({here}));
+    restoreMenuBar("proc-exit", 811);
+    EXPECT_EQ(process->takeLog(),
+              Lines{"debug: restoreMenuBar [proc-exit]: Tolvaran running (pid 812), skipping"});
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(file(), json::write(ofRecords({here})));
+}
+
+TEST_F(RestoreMenuBar, DoesNotTakeTheExitedInstanceForARunningOne) {
+    Json mac = macOfHere;
+    mac["applications"] = Json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}});
+    start(mac, ofRecords({here}));
+    restoreMenuBar("proc-exit", 812);
+    EXPECT_EQ(process->takeLog(), (Lines{"info: restoreMenuBar [proc-exit]: applying snapshot",
+                                         "info: restoreMenuBar [proc-exit]: snapshot deleted"}));
+    EXPECT_EQ(file(), std::nullopt);
+}
+
+TEST_F(RestoreMenuBar, DeletesASnapshotThatIsWhollyRestored) {
+    start(macOfHere, ofRecords({here}));
+    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(callLines(), appliesGlobal(false, true) + putsBack(7, true));
+    EXPECT_EQ(file(), std::nullopt);
+}
+
+TEST_F(RestoreMenuBar, RestoresAnEmptySnapshot) {
+    start(macOfHere, "{}");
+    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(callLines(), appliesGlobal(std::nullopt, std::nullopt));
+    EXPECT_EQ(file(), std::nullopt);
+}
+
+TEST_F(RestoreMenuBar, KeepsEveryRecordWhileOneIsUnsettled) {
+    start(macOfHere, ofRecords({here, away}));
+    EXPECT_EQ(run(), (Lines{applying, kept(1)}));
+    EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, true)));
+}
+
+TEST_F(RestoreMenuBar, KeepsTheGlobalPreferencesWhenTheyFail) {
+    start(macOfHere, ofRecords({here, away}));
+    simulator::addFault({{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}});
+    EXPECT_EQ(run(),
+              (Lines{applying, "warn: CGSSetMenuBarAutohideEnabled returned 1000", applyFailed}));
+    EXPECT_EQ(file(), json::write(ofRecords({here, away})));
+}
+
+TEST_F(RestoreMenuBar, DropsFlagsThatSayNothing) {
+    start(macOfHere, flagged(ofRecords({here}), false, std::nullopt));
+    simulator::addFault({{"call", "CFPreferencesSynchronize"}, {"result", false}});
+    EXPECT_EQ(run(),
+              (Lines{applying, "warn: CFPreferencesSynchronize returned false for menu bar prefs",
+                     applyFailed, kept(0)}));
+    EXPECT_EQ(file(), json::write(ofRecords({here})));
+}
+
+TEST_F(RestoreMenuBar, KeepsEverythingWhereDisplaysCannotBeHandled) {
+    Json mac = macOfHere;
+    mac["unavailable"] = {"SkyLight"};
+    start(mac, ofRecords({here, away}));
+    const std::string unavailable = "warn: " + unavailableWarning;
+    EXPECT_EQ(run(), (Lines{applying, unavailable, applyFailed, kept(2)}));
+    EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
+    // The functions are looked up once, so the next run does not warn of them again.
+    EXPECT_EQ(run(), (Lines{applying, applyFailed}));
+    EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
+}
+
+TEST_F(RestoreMenuBar, WaitsInSilenceForAbsentDisplays) {
+    const std::string content = json::write(flagged(ofRecords({away}), true, true)) + "\n";
+    start(macOfHere, content);
+    EXPECT_EQ(run(), Lines{});
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(file(), content);  // with its line end, so it has not been written again
+}
+
+TEST_F(RestoreMenuBar, LeavesAnUndecodableSnapshotInPlace) {
+    start(macOfHere, R"({"hideMenuBar":true})");
+    EXPECT_EQ(run(), Lines{"warn: menu bar snapshot at " + path +
+                           R"( failed to decode: "hideMenuBar": is no integer)"});
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(file(), R"({"hideMenuBar":true})");
+}
+
+TEST_F(RestoreMenuBar, SaysWhenTheSnapshotCannotBeDeleted) {
+    start(macOfHere, ofRecords({here}));
+    simulator::addFault({{"call", "unlink"}, {"result", "EPERM"}, {"times", 1}});
+    const Lines log = run();
+    ASSERT_EQ(log.size(), 3U);
+    EXPECT_EQ(log[0], applying);
+    EXPECT_EQ(log[1].rfind("warn: menu bar snapshot at " + path + " could not be deleted: ", 0), 0U)
+        << log[1];
+    EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: snapshot could not be deleted");
+    EXPECT_EQ(file(), json::write(ofRecords({here})));
+    EXPECT_EQ(run(), (Lines{applying, deleted}));
+}
+
+TEST_F(RestoreMenuBar, SaysWhenPendingRecordsCannotBeSaved) {
+    start(macOfHere, ofRecords({here, away}));
+    simulator::addFault({{"call", "rename"}, {"result", "ENOSPC"}, {"times", 1}});
+    const Lines log = run();
+    ASSERT_EQ(log.size(), 3U);
+    EXPECT_EQ(log[0], applying);
+    EXPECT_EQ(log[1].rfind("warn: Failed to write menu bar snapshot: ", 0), 0U) << log[1];
+    EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: pending records could not be saved");
+    EXPECT_EQ(file(), json::write(ofRecords({here, away})));
+    EXPECT_EQ(run(), (Lines{applying, kept(1)}));
+}
+
+TEST_F(RestoreMenuBar, DropsARecordWhoseDisplayAnotherRecordOwns) {
+    MenuBarDisplayVisibilityOverride older = here;
+    older.portUUID = port(5);
+    older.enabled = false;
+    start(macOfHere, ofRecords({here, older}));
+    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(callLines(), appliesGlobal(false, true) + putsBack(7, true));
+    EXPECT_EQ(file(), std::nullopt);
+}
+
+// One snapshot through several runs.
+
+/// What changes before a run, and what the run is expected to do.
+struct OneRun {
+    std::string name;
+    std::vector<Json> events;
+    std::vector<Json> faults;
+    Lines log;
+    Lines calls;
+    std::optional<Snapshot> remaining;
+};
+
+class RestoreMenuBarRuns : public RestoreMenuBar {
+  protected:
+    void expectRuns(const std::vector<OneRun>& runs) {
+        std::size_t callsBefore = 0;
+        for (const OneRun& expected : runs) {
+            simulator::clearFaults();
+            for (const Json& fault : expected.faults) {
+                simulator::addFault(fault);
+            }
+            for (const Json& event : expected.events) {
+                simulator::perform(event);
+            }
+            EXPECT_EQ(run(), expected.log) << expected.name;
+            const Lines calls = callLines();
+            EXPECT_EQ(Lines(calls.begin() + static_cast<std::ptrdiff_t>(callsBefore), calls.end()),
+                      expected.calls)
+                << expected.name;
+            callsBefore = calls.size();
+            EXPECT_EQ(file(), expected.remaining ? std::optional(json::write(*expected.remaining))
+                                                 : std::nullopt)
+                << expected.name;
+        }
+    }
+};
+
+Json connects(const Json& arriving) {
+    return {{"connect", arriving}};
+}
+
+Json disconnects(CGDirectDisplayID id) {
+    return {{"disconnect", id}};
+}
+
+const Json usersChange = {
+    {"set", {{"preferences", {{"global", {{hideKey, true}}}}}, {"menuBar", {{"autoHide", true}}}}}};
+
+TEST_F(RestoreMenuBarRuns, GlobalsAreRestoredOnceAndDisplaysAsTheyCome) {
+    const auto third = recordOf(3, 3, false);
+    const Snapshot whole = ofRecords({here, away, third});
+    const Snapshot pendingOnly = flagged(whole, true, true);
+    const Snapshot pending = flagged(whole, true, std::nullopt);
+    const Json refusal = {
+        {"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"skip", 1}, {"result", 1000}};
+    start(macOfHere, whole);
+    expectRuns({
+        {"one display of three",
+         {},
+         {},
+         {applying, kept(2)},
+         appliesGlobal(false, true) + putsBack(7, true),
+         pendingOnly},
+        {"nothing new", {}, {}, {}, putsBack(7, true), pendingOnly},
+        {"the second comes and refuses",
+         {connects(display(8, 2, 2, false))},
+         {refusal},
+         {"warn: SLSSetMenuBarVisibilityOverrideOnDisplay returned 1000 for display 8", applyFailed,
+          kept(2)},
+         putsBack(7, true) + Lines{setsOverride(8, true, 1000)},
+         pending},
+        {"it refuses again, after the user has hidden the menu bar",
+         {usersChange},
+         {refusal},
+         {applying, "warn: SLSSetMenuBarVisibilityOverrideOnDisplay returned 1000 for display 8",
+          applyFailed},
+         putsBack(7, true) + Lines{setsOverride(8, true, 1000)},
+         pending},
+        {"it goes", {disconnects(8)}, {}, {applying, kept(2)}, putsBack(7, true), pendingOnly},
+        {"it comes back and accepts, and the first one goes",
+         {connects(display(8, 2, 2, false)), disconnects(7)},
+         {},
+         {},
+         putsBack(8, true),
+         pendingOnly},
+        {"all are there",
+         {connects(display(9, 3, 3, true)), connects(display(7, 1, 1, false))},
+         {},
+         {deleted},
+         putsBack(7, true) + putsBack(8, true) + putsBack(9, false),
+         std::nullopt},
+        {"nothing is left", {}, {}, {}, {}, std::nullopt},
+    });
+    // What the user changed since the first run is still so.
+    EXPECT_EQ(globalPreferences(), (Json{{hideKey, true}, {visibleInFullscreenKey, true}}));
+    EXPECT_TRUE(autoHides());
+}
+
+TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainUntilTheyAreBack) {
+    const Snapshot whole = ofRecords({here, away});
+    const Json refusal = {{"call", "CFPreferencesSynchronize"}, {"result", false}};
+    const std::string refused = "warn: CFPreferencesSynchronize returned false for menu bar prefs";
+    start(macOfHere, whole);
+    expectRuns({
+        {"refused",
+         {},
+         {refusal},
+         {applying, refused, applyFailed},
+         appliesGlobal(false, true, false) + putsBack(7, true),
+         whole},
+        {"refused without any display",
+         {disconnects(7)},
+         {refusal},
+         {applying, refused, applyFailed},
+         appliesGlobal(false, true, false),
+         whole},
+        {"accepted without any display",
+         {},
+         {},
+         {applying, kept(2)},
+         appliesGlobal(false, true),
+         flagged(whole, true, true)},
+        {"the displays come",
+         {connects(display(7, 1, 1, false)), connects(display(8, 2, 2, false))},
+         {},
+         {deleted},
+         putsBack(7, true) + putsBack(8, true),
+         std::nullopt},
+        {"nothing is left", {}, {}, {}, {}, std::nullopt},
+    });
+}
+
+TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainAfterTheDisplaysAreBack) {
+    const Snapshot whole = ofRecords({here});
+    start(macOfHere, whole);
+    expectRuns({
+        {"refused",
+         {},
+         {{{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}}},
+         {applying, "warn: CGSSetMenuBarAutohideEnabled returned 1000", applyFailed},
+         appliesGlobal(false, true, true, 1000) + putsBack(7, true),
+         whole},
+        {"accepted",
+         {},
+         {},
+         {applying, deleted},
+         appliesGlobal(false, true) + putsBack(7, true),
+         std::nullopt},
+    });
+}
+
+}  // namespace
+}  // namespace tolvaran
