@@ -1,0 +1,69 @@
+// A display mode as the window server lists it, with the number by which it can be applied, and the
+// reading of the window server's raw mode records. Used by DisplayModeControl and by the main
+// application's mode pickers.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "restore/modes/display_mode_spec.hpp"
+
+namespace tolvaran {
+
+/// The bytes of one raw mode record, which the window server lays out little-endian:
+///     offset   0  mode number      signed 32-bit
+///              4  flags            unsigned 32-bit
+///              8  width            signed 32-bit
+///             12  height           signed 32-bit
+///             16  depth            signed 32-bit
+///            188  refresh rate     unsigned 16.16 fixed point
+///            208  density          32-bit float
+/// The rest is not used.
+inline constexpr std::size_t displayModeRecordLength = 212;
+using DisplayModeRecord = std::span<const std::byte, displayModeRecordLength>;
+
+/// One mode of one display. The mode number means something only for that display, and only while
+/// it is connected.
+struct DisplayModeDescriptor {
+    std::int32_t modeNum = 0;
+    std::uint32_t flags = 0;  // I/O Kit display-mode flags
+    std::int64_t width = 0;   // logical, in points
+    std::int64_t height = 0;  // logical, in points
+    std::int64_t depth = 0;   // as in the raw record; see isUsable()
+    double hz = 0.0;
+    float density = 0.0F;  // backing scale: 1 for a standard mode, 2 for a HiDPI mode
+
+    bool operator==(const DisplayModeDescriptor&) const = default;
+
+    /// Reads a raw record, wherever in memory it begins.
+    static DisplayModeDescriptor fromRecord(DisplayModeRecord record);
+
+    /// Whether this is a HiDPI mode: a density above 1.5.
+    bool scaled() const;
+
+    /// Whether the display can show the mode. An index that the window server refused reads as a
+    /// mode of zeros, which this tells apart.
+    bool isValidForDisplay() const;
+
+    /// Whether the mode uses the panel's own timing.
+    bool isNativeTiming() const;
+
+    /// Whether the mode may be offered, matched or counted at all: valid for the display, and of
+    /// the one depth that is ever used.
+    bool isUsable() const;
+
+    /// The width of what is rendered, in pixels: density times width in single precision, as the
+    /// window server computes it, rounded half away from zero. Stops the program when that is no
+    /// 64-bit integer.
+    std::int64_t pixelWidth() const;
+
+    /// The refresh rate rounded half away from zero. Stops the program when that is no 64-bit
+    /// integer.
+    std::int64_t roundedHz() const;
+
+    /// The mode's portable description. Stops the program where roundedHz() does.
+    DisplayModeSpec spec() const;
+};
+
+}  // namespace tolvaran
