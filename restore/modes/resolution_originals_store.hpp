@@ -1,0 +1,57 @@
+// The display modes that displays had before the main application changed them, in a file of their
+// own. The main application records and clears them; the restore reads them and clears each one
+// that it has put back. There is no lock between the two, so every change here starts from what the
+// file holds at that moment. Nothing here throws.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "restore/modes/display_mode_spec.hpp"
+#include "restore/support/json.hpp"
+
+namespace tolvaran {
+
+/// The content of the file.
+struct ResolutionOriginalsFile {
+    std::int64_t version = 1;                        // any other value makes the file unusable
+    std::map<std::string, DisplayModeSpec> entries;  // canonical display ID → its original mode
+
+    bool operator==(const ResolutionOriginalsFile&) const = default;
+    /// @throws json::DecodingError
+    static ResolutionOriginalsFile fromJSON(const json::Value& value);
+    json::Value toJSON() const;
+};
+
+namespace ResolutionOriginalsStore {
+
+inline constexpr std::int64_t fileVersion = 1;
+
+/// ".resolution-originals" in the state directory.
+std::string defaultPath();
+
+/// What the file holds, without the entries that no display could have (DisplayModeSpec::isValid),
+/// which are dropped silently. Empty when there is no readable file; empty after logging through
+/// RestoreLog.warn "resolution originals file missing/wrong version/unparseable, starting fresh"
+/// when it cannot be used. The file itself is left alone.
+ResolutionOriginalsFile load(const std::string& path);
+
+/// Writes the file, or removes it when there are no entries. On failure logs through
+/// RestoreLog.warn "Failed to encode resolution originals file", or "Failed to write resolution
+/// originals file: " and the error; the file is then left as it was. A file that cannot be removed
+/// is passed over silently.
+void save(const ResolutionOriginalsFile& file, const std::string& path);
+
+/// Adds an entry, unless the display has one: the first one recorded is the true original. Logs as
+/// load() and save() do.
+void recordIfAbsent(const std::string& uuid, const DisplayModeSpec& spec, const std::string& path);
+
+/// Removes an entry; writes nothing when there is none. Logs as load() and save() do.
+void clear(const std::string& uuid, const std::string& path);
+
+/// The entries of load().
+std::map<std::string, DisplayModeSpec> pendingEntries(const std::string& path);
+
+}  // namespace ResolutionOriginalsStore
+}  // namespace tolvaran
