@@ -5,11 +5,13 @@
 #include "helper/steps/restore_dock_auto_hide.hpp"
 #include "helper/steps/restore_hot_corners.hpp"
 #include "helper/steps/restore_menu_bar.hpp"
+#include "helper/steps/restore_resolutions.hpp"
 
 namespace tolvaran {
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
     checkInvariant(tag, exitedPID);
+    restoreResolutions(tag, exitedPID);
     restoreMenuBar(tag, exitedPID);
     restoreHotCorners(tag, exitedPID);
     restoreDockAutoHide(tag, exitedPID);

@@ -1,0 +1,24 @@
+#include "helper/steps/restore_resolutions.hpp"
+
+#include "helper/restore_step.hpp"
+#include "restore/modes/resolution_originals_store.hpp"
+#include "restore/modes/resolution_restore.hpp"
+
+namespace tolvaran {
+
+void restoreResolutions(const std::string& tag, std::optional<pid_t> exitedPID) {
+    const RestoreStep step("restoreResolutions", tag);
+    const std::string path = ResolutionOriginalsStore::defaultPath();
+    if (ResolutionOriginalsStore::pendingEntries(path).empty()) {
+        return;
+    }
+    if (step.mainAppIsRunning(exitedPID)) {
+        return;
+    }
+    const std::int64_t count = ResolutionRestore::restorePendingUsingSystemDisplays(path);
+    if (count >= 1) {
+        step.log("info", "restored " + std::to_string(count) + " display mode(s)");
+    }
+}
+
+}  // namespace tolvaran

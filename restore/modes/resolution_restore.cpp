@@ -1,0 +1,71 @@
+#include "restore/modes/resolution_restore.hpp"
+
+#include <optional>
+#include <vector>
+
+#include "restore/arrangement/active_displays.hpp"
+#include "restore/modes/display_mode_control.hpp"
+#include "restore/modes/resolution_originals_store.hpp"
+#include "restore/paths/restore_log.hpp"
+
+namespace tolvaran::ResolutionRestore {
+namespace {
+
+constexpr std::uint32_t maximumDisplays = 16;
+
+/// Compares the rate literally: a record with rate 0 stands for an unknown rate, which no current
+/// mode is known to be.
+bool shows(CGDirectDisplayID displayID, const DisplayModeSpec& spec) {
+    const std::optional<DisplayModeDescriptor> current = DisplayModeControl::currentMode(displayID);
+    return current && current->spec() == spec;
+}
+
+/// Switches the display to the mode and says how that went.
+bool apply(const std::string& key, const DisplayModeSpec& spec, CGDirectDisplayID displayID) {
+    const std::optional<DisplayModeDescriptor> match =
+        DisplayModeControl::exactMatch(spec, DisplayModeControl::modes(displayID));
+    if (!match) {
+        RestoreLog::warn("resolution restore: no exact mode " + spec.displayString() + " for " +
+                         key + "; keeping entry");
+        return false;
+    }
+    if (!DisplayModeControl::apply(match->modeNum, displayID)) {
+        RestoreLog::warn("resolution restore: apply failed for " + key + " " +
+                         spec.displayString() + "; keeping entry");
+        return false;
+    }
+    RestoreLog::info("resolution restore: " + key + " -> " + spec.displayString());
+    return true;
+}
+
+}  // namespace
+
+std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idByCanonicalUUID,
+                            const std::string& path) {
+    std::int64_t count = 0;
+    for (const auto& [key, spec] : ResolutionOriginalsStore::pendingEntries(path)) {
+        const auto display = idByCanonicalUUID.find(key);
+        if (display == idByCanonicalUUID.end()) {
+            continue;
+        }
+        const bool alreadyShown = shows(display->second, spec);
+        const bool applied = !alreadyShown && apply(key, spec, display->second);
+        if (alreadyShown || applied) {
+            // Starts from the file as it is now: the main application may have added or cleared
+            // records since it was read above, and those changes must stand.
+            ResolutionOriginalsStore::clear(key, path);
+        }
+        count += applied ? 1 : 0;
+    }
+    return count;
+}
+
+std::int64_t restorePendingUsingSystemDisplays(const std::string& path) {
+    if (ResolutionOriginalsStore::pendingEntries(path).empty()) {
+        return 0;
+    }
+    const std::vector<CGDirectDisplayID> displays = activeDisplays(maximumDisplays);
+    return restorePending(displaysByCanonicalID(displays, canonicalIDs(displays)), path);
+}
+
+}  // namespace tolvaran::ResolutionRestore
