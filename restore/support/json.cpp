@@ -181,7 +181,9 @@ std::int64_t integer(const Value& value) {
     if (*real != std::trunc(*real)) {
         throw DecodingError("is no integer");
     }
-    if (!(*real >= -limit && *real < limit)) {
+    // The least integer is refused as a double, which the integers just below it round to as well;
+    // written without a fraction it has been kept as an integer.
+    if (!(*real > -limit && *real < limit)) {
         throw DecodingError("does not fit in 64 bits");
     }
     return static_cast<std::int64_t>(*real);

@@ -104,6 +104,7 @@ TEST(Json, RefusesWhatIsNoInteger) {
         {"[2]", "\"whole\": is no integer"},
         {"{}", "\"whole\": is no integer"},
         {"9223372036854775808", "\"whole\": does not fit in 64 bits"},
+        {"-9223372036854775809", "\"whole\": does not fit in 64 bits"},
         {"-1e300", "\"whole\": does not fit in 64 bits"},
     };
     for (const auto& [text, error] : rows) {
