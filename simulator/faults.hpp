@@ -11,8 +11,11 @@ void addFault(const JsonReader& fault);
 /// Throws the same, but adds nothing.
 void checkFault(const JsonReader& fault);
 
-/// Whether any fault is set; without one, no call need be looked at closely.
-bool faultsAreSet();
+/// Whether any fault or hook is set; without one, no call need be looked at closely.
+bool callsAreWatched();
+
+/// Ends what onCall() began.
+void clearHooks();
 
 void forgetCalls();
 

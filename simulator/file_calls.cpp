@@ -66,11 +66,11 @@ bool isExposed(const fs::path& place) {
 // Whether faults may meet a call, by what it is about. None is set in nearly every call.
 
 bool isSubject(const char* path) {
-    return faultsAreSet() && path != nullptr && isExposed(path);
+    return callsAreWatched() && path != nullptr && isExposed(path);
 }
 
 bool isSubject(int descriptor) {
-    if (!faultsAreSet()) {
+    if (!callsAreWatched()) {
         return false;
     }
     std::error_code error;
@@ -79,7 +79,7 @@ bool isSubject(int descriptor) {
 }
 
 bool isSubject(DIR* directory) {
-    return faultsAreSet() && isSubject(dirfd(directory));
+    return callsAreWatched() && isSubject(dirfd(directory));
 }
 
 /// Sets errno as a fault's result says.
@@ -220,7 +220,7 @@ pid_t __wrap_getpid() {
 }
 
 int __wrap_kill(pid_t pid, int signal) {
-    return call("kill", simulator::faultsAreSet(),
+    return call("kill", simulator::callsAreWatched(),
                 [=] { return simulator::signalProcess(pid, signal); });
 }
 
@@ -248,7 +248,7 @@ int __wrap_mkostemp(char* path, int flags) {
 }
 
 int __wrap_nanosleep(const timespec* duration, timespec* remaining) {
-    return call("nanosleep", simulator::faultsAreSet(), [=] {
+    return call("nanosleep", simulator::callsAreWatched(), [=] {
         using namespace simulator;
         if (duration->tv_sec < 0 || duration->tv_nsec < 0 || duration->tv_nsec >= clock::second) {
             errno = EINVAL;

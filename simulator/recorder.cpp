@@ -1,8 +1,13 @@
 #include "simulator/recorder.hpp"
 
+#include <algorithm>
+#include <functional>
+#include <iterator>
 #include <limits>
+#include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "simulator/clock.hpp"
@@ -26,6 +31,7 @@ struct Fault {
 
 struct State {
     std::vector<Fault> faults;
+    std::multimap<std::string, std::function<void()>, std::less<>> hooks;
     std::size_t faultsMet = 0;
     json calls = json::array();
 };
@@ -66,9 +72,20 @@ Fault readFault(const JsonReader& fault) {
     return read;
 }
 
+void runHooks(std::string_view function) {
+    std::vector<std::function<void()>> hooks;  // a copy, as the work may add hooks of its own
+    const auto [first, last] = state().hooks.equal_range(function);
+    std::transform(first, last, std::back_inserter(hooks),
+                   [](const auto& hook) { return hook.second; });
+    for (const std::function<void()>& hook : hooks) {
+        hook();
+    }
+}
+
 }  // namespace
 
 Verdict admit(std::string_view function) {
+    runHooks(function);
     Verdict verdict;
     bool met = false;
     for (Fault& fault : state().faults) {
@@ -112,8 +129,16 @@ std::size_t faultsMet() {
     return state().faultsMet;
 }
 
-bool faultsAreSet() {
-    return !state().faults.empty();
+bool callsAreWatched() {
+    return !state().faults.empty() || !state().hooks.empty();
+}
+
+void onCall(const std::string& function, std::function<void()> work) {
+    state().hooks.emplace(function, std::move(work));
+}
+
+void clearHooks() {
+    state().hooks.clear();
 }
 
 json calls() {

@@ -42,6 +42,7 @@ void reset(const nlohmann::json& machine) {
     forgetNotifications();
     forgetCalls();
     clearFaults();
+    clearHooks();
     clearFileCalls();
     cf::restartUUIDs();
     clock::restart(clock::Kind::virtualTime);

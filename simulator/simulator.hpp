@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -22,6 +23,11 @@ void addFault(const nlohmann::json& fault);
 void clearFaults();
 /// How many calls have met a fault since the last reset or clearFaults().
 std::size_t faultsMet();
+
+/// Performs `work` at the start of every call of `function` from now on, before its fault or its
+/// effect: what another process does at that moment. May be used several times for one function.
+/// reset() ends it. Calls about files count only where a fault could meet them.
+void onCall(const std::string& function, std::function<void()> work);
 
 /// Merges any part of `mac` except `displays` into the machine, silently.
 void set(const nlohmann::json& mac);
