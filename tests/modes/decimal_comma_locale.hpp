@@ -1,0 +1,27 @@
+// A locale in which numbers look different, for tests that text must not follow the user's region.
+#pragma once
+
+#include <locale>
+#include <string>
+
+namespace tolvaran::tests {
+
+/// While it lives, numbers have a decimal comma and thousands are grouped by dots: in C++ streams
+/// always, by a facet of its own; in C's functions where one of the usual locales of such a region
+/// is installed. Prints a note where none is, since then only the streams are put to the test.
+class DecimalCommaLocale {
+  public:
+    DecimalCommaLocale();
+    ~DecimalCommaLocale();
+    DecimalCommaLocale(const DecimalCommaLocale&) = delete;
+    DecimalCommaLocale& operator=(const DecimalCommaLocale&) = delete;
+
+    /// Whether a stream made now writes 1234.5 as "1.234,5".
+    bool changesStreams() const;
+
+  private:
+    std::locale before_;
+    std::string cLocaleBefore_;
+};
+
+}  // namespace tolvaran::tests
