@@ -21,7 +21,7 @@ run: build ## Run the main job: the helper (elsewhere: a simulated crash)
 	build/$(PRESET)/helper/tolvaran_helper
 else
 run: build ## Run the main job: a real process is killed, and its Mac is put back
-	build/$(PRESET)/simulator/tolvaran_simulator scenarios/crash.json
+	build/$(PRESET)/simulator/player/tolvaran_simulator scenarios/crash.json
 endif
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
