@@ -2,7 +2,6 @@
 
 #include "simulator/devices/configuration.hpp"
 #include "simulator/devices/display_modes.hpp"
-#include "simulator/devices/displays.hpp"
 #include "simulator/devices/dock.hpp"
 #include "simulator/devices/io_registry.hpp"
 #include "simulator/devices/menu_bar.hpp"
@@ -13,7 +12,6 @@ namespace simulator::devices {
 void reset() {
     resetCallbacks();
     resetConfigurations();
-    resetDisplays();
     resetModeCounts();
     resetMenuBar();
     resetRegistryObjects();

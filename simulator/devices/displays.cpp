@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -18,11 +17,6 @@
 namespace simulator::devices {
 namespace {
 
-std::function<void()>& changeOnceListed() {
-    static std::function<void()> change;
-    return change;
-}
-
 void requireActive(CGDirectDisplayID id) {
     if (findDisplay(id) == nullptr) {
         throw std::invalid_argument("display " + std::to_string(id) + " is not active");
@@ -34,20 +28,6 @@ template <typename Value>
 Value fieldOf(CGDirectDisplayID id, Value Display::*field) {
     const Display* const display = findDisplay(id);
     return display == nullptr ? Value{} : display->*field;
-}
-
-void listDisplays(std::uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
-                  std::uint32_t* displayCount) {
-    const std::vector<Display>& displays = mac().displays;
-    std::size_t count = displays.size();
-    if (activeDisplays != nullptr) {
-        count = std::min<std::size_t>(count, maxDisplays);
-        std::transform(displays.begin(), displays.begin() + static_cast<std::ptrdiff_t>(count),
-                       activeDisplays, [](const Display& display) { return display.id; });
-    }
-    if (displayCount != nullptr) {
-        *displayCount = static_cast<std::uint32_t>(count);
-    }
 }
 
 }  // namespace
@@ -81,14 +61,6 @@ void reconfigure(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags) {
     queueCallback(display, flags);
 }
 
-void onceDisplaysAreListed(std::function<void()> change) {
-    changeOnceListed() = std::move(change);
-}
-
-void resetDisplays() {
-    changeOnceListed() = nullptr;
-}
-
 }  // namespace simulator::devices
 
 using namespace simulator;
@@ -102,14 +74,19 @@ CGDirectDisplayID CGMainDisplayID(void) {
 
 CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
                                std::uint32_t* displayCount) {
-    const CGError result = performCall(__func__, [&] {
-        listDisplays(maxDisplays, activeDisplays, displayCount);
+    return performCall(__func__, [&] {
+        const std::vector<Display>& displays = mac().displays;
+        std::size_t count = displays.size();
+        if (activeDisplays != nullptr) {
+            count = std::min<std::size_t>(count, maxDisplays);
+            std::transform(displays.begin(), displays.begin() + static_cast<std::ptrdiff_t>(count),
+                           activeDisplays, [](const Display& display) { return display.id; });
+        }
+        if (displayCount != nullptr) {
+            *displayCount = static_cast<std::uint32_t>(count);
+        }
         return kCGErrorSuccess;
     });
-    if (const auto change = std::exchange(changeOnceListed(), nullptr)) {
-        change();
-    }
-    return result;
 }
 
 CGRect CGDisplayBounds(CGDirectDisplayID display) {

@@ -5,7 +5,6 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include <functional>
 #include <map>
 
 #include "simulator/machine.hpp"
@@ -26,12 +25,5 @@ void arrange(const std::map<CGDirectDisplayID, CGPoint>& origins);
 
 /// Nothing changes, and exactly this one callback follows; the display need not be active.
 void reconfigure(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags);
-
-/// Makes `change` once, as soon as the next CGGetActiveDisplayList() has answered: what happens
-/// between two calls of one caller.
-void onceDisplaysAreListed(std::function<void()> change);
-
-/// Forgets a change that has not been made.
-void resetDisplays();
 
 }  // namespace simulator::devices
