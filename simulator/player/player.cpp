@@ -102,6 +102,20 @@ void planTimeline(const Scenario& scenario) {
     sleepUntil(0);
 }
 
+/// The log with the files below the application-support directory named as in a scenario, by their
+/// path below it: the directory itself is another one in every run.
+json withShortPaths(json log, const std::string& applicationSupport) {
+    const std::string directory = applicationSupport + "/";
+    for (json& entry : log) {
+        auto& message = entry["message"].get_ref<std::string&>();
+        for (auto at = message.find(directory); at != std::string::npos;
+             at = message.find(directory, at)) {
+            message.erase(at, directory.size());
+        }
+    }
+    return log;
+}
+
 json run(const Scenario& scenario, const Root& root, bool quiet) {
     layOutFiles(scenario, root.applicationSupport());
     LogLines log;
@@ -112,7 +126,7 @@ json run(const Scenario& scenario, const Root& root, bool quiet) {
     setFaults(scenario.faults);
     planTimeline(scenario);
     tolvaran::helperMain();
-    return {{"log", log.entries()},
+    return {{"log", withShortPaths(log.entries(), root.applicationSupport())},
             {"calls", calls()},
             {"notifications", notifications()},
             {"mac", machine()},
