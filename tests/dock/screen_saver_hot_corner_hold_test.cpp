@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "restore/paths/restore_log.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/dock/hot_corner_mac.hpp"
 #include "tests/support/log_capture.hpp"
@@ -106,6 +107,16 @@ TEST_F(ScreenSaverHold, SaysThatTheMarkerCannotBeRemoved) {
     EXPECT_EQ(log_.take(), warning);
     EXPECT_EQ(callLines(), (Lines{endsHold, endsHold}));
     EXPECT_TRUE(Hold::isPending(marker_));
+}
+
+// A process that is killed in between has asked already and will ask again; the other way round the
+// screen saver would be held back for ever.
+TEST_F(ScreenSaverHold, EndsBeforeItRemovesTheMarker) {
+    std::filesystem::create_directories(marker_);
+    Lines callsWhenRemovalFails;
+    RestoreLog::warn = [&](const std::string&) { callsWhenRemovalFails = callLines(); };
+    EXPECT_FALSE(Hold::end(marker_));
+    EXPECT_EQ(callsWhenRemovalFails, Lines{endsHold});
 }
 
 TEST_F(ScreenSaverHold, WorksWithoutADirectoryInThePath) {
