@@ -76,7 +76,7 @@ TEST_F(NativeHotCornersTest, NeedsBothFunctions) {
 TEST_F(NativeHotCornersTest, FallsBackToTheProcessOnlyWithoutTheLibrary) {
     startWithout(json::array());
     simulator::addFault({{"call", "dlopen"}, {"effect", false}});
-    EXPECT_TRUE(NativeHotCorners::areAvailable());
+    ASSERT_TRUE(NativeHotCorners::areAvailable());
     EXPECT_EQ(NativeHotCorners::read(), usersState);
     NativeHotCorners::set(3, 0, 0);
     EXPECT_EQ(NativeHotCorners::read()->actions[0], 3);
