@@ -33,7 +33,7 @@ int helperMain() {
     workspace::prohibitActivation();
 
     static ProcessWide<std::shared_ptr<Helper>> helper;
-    helper.get(Helper::make)->start();
+    workspace::withAutoreleasePool([] { helper.get(Helper::make)->start(); });
     workspace::runEventLoop();
     return 0;
 }

@@ -5,6 +5,8 @@
 #include <memory>
 #include <utility>
 
+#include "helper/workspace.hpp"
+
 namespace tolvaran::main_queue {
 namespace {
 
@@ -12,11 +14,11 @@ namespace {
 
 void performOnce(void* context) {
     const std::unique_ptr<Work> work(static_cast<Work*>(context));
-    (*work)();
+    workspace::withAutoreleasePool(*work);
 }
 
 void performEachTime(void* context) {
-    (*static_cast<Work*>(context))();
+    workspace::withAutoreleasePool(*static_cast<Work*>(context));
 }
 
 void deleteWork(void* context) {

@@ -49,6 +49,11 @@ Observation observeWakes(std::function<void()> handler);
 /// policy prohibited).
 void prohibitActivation();
 
+/// Calls `work`, then releases the Objective-C objects that system functions called by it have left
+/// to be released later. The event loop does that only after an event of the user's, and this
+/// process never gets one: without this, every run would leave a little behind.
+void withAutoreleasePool(const std::function<void()>& work);
+
 /// The shared application's event loop. It does not return in normal operation.
 void runEventLoop();
 

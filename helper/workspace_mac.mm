@@ -9,8 +9,8 @@ namespace {
 
 RunningApplication described(NSRunningApplication* application) {
     RunningApplication result;
-    if (NSString* const identifier = application.bundleIdentifier) {
-        result.bundleIdentifier = identifier.UTF8String;
+    if (const char* const identifier = application.bundleIdentifier.UTF8String) {
+        result.bundleIdentifier = identifier;
     }
     result.processIdentifier = application.processIdentifier;
     result.terminated = application.terminated;
@@ -23,9 +23,7 @@ class Token {
     explicit Token(id<NSObject> observer) : observer_(observer) {}
     Token(const Token&) = delete;
     Token& operator=(const Token&) = delete;
-    ~Token() {
-        [NSWorkspace.sharedWorkspace.notificationCenter removeObserver:observer_];
-    }
+    ~Token() { [NSWorkspace.sharedWorkspace.notificationCenter removeObserver:observer_]; }
 
   private:
     id<NSObject> observer_;
@@ -33,21 +31,22 @@ class Token {
 
 Observation observe(NSNotificationName name, void (^handler)(NSNotification* notification)) {
     NSNotificationCenter* const center = NSWorkspace.sharedWorkspace.notificationCenter;
-    return Observation(
-        std::make_shared<Token>([center addObserverForName:name
-                                                    object:nil
-                                                     queue:NSOperationQueue.mainQueue
-                                                usingBlock:handler]));
+    return Observation(std::make_shared<Token>([center addObserverForName:name
+                                                                   object:nil
+                                                                    queue:NSOperationQueue.mainQueue
+                                                               usingBlock:handler]));
 }
 
 Observation observeApplications(NSNotificationName name, ApplicationHandler handler) {
     return observe(name, ^(NSNotification* notification) {
-        id const subject = notification.userInfo[NSWorkspaceApplicationKey];
-        if ([subject isKindOfClass:NSRunningApplication.class]) {
-            handler(described(subject));
-        } else {
-            handler(std::nullopt);
-        }
+      @autoreleasepool {
+          id const subject = notification.userInfo[NSWorkspaceApplicationKey];
+          if ([subject isKindOfClass:NSRunningApplication.class]) {
+              handler(described(subject));
+          } else {
+              handler(std::nullopt);
+          }
+      }
     });
 }
 
@@ -55,10 +54,8 @@ Observation observeApplications(NSNotificationName name, ApplicationHandler hand
 
 std::vector<RunningApplication> runningApplications() {
     std::vector<RunningApplication> applications;
-    @autoreleasepool {
-        for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
-            applications.push_back(described(application));
-        }
+    for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
+        applications.push_back(described(application));
     }
     return applications;
 }
@@ -73,12 +70,21 @@ Observation observeTerminations(ApplicationHandler handler) {
 
 Observation observeWakes(std::function<void()> handler) {
     return observe(NSWorkspaceDidWakeNotification, ^(NSNotification*) {
-        handler();
+      withAutoreleasePool(handler);
     });
 }
 
 void prohibitActivation() {
-    [NSApplication.sharedApplication setActivationPolicy:NSApplicationActivationPolicyProhibited];
+    @autoreleasepool {
+        NSApplication* const application = NSApplication.sharedApplication;
+        [application setActivationPolicy:NSApplicationActivationPolicyProhibited];
+    }
+}
+
+void withAutoreleasePool(const std::function<void()>& work) {
+    @autoreleasepool {
+        work();
+    }
 }
 
 void runEventLoop() {

@@ -115,6 +115,10 @@ void prohibitActivation() {
     simulator::state().activationIsProhibited = simulator::admit("setActivationPolicy").performs;
 }
 
+void withAutoreleasePool(const std::function<void()>& work) {
+    work();
+}
+
 void runEventLoop() {
     simulator::runUntil(simulator::endOfRun());
 }
