@@ -51,6 +51,16 @@ void reset(const nlohmann::json& machine) {
     mac() = std::move(next);
 }
 
+namespace {
+
+// A program that merely links the simulator, and never hears of reset(), has a Mac all the same.
+[[maybe_unused]] const bool begun = [] {
+    reset();
+    return true;
+}();
+
+}  // namespace
+
 void set(const nlohmann::json& part) {
     mac() = mergedMachine(mac(), JsonReader(part, ""));
 }

@@ -13,7 +13,7 @@ namespace simulator {
 /// Replaces the machine by the one that `mac` describes (the `mac` object of a scenario; keys left
 /// out have their defaults), puts the clock back to time 0 (virtual), empties the main queue, and
 /// clears calls, faults, notifications, observers and reconfiguration callbacks. The argument list
-/// and the bundles are again those of a helper in its usual place.
+/// and the bundles are again those of a helper in its usual place. A program starts like this.
 /// @throws std::invalid_argument naming the key that is wrong
 void reset(const nlohmann::json& mac = nlohmann::json::object());
 
