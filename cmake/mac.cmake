@@ -1,11 +1,9 @@
-# The platform on a Mac: Apple's frameworks. A framework that a program does not use is not loaded
-# by it, so each of them is named once, here.
+# The platform on a Mac: Apple's frameworks.
 enable_language(OBJCXX)
 set(CMAKE_OBJCXX_STANDARD 20)
 set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
 set(CMAKE_OBJCXX_EXTENSIONS OFF)
 
-target_link_options(tolvaran_platform INTERFACE -Wl,-dead_strip -Wl,-dead_strip_dylibs)
 foreach(framework CoreFoundation CoreGraphics ColorSync IOKit ApplicationServices)
     target_link_libraries(tolvaran_platform INTERFACE "-framework ${framework}")
 endforeach()

@@ -1,0 +1,22 @@
+# Installs the public headers: the one that programs include, and all that it includes in turn.
+cmake_minimum_required(VERSION 3.25)
+set(pending restore/tolvaran_restore.hpp)
+set(public "")
+while(pending)
+    list(POP_FRONT pending header)
+    if(header IN_LIST public)
+        continue()
+    endif()
+    list(APPEND public ${header})
+    file(STRINGS ${source_directory}/${header} lines REGEX "^#include \"restore/")
+    foreach(line ${lines})
+        string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" included ${line})
+        list(APPEND pending ${included})
+    endforeach()
+endwhile()
+
+foreach(header ${public})
+    get_filename_component(folder ${header} DIRECTORY)
+    file(INSTALL ${source_directory}/${header}
+         DESTINATION ${CMAKE_INSTALL_PREFIX}/${header_directory}/${folder})
+endforeach()

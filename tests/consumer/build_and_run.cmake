@@ -1,0 +1,43 @@
+# Installs the library into the build tree and, with nothing but what was installed there, builds
+# and runs the consumer twice: once found by CMake, once by pkg-config. Called with
+#   BUILD     the build tree
+#   COMPILER  the C++ compiler
+#   FLAGS     what everything must be compiled and linked with
+cmake_minimum_required(VERSION 3.25)
+set(source ${CMAKE_CURRENT_LIST_DIR})
+set(work ${BUILD}/consumer)
+
+function(run)
+    execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+function(run_consumer program state)
+    # The build tree's libraries must be of no use to it.
+    file(REMOVE_RECURSE ${state})
+    run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${state} ${program})
+    file(GLOB found LIST_DIRECTORIES FALSE RELATIVE ${state}/State ${state}/State/* ${state}/State/.*)
+    set(expected .display-originals .helper-heartbeat
+        dock-autohide-pending.json hot-corners-snapshot.json
+        native-mirrored-sets.json separated-sets.json side-pinned-sets.json)
+    list(SORT found)
+    list(SORT expected)
+    if(NOT "${found}" STREQUAL "${expected}")
+        message(FATAL_ERROR "${program} left ${found}, not ${expected}")
+    endif()
+endfunction()
+
+file(REMOVE_RECURSE ${work})
+run(${CMAKE_COMMAND} --install ${BUILD} --component library --prefix ${work}/prefix)
+
+run(${CMAKE_COMMAND} -S ${source} -B ${work}/build -G Ninja
+    -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=${FLAGS}"
+    -DCMAKE_PREFIX_PATH=${work}/prefix -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+run(${CMAKE_COMMAND} --build ${work}/build)
+run_consumer(${work}/build/consumer ${work}/state)
+
+set(ENV{PKG_CONFIG_PATH} ${work}/prefix/lib/pkgconfig)
+execute_process(COMMAND pkg-config --cflags --libs TolvaranRestore OUTPUT_VARIABLE options
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(options UNIX_COMMAND "${FLAGS} ${options}")
+run(${COMPILER} -std=c++20 ${source}/main.cpp -o ${work}/found_by_pkg_config ${options})
+run_consumer(${work}/found_by_pkg_config ${work}/state)
