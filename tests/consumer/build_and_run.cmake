@@ -16,8 +16,8 @@ function(run_consumer program state)
     file(REMOVE_RECURSE ${state})
     run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${state} ${program})
     file(GLOB found LIST_DIRECTORIES FALSE RELATIVE ${state}/State ${state}/State/* ${state}/State/.*)
-    set(expected .display-originals .helper-heartbeat
-        dock-autohide-pending.json hot-corners-snapshot.json
+    set(expected .display-originals .helper-heartbeat .resolution-originals
+        dock-autohide-pending.json hot-corners-snapshot.json menubar-state.json
         native-mirrored-sets.json separated-sets.json side-pinned-sets.json)
     list(SORT found)
     list(SORT expected)

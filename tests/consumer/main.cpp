@@ -54,7 +54,19 @@ void recordArrangements(const std::string& signature, const std::vector<Original
     check(NativeMirroredSetsStore::signatures(mirrored) == marked, "the native-mirrored sets");
 }
 
+void recordModes(const std::string& display) {
+    const DisplayModeSpec spec = {.width = 2560, .height = 1440, .scaled = true, .hz = 60};
+    const std::string path = ResolutionOriginalsStore::defaultPath();
+    ResolutionOriginalsStore::recordIfAbsent(display, spec, path);
+    check(ResolutionOriginalsStore::pendingEntries(path).at(display) == spec, "the original modes");
+}
+
 void recordMenuBarAndDock() {
+    const MenuBarAutohideSnapshot snapshot = MenuBarAutohide::readCurrent();
+    const std::string menuBar = MenuBarAutohide::defaultSnapshotPath();
+    check(MenuBarAutohide::saveSnapshot(snapshot, menuBar), "the menu bar can be recorded");
+    check(MenuBarAutohide::loadSnapshot(menuBar) == snapshot, "the menu bar");
+
     const std::string dock = DockAutoHideOverride::defaultSnapshotPath();
     DockAutoHideOverride::markPending(true, dock);
     check(DockAutoHideOverride::pendingRestoreValue(dock) == true, "the Dock's auto-hide");
@@ -93,6 +105,7 @@ int main() {
     }
     takeALease();
     recordArrangements(Zigzag::signature(displays), entries);
+    recordModes(displays.front());
     recordMenuBarAndDock();
     touchHeartbeat();
     ScreenSaverHotCornerHold::end(ScreenSaverHotCornerHold::defaultMarkerPath());
