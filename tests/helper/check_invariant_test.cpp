@@ -404,9 +404,8 @@ TEST(CheckInvariant, OfTwoSubsetsTheLargerIsTriedFirst) {
 
 TEST(CheckInvariant, SubsetsOfOneSizeAreTriedInTheOrderOfTheirSignatures) {
     Invariant invariant(three);
-    // The first two are passed over; the third is applied, and display 2, which it does not name,
-    // then meets neither of the others at a corner only.
-    invariant.save({{sig({2, 3}), entries({{2, 0, 0}, {3, 100, 100}})},
+    // The first is passed over, the second restored, the third no longer needed.
+    invariant.save({{sig({2, 3}), entries({{2, 100, 0}, {3, 200, 0}})},
                     {sig({1}), entries({{1, 0, 0}})},
                     {sig({1, 3}), entries({{1, 0, 0}, {3, 0, 100}})},
                     {sig({1, 2}), entries(two)}});
