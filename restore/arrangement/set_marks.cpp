@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "restore/arrangement/id_migration.hpp"
 #include "restore/paths/restore_log.hpp"
@@ -62,9 +63,10 @@ void migrate(const SetMarks& marks, const Mapping& mapping, const std::string& p
 std::vector<std::string> migratedSignatures(const std::vector<std::string>& stored,
                                             const Mapping& mapping) {
     std::vector<std::string> result;
+    std::set<std::string> seen;
     for (const std::string& signature : stored) {
         std::string renamed = id_migration::signature(signature, mapping);
-        if (std::find(result.begin(), result.end(), renamed) == result.end()) {
+        if (seen.insert(renamed).second) {
             result.push_back(std::move(renamed));
         }
     }
