@@ -48,7 +48,7 @@ DockHotCornerSnapshot snapshotInForce(const std::string& path, const std::string
 
 DockHotCornerSnapshot renew(DockHotCornerLeaseOwner owner, const std::string& path,
                             const std::string& appID) {
-    const DockHotCornerSnapshot snapshot =
+    DockHotCornerSnapshot snapshot =
         snapshotInForce(path, "active " + rawValue(owner) + " lease has no persisted snapshot");
     if (!ensureDisabled(appID)) {
         throw OverrideError::syncFailed();
@@ -58,7 +58,7 @@ DockHotCornerSnapshot renew(DockHotCornerLeaseOwner owner, const std::string& pa
 
 DockHotCornerSnapshot join(DockHotCornerLeaseOwner owner, const std::string& path,
                            const std::string& appID) {
-    const DockHotCornerSnapshot snapshot =
+    DockHotCornerSnapshot snapshot =
         snapshotInForce(path, "active hot-corner leases have no persisted snapshot");
     if (!writeDisabled(appID)) {
         throw OverrideError::syncFailed();
@@ -81,7 +81,7 @@ void recoverFirst(const std::string& path, const std::string& appID) {
 DockHotCornerSnapshot suppress(DockHotCornerLeaseOwner owner, const std::string& path,
                                const std::string& appID) {
     recoverFirst(path, appID);
-    const DockHotCornerSnapshot snapshot = readCurrent(appID);
+    DockHotCornerSnapshot snapshot = readCurrent(appID);
     saveSnapshotOrThrow(snapshot, path);
     leaseState().recoverySnapshot = snapshot;
     if (!writeDisabled(appID)) {

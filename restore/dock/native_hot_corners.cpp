@@ -18,22 +18,17 @@ constexpr const char* libraryPath =
     "/System/Library/Frameworks/ApplicationServices.framework/Frameworks/HIServices.framework/"
     "HIServices";
 
-/// The library and what was found in it.
-class Functions {
-  public:
-    Getter* getter() const { return getter_; }
-    Setter* setter() const { return setter_; }
+template <typename Function>
+Function* find(const DynamicLibrary& library, const std::string& name) {
+    return library.isOpen() ? library.function<Function>(name)
+                            : DynamicLibrary::functionOfProcess<Function>(name);
+}
 
-  private:
-    template <typename Function>
-    Function* find(const std::string& name) const {
-        return library_.isOpen() ? library_.function<Function>(name)
-                                 : DynamicLibrary::functionOfProcess<Function>(name);
-    }
-
-    DynamicLibrary library_{libraryPath};
-    Getter* getter_ = find<Getter>("CoreDockGetExposeCornerActionsWithModifiers");
-    Setter* setter_ = find<Setter>("CoreDockSetExposeCornerActionWithModifier");
+/// The library and what was found in it; a function that this Mac lacks is null.
+struct Functions {
+    DynamicLibrary library{libraryPath};
+    Getter* getter = find<Getter>(library, "CoreDockGetExposeCornerActionsWithModifiers");
+    Setter* setter = find<Setter>(library, "CoreDockSetExposeCornerActionWithModifier");
 };
 
 const Functions& functions() {
@@ -53,11 +48,11 @@ bool isFilled(const Buffer& values) {
 }  // namespace
 
 bool areAvailable() {
-    return functions().getter() != nullptr && functions().setter() != nullptr;
+    return functions().getter != nullptr && functions().setter != nullptr;
 }
 
 std::optional<State> read() {
-    Getter* const getter = functions().getter();
+    Getter* const getter = functions().getter;
     if (getter == nullptr) {
         return std::nullopt;
     }
@@ -74,7 +69,7 @@ std::optional<State> read() {
 }
 
 void set(std::int32_t action, std::int32_t corner, std::int32_t modifier) {
-    functions().setter()(action, corner, modifier);
+    functions().setter(action, corner, modifier);
 }
 
 }  // namespace tolvaran::NativeHotCorners

@@ -1,5 +1,6 @@
 // Functions that some macOS versions have and others lack: looked up by name at run time, so that
-// the program starts on a Mac without them as well.
+// the program starts on a Mac without them as well. Used by the hot corners
+// (dock/native_hot_corners).
 #pragma once
 
 #include <memory>

@@ -110,10 +110,12 @@ TEST_F(HotCornerSnapshotFile, SaysThatTheDirectoryCannotBeCreated) {
 
 TEST_F(HotCornerSnapshotFile, KeepsTheOlderSnapshotWhenTheNewOneCannotBeWritten) {
     Override::saveSnapshot(usersSnapshot(), path_);
-    for (const char* call : {"write", "rename"}) {
-        simulator::addFault({{"call", call}, {"result", "EIO"}});
+    const std::vector<std::pair<std::string, std::string>> operations = {
+        {"mkostemp", "create"}, {"write", "write"}, {"rename", "rename"}};
+    for (const auto& [call, operation] : operations) {
+        simulator::addFault({{"call", call}, {"result", "EROFS"}});
         EXPECT_EQ(savingError(DockHotCornerSnapshot(), path_),
-                  "write " + path_ + ": " + call + " " + path_ + ": Input/output error");
+                  "write " + path_ + ": " + operation + " " + path_ + ": Read-only file system");
         Override::saveSnapshot(DockHotCornerSnapshot(), path_);
         simulator::clearFaults();
         EXPECT_EQ(readFile(path_), usersSnapshotText);

@@ -38,6 +38,8 @@ class ScreenSaverHold : public testing::Test {
 
     std::size_t objectsBefore_ = 0;
     tests::TemporaryDirectory directory_;
+    // Faults meet file calls below this directory only.
+    tests::ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
     std::string marker_ = directory_ / "State/hot-corner-screen-saver-hold";
     tests::LogCapture log_;
 };
@@ -90,10 +92,22 @@ TEST_F(ScreenSaverHold, AsksForNothingThatItCannotRecord) {
     EXPECT_EQ(log_.take(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
                                  "(rename " +
                                  marker_ + ": Is a directory)"});
-    EXPECT_FALSE(Hold::begin("/proc/marker"));
-    EXPECT_EQ(log_.take(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
-                                 "(create /proc/marker: No such file or directory)"});
     EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST_F(ScreenSaverHold, AsksForNothingInAReadOnlyPlace) {
+    simulator::addFault({{"call", "mkdir"}, {"result", "EROFS"}, {"times", 1}});
+    EXPECT_FALSE(Hold::begin(marker_));
+    EXPECT_EQ(log_.take(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
+                                 "(create directory " +
+                                 (directory_ / "State") + ": Read-only file system)"});
+    simulator::addFault({{"call", "mkostemp"}, {"result", "EROFS"}});
+    EXPECT_FALSE(Hold::begin(marker_));
+    EXPECT_EQ(log_.take(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
+                                 "(create " +
+                                 marker_ + ": Read-only file system)"});
+    EXPECT_EQ(callLines(), Lines{});
+    EXPECT_FALSE(Hold::isPending(marker_));
 }
 
 TEST_F(ScreenSaverHold, SaysThatTheMarkerCannotBeRemoved) {
@@ -130,7 +144,6 @@ TEST_F(ScreenSaverHold, WorksWithoutADirectoryInThePath) {
 }
 
 TEST_F(ScreenSaverHold, HasItsMarkerInTheStateDirectory) {
-    const tests::ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path());
     EXPECT_EQ(Hold::defaultMarkerPath(), marker_);
 }
 
