@@ -27,8 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr pid_t ownVirtualPID = 501;
-
 constexpr std::array redirected{
     "access",   "chmod",     "close",  "closedir", "fchmod", "fcntl",   "fstat",
     "fsync",    "ftruncate", "kill",   "link",     "lseek",  "lstat",   "mkdir",
@@ -38,6 +36,7 @@ constexpr std::array redirected{
 
 struct State {
     std::vector<std::string> exposed;
+    std::optional<pid_t> processID;
     StandardErrorSink standardError;
 };
 
@@ -126,11 +125,15 @@ int flushOrControl(int descriptor, int command, long argument) {
     return flushes ? __real_fsync(descriptor) : __real_fcntl(descriptor, command, argument);
 }
 
+pid_t processID() {
+    return state().processID.value_or(__real_getpid());
+}
+
 int signalProcess(pid_t pid, int signal) {
     if (!clock::isVirtual()) {
         return __real_kill(pid, signal);
     }
-    const bool exists = pid == ownVirtualPID || isAlive(pid);
+    const bool exists = pid == processID() || isAlive(pid);
     if (exists && signal == 0) {
         return 0;
     }
@@ -160,8 +163,13 @@ void setStandardErrorSink(StandardErrorSink sink) {
     state().standardError = std::move(sink);
 }
 
+void setProcessID(std::optional<pid_t> pid) {
+    state().processID = pid;
+}
+
 void clearFileCalls() {
     state().exposed.clear();
+    state().processID.reset();
 }
 
 }  // namespace simulator
@@ -215,8 +223,7 @@ int __wrap_ftruncate(int descriptor, off_t length) {
 }
 
 pid_t __wrap_getpid() {
-    return simulator::admit("getpid").resultOr(
-        simulator::clock::isVirtual() ? simulator::ownVirtualPID : __real_getpid());
+    return simulator::admit("getpid").resultOr(simulator::processID());
 }
 
 int __wrap_kill(pid_t pid, int signal) {

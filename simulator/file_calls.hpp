@@ -12,11 +12,14 @@
 // What a test or the simulator does through the C++ library (std::ifstream, std::filesystem) goes
 // to the host directly; the simulator's own direct calls use host_calls.hpp.
 //
-// With the virtual clock getpid() is always the same, and kill() knows that process and those of
-// the running applications: it finds them with signal 0 and refuses (EPERM) to do anything else.
+// With the virtual clock kill() knows this process and those of the running applications: it finds
+// them with signal 0 and refuses (EPERM) to do anything else.
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,7 +38,10 @@ using StandardErrorSink = std::function<bool(std::string_view text)>;
 /// Sets the sink; empty for none. A reset keeps it.
 void setStandardErrorSink(StandardErrorSink sink);
 
-/// Forgets the exposed directories; part of simulator::reset().
+/// What getpid() returns; none: the host's answer.
+void setProcessID(std::optional<pid_t> pid);
+
+/// Forgets the exposed directories and the process ID; part of simulator::reset().
 void clearFileCalls();
 
 }  // namespace simulator

@@ -91,10 +91,16 @@ void setFaults(const json& faults) {
     }
 }
 
+// The helper's process ID in every virtual run.
+constexpr pid_t virtualProcessID = 501;
+
 /// Starts the clock and plans what will happen. The helper's own time begins at 0 as well, after
 /// the events of that time.
 void planTimeline(const Scenario& scenario) {
     clock::restart(scenario.clock);
+    if (clock::isVirtual()) {
+        setProcessID(virtualProcessID);
+    }
     for (const auto& [at, event] : scenario.timeline) {
         planEvent(at, event);
     }

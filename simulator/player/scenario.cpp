@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <limits>
+#include <sstream>
 
 #include "simulator/devices/devices.hpp"
 #include "simulator/faults.hpp"
@@ -122,12 +121,19 @@ Scenario readDocument(const JsonReader& document, const std::string& directory) 
     return scenario;
 }
 
-json parse(const std::string& path) {
+std::string read(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (!file.is_open() || file.bad()) {
-        throw ScenarioError(path + ": cannot be read");
+    std::ostringstream text;
+    if (file.peek() != std::ifstream::traits_type::eof()) {
+        text << file.rdbuf();
     }
+    if (!file.is_open() || file.bad() || !text) {
+        throw ScenarioError("cannot be read");
+    }
+    return text.str();
+}
+
+json parse(const std::string& text) {
     const auto notTooDeep = [](int depth, json::parse_event_t, json&) {
         if (depth > deepest) {
             throw ScenarioError("nested more than " + std::to_string(deepest) + " levels deep");
@@ -157,7 +163,7 @@ Scenario readScenario(const json& document, const std::string& directory, const 
 
 Scenario loadScenario(const std::string& path) {
     const fs::path file(path);
-    return readScenario(parse(path), file.parent_path().string(), file.filename().string());
+    return readScenario(parse(read(path)), file.parent_path().string(), file.filename().string());
 }
 
 }  // namespace simulator

@@ -1,0 +1,109 @@
+#include "simulator/player/command_line.hpp"
+
+#include <sstream>
+
+#include "tests/simulator/simulator_test.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace simulator {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using tolvaran::tests::readFile;
+using tolvaran::tests::writeFile;
+
+class CommandLine : public SimulatorTest {
+  protected:
+    struct Run {
+        int status;
+        std::string out;
+        std::string errors;
+    };
+
+    Run run(std::vector<std::string> arguments) {
+        std::ostringstream out;
+        std::ostringstream errors;
+        testing::internal::CaptureStderr();
+        const int status = runCommandLine(arguments, out, errors);
+        testing::internal::GetCapturedStderr();
+        return {status, out.str(), errors.str()};
+    }
+
+    std::string scenario(const std::string& content) {
+        const std::string path = directory_ / "scenario.json";
+        writeFile(path, content);
+        return path;
+    }
+
+    tolvaran::tests::TemporaryDirectory directory_;
+};
+
+TEST_F(CommandLine, TheExitStatusSaysHowItWent) {
+    const struct {
+        const char* scenario;
+        int status;
+        const char* lastLine;  // of the summary
+        std::string errors;
+    } rows[] = {
+        {"{}", 0, "nothing was expected\n", ""},
+        {R"({"expect": {"mac": {"cursorAssociated": true}}})", 0, "everything was as expected\n",
+         ""},
+        {R"({"expect": {"mac": {"cursorAssociated": false, "mainDisplay": 7}}})", 1,
+         "2 expectations failed\n",
+         "expect.mac.cursorAssociated: expected false, found true\n"
+         "expect.mac.mainDisplay: expected 7, found 1\n"},
+        {R"({"mac": {"screens": 1}})", 2, "", "mac.screens: unknown key\n"},
+        {R"({"timeline": [{"at": 0, "exit": 9}]})", 2, "",
+         "timeline[0].exit: no application with this pid is running\n"},
+    };
+    for (const auto& row : rows) {
+        const Run result = run({scenario(row.scenario)});
+        EXPECT_EQ(result.status, row.status) << row.scenario;
+        EXPECT_THAT(result.out, testing::EndsWith(row.lastLine));
+        const std::string prefix = row.status == 2 ? directory_ / "scenario.json: " : "";
+        EXPECT_EQ(result.errors, row.errors.empty() ? "" : prefix + row.errors);
+    }
+    EXPECT_EQ(run({directory_ / "missing.json"}).status, 2);
+}
+
+TEST_F(CommandLine, TheSummaryListsTheCalls) {
+    const Run result = run({scenario(R"({"name": "nothing to do"})")});
+    EXPECT_THAT(result.out, StartsWith("nothing to do: 1 s, "));
+    EXPECT_THAT(result.out,
+                HasSubstr("       0.000  CGAssociateMouseAndMouseCursorPosition(true) -> 0\n"));
+}
+
+TEST_F(CommandLine, JSONIsTheResultAndNothingElse) {
+    const Run result = run({"--json", scenario(R"({"expect": {"mac": {"mainDisplay": 7}}})")});
+    EXPECT_EQ(result.status, 1);
+    const json parsed = json::parse(result.out);
+    EXPECT_TRUE(parsed.contains("log") && parsed.contains("calls") && parsed.contains("mac") &&
+                parsed.contains("files") && parsed.contains("notifications"));
+    EXPECT_EQ(parsed.size(), 5U);
+    EXPECT_EQ(result.errors, "expect.mac.mainDisplay: expected 7, found 1\n");
+}
+
+TEST_F(CommandLine, TheRootIsKept) {
+    run({"--root", directory_ / "kept", scenario("{}")});
+    EXPECT_TRUE(readFile(directory_ / "kept/Logs/tolvaran-helper.log"));
+}
+
+TEST_F(CommandLine, OtherArgumentsAreRefused) {
+    const std::string path = scenario("{}");
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                      {path, path},
+                                                      {"--jsn", path},
+                                                      {"--root"},
+                                                      {path, "--root"},
+                                                      {""}}) {
+        const Run result = run(arguments);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_THAT(result.errors, StartsWith("usage: "));
+        EXPECT_EQ(result.out, "");
+    }
+    EXPECT_EQ(run({"--help"}).status, 0);
+}
+
+}  // namespace
+}  // namespace simulator
