@@ -1,5 +1,6 @@
 #include "simulator/recorder.hpp"
 
+#include <string>
 #include <vector>
 
 #include "tests/simulator/simulator_test.hpp"
@@ -100,6 +101,21 @@ TEST_F(Recorder, MalformedFaultsAreRefused) {
         EXPECT_EQ(thrownBy([&] { addFault(json::parse(fault)); }), message);
     }
     EXPECT_EQ(results(1), std::vector{0}) << "none was added";
+}
+
+TEST_F(Recorder, WorkHappensAtTheStartOfACall) {
+    std::vector<std::string> happened;
+    onCall("function", [&] {
+        happened.emplace_back("first");
+        addFault({{"call", "function"}, {"result", 7}, {"times", 1}});
+    });
+    onCall("function", [&] { happened.emplace_back("second"); });
+    onCall("other", [&] { happened.emplace_back("other"); });
+    EXPECT_EQ(results(1), std::vector{7}) << "before the fault is looked up";
+    EXPECT_THAT(happened, testing::ElementsAre("first", "second"));
+    reset();
+    EXPECT_EQ(results(1), std::vector{0});
+    EXPECT_EQ(happened.size(), 2U);
 }
 
 TEST_F(Recorder, CallsAreStampedAndKeptInOrder) {
