@@ -6,6 +6,7 @@
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/support/json.hpp"
 #include "tests/menubar/menu_bar_mac.hpp"
+#include "tests/support/bad_input.hpp"
 
 namespace tolvaran {
 namespace {
@@ -23,13 +24,13 @@ const MenuBarAutohideSnapshot snapshot{
 class MenuBarSnapshotFile : public testing::Test {
   protected:
     /// Writes the file and expects it to be no snapshot and to stay as it is.
-    void expectUndecodable(const std::string& content) {
-        writeFile(path, content);
+    void expectUndecodable(const BadInput& bad) {
+        writeFile(path, bad.text);
         EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), std::nullopt);
         EXPECT_THAT(process.takeWarnings(),
                     ElementsAre(StartsWith("menu bar snapshot at " + path + " failed to decode: ")))
-            << content.substr(0, 100);
-        EXPECT_TRUE(readFile(path) == content);
+            << bad.what;
+        EXPECT_TRUE(readFile(path) == bad.text) << bad.what;
     }
 
     MenuBarProcess process;
@@ -67,24 +68,25 @@ TEST_F(MenuBarSnapshotFile, SaysWhyItCannotBeDecoded) {
 }
 
 TEST_F(MenuBarSnapshotFile, CutAtAnyByteIsUndecodable) {
-    const std::string whole = json::write(snapshot);
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-        expectUndecodable(whole.substr(0, length));
+    for (const BadInput& bad : truncations(json::write(snapshot))) {
+        expectUndecodable(bad);
     }
 }
 
 TEST_F(MenuBarSnapshotFile, HostileContentIsUndecodable) {
-    const std::string deep(100000, '[');
-    const std::vector<std::string> contents = {"null",
-                                               "[]",
-                                               "\xff\xfe{}",
-                                               std::string(3, '\0'),
-                                               "{\"hideMenuBar\":1e400}",
-                                               "{\"hideMenuBar\":\"\xc3\x28\"}",
-                                               deep,
-                                               "{\"displayVisibilityOverrides\":" + deep};
-    for (const std::string& content : contents) {
-        expectUndecodable(content);
+    for (const BadInput& bad : wrongText(json::write(snapshot))) {
+        expectUndecodable(bad);
+    }
+}
+
+TEST_F(MenuBarSnapshotFile, ARecordWithAWrongFieldMakesAllOfItUndecodable) {
+    const std::string record = "/displayVisibilityOverrides/1";
+    const std::vector<RequiredField> fields = {{record, Holds::object},
+                                               {record + "/canonicalID", Holds::text},
+                                               {record + "/portUUID", Holds::text},
+                                               {record + "/enabled", Holds::boolean}};
+    for (const BadInput& bad : wrongFields(nlohmann::json::parse(json::write(snapshot)), fields)) {
+        expectUndecodable(bad);
     }
 }
 
@@ -93,7 +95,7 @@ TEST_F(MenuBarSnapshotFile, MayBeHuge) {
     writeFile(path, beginning + std::string(5'000'000, 'x') + "\"}");
     EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), MenuBarAutohideSnapshot{.hideMenuBar = 1});
     EXPECT_THAT(process.takeWarnings(), IsEmpty());
-    expectUndecodable(beginning + std::string(50'000'000, 'x'));
+    expectUndecodable({"50 MB without an end", beginning + std::string(50'000'000, 'x')});
 }
 
 TEST_F(MenuBarSnapshotFile, IsNotWrittenWhenItCannotBeEncoded) {
