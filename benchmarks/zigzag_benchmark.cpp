@@ -1,0 +1,36 @@
+// Recognising zigzag layouts, which every restore run does at least once.
+#include <benchmark/benchmark.h>
+
+#include <vector>
+
+#include "benchmarks/layouts.hpp"
+#include "restore/arrangement/zigzag.hpp"
+
+namespace tolvaran::benchmarks {
+namespace {
+
+using Layout = std::vector<DisplayFrame> (*)(int count);
+using Test = bool (*)(const std::vector<DisplayFrame>& displays);
+
+/// One test of one layout, for as many displays as the range says. A wrong answer is an error, so
+/// that nothing is measured that does not do its work.
+void recognise(benchmark::State& state, Test test, Layout layout, bool expected) {
+    const std::vector<DisplayFrame> displays = layout(static_cast<int>(state.range(0)));
+    if (test(displays) != expected) {
+        state.SkipWithError("wrong answer");
+        return;
+    }
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(test(displays));
+    }
+}
+
+BENCHMARK_CAPTURE(recognise, zigzag_in_row, Zigzag::isZigzag, row, false)->DenseRange(2, 16);
+BENCHMARK_CAPTURE(recognise, zigzag_in_grid, Zigzag::isZigzag, grid, false)->DenseRange(2, 16);
+BENCHMARK_CAPTURE(recognise, zigzag_in_staircase, Zigzag::isZigzag, staircase, true)
+    ->DenseRange(2, 16);
+BENCHMARK_CAPTURE(recognise, full_zigzag_in_staircase, Zigzag::isFullZigzag, staircase, true)
+    ->DenseRange(2, 16);
+
+}  // namespace
+}  // namespace tolvaran::benchmarks
