@@ -31,7 +31,7 @@ OriginalsFile storeOf(std::int64_t arrangements) {
     return file;
 }
 
-void load_originals(benchmark::State& state) {
+void loadOriginals(benchmark::State& state) {
     std::string name = (std::filesystem::temp_directory_path() / "tolvaran-XXXXXX").string();
     const std::filesystem::path directory = ::mkdtemp(name.data());
     const std::string path = directory / ".display-originals";
@@ -49,7 +49,7 @@ void load_originals(benchmark::State& state) {
     std::filesystem::remove_all(directory);
 }
 
-BENCHMARK(load_originals)->RangeMultiplier(10)->Range(1, 10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(loadOriginals)->RangeMultiplier(10)->Range(1, 10000)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace tolvaran::benchmarks

@@ -54,7 +54,7 @@ nlohmann::json macWithDisplays(int count) {
     return {{"displays", displays}, {"cursorAssociated", false}};
 }
 
-void idle_restore_sequence(benchmark::State& state) {
+void idleRestoreSequence(benchmark::State& state) {
     // The simulator keeps every call; it may forget them now and then.
     constexpr std::int64_t runsBetweenResets = 10000;
     const SilentStandardError silent;
@@ -75,7 +75,7 @@ void idle_restore_sequence(benchmark::State& state) {
     }
 }
 
-BENCHMARK(idle_restore_sequence)->RangeMultiplier(2)->Range(1, 16)->Unit(benchmark::kMicrosecond);
+BENCHMARK(idleRestoreSequence)->RangeMultiplier(2)->Range(1, 16)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace tolvaran::benchmarks

@@ -25,12 +25,18 @@ void recognise(benchmark::State& state, Test test, Layout layout, bool expected)
     }
 }
 
-BENCHMARK_CAPTURE(recognise, zigzag_in_row, Zigzag::isZigzag, row, false)->DenseRange(2, 16);
-BENCHMARK_CAPTURE(recognise, zigzag_in_grid, Zigzag::isZigzag, grid, false)->DenseRange(2, 16);
-BENCHMARK_CAPTURE(recognise, zigzag_in_staircase, Zigzag::isZigzag, staircase, true)
-    ->DenseRange(2, 16);
-BENCHMARK_CAPTURE(recognise, full_zigzag_in_staircase, Zigzag::isFullZigzag, staircase, true)
-    ->DenseRange(2, 16);
+BENCHMARK_CAPTURE(recognise, zigzagInRow, Zigzag::isZigzag, row, false)
+    ->RangeMultiplier(2)
+    ->Range(2, 16);
+BENCHMARK_CAPTURE(recognise, zigzagInGrid, Zigzag::isZigzag, grid, false)
+    ->RangeMultiplier(2)
+    ->Range(2, 16);
+BENCHMARK_CAPTURE(recognise, zigzagInStaircase, Zigzag::isZigzag, staircase, true)
+    ->RangeMultiplier(2)
+    ->Range(2, 16);
+BENCHMARK_CAPTURE(recognise, fullZigzagInStaircase, Zigzag::isFullZigzag, staircase, true)
+    ->RangeMultiplier(2)
+    ->Range(2, 16);
 
 }  // namespace
 }  // namespace tolvaran::benchmarks
