@@ -57,6 +57,7 @@ std::vector<DisplayModeDescriptor> modes(CGDirectDisplayID displayID) {
         return {};  // none, too many, or a negative number
     }
     std::vector<DisplayModeDescriptor> list;
+    list.reserve(static_cast<std::size_t>(count));
     for (std::int32_t index = 0; index < count; ++index) {
         list.push_back(readMode(displayID, index));
     }

@@ -99,7 +99,7 @@ TEST(DisplayModeDescriptor, IgnoresEveryOtherByte) {
 }
 
 TEST(DisplayModeDescriptor, ReadsEveryByteOfItsFields) {
-    for (const std::size_t field : {0, 4, 8, 12, 16, 188, 208}) {
+    for (const std::size_t field : {0U, 4U, 8U, 12U, 16U, 188U, 208U}) {
         for (std::size_t offset = field; offset < field + 4; ++offset) {
             std::array<std::byte, 212> bytes{};
             bytes.at(offset) = std::byte{0x11};
