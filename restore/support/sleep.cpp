@@ -1,9 +1,8 @@
 #include "restore/support/sleep.hpp"
 
-#include <time.h>
-
 #include <cerrno>
 #include <cmath>
+#include <ctime>
 
 namespace tolvaran {
 
