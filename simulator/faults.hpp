@@ -11,10 +11,10 @@ void addFault(const JsonReader& fault);
 /// Throws the same, but adds nothing.
 void checkFault(const JsonReader& fault);
 
-/// Whether any fault or hook is set; without one, no call need be looked at closely.
+/// Whether any fault, hook or decision is set; without one, no call need be looked at closely.
 bool callsAreWatched();
 
-/// Ends what onCall() began.
+/// Ends what onCall() and decideCalls() began.
 void clearHooks();
 
 void forgetCalls();

@@ -29,6 +29,11 @@ std::size_t faultsMet();
 /// reset() ends it. Calls about files count only where a fault could meet them.
 void onCall(const std::string& function, std::function<void()> work);
 
+/// Asks `decide` at the start of every call to the outside that a fault could meet, with the
+/// function's name; what it returns is the call's fault ({"result", "effect"}), null for none.
+/// reset() ends it.
+void decideCalls(std::function<nlohmann::json(const std::string& function)> decide);
+
 /// Merges any part of `mac` except `displays` into the machine, silently.
 void set(const nlohmann::json& mac);
 

@@ -122,15 +122,18 @@ json withShortPaths(json log, const std::string& applicationSupport) {
     return log;
 }
 
-json run(const Scenario& scenario, const Root& root, bool quiet) {
+json run(const Scenario& scenario, const Root& root, const PlayOptions& options) {
     layOutFiles(scenario, root.applicationSupport());
     LogLines log;
     setStandardErrorSink([&](std::string_view text) {
         log.take(text);
-        return !quiet;
+        return !options.quiet;
     });
     setFaults(scenario.faults);
     planTimeline(scenario);
+    if (options.prepare) {
+        options.prepare();
+    }
     tolvaran::helperMain();
     return {{"log", withShortPaths(log.entries(), root.applicationSupport())},
             {"calls", calls()},
@@ -153,7 +156,7 @@ Outcome play(const Scenario& scenario, const PlayOptions& options) {
     });
     const Process process(scenario.mac);
     try {
-        json result = run(scenario, root, options.quiet);
+        json result = run(scenario, root, options);
         std::vector<std::string> failures = failedExpectations(scenario.expect, result);
         return {std::move(result), std::move(failures)};
     } catch (const EventError& error) {

@@ -3,6 +3,7 @@
 // called any number of times in one process.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -16,9 +17,11 @@ struct PlayOptions {
     /// Keeps the application-support directory as "ApplicationSupport" and the logs as "Logs" under
     /// this directory; what lies there already takes part. None: a fresh temporary directory, which
     /// is removed at the end.
-    std::optional<std::string> root;
+    std::optional<std::string> root = {};
     /// Keeps the helper's log off standard error.
     bool quiet = false;
+    /// Called when everything is laid out, just before the helper's process begins.
+    std::function<void()> prepare = {};
 };
 
 struct Outcome {

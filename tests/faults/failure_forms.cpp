@@ -1,0 +1,146 @@
+#include "tests/faults/failure_forms.hpp"
+
+#include <map>
+#include <stdexcept>
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+using Forms = std::vector<json>;
+
+Forms errors(const std::vector<std::string>& names, bool hasEffect = false) {
+    Forms forms;
+    for (const std::string& name : names) {
+        forms.push_back({{"result", name}, {"effect", hasEffect}});
+    }
+    return forms;
+}
+
+Forms results(const std::vector<json>& values) {
+    Forms forms;
+    for (const json& value : values) {
+        forms.push_back({{"result", value}});
+    }
+    return forms;
+}
+
+/// The call reports success, or has no way to report anything, and does nothing.
+Forms withoutEffect() {
+    return {{{"effect", false}}};
+}
+
+Forms operator+(Forms first, const Forms& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+const Forms cannotFail;
+const Forms looking = errors({"ENOENT", "EACCES", "EIO", "EMFILE", "EINTR"});
+const Forms changing = errors({"ENOENT", "EACCES", "EIO", "ENOSPC", "EINTR"});
+const Forms displayErrors = results({1000, 1001, 1004});
+const Forms null = results({nullptr});
+
+const std::map<std::string, Forms>& table() {
+    static const std::map<std::string, Forms> forms = {
+        // Files. A close that fails has closed all the same.
+        {"close", errors({"EIO", "EINTR"}, true)},
+        {"closedir", errors({"EIO"}, true)},
+        {"fcntl", errors({"EIO", "ENOSPC", "EINTR", "EINVAL"})},
+        {"fstat", errors({"EIO"})},
+        {"fsync", errors({"EIO", "ENOSPC", "EINTR"})},
+        {"getpid", cannotFail},
+        {"kill", errors({"EPERM", "ESRCH"})},
+        {"lseek", errors({"EIO"})},
+        {"mkdir", changing},
+        {"mkostemp", changing + errors({"EMFILE"})},
+        {"nanosleep", errors({"EINVAL"})},
+        {"open", looking},
+        {"opendir", looking},
+        {"read", errors({"EIO", "EINTR", "EISDIR"})},
+        {"readdir", errors({"EIO"})},
+        {"rename", changing},
+        {"stat", errors({"ENOENT", "EACCES", "EIO", "EINTR"})},
+        {"unlink", errors({"ENOENT", "EACCES", "EIO", "EINTR"})},
+        {"write", errors({"EIO", "ENOSPC", "EINTR"})},
+        // Displays.
+        {"CGAssociateMouseAndMouseCursorPosition", displayErrors},
+        {"CGBeginDisplayConfiguration", displayErrors},
+        {"CGCompleteDisplayConfiguration", displayErrors},
+        {"CGConfigureDisplayOrigin", displayErrors},
+        {"CGDisplayBounds", withoutEffect()},
+        {"CGDisplayCreateUUIDFromDisplayID", null},
+        {"CGDisplayModelNumber", results({0})},
+        {"CGDisplayRegisterReconfigurationCallback", displayErrors},
+        {"CGDisplaySerialNumber", results({0})},
+        {"CGDisplayVendorNumber", results({0})},
+        {"CGGetActiveDisplayList", displayErrors},
+        {"CGMainDisplayID", results({0})},
+        {"CGSConfigureDisplayMode", displayErrors},
+        {"CGSGetCurrentDisplayMode", displayErrors},
+        {"CGSGetDisplayModeDescriptionOfLength", displayErrors},
+        {"CGSGetNumberOfDisplayModes", displayErrors},
+        // The display registry.
+        {"IOIteratorNext", results({0})},
+        {"IOObjectRelease", cannotFail},
+        {"IORegistryEntryCreateCFProperties", results({-536870212})},
+        {"IOServiceGetMatchingServices", results({-536870212})},
+        {"IOServiceMatching", null},
+        // The menu bar.
+        {"CGSMainConnectionID", results({0})},
+        {"CGSSetMenuBarAutohideEnabled", displayErrors},
+        {"SLSCopyActiveMenuBarDisplayIdentifier", null},
+        {"SLSCopyManagedDisplaySpaces", null},
+        {"SLSGetMenuBarAutohideEnabled", displayErrors},
+        {"SLSGetMenuBarVisibilityOverrideOnDisplay", results({false, true})},
+        {"SLSSetMenuBarVisibilityOverrideOnDisplay", displayErrors + withoutEffect()},
+        {"dlclose", results({-1})},
+        {"dlopen", null},
+        {"dlsym", null},
+        // The Dock.
+        {"CoreDockGetAutoHideEnabled", results({false, true})},
+        {"CoreDockGetExposeCornerActionsWithModifiers", withoutEffect()},
+        {"CoreDockSetAutoHideEnabled", withoutEffect()},
+        {"CoreDockSetExposeCornerActionWithModifier", withoutEffect()},
+        // Core Foundation.
+        {"CFAbsoluteTimeGetCurrent", cannotFail},
+        {"CFBundleCopyBundleURL", null},
+        {"CFBundleGetAllBundles", null},
+        {"CFBundleGetMainBundle", null},
+        {"CFDictionaryCreate", null},
+        {"CFNotificationCenterGetDistributedCenter", null},
+        {"CFNotificationCenterPostNotification", withoutEffect()},
+        {"CFNumberCreate", null},
+        {"CFPreferencesAppSynchronize", results({false})},
+        {"CFPreferencesCopyValue", null},
+        {"CFPreferencesSetValue", withoutEffect()},
+        {"CFPreferencesSynchronize", results({false})},
+        {"CFStringCreateWithBytes", null},
+        {"CFURLGetFileSystemRepresentation", results({false})},
+        {"CFUUIDCreate", null},
+        {"CFUUIDCreateString", null},
+        // The main queue and the workspace.
+        {"dispatch_after_f", withoutEffect()},
+        {"dispatch_async_f", withoutEffect()},
+        {"dispatch_source_create", null},
+        {"dispatch_source_set_timer", withoutEffect()},
+        {"observeLaunches", withoutEffect()},
+        {"observeTerminations", withoutEffect()},
+        {"observeWakes", withoutEffect()},
+        {"runningApplications", withoutEffect()},
+        {"setActivationPolicy", withoutEffect()},
+    };
+    return forms;
+}
+
+}  // namespace
+
+const std::vector<nlohmann::json>& failureForms(const std::string& function) {
+    const auto found = table().find(function);
+    if (found == table().end()) {
+        throw std::out_of_range("no failure form is known for " + function);
+    }
+    return found->second;
+}
+
+}  // namespace tolvaran::tests
