@@ -48,9 +48,9 @@ void moveCurrentToPrevious() {
                           TolvaranPaths::logsPath(previousName));
 }
 
-void openCurrent() {
+void openCurrent(files::Appender::Existing existing) {
     const std::string path = TolvaranPaths::logsPath(currentName);
-    files::Appender::create(path);
+    files::Appender::create(path, existing);
     writer().file = files::Appender::open(path);
 }
 
@@ -60,7 +60,9 @@ void rotateIfTooLarge() {
     }
     writer().file.reset();
     moveCurrentToPrevious();
-    openCurrent();
+    // Emptied where it could not be moved: a log that grew without bound could fill the disk that
+    // the records need.
+    openCurrent(files::Appender::Existing::emptied);
 }
 
 void appendToFile(const std::string& line) {
@@ -116,7 +118,7 @@ void setUpHelperLog() {
     if (files::size(TolvaranPaths::logsPath(currentName)).value_or(0) >= rotationSize) {
         moveCurrentToPrevious();
     }
-    openCurrent();
+    openCurrent(files::Appender::Existing::kept);
 }
 
 void helperLog(const std::string& level, const std::string& message) {

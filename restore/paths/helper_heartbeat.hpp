@@ -1,6 +1,6 @@
 // The file by which others can tell that the helper is alive: the time of its last sign of life.
 // The helper touches it at start, on every safety tick and on every wake; the main application
-// reads it. Nothing here throws or logs.
+// reads it. Nothing here throws, and nothing logs but a touch() that stops the program.
 #pragma once
 
 #include <optional>
@@ -21,7 +21,8 @@ inline constexpr double defaultStaleThreshold = 300.0;
 Date currentDate();
 
 /// Writes `now` as whole milliseconds, truncated toward zero, after creating the directory. False
-/// when it could not be written; the old file is then left as it was.
+/// when it could not be written; the old file is then left as it was. A date whose milliseconds do
+/// not fit in 64 bits stops the program (checked.hpp).
 bool touch(const std::string& path, Date now);
 
 /// The time of the last touch; none when the file is missing, unreadable or no decimal integer.

@@ -36,7 +36,7 @@ std::string homeDirectory() {
 
 std::string expandingTilde(const std::string& path) {
     const bool isOwnHome = path == "~" || path.starts_with("~/");
-    return isOwnHome ? joined(homeDirectory(), path.size() > 2 ? path.substr(2) : "") : path;
+    return isOwnHome ? homeDirectory() + path.substr(1) : path;
 }
 
 std::optional<std::string> environmentOverride(const std::string& name) {
@@ -74,7 +74,8 @@ std::string temporaryDirectory() {
 std::string newUUID() {
     const auto uuid = CFRef<CFUUIDRef>::assume(CFUUIDCreate(kCFAllocatorDefault));
     const auto string =
-        CFRef<CFStringRef>::assume(CFUUIDCreateString(kCFAllocatorDefault, uuid.get()));
+        uuid ? CFRef<CFStringRef>::assume(CFUUIDCreateString(kCFAllocatorDefault, uuid.get()))
+             : CFRef<CFStringRef>();
     return cf::string(string.get()).value_or("");
 }
 

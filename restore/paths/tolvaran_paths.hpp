@@ -10,7 +10,7 @@
 namespace tolvaran::TolvaranPaths {
 
 // Environment variables that move a root. Unset, empty and blank values count as unset; any other
-// value is used as given, with a leading "~" expanded.
+// value is used as given, with a leading "~" (alone or before a "/") expanded.
 inline const std::string profileDirOverrideEnv = "TOLVARAN_CONFIG_DIR";
 inline const std::string applicationSupportDirOverrideEnv = "TOLVARAN_APPLICATION_SUPPORT_DIR";
 inline const std::string logsDirOverrideEnv = "TOLVARAN_LOGS_DIR";

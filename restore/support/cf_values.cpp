@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <new>
 
 namespace tolvaran::cf {
 namespace {
@@ -27,25 +28,35 @@ std::optional<std::int64_t> truncated(double value) {
     return static_cast<std::int64_t>(value);
 }
 
+/// Takes over what a Create function returned. Going on without the object could remove a
+/// preference that was to be set, so its absence is an exception.
+template <typename T>
+CFRef<T> made(T created) {
+    auto owned = CFRef<T>::assume(created);
+    if (!owned) {
+        throw std::bad_alloc();
+    }
+    return owned;
+}
+
 }  // namespace
 
 CFRef<CFStringRef> makeString(std::string_view text) {
-    return CFRef<CFStringRef>::assume(
+    return made(
         CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                                 static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
 }
 
 CFRef<CFNumberRef> makeNumber(std::int64_t value) {
-    return CFRef<CFNumberRef>::assume(
-        CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value));
+    return made(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value));
 }
 
 CFRef<CFDictionaryRef> makeDictionary(CFStringRef key, CFTypeRef value) {
     const void* keys[] = {key};
     const void* values[] = {value};
-    return CFRef<CFDictionaryRef>::assume(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
-                                                             &kCFTypeDictionaryKeyCallBacks,
-                                                             &kCFTypeDictionaryValueCallBacks));
+    return made(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
+                                   &kCFTypeDictionaryKeyCallBacks,
+                                   &kCFTypeDictionaryValueCallBacks));
 }
 
 std::optional<std::string> string(CFTypeRef object) {

@@ -14,7 +14,9 @@
 
 namespace tolvaran::cf {
 
-/// A new string with this UTF-8 text; null when `text` is not valid UTF-8.
+// Each of the makers throws std::bad_alloc when Core Foundation cannot make the object.
+
+/// A new string with this text, which must be valid UTF-8.
 CFRef<CFStringRef> makeString(std::string_view text);
 
 /// A new integer number.

@@ -20,6 +20,10 @@ namespace {
 // must not hang the helper.
 constexpr int maximumAttempts = 100;
 
+// No record comes near this size. Of a file beyond it only the beginning is read, which then does
+// not decode; reading all of it could use up the memory that the other records need.
+constexpr std::size_t maximumContent = 64 * 1024 * 1024;
+
 /// Makes a call that returns a negative number on failure until it is no longer interrupted.
 template <typename Call>
 auto uninterrupted(Call call) {
@@ -53,9 +57,10 @@ int openFile(const std::string& path, int flags) {
 }
 
 /// Makes sure that what was written cannot be overtaken by what is written later. F_BARRIERFSYNC is
-/// the cheapest call that keeps a rename from reaching the disk before the data that it names;
-/// waiting for the disk's own cache (F_FULLFSYNC) would cost tens of milliseconds on every
-/// heartbeat and protect nothing more. Volumes that know no barriers get the ordinary flush.
+/// the cheapest call that keeps a rename from reaching the disk before the data that it names.
+/// Waiting for the disk's own cache (F_FULLFSYNC) would save the very last write from a power cut,
+/// too, but cost tens of milliseconds on every heartbeat; an older record that is whole is good
+/// enough. Volumes that know no barriers get the ordinary flush.
 int flush(int descriptor) {
     const int barrier = uninterrupted([&] { return ::fcntl(descriptor, F_BARRIERFSYNC); });
     return barrier == 0 ? 0 : uninterrupted([&] { return ::fsync(descriptor); });
@@ -105,7 +110,7 @@ std::optional<pid_t> writerOf(const std::string& name) {
     char* end = nullptr;
     errno = 0;
     const long pid = std::strtol(digits, &end, 10);
-    if (end == digits || *end != '-' || errno != 0 || pid <= 0) {
+    if (end == digits || *end != '-' || errno != 0 || pid <= 0 || !std::in_range<pid_t>(pid)) {
         return std::nullopt;
     }
     return static_cast<pid_t>(pid);
@@ -115,14 +120,12 @@ bool isRunning(pid_t pid) {
     return ::kill(pid, 0) == 0 || errno != ESRCH;
 }
 
+/// Lets the new name reach the disk, where the volume can do that for a directory. Many network
+/// volumes cannot; the file is in place all the same, so this is no failure of the write.
 void flushDirectory(const std::string& path) {
-    const std::string directory = path.empty() ? "." : path;
-    const Descriptor opened(openFile(directory, O_RDONLY | O_DIRECTORY));
-    if (!opened.isOpen()) {
-        throw Error("open", directory, errno);
-    }
-    if (flush(opened.number()) != 0) {
-        throw Error("flush", directory, errno);
+    const Descriptor opened(openFile(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
+    if (opened.isOpen()) {
+        flush(opened.number());
     }
 }
 
@@ -166,7 +169,7 @@ std::optional<std::string> read(const std::string& path) {
         if (count < 0) {
             return std::nullopt;
         }
-        if (count == 0) {
+        if (count == 0 || content.size() > maximumContent) {
             return content;
         }
         content.append(buffer.data(), static_cast<std::size_t>(count));
@@ -197,13 +200,14 @@ void createDirectories(const std::string& path) {
     if (uninterrupted([&] { return ::mkdir(path.c_str(), 0777); }) == 0) {
         return;
     }
-    const int failure = errno;
+    int failure = errno;
     const std::string parent = parentDirectory(path);
     if (failure == ENOENT && !parent.empty() && parent != path) {
         createDirectories(parent);
         if (uninterrupted([&] { return ::mkdir(path.c_str(), 0777); }) == 0) {
             return;
         }
+        failure = errno;
     }
     const std::optional<struct stat> existing = status(path);
     if (!existing || !S_ISDIR(existing->st_mode)) {
@@ -292,9 +296,10 @@ std::optional<Appender> Appender::open(const std::string& path) {
     return appender;
 }
 
-void Appender::create(const std::string& path) {
-    const Descriptor created(uninterrupted(
-        [&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); }));
+void Appender::create(const std::string& path, Existing existing) {
+    const int flags = O_CREAT | O_WRONLY | O_NONBLOCK | O_CLOEXEC |
+                      (existing == Existing::kept ? O_EXCL : O_TRUNC);
+    const Descriptor created(uninterrupted([&] { return ::open(path.c_str(), flags, 0666); }));
 }
 
 Appender::Appender(Appender&& other) noexcept

@@ -26,11 +26,13 @@ class Error : public std::runtime_error {
     int code_;
 };
 
-/// The whole content of a regular file; none when there is none or it cannot be read.
+/// The content of a regular file, of one larger than 64 MiB only the beginning; none when there is
+/// no file or it cannot be read.
 std::optional<std::string> read(const std::string& path);
 
-/// Replaces the file by one with this content, or leaves it as it was. When this returns, the
-/// content is on disk under its name; a symbolic link at `path` is replaced, not followed.
+/// Replaces the file by one with this content, or leaves it as it was. Whatever is written after
+/// this returns reaches the disk after it; a power cut may still undo the newest writes, each as a
+/// whole. A symbolic link at `path` is replaced, not followed.
 /// @throws Error, after removing whatever it had begun
 void writeAtomically(const std::string& path, std::string_view content);
 
@@ -76,8 +78,10 @@ class Appender {
   public:
     /// Opens the file, which must exist; none when it cannot be opened for writing.
     static std::optional<Appender> open(const std::string& path);
-    /// Creates the file empty, if it does not exist; failures are ignored.
-    static void create(const std::string& path);
+    /// What becomes of a file that is there already.
+    enum class Existing { kept, emptied };
+    /// Creates the file empty; failures are ignored.
+    static void create(const std::string& path, Existing existing);
 
     Appender(Appender&& other) noexcept;
     Appender& operator=(Appender&& other) noexcept;

@@ -64,7 +64,8 @@ class EncodingError : public std::runtime_error {
 ///         of nesting
 Value parse(std::string_view text);
 
-/// `value` without white space, keys sorted. A double without a fraction is written as an integer.
+/// `value` without white space, keys sorted. A double without a fraction, up to 2^53, is written
+/// as an integer.
 /// @throws EncodingError
 std::string serialize(const Value& value);
 

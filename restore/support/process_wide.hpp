@@ -1,7 +1,8 @@
 // State that lives as long as the process. Almost everything here is computed afresh on every call;
 // the few exceptions (caches of what cannot change, the leases, the one Helper) are declared as
 // ProcessWide values, so that they can all be found and, where one program plays the lives of
-// several processes, all be ended together.
+// several processes, all be ended together. The log sinks (paths/restore_log.hpp) are the one
+// exception: they belong to the host.
 #pragma once
 
 #include <functional>

@@ -14,4 +14,9 @@ namespace tolvaran::tests {
 /// @throws std::out_of_range for a function that is not in the table
 const std::vector<nlohmann::json>& failureForms(const std::string& function);
 
+/// Whether the function can fail on every call from some moment on. Listed displays that all have
+/// no bounds are a state that no Mac is in: every layout would look like a zigzag, and each attempt
+/// to mend it would bring on the next reconfiguration.
+bool canFailForGood(const std::string& function);
+
 }  // namespace tolvaran::tests

@@ -167,14 +167,16 @@ TEST_F(HelperLog, TheCountStartsAgainAfterEachCheck) {
     EXPECT_EQ(readFile(current_), "");
 }
 
-TEST_F(HelperLog, WhenRotationIsRefusedTheLogGoesOn) {
+TEST_F(HelperLog, ALogThatCannotBeMovedGoesOnAtStartAndIsEmptiedAtTheNextCheck) {
     writeFile(current_, std::string(rotationSize, 'c'));
     writeFile(previous_ + "/occupied", "");  // a directory: neither removed nor replaced
     standardErrorOf([&] {
         setUpHelperLog();
-        logLines(501);
+        logLines(499);
+        EXPECT_GT(readFile(current_)->size(), rotationSize);
+        logLines(1);
+        EXPECT_EQ(readFile(current_), "");
     });
-    EXPECT_GT(readFile(current_)->size(), rotationSize);
     EXPECT_TRUE(readFile(previous_ + "/occupied").has_value());
 }
 

@@ -129,6 +129,7 @@ TEST_F(Paths, ALeadingTildeIsTheHomeDirectory) {
     EXPECT_EQ(stateDir(), "/home/ada/AS/State");
     EXPECT_EQ(profileDir(), "/home/ada/AS/Settings");
     set(profileDirOverrideEnv, "~");
+    EXPECT_EQ(profileDir(), "/home/ada");
     EXPECT_EQ(profilePath("n"), "/home/ada/n");
     set(profileDirOverrideEnv, "/x/~");
     EXPECT_EQ(profileDir(), "/x/~");

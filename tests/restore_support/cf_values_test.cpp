@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <new>
 
 #include "simulator/simulator.hpp"
 
@@ -30,9 +31,19 @@ TEST_F(CFValues, StringsKeepTheirText) {
     for (const std::string& text : {std::string(), std::string("é€𝄞"), std::string("a\0b", 3)}) {
         EXPECT_EQ(string(makeString(text).get()), text);
     }
-    EXPECT_FALSE(makeString("\xff"));
+    EXPECT_THROW(makeString("\xff"), std::bad_alloc);
     EXPECT_EQ(string(nullptr), std::nullopt);
     EXPECT_EQ(string(makeNumber(1).get()), std::nullopt);
+}
+
+TEST_F(CFValues, NothingIsMadeWithoutMemory) {
+    for (const std::string function :
+         {"CFStringCreateWithBytes", "CFNumberCreate", "CFDictionaryCreate"}) {
+        simulator::addFault({{"call", function}, {"result", nullptr}});
+    }
+    EXPECT_THROW(makeString("text"), std::bad_alloc);
+    EXPECT_THROW(makeNumber(1), std::bad_alloc);
+    EXPECT_THROW(makeDictionary(CFSTR("key"), kCFBooleanTrue), std::bad_alloc);
 }
 
 TEST_F(CFValues, IntegersComeFromNumbersAndBooleans) {

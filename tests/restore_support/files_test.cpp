@@ -193,7 +193,7 @@ TEST(Files, AppendsWhereverTheEndIs) {
     const std::string path = directory / "log";
     EXPECT_FALSE(Appender::open(path).has_value());
     writeFile(path, "12345");
-    Appender::create(path);  // keeps what is there
+    Appender::create(path, Appender::Existing::kept);
     auto appender = Appender::open(path);
     ASSERT_TRUE(appender.has_value());
     EXPECT_EQ(appender->offset(), 5);
@@ -203,6 +203,26 @@ TEST(Files, AppendsWhereverTheEndIs) {
     EXPECT_TRUE(appender->append("x"));
     EXPECT_EQ(appender->offset(), 2);
     EXPECT_EQ(readFile(path), "1x");
+}
+
+TEST(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
+    const TemporaryDirectory directory;
+    Appender::create(directory / "log", Appender::Existing::kept);
+    EXPECT_EQ(readFile(directory / "log"), "");
+    writeFile(directory / "log", "12345");
+    Appender::create(directory / "log", Appender::Existing::emptied);
+    EXPECT_EQ(readFile(directory / "log"), "");
+    Appender::create(directory / "missing/log", Appender::Existing::emptied);
+    EXPECT_EQ(directory.list(), std::vector<std::string>{"log"});
+}
+
+TEST(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "huge", "");
+    ASSERT_EQ(::truncate((directory / "huge").c_str(), 1'000'000'000'000), 0);
+    const std::size_t size = read(directory / "huge")->size();
+    EXPECT_GE(size, 64U * 1024 * 1024);
+    EXPECT_LT(size, 65U * 1024 * 1024);
 }
 
 TEST(Files, AppendsToNothingButFiles) {
