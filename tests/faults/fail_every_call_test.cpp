@@ -88,7 +88,7 @@ TEST_P(FailEveryCall, HealsWithTheNextRun) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, FailEveryCall, testing::ValuesIn(virtualScenarios()),
+INSTANTIATE_TEST_SUITE_P(Scenarios, FailEveryCall, testing::ValuesIn(faultlessScenarios()),
                          [](const auto& scenario) {
                              std::string name =
                                  std::filesystem::path(scenario.param).stem().string();

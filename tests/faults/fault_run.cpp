@@ -89,12 +89,14 @@ FaultRun runWithFaults(const simulator::Scenario& scenario, const Decide& decide
     return run;
 }
 
-std::vector<std::string> virtualScenarios() {
+std::vector<std::string> faultlessScenarios() {
     std::vector<std::string> paths;
     for (const auto& entry : fs::directory_iterator(TOLVARAN_SCENARIOS)) {
-        if (entry.path().extension() == ".json" &&
-            simulator::loadScenario(entry.path().string()).clock ==
-                simulator::clock::Kind::virtualTime) {
+        if (entry.path().extension() != ".json") {
+            continue;
+        }
+        const simulator::Scenario scenario = simulator::loadScenario(entry.path().string());
+        if (scenario.clock == simulator::clock::Kind::virtualTime && scenario.faults.empty()) {
             paths.push_back(entry.path().string());
         }
     }
