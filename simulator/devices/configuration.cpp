@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <deque>
 #include <map>
 
 #include "simulator/devices/call.hpp"
@@ -17,9 +18,10 @@ struct StagedChanges {
 };
 
 struct Configurations {
-    std::map<std::uintptr_t, StagedChanges> open;
-    // Handles are numbers that never come again, so that one used after its end is always noticed.
-    std::uintptr_t lastHandle = 0;
+    std::map<CGDisplayConfigRef, StagedChanges> open;
+    // A handle is the address of one of these. They are kept for good, so that no address comes
+    // again and a handle used after its end is always noticed.
+    std::deque<char> handles;
 };
 
 Configurations& configurations() {
@@ -27,14 +29,10 @@ Configurations& configurations() {
     return all;
 }
 
-std::uintptr_t keyOf(CGDisplayConfigRef config) {
-    return reinterpret_cast<std::uintptr_t>(config);
-}
-
 /// Where changes of this display are collected; null when the configuration is not open or the
 /// display not active.
 StagedChanges* stagedFor(CGDisplayConfigRef config, CGDirectDisplayID display) {
-    const auto found = configurations().open.find(keyOf(config));
+    const auto found = configurations().open.find(config);
     return found == configurations().open.end() || findDisplay(display) == nullptr ? nullptr
                                                                                    : &found->second;
 }
@@ -108,9 +106,9 @@ CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
         if (config == nullptr) {
             return kCGErrorIllegalArgument;
         }
-        const std::uintptr_t handle = ++configurations().lastHandle;
-        configurations().open[handle] = {};
-        *config = reinterpret_cast<CGDisplayConfigRef>(handle);
+        char& handle = configurations().handles.emplace_back();
+        *config = reinterpret_cast<CGDisplayConfigRef>(&handle);
+        configurations().open[*config] = {};
         return kCGErrorSuccess;
     });
 }
@@ -130,14 +128,14 @@ CGError CGConfigureDisplayOrigin(CGDisplayConfigRef config, CGDirectDisplayID di
 
 CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config) {
     return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::Verdict&) {
-        const auto closed = configurations().open.erase(keyOf(config));
+        const auto closed = configurations().open.erase(config);
         return closed == 0 ? kCGErrorIllegalArgument : kCGErrorSuccess;
     });
 }
 
 CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOption option) {
     // Taken out first: completion ends the configuration even when it fails, be it by a fault.
-    const auto closed = configurations().open.extract(keyOf(config));
+    const auto closed = configurations().open.extract(config);
     return recordedCall(__func__, nlohmann::json::array({option}), [&](const simulator::Verdict&) {
         if (closed.empty() || option > kCGConfigurePermanently) {
             return kCGErrorIllegalArgument;

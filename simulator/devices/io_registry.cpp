@@ -93,7 +93,7 @@ kern_return_t IOObjectRelease(io_object_t object) {
 
 io_object_t IOIteratorNext(io_iterator_t iterator) {
     return performCall(__func__, [&] {
-        Iterator* const found = find<Iterator>(iterator);
+        auto* const found = find<Iterator>(iterator);
         return found == nullptr || found->next == found->services.size()
                    ? IO_OBJECT_NULL
                    : newHandle(found->services[found->next++]);
@@ -122,7 +122,7 @@ kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry,
                                                 CFAllocatorRef /*allocator*/,
                                                 IOOptionBits /*options*/) {
     return performCall(__func__, [&] {
-        const Service* const found = find<Service>(entry);
+        const auto* const found = find<Service>(entry);
         if (found == nullptr || properties == nullptr) {
             return KERN_INVALID_ARGUMENT;
         }

@@ -127,6 +127,7 @@ void queueCallbacksSince(const Arrangement& before) {
         }
     }
     std::vector<std::pair<CGDirectDisplayID, CGDisplayChangeSummaryFlags>> ends;
+    ends.reserve(ids.size());
     for (const CGDirectDisplayID id : ids) {
         ends.emplace_back(id, changesOf(id, before, now) | shape);
     }
