@@ -74,6 +74,8 @@ std::vector<DisplayFrame> currentFrames(const std::vector<CGDirectDisplayID>& di
     return frames;
 }
 
+/// Displays that cannot be listed show no zigzag: without knowing the layout, leaving it alone is
+/// the one thing that cannot make it worse.
 bool isZigzagNow() {
     return Zigzag::isZigzag(currentFrames(activeDisplays(displayLimit)));
 }

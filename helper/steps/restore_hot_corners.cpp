@@ -23,6 +23,10 @@ void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
     step.log("info", "applying snapshot");
     if (DockHotCornerOverride::restoreIfPending(snapshot, DockHotCornerOverride::dockAppID)) {
         step.log("info", "snapshot applied + deleted");
+    } else {
+        // The next run must start from the file: Tolvaran may have come and gone by then, and left
+        // a newer snapshot there.
+        DockHotCornerOverride::forgetSnapshotOnDisk(snapshot);
     }
 }
 

@@ -1,5 +1,6 @@
-// The active displays and the names under which records know them: how every reader of the
-// hardware begins. Used by the arrangement invariant and by the resolution restore.
+// The active displays and the names under which records know them: how the
+// readers of saved arrangements and modes begin. Used by the arrangement invariant and by the
+// resolution restore.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

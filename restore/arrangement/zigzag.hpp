@@ -6,8 +6,9 @@
 // when an edge of one lies on an edge of the other along more than the tolerance; they touch at a
 // corner when they touch in both directions without sharing more than the tolerance in either.
 //
-// Both tests take displays in any order, which never changes the answer; a frame with a coordinate
-// that is not a number touches nothing in that direction.
+// Both tests take displays in any order, which never changes the answer; an edge whose coordinate
+// is not a number touches nothing, and an overlap with it is neither within the tolerance nor
+// above.
 #pragma once
 
 #include <vector>

@@ -179,6 +179,13 @@ std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path
     return inMemory ? inMemory : loadSnapshot(path);
 }
 
+void forgetSnapshotOnDisk(const std::string& path) {
+    std::optional<DockHotCornerSnapshot>& inMemory = leaseState().recoverySnapshot;
+    if (!isActive() && inMemory && loadSnapshot(path) == inMemory) {
+        inMemory.reset();
+    }
+}
+
 bool hasRecoveryState(const std::string& path) {
     return isPending(path) || leaseState().recoverySnapshot.has_value();
 }

@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::uint32_t maximumDisplays = 16;
 
-/// Compares the rate literally: a record with rate 0 stands for an unknown rate, which no current
-/// mode is known to be.
+/// Compares the rate literally: a rate of 0 is no wildcard here.
 bool shows(CGDirectDisplayID displayID, const DisplayModeSpec& spec) {
     const std::optional<DisplayModeDescriptor> current = DisplayModeControl::currentMode(displayID);
     return current && current->spec() == spec;

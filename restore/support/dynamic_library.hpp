@@ -1,6 +1,6 @@
 // Functions that some macOS versions have and others lack: looked up by name at run time, so that
 // the program starts on a Mac without them as well. Used by the hot corners
-// (dock/native_hot_corners).
+// (dock/native_hot_corners) and the menu bar (menubar/per_display_menu_bar_api).
 #pragma once
 
 #include <memory>

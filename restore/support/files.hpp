@@ -17,7 +17,7 @@ class Error : public std::runtime_error {
   public:
     Error(const std::string& operation, const std::string& path, int code);
 
-    /// Whether the file, or a directory on the way to it, does not exist.
+    /// Whether the file, or a directory on the way to it, is missing.
     bool isNoSuchFile() const;
     /// The system's error number.
     int code() const { return code_; }
@@ -32,7 +32,8 @@ std::optional<std::string> read(const std::string& path);
 
 /// Replaces the file by one with this content, or leaves it as it was. Whatever is written after
 /// this returns reaches the disk after it; a power cut may still undo the newest writes, each as a
-/// whole. A symbolic link at `path` is replaced, not followed.
+/// whole. A symbolic link at `path` is replaced, not followed. The file is the user's alone to
+/// read.
 /// @throws Error, after removing whatever it had begun
 void writeAtomically(const std::string& path, std::string_view content);
 

@@ -160,5 +160,20 @@ TEST(RestoreHotCorners, LeavesBothToARunningTolvaran) {
     expectRestoredCorners();
 }
 
+TEST(RestoreHotCorners, TriesAgainFromTheFileThatMayBeNewerByThen) {
+    HelperProcess process(suppressedMac());
+    writeFile(process.state(snapshotFile), snapshotText);
+    simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}, {"times", 1}});
+    restoreHotCorners("cold-start", std::nullopt);
+    EXPECT_TRUE(readFile(process.state(snapshotFile)).has_value());
+
+    // Tolvaran ran and crashed meanwhile; the user's corners are others now.
+    writeFile(process.state(snapshotFile),
+              R"({"liveActions":[1,4,1,1],"liveModifiers":[0,0,0,0],"trCorner":4})");
+    restoreHotCorners("safety-tick", std::nullopt);
+    EXPECT_EQ(simulator::machine()["dock"]["cornerActions"], (json{1, 4, 1, 1}));
+    EXPECT_FALSE(readFile(process.state(snapshotFile)).has_value());
+}
+
 }  // namespace
 }  // namespace tolvaran

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "simulator/file_calls.hpp"
+#include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::files {
@@ -77,6 +79,34 @@ TEST(Files, AFailedWriteLeavesTheOldFileAndNothingElse) {
     EXPECT_EQ(errorOf([&] { writeAtomically(directory / "target", "new"); }),
               "rename " + directory / "target: Is a directory");
     EXPECT_EQ(directory.list(), (std::vector<std::string>{"target/", "target/inside"}));
+}
+
+TEST(Files, ADirectoryThatCannotBeFlushedIsNoFailureOfTheWrite) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    // The file itself is flushed with the first call; the directory with neither of the next two.
+    simulator::addFault({{"call", "fcntl"}, {"result", "EINVAL"}, {"skip", 1}});
+    simulator::addFault({{"call", "fsync"}, {"result", "EINVAL"}});
+    writeAtomically(directory / "record", "content");
+    EXPECT_EQ(simulator::faultsMet(), 2U);
+    simulator::reset();
+    EXPECT_EQ(readFile(directory / "record"), "content");
+}
+
+TEST(Files, AFileThatCannotBeFlushedIsNotPutInPlace) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    writeFile(directory / "record", "old");
+    for (const std::string call : {"fcntl", "fsync"}) {
+        simulator::addFault({{"call", call}, {"result", "EIO"}});
+    }
+    EXPECT_EQ(errorOf([&] { writeAtomically(directory / "record", "new"); }),
+              "flush " + directory / "record: Input/output error");
+    simulator::reset();
+    EXPECT_EQ(readFile(directory / "record"), "old");
+    EXPECT_EQ(directory.list(), std::vector<std::string>{"record"});
 }
 
 TEST(Files, AWriteIntoAMissingDirectoryFails) {
