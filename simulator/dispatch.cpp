@@ -107,14 +107,11 @@ Time fromDispatchTime(dispatch_time_t when) {
     return std::max<Time>(static_cast<Time>(when) - uptimeAtStart, 0);
 }
 
-void callHandler(Source& source) {
-    if (source.handler == nullptr) {
-        return;
+/// The last thing done with a source on an event: its handler may give it up.
+void callHandler(const Source& source) {
+    if (source.handler != nullptr) {
+        source.handler(source.context);
     }
-    // The handler may give up the last reference; the source must outlast the call.
-    ++source.references;
-    source.handler(source.context);
-    dispatch_release(reinterpret_cast<dispatch_source_t>(&source));
 }
 
 void schedule(Source& source);

@@ -298,6 +298,17 @@ TEST_F(DispatchDeathTest, MisuseAbortsWithAMessage) {
         {"dispatch_retain: the object is null", [] { dispatch_retain(nullptr); }},
         {"dispatch_source_set_timer: the source is no timer",
          [] { dispatch_source_set_timer(makeExitWatch("", 1), DISPATCH_TIME_NOW, 1, 0); }},
+        {"dispatch_source_cancel: the source is gone",
+         [] {
+             dispatch_source_t timer = makeTimer("", 1, 1);
+             dispatch_set_context(timer, timer);
+             dispatch_source_set_event_handler_f(timer, [](void* source) {
+                 dispatch_release(static_cast<dispatch_source_t>(source));
+                 dispatch_source_cancel(static_cast<dispatch_source_t>(source));
+             });
+             dispatch_resume(timer);
+             advance(1);
+         }},
         {"event loop: it must not be run from within",
          [] {
              dispatch_async_f(dispatch_get_main_queue(), nullptr, [](void*) { advance(1); });

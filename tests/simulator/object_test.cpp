@@ -43,9 +43,12 @@ TEST_F(Object, ConstantsAreNotCounted) {
     const std::vector<CFTypeRef> constants{CFSTR("constant"), kCFBooleanTrue,
                                            kCFPreferencesAnyHost};
     for (const CFTypeRef constant : constants) {
-        CFRelease(constant);
-        CFRelease(constant);
+        const CFIndex count = CFGetRetainCount(constant);
         EXPECT_EQ(CFRetain(constant), constant);
+        EXPECT_EQ(CFGetRetainCount(constant), count);
+        CFRelease(constant);
+        CFRelease(constant);
+        EXPECT_EQ(CFGetRetainCount(constant), count);
     }
     EXPECT_EQ(simulator::liveObjects(), before);
     EXPECT_EQ(CFSTR("constant"), constants[0]) << "one literal is one object";
