@@ -190,6 +190,20 @@ TEST_F(Dispatch, AnEventOnItsWayIsNotDeliveredAfterCancelling) {
     dispatch_release(watch);
 }
 
+TEST_F(Dispatch, AProcessSourceThatWasCancelledOrReleasedTellsOfNoExit) {
+    reset({{"applications", {{{"bundle", "a"}, {"pid", 7}}}}});
+    dispatch_source_t cancelled = makeExitWatch("cancelled", 7);
+    dispatch_resume(cancelled);
+    dispatch_source_cancel(cancelled);
+    dispatch_source_t released = makeExitWatch("released", 7);
+    dispatch_resume(released);
+    dispatch_release(released);
+    perform({{"exit", 7}});
+    advance(1);
+    EXPECT_TRUE(events().empty());
+    dispatch_release(cancelled);
+}
+
 TEST_F(Dispatch, AProcessSourceTellsOfTheExitOnce) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 7}}, {{"bundle", "b"}, {"pid", 8}}}}});
     dispatch_source_t watch = makeExitWatch("exit", 7);
