@@ -1,0 +1,132 @@
+// The private functions of the window server and the Dock. None of them is documented: each test
+// says what the product takes for granted. Functions that a Mac may lack are tested where they are.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "restore/dock/native_hot_corners.hpp"
+#include "restore/menubar/per_display_menu_bar_api.hpp"
+#include "restore/modes/display_mode_descriptor.hpp"
+#include "restore/support/cf_ref.hpp"
+#include "restore/support/cf_values.hpp"
+#include "restore/support/dynamic_library.hpp"
+#include "restore/support/private_interfaces.hpp"
+#include "tests/contract/the_mac.hpp"
+
+namespace {
+
+using namespace tolvaran;
+
+class PrivateInterfaces : public Contract {};
+
+TEST_F(PrivateInterfaces, TheConnectionToTheWindowServerStaysTheSame) {
+    EXPECT_NE(CGSMainConnectionID(), 0);
+    EXPECT_EQ(CGSMainConnectionID(), CGSMainConnectionID());
+}
+
+TEST_F(PrivateInterfaces, EveryModeCanBeReadAndTheCurrentOneIsAmongThem) {
+    const CGDirectDisplayID display = CGMainDisplayID();
+    std::int32_t count = 0;
+    ASSERT_EQ(CGSGetNumberOfDisplayModes(display, &count), kCGErrorSuccess);
+    ASSERT_GT(count, 0);
+    std::vector<std::int32_t> numbers;
+    for (std::int32_t index = 0; index < count; ++index) {
+        std::array<std::byte, displayModeRecordLength> record{};
+        ASSERT_EQ(CGSGetDisplayModeDescriptionOfLength(display, index, record.data(),
+                                                       static_cast<std::int32_t>(record.size())),
+                  kCGErrorSuccess);
+        const auto mode = DisplayModeDescriptor::fromRecord(record);
+        EXPECT_GT(mode.width, 0);
+        EXPECT_GT(mode.height, 0);
+        EXPECT_GT(mode.density, 0);
+        EXPECT_EQ(std::ranges::count(numbers, mode.modeNum), 0);
+        numbers.push_back(mode.modeNum);
+    }
+    std::int32_t current = -1;
+    ASSERT_EQ(CGSGetCurrentDisplayMode(display, &current), kCGErrorSuccess);
+    EXPECT_EQ(std::ranges::count(numbers, current), 1);
+}
+
+TEST_F(PrivateInterfaces, AModeCanBeRecordedInAConfigurationThatIsThenCancelled) {
+    const CGDirectDisplayID display = CGMainDisplayID();
+    std::int32_t before = -1;
+    ASSERT_EQ(CGSGetCurrentDisplayMode(display, &before), kCGErrorSuccess);
+    CGDisplayConfigRef configuration = nullptr;
+    ASSERT_EQ(CGBeginDisplayConfiguration(&configuration), kCGErrorSuccess);
+    EXPECT_EQ(CGSConfigureDisplayMode(configuration, display, before), kCGErrorSuccess);
+    EXPECT_EQ(CGCancelDisplayConfiguration(configuration), kCGErrorSuccess);
+    std::int32_t after = -1;
+    ASSERT_EQ(CGSGetCurrentDisplayMode(display, &after), kCGErrorSuccess);
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(PrivateInterfaces, TheMenuBarOfEachDisplayCanBeRead) {
+    const PerDisplayMenuBarAPI api;
+    if (!api.isComplete()) {
+        GTEST_SKIP() << "this Mac lacks the functions for single displays";
+    }
+    const CGSConnectionID connection = api.mainConnection();
+    EXPECT_EQ(connection, CGSMainConnectionID());
+    Boolean hides = 17;
+    EXPECT_EQ(api.getAutohide(connection, &hides), 0);
+    EXPECT_LE(hides, 1);
+    const Boolean shown = api.getOverride(connection, CGMainDisplayID());
+    EXPECT_LE(shown, 1);
+    const auto spaces = CFRef<CFArrayRef>::assume(api.copyManagedDisplaySpaces(connection));
+    ASSERT_NE(cf::array(spaces.get()), nullptr);
+    ASSERT_GT(CFArrayGetCount(spaces.get()), 0);
+    EXPECT_NE(cf::dictionary(CFArrayGetValueAtIndex(spaces.get(), 0)), nullptr);
+}
+
+TEST_F(PrivateInterfaces, AMenuBarCanBeTakenForADisplayAndGivenBack) {
+    const PerDisplayMenuBarAPI api;
+    if (!api.isComplete() || !the_mac::mayBeDisturbed()) {
+        GTEST_SKIP() << "hides and shows a menu bar: needs the functions, and leave to disturb";
+    }
+    const CGSConnectionID connection = api.mainConnection();
+    const CGDirectDisplayID display = CGMainDisplayID();
+    const Boolean before = api.getOverride(connection, display);
+    const Boolean changed = before == 0 ? 1 : 0;
+    for (const Boolean value : {changed, before}) {
+        EXPECT_EQ(api.setOverride(connection, display, value), 0);
+        EXPECT_TRUE(
+            the_mac::waitUntil([&] { return api.getOverride(connection, display) == value; }));
+    }
+}
+
+// Setting what is set already must leave everything as it is.
+TEST_F(PrivateInterfaces, TheDocksAutoHideIsReadAsItWasSet) {
+    const Boolean before = CoreDockGetAutoHideEnabled();
+    EXPECT_LE(before, 1);
+    CoreDockSetAutoHideEnabled(before);
+    the_mac::letPass(0.2);
+    EXPECT_EQ(CoreDockGetAutoHideEnabled(), before);
+}
+
+TEST_F(PrivateInterfaces, TheDocksHotCornersAreReadAsTheyWereSet) {
+    if (!NativeHotCorners::areAvailable()) {
+        GTEST_SKIP() << "this Mac lacks the functions for the Dock's hot corners";
+    }
+    const auto before = NativeHotCorners::read();
+    ASSERT_TRUE(before);
+    ASSERT_EQ(before->actions.size(), 4U);
+    NativeHotCorners::set(static_cast<std::int32_t>(before->actions[0]), 0,
+                          static_cast<std::int32_t>(before->modifiers[0]));
+    EXPECT_TRUE(the_mac::waitUntil([&] { return NativeHotCorners::read() == before; }));
+}
+
+// Documented: null for what cannot be opened, and for a name that is not there.
+TEST_F(PrivateInterfaces, WhatIsNotThereIsNotFound) {
+    const DynamicLibrary missing("/System/Library/PrivateFrameworks/TolvaranHasNoSuch.framework");
+    EXPECT_FALSE(missing.isOpen());
+    EXPECT_EQ(missing.function<void()>("CGSMainConnectionID"), nullptr);
+    const DynamicLibrary skyLight(
+        "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight");
+    if (skyLight.isOpen()) {
+        EXPECT_EQ(skyLight.function<void()>("TolvaranHasNoSuchFunction"), nullptr);
+    }
+    EXPECT_EQ(DynamicLibrary::functionOfProcess<void()>("TolvaranHasNoSuchFunction"), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,217 @@
+// Core Foundation's values: who owns what, and what a conversion may do.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "restore/support/cf_ref.hpp"
+#include "tests/contract/the_mac.hpp"
+
+namespace {
+
+using tolvaran::CFRef;
+
+class Values : public Contract {};
+
+CFRef<CFStringRef> stringOf(std::string_view bytes) {
+    return CFRef<CFStringRef>::assume(
+        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes.data()),
+                                static_cast<CFIndex>(bytes.size()), kCFStringEncodingUTF8, false));
+}
+
+template <typename T>
+CFRef<CFNumberRef> numberOf(CFNumberType type, T value) {
+    return CFRef<CFNumberRef>::assume(CFNumberCreate(kCFAllocatorDefault, type, &value));
+}
+
+std::string bytesOf(CFStringRef string) {
+    char buffer[64] = {};
+    CFIndex used = 0;
+    CFStringGetBytes(string, CFRangeMake(0, CFStringGetLength(string)), kCFStringEncodingUTF8, 0,
+                     false, reinterpret_cast<UInt8*>(buffer), sizeof buffer, &used);
+    return {buffer, static_cast<std::size_t>(used)};
+}
+
+// Documented: a Create function's result is the caller's to release; a container retains its
+// elements; a Get function's result belongs to the container. Left open: retain counts, so none is
+// compared.
+TEST_F(Values, AContainerKeepsItsElementsAliveAndAGetReturnsThemUnretained) {
+    CFRef<CFDictionaryRef> dictionary;
+    {
+        const auto key = stringOf("the key");
+        const auto value = stringOf("a value that is too long to be kept in a pointer");
+        const void* keys[] = {key.get()};
+        const void* values[] = {value.get()};
+        dictionary = CFRef<CFDictionaryRef>::assume(
+            CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1, &kCFTypeDictionaryKeyCallBacks,
+                               &kCFTypeDictionaryValueCallBacks));
+    }
+    ASSERT_TRUE(dictionary);
+    EXPECT_EQ(CFDictionaryGetCount(dictionary.get()), 1);
+    // An equal key finds it, not only the same one.
+    const auto key = stringOf("the key");
+    const auto* const value =
+        static_cast<CFStringRef>(CFDictionaryGetValue(dictionary.get(), key.get()));
+    ASSERT_NE(value, nullptr);
+    EXPECT_EQ(bytesOf(value), "a value that is too long to be kept in a pointer");
+    EXPECT_EQ(CFDictionaryGetValue(dictionary.get(), value), nullptr);
+
+    const auto kept = CFRef<CFStringRef>::retain(value);
+    dictionary = {};
+    EXPECT_EQ(bytesOf(kept.get()), "a value that is too long to be kept in a pointer");
+}
+
+TEST_F(Values, ADictionaryGivesItsKeysWithoutItsValues) {
+    const auto key = stringOf("key");
+    const void* keys[] = {key.get()};
+    const void* values[] = {kCFBooleanTrue};
+    const auto dictionary = CFRef<CFDictionaryRef>::assume(
+        CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1, &kCFTypeDictionaryKeyCallBacks,
+                           &kCFTypeDictionaryValueCallBacks));
+    const void* found[] = {nullptr};
+    CFDictionaryGetKeysAndValues(dictionary.get(), found, nullptr);
+    ASSERT_NE(found[0], nullptr);
+    EXPECT_TRUE(CFEqual(found[0], key.get()));
+}
+
+TEST_F(Values, AnArrayKeepsItsElementsInOrder) {
+    const auto first = stringOf("first");
+    const auto second = stringOf("second");
+    const void* elements[] = {first.get(), second.get()};
+    const auto array = CFRef<CFArrayRef>::assume(
+        CFArrayCreate(kCFAllocatorDefault, elements, 2, &kCFTypeArrayCallBacks));
+    EXPECT_EQ(CFGetTypeID(array.get()), CFArrayGetTypeID());
+    ASSERT_EQ(CFArrayGetCount(array.get()), 2);
+    EXPECT_TRUE(CFEqual(CFArrayGetValueAtIndex(array.get(), 0), first.get()));
+    EXPECT_TRUE(CFEqual(CFArrayGetValueAtIndex(array.get(), 1), second.get()));
+}
+
+// Documented: lengths count UTF-16 code units; text that is not in the named encoding gives null.
+TEST_F(Values, StringsConvertFromAndToUTF8AndRefuseWhatIsNone) {
+    for (const std::string text : {"", "plain", "gr\xC3\xBC\xC3\x9F", "\xF0\x9F\x96\xA5", "a\0b"}) {
+        const auto string = stringOf(text);
+        ASSERT_TRUE(string) << text;
+        EXPECT_EQ(bytesOf(string.get()), text);
+    }
+    EXPECT_EQ(CFStringGetLength(stringOf("\xF0\x9F\x96\xA5").get()), 2);
+    EXPECT_EQ(CFStringGetLength(stringOf(std::string_view("a\0b", 3)).get()), 3);
+    for (const char* const bad : {"\xFF", "\xC3", "\xC0\xAF", "\xED\xA0\x80"}) {
+        EXPECT_FALSE(stringOf(bad)) << testing::PrintToString(bad);
+    }
+}
+
+// Documented: without a buffer, the size that is needed is stored; the result counts the characters
+// that were converted, and stops at the first one without a form in the encoding.
+TEST_F(Values, GetBytesTellsTheSizeAndStopsAtALoneSurrogate) {
+    const auto text = stringOf("gr\xC3\xBC\xC3\x9F");
+    CFIndex size = 0;
+    EXPECT_EQ(CFStringGetBytes(text.get(), CFRangeMake(0, 4), kCFStringEncodingUTF8, 0, false,
+                               nullptr, 0, &size),
+              4);
+    EXPECT_EQ(size, 6);
+
+    const UniChar characters[] = {'a', 0xD800, 'b'};
+    const auto broken = CFRef<CFStringRef>::assume(
+        CFStringCreateWithCharacters(kCFAllocatorDefault, characters, 3));
+    EXPECT_EQ(CFStringGetBytes(broken.get(), CFRangeMake(0, 3), kCFStringEncodingUTF8, 0, false,
+                               nullptr, 0, &size),
+              1);
+}
+
+TEST_F(Values, EachKindOfValueHasATypeOfItsOwn) {
+    const auto string = stringOf("1");
+    const auto number = numberOf(kCFNumberSInt64Type, std::int64_t{1});
+    EXPECT_EQ(CFGetTypeID(string.get()), CFStringGetTypeID());
+    EXPECT_EQ(CFGetTypeID(number.get()), CFNumberGetTypeID());
+    EXPECT_EQ(CFGetTypeID(kCFBooleanTrue), CFBooleanGetTypeID());
+    EXPECT_NE(CFNumberGetTypeID(), CFBooleanGetTypeID());
+    EXPECT_NE(CFNumberGetTypeID(), CFStringGetTypeID());
+    EXPECT_TRUE(CFBooleanGetValue(kCFBooleanTrue));
+    EXPECT_FALSE(CFBooleanGetValue(kCFBooleanFalse));
+}
+
+// Documented: a number may be kept as another type than it was made of. That it is still whole or
+// not whole is what is relied on.
+TEST_F(Values, ANumberRemembersWhetherItIsFloatingPoint) {
+    EXPECT_FALSE(CFNumberIsFloatType(numberOf(kCFNumberSInt64Type, std::int64_t{2}).get()));
+    EXPECT_FALSE(CFNumberIsFloatType(numberOf(kCFNumberSInt32Type, std::int32_t{-2}).get()));
+    EXPECT_TRUE(CFNumberIsFloatType(numberOf(kCFNumberDoubleType, 2.5).get()));
+    EXPECT_TRUE(CFNumberIsFloatType(numberOf(kCFNumberFloat32Type, 0.5F).get()));
+}
+
+TEST_F(Values, WholeNumbersSurviveTheWayThereAndBack) {
+    constexpr std::int64_t cases[] = {0,
+                                      1,
+                                      -1,
+                                      1LL << 40,
+                                      std::numeric_limits<std::int64_t>::min(),
+                                      std::numeric_limits<std::int64_t>::max()};
+    for (const std::int64_t value : cases) {
+        std::int64_t read = 17;
+        EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, value).get(),
+                                     kCFNumberSInt64Type, &read));
+        EXPECT_EQ(read, value);
+    }
+    std::int64_t read = 17;
+    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt32Type, std::int32_t{-5}).get(),
+                                 kCFNumberSInt64Type, &read));
+    EXPECT_EQ(read, -5);
+}
+
+// Documented: false when the conversion loses something or is out of range. Left open: what the
+// buffer holds then, so it is not looked at.
+TEST_F(Values, AConversionThatLosesSomethingSaysSo) {
+    std::int32_t narrow = 0;
+    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{1} << 40).get(),
+                                  kCFNumberSInt32Type, &narrow));
+    std::int64_t whole = 0;
+    EXPECT_FALSE(
+        CFNumberGetValue(numberOf(kCFNumberDoubleType, 1.5).get(), kCFNumberSInt64Type, &whole));
+    EXPECT_FALSE(
+        CFNumberGetValue(numberOf(kCFNumberDoubleType, 1e300).get(), kCFNumberSInt64Type, &whole));
+}
+
+TEST_F(Values, ADoubleIsReadAsItWasWritten) {
+    for (const double value : {0.0, 2.0, -1.5, 1e300}) {
+        double read = 17;
+        EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberDoubleType, value).get(),
+                                     kCFNumberDoubleType, &read));
+        EXPECT_EQ(read, value);
+    }
+    double read = 0;
+    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{1} << 40).get(),
+                                 kCFNumberDoubleType, &read));
+    EXPECT_EQ(read, std::ldexp(1.0, 40));
+}
+
+// Documented: the standard form of a UUID has 36 characters. That its letters are capitals is how
+// it has always been, and names of displays on disk depend on it.
+TEST_F(Values, AUUIDIsWrittenInCapitalsAndNoTwoAreAlike) {
+    const auto first = CFRef<CFUUIDRef>::assume(CFUUIDCreate(kCFAllocatorDefault));
+    const auto second = CFRef<CFUUIDRef>::assume(CFUUIDCreate(kCFAllocatorDefault));
+    const auto text =
+        CFRef<CFStringRef>::assume(CFUUIDCreateString(kCFAllocatorDefault, first.get()));
+    const auto other =
+        CFRef<CFStringRef>::assume(CFUUIDCreateString(kCFAllocatorDefault, second.get()));
+    EXPECT_THAT(bytesOf(text.get()),
+                testing::MatchesRegex("[0-9A-F]+-[0-9A-F]+-[0-9A-F]+-[0-9A-F]+-[0-9A-F]+"));
+    EXPECT_EQ(CFStringGetLength(text.get()), 36);
+    EXPECT_NE(bytesOf(text.get()), bytesOf(other.get()));
+
+    const auto again =
+        CFRef<CFUUIDRef>::assume(CFUUIDCreateFromString(kCFAllocatorDefault, text.get()));
+    EXPECT_TRUE(CFEqual(first.get(), again.get()));
+}
+
+TEST_F(Values, AbsoluteTimeCountsFromTheBeginningOf2001AndAdvances) {
+    EXPECT_EQ(kCFAbsoluteTimeIntervalSince1970, 978307200.0);
+    const CFAbsoluteTime before = CFAbsoluteTimeGetCurrent();
+    EXPECT_GT(before, 0);
+    the_mac::letPass(0.05);
+    EXPECT_GE(CFAbsoluteTimeGetCurrent(), before + 0.049);
+}
+
+}  // namespace
