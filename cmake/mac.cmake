@@ -11,13 +11,17 @@ endforeach()
 # The simulator's headers must declare what the SDK declares.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_COMPILER_ARG1} ${CMAKE_CXX_FLAGS}")
+list(APPEND flags -std=c++20 -mmacosx-version-min=${CMAKE_OSX_DEPLOYMENT_TARGET})
+if(CMAKE_OSX_SYSROOT)
+    list(APPEND flags -isysroot ${CMAKE_OSX_SYSROOT})
+endif()
 file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/simulator/include/*.h)
 set(checked ${CMAKE_BINARY_DIR}/declarations/checked)
 add_custom_command(
     OUTPUT ${checked}
     COMMAND ${PROJECT_SOURCE_DIR}/tools/check-declarations
             --headers ${PROJECT_SOURCE_DIR}/simulator/include --work ${CMAKE_BINARY_DIR}/declarations
-            -- ${CMAKE_CXX_COMPILER} ${flags} -std=c++20 -mmacosx-version-min=${CMAKE_OSX_DEPLOYMENT_TARGET}
+            -- ${CMAKE_CXX_COMPILER} ${flags}
     COMMAND ${CMAKE_COMMAND} -E touch ${checked}
     DEPENDS ${PROJECT_SOURCE_DIR}/tools/check-declarations ${headers}
     COMMENT "Comparing the simulator's declarations with the SDK's")
