@@ -39,14 +39,14 @@ endif()
 
 foreach(language CXX OBJCXX)
     set(CMAKE_${language}_COMPILER ${TOLVARAN_ZIG} ${command})
-    set(CMAKE_${language}_FLAGS_INIT ${flags})
+    set(CMAKE_${language}_FLAGS ${flags})
     set(CMAKE_${language}_ARCHIVE_CREATE "<CMAKE_AR> ar qc <TARGET> <OBJECTS>")
     set(CMAKE_${language}_ARCHIVE_APPEND "<CMAKE_AR> ar q <TARGET> <OBJECTS>")
     set(CMAKE_${language}_ARCHIVE_FINISH "<CMAKE_AR> ranlib <TARGET>")
 endforeach()
 set(CMAKE_AR ${TOLVARAN_ZIG} CACHE FILEPATH "")
 set(CMAKE_INSTALL_NAME_TOOL true CACHE FILEPATH "")  # wanted for shared libraries; there are none
-set(CMAKE_EXE_LINKER_FLAGS_INIT
+set(CMAKE_EXE_LINKER_FLAGS
     "-F ${TOLVARAN_MACOS_SDK}/Frameworks -L ${TOLVARAN_MACOS_SDK}/lib")
 
 set(CMAKE_TRY_COMPILE_CONFIGURATION Release)
