@@ -151,7 +151,7 @@ Error::Error(const std::string& operation, const std::string& path, int code)
       code_(code) {}
 
 bool Error::isNoSuchFile() const {
-    return code_ == ENOENT;
+    return code_ == ENOENT || code_ == ENOTDIR;
 }
 
 std::optional<std::string> read(const std::string& path) {
