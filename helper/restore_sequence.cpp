@@ -1,7 +1,7 @@
 #include "helper/restore_sequence.hpp"
 
 #include <array>
-#include <exception>
+#include <new>
 
 #include "helper/helper_log.hpp"
 #include "helper/steps/check_invariant.hpp"
@@ -27,8 +27,8 @@ void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) 
     for (const Step step : steps) {
         try {
             step(tag, exitedPID);
-        } catch (const std::exception& error) {
-            // Only want of memory gets here. What the step did not do stays on disk for the next
+        } catch (const std::bad_alloc& error) {
+            // Want of memory. What the step did not do stays on disk for the next
             // run; the steps after it may still have their chance now.
             helperLog("error", "restore step [" + tag + "] gave up: " + error.what());
         }
