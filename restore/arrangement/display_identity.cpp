@@ -1,70 +1,38 @@
 #include "restore/arrangement/display_identity.hpp"
 
 #include <ColorSync/ColorSync.h>
-#include <IOKit/IOKitLib.h>
 
 #include <algorithm>
 
+#include "restore/arrangement/display_connections.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
-#include "restore/support/io_object.hpp"
 
 namespace tolvaran {
 namespace {
 
-// Out parameters of I/O Kit are taken over before the result is looked at, so that a call that
-// fails halfway leaks nothing either.
-
-/// An iterator over the registry's display connections; none when the registry refuses.
-IOObject displayConnections() {
-    CFMutableDictionaryRef matching = IOServiceMatching("IODisplayConnect");
-    if (matching == nullptr) {
-        return {};
-    }
-    io_iterator_t found = IO_OBJECT_NULL;
-    // This gives up the reference to `matching`, also when it fails.
-    const kern_return_t status = IOServiceGetMatchingServices(kIOMainPortDefault, matching, &found);
-    IOObject iterator = IOObject::assume(found);
-    return status == KERN_SUCCESS ? std::move(iterator) : IOObject();
-}
-
-CFRef<CFMutableDictionaryRef> propertiesOf(const IOObject& service) {
-    CFMutableDictionaryRef created = nullptr;
-    const kern_return_t status =
-        IORegistryEntryCreateCFProperties(service.get(), &created, kCFAllocatorDefault, 0);
-    auto properties = CFRef<CFMutableDictionaryRef>::assume(created);
-    return status == KERN_SUCCESS ? properties : CFRef<CFMutableDictionaryRef>();
-}
-
-/// The service's serial string when the service is of this vendor and model and has one.
-std::optional<std::string> serialString(const IOObject& service, std::uint32_t vendorID,
+/// The serial string in a service's properties when they are of this vendor and model and have one.
+std::optional<std::string> serialString(CFDictionaryRef properties, std::uint32_t vendorID,
                                         std::uint32_t modelID) {
-    const auto owned = propertiesOf(service);
-    CFDictionaryRef properties = cf::dictionary(owned.get());
     if (properties == nullptr ||
-        cf::unsigned32(cf::value(properties, CFSTR("DisplayVendorID"))) != vendorID ||
-        cf::unsigned32(cf::value(properties, CFSTR("DisplayProductID"))) != modelID) {
+        cf::unsigned32(cf::value(properties, vendorProperty())) != vendorID ||
+        cf::unsigned32(cf::value(properties, modelProperty())) != modelID) {
         return std::nullopt;
     }
-    const auto serial = cf::string(cf::value(properties, CFSTR("DisplaySerialString")));
+    const auto serial = cf::string(cf::value(properties, serialProperty()));
     return serial && !serial->empty() ? serial : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<std::string> edidSerialString(std::uint32_t vendorID, std::uint32_t modelID) {
-    const IOObject iterator = displayConnections();
-    while (iterator) {
-        const IOObject service = IOObject::assume(IOIteratorNext(iterator.get()));
-        if (!service) {
-            break;
-        }
-        if (const auto serial = serialString(service, vendorID, modelID)) {
-            return serial;
-        }
-    }
-    return std::nullopt;
+    std::optional<std::string> serial;
+    visitDisplayConnections([&](CFDictionaryRef properties) {
+        serial = serialString(properties, vendorID, modelID);
+        return !serial;
+    });
+    return serial;
 }
 
 std::optional<std::string> displayHardwareFingerprint(CGDirectDisplayID displayID) {

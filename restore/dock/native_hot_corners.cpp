@@ -18,6 +18,9 @@ constexpr const char* libraryPath =
     "/System/Library/Frameworks/ApplicationServices.framework/Frameworks/HIServices.framework/"
     "HIServices";
 
+constexpr const char* getterName = "CoreDockGetExposeCornerActionsWithModifiers";
+constexpr const char* setterName = "CoreDockSetExposeCornerActionWithModifier";
+
 template <typename Function>
 Function* find(const DynamicLibrary& library, const std::string& name) {
     return library.isOpen() ? library.function<Function>(name)
@@ -27,8 +30,8 @@ Function* find(const DynamicLibrary& library, const std::string& name) {
 /// The library and what was found in it; a function that this Mac lacks is null.
 struct Functions {
     DynamicLibrary library{libraryPath};
-    Getter* getter = find<Getter>(library, "CoreDockGetExposeCornerActionsWithModifiers");
-    Setter* setter = find<Setter>(library, "CoreDockSetExposeCornerActionWithModifier");
+    Getter* getter = find<Getter>(library, getterName);
+    Setter* setter = find<Setter>(library, setterName);
 };
 
 const Functions& functions() {
@@ -49,6 +52,21 @@ bool isFilled(const Buffer& values) {
 
 bool areAvailable() {
     return functions().getter != nullptr && functions().setter != nullptr;
+}
+
+std::vector<std::string> missing() {
+    const Functions& found = functions();
+    if (!found.library.isOpen() && found.getter == nullptr && found.setter == nullptr) {
+        return {"HIServices"};
+    }
+    std::vector<std::string> names;
+    if (found.getter == nullptr) {
+        names.emplace_back(getterName);
+    }
+    if (found.setter == nullptr) {
+        names.emplace_back(setterName);
+    }
+    return names;
 }
 
 std::optional<State> read() {

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "restore/dock/dock_hot_corner_snapshot.hpp"
 
@@ -20,6 +22,10 @@ struct State {
 
 /// Whether this Mac has both functions.
 bool areAvailable();
+
+/// What this Mac lacks of them: the names of functions, or just "HIServices" where that library
+/// cannot be opened and neither function is anywhere else.
+std::vector<std::string> missing();
 
 /// The live state; none without the getter, and none when the getter left any of the eight values
 /// unfilled.

@@ -11,9 +11,6 @@
 namespace tolvaran::MenuBarAutohide {
 namespace {
 
-const std::string hideKey = "_HIHideMenuBar";
-const std::string visibleInFullscreenKey = "AppleMenuBarVisibleInFullscreen";
-
 /// The user-info entry by which the main application, which observes the change notifications,
 /// knows those that this system caused itself.
 const std::string markerKey = "TolvaranMenuBarPolicyChange";

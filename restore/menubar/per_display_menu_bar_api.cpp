@@ -9,18 +9,29 @@ namespace {
 constexpr const char* skyLightPath =
     "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight";
 
+/// The function of this name; where there is none, null, and the name joins `missing`.
+template <typename Function>
+Function* find(const DynamicLibrary& library, const std::string& name,
+               std::vector<std::string>& missing) {
+    Function* const function = library.function<Function>(name);
+    if (function == nullptr) {
+        missing.push_back(name);
+    }
+    return function;
+}
+
 }  // namespace
 
 PerDisplayMenuBarAPI::PerDisplayMenuBarAPI()
     : handle(skyLightPath),
-      mainConnection(handle.function<MainConnection>("CGSMainConnectionID")),
-      getAutohide(handle.function<GetAutohide>("SLSGetMenuBarAutohideEnabled")),
-      getOverride(handle.function<GetOverride>("SLSGetMenuBarVisibilityOverrideOnDisplay")),
-      setOverride(handle.function<SetOverride>("SLSSetMenuBarVisibilityOverrideOnDisplay")),
+      mainConnection(find<MainConnection>(handle, "CGSMainConnectionID", missing)),
+      getAutohide(find<GetAutohide>(handle, "SLSGetMenuBarAutohideEnabled", missing)),
+      getOverride(find<GetOverride>(handle, "SLSGetMenuBarVisibilityOverrideOnDisplay", missing)),
+      setOverride(find<SetOverride>(handle, "SLSSetMenuBarVisibilityOverrideOnDisplay", missing)),
       copyActiveDisplay(
-          handle.function<CopyActiveDisplay>("SLSCopyActiveMenuBarDisplayIdentifier")),
+          find<CopyActiveDisplay>(handle, "SLSCopyActiveMenuBarDisplayIdentifier", missing)),
       copyManagedDisplaySpaces(
-          handle.function<CopyManagedDisplaySpaces>("SLSCopyManagedDisplaySpaces")) {
+          find<CopyManagedDisplaySpaces>(handle, "SLSCopyManagedDisplaySpaces", missing)) {
     if (!isComplete()) {
         RestoreLog::warn("Per-display menu bar API is unavailable on this macOS build");
     }

@@ -7,6 +7,8 @@
 #include <CoreGraphics/CoreGraphics.h>
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "restore/support/dynamic_library.hpp"
 #include "restore/support/private_interfaces.hpp"
@@ -38,6 +40,8 @@ class PerDisplayMenuBarAPI {
 
     /// SkyLight, which stays open as long as this lives. Without it every function is null.
     DynamicLibrary handle;
+    /// The names of those functions that are null.
+    std::vector<std::string> missing;
     /// This process's connection to the window server, which every other function takes first.
     MainConnection* mainConnection;
     /// Stores whether the menu bar hides itself at present; returns an error code, 0 for success.

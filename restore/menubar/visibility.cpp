@@ -1,6 +1,7 @@
 #include "restore/arrangement/display_identity.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/menubar/per_display_menu_bar_api.hpp"
+#include "restore/menubar/spaces.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
@@ -35,13 +36,9 @@ bool isAboutPort(CFDictionaryRef entry, const std::string& portUUID) {
     return identifier && text::uppercased(*identifier) == text::uppercased(portUUID);
 }
 
-std::optional<bool> showsFullscreenSpace(CFDictionaryRef entry) {
+std::optional<std::int64_t> typeOfSpaceShown(CFDictionaryRef entry) {
     const CFDictionaryRef space = cf::dictionary(cf::value(entry, CFSTR("Current Space")));
-    if (space == nullptr) {
-        return std::nullopt;
-    }
-    const std::optional<std::int64_t> type = cf::integer(cf::value(space, CFSTR("type")));
-    return type ? std::optional(*type == fullscreenSpaceType) : std::nullopt;
+    return space == nullptr ? std::nullopt : cf::integer(cf::value(space, CFSTR("type")));
 }
 
 }  // namespace
@@ -94,7 +91,7 @@ std::optional<std::string> activeMenuBarDisplayIdentifier() {
         CFRef<CFStringRef>::assume(api.copyActiveDisplay(api.mainConnection())).get());
 }
 
-std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID) {
+std::optional<std::int64_t> currentSpaceType(CGDirectDisplayID displayID) {
     const PerDisplayMenuBarAPI& api = PerDisplayMenuBarAPI::shared();
     if (api.mainConnection == nullptr || api.copyManagedDisplaySpaces == nullptr) {
         return std::nullopt;
@@ -108,10 +105,15 @@ std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID) {
     const std::string portUUID = displayPortUUID(displayID);
     for (const CFDictionaryRef entry : *entries) {
         if (isAboutPort(entry, portUUID)) {
-            return showsFullscreenSpace(entry);
+            return typeOfSpaceShown(entry);
         }
     }
     return std::nullopt;
+}
+
+std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID) {
+    const std::optional<std::int64_t> type = currentSpaceType(displayID);
+    return type ? std::optional(*type == fullscreenSpaceType) : std::nullopt;
 }
 
 }  // namespace tolvaran::MenuBarAutohide

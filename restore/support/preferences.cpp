@@ -16,11 +16,14 @@ PreferenceDomain PreferenceDomain::anyApplication() {
     return PreferenceDomain(CFRef<CFStringRef>::retain(kCFPreferencesAnyApplication));
 }
 
-std::optional<std::int64_t> PreferenceDomain::integer(const std::string& key) const {
+CFRef<CFPropertyListRef> PreferenceDomain::value(const std::string& key) const {
     const auto name = cf::makeString(key);
-    const auto value = CFRef<CFPropertyListRef>::assume(CFPreferencesCopyValue(
+    return CFRef<CFPropertyListRef>::assume(CFPreferencesCopyValue(
         name.get(), identifier_.get(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
-    return cf::integer(value.get());
+}
+
+std::optional<std::int64_t> PreferenceDomain::integer(const std::string& key) const {
+    return cf::integer(value(key).get());
 }
 
 void PreferenceDomain::setInteger(const std::string& key, std::optional<std::int64_t> value) const {

@@ -20,6 +20,10 @@ class PreferenceDomain {
     /// The domain that every application falls back to.
     static PreferenceDomain anyApplication();
 
+    /// The value, of whatever type; null when the key is not set. Reads without synchronising
+    /// first.
+    CFRef<CFPropertyListRef> value(const std::string& key) const;
+
     /// The integer value of a number or boolean (fractions cut off); none when the key is not set
     /// or holds anything else. Reads without synchronising first.
     std::optional<std::int64_t> integer(const std::string& key) const;

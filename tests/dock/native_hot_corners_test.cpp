@@ -100,6 +100,25 @@ TEST_F(NativeHotCornersTest, LooksUpOnceInAProcess) {
     EXPECT_EQ(NativeHotCorners::read(), std::nullopt);
 }
 
+TEST_F(NativeHotCornersTest, NamesWhatIsMissing) {
+    const std::pair<json, Lines> cases[] = {
+        {json::array(), {}},
+        {{getter}, {getter}},
+        {{setter}, {setter}},
+        {{setter, getter}, {getter, setter}},
+        {{"HIServices"}, {"HIServices"}},
+        {{"HIServices", setter}, {"HIServices"}},
+        {{"SkyLight"}, {}},
+    };
+    for (const auto& [unavailable, names] : cases) {
+        startWithout(unavailable);
+        EXPECT_EQ(NativeHotCorners::missing(), names) << unavailable;
+    }
+    startWithout({setter});
+    simulator::addFault({{"call", "dlopen"}, {"result", 0}});
+    EXPECT_EQ(NativeHotCorners::missing(), Lines{setter}) << "the process has the other one anyway";
+}
+
 TEST_F(NativeHotCornersTest, CannotReadWhatTheDockLeavesUnfilled) {
     constexpr std::int32_t unfilled = std::numeric_limits<std::int32_t>::min();
     for (const char* list : {"cornerActions", "cornerModifiers"}) {

@@ -28,6 +28,7 @@ TEST(PerDisplayMenuBarAPI, HasWhatTheMacHas) {
             EXPECT_EQ(found(api)[function], skyLight.has(function)) << skyLight.missing();
         }
         EXPECT_EQ(api.isComplete(), skyLight.isComplete()) << skyLight.missing();
+        EXPECT_EQ(nlohmann::json(api.missing), skyLight.missing());
         EXPECT_EQ(process.takeWarnings(), skyLight.warnings()) << skyLight.missing();
     }
 }
@@ -38,6 +39,7 @@ TEST(PerDisplayMenuBarAPI, HasNothingWhenSkyLightCannotBeOpened) {
     const PerDisplayMenuBarAPI api;
     EXPECT_FALSE(api.handle.isOpen());
     EXPECT_EQ(found(api), (std::array<bool, 6>{}));
+    EXPECT_EQ(api.missing, skyLightFunctions);
     EXPECT_FALSE(api.isComplete());
     EXPECT_EQ(process.takeWarnings(), Lines{unavailableWarning});
     EXPECT_EQ(simulator::faultsMet(), 0U);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/menubar/spaces.hpp"
 #include "simulator/devices/menu_bar.hpp"
 #include "tests/menubar/menu_bar_mac.hpp"
 
@@ -128,6 +129,9 @@ TEST(MenuBarVisibility, SpacesOfTypeFourAreFullscreen) {
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), false) << type;
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(8), type == 4) << type;
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(9), std::nullopt) << type;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceType(7), 0);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceType(8), type);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceType(9), std::nullopt);
     }
 }
 

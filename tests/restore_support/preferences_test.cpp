@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "restore/support/cf_values.hpp"
 #include "simulator/simulator.hpp"
 
 namespace tolvaran {
@@ -29,6 +30,20 @@ TEST(Preferences, ReadsNumbersAndBooleansOnly) {
         EXPECT_EQ(domain.integer("list"), std::nullopt);
         EXPECT_EQ(domain.integer("missing"), std::nullopt);
         EXPECT_EQ(PreferenceDomain("com.other").integer("number"), std::nullopt);
+    }
+    EXPECT_EQ(simulator::liveObjects(), before);
+}
+
+TEST(Preferences, GivesValuesOfEveryTypeAsTheyAre) {
+    simulator::reset({{"preferences", {{"com.example", {{"list", {"7"}}, {"truth", true}}}}}});
+    const std::size_t before = simulator::liveObjects();
+    {
+        const PreferenceDomain domain("com.example");
+        const auto list = domain.value("list");
+        ASSERT_NE(cf::array(list.get()), nullptr);
+        EXPECT_EQ(cf::string(CFArrayGetValueAtIndex(cf::array(list.get()), 0)), "7");
+        EXPECT_EQ(cf::boolean(domain.value("truth").get()), true);
+        EXPECT_FALSE(domain.value("missing"));
     }
     EXPECT_EQ(simulator::liveObjects(), before);
 }

@@ -1,0 +1,31 @@
+// The registry's display-connect services, which know of a display what Core Graphics does not
+// tell. Used by display identity, and by tolvaran_describe. Macs with Apple's own processors have
+// none.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <functional>
+
+namespace tolvaran {
+
+// The properties that this system reads.
+inline CFStringRef vendorProperty() {
+    return CFSTR("DisplayVendorID");
+}
+inline CFStringRef modelProperty() {
+    return CFSTR("DisplayProductID");
+}
+inline CFStringRef serialProperty() {
+    return CFSTR("DisplaySerialString");
+}
+
+/// Takes a service's properties, which it does not own; null where the registry does not tell them.
+/// Returns whether to go on.
+using DisplayConnectionVisitor = std::function<bool(CFDictionaryRef properties)>;
+
+/// Shows the services one after the other, in the registry's order, until `visit` returns false.
+/// @return false when the registry refused to list them
+bool visitDisplayConnections(const DisplayConnectionVisitor& visit);
+
+}  // namespace tolvaran
