@@ -33,8 +33,11 @@ esac
 CODESIGN = """#!/bin/sh
 echo "codesign $*" >>"$CALLS"
 [ ! -e "$STATE/codesign-fails" ] || exit 1
-for bundle; do :; done
-mkdir "$bundle/Contents/_CodeSignature"
+for target; do :; done
+if [ -f "$target" ]; then echo signed >>"$target"; exit; fi
+# It signs no bundle with unsigned programs beside the main one.
+grep -qx signed "$target/Contents/MacOS/tolvaran_describe" || exit 1
+mkdir "$target/Contents/_CodeSignature"
 """
 ID = """#!/bin/sh
 echo "${USER_ID:-501}"
@@ -63,6 +66,7 @@ class Scripts(unittest.TestCase):
         for script in ("install", "uninstall"):
             shutil.copy(PACKAGING / script, self.product)
         self.build_helper("first")
+        self.write_program(contents / "MacOS/tolvaran_describe", "\n")
         self.directory = self.home / "Library/Application Support" / LABEL
         self.bundle = self.directory / "TolvaranHelper.app"
         self.executable = self.bundle / "Contents/MacOS/tolvaran_helper"
@@ -110,6 +114,7 @@ class Scripts(unittest.TestCase):
         calls = self.install()
         self.assertEqual(self.executable.read_text(), "first")
         self.assertTrue(os.access(self.executable, os.X_OK))
+        self.assertTrue(os.access(self.executable.with_name("tolvaran_describe"), os.X_OK))
         self.assertTrue((self.bundle / "Contents/_CodeSignature").is_dir())
         agent = plistlib.loads(self.agent.read_bytes())
         self.assertEqual(agent["ProgramArguments"], [str(self.executable)])
@@ -125,11 +130,16 @@ class Scripts(unittest.TestCase):
         self.assert_nothing_left_but("TolvaranHelper.app")
 
     def test_the_signature_is_ad_hoc_unless_an_identity_is_given(self):
-        self.assertRegex(self.install()[0], "^codesign --force --sign - .*/TolvaranHelper.app$")
-        self.assertRegex(
-            self.install(CODESIGN_IDENTITY="Developer ID Application: Ann")[0],
-            "^codesign --force --options runtime --timestamp --sign Developer ID Application: Ann ",
-        )
+        ann = "Developer ID Application: Ann"
+        for environment, options in (
+            ({}, "--sign -"),
+            ({"CODESIGN_IDENTITY": ann}, f"--options runtime --timestamp --sign {ann}"),
+        ):
+            calls = self.install(**environment)
+            inner, outer = [call for call in calls if call.startswith("codesign ")]
+            self.assertRegex(inner, f"^codesign --force {options} .*/MacOS/tolvaran_describe$")
+            self.assertRegex(outer, f"^codesign --force {options} .*/TolvaranHelper.app$")
+            self.assertEqual(calls[:2], [inner, outer])
 
     def test_a_second_install_replaces_the_first_once_that_has_ended(self):
         self.install()

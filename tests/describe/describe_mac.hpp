@@ -1,0 +1,42 @@
+// A simulated Mac that is to be described.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "restore/support/process_wide.hpp"
+#include "simulator/simulator.hpp"
+#include "tools/describe/describe.hpp"
+
+namespace tolvaran::tests {
+
+/// A Mac of which everything is other than usual.
+inline nlohmann::json fullMac() {
+    std::ifstream file(TOLVARAN_FULL_MAC);
+    return nlohmann::json::parse(file);
+}
+
+/// The description that a fresh process gives of the Mac, which must stay as it is, and of which
+/// nothing may be left.
+inline describe::Description described(const nlohmann::json& mac,
+                                       const nlohmann::json& faults = nlohmann::json::array()) {
+    endProcess();
+    simulator::reset(mac);
+    for (const nlohmann::json& fault : faults) {
+        simulator::addFault(fault);
+    }
+    const nlohmann::json before = simulator::machine();
+    const std::size_t objects = simulator::liveObjects();
+    describe::Description description = describe::describeMac();
+    EXPECT_EQ(simulator::machine(), before);
+    EXPECT_EQ(simulator::notifications(), nlohmann::json::array());
+    endProcess();
+    EXPECT_EQ(simulator::liveObjects(), objects);
+    return description;
+}
+
+}  // namespace tolvaran::tests

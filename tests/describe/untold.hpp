@@ -1,0 +1,21 @@
+// What a Mac, by its nature, does not tell of itself, so that a description of it cannot hold it
+// either: the one place where a description may differ from the machine.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace tolvaran::tests {
+
+struct Untold {
+    std::string key;
+    std::string reason;
+    /// Takes it out of a machine's `mac` object, or leaves of it what can be told.
+    std::function<void(nlohmann::json& mac)> forget;
+};
+
+const std::vector<Untold>& untold();
+
+}  // namespace tolvaran::tests

@@ -1,0 +1,25 @@
+// The displays' part of a description.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/describe/section.hpp"
+
+namespace tolvaran::describe {
+
+/// The active displays in the window server's listing order; none when it refuses to list them.
+std::optional<std::vector<CGDirectDisplayID>> listedDisplays();
+
+/// What is known of one display.
+/// @param section empty, and where the display stands in the description
+nlohmann::json describeDisplay(CGDirectDisplayID display, Section section);
+
+/// Whether the text is a UUID in its standard 8-4-4-4-12 form.
+bool isUUID(const std::string& text);
+
+}  // namespace tolvaran::describe
