@@ -58,8 +58,8 @@ void* find(const Library& library, std::string_view name) {
     return isThere ? symbol->second : nullptr;
 }
 
-bool succeeds(std::string_view function) {
-    const Verdict verdict = admit(function);
+bool succeeds(std::string_view function, const char* subject) {
+    const Verdict verdict = admit(function, subject);
     return verdict.performs && !verdict.forcedResult;
 }
 
@@ -73,13 +73,13 @@ void registerSymbol(const std::string& library, const std::string& name, void* f
 static void* look(void* handle, const char* name) {
     Library& linked = libraries().front();
     if (handle == RTLD_DEFAULT && linked.symbols.contains(name)) {
-        return succeeds("dlsym") ? find(linked, name) : nullptr;
+        return succeeds("dlsym", name) ? find(linked, name) : nullptr;
     }
     const Library* const library = libraryOf(handle);
     if (library == nullptr) {
         return __real_dlsym(handle, name);
     }
-    return library->openings > 0 && succeeds("dlsym") ? find(*library, name) : nullptr;
+    return library->openings > 0 && succeeds("dlsym", name) ? find(*library, name) : nullptr;
 }
 
 bool isKnownToLibraries(const std::string& name) {
@@ -106,7 +106,7 @@ void* __wrap_dlopen(const char* path, int mode) {
     if (library == nullptr) {
         return __real_dlopen(path, mode);
     }
-    if (!simulator::succeeds("dlopen") || !simulator::isAvailable(library->name)) {
+    if (!simulator::succeeds("dlopen", path) || !simulator::isAvailable(library->name)) {
         return nullptr;
     }
     ++library->openings;
@@ -127,8 +127,9 @@ int __wrap_dlclose(void* handle) {
     if (library->openings == 0) {
         return -1;
     }
-    --library->openings;
-    return 0;
+    const simulator::Verdict verdict = simulator::admit("dlclose", library->path);
+    library->openings -= verdict.performs ? 1 : 0;
+    return verdict.resultOr(0);
 }
 
 }  // extern "C"

@@ -28,10 +28,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::array redirected{
-    "access",   "chmod",     "close",  "closedir", "fchmod", "fcntl",   "fstat",
-    "fsync",    "ftruncate", "kill",   "link",     "lseek",  "lstat",   "mkdir",
-    "mkostemp", "nanosleep", "open",   "opendir",  "read",   "readdir", "rename",
-    "rmdir",    "stat",      "unlink", "write",
+    "access",      "chmod",     "close",     "closedir", "fchmod",  "fcntl", "fstat",
+    "fsync",       "ftruncate", "kill",      "link",     "lseek",   "lstat", "mkdir",
+    "localtime_r", "mkostemp",  "nanosleep", "open",     "opendir", "read",  "readdir",
+    "rename",      "rmdir",     "signal",    "stat",     "unlink",  "write",
 };
 
 struct State {
@@ -62,23 +62,35 @@ bool isExposed(const fs::path& place) {
                        [&](const std::string& directory) { return isBelow(path, directory); });
 }
 
-// Whether faults may meet a call, by what it is about. None is set in nearly every call.
+/// The path that a call is about, when faults may meet it; none is set in nearly every call.
+using Subject = std::optional<std::string>;
 
-bool isSubject(const char* path) {
-    return callsAreWatched() && path != nullptr && isExposed(path);
+Subject subject(const char* path) {
+    return callsAreWatched() && path != nullptr && isExposed(path) ? Subject(path) : std::nullopt;
 }
 
-bool isSubject(int descriptor) {
+Subject subject(int descriptor) {
     if (!callsAreWatched()) {
-        return false;
+        return std::nullopt;
     }
     std::error_code error;
     const fs::path path = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
-    return !error && path.is_absolute() && isExposed(path);
+    return !error && path.is_absolute() && isExposed(path) ? Subject(path) : std::nullopt;
 }
 
-bool isSubject(DIR* directory) {
-    return callsAreWatched() && isSubject(dirfd(directory));
+Subject subject(DIR* directory) {
+    return callsAreWatched() ? subject(dirfd(directory)) : std::nullopt;
+}
+
+/// Where a file was and where it goes: the latter tells what the call is for.
+Subject subject(const char* from, const char* to) {
+    const Subject target = subject(to);
+    return target || !subject(from) ? target : Subject(to);
+}
+
+/// Of a call that is about no file.
+Subject nothing() {
+    return callsAreWatched() ? Subject("") : std::nullopt;
 }
 
 /// Sets errno as a fault's result says.
@@ -90,15 +102,11 @@ void setError(const nlohmann::json& result) {
     }
 }
 
-/// One redirected call. `failed` is what it returns when it fails, `idle()` when a fault makes it
-/// report success without doing anything.
+/// What becomes of a call that met `verdict`. `failed` is what it returns when it fails, `idle()`
+/// when a fault makes it report success without doing anything.
+/// @param error errno before the call
 template <typename Result, typename Idle, typename Body>
-Result call(std::string_view function, bool subject, Result failed, Idle idle, Body body) {
-    if (!subject) {
-        return body();
-    }
-    const int error = errno;
-    const Verdict verdict = admit(function);
+Result conclude(const Verdict& verdict, int error, Result failed, Idle idle, Body body) {
     if (!verdict.forcedResult) {
         errno = error;
         return verdict.performs ? body() : idle();
@@ -110,19 +118,54 @@ Result call(std::string_view function, bool subject, Result failed, Idle idle, B
     return failed;
 }
 
+/// One redirected call.
+template <typename Result, typename Idle, typename Body>
+Result call(std::string_view function, const Subject& subject, Result failed, Idle idle,
+            Body body) {
+    if (!subject) {
+        return body();
+    }
+    const int error = errno;
+    return conclude(admit(function, *subject), error, failed, idle, body);
+}
+
 template <typename Body>
-int call(std::string_view function, bool subject, Body body) {
+int call(std::string_view function, const Subject& subject, Body body) {
     return call<int>(
         function, subject, -1, [] { return 0; }, body);
+}
+
+/// A read or write, of which a fault may let only the first few bytes through.
+/// `body(size)` performs it.
+template <typename Idle, typename Body>
+ssize_t transfer(std::string_view function, const Subject& subject, size_t size, Idle idle,
+                 Body body) {
+    if (!subject) {
+        return body(size);
+    }
+    const int error = errno;
+    const Verdict verdict = admit(function, *subject);
+    if (verdict.forcedResult && isShortTransfer(function, *verdict.forcedResult)) {
+        errno = error;
+        return body(std::min(size, verdict.forcedResult->at("bytes").get<size_t>()));
+    }
+    return conclude<ssize_t>(verdict, error, -1, idle, [&] { return body(size); });
 }
 
 int openNothing() {
     return __real_open("/dev/null", O_RDWR | O_CLOEXEC);
 }
 
+/// A simulated Mac's files need not outlive a power cut of the host, and the host's disk would take
+/// most of the time of every run.
+int flush(int descriptor) {
+    return clock::isVirtual() ? __real_fcntl(descriptor, F_GETFD) < 0 ? -1 : 0
+                              : __real_fsync(descriptor);
+}
+
 int flushOrControl(int descriptor, int command, long argument) {
     const bool flushes = command == F_FULLFSYNC || command == F_BARRIERFSYNC;
-    return flushes ? __real_fsync(descriptor) : __real_fcntl(descriptor, command, argument);
+    return flushes ? flush(descriptor) : __real_fcntl(descriptor, command, argument);
 }
 
 pid_t processID() {
@@ -155,6 +198,13 @@ void exposeToFaults(const std::string& directory) {
     state().exposed.push_back(fs::absolute(directory).lexically_normal());
 }
 
+bool isShortTransfer(std::string_view function, const nlohmann::json& result) {
+    const bool transfers = function == "read" || function == "write";
+    const auto bytes = result.find("bytes");
+    return transfers && result.size() == 1 && bytes != result.end() && bytes->is_number_integer() &&
+           *bytes >= 0;
+}
+
 bool isFileCall(const std::string& function) {
     return std::find(redirected.begin(), redirected.end(), function) != redirected.end();
 }
@@ -175,29 +225,31 @@ void clearFileCalls() {
 }  // namespace simulator
 
 using simulator::call;
-using simulator::isSubject;
+using simulator::nothing;
+using simulator::subject;
+using simulator::transfer;
 
-// What stands here is exactly what the linker redirects (redirected_calls.cmake).
+// What stands here is exactly what the linker redirects (CMakeLists.txt).
 extern "C" {
 
 int __wrap_access(const char* path, int mode) {
-    return call("access", isSubject(path), [=] { return __real_access(path, mode); });
+    return call("access", subject(path), [=] { return __real_access(path, mode); });
 }
 
 int __wrap_chmod(const char* path, mode_t mode) {
-    return call("chmod", isSubject(path), [=] { return __real_chmod(path, mode); });
+    return call("chmod", subject(path), [=] { return __real_chmod(path, mode); });
 }
 
 int __wrap_close(int descriptor) {
-    return call("close", isSubject(descriptor), [=] { return __real_close(descriptor); });
+    return call("close", subject(descriptor), [=] { return __real_close(descriptor); });
 }
 
 int __wrap_closedir(DIR* directory) {
-    return call("closedir", isSubject(directory), [=] { return __real_closedir(directory); });
+    return call("closedir", subject(directory), [=] { return __real_closedir(directory); });
 }
 
 int __wrap_fchmod(int descriptor, mode_t mode) {
-    return call("fchmod", isSubject(descriptor), [=] { return __real_fchmod(descriptor, mode); });
+    return call("fchmod", subject(descriptor), [=] { return __real_fchmod(descriptor, mode); });
 }
 
 int __wrap_fcntl(int descriptor, int command, ...) {
@@ -205,20 +257,20 @@ int __wrap_fcntl(int descriptor, int command, ...) {
     va_start(arguments, command);
     const long argument = va_arg(arguments, long);
     va_end(arguments);
-    return call("fcntl", isSubject(descriptor),
+    return call("fcntl", subject(descriptor),
                 [=] { return simulator::flushOrControl(descriptor, command, argument); });
 }
 
 int __wrap_fstat(int descriptor, struct stat* result) {
-    return call("fstat", isSubject(descriptor), [=] { return __real_fstat(descriptor, result); });
+    return call("fstat", subject(descriptor), [=] { return __real_fstat(descriptor, result); });
 }
 
 int __wrap_fsync(int descriptor) {
-    return call("fsync", isSubject(descriptor), [=] { return __real_fsync(descriptor); });
+    return call("fsync", subject(descriptor), [=] { return simulator::flush(descriptor); });
 }
 
 int __wrap_ftruncate(int descriptor, off_t length) {
-    return call("ftruncate", isSubject(descriptor),
+    return call("ftruncate", subject(descriptor),
                 [=] { return __real_ftruncate(descriptor, length); });
 }
 
@@ -227,35 +279,40 @@ pid_t __wrap_getpid() {
 }
 
 int __wrap_kill(pid_t pid, int signal) {
-    return call("kill", simulator::callsAreWatched(),
-                [=] { return simulator::signalProcess(pid, signal); });
+    return call("kill", nothing(), [=] { return simulator::signalProcess(pid, signal); });
 }
 
 int __wrap_link(const char* from, const char* to) {
-    return call("link", isSubject(from), [=] { return __real_link(from, to); });
+    return call("link", subject(from), [=] { return __real_link(from, to); });
 }
 
 off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
     return call<off_t>(
-        "lseek", isSubject(descriptor), -1, [] { return 0; },
+        "lseek", subject(descriptor), -1, [] { return 0; },
         [=] { return __real_lseek(descriptor, offset, whence); });
 }
 
 int __wrap_lstat(const char* path, struct stat* result) {
-    return call("lstat", isSubject(path), [=] { return __real_lstat(path, result); });
+    return call("lstat", subject(path), [=] { return __real_lstat(path, result); });
+}
+
+tm* __wrap_localtime_r(const time_t* time, tm* result) {
+    return call<tm*>(
+        "localtime_r", nothing(), nullptr, [] { return nullptr; },
+        [=] { return __real_localtime_r(time, result); });
 }
 
 int __wrap_mkdir(const char* path, mode_t mode) {
-    return call("mkdir", isSubject(path), [=] { return __real_mkdir(path, mode); });
+    return call("mkdir", subject(path), [=] { return __real_mkdir(path, mode); });
 }
 
 int __wrap_mkostemp(char* path, int flags) {
-    return call<int>("mkostemp", isSubject(path), -1, simulator::openNothing,
+    return call<int>("mkostemp", subject(path), -1, simulator::openNothing,
                      [=] { return __real_mkostemp(path, flags); });
 }
 
 int __wrap_nanosleep(const timespec* duration, timespec* remaining) {
-    return call("nanosleep", simulator::callsAreWatched(), [=] {
+    return call("nanosleep", nothing(), [=] {
         using namespace simulator;
         if (duration->tv_sec < 0 || duration->tv_nsec < 0 || duration->tv_nsec >= clock::second) {
             errno = EINVAL;
@@ -274,49 +331,59 @@ int __wrap_open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const auto mode = va_arg(arguments, mode_t);
     va_end(arguments);
-    return call<int>("open", isSubject(path), -1, simulator::openNothing,
+    return call<int>("open", subject(path), -1, simulator::openNothing,
                      [=] { return __real_open(path, flags, mode); });
+}
+
+passwd* __wrap_getpwuid(uid_t user) {
+    const simulator::Verdict verdict = simulator::admit("getpwuid");
+    return verdict.performs ? __real_getpwuid(user) : nullptr;
 }
 
 DIR* __wrap_opendir(const char* path) {
     return call<DIR*>(
-        "opendir", isSubject(path), nullptr, [] { return nullptr; },
+        "opendir", subject(path), nullptr, [] { return nullptr; },
         [=] { return __real_opendir(path); });
 }
 
 ssize_t __wrap_read(int descriptor, void* buffer, size_t size) {
-    return call<ssize_t>(
-        "read", isSubject(descriptor), -1, [] { return 0; },
-        [=] { return __real_read(descriptor, buffer, size); });
+    return transfer(
+        "read", subject(descriptor), size, [] { return 0; },
+        [=](size_t most) { return __real_read(descriptor, buffer, most); });
 }
 
 dirent* __wrap_readdir(DIR* directory) {
     return call<dirent*>(
-        "readdir", isSubject(directory), nullptr, [] { return nullptr; },
+        "readdir", subject(directory), nullptr, [] { return nullptr; },
         [=] { return __real_readdir(directory); });
 }
 
 int __wrap_rename(const char* from, const char* to) {
-    return call("rename", isSubject(from) || isSubject(to),
-                [=] { return __real_rename(from, to); });
+    return call("rename", subject(from, to), [=] { return __real_rename(from, to); });
 }
 
 int __wrap_rmdir(const char* path) {
-    return call("rmdir", isSubject(path), [=] { return __real_rmdir(path); });
+    return call("rmdir", subject(path), [=] { return __real_rmdir(path); });
+}
+
+simulator::SignalHandler __wrap_signal(int number, simulator::SignalHandler handler) {
+    return call<simulator::SignalHandler>(
+        "signal", nothing(), SIG_ERR, [] { return SIG_DFL; },
+        [=] { return __real_signal(number, handler); });
 }
 
 int __wrap_stat(const char* path, struct stat* result) {
-    return call("stat", isSubject(path), [=] { return __real_stat(path, result); });
+    return call("stat", subject(path), [=] { return __real_stat(path, result); });
 }
 
 int __wrap_unlink(const char* path) {
-    return call("unlink", isSubject(path), [=] { return __real_unlink(path); });
+    return call("unlink", subject(path), [=] { return __real_unlink(path); });
 }
 
 ssize_t __wrap_write(int descriptor, const void* buffer, size_t size) {
-    return call<ssize_t>(
-        "write", isSubject(descriptor), -1, [=] { return static_cast<ssize_t>(size); },
-        [=] { return simulator::writeSomewhere(descriptor, buffer, size); });
+    return transfer(
+        "write", subject(descriptor), size, [=] { return static_cast<ssize_t>(size); },
+        [=](size_t most) { return simulator::writeSomewhere(descriptor, buffer, most); });
 }
 
 }  // extern "C"

@@ -1,13 +1,15 @@
 // The host's functions that the linker redirects to the simulator: the clock's nanosleep, the
-// process's getpid and kill, and the file calls. file_calls.cpp has the table.
+// process's getpid, getpwuid, kill, localtime_r and signal, and the file calls. file_calls.cpp has
+// the table.
 //
 // Faults on file calls are for the system under test and for nobody else. They meet only calls
 // about paths below the application-support and log directories (the environment variables
 // TOLVARAN_APPLICATION_SUPPORT_DIR and TOLVARAN_LOGS_DIR) and below directories that a test
 // exposes, and calls on descriptors opened there. A fault's result is the name or number of the
-// error with which the call fails. With `"effect": false` alone the call reports success and does
-// nothing: a write has written everything, a read is at the end of the file, and what would open
-// something opens nothing (/dev/null, or no directory).
+// error with which the call fails; for read and write also {"bytes": n}, with which the call moves
+// only the first n bytes and says so. With `"effect": false` alone the call reports success and
+// does nothing: a write has written everything, a read is at the end of the file, and what would
+// open something opens nothing (/dev/null, or no directory).
 //
 // What a test or the simulator does through the C++ library (std::ifstream, std::filesystem) goes
 // to the host directly; the simulator's own direct calls use host_calls.hpp.
@@ -19,6 +21,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +33,9 @@ void exposeToFaults(const std::string& directory);
 
 /// Whether faults on this function are faults on a redirected call.
 bool isFileCall(const std::string& function);
+
+/// Whether a fault's result makes this function move only some of the bytes asked for.
+bool isShortTransfer(std::string_view function, const nlohmann::json& result);
 
 /// Takes what the process writes to standard error.
 /// @return whether it is to be written to the host's standard error as well

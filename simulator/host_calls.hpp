@@ -4,9 +4,16 @@
 #pragma once
 
 #include <dirent.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <time.h>
+
+namespace simulator {
+
+using SignalHandler = void (*)(int number);
+
+}  // namespace simulator
 
 extern "C" {
 
@@ -23,8 +30,10 @@ int __real_fstat(int descriptor, struct stat* result);
 int __real_fsync(int descriptor);
 int __real_ftruncate(int descriptor, off_t length);
 pid_t __real_getpid(void);
+passwd* __real_getpwuid(uid_t user);
 int __real_kill(pid_t pid, int signal);
 int __real_link(const char* from, const char* to);
+tm* __real_localtime_r(const time_t* time, tm* result);
 off_t __real_lseek(int descriptor, off_t offset, int whence);
 int __real_lstat(const char* path, struct stat* result);
 int __real_mkdir(const char* path, mode_t mode);
@@ -36,6 +45,7 @@ ssize_t __real_read(int descriptor, void* buffer, size_t size);
 dirent* __real_readdir(DIR* directory);
 int __real_rename(const char* from, const char* to);
 int __real_rmdir(const char* path);
+simulator::SignalHandler __real_signal(int number, simulator::SignalHandler handler);
 int __real_stat(const char* path, struct stat* result);
 int __real_unlink(const char* path);
 ssize_t __real_write(int descriptor, const void* buffer, size_t size);

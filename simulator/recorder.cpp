@@ -33,6 +33,7 @@ struct State {
     std::vector<Fault> faults;
     std::multimap<std::string, std::function<void()>, std::less<>> hooks;
     std::function<json(const std::string&)> decide;
+    std::string subject;
     std::size_t faultsMet = 0;
     json calls = json::array();
 };
@@ -43,8 +44,14 @@ State& state() {
 }
 
 void requireResult(const JsonReader& result, const std::string& call) {
-    if (isFileCall(call) && result.value().is_string() && !errorCode(result.text())) {
+    if (!isFileCall(call)) {
+        return;
+    }
+    if (result.value().is_string() && !errorCode(result.text())) {
         result.fail("is no name of an error that the simulator knows");
+    }
+    if (result.value().is_object() && !isShortTransfer(call, result.value())) {
+        result.fail("must be {\"bytes\": a number}, of a call that reads or writes");
     }
 }
 
@@ -98,7 +105,8 @@ std::optional<Verdict> decided(std::string_view function) {
 
 }  // namespace
 
-Verdict admit(std::string_view function) {
+Verdict admit(std::string_view function, std::string_view subject) {
+    state().subject = subject;
     runHooks(function);
     if (const std::optional<Verdict> verdict = decided(function)) {
         ++state().faultsMet;
@@ -141,6 +149,10 @@ void addFault(const json& fault) {
 void clearFaults() {
     state().faults.clear();
     state().faultsMet = 0;
+}
+
+std::string callSubject() {
+    return state().subject;
 }
 
 std::size_t faultsMet() {

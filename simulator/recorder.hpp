@@ -36,7 +36,8 @@ struct Verdict {
 };
 
 /// Counts this call of `function` (its plain C name) and looks up the fault that applies to it.
-Verdict admit(std::string_view function);
+/// @param subject the path or name that the call is about, for callSubject(); empty for most calls
+Verdict admit(std::string_view function, std::string_view subject = {});
 
 /// Appends a call to the list that calls() returns, stamped with the current time.
 /// @param args   the arguments as JSON; a removed value is null; handles are left out

@@ -34,6 +34,11 @@ void onCall(const std::string& function, std::function<void()> work);
 /// reset() ends it.
 void decideCalls(std::function<nlohmann::json(const std::string& function)> decide);
 
+/// What the call is about that `decide` or a hook is asked about just now: the path of a file (of a
+/// renamed one the new path, of an open one the path by which it was found), the path of a library,
+/// the name of a symbol; else empty.
+std::string callSubject();
+
 /// Merges any part of `mac` except `displays` into the machine, silently.
 void set(const nlohmann::json& mac);
 

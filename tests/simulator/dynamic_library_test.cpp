@@ -38,6 +38,13 @@ TEST_F(DynamicLibrary, FindsWhatIsOffered) {
     EXPECT_EQ(dlclose(library), -1);
 }
 
+TEST_F(DynamicLibrary, ClosingCanFail) {
+    void* const library = dlopen(skyLight, RTLD_LAZY);
+    addFault({{"call", "dlclose"}, {"result", -1}, {"times", 1}});
+    EXPECT_EQ(dlclose(library), -1);
+    EXPECT_EQ(dlclose(library), 0);
+}
+
 TEST_F(DynamicLibrary, OnlyHIServicesIsInTheGlobalScope) {
     EXPECT_NE(dlsym(RTLD_DEFAULT, "TestHIServicesAnswer"), nullptr);
     EXPECT_EQ(dlsym(RTLD_DEFAULT, "TestSkyLightAnswer"), nullptr);

@@ -2,12 +2,15 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <pwd.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -226,6 +229,58 @@ TEST_F(FileCalls, WithoutResultACallReportsSuccessAndDoesNothing) {
     EXPECT_EQ(close(descriptor), 0);
     EXPECT_EQ(readFile(exposed_ + "/file"), "content");
     EXPECT_FALSE(readFile(exposed_ + "/new"));
+}
+
+TEST_F(FileCalls, ATransferMayBeShort) {
+    addFault({{"call", "read"}, {"result", {{"bytes", 2}}}, {"times", 1}});
+    addFault({{"call", "write"}, {"result", {{"bytes", 2}}}, {"times", 1}});
+    const int descriptor = open((exposed_ + "/file").c_str(), O_RDWR | O_CLOEXEC);
+    char buffer[16] = "";
+    EXPECT_EQ(read(descriptor, buffer, 7), 2);
+    EXPECT_EQ(read(descriptor, buffer + 2, 7), 5);
+    EXPECT_STREQ(buffer, "content");
+    EXPECT_EQ(write(descriptor, "more", 4), 2);
+    EXPECT_EQ(write(descriptor, "re", 2), 2);
+    close(descriptor);
+    EXPECT_EQ(readFile(exposed_ + "/file"), "contentmore");
+}
+
+TEST_F(FileCalls, OnlyTransfersCanBeShort) {
+    for (const json& result : {json{{"bytes", -1}}, json{{"bytes", "2"}}, json{{"byte", 2}},
+                               json{{"bytes", 2}, {"more", 1}}}) {
+        EXPECT_THROW(addFault({{"call", "write"}, {"result", result}}), std::invalid_argument)
+            << result;
+    }
+    const json two{{"bytes", 2}};
+    EXPECT_THROW(addFault({{"call", "unlink"}, {"result", two}}), std::invalid_argument);
+}
+
+TEST_F(FileCalls, TheHostsOtherFunctionsCanFailToo) {
+    const time_t time = 0;
+    tm broken{};
+    EXPECT_NE(getpwuid(getuid()), nullptr);
+    EXPECT_NE(localtime_r(&time, &broken), nullptr);
+    for (const char* const name : {"getpwuid", "localtime_r", "signal"}) {
+        addFault({{"call", name}, {"result", nullptr}});
+    }
+    EXPECT_EQ(getpwuid(getuid()), nullptr);
+    EXPECT_EQ(localtime_r(&time, &broken), nullptr);
+    EXPECT_EQ(std::signal(SIGUSR2, SIG_IGN), SIG_ERR);
+    clearFaults();
+    EXPECT_EQ(std::signal(SIGUSR2, SIG_DFL), SIG_DFL);
+}
+
+TEST_F(FileCalls, ACallTellsWhatItIsAbout) {
+    std::vector<std::string> subjects;
+    decideCalls([&](const std::string&) {
+        subjects.push_back(std::filesystem::path(callSubject()).filename());
+        return json();
+    });
+    const int descriptor = open((exposed_ + "/file").c_str(), O_RDONLY | O_CLOEXEC);
+    close(descriptor);
+    rename((exposed_ + "/file").c_str(), (exposed_ + "/renamed").c_str());
+    getpid();
+    EXPECT_EQ(subjects, (std::vector<std::string>{"file", "file", "renamed", ""}));
 }
 
 TEST_F(FileCalls, FaultsMeetExposedPlacesOnly) {
