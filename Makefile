@@ -1,7 +1,7 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test sanitize bench mac install uninstall clean
+.PHONY: help setup build run test sanitize torture bench mac install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -29,6 +29,13 @@ test: build ## Build and run every test (PRESET=sanitize: with sanitizers and le
 
 sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
 	@$(MAKE) --no-print-directory test PRESET=sanitize
+
+torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs each)
+	@$(MAKE) --no-print-directory build PRESET=release
+	@rm -f build/torture-counts
+	@TOLVARAN_STATISTICS=$(CURDIR)/build/torture-counts TOLVARAN_TORTURE_PAIRS=$(PAIRS) \
+		ctest --preset torture -j $(JOBS); \
+		result=$$?; tools/torture-summary build/torture-counts; exit $$result
 
 bench: ## Measure speed
 	@$(MAKE) --no-print-directory build PRESET=release

@@ -7,28 +7,18 @@
 // spread evenly over the run, each in one of its forms.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 
 #include "tests/faults/failure_forms.hpp"
 #include "tests/faults/fault_run.hpp"
 #include "tests/faults/prescribed_losses.hpp"
+#include "tests/faults/torture.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-
-bool isTorture() {
-    return std::getenv("TOLVARAN_TORTURE") != nullptr;
-}
-
-/// How far apart the calls are that are tried.
-std::size_t stride(std::size_t calls) {
-    constexpr std::size_t sample = 24;
-    return isTorture() ? 1 : std::max<std::size_t>(1, calls / sample);
-}
 
 /// The forms to try on the call with this number.
 std::vector<json> formsFor(const std::string& function, std::size_t index) {
@@ -61,7 +51,7 @@ TEST_P(FailEveryCall, HealsWithTheNextRun) {
     ASSERT_FALSE(calm.calls.empty());
     EXPECT_EQ(calm.leftOver, std::vector<std::string>{});
     for (std::size_t n = 0; n < calm.calls.size() && !HasFatalFailure();
-         n += stride(calm.calls.size())) {
+         n += stride(calm.calls.size(), 24)) {
         const std::string& function = calm.calls[n];
         for (const json& form : formsFor(function, n)) {
             const std::string what =

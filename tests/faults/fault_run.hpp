@@ -36,8 +36,8 @@ struct FaultRun {
 /// Plays the scenario, asking `decide` about every outside call, and then the next run.
 FaultRun runWithFaults(const simulator::Scenario& scenario, const Decide& decide);
 
-/// The paths of the scenarios with a virtual clock and no faults of their own (which count calls, so
-/// that another fault would move them elsewhere).
+/// The paths of the scenarios with a virtual clock and no faults of their own (which count calls,
+/// so that another fault would move them elsewhere).
 std::vector<std::string> faultlessScenarios();
 
 /// The JSON pointers at which the two differ, down to the innermost value.

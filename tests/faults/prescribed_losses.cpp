@@ -47,7 +47,8 @@ const std::vector<Loss>& table() {
         {{"CoreDockGetAutoHideEnabled", "CoreDockSetAutoHideEnabled"},
          "mac/dock/autoHide",
          "the Dock is not asked whether it took the value, and the marker goes"},
-        {{"open", "fstat", "read", "CGSSetMenuBarAutohideEnabled", "CFPreferencesSynchronize"},
+        {{"open", "fstat", "read", "CGSSetMenuBarAutohideEnabled", "CFPreferencesSynchronize",
+          "CFDictionaryCreate", "CFStringCreateWithBytes", "mkostemp", "write", "rename"},
          "mac/(preferences/global/(_HIHideMenuBar|AppleMenuBarVisibleInFullscreen)|menuBar/"
          "autoHide)",
          "what the user changes while a restore has yet to succeed gives way to the snapshot"},
