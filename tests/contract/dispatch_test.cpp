@@ -71,6 +71,8 @@ class Source {
     dispatch_source_t source_;
 };
 
+// Documented: giving work returns at once, and the main queue performs it on the main thread, one
+// after the other, in the order in which it was given.
 TEST_F(Dispatch, WorkRunsLaterAndInTheOrderInWhichItWasGiven) {
     Note notes[] = {{&happened, "first"}, {&happened, "second"}, {&happened, "third"}};
     for (Note& note : notes) {
@@ -97,6 +99,8 @@ TEST_F(Dispatch, WorkGivenFromWithinWorkRunsAfterIt) {
     EXPECT_EQ(happened, std::vector<std::string>({"begin", "end", "inner"}));
 }
 
+// Documented: the work is given to the queue at its time. Left open: how much later than that it
+// runs.
 TEST_F(Dispatch, DelayedWorkWaitsAndTheEarlierDeadlineComesFirst) {
     Note late{&happened, "late"};
     Note early{&happened, "early"};
@@ -110,6 +114,8 @@ TEST_F(Dispatch, DelayedWorkWaitsAndTheEarlierDeadlineComesFirst) {
     EXPECT_EQ(happened, std::vector<std::string>({"early", "late"}));
 }
 
+// Documented: a time may be counted from another one. Left open: what its number means, so only the
+// order is looked at.
 TEST_F(Dispatch, TimesFromNowAreApartByWhatWasAdded) {
     const dispatch_time_t first = dispatch_time(DISPATCH_TIME_NOW, second);
     EXPECT_LT(first, dispatch_time(first, 1 * second));
@@ -129,6 +135,9 @@ TEST_F(Dispatch, ATimerFiresFirstAfterItsDelayAndThenAgainAndAgain) {
     EXPECT_TRUE(waitFor(3));
 }
 
+// Documented: a source is created suspended, and its cancellation keeps the handler from being
+// called again. Left open: whether a call that is under way is seen to its end; on the main queue
+// there is none while this runs.
 TEST_F(Dispatch, ASourceThatIsNotResumedStaysSilentAndOneThatIsCancelledFallsSilent) {
     Note tick{&happened, "tick"};
     Source source(20 * millisecond, 20 * millisecond);
@@ -144,6 +153,8 @@ TEST_F(Dispatch, ASourceThatIsNotResumedStaysSilentAndOneThatIsCancelledFallsSil
     EXPECT_EQ(happened.size(), before);
 }
 
+// Documented: the handler is called when the process exits, and the source's handle is the process
+// ID. Left open: that it is called no second time; a process exits once.
 TEST_F(Dispatch, AWatchFiresOnceWhenTheProcessExits) {
     const pid_t pid = the_mac::startProcess();
     Note exited{&happened, "exited"};
@@ -176,6 +187,7 @@ TEST_F(Dispatch, AWatchOnAProcessThatIsAlreadyGoneStillFires) {
     EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
 }
 
+// Documented: cancellation keeps the handler from being called again.
 TEST_F(Dispatch, ACancelledWatchDoesNotFire) {
     const pid_t pid = the_mac::startProcess();
     Note exited{&happened, "exited"};
@@ -205,6 +217,8 @@ TEST_F(Dispatch, TheFinalizerRunsWithTheContextAfterTheRelease) {
     EXPECT_EQ(happened, std::vector<std::string>({"ended"}));
 }
 
+// Documented: the system keeps a source for as long as a handler of it runs, so that a handler may
+// release what may be the last reference.
 TEST_F(Dispatch, ASourceReleasedByItsOwnHandlerEndsAfterTheHandler) {
     struct Context {
         dispatch_source_t source;

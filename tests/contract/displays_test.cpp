@@ -62,6 +62,7 @@ TEST_F(Displays, TheListNamesEveryActiveDisplayOnce) {
     EXPECT_EQ(std::ranges::count(displays, noDisplay), 0);
 }
 
+// Documented: no more than the given number is stored, and the count is that of the stored ones.
 TEST_F(Displays, TheListIsCutOffWhereTheRoomEnds) {
     CGDirectDisplayID listed[2] = {noDisplay, noDisplay};
     std::uint32_t count = 0;
@@ -94,6 +95,8 @@ TEST_F(Displays, AMonitorsNumbersStayTheSame) {
     }
 }
 
+// Left open, since the header only names the conversion: whether every display has a UUID, how long
+// it stays the same, and what becomes of an ID that is none. Null is taken for "has none".
 TEST_F(Displays, EveryDisplayHasAUUIDOfItsOwnThatStaysTheSame) {
     std::vector<std::string> seen;
     for (const CGDirectDisplayID display : displays) {
@@ -106,6 +109,7 @@ TEST_F(Displays, EveryDisplayHasAUUIDOfItsOwnThatStaysTheSame) {
     EXPECT_EQ(portUUID(noDisplay), "");
 }
 
+// Documented: cancelling gives up all changes of the configuration; none is made before completion.
 TEST_F(Displays, ACancelledConfigurationChangesNothing) {
     const CGDirectDisplayID display = displays.back();
     const CGRect before = CGDisplayBounds(display);
@@ -122,6 +126,7 @@ TEST_F(Displays, ACancelledConfigurationChangesNothing) {
     EXPECT_TRUE(sameBounds(CGDisplayBounds(display), before));
 }
 
+// Left open: whether one may be begun while another is open. One after another must do.
 TEST_F(Displays, OneConfigurationCanBeBegunAfterAnother) {
     for (int round = 0; round < 3; ++round) {
         CGDisplayConfigRef configuration = nullptr;
@@ -187,13 +192,14 @@ TEST_F(Displays, AMoveShowsAtOnceAndIsReportedBeforeAndAfter) {
     EXPECT_EQ(calls, Calls());
 }
 
-// The mouse and the cursor are associated to begin with, and associating them once more is no
-// error.
+// Documented: the mouse and the cursor are associated to begin with. Left open: what associating
+// them once more does; it is no error.
 TEST_F(Displays, TheCursorCanBeAssociatedWhateverItWas) {
     EXPECT_EQ(CGAssociateMouseAndMouseCursorPosition(true), kCGErrorSuccess);
     EXPECT_EQ(CGAssociateMouseAndMouseCursorPosition(true), kCGErrorSuccess);
 }
 
+// Documented.
 TEST_F(Displays, ARectanglesEdgesAreItsOriginAndWhatItsSizeAdds) {
     const CGRect rect = CGRectMake(-3, 4, 10, 20);
     EXPECT_EQ(CGRectGetMinX(rect), -3);

@@ -21,12 +21,15 @@ void post(const char* what, CFDictionaryRef userInfo) {
                                          nullptr, userInfo, true);
 }
 
+// Documented: a process has one distributed center, and every call returns it.
 TEST_F(Notifications, TheDistributedCenterIsAlwaysTheSame) {
     EXPECT_NE(CFNotificationCenterGetDistributedCenter(), nullptr);
     EXPECT_EQ(CFNotificationCenterGetDistributedCenter(),
               CFNotificationCenterGetDistributedCenter());
 }
 
+// Documented: a notification reaches the observers of its name in every process of the session, at
+// some later time. Left open: the order among several; it has always been that of posting.
 TEST_F(Notifications, WhatIsPostedArrivesInOrderUnderItsName) {
     the_mac::receive(name);
     the_mac::receive(other);
@@ -38,6 +41,7 @@ TEST_F(Notifications, WhatIsPostedArrivesInOrderUnderItsName) {
     EXPECT_EQ(the_mac::received(), expected);
 }
 
+// Documented: an observer of a name receives that name only.
 TEST_F(Notifications, NobodyReceivesWhatHeDidNotAskFor) {
     the_mac::receive(other);
     post(name, nullptr);

@@ -35,6 +35,7 @@ class Preferences : public Contract {
     }
 };
 
+// Documented: null where there is no value, and true from a synchronisation that worked.
 TEST_F(Preferences, WhatWasNeverSetIsNull) {
     EXPECT_FALSE(copy());
     EXPECT_TRUE(synchronize());
@@ -54,6 +55,7 @@ TEST_F(Preferences, AValueIsReadBackAtOnceAndAfterASynchronisation) {
     EXPECT_EQ(tolvaran::cf::integer(copy().get()), 6);
 }
 
+// Documented: setting null removes the value.
 TEST_F(Preferences, SettingNullRemoves) {
     set(kCFBooleanTrue);
     EXPECT_TRUE(synchronize());
@@ -63,6 +65,8 @@ TEST_F(Preferences, SettingNullRemoves) {
     EXPECT_FALSE(copy());
 }
 
+// Documented: every type of a property list may be stored. Left open: that the store keeps them
+// apart; it is a property list itself.
 TEST_F(Preferences, AValueKeepsItsType) {
     set(kCFBooleanTrue);
     EXPECT_TRUE(synchronize());
@@ -87,12 +91,14 @@ TEST_F(Preferences, ACopyOutlivesItsRemoval) {
     EXPECT_EQ(tolvaran::cf::integer(held.get()), std::int64_t{1} << 40);
 }
 
+// Documented: the value is looked for in exactly the domain, user and host that are given.
 TEST_F(Preferences, DomainsAreApart) {
     set(kCFBooleanTrue);
     EXPECT_FALSE(copy(CFSTR("com.morvelli.TolvaranHelper.OtherContractTests")));
     EXPECT_FALSE(copy(kCFPreferencesAnyApplication));
 }
 
+// Documented: this synchronises everything that the application would see.
 TEST_F(Preferences, AnApplicationsPreferencesSynchronise) {
     set(kCFBooleanTrue);
     EXPECT_TRUE(CFPreferencesAppSynchronize(domain()));

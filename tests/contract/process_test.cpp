@@ -24,6 +24,8 @@ std::string pathOf(CFBundleRef bundle) {
     return path;
 }
 
+// Left open, since a header is all there is of these two functions: that they give what main() was
+// given. Documented for that: a null after the last argument.
 TEST_F(Process, TheArgumentsBeginWithTheProgram) {
     ASSERT_GE(*_NSGetArgc(), 1);
     char** const arguments = *_NSGetArgv();
@@ -31,7 +33,8 @@ TEST_F(Process, TheArgumentsBeginWithTheProgram) {
     EXPECT_EQ(arguments[*_NSGetArgc()], nullptr);
 }
 
-// A program that is in no bundle has a main bundle all the same: its directory.
+// Left open: what the main bundle of a program is that is in none. It has one all the same, its
+// directory. Documented: the list of all bundles is of those that the process has opened.
 TEST_F(Process, TheMainBundleHasAPathAndIsAmongTheLoadedOnes) {
     const CFBundleRef main = CFBundleGetMainBundle();
     ASSERT_NE(main, nullptr);
@@ -46,6 +49,7 @@ TEST_F(Process, TheMainBundleHasAPathAndIsAmongTheLoadedOnes) {
     EXPECT_GE(std::ranges::count(paths, pathOf(main)), 1);
 }
 
+// Documented: false where the buffer is too small.
 TEST_F(Process, APathThatDoesNotFitIsRefused) {
     const auto url = CFRef<CFURLRef>::assume(CFBundleCopyBundleURL(CFBundleGetMainBundle()));
     UInt8 small[1] = {};
@@ -69,6 +73,8 @@ TEST_F(Process, TheRunningApplicationsAreListedWithTheirProcesses) {
     }
 }
 
+// Documented: an observer lives until it is removed. Left open: what a test could make launch, end
+// or wake; so nothing is expected to arrive.
 TEST_F(Process, AnObservationCanBeBegunAndEnded) {
     const auto nothing = [](const std::optional<workspace::RunningApplication>&) {};
     const auto launches = workspace::observeLaunches(nothing);

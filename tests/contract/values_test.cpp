@@ -64,6 +64,7 @@ TEST_F(Values, AContainerKeepsItsElementsAliveAndAGetReturnsThemUnretained) {
     EXPECT_EQ(bytesOf(kept.get()), "a value that is too long to be kept in a pointer");
 }
 
+// Documented: either list may be null if it is not wanted.
 TEST_F(Values, ADictionaryGivesItsKeysWithoutItsValues) {
     const auto key = stringOf("key");
     const void* keys[] = {key.get()};
@@ -77,6 +78,7 @@ TEST_F(Values, ADictionaryGivesItsKeysWithoutItsValues) {
     EXPECT_TRUE(CFEqual(found[0], key.get()));
 }
 
+// Documented: an array is ordered.
 TEST_F(Values, AnArrayKeepsItsElementsInOrder) {
     const auto first = stringOf("first");
     const auto second = stringOf("second");
@@ -121,6 +123,7 @@ TEST_F(Values, GetBytesTellsTheSizeAndStopsAtALoneSurrogate) {
               1);
 }
 
+// Documented: every type has an ID of its own. Left open: which number that is.
 TEST_F(Values, EachKindOfValueHasATypeOfItsOwn) {
     const auto string = stringOf("1");
     const auto number = numberOf(kCFNumberSInt64Type, std::int64_t{1});
@@ -142,6 +145,7 @@ TEST_F(Values, ANumberRemembersWhetherItIsFloatingPoint) {
     EXPECT_TRUE(CFNumberIsFloatType(numberOf(kCFNumberFloat32Type, 0.5F).get()));
 }
 
+// Documented: true when the conversion loses nothing.
 TEST_F(Values, WholeNumbersSurviveTheWayThereAndBack) {
     constexpr std::int64_t cases[] = {0,
                                       1,
@@ -174,6 +178,7 @@ TEST_F(Values, AConversionThatLosesSomethingSaysSo) {
         CFNumberGetValue(numberOf(kCFNumberDoubleType, 1e300).get(), kCFNumberSInt64Type, &whole));
 }
 
+// Documented: true when the conversion loses nothing.
 TEST_F(Values, ADoubleIsReadAsItWasWritten) {
     for (const double value : {0.0, 2.0, -1.5, 1e300}) {
         double read = 17;
@@ -206,6 +211,8 @@ TEST_F(Values, AUUIDIsWrittenInCapitalsAndNoTwoAreAlike) {
     EXPECT_TRUE(CFEqual(first.get(), again.get()));
 }
 
+// Documented: seconds since the first moment of 2001 in Greenwich. Left open: that they never go
+// back; a clock may be set, but hardly during this test.
 TEST_F(Values, AbsoluteTimeCountsFromTheBeginningOf2001AndAdvances) {
     EXPECT_EQ(kCFAbsoluteTimeIntervalSince1970, 978307200.0);
     const CFAbsoluteTime before = CFAbsoluteTimeGetCurrent();
