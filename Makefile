@@ -49,8 +49,11 @@ mac: ## Build and check the Mac product, universal (elsewhere than on a Mac: MAC
 install: mac ## On a Mac: install the helper for this user and start it
 	build/mac/product/install
 
+# From the source, so that nothing need be built for it.
+IDENTIFIER = $(shell sed -n 's/^set(TOLVARAN_HELPER_IDENTIFIER \(.*\))/\1/p' packaging/macos/CMakeLists.txt)
+
 uninstall: ## On a Mac: end the helper and remove it
-	build/mac/product/uninstall
+	@sed 's/@TOLVARAN_HELPER_IDENTIFIER@/$(IDENTIFIER)/' packaging/macos/uninstall.in | sh
 
 clean: ## Remove everything that was built
 	rm -rf build

@@ -4,6 +4,11 @@ set(CMAKE_OBJCXX_STANDARD 20)
 set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
 set(CMAKE_OBJCXX_EXTENSIONS OFF)
 
+# The product is universal wherever a Mac builds it. A cross-build's target is one architecture.
+if(CMAKE_HOST_APPLE AND NOT CMAKE_OSX_ARCHITECTURES)
+    set(CMAKE_OSX_ARCHITECTURES arm64 x86_64)
+endif()
+
 foreach(framework CoreFoundation CoreGraphics ColorSync IOKit ApplicationServices)
     target_link_libraries(tolvaran_platform INTERFACE "-framework ${framework}")
 endforeach()
@@ -17,12 +22,15 @@ if(CMAKE_OSX_SYSROOT)
 endif()
 file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/simulator/include/*.h)
 set(checked ${CMAKE_BINARY_DIR}/declarations/checked)
+set(test_of_check ${PROJECT_SOURCE_DIR}/tests/packaging/declarations_test.py)
 add_custom_command(
     OUTPUT ${checked}
+    # First the check itself is tried, on headers that do differ. Only here is a compiler for it.
+    COMMAND ${Python3_EXECUTABLE} ${test_of_check} ${CMAKE_CXX_COMPILER} ${flags}
     COMMAND ${PROJECT_SOURCE_DIR}/tools/check-declarations
             --headers ${PROJECT_SOURCE_DIR}/simulator/include --work ${CMAKE_BINARY_DIR}/declarations
             -- ${CMAKE_CXX_COMPILER} ${flags}
     COMMAND ${CMAKE_COMMAND} -E touch ${checked}
-    DEPENDS ${PROJECT_SOURCE_DIR}/tools/check-declarations ${headers}
+    DEPENDS ${PROJECT_SOURCE_DIR}/tools/check-declarations ${test_of_check} ${headers}
     COMMENT "Comparing the simulator's declarations with the SDK's")
 add_custom_target(check_declarations DEPENDS ${checked})

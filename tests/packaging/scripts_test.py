@@ -9,6 +9,7 @@ import tempfile
 import unittest
 
 PACKAGING = pathlib.Path(os.environ["PACKAGING"])
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 LABEL = "com.morvelli.TolvaranHelper"
 SERVICE = f"gui/501/{LABEL}"
 
@@ -193,6 +194,14 @@ class Scripts(unittest.TestCase):
         self.assertFalse(self.agent.exists())
         self.assertFalse(self.directory.exists())
         self.assertTrue(record.exists())
+
+    def test_make_uninstalls_what_was_built_long_ago(self):
+        self.install()
+        self.write_program(self.product / "made", f'#!/bin/sh\nexec make -s -C "{ROOT}" uninstall\n')
+        calls = self.run_script("made")
+        self.assertEqual((self.result.returncode, self.result.stdout), (0, "Removed the helper.\n"))
+        self.assertEqual(calls, [f"launchctl bootout {SERVICE}"])
+        self.assertFalse(self.directory.exists())
 
     def test_uninstall_of_nothing_is_no_error_but_root_is_refused(self):
         self.run_script("uninstall")
