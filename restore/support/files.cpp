@@ -116,17 +116,35 @@ std::optional<pid_t> writerOf(const std::string& name) {
     return static_cast<pid_t>(pid);
 }
 
-bool isRunning(pid_t pid) {
-    return ::kill(pid, 0) == 0 || errno != ESRCH;
+/// Whether the writer of an unfinished file may still be at work on it. This process is at work on
+/// none while it looks, so that one of its number was left by a process that had the number before,
+/// as after a restart of the Mac.
+bool isAtWork(pid_t writer) {
+    return writer != ::getpid() && (::kill(writer, 0) == 0 || errno != ESRCH);
 }
 
-/// Lets the new name reach the disk, where the volume can do that for a directory. Many network
-/// volumes cannot; the file is in place all the same, so this is no failure of the write.
+/// Lets the changes of a directory's entries reach the disk, where the volume can do that. Many
+/// network volumes cannot; the change is made all the same, so this is no failure of it.
 void flushDirectory(const std::string& path) {
     const Descriptor opened(openFile(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
     if (opened.isOpen()) {
         flush(opened.number());
     }
+}
+
+/// Removes a name; that it is gone may still be undone by a power cut. 0, or -1 with errno.
+int unlinkFile(const std::string& path) noexcept {
+    return uninterrupted([&] { return ::unlink(path.c_str()); });
+}
+
+/// Creates one directory and lets its name reach the disk: without it, all that is written below
+/// would be lost with it. 0, or -1 with errno.
+int createDirectory(const std::string& path) {
+    if (uninterrupted([&] { return ::mkdir(path.c_str(), 0777); }) != 0) {
+        return -1;
+    }
+    flushDirectory(parentDirectory(path));
+    return 0;
 }
 
 /// Fills the new, unfinished file and puts it in the target's place.
@@ -189,7 +207,7 @@ void writeAtomically(const std::string& path, std::string_view content) {
         try {
             finish(unfinished, file.number(), path, content);
         } catch (...) {
-            removeIfPossible(unfinished);
+            unlinkFile(unfinished);
             throw;
         }
     }
@@ -197,14 +215,14 @@ void writeAtomically(const std::string& path, std::string_view content) {
 }
 
 void createDirectories(const std::string& path) {
-    if (uninterrupted([&] { return ::mkdir(path.c_str(), 0777); }) == 0) {
+    if (createDirectory(path) == 0) {
         return;
     }
     int failure = errno;
     const std::string parent = parentDirectory(path);
     if (failure == ENOENT && !parent.empty() && parent != path) {
         createDirectories(parent);
-        if (uninterrupted([&] { return ::mkdir(path.c_str(), 0777); }) == 0) {
+        if (createDirectory(path) == 0) {
             return;
         }
         failure = errno;
@@ -251,13 +269,16 @@ std::optional<std::int64_t> size(const std::string& path) {
 }
 
 void remove(const std::string& path) {
-    if (uninterrupted([&] { return ::unlink(path.c_str()); }) != 0) {
+    if (unlinkFile(path) != 0) {
         throw Error("remove", path, errno);
     }
+    flushDirectory(parentDirectory(path));
 }
 
-void removeIfPossible(const std::string& path) noexcept {
-    uninterrupted([&] { return ::unlink(path.c_str()); });
+void removeIfPossible(const std::string& path) {
+    if (unlinkFile(path) == 0) {
+        flushDirectory(parentDirectory(path));
+    }
 }
 
 void moveIfPossible(const std::string& from, const std::string& to) noexcept {
@@ -272,13 +293,13 @@ void removeAbandonedFiles(const std::string& directory) {
     std::vector<std::string> abandoned;
     while (const struct dirent* const entry = ::readdir(entries)) {
         const std::optional<pid_t> writer = writerOf(entry->d_name);
-        if (writer && !isRunning(*writer)) {
+        if (writer && !isAtWork(*writer)) {
             abandoned.push_back(directory + "/" + entry->d_name);
         }
     }
     ::closedir(entries);
     for (const std::string& path : abandoned) {
-        removeIfPossible(path);
+        unlinkFile(path);
     }
 }
 

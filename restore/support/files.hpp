@@ -58,17 +58,19 @@ bool exists(const std::string& path);
 /// The file's size in bytes; none when there is no file.
 std::optional<std::int64_t> size(const std::string& path);
 
-/// Removes a file. @throws Error, also when there is none (isNoSuchFile())
+/// Removes a file. Whatever is written after this returns reaches the disk after it, so that a
+/// record which has done its work does not come back beside what came later.
+/// @throws Error, also when there is none (isNoSuchFile())
 void remove(const std::string& path);
 
-/// Removes a file; every failure is ignored.
-void removeIfPossible(const std::string& path) noexcept;
+/// The same; every failure is ignored.
+void removeIfPossible(const std::string& path);
 
 /// Moves a file within a volume, replacing what stands at `to`; every failure is ignored.
 void moveIfPossible(const std::string& from, const std::string& to) noexcept;
 
 /// Removes the unfinished files that writeAtomically() left in a directory when its process was
-/// killed halfway. Those of processes that still run are left alone; failures are ignored.
+/// killed halfway. Those of other processes that still run are left alone; failures are ignored.
 void removeAbandonedFiles(const std::string& directory);
 
 /// Writes to the process's standard error; every failure is ignored.

@@ -197,7 +197,9 @@ TEST(Files, MovesOverAnExistingFileAndIgnoresFailures) {
 TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
     const TemporaryDirectory directory;
     const std::string ended = std::to_string(endedProcess());
-    const std::string running = std::to_string(::getpid());
+    constexpr pid_t other = 4711;
+    simulator::reset({{"applications", {{{"bundle", nullptr}, {"pid", other}}}}});
+    const std::string running = std::to_string(other);
     const std::vector<std::string> kept = {
         ".record.unfinished-" + running + "-AbCdEf",  // somebody is writing it
         ".record.unfinished-x-AbCdEf",
@@ -211,8 +213,11 @@ TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
         writeFile(directory / name, "x");
     }
     writeFile(directory / ".record.unfinished-" + ended + "-AbCdEf", "x");
+    // Left by a process that had this one's number before the Mac restarted.
+    writeFile(directory / ".record.unfinished-" + std::to_string(::getpid()) + "-AbCdEf", "x");
     removeAbandonedFiles(directory.path());
     removeAbandonedFiles(directory / "missing");
+    simulator::reset();
     std::vector<std::string> expected = kept;
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(directory.list(), expected);
