@@ -60,6 +60,10 @@ void collect(const json& patch, const std::string& prefix, std::vector<std::stri
 
 }  // namespace
 
+Ending healedEnding(const json& mac, const std::string& root) {
+    return ending(simulator::play(nextRun(mac), {.root = root, .quiet = true}).result);
+}
+
 FaultRun runWithFaults(const simulator::Scenario& scenario, const Decide& decide) {
     const TemporaryDirectory root;
     FaultRun run;
@@ -82,9 +86,7 @@ FaultRun runWithFaults(const simulator::Scenario& scenario, const Decide& decide
     if (simulator::liveObjects() != objects) {
         run.leftOver.push_back("an object that nobody released");
     }
-    const auto healed =
-        simulator::play(nextRun(run.after.mac), {.root = root.path(), .quiet = true});
-    run.healed = ending(healed.result);
+    run.healed = healedEnding(run.after.mac, root.path());
     noteUnfinishedFiles(root.path(), "after the next run", run.leftOver);
     return run;
 }

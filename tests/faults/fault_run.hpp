@@ -24,6 +24,10 @@ struct Ending {
     bool operator==(const Ending&) const = default;
 };
 
+/// Where a new helper ends that meets no fault: it starts on what lies in "ApplicationSupport"
+/// below `root`, on a Mac where Tolvaran no longer runs.
+Ending healedEnding(const nlohmann::json& mac, const std::string& root);
+
 /// What became of one scenario.
 struct FaultRun {
     std::vector<std::string> calls;     // every outside call of the first run, in order
