@@ -38,6 +38,7 @@ struct State {
     std::vector<std::string> exposed;
     std::optional<pid_t> processID;
     StandardErrorSink standardError;
+    std::function<void(const FileCall&)> observe;
 };
 
 State& state() {
@@ -152,6 +153,18 @@ ssize_t transfer(std::string_view function, const Subject& subject, size_t size,
     return conclude<ssize_t>(verdict, error, -1, idle, [&] { return body(size); });
 }
 
+/// The host's result, after showing the call to the observer unless it failed.
+template <typename Result>
+Result shown(FileCall call, Result result) {
+    if (result >= 0 && state().observe) {
+        const int error = errno;
+        call.result = result;
+        state().observe(call);
+        errno = error;
+    }
+    return result;
+}
+
 int openNothing() {
     return __real_open("/dev/null", O_RDWR | O_CLOEXEC);
 }
@@ -217,7 +230,12 @@ void setProcessID(std::optional<pid_t> pid) {
     state().processID = pid;
 }
 
+void observeFileCalls(std::function<void(const FileCall& call)> observe) {
+    state().observe = std::move(observe);
+}
+
 void clearFileCalls() {
+    state().observe = nullptr;
     state().exposed.clear();
     state().processID.reset();
 }
@@ -226,6 +244,7 @@ void clearFileCalls() {
 
 using simulator::call;
 using simulator::nothing;
+using simulator::shown;
 using simulator::subject;
 using simulator::transfer;
 
@@ -241,7 +260,9 @@ int __wrap_chmod(const char* path, mode_t mode) {
 }
 
 int __wrap_close(int descriptor) {
-    return call("close", subject(descriptor), [=] { return __real_close(descriptor); });
+    return call("close", subject(descriptor), [=] {
+        return shown({.function = "close", .descriptor = descriptor}, __real_close(descriptor));
+    });
 }
 
 int __wrap_closedir(DIR* directory) {
@@ -257,8 +278,10 @@ int __wrap_fcntl(int descriptor, int command, ...) {
     va_start(arguments, command);
     const long argument = va_arg(arguments, long);
     va_end(arguments);
-    return call("fcntl", subject(descriptor),
-                [=] { return simulator::flushOrControl(descriptor, command, argument); });
+    return call("fcntl", subject(descriptor), [=] {
+        return shown({.function = "fcntl", .descriptor = descriptor, .flags = command},
+                     simulator::flushOrControl(descriptor, command, argument));
+    });
 }
 
 int __wrap_fstat(int descriptor, struct stat* result) {
@@ -266,12 +289,16 @@ int __wrap_fstat(int descriptor, struct stat* result) {
 }
 
 int __wrap_fsync(int descriptor) {
-    return call("fsync", subject(descriptor), [=] { return simulator::flush(descriptor); });
+    return call("fsync", subject(descriptor), [=] {
+        return shown({.function = "fsync", .descriptor = descriptor}, simulator::flush(descriptor));
+    });
 }
 
 int __wrap_ftruncate(int descriptor, off_t length) {
-    return call("ftruncate", subject(descriptor),
-                [=] { return __real_ftruncate(descriptor, length); });
+    return call("ftruncate", subject(descriptor), [=] {
+        return shown({.function = "ftruncate", .descriptor = descriptor},
+                     __real_ftruncate(descriptor, length));
+    });
 }
 
 pid_t __wrap_getpid() {
@@ -283,7 +310,9 @@ int __wrap_kill(pid_t pid, int signal) {
 }
 
 int __wrap_link(const char* from, const char* to) {
-    return call("link", subject(from), [=] { return __real_link(from, to); });
+    return call("link", subject(from), [=] {
+        return shown({.function = "link", .path = from, .newPath = to}, __real_link(from, to));
+    });
 }
 
 off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
@@ -303,12 +332,16 @@ tm* __wrap_localtime_r(const time_t* time, tm* result) {
 }
 
 int __wrap_mkdir(const char* path, mode_t mode) {
-    return call("mkdir", subject(path), [=] { return __real_mkdir(path, mode); });
+    return call("mkdir", subject(path), [=] {
+        return shown({.function = "mkdir", .path = path}, __real_mkdir(path, mode));
+    });
 }
 
 int __wrap_mkostemp(char* path, int flags) {
-    return call<int>("mkostemp", subject(path), -1, simulator::openNothing,
-                     [=] { return __real_mkostemp(path, flags); });
+    return call<int>("mkostemp", subject(path), -1, simulator::openNothing, [=] {
+        return shown({.function = "mkostemp", .path = path, .flags = flags},
+                     __real_mkostemp(path, flags));
+    });
 }
 
 int __wrap_nanosleep(const timespec* duration, timespec* remaining) {
@@ -331,8 +364,10 @@ int __wrap_open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const auto mode = va_arg(arguments, mode_t);
     va_end(arguments);
-    return call<int>("open", subject(path), -1, simulator::openNothing,
-                     [=] { return __real_open(path, flags, mode); });
+    return call<int>("open", subject(path), -1, simulator::openNothing, [=] {
+        return shown({.function = "open", .path = path, .flags = flags},
+                     __real_open(path, flags, mode));
+    });
 }
 
 passwd* __wrap_getpwuid(uid_t user) {
@@ -359,11 +394,14 @@ dirent* __wrap_readdir(DIR* directory) {
 }
 
 int __wrap_rename(const char* from, const char* to) {
-    return call("rename", subject(from, to), [=] { return __real_rename(from, to); });
+    return call("rename", subject(from, to), [=] {
+        return shown({.function = "rename", .path = from, .newPath = to}, __real_rename(from, to));
+    });
 }
 
 int __wrap_rmdir(const char* path) {
-    return call("rmdir", subject(path), [=] { return __real_rmdir(path); });
+    return call("rmdir", subject(path),
+                [=] { return shown({.function = "rmdir", .path = path}, __real_rmdir(path)); });
 }
 
 simulator::SignalHandler __wrap_signal(int number, simulator::SignalHandler handler) {
@@ -377,13 +415,19 @@ int __wrap_stat(const char* path, struct stat* result) {
 }
 
 int __wrap_unlink(const char* path) {
-    return call("unlink", subject(path), [=] { return __real_unlink(path); });
+    return call("unlink", subject(path),
+                [=] { return shown({.function = "unlink", .path = path}, __real_unlink(path)); });
 }
 
 ssize_t __wrap_write(int descriptor, const void* buffer, size_t size) {
     return transfer(
         "write", subject(descriptor), size, [=] { return static_cast<ssize_t>(size); },
-        [=](size_t most) { return simulator::writeSomewhere(descriptor, buffer, most); });
+        [=](size_t most) {
+            return shown({.function = "write",
+                          .descriptor = descriptor,
+                          .data = {static_cast<const char*>(buffer), most}},
+                         simulator::writeSomewhere(descriptor, buffer, most));
+        });
 }
 
 }  // extern "C"

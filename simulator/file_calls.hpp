@@ -20,6 +20,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -47,7 +48,23 @@ void setStandardErrorSink(StandardErrorSink sink);
 /// What getpid() returns; none: the host's answer.
 void setProcessID(std::optional<pid_t> pid);
 
-/// Forgets the exposed directories and the process ID; part of simulator::reset().
+/// A redirected call that changed a file, opened or closed one, or flushed it.
+struct FileCall {
+    std::string_view function;
+    const char* path = nullptr;     // of a call about a path; mkostemp's has its name by now
+    const char* newPath = nullptr;  // of rename and link
+    int descriptor = -1;            // of a call about a descriptor
+    int flags = 0;                  // of open; fcntl's command
+    std::string_view data = {};     // of write: what it was given
+    std::int64_t result = 0;        // what the host returned: no failure
+};
+
+/// Shows `observe` every call of close, fcntl, fsync, ftruncate, link, mkdir, mkostemp, open,
+/// rename, rmdir, unlink and write, wherever the file lies, when the host has performed it. A call
+/// that fails, or that a fault keeps from having its effect, is not shown. reset() ends it.
+void observeFileCalls(std::function<void(const FileCall& call)> observe);
+
+/// Forgets the exposed directories, the process ID and the observer; part of simulator::reset().
 void clearFileCalls();
 
 }  // namespace simulator

@@ -351,5 +351,38 @@ TEST_F(FileCalls, TheProcessIDCanBeGiven) {
     EXPECT_EQ(getpid(), host);
 }
 
+TEST_F(FileCalls, AreShownToAnObserverOnceTheyHaveHadTheirEffect) {
+    std::vector<std::string> shown;
+    observeFileCalls([&](const FileCall& call) {
+        const std::string name(call.function);
+        shown.push_back(name + (call.path != nullptr ? " " + std::string(call.path) : "") +
+                        (call.newPath != nullptr ? " " + std::string(call.newPath) : "") +
+                        (name == "write" ? " " + std::string(call.data) : ""));
+        errno = EIO;  // must not reach the caller
+    });
+    const std::string file = exposed_ + "/file";
+    const std::string moved = exposed_ + "/moved";
+    errno = 0;
+    const int descriptor = open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    write(descriptor, "text", 4);
+    fsync(descriptor);
+    addFault({{"call", "rename"}, {"result", "EIO"}, {"times", 1}});
+    addFault({{"call", "unlink"}, {"effect", false}, {"times", 1}});
+    unlink(file.c_str());
+    EXPECT_EQ(errno, 0);
+    EXPECT_EQ(rename(file.c_str(), moved.c_str()), -1);
+    rename(file.c_str(), moved.c_str());
+    unlink((exposed_ + "/missing").c_str());
+    close(descriptor);
+    unlink(moved.c_str());
+    const std::vector<std::string> expected = {"open " + file, "write text",
+                                               "fsync",        "rename " + file + " " + moved,
+                                               "close",        "unlink " + moved};
+    EXPECT_EQ(shown, expected);
+    reset();
+    mkdir((exposed_ + "/new").c_str(), 0700);
+    EXPECT_EQ(shown, expected);
+}
+
 }  // namespace
 }  // namespace simulator
