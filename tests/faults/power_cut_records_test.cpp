@@ -1,0 +1,302 @@
+// Cuts the power at every moment while the library writes its records: what is then read is the
+// record as it was before the operation or as it is after it, and once the operation has returned,
+// it is the latter. Nothing that was told to be saved is lost, nothing that was removed comes back.
+//
+// Where an operation also changes the Mac, the other rule: while the Mac is not the user's, the
+// record that tells what the user had is on the disk, wherever the cut falls.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "restore/support/files.hpp"
+#include "restore/support/process_wide.hpp"
+#include "restore/tolvaran_restore.hpp"
+#include "simulator/file_calls.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/faults/disk_model.hpp"
+#include "tests/faults/torture.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+using Write = std::function<void(const std::string& path)>;
+using Read = std::function<std::string(const std::string& path)>;
+
+struct RecordKind {
+    const char* name;
+    std::vector<Write> writes;  // one after the other
+    Read read;                  // what the library reads, as text
+};
+
+const std::string pair = "HW-1,HW-2";
+const MarkedLayout layout = {{.uuid = "HW-1", .x = 0, .y = 0}, {.uuid = "HW-2", .x = 800, .y = 0}};
+const MarkedLayout otherLayout = {{.uuid = "HW-1", .x = 0, .y = 0}};
+const std::map<std::string, std::string> renaming = {{"HW-2", "HW-3"}};
+
+DockHotCornerSnapshot corners(std::int64_t action) {
+    DockHotCornerSnapshot snapshot;
+    snapshot.tlCorner = action;
+    return snapshot;
+}
+
+template <typename Record>
+std::string textOf(const Record& record) {
+    return tolvaran::json::write(record);
+}
+
+template <typename Value>
+std::string textOf(const std::optional<Value>& value) {
+    return value ? textOf(*value) : "none";
+}
+
+void saveOriginals(const MarkedLayout& entries, const std::string& path) {
+    OriginalsStore::save({.arrangements = {{pair, entries}}}, path);
+}
+
+template <typename Store>
+std::vector<Write> layoutWrites() {
+    return {[](const auto& path) { Store::premark(pair, layout, path); },
+            [](const auto& path) { Store::premark(pair, otherLayout, path); },
+            [](const auto& path) { Store::mark(pair, layout, path); },
+            [](const auto& path) {
+                Store::restoreCandidates(pair, {otherLayout, layout}, path);
+            },
+            [](const auto& path) { Store::migrateCanonicalIDs(renaming, path); },
+            [](const auto& path) { Store::clear("HW-1,HW-3", path); }};
+}
+
+const DisplayModeSpec mode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
+
+const std::vector<RecordKind>& kinds() {
+    static const std::vector<RecordKind> all = {
+        {"originals",
+         {[](const auto& path) { saveOriginals(layout, path); },
+          [](const auto& path) { saveOriginals(otherLayout, path); },
+          [](const auto& path) { saveOriginals(layout, path); },
+          [](const auto& path) { OriginalsStore::migrateUUIDs(renaming, path); }},
+         [](const auto& path) { return textOf(OriginalsStore::load(path)); }},
+        {"resolution originals",
+         {[](const auto& path) { ResolutionOriginalsStore::recordIfAbsent("HW-1", mode, path); },
+          [](const auto& path) { ResolutionOriginalsStore::recordIfAbsent("HW-2", mode, path); },
+          [](const auto& path) { ResolutionOriginalsStore::clear("HW-1", path); },
+          [](const auto& path) { ResolutionOriginalsStore::clear("HW-2", path); }},
+         [](const auto& path) { return textOf(ResolutionOriginalsStore::load(path)); }},
+        {"separated sets",
+         {[](const auto& path) { SeparatedSetsStore::markSeparated(pair, path); },
+          [](const auto& path) { SeparatedSetsStore::markSeparated("HW-3", path); },
+          [](const auto& path) { SeparatedSetsStore::migrateCanonicalIDs(renaming, path); },
+          [](const auto& path) { SeparatedSetsStore::clearSeparated("HW-3", path); }},
+         [](const auto& path) { return textOf(SeparatedSetsStore::signatures(path)); }},
+        {"side-pinned sets", layoutWrites<SidePinnedSetsStore::Operations>(),
+         [](const auto& path) { return textOf(SidePinnedSetsStore::load(path)); }},
+        {"native-mirrored sets", layoutWrites<NativeMirroredSetsStore::Operations>(),
+         [](const auto& path) { return textOf(NativeMirroredSetsStore::load(path)); }},
+        {"menu bar snapshot",
+         {[](const auto& path) { MenuBarAutohide::saveSnapshot({.hideMenuBar = 0}, path); },
+          [](const auto& path) {
+              MenuBarAutohide::saveSnapshot({.hideMenuBar = 0, .pendingOnly = true}, path);
+          },
+          [](const auto& path) { MenuBarAutohide::deleteSnapshot(path); }},
+         [](const auto& path) { return textOf(MenuBarAutohide::loadSnapshot(path)); }},
+        {"hot-corner snapshot",
+         {[](const auto& path) { DockHotCornerOverride::saveSnapshotOrThrow(corners(2), path); },
+          [](const auto& path) { DockHotCornerOverride::saveSnapshot(corners(5), path); },
+          [](const auto& path) { DockHotCornerOverride::deleteSnapshot(path); }},
+         [](const auto& path) { return textOf(DockHotCornerOverride::loadSnapshot(path)); }},
+        {"Dock marker",
+         {[](const auto& path) { DockAutoHideOverride::markPending(true, path); },
+          [](const auto& path) { DockAutoHideOverride::markPending(false, path); },
+          [](const auto& path) { DockAutoHideOverride::clearPending(path); }},
+         [](const auto& path) {
+             return textOf(DockAutoHideOverride::pendingRestoreValue(path)) +
+                    (DockAutoHideOverride::isPending(path) ? ", pending" : "");
+         }},
+        {"screen saver hold",
+         {[](const auto& path) { ScreenSaverHotCornerHold::begin(path); },
+          [](const auto& path) { ScreenSaverHotCornerHold::end(path); }},
+         [](const auto& path) {
+             return std::string(ScreenSaverHotCornerHold::isPending(path) ? "held" : "none");
+         }},
+        {"heartbeat",
+         {[](const auto& path) { HelperHeartbeat::touch(path, 1000); },
+          [](const auto& path) { HelperHeartbeat::touch(path, 2000000); },
+          [](const auto& path) { HelperHeartbeat::clear(path); }},
+         [](const auto& path) { return textOf(HelperHeartbeat::lastTouch(path)); }},
+    };
+    return all;
+}
+
+/// A directory that the disk model follows. Records lie two directories further down, as they do
+/// when the main application runs for the first time.
+class FollowedDirectory {
+  public:
+    explicit FollowedDirectory(const json& mac = json::object()) : disk_(root_.path()) {
+        simulator::reset(mac);
+        simulator::exposeToFaults(root_.path());
+        simulator::observeFileCalls([this](const simulator::FileCall& call) { disk_.take(call); });
+    }
+    ~FollowedDirectory() {
+        EXPECT_EQ(disk_.unknownCalls(), std::set<std::string>{});
+        EXPECT_EQ(disk_.whole(), treeBelow(root_.path())) << "the disk model and the disk differ";
+        simulator::reset();
+    }
+    FollowedDirectory(const FollowedDirectory&) = delete;
+    FollowedDirectory& operator=(const FollowedDirectory&) = delete;
+
+    std::string pathOf(const std::string& name) const { return root_ / (below + name); }
+    const DiskModel& disk() const { return disk_; }
+
+    static inline const std::string below = "Tolvaran/State/";
+
+  private:
+    TemporaryDirectory root_;
+    DiskModel disk_;
+};
+
+/// What each state that a cut may leave reads as.
+class CutReader {
+  public:
+    CutReader(const FollowedDirectory& directory, Read read)
+        : directory_(directory), read_(std::move(read)) {}
+
+    /// @return the texts that can be read after a cut now
+    const std::set<std::string>& possibleTexts() {
+        if (version_ == directory_.disk().version()) {
+            return texts_;
+        }
+        version_ = directory_.disk().version();
+        texts_.clear();
+        for (const Tree& tree : directory_.disk().cut().trees) {
+            layOut(tree, scratch_ / "disk");
+            texts_.insert(read_(scratch_ / ("disk/" + FollowedDirectory::below + "record")));
+            ++states_;
+        }
+        return texts_;
+    }
+
+    std::size_t states() const { return states_; }
+
+  private:
+    const FollowedDirectory& directory_;
+    Read read_;
+    TemporaryDirectory scratch_;
+    std::optional<std::size_t> version_;
+    std::set<std::string> texts_;
+    std::size_t states_ = 0;
+};
+
+class PowerCutRecordsTest : public testing::TestWithParam<RecordKind> {};
+
+TEST_P(PowerCutRecordsTest, LeavesTheOldRecordOrTheNewOne) {
+    const LogCapture log;
+    const FollowedDirectory directory;
+    const std::string path = directory.pathOf("record");
+    CutReader reader(directory, GetParam().read);
+    std::set<std::string> seen;
+    simulator::decideCalls([&](const std::string&) {
+        seen.merge(std::set<std::string>(reader.possibleTexts()));
+        return json();
+    });
+    std::string before = GetParam().read(path);
+    for (std::size_t n = 0; n < GetParam().writes.size(); ++n) {
+        SCOPED_TRACE("operation " + std::to_string(n));
+        seen.clear();
+        GetParam().writes[n](path);
+        const std::set<std::string> afterReturn = reader.possibleTexts();
+        const std::string after = GetParam().read(path);
+        EXPECT_NE(after, before) << "the operation does nothing";
+        seen.erase(before);
+        seen.erase(after);
+        EXPECT_EQ(seen, std::set<std::string>{}) << "neither " << before << " nor " << after;
+        EXPECT_EQ(afterReturn, std::set<std::string>{after});
+        before = after;
+    }
+    for (const std::string& line : log.lines()) {
+        EXPECT_NE(line.substr(0, 4), "warn") << line;
+    }
+    addStatistics({{"power-cut states", reader.states()}});
+}
+
+INSTANTIATE_TEST_SUITE_P(Records, PowerCutRecordsTest, testing::ValuesIn(kinds()),
+                         [](const auto& kind) {
+                             std::string name = kind.param.name;
+                             std::erase_if(name, [](unsigned char c) { return !std::isalnum(c); });
+                             return name;
+                         });
+
+TEST(PowerCutRecords, TheFirstRecordEverSavedIsNotLostWithItsNewDirectory) {
+    const FollowedDirectory directory;
+    files::store(directory.pathOf("record"), "content");
+    EXPECT_EQ(directory.disk().cut().trees, std::set<Tree>{directory.disk().whole()});
+}
+
+TEST(PowerCutRecords, ARemovedRecordDoesNotComeBack) {
+    const FollowedDirectory directory;
+    for (void (*const remove)(const std::string&) : {files::remove, files::removeIfPossible}) {
+        files::store(directory.pathOf("record"), "content");
+        remove(directory.pathOf("record"));
+        EXPECT_EQ(directory.disk().cut().trees, std::set<Tree>{directory.disk().whole()});
+    }
+}
+
+// The user's corners, and a Mac that has them.
+const json usersMac = {
+    {"preferences", {{"com.apple.dock", {{"wvous-tl-corner", 2}}}}},
+    {"dock",
+     {{"autoHide", false}, {"cornerActions", {2, 1, 1, 1}}, {"cornerModifiers", {0, 0, 0, 0}}}}};
+
+TEST(PowerCutRecords, SuppressedCornersHaveASnapshotOnTheDisk) {
+    using Owner = DockHotCornerLeaseOwner;
+    endProcess();
+    const FollowedDirectory directory(usersMac);
+    const std::string path = directory.pathOf("record");
+    const DockHotCornerSnapshot users = DockHotCornerOverride::readCurrent("com.apple.dock");
+    const json usersDock = simulator::machine().at("dock");
+    const json usersPreferences = simulator::machine().at("preferences");
+    CutReader reader(directory, [](const std::string& at) {
+        return textOf(DockHotCornerOverride::loadSnapshot(at));
+    });
+    std::size_t suppressedMoments = 0;
+    simulator::decideCalls([&](const std::string& function) {
+        const json mac = simulator::machine();
+        if (mac.at("dock") != usersDock || mac.at("preferences") != usersPreferences) {
+            ++suppressedMoments;
+            EXPECT_EQ(reader.possibleTexts(), std::set<std::string>{textOf(users)})
+                << "before " << function;
+        }
+        return json();
+    });
+    DockHotCornerOverride::enter(Owner::gameMode, path, "com.apple.dock");
+    DockHotCornerOverride::enter(Owner::customHotCorners, path, "com.apple.dock");
+    DockHotCornerOverride::exit(Owner::gameMode, path, "com.apple.dock");
+    DockHotCornerOverride::exit(Owner::customHotCorners, path, "com.apple.dock");
+    EXPECT_GT(suppressedMoments, 10U);
+    EXPECT_EQ(simulator::machine().at("dock"), usersDock);
+    EXPECT_EQ(reader.possibleTexts(), std::set<std::string>{"none"});
+    addStatistics({{"power-cut states", reader.states()}});
+    endProcess();
+}
+
+TEST(PowerCutRecords, AHoldHasAMarkerOnTheDisk) {
+    const FollowedDirectory directory;
+    const std::string path = directory.pathOf("record");
+    CutReader reader(directory, [](const std::string& at) {
+        return std::string(ScreenSaverHotCornerHold::isPending(at) ? "held" : "none");
+    });
+    std::vector<std::set<std::string>> whenPosting;
+    simulator::onCall("CFNotificationCenterPostNotification",
+                      [&] { whenPosting.push_back(reader.possibleTexts()); });
+    EXPECT_TRUE(ScreenSaverHotCornerHold::begin(path));
+    EXPECT_TRUE(ScreenSaverHotCornerHold::end(path));
+    // Held when the hold is asked for, and still when it is asked to end.
+    EXPECT_EQ(whenPosting, (std::vector<std::set<std::string>>{{"held"}, {"held"}}));
+}
+
+}  // namespace
+}  // namespace tolvaran::tests
