@@ -124,8 +124,9 @@ const std::map<std::string, Forms>& table() {
         {"CFUUIDCreateFromString", null},
         {"CFUUIDCreateString", null},
         // The main queue and the workspace.
-        {"dispatch_after_f", withoutEffect()},
-        {"dispatch_async_f", withoutEffect()},
+        // Work that dispatch cannot queue ends the process.
+        {"dispatch_after_f", cannotFail},
+        {"dispatch_async_f", cannotFail},
         {"dispatch_source_create", null},
         {"dispatch_source_set_timer", withoutEffect()},
         {"observeLaunches", withoutEffect()},
