@@ -25,7 +25,7 @@ run: build ## Run the main job: a real process is killed, and its Mac is put bac
 endif
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
-	ctest --preset $(PRESET) -j $(JOBS)
+	@tools/run-tests --preset $(PRESET) -j $(JOBS)
 
 sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
 	@$(MAKE) --no-print-directory test PRESET=sanitize
