@@ -1,0 +1,309 @@
+// Corrupts every file that the helper reads, in every scenario: cut at every length, with every
+// byte other than it was, with every field missing, doubled, null and of every other type.
+//
+// A file that is no record any more must be as good as none: the Mac ends as it does without the
+// file, what stands in other files is put back all the same, the log says so where the design gives
+// it a line, and the file stays, unless the design discards it. A file that is still a record, or
+// another one, may change what that kind of record decides about and nothing else.
+//
+// With TOLVARAN_TORTURE=1 every corruption is tried, without it a fixed sample of them.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <iterator>
+#include <optional>
+#include <regex>
+#include <set>
+#include <utility>
+
+#include "simulator/file_calls.hpp"
+#include "simulator/player/player.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/faults/corruptions.hpp"
+#include "tests/faults/fault_run.hpp"
+#include "tests/faults/record_formats.hpp"
+#include "tests/faults/torture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using simulator::Scenario;
+
+using Places = std::vector<std::string>;
+
+/// One file of one scenario.
+struct StateFile {
+    std::string scenario;  // its path
+    std::string path;      // the file's, below the application-support directory
+    std::string content;
+};
+
+std::string textOf(const json& content) {
+    return content.is_string() ? content.get<std::string>() : content.dump();
+}
+
+/// The scenario with another file at this path; none: without one.
+Scenario withFile(Scenario scenario, const std::string& path,
+                  const std::optional<std::string>& content) {
+    std::erase_if(scenario.files, [&](const auto& file) { return file.first == path; });
+    if (content) {
+        scenario.files.emplace_back(path, *content);
+    }
+    return scenario;
+}
+
+/// What became of a scenario whose file was corrupt.
+struct Outcome {
+    Ending after;
+    Ending healed;  // the run after it; as `after` where that was not played
+    Places log;     // "level: message"
+    bool wasRead = false;
+    std::optional<std::string> file;  // what then lies at the path
+    Places leftOver;
+};
+
+enum class NextRun { played, leftOut };
+
+std::size_t openDescriptors() {
+    const fs::directory_iterator entries("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+Outcome play(const Scenario& scenario, const std::string& path, NextRun next) {
+    const TemporaryDirectory root;
+    const std::string file = root / ("ApplicationSupport/" + path);
+    Outcome outcome;
+    const std::size_t descriptors = openDescriptors();
+    const std::size_t objects = simulator::liveObjects();
+    const auto prepare = [&] {
+        simulator::observeFileCalls([&](const simulator::FileCall& call) {
+            outcome.wasRead |= call.function == "open" && call.path == file;
+        });
+    };
+    const json result =
+        simulator::play(scenario, {.root = root.path(), .quiet = true, .prepare = prepare}).result;
+    outcome.after = {.mac = result.at("mac"), .files = result.at("files")};
+    outcome.after.files.erase("State/.helper-heartbeat");
+    outcome.healed = outcome.after;
+    for (const json& line : result.at("log")) {
+        outcome.log.push_back(line.at("level").get<std::string>() + ": " +
+                              line.at("message").get<std::string>());
+    }
+    if (openDescriptors() != descriptors || simulator::liveObjects() != objects) {
+        outcome.leftOver.emplace_back("a descriptor or an object");
+    }
+    for (const std::string& name : root.list()) {
+        if (name.find(".unfinished-") != std::string::npos) {
+            outcome.leftOver.push_back(name);
+        }
+    }
+    outcome.file = readFile(file);
+    if (next == NextRun::played) {
+        outcome.healed = healedEnding(outcome.after.mac, root.path());
+    }
+    return outcome;
+}
+
+/// A corruption tried on one file.
+class Trial {
+  public:
+    explicit Trial(StateFile file)
+        : file_(std::move(file)),
+          format_(*recordFormat(file_.path)),
+          scenario_(simulator::loadScenario(file_.scenario)),
+          own_("files/" + std::regex_replace(file_.path, std::regex("/"), "~1")),
+          whole_(play(withFile(scenario_, file_.path, file_.content), file_.path, NextRun::played)),
+          absent_(
+              play(withFile(scenario_, file_.path, std::nullopt), file_.path, NextRun::played)) {}
+
+    void check(const Corruption& corruption, NextRun next) {
+        ++tried_;
+        SCOPED_TRACE(file_.path + ", " + corruption.what + ": " +
+                     json(corruption.content).dump(-1, ' ', true, json::error_handler_t::replace));
+        const Scenario corrupt = withFile(scenario_, file_.path, corruption.content);
+        if (mayStopTheProgram(format_, corruption.content)) {
+            checkInAProcessOfItsOwn(corrupt, corruption.content);
+            return;
+        }
+        const Outcome outcome = play(corrupt, file_.path, next);
+        EXPECT_EQ(outcome.leftOver, Places{});
+        if (isUsable(format_, corruption.content)) {
+            checkUsable(corruption.content, outcome, next);
+        } else {
+            checkUnusable(corruption.content, outcome, next);
+        }
+    }
+
+    const StateFile& file() const { return file_; }
+    std::size_t tried() const { return tried_; }
+
+  private:
+    /// Where the two end differently, apart from the file itself.
+    Places elsewhere(const Outcome& a, const Outcome& b, NextRun next) const {
+        Places places = differences(a.after, b.after);
+        if (next == NextRun::played) {
+            std::ranges::copy(differences(a.healed, b.healed), std::back_inserter(places));
+        }
+        std::erase_if(places, [&](const std::string& place) { return place.starts_with(own_); });
+        return places;
+    }
+
+    bool hasWarning(const Outcome& outcome) const {
+        return std::ranges::any_of(outcome.log, [&](const std::string& line) {
+            return line.starts_with(format_.warning);
+        });
+    }
+
+    void checkUnusable(const std::string& content, const Outcome& outcome, NextRun next) const {
+        EXPECT_EQ(elsewhere(absent_, outcome, next), Places{}) << "not as without the file";
+        if (!outcome.wasRead) {
+            return;
+        }
+        EXPECT_TRUE(hasWarning(outcome)) << "no warning";
+        if (absent_.file) {
+            EXPECT_EQ(outcome.file, absent_.file) << "what was written later is not there";
+        } else if (format_.fate == Fate::kept) {
+            EXPECT_EQ(outcome.file, content) << "the file did not stay";
+        } else {
+            EXPECT_EQ(outcome.file, std::nullopt) << "the file was not discarded";
+        }
+    }
+
+    void checkUsable(const std::string& content, const Outcome& outcome, NextRun next) const {
+        if (*format_.warning != '\0') {
+            EXPECT_FALSE(hasWarning(outcome) && !hasWarning(whole_)) << "a warning for a record";
+        }
+        const bool isSame = format_.fate == Fate::unread ||
+                            json::parse(content) == json::parse(file_.content, nullptr, false);
+        const std::regex allowed(isSame ? "" : format_.places);
+        for (const std::string& place : elsewhere(whole_, outcome, next)) {
+            EXPECT_TRUE(std::regex_match(place, allowed)) << "ends differently at " << place;
+        }
+    }
+
+    /// The program may stop, and has then said why and left the file alone.
+    void checkInAProcessOfItsOwn(const Scenario& corrupt, const std::string& content) const {
+        const TemporaryDirectory root;
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const rlimit noCore{0, 0};
+            ::setrlimit(RLIMIT_CORE, &noCore);
+            simulator::play(corrupt, {.root = root.path(), .quiet = true});
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+            return;
+        }
+        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) << status;
+        EXPECT_NE(readFile(root / "Logs/tolvaran-helper.log").value_or("").find("] stopping: "),
+                  std::string::npos);
+        EXPECT_EQ(readFile(root / ("ApplicationSupport/" + file_.path)), content);
+    }
+
+    StateFile file_;
+    const RecordFormat& format_;
+    Scenario scenario_;
+    std::string own_;  // the file as a place where endings differ
+    Outcome whole_;
+    Outcome absent_;
+    std::size_t tried_ = 0;
+};
+
+// Files that hold every field that a record of their kind can have, on a Mac with three displays
+// that all of them are about.
+const std::string fullScenario = TOLVARAN_SCENARIOS "/crash-in-full.json";
+const std::vector<StateFile> completeFiles = {
+    {fullScenario, "State/menubar-state.json",
+     R"({"displayVisibilityOverrides":[{"canonicalID":"HW-1552-41040-4251086178","enabled":true,)"
+     R"("hardwareID":"HW-1552-41040-4251086178","portUUID":"37D8832A-2D66-02CA-B9F7-8F30A301B230"}],)"
+     R"("globalRestored":false,"hideMenuBar":0,"pendingOnly":false,"visibleInFullscreen":1})"},
+    {fullScenario, "State/hot-corners-snapshot.json",
+     R"({"blCorner":4,"blModifier":0,"brCorner":1,"brModifier":131072,"liveActions":[2,5,4,13],)"
+     R"("liveModifiers":[0,1048576,0,131072],"tlCorner":2,"tlModifier":0,"trCorner":5,)"
+     R"("trModifier":1048576})"},
+    {fullScenario, "Settings/preferences.json",
+     R"({"knownDisplays":[{"ids":["HW-1552-41040-4251086178","another"],"name":"built-in"}]})"},
+};
+
+/// Every file that the helper reads of every scenario with a virtual clock, and the complete ones.
+const std::vector<StateFile>& stateFiles() {
+    static const std::vector<StateFile> all = [] {
+        std::vector<StateFile> files = completeFiles;
+        for (const auto& entry : fs::directory_iterator(TOLVARAN_SCENARIOS)) {
+            if (entry.path().extension() != ".json") {
+                continue;
+            }
+            const Scenario scenario = simulator::loadScenario(entry.path().string());
+            for (const auto& [path, content] : scenario.files) {
+                if (scenario.clock == simulator::clock::Kind::virtualTime &&
+                    recordFormat(path) != nullptr) {
+                    files.push_back({entry.path().string(), path, textOf(content)});
+                }
+            }
+        }
+        std::ranges::sort(files, {}, [](const StateFile& file) {
+            return std::tie(file.path, file.content, file.scenario);
+        });
+        return files;
+    }();
+    return all;
+}
+
+/// Whether the list has the same file of an earlier scenario. One byte makes no other difference in
+/// another scenario, and there are millions of them.
+bool isRepeated(std::size_t number) {
+    const auto& files = stateFiles();
+    return number > 0 && files[number].path == files[number - 1].path &&
+           files[number].content == files[number - 1].content;
+}
+
+class CorruptionTest : public testing::TestWithParam<std::size_t> {
+  protected:
+    CorruptionTest() : trial(stateFiles()[GetParam()]) {}
+    ~CorruptionTest() override { addStatistics({{"corrupted files", trial.tried()}}); }
+
+    void checkAll(const std::vector<Corruption>& corruptions, std::size_t sample) {
+        const std::size_t step = stride(corruptions.size(), sample);
+        for (std::size_t n = 0; n < corruptions.size() && !HasFailure(); n += step) {
+            trial.check(corruptions[n], NextRun::played);
+        }
+    }
+
+    Trial trial;
+};
+
+TEST_P(CorruptionTest, CostsNothingButTheRecord) {
+    const std::string& content = trial.file().content;
+    checkAll(cuts(content), 3);
+    checkAll(fieldCorruptions(content), 8);
+    const std::size_t bytes = isRepeated(GetParam()) ? 0 : byteCorruptions(content);
+    const std::size_t step = stride(bytes, 6);
+    for (std::size_t n = 0; n < bytes && !HasFailure(); n += step) {
+        trial.check(byteCorruption(content, n), NextRun::leftOut);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, CorruptionTest, testing::Range<std::size_t>(0, stateFiles().size()),
+                         [](const auto& number) {
+                             const StateFile& file = stateFiles()[number.param];
+                             std::string name = std::to_string(number.param) + "_" +
+                                                fs::path(file.path).stem().string() + "_of_" +
+                                                fs::path(file.scenario).stem().string();
+                             std::ranges::replace_if(
+                                 name, [](unsigned char c) { return !std::isalnum(c); }, '_');
+                             return name;
+                         });
+
+}  // namespace
+}  // namespace tolvaran::tests

@@ -1,0 +1,214 @@
+#include "tests/faults/record_formats.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+constexpr double twoToThe63 = 9223372036854775808.0;
+
+bool isText(const json& value) {
+    return value.is_string();
+}
+
+bool isFlag(const json& value) {
+    return value.is_boolean();
+}
+
+bool isNumber(const json& value) {
+    return value.is_number();
+}
+
+std::optional<std::int64_t> integer(const json& value) {
+    if (value.is_number_unsigned()) {
+        const auto number = value.get<std::uint64_t>();
+        constexpr auto greatest =
+            static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+        return number <= greatest ? std::optional(static_cast<std::int64_t>(number)) : std::nullopt;
+    }
+    if (value.is_number_integer()) {
+        return value.get<std::int64_t>();
+    }
+    const double number = value.is_number_float() ? value.get<double>() : 0.5;
+    return number == std::trunc(number) && std::fabs(number) < twoToThe63
+               ? std::optional(static_cast<std::int64_t>(number))
+               : std::nullopt;
+}
+
+bool isInteger(const json& value) {
+    return integer(value).has_value();
+}
+
+bool isInt32(const json& value) {
+    const std::optional<std::int64_t> number = integer(value);
+    return number && *number == static_cast<std::int32_t>(*number);
+}
+
+using Check = bool (*)(const json&);
+
+bool has(const json& object, const char* key, Check check) {
+    return object.is_object() && object.contains(key) && check(object[key]);
+}
+
+bool mayHave(const json& object, const char* key, Check check) {
+    return object.is_object() &&
+           (!object.contains(key) || object[key].is_null() || check(object[key]));
+}
+
+template <Check check>
+bool isListOf(const json& value) {
+    return value.is_array() && std::all_of(value.begin(), value.end(), check);
+}
+
+template <Check check>
+bool isMapOf(const json& value) {
+    return value.is_object() && std::all_of(value.begin(), value.end(), check);
+}
+
+template <int version>
+bool isVersion(const json& value) {
+    return integer(value) == version;
+}
+
+bool isPosition(const json& value) {
+    return has(value, "uuid", isText) && has(value, "x", isNumber) && has(value, "y", isNumber);
+}
+
+bool isOriginals(const json& value) {
+    return has(value, "version", isVersion<2>) &&
+           has(value, "arrangements", isMapOf<isListOf<isPosition>>);
+}
+
+bool isMode(const json& value) {
+    return has(value, "width", isInteger) && has(value, "height", isInteger) &&
+           has(value, "scaled", isFlag) && has(value, "hz", isInteger);
+}
+
+bool isResolutionOriginals(const json& value) {
+    return has(value, "version", isVersion<1>) && has(value, "entries", isMapOf<isMode>);
+}
+
+bool isSeparatedSets(const json& value) {
+    return has(value, "version", isVersion<1>) && has(value, "signatures", isListOf<isText>);
+}
+
+template <int version>
+bool isLayoutSets(const json& value) {
+    return has(value, "version", isVersion<version>) &&
+           has(value, "arrangements", isMapOf<isListOf<isListOf<isPosition>>>);
+}
+
+bool isOverride(const json& value) {
+    return has(value, "canonicalID", isText) && mayHave(value, "hardwareID", isText) &&
+           has(value, "portUUID", isText) && has(value, "enabled", isFlag);
+}
+
+bool isMenuBarSnapshot(const json& value) {
+    return mayHave(value, "hideMenuBar", isInteger) &&
+           mayHave(value, "visibleInFullscreen", isInteger) &&
+           mayHave(value, "displayVisibilityOverrides", isListOf<isOverride>) &&
+           mayHave(value, "globalRestored", isFlag) && mayHave(value, "pendingOnly", isFlag);
+}
+
+bool isFourInt32(const json& value) {
+    return isListOf<isInt32>(value) && value.size() == 4;
+}
+
+bool isCornerSnapshot(const json& value) {
+    constexpr std::array fields{"tlCorner", "tlModifier", "trCorner", "trModifier",
+                                "blCorner", "blModifier", "brCorner", "brModifier"};
+    const auto isMissing = [&](const char* key) {
+        return !value.contains(key) || value[key].is_null();
+    };
+    return std::all_of(fields.begin(), fields.end(),
+                       [&](const char* key) { return mayHave(value, key, isInt32); }) &&
+           ((isMissing("liveActions") && isMissing("liveModifiers")) ||
+            (has(value, "liveActions", isFourInt32) && has(value, "liveModifiers", isFourInt32)));
+}
+
+bool isDockMarker(const json& value) {
+    return has(value, "version", isVersion<1>) && has(value, "restoreTo", isFlag);
+}
+
+bool isKnownDisplay(const json& value) {
+    return has(value, "ids", isListOf<isText>);
+}
+
+bool isPreferences(const json& value) {
+    return mayHave(value, "knownDisplays", isListOf<isKnownDisplay>);
+}
+
+constexpr const char* frames =
+    "(mac/displays/[0-9]+/frame/[0-9]|files/State~1(separated|side-pinned|native-mirrored)-sets"
+    "\\.json.*)";
+
+constexpr std::array<RecordFormat, 10> formats{{
+    {"State/.display-originals", isOriginals,
+     "warn: originals file missing/wrong version/unparseable, starting fresh", Fate::kept, frames},
+    {"State/.resolution-originals", isResolutionOriginals,
+     "warn: resolution originals file missing/wrong version/unparseable, starting fresh",
+     Fate::kept, "mac/displays/[0-9]+/(mode|frame/[0-9])"},
+    {"State/separated-sets.json", isSeparatedSets,
+     "warn: separated-sets file wrong version/unparseable, treating as empty", Fate::kept, frames},
+    {"State/side-pinned-sets.json", isLayoutSets<2>,
+     "warn: side-pinned-sets file wrong version/unparseable, treating as empty", Fate::kept,
+     frames},
+    {"State/native-mirrored-sets.json", isLayoutSets<1>,
+     "warn: native-mirrored-sets file wrong version/unparseable, treating as empty", Fate::kept,
+     frames},
+    {"State/menubar-state.json", isMenuBarSnapshot,
+     "warn: menu bar snapshot at State/menubar-state.json failed to decode: ", Fate::kept,
+     "mac/(preferences/global.*|menuBar/autoHide|displays/[0-9]+/menuBarOverride)"},
+    {"State/hot-corners-snapshot.json", isCornerSnapshot,
+     "warn: hot-corner snapshot at State/hot-corners-snapshot.json failed to decode: ", Fate::kept,
+     "mac/(preferences/com\\.apple\\.dock.*|dock/corner.*)"},
+    {"State/dock-autohide-pending.json", isDockMarker, "", Fate::discarded,
+     "mac/(preferences/com\\.apple\\.dock/autohide|dock/autoHide)"},
+    {"State/hot-corner-screen-saver-hold", nullptr, "", Fate::unread, ""},
+    {"Settings/preferences.json", isPreferences,
+     "warn: AliasMap: preferences.json unparseable, falling back to identity", Fate::kept,
+     "(mac/displays/[0-9]+/(frame/[0-9]|mode|menuBarOverride)|files/State~1.*)"},
+}};
+
+/// The document that the content is. Text with a zero byte is none, nor is one nested deeper than
+/// anybody would write.
+json parsed(const std::string& content) {
+    return content.find('\0') == std::string::npos ? json::parse(content, nullptr, false)
+                                                   : json(json::value_t::discarded);
+}
+
+/// Whether any number in the value lies outside 32 bits.
+bool hasFarNumber(const json& value) {
+    if (value.is_number()) {
+        return !(std::fabs(value.get<double>()) < 2147483648.0);
+    }
+    return value.is_structured() && std::any_of(value.begin(), value.end(), hasFarNumber);
+}
+
+}  // namespace
+
+const RecordFormat* recordFormat(const std::string& path) {
+    const auto found =
+        std::find_if(formats.begin(), formats.end(),
+                     [&](const RecordFormat& format) { return format.path == path; });
+    return found == formats.end() ? nullptr : &*found;
+}
+
+bool isUsable(const RecordFormat& format, const std::string& content) {
+    const json document = parsed(content);
+    return format.fate == Fate::unread || (!document.is_discarded() && format.isUsable(document));
+}
+
+bool mayStopTheProgram(const RecordFormat& format, const std::string& content) {
+    return format.isUsable == isOriginals && isUsable(format, content) &&
+           hasFarNumber(parsed(content).at("arrangements"));
+}
+
+}  // namespace tolvaran::tests
