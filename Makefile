@@ -1,7 +1,7 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test sanitize torture bench mac install uninstall clean
+.PHONY: help setup build run test sanitize torture fuzz bench mac install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -36,6 +36,12 @@ torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N:
 	@TOLVARAN_STATISTICS=$(CURDIR)/build/torture-counts TOLVARAN_TORTURE_PAIRS=$(PAIRS) \
 		ctest --preset torture -j $(JOBS); \
 		result=$$?; tools/torture-summary build/torture-counts; exit $$result
+
+fuzz: ## Look for inputs that break something, without end (FUZZ_SECONDS=N: N seconds a target)
+	@tools/install-dependencies build fuzz
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz -j $(JOBS)
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) tools/fuzz
 
 bench: ## Measure speed
 	@$(MAKE) --no-print-directory build PRESET=release

@@ -1,0 +1,35 @@
+// Plays any scenario to its end, whatever it holds. Used by the fuzz targets that run the helper.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "simulator/player/scenario.hpp"
+
+namespace tolvaran::fuzz {
+
+/// How a play came to its end.
+enum class Ending {
+    whole,    // at the time given
+    refused,  // the Mac did not let something happen, or a fault's result has the wrong type
+    stopped,  // the helper stopped itself, as it does over a number that no Mac can have
+    endless,  // it was broken off, as the helper would not come to rest
+};
+
+struct BoundedPlay {
+    Ending ending = Ending::whole;
+    std::string why = {};                    // of all endings but whole
+    nlohmann::json result = {};              // of whole: the scenario's result
+    std::vector<std::string> leftOver = {};  // of whole: what nobody closed, released or finished
+};
+
+/// Is asked about every outside call before it is made.
+using Watch = std::function<void(const std::string& function)>;
+
+/// Plays the scenario with its application-support and log directories below `root`.
+BoundedPlay playBounded(const simulator::Scenario& scenario, const std::string& root,
+                        const Watch& watch = nullptr);
+
+}  // namespace tolvaran::fuzz

@@ -1,0 +1,400 @@
+// Fuzz target: every decoder of the library. The first byte of an input is the letter of one of
+// them, the rest is what it reads: the content of a file, a list of raw mode records, or values of
+// the system as JSON. Other inputs are passed over.
+//
+// Whatever the bytes are, no decoder may crash, leak or touch the file. What it takes it must write
+// and read back equal; what it does not take it must refuse as its header says.
+//
+// Two records are not here. The commit cache of the originals is never on disk, and of the screen
+// saver's hold only the presence of its file counts ('k' sees to that).
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "fuzz/check.hpp"
+#include "fuzz/target.hpp"
+#include "restore/arrangement/alias_map.hpp"
+#include "restore/arrangement/display_identity.hpp"
+#include "restore/arrangement/originals_store.hpp"
+#include "restore/arrangement/set_marks.hpp"
+#include "restore/dock/dock_auto_hide_override.hpp"
+#include "restore/dock/dock_hot_corner_override.hpp"
+#include "restore/dock/screen_saver_hot_corner_hold.hpp"
+#include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/modes/display_mode_control.hpp"
+#include "restore/modes/display_mode_descriptor.hpp"
+#include "restore/modes/resolution_originals_store.hpp"
+#include "restore/paths/helper_heartbeat.hpp"
+#include "restore/support/json.hpp"
+#include "restore/support/preferences.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran::fuzz {
+namespace {
+
+using tests::LogCapture;
+
+/// A file with the input in it.
+struct Input {
+    std::string path;
+    std::string content;
+    // How the one line begins with which the file is refused; empty: it is refused without a word.
+    std::string refusal;
+};
+
+/// Whether no reader may take this for a record.
+bool isNoObject(const std::string& content) {
+    const bool hasZeroByte = content.find('\0') != std::string::npos;
+    return hasZeroByte ||
+           !nlohmann::json::parse(content, nullptr, /*allow_exceptions=*/false).is_object();
+}
+
+/// The lines in one; empty for none.
+std::string joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += (text.empty() ? "" : " | ") + line;
+    }
+    return text;
+}
+
+/// What the log must be after reading: nothing, or the refusal. Returns whether it was refused.
+bool requireRefusalOrSilence(const Input& input, LogCapture& log) {
+    const std::vector<std::string> lines = log.take();
+    const bool refused = !lines.empty();
+    require(!refused || (lines.size() == 1 && !input.refusal.empty() &&
+                         lines[0].starts_with("warn: " + input.refusal)),
+            "reading logged: " + joined(lines));
+    require(refused || input.refusal.empty() || !isNoObject(input.content),
+            "what is no record was taken without a word");
+    return refused;
+}
+
+/// Loads the file, saves what it held, and loads that.
+template <typename Load, typename Save>
+auto readAndWrite(const Input& input, Load load, Save save) {
+    LogCapture log;
+    const auto first = load(input.path);
+    const bool refused = requireRefusalOrSilence(input, log);
+    require(tests::readFile(input.path) == input.content, "reading changed the file");
+    save(first, input.path);
+    if (refused) {
+        log.take();  // a writer that looks at the old file first refuses it once more
+    }
+    require(load(input.path) == first, "what was written is not what was read");
+    require(log.lines().empty(), "writing what was read logged: " + joined(log.lines()));
+    return first;
+}
+
+void originals(const Input& input) {
+    const OriginalsFile file = readAndWrite(input, OriginalsStore::load, OriginalsStore::save);
+    // A migration that goes nowhere leaves only what is well formed, and then changes nothing more.
+    OriginalsStore::migrateUUIDs({{"A", "A"}}, input.path);
+    const OriginalsFile migrated = OriginalsStore::load(input.path);
+    OriginalsStore::migrateUUIDs({{"A", "A"}}, input.path);
+    require(OriginalsStore::load(input.path) == migrated, "a second migration changed something");
+    require(migrated.arrangements.size() <= file.arrangements.size(),
+            "a migration added something");
+}
+
+void aliases(const Input& input) {
+    LogCapture log;
+    const AliasMap map = AliasMap::load(input.path);
+    const bool refused = requireRefusalOrSilence(input, log);
+    require(!refused || map.entries.empty(), "a refused file has aliases");
+    for (const AliasMap::Entry& entry : map.entries) {
+        for (const std::string& id : entry.ids) {
+            const std::string canonical = map.canonicalID(id);
+            require(std::any_of(map.entries.begin(), map.entries.end(),
+                                [&](const AliasMap::Entry& other) {
+                                    return !other.ids.empty() && other.ids.front() == canonical;
+                                }),
+                    "the canonical ID is no first one");
+        }
+    }
+    require(tests::readFile(input.path) == input.content, "reading changed the file");
+}
+
+void resolutionOriginals(const Input& input) {
+    const ResolutionOriginalsFile file =
+        readAndWrite(input, ResolutionOriginalsStore::load, ResolutionOriginalsStore::save);
+    for (const auto& [uuid, spec] : file.entries) {
+        require(spec.isValid(), "an entry was kept that no display could have");
+        require(!spec.displayString().empty() && !spec.aspectRatioString().empty() &&
+                    spec.logDescription().starts_with(spec.displayString()),
+                "a mode has no description");
+    }
+}
+
+/// A signature that is not among these.
+std::string newSignature(const std::vector<std::string>& known) {
+    std::string signature = "new";
+    while (std::find(known.begin(), known.end(), signature) != known.end()) {
+        signature += "'";
+    }
+    return signature;
+}
+
+void separatedSets(const Input& input) {
+    readAndWrite(input, SeparatedSetsStore::signatures,
+                 [](const std::vector<std::string>& signatures, const std::string& path) {
+                     const std::string added = newSignature(signatures);
+                     SeparatedSetsStore::markSeparated(added, path);
+                     SeparatedSetsStore::clearSeparated(added, path);
+                 });
+}
+
+template <typename Store>
+void layoutSets(const Input& input) {
+    const auto rewrite = [](const auto& file, const std::string& path) {
+        std::vector<std::string> signatures;
+        for (const auto& [signature, layouts] : file.arrangements) {
+            signatures.push_back(signature);
+        }
+        const std::string added = newSignature(signatures);
+        Store::premark(added, {OriginalsEntry{.uuid = "A", .x = 0, .y = 0}}, path);
+        Store::clear(added, path);
+    };
+    const auto file = readAndWrite(input, Store::load, rewrite);
+    for (const auto& [signature, layouts] : file.arrangements) {
+        for (const MarkedLayout& layout : layouts) {
+            std::map<std::string, CGPoint> origins;
+            for (const OriginalsEntry& entry : layout) {
+                origins.try_emplace(entry.uuid, CGPointMake(entry.x, entry.y));
+            }
+            const bool eachOnce = origins.size() == layout.size();
+            require(layout.empty() || !eachOnce ||
+                        Store::matchesCurrentHardware(signature, origins, input.path),
+                    "a marked layout does not match itself");
+        }
+    }
+}
+
+void menuBar(const Input& input) {
+    const auto snapshot = readAndWrite(
+        input, MenuBarAutohide::loadSnapshot, [](const auto& loaded, const std::string& path) {
+            const bool done = loaded ? MenuBarAutohide::saveSnapshot(*loaded, path)
+                                     : MenuBarAutohide::deleteSnapshot(path);
+            require(done, "the snapshot could not be written");
+        });
+    if (snapshot) {
+        const auto kept = snapshot->settled({.globalRestored = false, .onlyAbsent = true});
+        require(kept && kept->displayVisibilityOverrides == snapshot->displayVisibilityOverrides,
+                "an attempt without success lost records");
+    }
+}
+
+void hotCorners(const Input& input) {
+    const auto snapshot =
+        readAndWrite(input, DockHotCornerOverride::loadSnapshot,
+                     [](const auto& loaded, const std::string& path) {
+                         if (loaded) {
+                             DockHotCornerOverride::saveSnapshotOrThrow(*loaded, path);
+                         } else {
+                             DockHotCornerOverride::deleteSnapshot(path);
+                         }
+                     });
+    require(!snapshot || snapshot->isValid(), "a snapshot was read that may not be restored");
+    require(!snapshot || (snapshot->effectiveActions().size() == hotCornerCount &&
+                          snapshot->cornerActions().size() == hotCornerCount),
+            "a snapshot has not four corners");
+}
+
+void dockMarker(const Input& input) {
+    readAndWrite(input, DockAutoHideOverride::pendingRestoreValue,
+                 [](const std::optional<bool>& value, const std::string& path) {
+                     if (value) {
+                         DockAutoHideOverride::markPending(*value, path);
+                     } else {
+                         DockAutoHideOverride::clearPending(path);
+                     }
+                 });
+}
+
+void heartbeat(const Input& input) {
+    LogCapture log;
+    const auto date = HelperHeartbeat::lastTouch(input.path);
+    // Beyond this a date no longer tells milliseconds apart, and far beyond it writing one stops
+    // the program.
+    constexpr double latest = 4e12;
+    if (date && std::fabs(*date) < latest) {
+        require(HelperHeartbeat::touch(input.path, *date), "the heartbeat could not be written");
+        const auto again = HelperHeartbeat::lastTouch(input.path);
+        // Writing cuts off what reading has rounded, which can cost the last millisecond.
+        require(again && std::fabs(*again - *date) < 0.0015, "the heartbeat was written otherwise");
+    }
+    require(log.lines().empty(), "the heartbeat logged something");
+}
+
+void screenSaverHold(const Input& input) {
+    require(ScreenSaverHotCornerHold::recoverIfPending(input.path) &&
+                !ScreenSaverHotCornerHold::isPending(input.path),
+            "a hold was not ended");
+}
+
+void anyJSON(const Input& input) {
+    try {
+        const json::Value value = json::parse(input.content);
+        try {
+            const std::string text = json::serialize(value);
+            require(json::serialize(json::parse(text)) == text,
+                    "JSON is not written as it is read");
+        } catch (const json::EncodingError& error) {
+            fail(std::string("what was read cannot be written: ") + error.what());
+        }
+    } catch (const json::DecodingError& error) {
+        require(std::string(error.what()).size() > 0, "a refusal without a reason");
+    }
+}
+
+/// The raw records of the input, one after the other.
+std::vector<DisplayModeDescriptor> modesIn(const std::string& content) {
+    std::vector<DisplayModeDescriptor> modes;
+    const auto bytes = std::as_bytes(std::span(content));
+    for (std::size_t at = 0; at + displayModeRecordLength <= bytes.size();
+         at += displayModeRecordLength) {
+        modes.push_back(DisplayModeDescriptor::fromRecord(
+            DisplayModeRecord(bytes.data() + at, displayModeRecordLength)));
+        std::int32_t width = 0;  // read as a host does that is little-endian, as all of ours are
+        std::memcpy(&width, bytes.data() + at + 8, sizeof width);
+        require(modes.back().width == width, "a mode has another width");
+    }
+    return modes;
+}
+
+void modes(const Input& input) {
+    const std::vector<DisplayModeDescriptor> all = modesIn(input.content);
+    for (const DisplayModeDescriptor& mode : all) {
+        const auto match = DisplayModeControl::exactMatch(mode.spec(), all);
+        require(match.has_value() || !mode.isUsable(), "a usable mode does not match its own spec");
+        require(!match || match->isUsable(), "a mode matches that may not be used");
+    }
+    for (const DisplayModeDescriptor& mode : DisplayModeControl::dedupedModes(all)) {
+        require(mode.isUsable() && mode.width > 0, "a mode is offered that may not be used");
+    }
+    // A width in pixels that is no 64-bit integer stops the program.
+    const bool hasWidths = std::all_of(all.begin(), all.end(), [](const auto& mode) {
+        return std::fabs(mode.density * static_cast<float>(mode.width)) < 1e18F;
+    });
+    require(!hasWidths || DisplayModeControl::nativePixelWidth(all) >= 0,
+            "a panel's width is below 0");
+}
+
+/// Makes the Mac anew with the input as one of its keys; false when the simulator refuses that.
+bool becomes(const std::string& key, const Input& input) {
+    const auto value = nlohmann::json::parse(input.content, nullptr, false);
+    try {
+        simulator::reset({{key, value.is_discarded() ? nlohmann::json() : value}});
+        return true;
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+}
+
+/// A number that a display can have; 1, as which the system reads true, for everything else.
+std::uint32_t numberIn(const nlohmann::json& service, const char* key) {
+    const auto value = service.find(key);
+    const bool isNumber = value != service.end() && value->is_number_unsigned() &&
+                          *value <= std::numeric_limits<std::uint32_t>::max();
+    return isNumber ? value->get<std::uint32_t>() : 1;
+}
+
+void registry(const Input& input) {
+    if (!becomes("registry", input)) {
+        return;
+    }
+    const nlohmann::json services = simulator::machine().at("registry");
+    for (const nlohmann::json& service : services) {
+        const auto serial = edidSerialString(numberIn(service, "DisplayVendorID"),
+                                             numberIn(service, "DisplayProductID"));
+        const auto has = [&](const nlohmann::json& other) {
+            return other.value("DisplaySerialString", nlohmann::json()) == *serial;
+        };
+        require(!serial || (!serial->empty() && std::any_of(services.begin(), services.end(), has)),
+                "a serial string is nobody's");
+    }
+}
+
+void preferences(const Input& input) {
+    if (!becomes("preferences", input)) {
+        return;
+    }
+    const DockHotCornerSnapshot corners =
+        DockHotCornerOverride::readCurrent(DockHotCornerOverride::dockAppID);
+    require(corners.liveListsArePaired(), "the live corners are no pair");
+    if (corners.isValid()) {
+        DockHotCornerOverride::saveSnapshotOrThrow(corners, input.path);
+        require(DockHotCornerOverride::loadSnapshot(input.path) == corners,
+                "the corners are not saved as they are");
+    }
+    const MenuBarAutohideSnapshot menuBarNow = MenuBarAutohide::readCurrent();
+    for (const auto& value : {menuBarNow.hideMenuBar, menuBarNow.visibleInFullscreen}) {
+        require(!value || *value == 0 || *value == 1, "a switch is neither on nor off");
+    }
+}
+
+struct Decoder {
+    char letter;
+    void (*check)(const Input& input);
+    const char* refusal;
+};
+
+constexpr std::array decoders = {
+    Decoder{'o', originals, "originals file missing/wrong version/unparseable, starting fresh"},
+    Decoder{'a', aliases, "AliasMap: preferences.json unparseable, falling back to identity"},
+    Decoder{'r', resolutionOriginals,
+            "resolution originals file missing/wrong version/unparseable, starting fresh"},
+    Decoder{'s', separatedSets, "separated-sets file wrong version/unparseable, treating as empty"},
+    Decoder{'p', layoutSets<SidePinnedSetsStore::Operations>,
+            "side-pinned-sets file wrong version/unparseable, treating as empty"},
+    Decoder{'n', layoutSets<NativeMirroredSetsStore::Operations>,
+            "native-mirrored-sets file wrong version/unparseable, treating as empty"},
+    Decoder{'m', menuBar, "menu bar snapshot at "},
+    Decoder{'h', hotCorners, "hot-corner snapshot at "},
+    Decoder{'d', dockMarker, ""},
+    Decoder{'b', heartbeat, ""},
+    Decoder{'k', screenSaverHold, ""},
+    Decoder{'j', anyJSON, ""},
+    Decoder{'e', modes, ""},
+    Decoder{'i', registry, ""},
+    Decoder{'f', preferences, ""},
+};
+
+void checkWith(const Decoder& decoder, std::string content) {
+    static const tests::TemporaryDirectory directory;
+    const Input input{
+        .path = directory / "record", .content = std::move(content), .refusal = decoder.refusal};
+    tests::writeFile(input.path, input.content);
+    simulator::reset();
+    const std::size_t objects = simulator::liveObjects();
+    decoder.check(input);
+    require(simulator::liveObjects() == objects, "an object was not released");
+    require(directory.list().size() <= 1, "an unfinished file was left behind");
+}
+
+}  // namespace
+}  // namespace tolvaran::fuzz
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace tolvaran::fuzz;
+    if (size == 0) {
+        return 0;
+    }
+    const auto decoder = std::find_if(decoders.begin(), decoders.end(), [&](const Decoder& one) {
+        return one.letter == static_cast<char>(data[0]);
+    });
+    if (decoder != decoders.end()) {
+        checkWith(*decoder, std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
+    }
+    return 0;
+}

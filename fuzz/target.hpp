@@ -1,0 +1,15 @@
+// What every fuzz target is: one function that takes any bytes. libFuzzer calls it (make fuzz), or
+// driver.cpp does (make test), which needs no Clang.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" {
+
+/// Tries one input. Ends the process by fuzz::fail() when something is wrong with what becomes of
+/// it.
+/// @return 0, as libFuzzer demands
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+}  // extern "C"
