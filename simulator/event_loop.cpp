@@ -26,6 +26,7 @@ struct State {
     std::uint64_t lastNumber = 0;
     clock::Time endOfRun = 0;
     bool running = false;  // queued work runs
+    std::function<void(LoopMoment)> observer;
     // Work that was dropped may hold the only pointers to what it was to free, as in any process
     // that is killed. Kept, so that this does not look like a leak.
     std::deque<Work> abandoned;
@@ -63,14 +64,23 @@ bool isDue(const List& list, clock::Time end) {
     return !list.empty() && nextDue(list) <= std::min(clock::now(), end);
 }
 
+void tellObserver(LoopMoment moment) {
+    if (state().observer) {
+        state().observer(moment);
+    }
+}
+
 void runNextEvent() {
     auto next = state().events.extract(state().events.begin());
+    tellObserver(LoopMoment::beforeEvent);
     next.mapped()();
+    tellObserver(LoopMoment::afterEvent);
 }
 
 void runNextWork() {
     auto next = state().queue.extract(state().queue.begin());
     state().places.erase(next.key().second);
+    tellObserver(LoopMoment::beforeWork);
     const Running running;
     next.mapped().run();
 }
@@ -150,8 +160,13 @@ clock::Time endOfRun() {
     return state().endOfRun;
 }
 
+void observeLoop(std::function<void(LoopMoment)> observer) {
+    state().observer = std::move(observer);
+}
+
 void clearEventLoop() {
     State& all = state();
+    all.observer = nullptr;
     all.events.clear();
     all.places.clear();
     all.endOfRun = 0;

@@ -42,7 +42,13 @@ void sleepUntil(clock::Time end);
 void setEndOfRun(clock::Time end);
 clock::Time endOfRun();
 
-/// Drops everything planned and queued.
+/// What the loop is about to do, or has just done.
+enum class LoopMoment { beforeWork, beforeEvent, afterEvent };
+/// Calls `observer` at each of these moments, until clearEventLoop(): for who wants to know whether
+/// it was the process or the outside world that changed something.
+void observeLoop(std::function<void(LoopMoment)> observer);
+
+/// Drops everything planned and queued, and the observer.
 void clearEventLoop();
 
 }  // namespace simulator

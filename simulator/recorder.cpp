@@ -180,6 +180,10 @@ json calls() {
     return state().calls;
 }
 
+std::size_t recordedCalls() {
+    return state().calls.size();
+}
+
 void forgetCalls() {
     state().calls = json::array();
 }

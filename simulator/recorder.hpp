@@ -3,6 +3,7 @@
 // list of calls end with record().
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -43,5 +44,8 @@ Verdict admit(std::string_view function, std::string_view subject = {});
 /// @param args   the arguments as JSON; a removed value is null; handles are left out
 /// @param result what the function returned, null for none
 void record(std::string_view function, nlohmann::json args, nlohmann::json result);
+
+/// How many calls are in that list.
+std::size_t recordedCalls();
 
 }  // namespace simulator

@@ -74,7 +74,9 @@ void printSummary(const Scenario& scenario, const Outcome& outcome, std::ostream
 
 int playCommand(const Command& command, std::ostream& out, std::ostream& errors) {
     const Scenario scenario = loadScenario(command.scenario);
-    const Outcome outcome = play(scenario, command.options);
+    PlayOptions options = command.options;
+    options.observes = true;
+    const Outcome outcome = play(scenario, options);
     if (command.printsJson) {
         out << outcome.result.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
     } else {

@@ -31,6 +31,9 @@ void LogLines::takeLine() {
     entries_.push_back({{"at", clock::seconds()},
                         {"level", line_.substr(level, end - level)},
                         {"message", readableText(line_.substr(end + afterLevel.size()))}});
+    if (onLine_) {
+        onLine_();
+    }
 }
 
 }  // namespace simulator

@@ -1,9 +1,11 @@
 // The helper's log, taken from what it writes to standard error.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace simulator {
 
@@ -11,6 +13,9 @@ namespace simulator {
 /// "[timestamp] [elapsed] [helper] [level] message".
 class LogLines {
   public:
+    /// @param onLine called after each complete line; may be empty
+    explicit LogLines(std::function<void()> onLine = {}) : onLine_(std::move(onLine)) {}
+
     /// Takes the next piece, which may hold any part of any number of lines.
     void take(std::string_view text);
 
@@ -21,6 +26,7 @@ class LogLines {
   private:
     void takeLine();
 
+    std::function<void()> onLine_;
     std::string line_;  // not yet ended
     nlohmann::json entries_ = nlohmann::json::array();
 };

@@ -14,6 +14,7 @@
 #include "simulator/player/environment.hpp"
 #include "simulator/player/log_lines.hpp"
 #include "simulator/player/matching.hpp"
+#include "simulator/player/observation.hpp"
 #include "simulator/recorder.hpp"
 #include "simulator/simulator.hpp"
 
@@ -96,13 +97,17 @@ constexpr pid_t virtualProcessID = 501;
 
 /// Starts the clock and plans what will happen. The helper's own time begins at 0 as well, after
 /// the events of that time.
-void planTimeline(const Scenario& scenario) {
+void planTimeline(const Scenario& scenario, Observation* observation) {
     clock::restart(scenario.clock);
     if (clock::isVirtual()) {
         setProcessID(virtualProcessID);
     }
-    for (const auto& [at, event] : scenario.timeline) {
-        planEvent(at, event);
+    for (const PlannedEvent& event : scenario.timeline) {
+        if (observation == nullptr) {
+            planEvent(event.at, event.perform);
+        } else {
+            planEvent(event.at, [=, &event] { observation->play(event.document, event.perform); });
+        }
     }
     setEndOfRun(scenario.until);
     sleepUntil(0);
@@ -122,24 +127,46 @@ json withShortPaths(json log, const std::string& applicationSupport) {
     return log;
 }
 
-json run(const Scenario& scenario, const Root& root, const PlayOptions& options) {
-    layOutFiles(scenario, root.applicationSupport());
-    LogLines log;
-    setStandardErrorSink([&](std::string_view text) {
-        log.take(text);
-        return !options.quiet;
-    });
-    setFaults(scenario.faults);
-    planTimeline(scenario);
-    if (options.prepare) {
-        options.prepare();
-    }
+json scenarioFacts(const Scenario& scenario) {
+    return {{"name", scenario.name},
+            {"clock", scenario.clock == clock::Kind::realTime ? "real" : "virtual"},
+            {"until", static_cast<double>(scenario.until) / clock::second}};
+}
+
+/// The helper's life, and what the Mac is like after it.
+json live(const Root& root, const LogLines& log) {
     tolvaran::helperMain();
     return {{"log", withShortPaths(log.entries(), root.applicationSupport())},
             {"calls", calls()},
             {"notifications", notifications()},
             {"mac", machine()},
             {"files", stateFiles(root.logs())}};
+}
+
+json run(const Scenario& scenario, const Root& root, const PlayOptions& options) {
+    layOutFiles(scenario, root.applicationSupport());
+    std::optional<Observation> observation;
+    if (options.observes) {
+        observation.emplace();
+    }
+    LogLines log(observation ? [&] { observation->logged(); } : std::function<void()>());
+    setStandardErrorSink([&](std::string_view text) {
+        log.take(text);
+        return !options.quiet;
+    });
+    setFaults(scenario.faults);
+    planTimeline(scenario, observation ? &*observation : nullptr);
+    if (options.prepare) {
+        options.prepare();
+    }
+    if (!observation) {
+        return live(root, log);
+    }
+    observation->begin(root.logs());
+    json result = live(root, log);
+    observation->finish(result);
+    result["scenario"] = scenarioFacts(scenario);
+    return result;
 }
 
 }  // namespace

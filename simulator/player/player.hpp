@@ -20,12 +20,14 @@ struct PlayOptions {
     std::optional<std::string> root = {};
     /// Keeps the helper's log off standard error.
     bool quiet = false;
+    /// Tells more of the run: scenario, timeline, order, before. It takes longer.
+    bool observes = false;
     /// Called when everything is laid out, just before the helper's process begins.
     std::function<void()> prepare = {};
 };
 
 struct Outcome {
-    nlohmann::json result;              // log, calls, notifications, mac, files
+    nlohmann::json result;              // log, calls, notifications, mac, files; see `observes`
     std::vector<std::string> failures;  // one line for each expectation that failed
 };
 

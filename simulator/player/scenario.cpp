@@ -62,7 +62,9 @@ void readTimeline(const JsonReader& timeline, Scenario& scenario) {
     for (const JsonReader& event : timeline.elements()) {
         event.entries();
         const clock::Time at = readTime(event.at("at"));
-        scenario.timeline.emplace_back(at, readEvent(event, launching));
+        json document = event.value();
+        document.erase("at");
+        scenario.timeline.push_back({at, readEvent(event, launching), std::move(document)});
         scenario.until = std::max(scenario.until, at + clock::second);
     }
 }

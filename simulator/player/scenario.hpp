@@ -19,13 +19,19 @@ class ScenarioError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+struct PlannedEvent {
+    clock::Time at = 0;
+    Event perform;
+    nlohmann::json document;  // as the scenario gives it, without "at"
+};
+
 struct Scenario {
     std::string name;
     clock::Kind clock = clock::Kind::virtualTime;
     nlohmann::json mac = nlohmann::json::object();
     std::vector<std::pair<std::string, nlohmann::json>> files;  // relative path, content
     std::optional<std::string> filesFrom;                       // absolute
-    std::vector<std::pair<clock::Time, Event>> timeline;        // in the order given
+    std::vector<PlannedEvent> timeline;                         // in the order given
     clock::Time until = clock::second;
     nlohmann::json faults = nlohmann::json::array();
     nlohmann::json expect = nlohmann::json::object();

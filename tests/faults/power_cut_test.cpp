@@ -108,8 +108,8 @@ class CutCollector {
 /// Plays the scenario to its end, following it.
 void follow(const Scenario& scenario, CutCollector& collector) {
     Scenario counted = scenario;
-    for (auto& [at, event] : counted.timeline) {
-        event = [&collector, perform = event] {
+    for (simulator::PlannedEvent& event : counted.timeline) {
+        event.perform = [&collector, perform = event.perform] {
             collector.countEvent();
             perform();
         };
@@ -125,7 +125,7 @@ void follow(const Scenario& scenario, CutCollector& collector) {
 Ending calmEnding(const Scenario& scenario, std::size_t events) {
     Scenario shortened = scenario;
     std::stable_sort(shortened.timeline.begin(), shortened.timeline.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+                     [](const auto& a, const auto& b) { return a.at < b.at; });
     shortened.timeline.resize(events);
     const TemporaryDirectory root;
     const auto played = simulator::play(shortened, {.root = root.path(), .quiet = true});

@@ -80,7 +80,10 @@ TEST_F(CommandLine, JSONIsTheResultAndNothingElse) {
     const json parsed = json::parse(result.out);
     EXPECT_TRUE(parsed.contains("log") && parsed.contains("calls") && parsed.contains("mac") &&
                 parsed.contains("files") && parsed.contains("notifications"));
-    EXPECT_EQ(parsed.size(), 5U);
+    for (const char* const key : {"scenario", "timeline", "order", "before"}) {
+        EXPECT_TRUE(parsed.contains(key)) << key;
+    }
+    EXPECT_EQ(parsed.size(), 9U);
     EXPECT_EQ(result.errors, "expect.mac.mainDisplay: expected 7, found 1\n");
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
@@ -53,6 +54,94 @@ TEST_F(Player, PlaysACrash) {
               (json{{"at", 0}, {"level", "info"}, {"message", "Helper starting (pid 501)"}}));
     EXPECT_THAT(names(result["log"], "message"),
                 testing::Contains("dock auto-hide restoreIfPending: forced back to true"));
+}
+
+json observed(const json& document) {
+    return play(readScenario(document, "", "test"), {.quiet = true, .observes = true}).result;
+}
+
+TEST_F(Player, TellsHowTheScenarioWasPlayed) {
+    json document = crash();
+    document["timeline"].push_back({{"at", 2}, {"wake", true}});
+    document["timeline"].push_back({{"at", 9}, {"wake", true}});
+    document["until"] = 5.5;
+    const json result = observed(document);
+    EXPECT_EQ(result["scenario"], (json{{"name", "test"}, {"clock", "virtual"}, {"until", 5.5}}));
+    EXPECT_EQ(result["timeline"], (json{{{"at", 2}, {"wake", true}}, {{"at", 5}, {"exit", 812}}}))
+        << "as it was played, so in the order of time, and not what comes after the end";
+    EXPECT_FALSE(playQuietly(document).result.contains("timeline")) << "unless it was asked for";
+}
+
+TEST_F(Player, TheOrderNamesWhatHappenedOneByOne) {
+    const json result = observed(crash());
+    std::map<std::string, std::size_t> found;
+    for (const json& word : result["order"]) {
+        ++found[word];
+    }
+    EXPECT_EQ(found["event"], result["timeline"].size());
+    EXPECT_EQ(found["log"], result["log"].size());
+    EXPECT_EQ(found["call"], result["calls"].size());
+    EXPECT_EQ(found.size(), 3U);
+    // The application ends; and later the Dock is asked and told between two lines of the log.
+    EXPECT_EQ(result["order"], (json{"log", "log", "log", "event", "log", "log", "log", "log",
+                                     "call", "call", "log", "log", "call", "log"}));
+}
+
+TEST_F(Player, TellsWhatTheMacWasLikeBeforeTheHelperChangedIt) {
+    json document = crash();
+    document["timeline"].push_back({{"at", 1}, {"wake", true}});
+    document["timeline"].push_back({{"at", 3}, {"set", {{"cursorAssociated", false}}}});
+    document["timeline"].push_back({{"at", 9}, {"set", {{"dock", {{"autoHide", false}}}}}});
+    const json before = observed(document)["before"];
+    EXPECT_EQ(before["at"], 5.2);
+    EXPECT_EQ(before["mac"]["cursorAssociated"], false);
+    EXPECT_EQ(before["mac"]["dock"]["autoHide"], false);
+    EXPECT_EQ(before["mac"]["applications"], json::array()) << "it had ended by then";
+    EXPECT_TRUE(before["files"].contains(marker));
+    EXPECT_TRUE(before["files"].contains("State/.helper-heartbeat"));
+}
+
+TEST_F(Player, BeforeIsTheEndWhenTheHelperChangesNothing) {
+    json document = crash();
+    document["timeline"] = json::parse(R"([
+        {"at": 1, "set": {"cursorAssociated": false}},
+        {"at": 2, "write": {"path": "State/other", "content": "x"}}])");
+    document["until"] = 3;
+    const json result = observed(document);
+    EXPECT_EQ(result["before"],
+              (json{{"at", 3}, {"mac", result["mac"]}, {"files", result["files"]}}));
+}
+
+TEST_F(Player, WhatTheHelperChangesAtItsStartHasABefore) {
+    json document = crash();
+    document["mac"] = {{"cursorAssociated", false}};
+    document["timeline"] = json::array();
+    const json result = observed(document);
+    EXPECT_EQ(result["before"]["at"], 0);
+    EXPECT_EQ(result["before"]["mac"]["cursorAssociated"], false);
+    EXPECT_TRUE(result["before"]["files"].contains(marker));
+    EXPECT_EQ(result["mac"]["cursorAssociated"], true);
+}
+
+// The helper waits, in the midst of its work, for an override that never shows; meanwhile somebody
+// else moves the mouse's cursor away. Neither is a change that the helper made.
+TEST_F(Player, WhatOthersChangeWhileTheHelperWaitsIsNotItsDoing) {
+    json document = json::parse(R"({
+        "mac": {"displays": [{"id": 1, "frame": [0, 0, 1512, 982], "menuBarOverride": false,
+                              "portUUID": "37D8832A-2D66-02CA-B9F7-8F30A301B230"}]},
+        "files": {"State/menubar-state.json": {"hideMenuBar": 0, "displayVisibilityOverrides": [
+            {"canonicalID": "37D8832A-2D66-02CA-B9F7-8F30A301B230",
+             "portUUID": "37D8832A-2D66-02CA-B9F7-8F30A301B230", "enabled": true}]}},
+        "faults": [{"call": "SLSSetMenuBarVisibilityOverrideOnDisplay", "effect": false},
+                   {"call": "CFPreferencesSetValue", "effect": false},
+                   {"call": "CFPreferencesSetAppValue", "effect": false}],
+        "timeline": [{"at": 0.03, "set": {"cursorAssociated": false}}]})");
+    const json result = observed(document);
+    const json& order = result["order"];
+    ASSERT_GT(order.size(), 0U);
+    EXPECT_NE(order.back(), "event");
+    EXPECT_EQ(result["before"]["mac"]["cursorAssociated"], false);
+    EXPECT_EQ(result["before"]["at"], 0.03);
 }
 
 TEST_F(Player, EveryVirtualRunIsTheSame) {
