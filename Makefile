@@ -21,7 +21,8 @@ run: build ## Run the main job: the helper (elsewhere: a simulated crash)
 	build/$(PRESET)/helper/tolvaran_helper
 else
 run: build ## Run the main job: a real process is killed, and its Mac is put back
-	build/$(PRESET)/simulator/player/tolvaran_simulator scenarios/crash.json
+	build/$(PRESET)/simulator/player/tolvaran_simulator --report build/crash.html scenarios/crash.json
+	@echo "What happened, with pictures: file://$(CURDIR)/build/crash.html"
 endif
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)

@@ -1,9 +1,13 @@
 #include "simulator/player/command_line.hpp"
 
+#include <fstream>
 #include <iomanip>
 #include <optional>
 
 #include "simulator/player/player.hpp"
+#include "simulator/report/chronicle.hpp"
+#include "simulator/report/page.hpp"
+#include "simulator/report/text.hpp"
 
 namespace simulator {
 namespace {
@@ -11,13 +15,15 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* usage =
-    "usage: tolvaran_simulator [--json] [--root DIR] SCENARIO.json\n"
-    "  --json      print the result as JSON instead of a summary\n"
-    "  --root DIR  keep the application-support directory and the logs under DIR\n";
+    "usage: tolvaran_simulator [--json] [--report FILE.html] [--root DIR] SCENARIO.json\n"
+    "  --json              print the result as JSON instead of a summary\n"
+    "  --report FILE.html  write a page that shows what happened\n"
+    "  --root DIR          keep the application-support directory and the logs under DIR\n";
 
 struct Command {
     std::string scenario;
     bool printsJson = false;
+    std::optional<std::string> report;
     PlayOptions options;
 };
 
@@ -29,6 +35,8 @@ std::optional<Command> readArguments(const std::vector<std::string>& arguments) 
             command.printsJson = true;
         } else if (*argument == "--root" && argument + 1 != arguments.end()) {
             command.options.root = *++argument;
+        } else if (*argument == "--report" && argument + 1 != arguments.end()) {
+            command.report = *++argument;
         } else if (command.scenario.empty() && !argument->empty() && argument->front() != '-') {
             command.scenario = *argument;
         } else {
@@ -38,31 +46,25 @@ std::optional<Command> readArguments(const std::vector<std::string>& arguments) 
     return command.scenario.empty() ? std::nullopt : std::optional(command);
 }
 
-std::string shown(const json& value) {
-    return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
-std::string shownArguments(const json& arguments) {
-    std::string text;
-    for (const json& argument : arguments) {
-        text += (text.empty() ? "" : ", ") + shown(argument);
-    }
-    return "(" + text + ")";
-}
-
-void printSummary(const Scenario& scenario, const Outcome& outcome, std::ostream& out) {
-    const json& result = outcome.result;
-    out << scenario.name << ": " << static_cast<double>(scenario.until) / clock::second << " s, "
-        << result["log"].size() << " log lines, " << result["calls"].size() << " calls, "
-        << result["notifications"].size() << " notifications\n";
-    for (const json& call : result["calls"]) {
+void printCalls(const json& calls, std::ostream& out) {
+    for (const json& call : calls) {
         out << std::fixed << std::setprecision(3) << std::setw(12) << call["at"].get<double>()
-            << "  " << call["call"].get<std::string>() << shownArguments(call["args"]);
-        if (!call["result"].is_null()) {
-            out << " -> " << shown(call["result"]);
-        }
-        out << "\n";
+            << "  " << report::plainCallText(call) << "\n";
     }
+}
+
+void printSummary(const Scenario& scenario, const Outcome& outcome,
+                  const report::Terminal& terminal, std::ostream& out) {
+    const json& result = outcome.result;
+    out << report::oneLine(scenario.name) << ": "
+        << static_cast<double>(scenario.until) / clock::second << " s, " << result["log"].size()
+        << " log lines, " << result["calls"].size() << " calls, " << result["notifications"].size()
+        << " notifications\n";
+    printCalls(result["calls"], out);
+    if (terminal.isTerminal) {
+        out << "\n" << report::characterPicture(result, terminal) << "\n";
+    }
+    out << report::displayTable(result);
     if (scenario.expect.empty()) {
         out << "nothing was expected\n";
     } else if (outcome.failures.empty()) {
@@ -72,7 +74,19 @@ void printSummary(const Scenario& scenario, const Outcome& outcome, std::ostream
     }
 }
 
-int playCommand(const Command& command, std::ostream& out, std::ostream& errors) {
+/// Whether the page was written; says so when it was not.
+bool writeReport(const std::string& path, const json& result, std::ostream& errors) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << report::page(result);
+    file.close();
+    if (!file) {
+        errors << path << ": the report cannot be written\n";
+    }
+    return static_cast<bool>(file);
+}
+
+int playCommand(const Command& command, const report::Terminal& terminal, std::ostream& out,
+                std::ostream& errors) {
     const Scenario scenario = loadScenario(command.scenario);
     PlayOptions options = command.options;
     options.observes = true;
@@ -80,18 +94,19 @@ int playCommand(const Command& command, std::ostream& out, std::ostream& errors)
     if (command.printsJson) {
         out << outcome.result.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
     } else {
-        printSummary(scenario, outcome, out);
+        printSummary(scenario, outcome, terminal, out);
     }
     for (const std::string& failure : outcome.failures) {
         errors << failure << "\n";
     }
-    return outcome.failures.empty() ? 0 : 1;
+    const bool isReported = !command.report || writeReport(*command.report, outcome.result, errors);
+    return outcome.failures.empty() && isReported ? 0 : 1;
 }
 
 }  // namespace
 
 int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
-                   std::ostream& errors) {
+                   std::ostream& errors, const report::Terminal& terminal) {
     if (arguments == std::vector<std::string>{"--help"}) {
         out << usage;
         return 0;
@@ -102,7 +117,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         return 2;
     }
     try {
-        return playCommand(*command, out, errors);
+        return playCommand(*command, terminal, out, errors);
     } catch (const ScenarioError& error) {
         errors << command->scenario << ": " << error.what() << "\n";
         return 2;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "simulator/report/terminal.hpp"
+
 namespace simulator {
 
 /// Plays the scenario that the arguments name, and reports.
@@ -12,9 +14,10 @@ namespace simulator {
 /// @param out takes the summary or the result, and nothing else
 /// @param errors takes one line for each failed expectation, or the one line that says what is
 ///        wrong with the scenario or the arguments
-/// @return the exit status: 0 when everything expected held, 1 when an expectation failed, 2 when
-///         there is no such scenario
+/// @param terminal what `out` is
+/// @return the exit status: 0 when everything expected held, 1 when an expectation failed or the
+///         report could not be written, 2 when there is no such scenario
 int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
-                   std::ostream& errors);
+                   std::ostream& errors, const report::Terminal& terminal = {});
 
 }  // namespace simulator

@@ -87,6 +87,42 @@ TEST_F(CommandLine, JSONIsTheResultAndNothingElse) {
     EXPECT_EQ(result.errors, "expect.mac.mainDisplay: expected 7, found 1\n");
 }
 
+TEST_F(CommandLine, TheReportIsAPage) {
+    const std::string path = directory_ / "report.html";
+    const Run result = run({"--report", path, scenario(R"({"name": "<b>bold</b>"})")});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.errors, "");
+    EXPECT_THAT(readFile(path).value_or(""), HasSubstr("<h1>&lt;b&gt;bold&lt;/b&gt;</h1>"));
+}
+
+TEST_F(CommandLine, AReportThatCannotBeWrittenIsAFailure) {
+    for (const std::string& path :
+         {std::string(directory_ / "no/such/directory.html"), std::string("/dev/full")}) {
+        const Run result = run({"--report", path, scenario("{}")});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.errors, path + ": the report cannot be written\n");
+        EXPECT_THAT(result.out, testing::EndsWith("nothing was expected\n"));
+    }
+}
+
+TEST_F(CommandLine, OnATerminalTheSummaryDrawsTheDisplays) {
+    std::ostringstream out;
+    std::ostringstream errors;
+    testing::internal::CaptureStderr();
+    runCommandLine({scenario("{}")}, out, errors, {.isTerminal = true});
+    testing::internal::GetCapturedStderr();
+    EXPECT_THAT(out.str(), HasSubstr("Before, at 1.000 s"));
+    EXPECT_THAT(out.str(), HasSubstr("1440x900"));
+    const Run piped = run({scenario("{}")});
+    EXPECT_THAT(piped.out, testing::Not(HasSubstr("Before, at")));
+    EXPECT_THAT(piped.out, HasSubstr("ID 1, main display\n    before  at 0, 0; "));
+}
+
+TEST_F(CommandLine, TheSummaryDoesNotControlTheTerminal) {
+    const Run result = run({scenario(R"({"name": "\u001b[2Jgone"})")});
+    EXPECT_THAT(result.out, StartsWith("␛[2Jgone: "));
+}
+
 TEST_F(CommandLine, TheRootIsKept) {
     run({"--root", directory_ / "kept", scenario("{}")});
     EXPECT_TRUE(readFile(directory_ / "kept/Logs/tolvaran-helper.log"));
@@ -99,6 +135,7 @@ TEST_F(CommandLine, OtherArgumentsAreRefused) {
                                                       {"--jsn", path},
                                                       {"--root"},
                                                       {path, "--root"},
+                                                      {path, "--report"},
                                                       {""}}) {
         const Run result = run(arguments);
         EXPECT_EQ(result.status, 2);

@@ -1,0 +1,36 @@
+// Pictures and tables for the summary on a terminal.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+namespace simulator::report {
+
+/// What standard output is. A file or a pipe is no terminal.
+struct Terminal {
+    bool isTerminal = false;
+    bool hasColour = false;
+    bool hasBoxDrawing = false;  // shows more than ASCII
+    int columns = 80;
+
+    bool operator==(const Terminal&) const = default;
+};
+
+/// Reads a terminal's abilities from the environment: COLUMNS, NO_COLOR (of any content but none),
+/// TERM, and the locale in LC_ALL, LC_CTYPE or LANG, of which the first that is set counts.
+/// @param columns its width as the system tells it, 0 when it does not
+/// @param variable gives an environment variable's value
+Terminal terminalOf(bool isTerminal, int columns,
+                    const std::function<std::optional<std::string>(const char*)>& variable);
+
+/// The displays before and after, drawn to scale in characters, which are twice as high as wide;
+/// beside each other where there is room. Lines end with "\n".
+std::string characterPicture(const nlohmann::json& result, const Terminal& terminal);
+
+/// The same as text, in ASCII but for the displays' names: for each display its origin, mode and
+/// menu bar on either side; "the same" where nothing changed.
+std::string displayTable(const nlohmann::json& result);
+
+}  // namespace simulator::report

@@ -1,0 +1,121 @@
+#include "simulator/report/page.hpp"
+
+#include "tests/report/results.hpp"
+
+namespace simulator::report {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+json quietResult() {
+    const json mac = macWith({display(1, 0, 0, 100, 80)});
+    return resultOf(mac, mac);
+}
+
+std::size_t occurrences(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+TEST(Page, IsOneFileWithoutScripts) {
+    const std::string text = page(quietResult());
+    EXPECT_THAT(text, testing::StartsWith("<!DOCTYPE html>\n<html lang=\"en\">"));
+    EXPECT_THAT(text, HasSubstr(pageStyle()));
+    EXPECT_THAT(text, HasSubstr("content=\"default-src 'none'; style-src 'unsafe-inline'\""));
+    for (const char* const outside : {"<script", "http:", "https:", "url(", "@import", "src=\""}) {
+        EXPECT_THAT(text, Not(HasSubstr(outside)));
+    }
+}
+
+TEST(Page, SaysWhatIsDifferent) {
+    EXPECT_THAT(page(quietResult()), HasSubstr("The helper changed nothing."));
+    json result = quietResult();
+    result["before"]["mac"]["cursorAssociated"] = false;
+    const std::string text = page(result);
+    EXPECT_THAT(text, HasSubstr("<li>Cursor</li>"));
+    EXPECT_THAT(text, HasSubstr("<tr class=\"changed\"><th scope=\"row\">Follows the mouse</th>\n"
+                                "<td>no</td>\n<td><strong>yes</strong> "
+                                "<span class=\"mark\">changed</span></td></tr>"));
+}
+
+TEST(Page, HasTheTimeLineAndTheLog) {
+    json result = quietResult();
+    addEvent(result, 0.25, {{"wake", true}});
+    addLine(result, 0.25, "debug", "woken");
+    addLine(result, 0.5, "warn", "restoreMenuBar [safety-tick]: cannot");
+    addLine(result, 0.5, "strange", "level");
+    const std::string text = page(result);
+    EXPECT_THAT(text, HasSubstr("<span class=\"at\">0.250 s</span>"));
+    EXPECT_THAT(text, HasSubstr("<code class=\"what\">wake true</code>"));
+    EXPECT_THAT(text, HasSubstr("<span class=\"what\">Menu bar</span>"));
+    EXPECT_THAT(text, HasSubstr("href=\"#log-2\""));
+    EXPECT_THAT(text, HasSubstr("<li id=\"log-2\" class=\"level-warn\">"));
+    EXPECT_THAT(text, HasSubstr("<li id=\"log-3\" class=\"level-other\">"));
+    EXPECT_THAT(text, HasSubstr("<label for=\"show-debug\">debug <span class=\"count\">1</span>"));
+    EXPECT_THAT(text, HasSubstr("<label for=\"show-error\">error <span class=\"count\">0</span>"));
+    for (const char* const level : {"debug", "info", "warn", "error"}) {
+        EXPECT_THAT(pageStyle(), HasSubstr(std::string("#show-") + level +
+                                           ":not(:checked) ~ .scrolling .level-" + level));
+    }
+}
+
+TEST(Page, ShowsTheDifferenceOfEachFile) {
+    json result = quietResult();
+    json longFile = json::array();
+    for (int i = 0; i < 20; ++i) {
+        longFile.push_back(i);
+    }
+    result["before"]["files"] = {{"a.json", longFile}, {"gone", "x\n"}, {"same", "y"}};
+    longFile.back() = 100;
+    result["files"] = {{"a.json", longFile}, {"same", "y"}, {"void", ""}};
+    const std::string text = page(result);
+    EXPECT_THAT(text, HasSubstr("<details open><summary><code class=\"path\">a.json</code> "
+                                "<span class=\"fate changed\">changed</span>"));
+    EXPECT_THAT(text, HasSubstr("<span class=\"line fold\">⋯ 17 lines the same</span>"
+                                "<span class=\"line\">    16,</span>"));
+    EXPECT_THAT(text,
+                HasSubstr("<del class=\"line\">−   19</del><ins class=\"line\">+   100</ins>"));
+    EXPECT_THAT(text, HasSubstr("<del class=\"line\">− x</del>"));
+    EXPECT_THAT(text, HasSubstr("<details><summary><code class=\"path\">same</code> "));
+    EXPECT_THAT(text, HasSubstr("The file is empty."));
+    EXPECT_LT(text.find(">void<"), text.find(">same<")) << "what is unchanged comes last";
+}
+
+TEST(Page, WhatComesFromTheRunIsText) {
+    const std::string hostile = "</title></style></pre></svg><img src=x onerror=alert(1)>\"'&\x1b";
+    json result = quietResult();
+    result["scenario"]["name"] = hostile;
+    result["mac"]["registry"] = {
+        {{"DisplayVendorID", 10}, {"DisplayProductID", 20}, {"DisplayProductName", hostile}}};
+    result["mac"]["menuBar"]["activeDisplay"] = hostile;
+    result["mac"]["preferences"]["global"]["_HIHideMenuBar"] = hostile;
+    addEvent(result, 0, {{hostile, hostile}});
+    addLine(result, 0, hostile, hostile);
+    addLine(result, 0, "info", "checkInvariant [" + hostile + "]: " + hostile);
+    addCall(result, 0, hostile, {hostile}, hostile);
+    result["files"] = {{hostile, hostile}, {"object", {{hostile, hostile}}}};
+    const std::string text = page(result);
+    EXPECT_THAT(text, Not(HasSubstr("<img")));
+    EXPECT_THAT(text, Not(HasSubstr("\x1b")));
+    EXPECT_EQ(occurrences(text, "</title>"), 3U) << "the page's and the pictures'";
+    EXPECT_EQ(occurrences(text, "</style>"), 1U);
+    EXPECT_EQ(occurrences(text, "</pre>"), occurrences(text, "<pre"));
+    EXPECT_GE(occurrences(text, "&lt;img src=x onerror=alert(1)&gt;"), 12U);
+}
+
+TEST(Page, AnArrangementOfManyDisplaysIsFoldedAway) {
+    std::vector<json> displays;
+    for (int i = 0; i < 7; ++i) {
+        displays.push_back(display(i + 1, i * 10, 0, 10, 10));
+    }
+    const json mac = macWith(displays);
+    EXPECT_THAT(page(resultOf(mac, mac)), HasSubstr("<details><summary>Every display in figures"));
+    EXPECT_THAT(page(quietResult()), HasSubstr("<details open><summary>Every display in figures"));
+}
+
+}  // namespace
+}  // namespace simulator::report
