@@ -1,7 +1,7 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test sanitize torture fuzz bench mac install uninstall clean
+.PHONY: help setup build run test browser-test sanitize torture fuzz bench mac install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -24,6 +24,13 @@ run: build ## Run the main job: a real process is killed, and its Mac is put bac
 	build/$(PRESET)/simulator/player/tolvaran_simulator --report build/crash.html scenarios/crash.json
 	@echo "What happened, with pictures: file://$(CURDIR)/build/crash.html"
 endif
+
+# With Debian's own Python, for which its packages are.
+browser-test: setup ## Open the report of every scenario in a headless browser
+	@tools/install-dependencies browser
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_simulator
+	/usr/bin/python3 tests/browser/report_test.py build/$(PRESET)/simulator/player/tolvaran_simulator
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
 	@tools/run-tests --preset $(PRESET) -j $(JOBS)

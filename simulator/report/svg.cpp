@@ -90,10 +90,14 @@ std::string textAt(const std::string& style, double x, double y, double size,
 }
 
 /// The labels in the middle of their room; those at the end are left out when it is too small.
+/// Empty when not even the first has room, which is the ID and means nothing when it is cut.
 std::string labelText(std::vector<Label> labels, const Frame& room) {
     const double size = textSize(labels, room);
     const auto fits = static_cast<std::size_t>(std::max(room.height / (size * lineHeight), 0.0));
     labels.resize(std::min(labels.size(), fits));
+    if (labels.empty() || fitted(labels[0].text, room.width, size) != labels[0].text) {
+        return "";
+    }
     double y = room.y + room.height / 2 +
                size * (0.35 - lineHeight * (static_cast<double>(labels.size()) - 1) / 2);
     std::string result;
