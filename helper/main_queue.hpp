@@ -27,6 +27,7 @@ class Source {
     ~Source();
 
     explicit operator bool() const { return source_ != nullptr; }
+    /// Lets the handler not be called again, as far as it has not begun. Not for an empty source.
     void cancel();
 
   private:

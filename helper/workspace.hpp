@@ -40,9 +40,13 @@ class Observation {
 using ApplicationHandler = std::function<void(const std::optional<RunningApplication>&)>;
 
 // Observers of the workspace's notifications from any sender. Handlers run on the main thread, on
-// the main operation queue.
+// the main operation queue, until the observation is destroyed.
+
+/// Calls `handler` whenever an application has launched.
 Observation observeLaunches(ApplicationHandler handler);
+/// Calls `handler` whenever an application has terminated; it may still be listed.
 Observation observeTerminations(ApplicationHandler handler);
+/// Calls `handler` whenever the Mac has woken.
 Observation observeWakes(std::function<void()> handler);
 
 /// Creates the shared application and gives it no Dock icon, no menu bar and no windows (activation

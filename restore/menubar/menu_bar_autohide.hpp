@@ -100,7 +100,7 @@ bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
 
 /// Puts back the global preferences, unless an earlier attempt has done so, and the override of
 /// every record whose display is connected. Waits up to 175 ms for each override to take effect.
-/// Logs what applyGlobal() and setVisibilityOverride() log.
+/// Logs what applyGlobal(), setVisibilityOverride() and AliasMap::load() log.
 MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot);
 
 /// The same; true when nothing at all is left to restore.

@@ -35,7 +35,8 @@ class MenuBarRestoreTarget {
     }
     /// Its display is not connected.
     static MenuBarRestoreTarget displayAbsent() { return {Kind::displayAbsent, 0}; }
-    /// Its display is connected, but another record fits it better.
+    /// Its display is connected, but belongs to another record, which fits it better, or as well
+    /// and stands later in the list.
     static MenuBarRestoreTarget superseded() { return {Kind::superseded, 0}; }
     /// Several displays fit it equally well.
     static MenuBarRestoreTarget ambiguous() { return {Kind::ambiguous, 0}; }

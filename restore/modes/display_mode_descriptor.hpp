@@ -53,9 +53,8 @@ struct DisplayModeDescriptor {
     /// the one depth that is ever used.
     bool isUsable() const;
 
-    /// The width of what is rendered, in pixels: density times width in single precision, as the
-    /// window server computes it, rounded half away from zero. Stops the program when that is no
-    /// 64-bit integer.
+    /// The width of what is rendered, in pixels: density times width in single precision,
+    /// rounded half away from zero. Stops the program when that is no 64-bit integer.
     std::int64_t pixelWidth() const;
 
     /// The refresh rate rounded half away from zero. Stops the program when that is no 64-bit

@@ -16,7 +16,7 @@ namespace tolvaran::ResolutionRestore {
 /// when the display has no such mode ("resolution restore: no exact mode …; keeping entry") or the
 /// window server refuses it ("resolution restore: apply failed for …; keeping entry"), and the next
 /// run tries again. Every success is logged through RestoreLog.info "resolution restore: " and the
-/// record's key, " -> " and the mode.
+/// record's key, " -> " and the mode. What the file of records can log is logged as well.
 /// @param idByCanonicalUUID the displays to consider, by canonical display ID
 /// @param path the file of records (see ResolutionOriginalsStore)
 /// @return how many modes were applied
