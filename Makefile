@@ -1,7 +1,7 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test browser-test sanitize torture fuzz bench mac install uninstall clean
+.PHONY: help setup build run test browser-test gallery sanitize torture fuzz bench mac install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -34,6 +34,11 @@ browser-test: setup ## Open the report of every scenario in a headless browser
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
 	@tools/run-tests --preset $(PRESET) -j $(JOBS)
+
+gallery: setup ## Draw the scenarios anew (scenarios/README.md and its pictures)
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_gallery
+	build/$(PRESET)/simulator/player/tolvaran_gallery scenarios
 
 sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
 	@$(MAKE) --no-print-directory test PRESET=sanitize

@@ -47,7 +47,7 @@ TEST(ReportArrangement, AThirdDisplayMayJoinTwo) {
 // What the pictures mark must be what the system acts on. All layouts of three displays on a small
 // grid.
 TEST(ReportArrangement, MarksATouchExactlyWhereTheSystemSeesAZigzag) {
-    const double places[] = {0, 1, 2, 10, 11, 20};
+    const double places[] = {0, 1, 2, 10, 11, 11.5, 20};
     std::vector<Frame> frames;
     for (const double x : places) {
         for (const double y : places) {
