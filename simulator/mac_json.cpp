@@ -137,12 +137,13 @@ void readRegistry(const JsonReader& list, Machine& machine) {
 
 void readPreferences(const JsonReader& domains, Machine& machine) {
     for (const auto& [domain, values] : domains.entries()) {
+        auto& stored = machine.preferences[domain];  // there even when nothing is set in it
         for (const auto& [key, value] : values.entries()) {
             if (value.isNull()) {
-                machine.preferences[domain].erase(key);
+                stored.erase(key);
             } else {
                 requirePropertyList(value);
-                machine.preferences[domain][key] = value.value();
+                stored[key] = value.value();
             }
         }
     }

@@ -53,7 +53,6 @@ const json& everything() {
 TEST_F(MacJson, EveryKeySurvivesTheWayThereAndBack) {
     reset(everything());
     json expected = everything();
-    expected["preferences"].erase("empty");
     EXPECT_EQ(machine(), expected);
     reset(machine());
     EXPECT_EQ(machine(), expected);
@@ -183,7 +182,7 @@ TEST_F(MacJson, SettingMergesObjectsAndReplacesLists) {
         "registry": [], "unavailable": [], "mainDisplay": 2, "cursorAssociated": true})"));
     json expected = everything();
     expected["preferences"] = json::parse(
-        R"({"global": {"b": 2}, "com.apple.dock": {"date": {"$date": 0}}, "new": {"c": 3}})");
+        R"({"global": {"b": 2}, "com.apple.dock": {"date": {"$date": 0}}, "empty": {}, "new": {"c": 3}})");
     expected["dock"]["autoHide"] = false;
     expected["menuBar"]["activeDisplay"] = "abcdef01-2345-6789-abcd-ef0123456789";
     expected["applications"] = json::parse(R"([{"bundle": "c", "pid": 3, "terminated": false}])");
