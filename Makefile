@@ -1,7 +1,8 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test browser-test gallery sanitize torture fuzz bench mac install uninstall clean
+.PHONY: help setup build run test browser-test gallery sanitize torture fuzz coverage bench mac
+.PHONY: install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -55,6 +56,14 @@ fuzz: ## Look for inputs that break something, without end (FUZZ_SECONDS=N: N se
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) tools/fuzz
+
+coverage: ## Show which lines and branches of helper/ and restore/ the tests do not reach
+	@tools/install-dependencies build coverage
+	@cmake --preset coverage >/dev/null
+	@cmake --build --preset coverage -j $(JOBS)
+	@find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage -j $(JOBS)
+	@tools/coverage
 
 bench: ## Measure speed
 	@$(MAKE) --no-print-directory build PRESET=release
