@@ -6,7 +6,8 @@
 // it a line, and the file stays, unless the design discards it. A file that is still a record, or
 // another one, may change what that kind of record decides about and nothing else.
 //
-// With TOLVARAN_TORTURE=1 every corruption is tried, without it a fixed sample of them.
+// With TOLVARAN_TORTURE=1 every corruption is tried, without it a fixed sample of them. There are
+// millions of single bytes, which take hours; TOLVARAN_TORTURE_BYTES=N tries about N for each file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <optional>
@@ -268,6 +270,15 @@ bool isRepeated(std::size_t number) {
            files[number].content == files[number - 1].content;
 }
 
+/// How far apart the byte corruptions are that are tried, of this many.
+std::size_t byteStride(std::size_t bytes) {
+    const char* const most = std::getenv("TOLVARAN_TORTURE_BYTES");
+    if (!isTorture() || most == nullptr) {
+        return stride(bytes, 6);
+    }
+    return std::max<std::size_t>(1, bytes / std::max(1UL, std::strtoul(most, nullptr, 10)));
+}
+
 class CorruptionTest : public testing::TestWithParam<std::size_t> {
   protected:
     CorruptionTest() : trial(stateFiles()[GetParam()]) {}
@@ -288,9 +299,23 @@ TEST_P(CorruptionTest, CostsNothingButTheRecord) {
     checkAll(cuts(content), 3);
     checkAll(fieldCorruptions(content), 8);
     const std::size_t bytes = isRepeated(GetParam()) ? 0 : byteCorruptions(content);
-    const std::size_t step = stride(bytes, 6);
+    const std::size_t step = byteStride(bytes);
     for (std::size_t n = 0; n < bytes && !HasFailure(); n += step) {
         trial.check(byteCorruption(content, n), NextRun::leftOut);
+    }
+}
+
+TEST(Corruption, OfTheHeartbeatEndsWithTheNextSignOfLife) {
+    const std::string path = "State/.helper-heartbeat";
+    const Scenario scenario =
+        simulator::loadScenario(TOLVARAN_SCENARIOS "/start-without-tolvaran.json");
+    const auto expected = play(withFile(scenario, path, std::nullopt), path, NextRun::leftOut).file;
+    ASSERT_TRUE(expected);
+    for (const Corruption& corruption : fieldCorruptions("1767225600000")) {
+        const Outcome outcome =
+            play(withFile(scenario, path, corruption.content), path, NextRun::leftOut);
+        EXPECT_EQ(outcome.file, expected) << corruption.what;
+        EXPECT_EQ(outcome.leftOver, Places{});
     }
 }
 
