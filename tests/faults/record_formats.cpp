@@ -211,4 +211,9 @@ bool mayStopTheProgram(const RecordFormat& format, const std::string& content) {
            hasFarNumber(parsed(content).at("arrangements"));
 }
 
+bool mayNotComeToRest(const RecordFormat& format, const std::string& content) {
+    return format.isUsable == isOriginals && isUsable(format, content) &&
+           parsed(content).at("arrangements").size() >= 2;
+}
+
 }  // namespace tolvaran::tests
