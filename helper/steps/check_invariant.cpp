@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <set>
 #include <span>
@@ -255,27 +256,43 @@ void repairLayout(const Run& run) {
     run.step.log("warn", "no usable saved arrangement or fallback for sig=" + run.signature);
 }
 
-bool isMainAppLayout(const Run& run) {
+/// Whether the displays stand where a mark says that the main application has put them.
+bool isMarkedLayout(const Run& run) {
     std::map<std::string, CGPoint> origins;
     for (const auto& [uuid, display] : run.displayIDByCanonicalID) {
         origins[uuid] = CGDisplayBounds(display).origin;
     }
-    const bool zigzag = isZigzagNow();
     const bool sidePinned = SidePinnedSetsStore::matchesCurrentHardware(
         run.signature, origins, SidePinnedSetsStore::defaultPath());
     const bool nativeMirrored = NativeMirroredSetsStore::matchesCurrentHardware(
         run.signature, origins, NativeMirroredSetsStore::defaultPath());
-    return zigzag || sidePinned || nativeMirrored;
+    return sidePinned || nativeMirrored;
+}
+
+bool isMainAppLayout(const Run& run) {
+    const bool zigzag = isZigzagNow();
+    return isMarkedLayout(run) || zigzag;
+}
+
+/// A second look. A file or a display that could not be read the first time must not cost a mark
+/// that is all that tells of the main application's layout.
+bool isStillHealthy(const Run& run) {
+    return !Zigzag::isZigzag(currentFrames(run.displays)) && !isMarkedLayout(run);
 }
 
 void clearStaleMarks(const Run& run) {
-    for (const MarkStore& store : markStores) {
+    std::vector<MarkStore> stale;
+    std::ranges::copy_if(markStores, std::back_inserter(stale), [&](const MarkStore& store) {
         const std::vector<std::string> marked = store.signatures(store.path());
-        if (std::ranges::find(marked, run.signature) != marked.end()) {
-            store.clear(run.signature, store.path());
-            run.step.log(
-                "info", std::string("cleared ") + store.mark + " for healthy sig=" + run.signature);
-        }
+        return std::ranges::find(marked, run.signature) != marked.end();
+    });
+    if (stale.empty() || !isStillHealthy(run)) {
+        return;
+    }
+    for (const MarkStore& store : stale) {
+        store.clear(run.signature, store.path());
+        run.step.log("info",
+                     std::string("cleared ") + store.mark + " for healthy sig=" + run.signature);
     }
 }
 

@@ -63,7 +63,7 @@ void deleteSnapshot(const std::string& path) {
 }
 
 bool isPending(const std::string& path) {
-    return files::exists(path);
+    return files::mayExist(path);
 }
 
 }  // namespace tolvaran::DockHotCornerOverride

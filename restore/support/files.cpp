@@ -263,6 +263,10 @@ bool exists(const std::string& path) {
     return status(path).has_value();
 }
 
+bool mayExist(const std::string& path) {
+    return exists(path) || (errno != ENOENT && errno != ENOTDIR);
+}
+
 std::optional<std::int64_t> size(const std::string& path) {
     const std::optional<struct stat> existing = status(path);
     return existing ? std::optional<std::int64_t>(existing->st_size) : std::nullopt;

@@ -55,6 +55,10 @@ void store(const std::string& path, std::string_view content);
 /// Whether anything exists at the path (a symbolic link counts by what it leads to).
 bool exists(const std::string& path);
 
+/// The same, but true as well when the file system does not tell. For a file that must not be
+/// overwritten as long as it may be there.
+bool mayExist(const std::string& path);
+
 /// The file's size in bytes; none when there is no file.
 std::optional<std::int64_t> size(const std::string& path);
 

@@ -5,6 +5,11 @@
 #include <ctime>
 
 namespace tolvaran {
+namespace {
+
+constexpr int maximumInterruptions = 1000;
+
+}  // namespace
 
 void sleepFor(double seconds) {
     constexpr double nanosecondsPerSecond = 1e9;
@@ -12,8 +17,12 @@ void sleepFor(double seconds) {
     struct timespec left {};
     left.tv_sec = static_cast<time_t>(whole);
     left.tv_nsec = static_cast<long>((seconds - whole) * nanosecondsPerSecond);
-    while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
-        // `left` now holds what remains of the time.
+    // After an interruption `left` holds what remains of the time. Signals without end, each before
+    // any of it has passed, must not keep the restore from going on.
+    for (int interruptions = 0; interruptions < maximumInterruptions; ++interruptions) {
+        if (::nanosleep(&left, &left) == 0 || errno != EINTR) {
+            return;
+        }
     }
 }
 

@@ -4,7 +4,8 @@
 
 namespace tolvaran {
 
-/// Blocks the calling thread for this many seconds (0 or more), also when signals arrive meanwhile.
+/// Blocks the calling thread for this many seconds (0 or more), also when signals arrive meanwhile
+/// (up to a thousand of them).
 void sleepFor(double seconds);
 
 }  // namespace tolvaran

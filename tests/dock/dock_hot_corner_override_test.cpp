@@ -9,6 +9,7 @@
 
 #include "restore/dock/hot_corner_lease_state.hpp"
 #include "restore/support/process_wide.hpp"
+#include "simulator/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/dock/hot_corner_mac.hpp"
 #include "tests/support/log_capture.hpp"
@@ -487,6 +488,15 @@ TEST_F(HotCornerLeases, LeasesTakeTheirSnapshotFromTheFileWhenMemoryHasNone) {
 }
 
 // --- Recovery.
+
+TEST_F(HotCornerLeases, EnteringNeverOverwritesASnapshotThatItCannotSee) {
+    writeFile(path_, usersSnapshotText);
+    simulator::exposeToFaults(std::filesystem::path(path_).parent_path());
+    simulator::addFault({{"call", "stat"}, {"result", "EIO"}});
+    simulator::addFault({{"call", "open"}, {"result", "EIO"}});
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+}
 
 TEST_F(HotCornerLeases, RecoveryWithNothingPendingIsSilent) {
     EXPECT_FALSE(restoreIfPending());

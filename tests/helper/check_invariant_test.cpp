@@ -7,6 +7,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -237,6 +238,30 @@ TEST(CheckInvariant, OnHealthyHardwareTheMarksOfTheseDisplaysAreStale) {
                      "native-mirrored:" + sig({1, 3})}));
     EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(invariant.run(), Lines{healthy});  // nothing is left to clear
+}
+
+TEST(CheckInvariant, MarksThatCouldNotBeReadAtFirstAreNotTakenForStale) {
+    Invariant invariant(row);
+    invariant.markAll({sig({1, 2})}, row);
+    std::set<std::string> failed;
+    simulator::decideCalls([&](const std::string& function) {
+        const std::string file = simulator::callSubject();
+        const bool isRecord = file.ends_with("-sets.json");
+        const bool fails = function == "open" && isRecord && failed.insert(file).second;
+        return fails ? json{{"result", "EMFILE"}} : json();
+    });
+    EXPECT_EQ(invariant.run(), Lines{healthy});
+    EXPECT_EQ(failed.size(), 3U);
+    EXPECT_EQ(invariant.marks().size(), 3U);
+}
+
+TEST(CheckInvariant, MarksStayWhenTheLayoutCouldNotBeLookedAt) {
+    Invariant invariant(two);
+    invariant.markAll({sig({1, 2})}, row);
+    // The list that names the displays succeeds, that of the layout does not.
+    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 1}});
+    EXPECT_EQ(invariant.run(), (Lines{healthy, detected}));
+    EXPECT_EQ(invariant.marks().size(), 3U);
 }
 
 TEST(CheckInvariant, EachKindOfStaleMarkIsClearedAlone) {

@@ -40,5 +40,12 @@ TEST(SleepFor, GivesUpWhenItCannotSleep) {
     EXPECT_EQ(simulator::now(), 0.0);
 }
 
+TEST(SleepFor, EndsWhenInterruptionsDoNot) {
+    simulator::reset();
+    simulator::addFault({{"call", "nanosleep"}, {"result", "EINTR"}});
+    sleepFor(0.025);
+    EXPECT_GE(simulator::faultsMet(), 100U);
+}
+
 }  // namespace
 }  // namespace tolvaran
