@@ -79,8 +79,8 @@ CFBundleRef CFBundleGetMainBundle() {
 }
 
 CFArrayRef CFBundleGetAllBundles() {
-    if (simulator::admit("CFBundleGetAllBundles").forcedResult) {
-        return nullptr;
+    if (const auto& forced = simulator::admit("CFBundleGetAllBundles").forcedResult) {
+        return forced->is_array() ? cf::bundlesAt({}) : nullptr;
     }
     return cf::bundlesAt(cf::paths());
 }

@@ -129,6 +129,9 @@ CFStringRef SLSCopyActiveMenuBarDisplayIdentifier(std::int32_t connection) {
 
 CFArrayRef SLSCopyManagedDisplaySpaces(std::int32_t connection) {
     const Verdict verdict = admit(__func__);
+    if (verdict.forcedResult) {
+        return static_cast<CFArrayRef>(cf::createFromJson(*verdict.forcedResult));
+    }
     if (!verdict.performs || connection != mainConnection) {
         return nullptr;
     }

@@ -133,9 +133,16 @@ json scenarioFacts(const Scenario& scenario) {
             {"until", static_cast<double>(scenario.until) / clock::second}};
 }
 
-/// The helper's life, and what the Mac is like after it.
-json live(const Root& root, const LogLines& log) {
-    tolvaran::helperMain();
+/// The life of the process, and what the Mac is like after it.
+json live(const Root& root, const LogLines& log, const PlayOptions& options) {
+    if (options.program) {
+        options.program();
+    } else {
+        tolvaran::helperMain();
+    }
+    if (options.atEnd) {
+        options.atEnd();
+    }
     return {{"log", withShortPaths(log.entries(), root.applicationSupport())},
             {"calls", calls()},
             {"notifications", notifications()},
@@ -160,10 +167,10 @@ json run(const Scenario& scenario, const Root& root, const PlayOptions& options)
         options.prepare();
     }
     if (!observation) {
-        return live(root, log);
+        return live(root, log, options);
     }
     observation->begin(root.logs());
-    json result = live(root, log);
+    json result = live(root, log, options);
     observation->finish(result);
     result["scenario"] = scenarioFacts(scenario);
     return result;

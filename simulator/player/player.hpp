@@ -22,8 +22,12 @@ struct PlayOptions {
     bool quiet = false;
     /// Tells more of the run: scenario, timeline, order, before. It takes longer.
     bool observes = false;
-    /// Called when everything is laid out, just before the helper's process begins.
+    /// Called when everything is laid out, just before the process begins.
     std::function<void()> prepare = {};
+    /// What the process does. None: it is the helper.
+    std::function<void()> program = {};
+    /// Called when the process has ended, before anything that it held is cleared away.
+    std::function<void()> atEnd = {};
 };
 
 struct Outcome {

@@ -1,24 +1,24 @@
-// Fails every call to the outside in turn: the Nth call of every scenario, for every N, once and
-// from then on, in each form in which that call can fail. After each, a helper that meets no fault
-// must end where it would have ended had there never been one.
+// Fails every call to the outside in turn: the Nth call of every story, for every N, once and from
+// then on, in each form in which that call can fail. After each, a helper that meets no fault must
+// end where it would have ended had there never been one.
 //
-// With the environment variable TOLVARAN_TORTURE=1 every call is tried in every form. Without it,
-// which is how the ordinary test run does it, each scenario has a fixed sample of its calls tried,
-// spread evenly over the run, each in one of its forms.
+// `make torture` tries every call in every form. The ordinary test run tries a fixed sample of each
+// story's calls, spread evenly over the run, each in one of its forms.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <map>
+#include <set>
 
+#include "tests/faults/expected_lines.hpp"
 #include "tests/faults/failure_forms.hpp"
-#include "tests/faults/fault_run.hpp"
-#include "tests/faults/prescribed_losses.hpp"
+#include "tests/faults/findings.hpp"
 #include "tests/faults/torture.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
+
+constexpr std::size_t sampleSize = 16;
 
 /// The forms to try on the call with this number.
 std::vector<json> formsFor(const std::string& function, std::size_t index) {
@@ -31,60 +31,53 @@ std::vector<json> formsFor(const std::string& function, std::size_t index) {
 
 class FailEveryCall : public testing::TestWithParam<std::string> {
   protected:
-    void check(const FaultRun& calm, const FaultRun& hit, const std::string& function,
-               const std::string& what) {
-        for (const std::string& place : differences(calm.healed, hit.healed)) {
-            if (prescribedLoss(function, place).empty()) {
-                ADD_FAILURE() << what << ": ends differently at " << place;
-            }
-        }
-        for (const std::string& thing : hit.leftOver) {
-            ADD_FAILURE() << what << ": leaves " << thing;
-        }
+    /// Fails call `n` and, of its function, the calls after it until `count` have failed.
+    FaultRun fail(std::size_t n, const json& form, std::size_t count) {
+        ++runs_;
+        std::size_t left = count;
+        const std::string& function = trial_.calm().calls[n].function;
+        return trial_.run([&](std::size_t index, const std::string& called) {
+            const bool fails = index >= n && called == function && left > 0;
+            left -= fails ? 1 : 0;
+            return fails ? form : json();
+        });
     }
+
+    void check(std::size_t n, const json& form) {
+        const Call& call = trial_.calm().calls[n];
+        const std::string what = call.function + " " + call.subject + " (call " +
+                                 std::to_string(n) + ") failing with " + form.dump();
+        for (const std::string& finding : findings(trial_.calm(), fail(n, form, 1))) {
+            ADD_FAILURE() << what << " once: " << finding;
+        }
+        const FaultRun lasting = fail(n, form, longestFailure(call.function));
+        for (const std::string& finding : findings(trial_.calm(), lasting)) {
+            ADD_FAILURE() << what << " from then on: " << finding;
+        }
+        const std::string line = missingLine(call, form, lasting.log);
+        EXPECT_EQ(line, "") << what << " from then on: does not stand in the log";
+    }
+
+    Trial trial_{story(GetParam())};
+    std::size_t runs_ = 0;
 };
 
 TEST_P(FailEveryCall, HealsWithTheNextRun) {
-    const simulator::Scenario scenario = simulator::loadScenario(GetParam());
-    const auto noFault = [](std::size_t, const std::string&) { return json(); };
-    const FaultRun calm = runWithFaults(scenario, noFault);
+    const FaultRun& calm = trial_.calm();
     ASSERT_FALSE(calm.calls.empty());
     EXPECT_EQ(calm.leftOver, std::vector<std::string>{});
-    for (std::size_t n = 0; n < calm.calls.size() && !HasFatalFailure();
-         n += stride(calm.calls.size(), 24)) {
-        const std::string& function = calm.calls[n];
-        for (const json& form : formsFor(function, n)) {
-            const std::string what =
-                function + " (call " + std::to_string(n) + ") failing with " + form.dump();
-            if (!canFailForGood(function)) {
-                continue;
-            }
-            check(calm,
-                  runWithFaults(scenario,
-                                [&](std::size_t index, const std::string&) {
-                                    return index == n ? form : json();
-                                }),
-                  function, what + " once");
-            if (!canFailForGood(function)) {
-                continue;
-            }
-            check(calm,
-                  runWithFaults(scenario,
-                                [&](std::size_t index, const std::string& called) {
-                                    return index >= n && called == function ? form : json();
-                                }),
-                  function, what + " from then on");
+    std::size_t points = 0;
+    for (std::size_t n = 0; n < calm.calls.size(); n += stride(calm.calls.size(), sampleSize)) {
+        for (const json& form : formsFor(calm.calls[n].function, n)) {
+            check(n, form);
+            ++points;
         }
     }
+    addStatistics({{"fault points", points}, {"runs", runs_}});
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, FailEveryCall, testing::ValuesIn(faultlessScenarios()),
-                         [](const auto& scenario) {
-                             std::string name =
-                                 std::filesystem::path(scenario.param).stem().string();
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Stories, FailEveryCall, testing::ValuesIn(storyNames()),
+                         [](const auto& name) { return name.param; });
 
 }  // namespace
 }  // namespace tolvaran::tests

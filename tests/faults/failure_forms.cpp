@@ -1,5 +1,6 @@
 #include "tests/faults/failure_forms.hpp"
 
+#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -35,10 +36,20 @@ Forms operator+(Forms first, const Forms& second) {
     return first;
 }
 
+/// The call moves only the first byte, or none.
+Forms shortTransfers(const std::vector<int>& sizes) {
+    Forms forms;
+    for (const int size : sizes) {
+        forms.push_back({{"result", {{"bytes", size}}}});
+    }
+    return forms;
+}
+
 const Forms cannotFail;
-const Forms looking = errors({"ENOENT", "EACCES", "EIO", "EMFILE", "EINTR"});
-const Forms changing = errors({"ENOENT", "EACCES", "EIO", "ENOSPC", "EINTR"});
+const Forms looking = errors({"ENOENT", "EACCES", "EIO", "EMFILE", "ENFILE", "EINTR", "ELOOP"});
+const Forms changing = errors({"ENOENT", "EACCES", "EIO", "ENOSPC", "EINTR", "EROFS", "EDQUOT"});
 const Forms displayErrors = results({1000, 1001, 1004});
+const Forms registryErrors = results({-536870212, -536870208});
 const Forms null = results({nullptr});
 
 const std::map<std::string, Forms>& table() {
@@ -46,9 +57,9 @@ const std::map<std::string, Forms>& table() {
         // Files. A close that fails has closed all the same.
         {"close", errors({"EIO", "EINTR"}, true)},
         {"closedir", errors({"EIO"}, true)},
-        {"fcntl", errors({"EIO", "ENOSPC", "EINTR", "EINVAL"})},
-        {"fstat", errors({"EIO"})},
-        {"fsync", errors({"EIO", "ENOSPC", "EINTR"})},
+        {"fcntl", errors({"EIO", "ENOSPC", "EINTR", "EINVAL", "ENOTSUP"})},
+        {"fstat", errors({"EIO", "EOVERFLOW"})},
+        {"fsync", errors({"EIO", "ENOSPC", "EINTR", "EDQUOT"})},
         {"getpid", cannotFail},
         {"getpwuid", null},
         {"kill", errors({"EPERM", "ESRCH"})},
@@ -56,19 +67,19 @@ const std::map<std::string, Forms>& table() {
         {"lseek", errors({"EIO"})},
         {"mkdir", changing},
         {"mkostemp", changing + errors({"EMFILE"})},
-        {"nanosleep", errors({"EINVAL"})},
-        {"open", looking},
+        {"nanosleep", errors({"EINVAL", "EINTR"})},
+        {"open", looking + errors({"ENOSPC", "EROFS"})},
         {"opendir", looking},
-        {"read", errors({"EIO", "EINTR", "EISDIR"})},
+        {"read", errors({"EIO", "EINTR", "EISDIR"}) + shortTransfers({1})},
         {"readdir", errors({"EIO"})},
         {"rename", changing},
         {"signal", errors({"EINVAL"})},
-        {"stat", errors({"ENOENT", "EACCES", "EIO", "EINTR"})},
-        {"unlink", errors({"ENOENT", "EACCES", "EIO", "EINTR"})},
-        {"write", errors({"EIO", "ENOSPC", "EINTR"})},
+        {"stat", errors({"ENOENT", "EACCES", "EIO", "EINTR", "ENOTDIR"})},
+        {"unlink", errors({"ENOENT", "EACCES", "EIO", "EINTR", "EROFS"})},
+        {"write", errors({"EIO", "ENOSPC", "EINTR", "EDQUOT"}) + shortTransfers({0, 1})},
         // Displays.
         {"CGAssociateMouseAndMouseCursorPosition", displayErrors},
-        {"CGBeginDisplayConfiguration", displayErrors},
+        {"CGBeginDisplayConfiguration", displayErrors + withoutEffect()},
         {"CGCompleteDisplayConfiguration", displayErrors},
         {"CGConfigureDisplayOrigin", displayErrors},
         {"CGDisplayBounds", withoutEffect()},
@@ -77,41 +88,40 @@ const std::map<std::string, Forms>& table() {
         {"CGDisplayRegisterReconfigurationCallback", displayErrors},
         {"CGDisplaySerialNumber", results({0})},
         {"CGDisplayVendorNumber", results({0})},
-        {"CGGetActiveDisplayList", displayErrors},
+        {"CGGetActiveDisplayList", displayErrors + withoutEffect()},
         {"CGMainDisplayID", results({0})},
         {"CGSConfigureDisplayMode", displayErrors},
-        {"CGSGetCurrentDisplayMode", displayErrors},
-        {"CGSGetDisplayModeDescriptionOfLength", displayErrors},
-        {"CGSGetNumberOfDisplayModes", displayErrors},
+        {"CGSGetCurrentDisplayMode", displayErrors + withoutEffect()},
+        {"CGSGetDisplayModeDescriptionOfLength", displayErrors + withoutEffect()},
+        {"CGSGetNumberOfDisplayModes", displayErrors + withoutEffect()},
         // The display registry.
         {"IOIteratorNext", results({0})},
-        {"IOObjectRelease", cannotFail},
-        {"IORegistryEntryCreateCFProperties", results({-536870212})},
-        {"IOServiceGetMatchingServices", results({-536870212})},
+        {"IOObjectRelease", {{{"result", -536870212}, {"effect", true}}}},
+        {"IORegistryEntryCreateCFProperties", registryErrors + withoutEffect()},
+        {"IOServiceGetMatchingServices", registryErrors + withoutEffect()},
         {"IOServiceMatching", null},
         // The menu bar.
         {"CGSMainConnectionID", results({0})},
         {"CGSSetMenuBarAutohideEnabled", displayErrors},
         {"SLSCopyActiveMenuBarDisplayIdentifier", null},
-        {"SLSCopyManagedDisplaySpaces", null},
+        {"SLSCopyManagedDisplaySpaces", null + results({json::array()})},
         {"SLSGetMenuBarAutohideEnabled", displayErrors},
         {"SLSGetMenuBarVisibilityOverrideOnDisplay", results({false, true})},
         {"SLSSetMenuBarVisibilityOverrideOnDisplay", displayErrors + withoutEffect()},
-        {"dlclose", results({-1})},
+        {"dlclose", {{{"result", -1}, {"effect", true}}}},
         {"dlopen", null},
         {"dlsym", null},
         // The Dock.
         {"CoreDockGetAutoHideEnabled", results({false, true})},
         {"CoreDockGetExposeCornerActionsWithModifiers", withoutEffect()},
         {"CoreDockSetAutoHideEnabled", withoutEffect()},
-        {"CoreDockSetExposeCornerActionWithModifier", withoutEffect()},
+        {"CoreDockSetExposeCornerActionWithModifier", withoutEffect() + results({1000})},
         // Core Foundation.
         {"CFAbsoluteTimeGetCurrent", cannotFail},
         {"CFBundleCopyBundleURL", null},
-        {"CFBundleGetAllBundles", null},
+        {"CFBundleGetAllBundles", null + results({json::array()})},
         {"CFBundleGetMainBundle", null},
         {"CFDictionaryCreate", null},
-        {"CFNotificationCenterGetDistributedCenter", null},
         {"CFNotificationCenterPostNotification", withoutEffect()},
         {"CFNumberCreate", null},
         {"CFPreferencesAppSynchronize", results({false})},
@@ -148,8 +158,17 @@ const std::vector<nlohmann::json>& failureForms(const std::string& function) {
     return found->second;
 }
 
-bool canFailForGood(const std::string& function) {
-    return function != "CGDisplayBounds";
+std::size_t longestFailure(const std::string& function) {
+    constexpr std::size_t forEver = std::numeric_limits<std::size_t>::max();
+    return function == "CGDisplayBounds" ? 100 : forEver;
+}
+
+std::vector<std::string> fallibleFunctions() {
+    std::vector<std::string> names;
+    for (const auto& [name, forms] : table()) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 }  // namespace tolvaran::tests

@@ -1,9 +1,13 @@
 #include "tests/faults/fault_run.hpp"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
-#include <set>
+#include <limits>
 
+#include "simulator/devices/devices.hpp"
+#include "simulator/file_calls.hpp"
+#include "simulator/files.hpp"
 #include "simulator/player/player.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
@@ -17,10 +21,21 @@ using nlohmann::json;
 /// How long the run afterwards lasts: a start without Tolvaran and one safety tick.
 constexpr double healingSeconds = 61;
 
+constexpr pid_t nextProcessID = 502;
+
+constexpr std::string_view unfinishedMarker = ".unfinished-";
+
+/// Thrown by a call, and so through the product, when a run does not come to its end. No
+/// std::exception, which somebody might catch.
+struct EndlessRun {};
+
+json withoutHeartbeat(json files) {
+    files.erase("State/.helper-heartbeat");
+    return files;
+}
+
 Ending ending(const json& result) {
-    Ending ending{.mac = result.at("mac"), .files = result.at("files")};
-    ending.files.erase("State/.helper-heartbeat");
-    return ending;
+    return {.mac = result.at("mac"), .files = withoutHeartbeat(result.at("files"))};
 }
 
 simulator::Scenario nextRun(const json& mac) {
@@ -34,15 +49,6 @@ std::size_t openDescriptors() {
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
-void noteUnfinishedFiles(const std::string& root, const std::string& when,
-                         std::vector<std::string>& leftOver) {
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        if (entry.path().filename().string().find(".unfinished-") != std::string::npos) {
-            leftOver.push_back(when + ": " + entry.path().filename().string());
-        }
-    }
-}
-
 std::vector<std::string> logLines(const json& result) {
     std::vector<std::string> lines;
     for (const json& line : result.at("log")) {
@@ -50,6 +56,35 @@ std::vector<std::string> logLines(const json& result) {
                         line.at("message").get<std::string>());
     }
     return lines;
+}
+
+/// The name that a file is to have which is still being written.
+std::string finishedName(const std::string& path) {
+    const auto marker = path.rfind(unfinishedMarker);
+    const auto name = path.rfind('/') + 1;
+    return marker == std::string::npos
+               ? path
+               : path.substr(0, name) + path.substr(name + 1, marker - name - 1);
+}
+
+/// A call's subject in the form that Call has.
+std::string shortSubject(const std::string& subject, const std::string& root) {
+    const std::string support = root + "/ApplicationSupport/";
+    if (subject.starts_with(support)) {
+        return finishedName(subject.substr(support.size()));
+    }
+    const std::string path = subject.starts_with(root + "/")
+                                 ? subject.substr(root.size() + 1)
+                                 : fs::path(subject).filename().string();
+    return finishedName(path);
+}
+
+/// The call that is being made.
+Call callNow(const std::string& function, const std::string& root) {
+    const std::string path = simulator::callSubject();
+    const bool cleansUp = function == "unlink" && path.find(unfinishedMarker) != std::string::npos;
+    return {.function = function,
+            .subject = (cleansUp ? "unfinished " : "") + shortSubject(path, root)};
 }
 
 void collect(const json& patch, const std::string& prefix, std::vector<std::string>& into) {
@@ -61,33 +96,101 @@ void collect(const json& patch, const std::string& prefix, std::vector<std::stri
 }  // namespace
 
 Ending healedEnding(const json& mac, const std::string& root) {
-    return ending(simulator::play(nextRun(mac), {.root = root, .quiet = true}).result);
+    // The process before may still be held to be at work on what it left, were it of this number.
+    const auto prepare = [] { simulator::setProcessID(nextProcessID); };
+    return ending(
+        simulator::play(nextRun(mac), {.root = root, .quiet = true, .prepare = prepare}).result);
 }
 
-FaultRun runWithFaults(const simulator::Scenario& scenario, const Decide& decide) {
+std::vector<std::string> unfinishedFiles(const std::string& root, const std::string& when) {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        if (entry.path().filename().string().find(unfinishedMarker) != std::string::npos) {
+            found.push_back(when + ": " + entry.path().filename().string());
+        }
+    }
+    return found;
+}
+
+Trial::Trial(const Story& story)
+    : story_(story), longest_(std::numeric_limits<std::size_t>::max()) {
+    calm_ = run([](std::size_t, const std::string&) { return json(); });
+    longest_ = 5000 + 20 * calm_.calls.size();
+}
+
+void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) const {
+    const auto ask = [&](const std::string& function) {
+        run.calls.push_back(callNow(function, root));
+        // Apple's functions, unlike those on files, are never called where nothing may be thrown.
+        if (run.calls.size() > longest_ && std::isupper(function.front()) != 0) {
+            throw EndlessRun();
+        }
+        const json fault = decide(run.calls.size() - 1, function);
+        if (!fault.is_null()) {
+            run.failed.push_back(run.calls.back());
+            const json result = fault.value("result", json());
+            run.failed.back().error = result.is_string() ? result.get<std::string>() : "";
+        }
+        return fault;
+    };
+    const auto prepare = [&] {
+        run.filesBefore = simulator::stateFiles(root + "/Logs");
+        simulator::decideCalls(ask);
+    };
+    const auto atEnd = [&] {
+        if (simulator::openConfigurations() != 0) {
+            run.leftOver.push_back("an open display configuration");
+        }
+        if (simulator::devices::liveRegistryObjects() != 0) {
+            run.leftOver.push_back("a registry object that nobody released");
+        }
+    };
+    const auto played = simulator::play(story_.scenario, {.root = root,
+                                                          .quiet = true,
+                                                          .prepare = prepare,
+                                                          .program = story_.program,
+                                                          .atEnd = atEnd});
+    run.log = logLines(played.result);
+    run.posted = played.result.at("notifications");
+    run.after = ending(played.result);
+}
+
+const Trial::Healing& Trial::heal(const Ending& after, const std::string& root) {
+    const std::string key = after.mac.dump() + after.files.dump();
+    const auto known = healings_.find(key);
+    if (known != healings_.end()) {
+        return known->second;
+    }
+    Healing healing{.ending = healedEnding(after.mac, root), .leftOver = {}};
+    healing.leftOver = unfinishedFiles(root, "after the next run");
+    return healings_.emplace(key, std::move(healing)).first->second;
+}
+
+FaultRun Trial::run(const Decide& decide) {
     const TemporaryDirectory root;
     FaultRun run;
+    run.isHelper = !story_.program;
     const std::size_t descriptors = openDescriptors();
     const std::size_t objects = simulator::liveObjects();
-    const auto prepare = [&] {
-        simulator::decideCalls([&](const std::string& function) {
-            run.calls.push_back(function);
-            return decide(run.calls.size() - 1, function);
-        });
-    };
-    const auto played =
-        simulator::play(scenario, {.root = root.path(), .quiet = true, .prepare = prepare});
-    run.log = logLines(played.result);
-    run.after = ending(played.result);
-    noteUnfinishedFiles(root.path(), "after the fault", run.leftOver);
+    try {
+        play(decide, root.path(), run);
+    } catch (const EndlessRun&) {
+        run.leftOver.push_back("a run without an end");
+        return run;
+    }
+    if (run.filesBefore.dump().find(unfinishedMarker) == std::string::npos) {
+        const auto unfinished = unfinishedFiles(root.path(), "after the fault");
+        run.leftOver.insert(run.leftOver.end(), unfinished.begin(), unfinished.end());
+    }
     if (openDescriptors() != descriptors) {
         run.leftOver.push_back("an open descriptor");
     }
     if (simulator::liveObjects() != objects) {
         run.leftOver.push_back("an object that nobody released");
     }
-    run.healed = healedEnding(run.after.mac, root.path());
-    noteUnfinishedFiles(root.path(), "after the next run", run.leftOver);
+    const Healing& healing = heal(run.after, root.path());
+    run.healed = healing.ending;
+    run.leftOver.insert(run.leftOver.end(), healing.leftOver.begin(), healing.leftOver.end());
     return run;
 }
 

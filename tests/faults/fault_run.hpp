@@ -1,15 +1,27 @@
-// A scenario played with something going wrong, and then another run of the helper in which nothing
-// does: the two halves of every fault test.
+// A process in which something goes wrong, and then a helper in which nothing does: the two halves
+// of every fault test.
 #pragma once
 
 #include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "simulator/player/scenario.hpp"
+#include "tests/faults/story.hpp"
 
 namespace tolvaran::tests {
+
+/// One call to the outside.
+struct Call {
+    std::string function;
+    /// What it is about: a file by its path below the application-support directory or, behind
+    /// "Logs/", below the log directory (an unfinished file by the name that it is to have, behind
+    /// "unfinished " when it is removed), a library or a symbol by its name; else empty.
+    std::string subject;
+    std::string error =
+        "";  // of a call that was made to fail: the name of its error, if it has one
+};
 
 /// Decides the fate of one outside call: null, or a fault ({"result", "effect"}).
 /// @param index    the call's number in the run, from 0
@@ -28,20 +40,51 @@ struct Ending {
 /// below `root`, on a Mac where Tolvaran no longer runs.
 Ending healedEnding(const nlohmann::json& mac, const std::string& root);
 
-/// What became of one scenario.
+/// What is left of writes that never came to their end, each behind `when`: files below `root`.
+std::vector<std::string> unfinishedFiles(const std::string& root, const std::string& when);
+
+/// What became of one story.
 struct FaultRun {
-    std::vector<std::string> calls;     // every outside call of the first run, in order
+    bool isHelper = true;               // whether the first run is the helper's
+    std::vector<Call> calls;            // every outside call of the first run, in order
+    std::vector<Call> failed;           // those of them that were made to fail
     std::vector<std::string> log;       // of the first run, "level: message"
+    nlohmann::json posted;              // the notifications of the first run
+    nlohmann::json filesBefore;         // what lay on disk when the process began
     Ending after;                       // the first run
     Ending healed;                      // the run after it: a new helper, no Tolvaran, no faults
     std::vector<std::string> leftOver;  // what is left open or lying about after each, described
 };
 
-/// Plays the scenario, asking `decide` about every outside call, and then the next run.
-FaultRun runWithFaults(const simulator::Scenario& scenario, const Decide& decide);
+/// Plays one story again and again.
+class Trial {
+  public:
+    explicit Trial(const Story& story);
 
-/// The paths of the scenarios with a virtual clock and no faults of their own (which count calls,
-/// so that another fault would move them elsewhere).
+    /// The run in which nothing goes wrong.
+    const FaultRun& calm() const { return calm_; }
+
+    /// Plays the story, asking `decide` about every outside call, and then the next run. A run that
+    /// comes to no end is broken off, which leftOver tells.
+    FaultRun run(const Decide& decide);
+
+  private:
+    struct Healing {
+        Ending ending;
+        std::vector<std::string> leftOver;
+    };
+
+    void play(const Decide& decide, const std::string& root, FaultRun& run) const;
+    const Healing& heal(const Ending& after, const std::string& root);
+
+    const Story& story_;
+    std::size_t longest_;  // calls after which a run counts as endless
+    // By where the first run ended, which is the same for most faults.
+    std::map<std::string, Healing> healings_;
+    FaultRun calm_;
+};
+
+/// The paths of the scenarios with a virtual clock and no faults of their own.
 std::vector<std::string> faultlessScenarios();
 
 /// The JSON pointers at which the two differ, down to the innermost value.

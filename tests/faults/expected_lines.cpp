@@ -1,0 +1,176 @@
+#include "tests/faults/expected_lines.hpp"
+
+#include <algorithm>
+#include <regex>
+#include <set>
+#include <stdexcept>
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+/// A lasting failure of one of the functions leaves a line that the pattern matches, which may have
+/// the failure's code in place of "CODE".
+struct Row {
+    std::vector<std::string> functions;
+    std::string subject;  // a regular expression for the whole of what the call is about
+    std::string line;     // a regular expression for a whole line
+};
+
+// By which a file is written whole. A flush that the volume cannot do otherwise is tried as a full
+// one, so that its failure alone is none.
+const std::vector<std::string> writing{"mkostemp", "fsync", "rename"};
+
+const std::vector<Row>& table() {
+    static const std::vector<Row> rows = {
+        {{"CGDisplayRegisterReconfigurationCallback"},
+         "",
+         "error: CGDisplayRegisterReconfigurationCallback failed: CODE"},
+        {{"CGAssociateMouseAndMouseCursorPosition"},
+         "",
+         "warn: restoreCursorAssociation \\[.*\\]: CGAssociateMouseAndMouseCursorPosition\\(1\\) "
+         "returned CODE"},
+        {{"CGBeginDisplayConfiguration", "CGCompleteDisplayConfiguration"},
+         "",
+         "error: checkInvariant \\[.*\\]: CG configure rejected .*|"
+         "warn: resolution restore: apply failed for .*; keeping entry|"
+         "warn: the main application gave up: .*"},
+        {{"CGSGetNumberOfDisplayModes"},
+         "",
+         "warn: resolution restore: no exact mode .*; keeping entry|"
+         "warn: the main application gave up: .*"},
+        {{"CGSSetMenuBarAutohideEnabled"}, "", "warn: CGSSetMenuBarAutohideEnabled returned CODE"},
+        {{"CFPreferencesSynchronize"},
+         "",
+         "warn: CFPreferencesSynchronize returned false for menu bar prefs"},
+        {{"CFPreferencesAppSynchronize"},
+         "",
+         "warn: hot-corner (restoreIfPending|exit): CFPreferencesAppSynchronize failed; snapshot "
+         "kept at .* for retry|warn: the main application gave up: could not sync com.apple.dock "
+         "prefs after writing wvous-\\*-corner"},
+        {{"SLSGetMenuBarAutohideEnabled"}, "", "warn: SLSGetMenuBarAutohideEnabled returned CODE"},
+        {{"SLSSetMenuBarVisibilityOverrideOnDisplay"},
+         "",
+         "warn: SLSSetMenuBarVisibilityOverrideOnDisplay returned CODE for display .*"},
+        {{"CoreDockGetExposeCornerActionsWithModifiers"},
+         "",
+         "warn: hot-corner restore could not be verified because the CoreDock getter is "
+         "unavailable|warn: hot-corner release could not refresh native suppression while other "
+         "owners remain|warn: the main application gave up: could not sync .*"},
+        {{"dlopen"},
+         "SkyLight",
+         "warn: Per-display menu bar API is unavailable on this macOS build"},
+        {{"dlsym"},
+         "CGSMainConnectionID|SLS(Get|Set).*|SLSCopyManagedDisplaySpaces",
+         "warn: Per-display menu bar API is unavailable on this macOS build"},
+        {{"dlsym"},
+         "CoreDock.*",
+         "warn: hot-corner restore found the CoreDock setter unavailable and restored raw "
+         "preferences only|warn: hot-corner disable failed because required CoreDock functions are "
+         "unavailable"},
+        {{"dispatch_source_create"},
+         "",
+         "error: safety timer could not be created|"
+         "error: PROC_EXIT watch could not be created for Tolvaran pid .*"},
+        {writing, "State/\\.display-originals", "warn: Failed to write originals file: .*"},
+        {writing, "State/\\.resolution-originals",
+         "warn: Failed to write resolution originals file: .*"},
+        {writing, "State/(separated|side-pinned|native-mirrored)-sets\\.json",
+         "warn: Failed to write (separated|side-pinned|native-mirrored)-sets file: .*"},
+        {writing, "State/menubar-state\\.json", "warn: Failed to write menu bar snapshot: .*"},
+        {writing, "State/hot-corners-snapshot\\.json",
+         "warn: hot-corner .* could not re-persist its recovery snapshot: .*|"
+         "warn: the main application gave up: could not persist hot-corner snapshot: .*"},
+        {writing, "State/hot-corner-screen-saver-hold",
+         "warn: screen-saver hot-corner hold marker could not be saved \\(.*\\)"},
+        {{"unlink"},
+         "State/menubar-state\\.json",
+         "warn: menu bar snapshot at .* could not be deleted: .*"},
+        {{"unlink"},
+         "State/hot-corner-screen-saver-hold",
+         "warn: screen-saver hot-corner hold marker could not be removed \\(.*\\)"},
+        {{"CFStringCreateWithBytes", "CFNumberCreate", "CFDictionaryCreate"},
+         "",
+         "error: restore step \\[.*\\] gave up: .*|warn: the main application gave up: .*"},
+    };
+    return rows;
+}
+
+/// Failures of which nobody is told, and why that is so.
+const std::set<std::string>& untold() {
+    static const std::set<std::string> functions = {
+        // The log itself, and what is only cleaned up.
+        "close", "closedir", "dlclose", "lseek", "opendir", "readdir", "kill", "localtime_r",
+        "IOObjectRelease",
+        // A file that cannot be read counts as one that is missing, and a directory that cannot be
+        // created is left to the write to report.
+        "open", "fstat", "read", "stat", "mkdir",
+        // A volume without barriers gets the ordinary flush; what a write meets once it tries
+        // again.
+        "fcntl", "write",
+        // Displays of which nothing is known have another name, or no part in the layout; a mode of
+        // which nothing is known is none.
+        "CGDisplayBounds", "CGDisplayCreateUUIDFromDisplayID", "CGDisplayModelNumber",
+        "CGDisplaySerialNumber", "CGDisplayVendorNumber", "CGGetActiveDisplayList",
+        "CGMainDisplayID", "CGSGetDisplayModeDescriptionOfLength", "CFUUIDCreateFromString",
+        "CFUUIDCreateString", "IOIteratorNext", "IORegistryEntryCreateCFProperties",
+        "IOServiceGetMatchingServices", "IOServiceMatching",
+        // Only completion tells what became of a configuration.
+        "CGConfigureDisplayOrigin", "CGSConfigureDisplayMode", "CGSGetCurrentDisplayMode",
+        // An answer that may be a true one.
+        "CGSMainConnectionID", "CoreDockGetAutoHideEnabled", "CFPreferencesCopyValue",
+        "SLSCopyActiveMenuBarDisplayIdentifier", "SLSCopyManagedDisplaySpaces",
+        "SLSGetMenuBarVisibilityOverrideOnDisplay", "CFBundleCopyBundleURL",
+        "CFBundleGetAllBundles", "CFBundleGetMainBundle", "CFURLGetFileSystemRepresentation",
+        "CFUUIDCreate", "getpwuid", "runningApplications",
+        // Functions that return nothing, or nothing that tells of a failure.
+        "CFNotificationCenterPostNotification", "CFPreferencesSetValue",
+        "CoreDockSetAutoHideEnabled", "CoreDockSetExposeCornerActionWithModifier",
+        "dispatch_after_f", "dispatch_async_f", "dispatch_source_set_timer", "nanosleep",
+        "observeLaunches", "observeTerminations", "observeWakes", "setActivationPolicy", "signal",
+        // Subjects that the table has no row for.
+        "mkostemp", "fsync", "rename", "unlink", "dlopen", "dlsym"};
+    return functions;
+}
+
+/// A success that is none, or an error after which the call is taken to have done its work.
+bool passesForSuccess(const Call& call, const json& form) {
+    const bool isGone = call.function == "unlink" && form.value("result", json()) == "ENOENT";
+    return !form.contains("result") || isGone;
+}
+
+std::string withCode(std::string line, const json& form) {
+    const auto at = line.find("CODE");
+    if (at != std::string::npos) {
+        line.replace(at, 4, form.at("result").dump());
+    }
+    return line;
+}
+
+}  // namespace
+
+std::string missingLine(const Call& call, const json& form, const std::vector<std::string>& log) {
+    for (const Row& row : table()) {
+        const bool isAbout =
+            std::ranges::find(row.functions, call.function) != row.functions.end() &&
+            std::regex_match(call.subject, std::regex(row.subject));
+        if (!isAbout) {
+            continue;
+        }
+        if (passesForSuccess(call, form) &&
+            call.function != "CoreDockGetExposeCornerActionsWithModifiers") {
+            return "";
+        }
+        const std::regex line(withCode(row.line, form));
+        const bool stands = std::ranges::any_of(
+            log, [&](const std::string& logged) { return std::regex_match(logged, line); });
+        return stands ? "" : row.line;
+    }
+    if (!untold().contains(call.function)) {
+        throw std::out_of_range("nothing is known of what the log says of " + call.function);
+    }
+    return "";
+}
+
+}  // namespace tolvaran::tests

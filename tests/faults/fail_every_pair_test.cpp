@@ -1,0 +1,127 @@
+// Fails every two calls of one run, each once. Where one call's failure is met well, the way out of
+// it makes calls of its own, and they can fail as well.
+//
+// `make torture` tries every pair; the ordinary test run, the first few of each story. The pairs of
+// a story come in a fixed order that is spread over all of them, so that any first part of it is a
+// fair sample, and so that a long run can be taken up again where it was left: with
+// TOLVARAN_TORTURE_PAIRS=N each story stops after N pairs, with TOLVARAN_TORTURE_PAIRS_FROM=N it
+// begins behind the first N.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <numeric>
+#include <set>
+#include <utility>
+
+#include "tests/faults/failure_forms.hpp"
+#include "tests/faults/findings.hpp"
+#include "tests/faults/torture.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::uint64_t sampleSize = 12;
+
+std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
+    const char* const value = std::getenv(name);
+    return value == nullptr || *value == '\0' ? otherwise : std::strtoull(value, nullptr, 10);
+}
+
+/// All pairs n < m of `calls` numbers, in an order of its own.
+class Pairs {
+  public:
+    explicit Pairs(std::uint64_t calls) : count_(calls * (calls - 1) / 2) {
+        // The golden section spreads what follows one another; a step without a common divisor
+        // comes to every pair once.
+        step_ = static_cast<std::uint64_t>(static_cast<double>(count_) * 0.618);
+        while (std::gcd(step_, count_) != 1) {
+            ++step_;
+        }
+    }
+
+    std::uint64_t count() const { return count_; }
+
+    std::pair<std::size_t, std::size_t> at(std::uint64_t place) const {
+        const std::uint64_t index = place * step_ % count_;
+        auto m =
+            static_cast<std::uint64_t>((1 + std::sqrt(1.0 + 8.0 * static_cast<double>(index))) / 2);
+        while (m * (m - 1) / 2 > index) {
+            --m;
+        }
+        while (m * (m + 1) / 2 <= index) {
+            ++m;
+        }
+        return {index - m * (m - 1) / 2, m};
+    }
+
+  private:
+    std::uint64_t count_;
+    std::uint64_t step_;
+};
+
+/// One form of the function's failures, another one for another number; null when it cannot fail.
+json oneForm(const std::string& function, std::uint64_t number) {
+    const std::vector<json>& forms = failureForms(function);
+    return forms.empty() ? json() : forms[number % forms.size()];
+}
+
+TEST(Pairs, EveryPairComesOnce) {
+    for (const std::uint64_t calls : {2U, 3U, 7U, 50U}) {
+        const Pairs pairs(calls);
+        std::set<std::pair<std::size_t, std::size_t>> seen;
+        for (std::uint64_t place = 0; place < pairs.count(); ++place) {
+            const auto [n, m] = pairs.at(place);
+            EXPECT_LT(n, m);
+            EXPECT_LT(m, calls);
+            EXPECT_TRUE(seen.emplace(n, m).second) << n << ", " << m << " of " << calls;
+        }
+        EXPECT_EQ(seen.size(), calls * (calls - 1) / 2);
+    }
+}
+
+class FailEveryPair : public testing::TestWithParam<std::string> {
+  protected:
+    void check(std::size_t n, std::size_t m, std::uint64_t number) {
+        const FaultRun hit = trial_.run([&](std::size_t index, const std::string& function) {
+            return index == n || index == m ? oneForm(function, number + index) : json();
+        });
+        for (const std::string& finding : findings(trial_.calm(), hit)) {
+            ADD_FAILURE() << "calls " << n << " and " << m << " failing, " << described(hit) << ": "
+                          << finding;
+        }
+    }
+
+    static std::string described(const FaultRun& hit) {
+        std::string text = "pair";
+        for (const Call& call : hit.failed) {
+            text += " " + call.function + " " + call.subject;
+        }
+        return text;
+    }
+
+    Trial trial_{story(GetParam())};
+};
+
+TEST_P(FailEveryPair, HealsWithTheNextRun) {
+    const Pairs pairs(trial_.calm().calls.size());
+    const std::uint64_t first = numberFromEnvironment("TOLVARAN_TORTURE_PAIRS_FROM", 0);
+    const std::uint64_t most =
+        isTorture() ? numberFromEnvironment("TOLVARAN_TORTURE_PAIRS", pairs.count()) : sampleSize;
+    std::uint64_t place = first;
+    for (; place < pairs.count() && place - first < most; ++place) {
+        const auto [n, m] = pairs.at(place);
+        check(n, m, place);
+    }
+    addStatistics(
+        {{"pairs", place - first}, {"pairs in all", pairs.count()}, {"runs", place - first}});
+}
+
+INSTANTIATE_TEST_SUITE_P(Stories, FailEveryPair, testing::ValuesIn(storyNames()),
+                         [](const auto& name) { return name.param; });
+
+}  // namespace
+}  // namespace tolvaran::tests

@@ -1,0 +1,64 @@
+#include "tests/faults/findings.hpp"
+
+#include <algorithm>
+
+#include "tests/faults/prescribed_losses.hpp"
+#include "tests/faults/records.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+bool isPrescribed(const std::vector<Call>& failed, const std::string& place) {
+    return std::ranges::any_of(failed, [&](const Call& call) {
+        return !prescribedLoss(call.function, place, call.subject).empty() ||
+               !prescribedLoss(call.function + " " + call.error, place, call.subject).empty();
+    });
+}
+
+/// An unfinished file stays until the next helper starts, when it cannot be removed either.
+bool couldNotBeRemoved(const std::vector<Call>& failed, const std::string& leftOver) {
+    return leftOver.starts_with("after the fault: ") &&
+           std::ranges::find(failed, "unlink", &Call::function) != failed.end();
+}
+
+}  // namespace
+
+bool isAsBefore(const json& filesBefore, const Ending& ending, const std::string& place) {
+    if (!place.starts_with("files/")) {
+        return false;
+    }
+    json::json_pointer file(place.substr(std::string("files").size()));
+    while (!file.parent_pointer().empty()) {
+        file = file.parent_pointer();
+    }
+    return ending.files.value(file, json()) == filesBefore.value(file, json());
+}
+
+std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit) {
+    std::vector<std::string> found;
+    const std::vector<Call>& failed = hit.failed;
+    for (const std::string& thing : hit.leftOver) {
+        if (!couldNotBeRemoved(failed, thing)) {
+            found.push_back("leaves " + thing);
+        }
+    }
+    if (hit.healed.mac.is_null()) {
+        return found;  // it was broken off
+    }
+    for (const std::string& place : differences(calm.healed, hit.healed)) {
+        if (!isPrescribed(failed, place) &&
+            (hit.isHelper || !isAsBefore(hit.filesBefore, hit.healed, place))) {
+            found.push_back("ends differently at " + place);
+        }
+    }
+    for (const std::string& record : lostRecords(calm, hit)) {
+        if (!isPrescribed(failed, record)) {
+            found.push_back("loses " + record);
+        }
+    }
+    return found;
+}
+
+}  // namespace tolvaran::tests

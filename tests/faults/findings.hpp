@@ -1,0 +1,19 @@
+// Judges one run with a fault by the run without it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/faults/fault_run.hpp"
+
+namespace tolvaran::tests {
+
+/// Whether a file at this place is as it was before a run of the main application, which, unlike
+/// the helper, need not try again.
+bool isAsBefore(const nlohmann::json& filesBefore, const Ending& ending, const std::string& place);
+
+/// What is wrong with a run, beyond what the table of prescribed losses allows: where the next run
+/// ends otherwise, records that went too early, and what was left behind.
+std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit);
+
+}  // namespace tolvaran::tests

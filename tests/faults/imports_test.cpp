@@ -1,0 +1,198 @@
+// Every function of the outside that the product calls can be made to fail, which is what all other
+// fault tests rest on. Read off the libraries themselves, so that a new call joins by itself.
+#include <cxxabi.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+#include <sstream>
+
+#include "tests/faults/failure_forms.hpp"
+#include "tests/faults/fault_run.hpp"
+#include "tests/faults/torture.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using Names = std::set<std::string>;
+
+/// What a command prints, by line, cut off behind the first blank.
+Names firstWords(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), pclose);
+    Names words;
+    std::array<char, 4096> line;
+    while (output && std::fgets(line.data(), line.size(), output.get()) != nullptr) {
+        const std::string text(line.data());
+        words.insert(text.substr(0, text.find_first_of(" \n")));
+    }
+    return words;
+}
+
+Names symbols(const std::string& which, const std::string& libraries) {
+    return firstWords(std::string(TOLVARAN_NM) + " -P " + which + " " + libraries +
+                      " 2>/dev/null | grep -v ':$'");
+}
+
+std::string readable(const std::string& symbol) {
+    int status = 0;
+    const std::unique_ptr<char, void (*)(void*)> text(
+        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), std::free);
+    return text ? text.get() : symbol;
+}
+
+bool startsWithOneOf(const std::string& text, const std::vector<std::string>& beginnings) {
+    return std::ranges::any_of(beginnings,
+                               [&](const std::string& start) { return text.starts_with(start); });
+}
+
+/// Of the C++ library nothing reaches the outside but what deals with files, time and threads.
+bool isPlainCxx(const std::string& text) {
+    static const std::vector<std::string> outside{
+        "filesystem", "filebuf", "fstream", "thread", "chrono", "random_device", "system("};
+    const bool isLibrary =
+        startsWithOneOf(text,
+                        {"std::", "operator new", "operator delete", "typeinfo for ", "vtable for ",
+                         "VTT for ", "__cxxabiv1::", "__gnu_cxx::", "construction vtable"}) ||
+        text.find(" std::") != std::string::npos;
+    return isLibrary && std::ranges::none_of(outside, [&](const std::string& word) {
+               return text.find(word) != std::string::npos;
+           });
+}
+
+/// What cannot fail, or whose failure lies in what it is given, by the reason.
+const std::map<std::string, Names>& harmless() {
+    static const std::map<std::string, Names> table{
+        {"works on memory and numbers alone",
+         {"floor",   "ldexp",  "llround", "localeconv", "memchr",   "memcmp", "memcpy",
+          "memmove", "memset", "round",   "roundf",     "snprintf", "strcmp", "strftime",
+          "strlen",  "strtod", "strtol",  "strtoll",    "strtoull", "trunc"}},
+        {"tells of the process itself, and always can",
+         {"_NSGetArgc", "_NSGetArgv", "__errno_location", "getenv", "getuid"}},
+        {"ends the program", {"abort", "__assert_fail"}},
+        {"looks at an object at hand; whether it fails lies in the object",
+         {"CFArrayGetCount", "CFArrayGetTypeID", "CFArrayGetValueAtIndex", "CFBooleanGetTypeID",
+          "CFBooleanGetValue", "CFDictionaryGetCount", "CFDictionaryGetKeysAndValues",
+          "CFDictionaryGetTypeID", "CFDictionaryGetValue", "CFGetTypeID", "CFNumberGetTypeID",
+          "CFNumberGetValue", "CFNumberIsFloatType", "CFStringGetBytes", "CFStringGetLength",
+          "CFStringGetTypeID"}},
+        {"calculates",
+         {"CGPointEqualToPoint", "CGRectGetMaxX", "CGRectGetMaxY", "CGRectGetMinX", "CGRectGetMinY",
+          "CGRectGetWidth", "dispatch_time"}},
+        {"holds or lets go of an object at hand, and returns no failure",
+         {"CFRelease", "CFRetain", "dispatch_release", "dispatch_resume", "dispatch_set_context",
+          "dispatch_set_finalizer_f", "dispatch_source_cancel",
+          "dispatch_source_set_event_handler_f"}},
+        {"is always there: the one notification center, the one main queue",
+         {"CFNotificationCenterGetDistributedCenter", "dispatch_get_main_queue"}},
+        {"is a constant",
+         {"CGPointZero", "__CFStringMakeConstantString", "_dispatch_source_type_proc",
+          "_dispatch_source_type_timer", "kCFAbsoluteTimeIntervalSince1970", "kCFAllocatorDefault",
+          "kCFBooleanFalse", "kCFBooleanTrue", "kCFPreferencesAnyApplication",
+          "kCFPreferencesAnyHost", "kCFPreferencesCurrentUser", "kCFTypeDictionaryKeyCallBacks",
+          "kCFTypeDictionaryValueCallBacks", "kIOMainPortDefault"}},
+        {"performs the product's own code",
+         {"tolvaran::workspace::runEventLoop", "tolvaran::workspace::withAutoreleasePool"}},
+    };
+    return table;
+}
+
+bool isHarmless(const std::string& name) {
+    return std::ranges::any_of(harmless(),
+                               [&](const auto& row) { return row.second.contains(name); });
+}
+
+bool belongsToTheToolchain(const std::string& symbol) {
+    return startsWithOneOf(
+        symbol, {"__asan_", "__ubsan_", "__sanitizer_", "__lsan_", "__cxa_", "__gxx_", "_Unwind_",
+                 "__gcov_", "__llvm_", "__stack_chk", "__dso_handle", "__libc_single_threaded",
+                 "_GLOBAL_OFFSET_TABLE_", "__start___", "__stop___"});
+}
+
+/// The functions that the product calls and does not define, without those that cannot fail. C++
+/// functions without their arguments.
+Names outsideFunctions() {
+    const Names own = symbols("--defined-only", TOLVARAN_PRODUCT_LIBRARIES);
+    Names functions;
+    for (const std::string& symbol : symbols("-u", TOLVARAN_PRODUCT_LIBRARIES)) {
+        if (own.contains(symbol) || belongsToTheToolchain(symbol)) {
+            continue;
+        }
+        const std::string text = readable(symbol);
+        const std::string name = text.substr(0, text.find('('));
+        if (!isHarmless(name) && !(text != symbol && isPlainCxx(text))) {
+            functions.insert(name);
+        }
+    }
+    return functions;
+}
+
+/// The name under which a fault meets the function: the workspace's stand for Apple's own.
+std::string plainName(const std::string& function) {
+    const std::string workspace = "tolvaran::workspace::";
+    if (function == workspace + "prohibitActivation") {
+        return "setActivationPolicy";
+    }
+    return function.starts_with(workspace) ? function.substr(workspace.size()) : function;
+}
+
+TEST(Imports, AreFound) {
+    const Names found = outsideFunctions();
+    for (const char* const name :
+         {"open", "rename", "CGGetActiveDisplayList", "tolvaran::workspace::observeWakes"}) {
+        EXPECT_TRUE(found.contains(name)) << name;
+    }
+}
+
+TEST(Imports, CanAllBeMadeToFail) {
+    const std::vector<std::string> known = fallibleFunctions();
+    for (const std::string& function : outsideFunctions()) {
+        EXPECT_NE(std::ranges::find(known, plainName(function)), known.end())
+            << function << " is called, but nothing says how it fails, or that it cannot";
+    }
+}
+
+TEST(Imports, EveryHarmlessFunctionIsStillCalled) {
+    Names called;
+    for (const std::string& symbol : symbols("-u", TOLVARAN_PRODUCT_LIBRARIES)) {
+        const std::string text = readable(symbol);
+        called.insert(text.substr(0, text.find('(')));
+    }
+    // These depend on the compiler and its settings.
+    const Names optional{"memchr",        "memcmp",  "memmove",  "memset",   "strlen",
+                         "strcmp",        "floor",   "trunc",    "roundf",   "round",
+                         "__assert_fail", "ldexp",   "memcpy",   "snprintf", "localeconv",
+                         "strtod",        "strtoll", "strtoull", "llround"};
+    for (const auto& [reason, names] : harmless()) {
+        for (const std::string& name : names) {
+            EXPECT_TRUE(called.contains(name) || optional.contains(name)) << name << " " << reason;
+        }
+    }
+}
+
+/// Functions that are known, and yet called in no story.
+const std::map<std::string, std::string>& uncalled() {
+    static const std::map<std::string, std::string> table{};
+    return table;
+}
+
+TEST(Imports, EveryKnownFunctionIsCalledInSomeStory) {
+    Names called;
+    for (const Story& story : stories()) {
+        const Trial trial(story);
+        for (const Call& call : trial.calm().calls) {
+            called.insert(call.function);
+        }
+    }
+    for (const std::string& function : fallibleFunctions()) {
+        EXPECT_NE(called.contains(function), uncalled().contains(function)) << function;
+    }
+    addStatistics({{"outside calls known", fallibleFunctions().size()}});
+}
+
+}  // namespace
+}  // namespace tolvaran::tests

@@ -1,0 +1,34 @@
+// What the fault tests let go wrong: the scenarios, and what the main application does through the
+// library, which no scenario shows.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "simulator/player/scenario.hpp"
+
+namespace tolvaran::tests {
+
+/// One process on one Mac.
+struct Story {
+    std::string name;  // letters, digits and "_"
+    simulator::Scenario scenario;
+    std::function<void()> program;  // what the process does; empty: it is the helper
+};
+
+/// Every scenario with a virtual clock whose own faults, if it has any, meet every call of their
+/// functions, so that a further fault does not move them; then the main application's stories.
+const std::vector<Story>& stories();
+
+/// The main application's part: each operation by which it writes records and changes the Mac, on a
+/// Mac where the helper then puts everything back.
+std::vector<Story> mainApplicationStories();
+
+/// The names of the stories, for tests with one instance a story.
+std::vector<std::string> storyNames();
+
+/// The story of this name.
+const Story& story(const std::string& name);
+
+}  // namespace tolvaran::tests
