@@ -7,7 +7,7 @@
 
 #include "fuzz/check.hpp"
 #include "restore/paths/restore_log.hpp"
-#include "simulator/event_loop.hpp"
+#include "simulator/devices/devices.hpp"
 #include "simulator/player/player.hpp"
 #include "simulator/simulator.hpp"
 
@@ -80,16 +80,19 @@ void play(const simulator::Scenario& scenario, const std::string& root, const Wa
         }
         return {};
     };
-    const auto prepare = [&] {
-        simulator::decideCalls(onCall);
-        simulator::planEvent(simulator::endOfRun(), [&] {
-            if (simulator::openConfigurations() != 0) {
-                played.leftOver.emplace_back("an open display configuration");
-            }
-        });
+    const auto atEnd = [&] {
+        if (simulator::openConfigurations() != 0) {
+            played.leftOver.emplace_back("an open display configuration");
+        }
+        if (simulator::devices::liveRegistryObjects() != 0) {
+            played.leftOver.emplace_back("a registry object that nobody released");
+        }
     };
-    played.result =
-        simulator::play(scenario, {.root = root, .quiet = true, .prepare = prepare}).result;
+    played.result = simulator::play(scenario, {.root = root,
+                                               .quiet = true,
+                                               .prepare = [&] { simulator::decideCalls(onCall); },
+                                               .atEnd = atEnd})
+                        .result;
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* mainApplication = "com.morvelli.Tolvaran";
+constexpr const char* originalsPath = "State/.display-originals";
 
 /// What one physical display is, wherever it stands.
 struct Monitor {
@@ -343,7 +344,7 @@ struct Record {
 };
 
 constexpr std::array records = {
-    Record{"State/.display-originals", originals},
+    Record{originalsPath, originals},
     Record{"State/.resolution-originals", resolutions},
     Record{"State/separated-sets.json", separatedSets},
     Record{"State/side-pinned-sets.json", layoutSets<2>},
@@ -501,66 +502,14 @@ class TimelineMaker {
 
 // What fails.
 
+/// The functions that can fail at all.
 const std::vector<std::string>& fallible() {
-    static const std::vector<std::string> functions = {
-        "close",
-        "closedir",
-        "fcntl",
-        "fstat",
-        "fsync",
-        "mkdir",
-        "mkostemp",
-        "nanosleep",
-        "open",
-        "opendir",
-        "read",
-        "readdir",
-        "rename",
-        "stat",
-        "unlink",
-        "write",
-        "CFDictionaryCreate",
-        "CFNotificationCenterGetDistributedCenter",
-        "CFNotificationCenterPostNotification",
-        "CFNumberCreate",
-        "CFPreferencesAppSynchronize",
-        "CFPreferencesCopyValue",
-        "CFPreferencesSetValue",
-        "CFPreferencesSynchronize",
-        "CFStringCreateWithBytes",
-        "CFUUIDCreateString",
-        "CGAssociateMouseAndMouseCursorPosition",
-        "CGBeginDisplayConfiguration",
-        "CGCompleteDisplayConfiguration",
-        "CGConfigureDisplayOrigin",
-        "CGDisplayBounds",
-        "CGDisplayCreateUUIDFromDisplayID",
-        "CGDisplayModelNumber",
-        "CGDisplayRegisterReconfigurationCallback",
-        "CGDisplaySerialNumber",
-        "CGDisplayVendorNumber",
-        "CGGetActiveDisplayList",
-        "CGMainDisplayID",
-        "CGSConfigureDisplayMode",
-        "CGSGetCurrentDisplayMode",
-        "CGSGetDisplayModeDescriptionOfLength",
-        "CGSGetNumberOfDisplayModes",
-        "CGSMainConnectionID",
-        "CGSSetMenuBarAutohideEnabled",
-        "CoreDockGetAutoHideEnabled",
-        "CoreDockGetExposeCornerActionsWithModifiers",
-        "CoreDockSetAutoHideEnabled",
-        "CoreDockSetExposeCornerActionWithModifier",
-        "IOIteratorNext",
-        "IORegistryEntryCreateCFProperties",
-        "IOServiceGetMatchingServices",
-        "IOServiceMatching",
-        "SLSGetMenuBarVisibilityOverrideOnDisplay",
-        "SLSSetMenuBarVisibilityOverrideOnDisplay",
-        "dispatch_source_create",
-        "dlopen",
-        "dlsym",
-    };
+    static const std::vector<std::string> functions = [] {
+        std::vector<std::string> all = tests::fallibleFunctions();
+        std::erase_if(all,
+                      [](const auto& function) { return tests::failureForms(function).empty(); });
+        return all;
+    }();
     return functions;
 }
 
@@ -569,10 +518,8 @@ json makeFault(Choices& choices) {
     json fault = choices.of(tests::failureForms(function));
     fault["call"] = function;
     fault["skip"] = choices.below(40);
-    // Displays without bounds all look like a zigzag, and each attempt to mend it would bring on
-    // the next one.
-    fault["times"] =
-        choices.of(std::vector<int>{1, 1, 4, function == "CGDisplayBounds" ? 1 : 1000});
+    const auto longest = std::min<std::size_t>(tests::longestFailure(function), 1000);
+    fault["times"] = choices.of(std::vector<std::size_t>{1, 1, 4, longest});
     return fault;
 }
 
@@ -598,6 +545,20 @@ json makeStory(Choices& choices) {
     story["timeline"] = timeline.make();
     story["until"] = timeline.end() + (choices.chance(4) ? 61 : 1);
     return story;
+}
+
+bool mayNotComeToRest(const json& story) {
+    const auto isStore = [](const json& content) {
+        return content.is_object() && content.contains("arrangements") &&
+               content.at("arrangements").size() >= 2;
+    };
+    const auto writesOne = [&](const json& event) {
+        return event.contains("write") && event.at("write").at("path") == originalsPath &&
+               isStore(event.at("write").at("content"));
+    };
+    const json& timeline = story.at("timeline");
+    return isStore(story.at("files").value(originalsPath, json())) ||
+           std::any_of(timeline.begin(), timeline.end(), writesOne);
 }
 
 std::vector<std::string> faultyFunctions(const json& story) {
