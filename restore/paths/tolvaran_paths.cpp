@@ -21,8 +21,7 @@ namespace tolvaran::TolvaranPaths {
 namespace {
 
 std::string joined(const std::string& directory, const std::string& name) {
-    const bool separated = directory.empty() || directory.back() == '/';
-    return directory + (separated ? "" : "/") + name;
+    return directory + (directory.ends_with('/') ? "" : "/") + name;
 }
 
 std::string homeDirectory() {
@@ -35,8 +34,10 @@ std::string homeDirectory() {
 }
 
 std::string expandingTilde(const std::string& path) {
-    const bool isOwnHome = path == "~" || path.starts_with("~/");
-    return isOwnHome ? homeDirectory() + path.substr(1) : path;
+    if (path == "~") {
+        return homeDirectory();
+    }
+    return path.starts_with("~/") ? joined(homeDirectory(), path.substr(2)) : path;
 }
 
 std::optional<std::string> environmentOverride(const std::string& name) {

@@ -1,6 +1,7 @@
 #include "restore/paths/tolvaran_paths.hpp"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <unistd.h>
 
 #include <list>
@@ -202,6 +203,57 @@ TEST_F(Paths, TheDefaultsAreComputedOnce) {
     set("HOME", "/home/elsewhere");
     EXPECT_EQ(applicationSupportDir(), defaultSupport);
     EXPECT_EQ(legacyConfigDir(), "/home/ada/.config/tolvaran");
+}
+
+TEST_F(Paths, WithoutAHomeVariableTheUsersAccountTellsTheHome) {
+    const std::string home = ::getpwuid(::getuid())->pw_dir;
+    for (const char* const unusable : {"", "relative"}) {
+        set("HOME", unusable);
+        endProcess();
+        EXPECT_EQ(legacyConfigDir(), home + "/.config/tolvaran") << unusable;
+    }
+    const ScopedEnvironment none("HOME", std::nullopt);
+    endProcess();
+    EXPECT_EQ(legacyConfigDir(), home + "/.config/tolvaran");
+    simulator::addFault({{"call", "getpwuid"}, {"result", nullptr}});
+    endProcess();
+    EXPECT_EQ(legacyConfigDir(), "/.config/tolvaran");
+    simulator::clearFaults();
+}
+
+TEST_F(Paths, AMigrationRunNeedsNoFurtherFlags) {
+    simulator::setArguments({"helper", homebrewMigrationPrepareFlag});
+    EXPECT_EQ(logsDir(), "/home/ada/Library/Logs/Tolvaran");
+}
+
+TEST_F(Paths, TheTestRootIsMadeOfWhatTheSystemGives) {
+    set("XCTestBundlePath", "x");
+    set("TMPDIR", "relative");
+    simulator::addFault({{"call", "CFUUIDCreate"}, {"result", nullptr}});
+    const std::string root = "/tmp/tolvaran-tests-" + std::to_string(::getpid()) + "-";
+    EXPECT_EQ(logsDir(), root + "/Library/Logs/Tolvaran");
+    const ScopedEnvironment none("TMPDIR", std::nullopt);
+    endProcess();
+    EXPECT_EQ(logsDir(), root + "/Library/Logs/Tolvaran");
+    simulator::clearFaults();
+}
+
+TEST_F(Paths, WhatCannotBeToldOfBundlesAndArgumentsIsNoTestRunner) {
+    simulator::setBundlePaths({"/a/Suite.xctest"});
+    simulator::addFault({{"call", "CFBundleGetMainBundle"}, {"result", nullptr}});
+    EXPECT_TRUE(isRunningUnderXCTest()) << "it is among all bundles";
+    simulator::addFault({{"call", "CFBundleGetAllBundles"}, {"result", nullptr}});
+    EXPECT_FALSE(isRunningUnderXCTest());
+    simulator::clearFaults();
+    for (const auto& [call, result] : std::vector<std::pair<std::string, nlohmann::json>>{
+             {"CFBundleCopyBundleURL", nullptr}, {"CFURLGetFileSystemRepresentation", false}}) {
+        simulator::addFault({{"call", call}, {"result", result}});
+        EXPECT_FALSE(isRunningUnderXCTest()) << call;
+        simulator::clearFaults();
+    }
+    simulator::setBundlePaths({"/a/Helper.app"});
+    simulator::setArguments({});
+    EXPECT_FALSE(isRunningUnderXCTest());
 }
 
 TEST_F(Paths, ATestRunnerIsToldByEnvironmentBundlesAndName) {
