@@ -300,6 +300,14 @@ TEST_F(HotCornerLeases, RenewingLeavesAGoodFileAlone) {
     EXPECT_EQ(readFile(path_), sameWithBlanks);
 }
 
+TEST_F(HotCornerLeases, ASnapshotThatALeaseNeedsIsNotForgotten) {
+    enter(gameMode);
+    DockHotCornerOverride::forgetSnapshotOnDisk(path_);
+    DockHotCornerOverride::deleteSnapshot(path_);
+    EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(enter(gameMode), usersSnapshot());
+}
+
 TEST_F(HotCornerLeases, RenewingFailsWhenALostFileCannotBePutBack) {
     enter(gameMode);
     std::filesystem::remove(path_);

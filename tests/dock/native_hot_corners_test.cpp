@@ -117,6 +117,9 @@ TEST_F(NativeHotCornersTest, NamesWhatIsMissing) {
     startWithout({setter});
     simulator::addFault({{"call", "dlopen"}, {"result", 0}});
     EXPECT_EQ(NativeHotCorners::missing(), Lines{setter}) << "the process has the other one anyway";
+    startWithout({getter});
+    simulator::addFault({{"call", "dlopen"}, {"result", 0}});
+    EXPECT_EQ(NativeHotCorners::missing(), Lines{getter});
 }
 
 TEST_F(NativeHotCornersTest, CannotReadWhatTheDockLeavesUnfilled) {

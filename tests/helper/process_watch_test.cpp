@@ -8,6 +8,7 @@
 #include "helper/helper.hpp"
 #include "helper/main_application.hpp"
 #include "simulator/simulator.hpp"
+#include "simulator/workspace_events.hpp"
 #include "tests/support/helper_process.hpp"
 
 namespace tolvaran {
@@ -72,6 +73,18 @@ TEST(MainApplication, IsNoneWithoutALiveInstance) {
     EXPECT_EQ(runningMainAppPID(30), std::nullopt);
     simulator::perform({{"exit", 30}});
     EXPECT_EQ(runningMainAppPID(std::nullopt), std::nullopt);
+}
+
+TEST(ProcessWatch, ANotificationAboutNobodyIsPassedOver) {
+    HelperProcess process(applications({812}));
+    const auto helper = Helper::make();
+    helper->start();
+    process.takeLog();
+    simulator::postLaunch(std::nullopt);
+    simulator::postTermination(std::nullopt);
+    simulator::advance(0);
+    EXPECT_EQ(process.takeLog(), Lines{});
+    EXPECT_EQ(helper->watchedPID, 812);
 }
 
 TEST(ProcessWatch, ACrashIsRestoredOnceAfterTheGrace) {

@@ -206,6 +206,7 @@ TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
         ".record.unfinished-",
         ".record.unfinished-99999999999999999999-AbCdEf",
         ".record.unfinished--1-AbCdEf",
+        ".record.unfinished-0-AbCdEf",
         "record.unfinished-" + ended + "-AbCdEf",  // not hidden, so not ours
         "record",
     };
@@ -221,6 +222,31 @@ TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
     std::vector<std::string> expected = kept;
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(directory.list(), expected);
+}
+
+TEST(Files, LeavesTheUnfinishedFilesOfProcessesThatItMayNotAskFor) {
+    const TemporaryDirectory directory;
+    const std::string name = ".record.unfinished-" + std::to_string(endedProcess()) + "-AbCdEf";
+    writeFile(directory / name, "x");
+    simulator::reset();
+    simulator::addFault({{"call", "kill"}, {"result", "EPERM"}});  // another user's, but alive
+    removeAbandonedFiles(directory.path());
+    simulator::reset();
+    EXPECT_EQ(directory.list(), std::vector<std::string>{name});
+}
+
+TEST(Files, AWriteThatMakesNoProgressFailsAsOnAFullDisk) {
+    const TemporaryDirectory directory;
+    simulator::exposeToFaults(directory.path());
+    simulator::addFault({{"call", "write"}, {"result", {{"bytes", 0}}}});
+    try {
+        writeAtomically(directory / "record", "x");
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.code(), ENOSPC);
+    }
+    simulator::reset();
+    EXPECT_EQ(directory.list(), std::vector<std::string>{});
 }
 
 TEST(Files, AppendsWhereverTheEndIs) {

@@ -38,6 +38,8 @@ TEST(Text, Trims) {
 
 TEST(Text, ChangesTheCaseOfASCIILettersOnly) {
     EXPECT_EQ(uppercased("aZ-9ä"), "AZ-9ä");
+    EXPECT_EQ(uppercased("`az{"), "`AZ{");
+    EXPECT_EQ(lowercased("@AZ["), "@az[");
     EXPECT_EQ(lowercased("aZ-9Ä"), "az-9Ä");
 }
 
