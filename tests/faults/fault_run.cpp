@@ -87,6 +87,16 @@ Call callNow(const std::string& function, const std::string& root) {
             .subject = (cleansUp ? "unfinished " : "") + shortSubject(path, root)};
 }
 
+/// What a process must not hold when it is at rest.
+void noteOpenObjects(std::vector<std::string>& leftOver) {
+    if (simulator::openConfigurations() != 0) {
+        leftOver.push_back("an open display configuration");
+    }
+    if (simulator::devices::liveRegistryObjects() != 0) {
+        leftOver.push_back("a registry object that nobody released");
+    }
+}
+
 void collect(const json& patch, const std::string& prefix, std::vector<std::string>& into) {
     for (const json& step : patch) {
         into.push_back(prefix + step.at("path").get<std::string>());
@@ -137,14 +147,7 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
         run.filesBefore = simulator::stateFiles(root + "/Logs");
         simulator::decideCalls(ask);
     };
-    const auto atEnd = [&] {
-        if (simulator::openConfigurations() != 0) {
-            run.leftOver.push_back("an open display configuration");
-        }
-        if (simulator::devices::liveRegistryObjects() != 0) {
-            run.leftOver.push_back("a registry object that nobody released");
-        }
-    };
+    const auto atEnd = [&] { noteOpenObjects(run.leftOver); };
     const auto played = simulator::play(story_.scenario, {.root = root,
                                                           .quiet = true,
                                                           .prepare = prepare,
