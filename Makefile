@@ -46,12 +46,14 @@ sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks
 
 # Of the one scenario with very many calls, these are one pair in two hundred; of all others, every pair.
 PAIRS ?= 600000
+torture: export TOLVARAN_STATISTICS = $(CURDIR)/build/torture-counts
 torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs each)
 	@$(MAKE) --no-print-directory build PRESET=release
 	@rm -f build/torture-counts
-	@TOLVARAN_STATISTICS=$(CURDIR)/build/torture-counts TOLVARAN_TORTURE_PAIRS=$(PAIRS) \
-		ctest --preset torture -j $(JOBS); \
-		result=$$?; tools/torture-summary build/torture-counts; exit $$result
+	@TOLVARAN_TORTURE_PAIRS=$(PAIRS) ctest --preset torture -j $(JOBS); result=$$?; \
+		$(MAKE) --no-print-directory fuzz FUZZ_SECONDS=$(or $(FUZZ_SECONDS),600) || result=1; \
+		TOLVARAN_STATISTICS= $(MAKE) --no-print-directory coverage || result=1; \
+		tools/torture-summary build/torture-counts; exit $$result
 
 fuzz: ## Look for inputs that break something, without end (FUZZ_SECONDS=N: N seconds a target)
 	@tools/install-dependencies build fuzz

@@ -207,6 +207,8 @@ TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
         ".record.unfinished-99999999999999999999-AbCdEf",
         ".record.unfinished--1-AbCdEf",
         ".record.unfinished-0-AbCdEf",
+        ".record.unfinished-" + ended + "x-AbCdEf",
+        ".record.unfinished-4294967297-AbCdEf",    // no process can have this number
         "record.unfinished-" + ended + "-AbCdEf",  // not hidden, so not ours
         "record",
     };
