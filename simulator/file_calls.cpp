@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -36,6 +37,7 @@ constexpr std::array redirected{
 
 struct State {
     std::vector<std::string> exposed;
+    std::map<int, std::string> open;  // the paths of what redirected calls have opened
     std::optional<pid_t> processID;
     StandardErrorSink standardError;
     std::function<void(const FileCall&)> observe;
@@ -46,16 +48,28 @@ State& state() {
     return instance;
 }
 
-bool isBelow(const fs::path& path, const fs::path& directory) {
-    const fs::path top = (directory / "").lexically_normal().parent_path();
-    return std::mismatch(top.begin(), top.end(), path.begin(), path.end()).first == top.end();
+/// Whether the path names its file in one way only: from the root, without detours.
+bool isNormal(std::string_view path) {
+    const auto has = [&](std::string_view part) { return path.find(part) != path.npos; };
+    return path.starts_with('/') && !has("//") && !has("/./") && !has("/../") &&
+           !path.ends_with("/.") && !path.ends_with("/..");
 }
 
-bool isExposed(const fs::path& place) {
-    const fs::path path = fs::absolute(place).lexically_normal();
+std::string normal(const std::string& path) {
+    return isNormal(path) ? path : fs::absolute(path).lexically_normal().string();
+}
+
+/// Both paths are normal.
+bool isBelow(std::string_view path, std::string_view directory) {
+    const std::string_view top = directory.substr(0, directory.find_last_not_of('/') + 1);
+    return path.starts_with(top) && (path.size() == top.size() || path[top.size()] == '/');
+}
+
+bool isExposed(const std::string& place) {
+    const std::string path = normal(place);
     for (const char* const variable : {"TOLVARAN_APPLICATION_SUPPORT_DIR", "TOLVARAN_LOGS_DIR"}) {
         const char* const directory = std::getenv(variable);
-        if (directory != nullptr && *directory != '\0' && isBelow(path, directory)) {
+        if (directory != nullptr && *directory != '\0' && isBelow(path, normal(directory))) {
             return true;
         }
     }
@@ -74,9 +88,9 @@ Subject subject(int descriptor) {
     if (!callsAreWatched()) {
         return std::nullopt;
     }
-    std::error_code error;
-    const fs::path path = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
-    return !error && path.is_absolute() && isExposed(path) ? Subject(path) : std::nullopt;
+    const auto open = state().open.find(descriptor);
+    return open != state().open.end() && isExposed(open->second) ? Subject(open->second)
+                                                                 : std::nullopt;
 }
 
 Subject subject(DIR* directory) {
@@ -165,6 +179,33 @@ Result shown(FileCall call, Result result) {
     return result;
 }
 
+/// A descriptor, or a failure to open one: what is now open there.
+int opened(const char* path, int descriptor) {
+    if (descriptor >= 0) {
+        const int error = errno;
+        state().open[descriptor] = normal(path);
+        errno = error;
+    }
+    return descriptor;
+}
+
+DIR* opened(const char* path, DIR* directory) {
+    if (directory != nullptr) {
+        opened(path, dirfd(directory));
+    }
+    return directory;
+}
+
+/// What was open goes by its new name.
+int renamed(const char* from, const char* to, int result) {
+    for (auto& [descriptor, path] : state().open) {
+        if (result == 0 && path == normal(from)) {
+            path = normal(to);
+        }
+    }
+    return result;
+}
+
 int openNothing() {
     return __real_open("/dev/null", O_RDWR | O_CLOEXEC);
 }
@@ -208,7 +249,7 @@ ssize_t writeSomewhere(int descriptor, const void* buffer, size_t size) {
 }  // namespace
 
 void exposeToFaults(const std::string& directory) {
-    state().exposed.push_back(fs::absolute(directory).lexically_normal());
+    state().exposed.push_back(normal(fs::absolute(directory)));
 }
 
 bool isShortTransfer(std::string_view function, const nlohmann::json& result) {
@@ -261,12 +302,16 @@ int __wrap_chmod(const char* path, mode_t mode) {
 
 int __wrap_close(int descriptor) {
     return call("close", subject(descriptor), [=] {
+        simulator::state().open.erase(descriptor);
         return shown({.function = "close", .descriptor = descriptor}, __real_close(descriptor));
     });
 }
 
 int __wrap_closedir(DIR* directory) {
-    return call("closedir", subject(directory), [=] { return __real_closedir(directory); });
+    return call("closedir", subject(directory), [=] {
+        simulator::state().open.erase(dirfd(directory));
+        return __real_closedir(directory);
+    });
 }
 
 int __wrap_fchmod(int descriptor, mode_t mode) {
@@ -340,7 +385,7 @@ int __wrap_mkdir(const char* path, mode_t mode) {
 int __wrap_mkostemp(char* path, int flags) {
     return call<int>("mkostemp", subject(path), -1, simulator::openNothing, [=] {
         return shown({.function = "mkostemp", .path = path, .flags = flags},
-                     __real_mkostemp(path, flags));
+                     simulator::opened(path, __real_mkostemp(path, flags)));
     });
 }
 
@@ -366,7 +411,7 @@ int __wrap_open(const char* path, int flags, ...) {
     va_end(arguments);
     return call<int>("open", subject(path), -1, simulator::openNothing, [=] {
         return shown({.function = "open", .path = path, .flags = flags},
-                     __real_open(path, flags, mode));
+                     simulator::opened(path, __real_open(path, flags, mode)));
     });
 }
 
@@ -378,7 +423,7 @@ passwd* __wrap_getpwuid(uid_t user) {
 DIR* __wrap_opendir(const char* path) {
     return call<DIR*>(
         "opendir", subject(path), nullptr, [] { return nullptr; },
-        [=] { return __real_opendir(path); });
+        [=] { return simulator::opened(path, __real_opendir(path)); });
 }
 
 ssize_t __wrap_read(int descriptor, void* buffer, size_t size) {
@@ -395,7 +440,8 @@ dirent* __wrap_readdir(DIR* directory) {
 
 int __wrap_rename(const char* from, const char* to) {
     return call("rename", subject(from, to), [=] {
-        return shown({.function = "rename", .path = from, .newPath = to}, __real_rename(from, to));
+        return shown({.function = "rename", .path = from, .newPath = to},
+                     simulator::renamed(from, to, __real_rename(from, to)));
     });
 }
 
