@@ -3,7 +3,7 @@
 #include <array>
 #include <new>
 
-#include "helper/helper_log.hpp"
+#include "helper/restore_step.hpp"
 #include "helper/steps/check_invariant.hpp"
 #include "helper/steps/restore_cursor_association.hpp"
 #include "helper/steps/restore_dock_auto_hide.hpp"
@@ -12,25 +12,32 @@
 #include "helper/steps/restore_resolutions.hpp"
 
 namespace tolvaran {
-
 namespace {
 
-using Step = void (*)(const std::string& tag, std::optional<pid_t> exitedPID);
+struct Step {
+    const char* name;  // as its log lines show it
+    void (*run)(const std::string& tag, std::optional<pid_t> exitedPID);
+};
 
-constexpr std::array<Step, 6> steps{checkInvariant,      restoreResolutions,
-                                    restoreMenuBar,      restoreHotCorners,
-                                    restoreDockAutoHide, restoreCursorAssociation};
+constexpr std::array<Step, 6> steps{{
+    {"checkInvariant", checkInvariant},
+    {"restoreResolutions", restoreResolutions},
+    {"restoreMenuBar", restoreMenuBar},
+    {"restoreHotCorners", restoreHotCorners},
+    {"restoreDockAutoHide", restoreDockAutoHide},
+    {"restoreCursorAssociation", restoreCursorAssociation},
+}};
 
 }  // namespace
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
-    for (const Step step : steps) {
+    for (const Step& step : steps) {
         try {
-            step(tag, exitedPID);
+            step.run(tag, exitedPID);
         } catch (const std::bad_alloc& error) {
-            // Want of memory. What the step did not do stays on disk for the next
-            // run; the steps after it may still have their chance now.
-            helperLog("error", "restore step [" + tag + "] gave up: " + error.what());
+            // Want of memory. What the step did not do stays on disk for the next run; the steps
+            // after it may still have their chance now.
+            RestoreStep(step.name, tag).log("error", std::string("gave up: ") + error.what());
         }
     }
 }

@@ -4,16 +4,18 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <map>
+#include <optional>
 #include <set>
 #include <span>
 #include <vector>
 
 #include "helper/restore_step.hpp"
 #include "restore/arrangement/active_displays.hpp"
+#include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/display_apply.hpp"
 #include "restore/arrangement/display_frame.hpp"
 #include "restore/arrangement/originals_projection.hpp"
@@ -28,6 +30,7 @@ namespace {
 using Arrangement = std::vector<OriginalsEntry>;
 using Arrangements = std::map<std::string, Arrangement>;
 using DisplaysByCanonicalID = std::map<std::string, CGDirectDisplayID>;
+using Origins = std::map<std::string, CGPoint>;
 
 constexpr std::uint32_t displayLimit = 16;  // displays beyond it are not seen
 
@@ -37,15 +40,18 @@ struct MarkStore {
     std::string (*path)();
     std::vector<std::string> (*signatures)(const std::string& path);
     void (*clear)(const std::string& signature, const std::string& path);
+    /// Whether the displays stand where the mark says; null for marks that hold no positions.
+    bool (*matches)(const std::string& signature, const Origins& origins, const std::string& path);
 };
 
 constexpr std::array<MarkStore, 3> markStores{{
     {"separated mark", SeparatedSetsStore::defaultPath, SeparatedSetsStore::signatures,
-     SeparatedSetsStore::clearSeparated},
+     SeparatedSetsStore::clearSeparated, nullptr},
     {"stale side-pin mark", SidePinnedSetsStore::defaultPath, SidePinnedSetsStore::signatures,
-     SidePinnedSetsStore::clearSidePinned},
+     SidePinnedSetsStore::clearSidePinned, SidePinnedSetsStore::matchesCurrentHardware},
     {"stale native-mirror mark", NativeMirroredSetsStore::defaultPath,
-     NativeMirroredSetsStore::signatures, NativeMirroredSetsStore::clearNativeMirrored},
+     NativeMirroredSetsStore::signatures, NativeMirroredSetsStore::clearNativeMirrored,
+     NativeMirroredSetsStore::matchesCurrentHardware},
 }};
 constexpr std::span<const MarkStore> allMarks = markStores;
 constexpr std::span<const MarkStore> allButNativeMirrored = allMarks.first<2>();
@@ -60,45 +66,58 @@ struct Run {
 
 Run beginRun(const RestoreStep& step) {
     const std::vector<CGDirectDisplayID> displays = activeDisplays(displayLimit);
-    const std::vector<std::string> ids = canonicalIDs(displays);
+    const std::vector<std::string> uuids = displayUUIDs(displays);
+    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
+    const std::vector<std::string> ids = canonicalIDs(uuids, aliases);
     return {.step = step,
             .displays = displays,
             .displayIDByCanonicalID = displaysByCanonicalID(displays, ids),
             .signature = Zigzag::signature(ids)};
 }
 
+void addFrame(std::vector<DisplayFrame>& frames, CGDirectDisplayID display, const CGRect& frame) {
+    // Only a display that has just gone has no area. It touches nobody: taken for a point at the
+    // desktop's origin, it would make a zigzag of any layout.
+    if (!CGRectIsEmpty(frame)) {
+        frames.push_back({.displayID = display, .frame = frame});
+    }
+}
+
 std::vector<DisplayFrame> currentFrames(const std::vector<CGDirectDisplayID>& displays) {
     std::vector<DisplayFrame> frames;
     for (const CGDirectDisplayID display : displays) {
-        frames.push_back({.displayID = display, .frame = CGDisplayBounds(display)});
+        addFrame(frames, display, CGDisplayBounds(display));
     }
     return frames;
 }
 
-/// Displays that cannot be listed show no zigzag: without knowing the layout, leaving it alone is
-/// the one thing that cannot make it worse.
-bool isZigzagNow() {
-    return Zigzag::isZigzag(currentFrames(activeDisplays(displayLimit)));
+/// The displays as they are now; those that the run began with, when they cannot be listed again.
+std::vector<CGDirectDisplayID> presentDisplays(const Run& run) {
+    const std::vector<CGDirectDisplayID> present = activeDisplays(displayLimit);
+    return present.empty() ? run.displays : present;
+}
+
+bool isZigzagNow(const Run& run) {
+    return Zigzag::isZigzag(currentFrames(presentDisplays(run)));
 }
 
 /// Applies the positions. False when the window server refuses, which is logged as `refusal`, and
 /// when it accepts and yet leaves a zigzag behind.
-bool apply(const std::vector<HardwarePosition>& positions, const RestoreStep& step,
+bool apply(const Run& run, const std::vector<HardwarePosition>& positions,
            const std::string& refusal) {
     if (!DisplayApply::applyOriginalsToHardware(positions)) {
-        step.log("error", refusal);
+        run.step.log("error", refusal);
         return false;
     }
-    return !isZigzagNow();
+    return !isZigzagNow(run);
 }
 
 /// Where the entries put those of their displays that are active.
-std::vector<HardwarePosition> activePositions(const Arrangement& entries,
-                                              const DisplaysByCanonicalID& displayIDs) {
+std::vector<HardwarePosition> activePositions(const Run& run, const Arrangement& entries) {
     std::vector<HardwarePosition> positions;
     for (const OriginalsEntry& entry : entries) {
-        const auto active = displayIDs.find(entry.uuid);
-        if (active != displayIDs.end()) {
+        const auto active = run.displayIDByCanonicalID.find(entry.uuid);
+        if (active != run.displayIDByCanonicalID.end()) {
             positions.push_back(
                 {.displayID = active->second, .origin = CGPointMake(entry.x, entry.y)});
         }
@@ -106,39 +125,50 @@ std::vector<HardwarePosition> activePositions(const Arrangement& entries,
     return positions;
 }
 
+/// Whether the display can be put there, wherever the main display may be. What a damaged record
+/// asks for beyond that would stop the program, and the steps behind this one with it.
+bool isPlaceable(const HardwarePosition& position) {
+    constexpr double reach = 1 << 30;  // points; the sum of two fits the window server's integers
+    return std::abs(position.origin.x) < reach && std::abs(position.origin.y) < reach;
+}
+
 /// The displays of their present sizes at new places.
 std::vector<DisplayFrame> plannedFrames(const std::vector<HardwarePosition>& positions) {
     std::vector<DisplayFrame> frames;
     for (const HardwarePosition& position : positions) {
         const CGSize size = CGDisplayBounds(position.displayID).size;
-        frames.push_back({.displayID = position.displayID, .frame = {position.origin, size}});
+        addFrame(frames, position.displayID, {position.origin, size});
     }
     return frames;
 }
 
-/// Tries a saved arrangement, unless none of its displays is active or it is itself a zigzag.
+/// Tries a saved arrangement, unless none of its displays is active, it cannot be, or it is itself a
+/// zigzag.
 /// @param label what the log calls it
-bool tryApplyCandidate(const Arrangement& entries, const DisplaysByCanonicalID& displayIDs,
-                       const RestoreStep& step, const std::string& label) {
-    const std::vector<HardwarePosition> positions = activePositions(entries, displayIDs);
+bool tryApplyCandidate(const Run& run, const Arrangement& entries, const std::string& label) {
+    const std::vector<HardwarePosition> positions = activePositions(run, entries);
     if (positions.empty()) {
         return false;
     }
-    if (Zigzag::isZigzag(plannedFrames(positions))) {
-        step.log("warn", "candidate " + label + " is itself zigzag, skipping");
+    if (!std::ranges::all_of(positions, isPlaceable)) {
+        run.step.log("warn", "candidate " + label + " lies off every desktop, skipping");
         return false;
     }
-    return apply(positions, step, "CG configure rejected for " + label);
+    if (Zigzag::isZigzag(plannedFrames(positions))) {
+        run.step.log("warn", "candidate " + label + " is itself zigzag, skipping");
+        return false;
+    }
+    return apply(run, positions, "CG configure rejected for " + label);
 }
 
 /// Tries to put the displays into one row. Only for a full zigzag: any other layout may be in part
 /// the user's own, and a made-up row would destroy that.
-bool tryStackedFallback(const std::vector<CGDirectDisplayID>& displays, const RestoreStep& step) {
-    const std::vector<DisplayFrame> frames = currentFrames(displays);
+bool tryStackedFallback(const Run& run) {
+    const std::vector<DisplayFrame> frames = currentFrames(run.displays);
     if (!Zigzag::isFullZigzag(frames)) {
-        step.log("warn",
-                 "no saved arrangement was usable, but layout is not a full zigzag; leaving "
-                 "hardware unchanged");
+        run.step.log("warn",
+                     "no saved arrangement was usable, but layout is not a full zigzag; leaving "
+                     "hardware unchanged");
         return false;
     }
     const std::vector<HardwarePosition> positions =
@@ -146,16 +176,16 @@ bool tryStackedFallback(const std::vector<CGDirectDisplayID>& displays, const Re
     if (positions.empty()) {
         return false;
     }
-    step.log("warn", "applying stacked fallback because no saved arrangement was usable");
-    return apply(positions, step, "CG configure rejected stacked fallback");
+    run.step.log("warn", "applying stacked fallback because no saved arrangement was usable");
+    return apply(run, positions, "CG configure rejected stacked fallback");
 }
 
 // The ways to repair the layout. Each returns what the log is to say of its success, or none.
 
 std::optional<std::string> restoreExact(const Run& run, const Arrangements& arrangements) {
     const auto exact = arrangements.find(run.signature);
-    if (exact == arrangements.end() || !tryApplyCandidate(exact->second, run.displayIDByCanonicalID,
-                                                          run.step, "sig=" + run.signature)) {
+    if (exact == arrangements.end() ||
+        !tryApplyCandidate(run, exact->second, "sig=" + run.signature)) {
         return std::nullopt;
     }
     return "restored exact arrangement for sig=" + run.signature;
@@ -185,8 +215,7 @@ std::vector<Subset> subsetArrangements(const Run& run, const Arrangements& arran
 std::optional<std::string> restoreSubset(const Run& run, const Arrangements& arrangements) {
     for (const Subset& subset : subsetArrangements(run, arrangements)) {
         const std::string size = std::to_string(subset.size);
-        if (tryApplyCandidate(*subset.entries, run.displayIDByCanonicalID, run.step,
-                              "subset(" + size + ")")) {
+        if (tryApplyCandidate(run, *subset.entries, "subset(" + size + ")")) {
             return "subset-restored for sig=" + run.signature + " from " + size +
                    "-display arrangement";
         }
@@ -203,7 +232,7 @@ std::set<std::string> activeUUIDs(const Run& run) {
 }
 
 std::optional<std::string> restoreProjection(const Run& run, const Arrangements& arrangements) {
-    if (!Zigzag::isFullZigzag(currentFrames(activeDisplays(displayLimit)))) {
+    if (!Zigzag::isFullZigzag(currentFrames(presentDisplays(run)))) {
         run.step.log("warn",
                      "layout is corner-only but not a full zigzag (ambiguous); skipping superset "
                      "projection");
@@ -212,7 +241,7 @@ std::optional<std::string> restoreProjection(const Run& run, const Arrangements&
     const std::vector<Arrangement> projections =
         OriginalsProjection::projectedSupersetArrangements(arrangements, activeUUIDs(run));
     for (std::size_t i = 0; i < projections.size(); ++i) {
-        if (tryApplyCandidate(projections[i], run.displayIDByCanonicalID, run.step,
+        if (tryApplyCandidate(run, projections[i],
                               "superset-projection[" + std::to_string(i) + "]")) {
             return "superset-projection-restored for sig=" + run.signature;
         }
@@ -221,7 +250,7 @@ std::optional<std::string> restoreProjection(const Run& run, const Arrangements&
 }
 
 std::optional<std::string> restoreStacked(const Run& run, const Arrangements&) {
-    if (!tryStackedFallback(run.displays, run.step)) {
+    if (!tryStackedFallback(run)) {
         return std::nullopt;
     }
     return "restored stacked fallback for sig=" + run.signature;
@@ -256,40 +285,48 @@ void repairLayout(const Run& run) {
     run.step.log("warn", "no usable saved arrangement or fallback for sig=" + run.signature);
 }
 
-/// Whether the displays stand where a mark says that the main application has put them.
-bool isMarkedLayout(const Run& run) {
-    std::map<std::string, CGPoint> origins;
+Origins currentOrigins(const Run& run) {
+    Origins origins;
     for (const auto& [uuid, display] : run.displayIDByCanonicalID) {
         origins[uuid] = CGDisplayBounds(display).origin;
     }
-    const bool sidePinned = SidePinnedSetsStore::matchesCurrentHardware(
-        run.signature, origins, SidePinnedSetsStore::defaultPath());
-    const bool nativeMirrored = NativeMirroredSetsStore::matchesCurrentHardware(
-        run.signature, origins, NativeMirroredSetsStore::defaultPath());
-    return sidePinned || nativeMirrored;
+    return origins;
+}
+
+/// Whether the displays stand where one of the store's marks says that the main application has put
+/// them.
+bool isMarkedLayout(const Run& run, const MarkStore& store, const Origins& origins) {
+    return store.matches != nullptr && store.matches(run.signature, origins, store.path());
 }
 
 bool isMainAppLayout(const Run& run) {
-    const bool zigzag = isZigzagNow();
-    return isMarkedLayout(run) || zigzag;
+    bool isTheirs = isZigzagNow(run);
+    const Origins origins = currentOrigins(run);
+    for (const MarkStore& store : markStores) {
+        // Every store is asked, so that each tells of a file that it cannot use.
+        isTheirs = isMarkedLayout(run, store, origins) || isTheirs;
+    }
+    return isTheirs;
 }
 
-/// A second look. A file or a display that could not be read the first time must not cost a mark
-/// that is all that tells of the main application's layout.
-bool isStillHealthy(const Run& run) {
-    return !Zigzag::isZigzag(currentFrames(run.displays)) && !isMarkedLayout(run);
+bool hasMark(const MarkStore& store, const std::string& signature) {
+    const std::vector<std::string> marked = store.signatures(store.path());
+    return std::ranges::find(marked, signature) != marked.end();
 }
 
 void clearStaleMarks(const Run& run) {
-    std::vector<MarkStore> stale;
-    std::ranges::copy_if(markStores, std::back_inserter(stale), [&](const MarkStore& store) {
-        const std::vector<std::string> marked = store.signatures(store.path());
-        return std::ranges::find(marked, run.signature) != marked.end();
-    });
-    if (stale.empty() || !isStillHealthy(run)) {
-        return;
-    }
-    for (const MarkStore& store : stale) {
+    for (const MarkStore& store : markStores) {
+        if (!hasMark(store, run.signature)) {
+            continue;
+        }
+        // A second look: a display or a file that could not be read the first time must not cost a
+        // mark that is all that tells of the main application's layout.
+        if (Zigzag::isZigzag(currentFrames(run.displays))) {
+            return;
+        }
+        if (isMarkedLayout(run, store, currentOrigins(run))) {
+            continue;
+        }
         store.clear(run.signature, store.path());
         run.step.log("info",
                      std::string("cleared ") + store.mark + " for healthy sig=" + run.signature);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/display_identity.hpp"
 
 namespace tolvaran {
@@ -17,11 +16,19 @@ std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit) {
     return displays;
 }
 
-std::vector<std::string> canonicalIDs(const std::vector<CGDirectDisplayID>& displays) {
-    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
-    std::vector<std::string> ids;
+std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays) {
+    std::vector<std::string> uuids;
     for (const CGDirectDisplayID display : displays) {
-        ids.push_back(aliases.canonicalID(displayUUID(display, displays)));
+        uuids.push_back(displayUUID(display, displays));
+    }
+    return uuids;
+}
+
+std::vector<std::string> canonicalIDs(const std::vector<std::string>& uuids,
+                                      const AliasMap& aliases) {
+    std::vector<std::string> ids;
+    for (const std::string& uuid : uuids) {
+        ids.push_back(aliases.canonicalID(uuid));
     }
     return ids;
 }

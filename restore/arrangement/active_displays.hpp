@@ -1,5 +1,5 @@
-// The active displays and the names under which records know them: how the
-// readers of saved arrangements and modes begin. Used by the arrangement invariant and by the
+// The active displays and the names under which records know them: how the readers of saved
+// arrangements and modes begin. Used by the arrangement invariant and by the
 // resolution restore.
 #pragma once
 
@@ -10,17 +10,22 @@
 #include <string>
 #include <vector>
 
+#include "restore/arrangement/alias_map.hpp"
+
 namespace tolvaran {
 
 /// The active displays in the window server's order, at most `limit` of them; those beyond are not
 /// seen. Empty when the call fails.
 std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit);
 
-/// The canonical ID of each display, in the same order: its display UUID, folded through the alias
-/// map of the main application's preferences, which is loaded once. Logs what displayUUID() and
-/// AliasMap::load() log.
+/// The display UUID of each display, in the same order. Logs what displayUUID() logs.
 /// @param displays all active displays, so that identical monitors are told apart
-std::vector<std::string> canonicalIDs(const std::vector<CGDirectDisplayID>& displays);
+std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays);
+
+/// The canonical ID of each display, in the same order: its display UUID, folded through the main
+/// application's aliases.
+std::vector<std::string> canonicalIDs(const std::vector<std::string>& uuids,
+                                      const AliasMap& aliases);
 
 /// The display under each canonical ID; of several with the same ID the last one.
 /// @param ids what canonicalIDs() returned for `displays`

@@ -29,7 +29,8 @@ std::string wholePoint(const CGPoint& point, const std::string& what) {
            std::to_string(checked::int64(point.y, "y of " + what)) + ")";
 }
 
-/// The window server refuses a configuration without a main display at (0, 0).
+/// The positions, moved together so that the display that is now the main one stays at (0, 0):
+/// whichever display stands there becomes the main display.
 std::vector<HardwarePosition> anchoredAtMain(std::vector<HardwarePosition> positions) {
     const CGDirectDisplayID mainID = CGMainDisplayID();
     const auto main = findDisplay(positions, mainID);
@@ -102,6 +103,8 @@ std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<Display
             positions.push_back({.displayID = mainID, .origin = display.frame.origin});
             continue;
         }
+        // At 0 even where the main display's top is elsewhere: applying shifts the row so that the
+        // main display stands at (0, 0), as it does already on any desktop that is in order.
         positions.push_back({.displayID = display.displayID, .origin = CGPointMake(x, 0)});
         x += CGRectGetWidth(display.frame);
     }

@@ -29,8 +29,8 @@ using Hook = std::function<void()>;
 /// are truncated toward zero to 32-bit integers; one that is not finite or does not fit stops the
 /// program.
 ///
-/// Logs each position through RestoreLog.debug, and the shift, when there is one, through
-/// RestoreLog.info; failures are left to the caller to report.
+/// Logs the number of positions and each of them through RestoreLog.debug, and before them the
+/// shift, when there is one, through RestoreLog.info; failures are left to the caller to report.
 /// @param beforeConfigure called in the configuration, before the first display is moved
 /// @param afterConfigure  called after the configuration was completed, successfully or not
 /// @return true when the window server accepted the configuration; false when it could not be begun
@@ -40,7 +40,8 @@ bool applyOriginalsToHardware(const std::vector<HardwarePosition>& positions,
                               const Hook& afterConfigure = nullptr);
 
 /// One row: the main display where it is, all others side by side to its right in list order, with
-/// their tops at y = 0. Empty when the main display is not in the list.
+/// their tops at y = 0, which is level with the main display on any desktop that is in order. Empty
+/// when the main display is not in the list.
 std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<DisplayFrame>& displays,
                                                        CGDirectDisplayID mainID);
 

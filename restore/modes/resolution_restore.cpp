@@ -64,7 +64,9 @@ std::int64_t restorePendingUsingSystemDisplays(const std::string& path) {
         return 0;
     }
     const std::vector<CGDirectDisplayID> displays = activeDisplays(maximumDisplays);
-    return restorePending(displaysByCanonicalID(displays, canonicalIDs(displays)), path);
+    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
+    const std::vector<std::string> ids = canonicalIDs(displayUUIDs(displays), aliases);
+    return restorePending(displaysByCanonicalID(displays, ids), path);
 }
 
 }  // namespace tolvaran::ResolutionRestore

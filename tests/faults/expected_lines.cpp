@@ -92,7 +92,7 @@ const std::vector<Row>& table() {
          "warn: screen-saver hot-corner hold marker could not be removed \\(.*\\)"},
         {{"CFStringCreateWithBytes", "CFNumberCreate", "CFDictionaryCreate"},
          "",
-         "error: restore step \\[.*\\] gave up: .*|warn: the main application gave up: .*"},
+         "error: [A-Za-z]+ \\[.*\\]: gave up: .*|warn: the main application gave up: .*"},
     };
     return rows;
 }

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -200,9 +199,15 @@ TEST(CheckInvariant, WhileTolvaranRunsItDoesNothing) {
     writeFile(invariant.state(".display-originals"), "not JSON");  // would be reported if read
     writeFile(invariant.state("side-pinned-sets.json"), "not JSON");
     writeFile(invariant.state("../Settings/preferences.json"), "not JSON");
+    std::size_t opened = 0;
+    simulator::decideCalls([&](const std::string& function) {
+        opened += function == "open" && !simulator::callSubject().ends_with(".log") ? 1 : 0;
+        return json();
+    });
     EXPECT_EQ(invariant.run(),
               (Lines{"debug: checkInvariant [cold-start]: Tolvaran running (pid 812), skipping"}));
     EXPECT_EQ(callLines(), Lines{});
+    EXPECT_EQ(opened, 0U);
 }
 
 TEST(CheckInvariant, TheInstanceThatHasExitedDoesNotCountAsRunning) {
@@ -258,10 +263,77 @@ TEST(CheckInvariant, MarksThatCouldNotBeReadAtFirstAreNotTakenForStale) {
 TEST(CheckInvariant, MarksStayWhenTheLayoutCouldNotBeLookedAt) {
     Invariant invariant(two);
     invariant.markAll({sig({1, 2})}, row);
-    // The list that names the displays succeeds, that of the layout does not.
-    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 1}});
+    simulator::addFault({{"call", "CGDisplayBounds"}, {"effect", false}, {"times", 2}});
     EXPECT_EQ(invariant.run(), (Lines{healthy, detected}));
     EXPECT_EQ(invariant.marks().size(), 3U);
+}
+
+TEST(CheckInvariant, ADisplayThatHasJustGoneTouchesNobody) {
+    // Its bounds read as a point in the main display's corner.
+    const Places left{{1, 0, 0}, {2, -100, 0}};
+    for (int call = 0; call < 4; ++call) {
+        Invariant invariant(left);
+        invariant.save({{sig({1, 2}), entries(row)}});
+        simulator::addFault(
+            {{"call", "CGDisplayBounds"}, {"effect", false}, {"skip", call}, {"times", 1}});
+        EXPECT_EQ(invariant.run(), Lines{healthy}) << call;
+        EXPECT_EQ(callLines(), Lines{}) << call;
+    }
+}
+
+TEST(CheckInvariant, ALayoutIsRecognisedByTheDisplaysOfTheRunWhereTheyCannotBeListedAgain) {
+    Invariant invariant(two);
+    const Places saved{{1, 0, 0}, {2, 0, 100}};
+    invariant.save({{sig({1, 2}), entries(saved)}});
+    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 1}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected} + moved(saved) +
+               Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+    EXPECT_EQ(callLines(), moveCalls(saved));
+}
+
+TEST(CheckInvariant, ARestoreThatCannotBeLookedAtDoesNotPassForDone) {
+    Invariant invariant(three);
+    const Places subset{{3, 200, 100}};  // leaves the other two corner to corner
+    invariant.save({{sig({3}), entries(subset)}});
+    invariant.markAll({sig({1, 2, 3})}, {{1, 7, 7}});
+    // The list after the subset was applied.
+    simulator::addFault(
+        {{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 2}, {"times", 1}});
+    const Lines log = invariant.run();
+    EXPECT_THAT(log, testing::Not(testing::Contains(testing::HasSubstr("subset-restored"))));
+    EXPECT_EQ(log.back(), nothingUsable(sig({1, 2, 3})));
+    EXPECT_EQ(invariant.marks().size(), 3U);
+}
+
+TEST(CheckInvariant, EachStoreIsAskedClearedAndReportedBeforeTheNext) {
+    Invariant invariant(row);
+    invariant.markAll({sig({1, 2})}, {{1, 7, 7}});
+    writeFile(invariant.state("side-pinned-sets.json"), "{");
+    writeFile(invariant.state("native-mirrored-sets.json"), "{");
+    const std::string sidePinned =
+        "warn: side-pinned-sets file wrong version/unparseable, treating as empty";
+    const std::string nativeMirrored =
+        "warn: native-mirrored-sets file wrong version/unparseable, treating as empty";
+    EXPECT_EQ(
+        invariant.run(),
+        (Lines{sidePinned, nativeMirrored, healthy,
+               said("info", "cleared separated mark for healthy sig=" + sig({1, 2})), sidePinned,
+               nativeMirrored}));
+}
+
+TEST(CheckInvariant, TheDisplaysAreNamedBeforeTheAliasesAreLoaded) {
+    json machine = mac(row);
+    for (json& display : machine["displays"]) {
+        display["serial"] = 7;  // twins
+    }
+    Invariant invariant(machine);
+    writeFile(invariant.state("../Settings/preferences.json"), "not JSON");
+    const Lines log = invariant.run();
+    ASSERT_EQ(log.size(), 4U);
+    EXPECT_THAT(log[0], testing::HasSubstr("Multiple displays"));
+    EXPECT_THAT(log[1], testing::HasSubstr("Multiple displays"));
+    EXPECT_EQ(log[2], "warn: AliasMap: preferences.json unparseable, falling back to identity");
 }
 
 TEST(CheckInvariant, EachKindOfStaleMarkIsClearedAlone) {
@@ -710,19 +782,37 @@ TEST(CheckInvariant, UnusableMarksCountAsNoneAndStay) {
     }
 }
 
-TEST(CheckInvariantDeathTest, SavedOriginsThatNoDisplayCanHaveStopTheProgram) {
+TEST(CheckInvariant, SavedOriginsThatNoDisplayCanHaveArePassedOver) {
+    for (const json far : {json(1073741824), json(-1073741824), json(2147483648), json(1e308)}) {
+        for (const int entry : {0, 1}) {
+            for (const char* const axis : {"x", "y"}) {
+                Invariant invariant(two);
+                json saved = entries(row);
+                saved[entry][axis] = far;
+                invariant.save({{sig({1, 2}), saved}, {sig({2}), entries({{2, 0, 100}})}});
+                EXPECT_EQ(
+                    invariant.run(),
+                    (Lines{detected, said("warn", "candidate sig=" + sig({1, 2}) +
+                                                      " lies off every desktop, skipping")} +
+                     moved({{2, 0, 100}}) +
+                     Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
+                                            " from 1-display arrangement")}))
+                    << far << " in " << axis << " of entry " << entry;
+            }
+        }
+    }
+}
+
+TEST(CheckInvariant, SavedOriginsAsFarOutAsCanBeAreApplied) {
+    constexpr int far = 1073741823;
     Invariant invariant(two);
-    json saved = entries(row);
-    saved[1]["x"] = 2147483648;
-    invariant.save({{sig({1, 2}), saved}});
-    EXPECT_EXIT(checkInvariant("cold-start", std::nullopt), testing::KilledBySignal(SIGABRT),
-                testing::EndsWith("[helper] [warn] stopping: x of the origin of display 2 is "
-                                  "2147483648, which is no 32-bit integer\n"));
-    saved[1]["x"] = 1e308;
-    invariant.save({{sig({1, 2}), saved}});
-    EXPECT_EXIT(checkInvariant("cold-start", std::nullopt), testing::KilledBySignal(SIGABRT),
-                testing::EndsWith("[helper] [warn] stopping: x of the origin of display 2 is "
-                                  "1e+308, which is no 64-bit integer\n"));
+    invariant.save({{sig({1, 2}), entries({{1, -far, far}, {2, far, -far}})}});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected,
+                     "info: Re-anchored saved positions to current main 1: "
+                     "shift=(-1073741823,1073741823)"} +
+               moved({{1, 0, 0}, {2, 2 * far, -2 * far}}) +
+               Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
 }
 
 }  // namespace
