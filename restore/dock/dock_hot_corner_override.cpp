@@ -2,6 +2,7 @@
 
 #include "restore/dock/hot_corner_lease_state.hpp"
 #include "restore/paths/restore_log.hpp"
+#include "restore/support/files.hpp"
 #include "restore/support/process_wide.hpp"
 
 namespace tolvaran::DockHotCornerOverride {
@@ -180,14 +181,16 @@ std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path
 }
 
 void forgetSnapshotOnDisk(const std::string& path) {
-    std::optional<DockHotCornerSnapshot>& inMemory = leaseState().recoverySnapshot;
-    if (!isActive() && inMemory && loadSnapshot(path) == inMemory) {
-        inMemory.reset();
+    // Not read again to compare: where that fails, a copy would be kept that is out of date by the
+    // time of the next attempt.
+    if (!isActive() && files::mayExist(path)) {
+        leaseState().recoverySnapshot.reset();
     }
 }
 
 bool hasRecoveryState(const std::string& path) {
-    return isPending(path) || leaseState().recoverySnapshot.has_value();
+    // A file that cannot be looked at may hold the user's corners.
+    return files::mayExist(path) || leaseState().recoverySnapshot.has_value();
 }
 
 bool isActive() {

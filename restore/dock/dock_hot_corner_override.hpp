@@ -45,12 +45,13 @@ bool restoreIfPending(const std::string& path, const std::string& appID);
 /// The snapshot in memory, else the one in the file (see loadSnapshot()).
 std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path);
 
-/// Forgets the snapshot in memory where the file holds the same one and no lease needs it. For a
+/// Forgets the snapshot in memory where no lease needs it and the file is still there. For a
 /// process that only recovers: when it tries again, another process may have written a newer
 /// snapshot, and that is the one to go by.
 void forgetSnapshotOnDisk(const std::string& path);
 
-/// Whether a suppression was not undone: a file exists at the path, or a snapshot is in memory.
+/// Whether a suppression may not have been undone: a snapshot is in memory, or a file exists at the
+/// path or cannot be looked at.
 bool hasRecoveryState(const std::string& path);
 
 /// Whether anybody holds a lease.

@@ -63,7 +63,7 @@ void deleteSnapshot(const std::string& path) {
 }
 
 bool isPending(const std::string& path) {
-    return files::mayExist(path);
+    return files::exists(path);
 }
 
 }  // namespace tolvaran::DockHotCornerOverride

@@ -1,6 +1,7 @@
-// The running Dock's own hot corners, which it takes from nowhere but these two private functions.
-// They are looked up at run time, once per process: in HIServices, or, where that cannot be opened,
-// among the functions that the process has anyway. Used by DockHotCornerOverride.
+// The running Dock's own hot corners. It looks at its preferences only when it starts: until then
+// nothing but these two private functions reads or changes what is in force. They are looked up at
+// run time, once per process: in HIServices, or, where that cannot be opened, among the functions
+// that the process has anyway. Used by DockHotCornerOverride.
 #pragma once
 
 #include <cstdint>
