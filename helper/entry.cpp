@@ -25,6 +25,8 @@ void setUpLogging() {
 }
 
 int helperMain() {
+    // Or the first files to be opened would take the streams' places, and the log its own echo.
+    files::openStandardStreams();
     // A reader of standard error that went away must not take the helper with it.
     std::signal(SIGPIPE, SIG_IGN);
     setUpLogging();

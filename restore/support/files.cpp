@@ -147,6 +147,20 @@ int createDirectory(const std::string& path) {
     return 0;
 }
 
+/// Copies the file, and removes it where it was once the whole of it is where it is to be.
+void moveToOtherVolume(const std::string& from, const std::string& to) {
+    const std::optional<std::string> content = read(from);
+    if (!content || content->size() > maximumContent) {
+        return;
+    }
+    try {
+        writeAtomically(to, *content);
+        removeIfPossible(from);
+    } catch (const Error&) {
+        // It stays where it is.
+    }
+}
+
 /// Fills the new, unfinished file and puts it in the target's place.
 void finish(const std::string& unfinished, int descriptor, const std::string& path,
             std::string_view content) {
@@ -169,7 +183,7 @@ Error::Error(const std::string& operation, const std::string& path, int code)
       code_(code) {}
 
 bool Error::isNoSuchFile() const {
-    return code_ == ENOENT || code_ == ENOTDIR;
+    return code_ == ENOENT;
 }
 
 std::optional<std::string> read(const std::string& path) {
@@ -285,8 +299,10 @@ void removeIfPossible(const std::string& path) {
     }
 }
 
-void moveIfPossible(const std::string& from, const std::string& to) noexcept {
-    uninterrupted([&] { return ::rename(from.c_str(), to.c_str()); });
+void moveIfPossible(const std::string& from, const std::string& to) {
+    if (uninterrupted([&] { return ::rename(from.c_str(), to.c_str()); }) != 0 && errno == EXDEV) {
+        moveToOtherVolume(from, to);
+    }
 }
 
 void removeAbandonedFiles(const std::string& directory) {
@@ -304,6 +320,15 @@ void removeAbandonedFiles(const std::string& directory) {
     ::closedir(entries);
     for (const std::string& path : abandoned) {
         unlinkFile(path);
+    }
+}
+
+void openStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            // The lowest number that is free, which is this one. Open for as long as the process.
+            static_cast<void>(::open("/dev/null", O_RDWR));
+        }
     }
 }
 

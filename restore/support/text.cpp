@@ -1,6 +1,7 @@
 #include "restore/support/text.hpp"
 
 #include <algorithm>
+#include <array>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -8,8 +9,22 @@
 namespace tolvaran::text {
 namespace {
 
-// Space, tab, line feed, vertical tab, form feed, carriage return.
-constexpr std::string_view whitespace = " \t\n\v\f\r";
+// Every blank and line end that Unicode knows, in UTF-8: what Foundation trims as whitespace and
+// newlines.
+constexpr std::array<std::string_view, 25> whitespace{
+    "\t",           "\n",           "\v",           "\f",           "\r",
+    " ",            "\xC2\x85",     "\xC2\xA0",     "\xE1\x9A\x80", "\xE2\x80\x80",
+    "\xE2\x80\x81", "\xE2\x80\x82", "\xE2\x80\x83", "\xE2\x80\x84", "\xE2\x80\x85",
+    "\xE2\x80\x86", "\xE2\x80\x87", "\xE2\x80\x88", "\xE2\x80\x89", "\xE2\x80\x8A",
+    "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F", "\xE3\x80\x80",
+};
+
+/// The length of the blank of which `has` says that the text has it; 0 when it has none.
+template <typename Has>
+std::size_t blank(Has has) {
+    const auto found = std::ranges::find_if(whitespace, has);
+    return found == whitespace.end() ? 0 : found->size();
+}
 
 }  // namespace
 
@@ -29,11 +44,15 @@ std::string describe(const std::map<std::string, std::string>& mapping) {
 }
 
 std::string_view trimmed(std::string_view value) {
-    const auto first = value.find_first_not_of(whitespace);
-    if (first == std::string_view::npos) {
-        return {};
+    const auto atStart = [&](std::string_view space) { return value.starts_with(space); };
+    const auto atEnd = [&](std::string_view space) { return value.ends_with(space); };
+    while (const std::size_t length = blank(atStart)) {
+        value.remove_prefix(length);
     }
-    return value.substr(first, value.find_last_not_of(whitespace) - first + 1);
+    while (const std::size_t length = blank(atEnd)) {
+        value.remove_suffix(length);
+    }
+    return value;
 }
 
 std::string lowercased(std::string value) {
