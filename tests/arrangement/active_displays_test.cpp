@@ -65,6 +65,12 @@ TEST_F(ActiveDisplaysTest, AreListedInTheWindowServersOrderUpToTheLimit) {
     }
 }
 
+/// The canonical IDs of these displays.
+Lines namesOf(const IDs& displays) {
+    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
+    return canonicalIDs(displayUUIDs(displays), aliases);
+}
+
 TEST_F(ActiveDisplaysTest, NoDisplaysAndAFailingCallGiveNone) {
     arrange(json::array());
     EXPECT_EQ(activeDisplays(16), IDs());
@@ -79,33 +85,25 @@ TEST_F(ActiveDisplaysTest, NoDisplaysAndAFailingCallGiveNone) {
 
 TEST_F(ActiveDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
     arrange(json::array({display(3, 5), display(1, 4)}));
-    EXPECT_EQ(canonicalIDs({3, 1}), (Lines{"HW-10-20-5", "HW-10-20-4"}));
-    EXPECT_EQ(canonicalIDs({1, 3}), (Lines{"HW-10-20-4", "HW-10-20-5"}));
-    EXPECT_EQ(canonicalIDs({}), Lines());
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"HW-10-20-5", "HW-10-20-4"}));
+    EXPECT_EQ(namesOf({1, 3}), (Lines{"HW-10-20-4", "HW-10-20-5"}));
+    EXPECT_EQ(namesOf({}), Lines());
     EXPECT_EQ(log_.lines(), Lines());
 }
 
 TEST_F(ActiveDisplaysTest, CanonicalIDsAreFoldedThroughTheAliasMap) {
     writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-5"]}]})");
     arrange(json::array({display(3, 5), display(1, 4)}));
-    EXPECT_EQ(canonicalIDs({3, 1}), (Lines{"main", "HW-10-20-4"}));
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"main", "HW-10-20-4"}));
 }
 
 TEST_F(ActiveDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
     writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(uuid1) + R"("]}]})");
     arrange(json::array({display(3, 5, uuid1), display(1, 5, uuid2)}));
-    EXPECT_EQ(canonicalIDs({3, 1}), (Lines{"left", uuid2}));
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"left", uuid2}));
     const std::string line =
         "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
     EXPECT_EQ(log_.lines(), (Lines{line, line}));
-}
-
-TEST_F(ActiveDisplaysTest, TheAliasMapIsLoadedOnceForAllDisplays) {
-    writePreferences("{");
-    arrange(json::array({display(3, 5), display(1, 4), display(2, 3)}));
-    EXPECT_EQ(canonicalIDs({3, 1, 2}), (Lines{"HW-10-20-5", "HW-10-20-4", "HW-10-20-3"}));
-    EXPECT_EQ(log_.lines(),
-              Lines{"warn: AliasMap: preferences.json unparseable, falling back to identity"});
 }
 
 TEST_F(ActiveDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {

@@ -46,7 +46,7 @@ std::vector<std::string> unfinishedFiles(const std::string& root, const std::str
 /// What became of one story.
 struct FaultRun {
     bool isHelper = true;               // whether the first run is the helper's
-    std::vector<Call> calls;            // every outside call of the first run, in order
+    std::vector<Call> calls;            // of the calm run: every outside call of the first, in order
     std::vector<Call> failed;           // those of them that were made to fail
     std::vector<std::string> log;       // of the first run, "level: message"
     nlohmann::json posted;              // the notifications of the first run
@@ -78,6 +78,7 @@ class Trial {
     const Healing& heal(const Ending& after, const std::string& root);
 
     const Story& story_;
+    bool isCalm_ = true;   // the run in which nothing goes wrong is being played
     std::size_t longest_;  // calls after which a run counts as endless
     // By where the first run ended, which is the same for most faults.
     std::map<std::string, Healing> healings_;

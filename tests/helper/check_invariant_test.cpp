@@ -783,7 +783,7 @@ TEST(CheckInvariant, UnusableMarksCountAsNoneAndStay) {
 }
 
 TEST(CheckInvariant, SavedOriginsThatNoDisplayCanHaveArePassedOver) {
-    for (const json far : {json(1073741824), json(-1073741824), json(2147483648), json(1e308)}) {
+    for (const json& far : {json(1073741824), json(-1073741824), json(2147483648), json(1e308)}) {
         for (const int entry : {0, 1}) {
             for (const char* const axis : {"x", "y"}) {
                 Invariant invariant(two);
