@@ -142,8 +142,8 @@ std::vector<DisplayFrame> plannedFrames(const std::vector<HardwarePosition>& pos
     return frames;
 }
 
-/// Tries a saved arrangement, unless none of its displays is active, it cannot be, or it is itself a
-/// zigzag.
+/// Tries a saved arrangement, unless none of its displays is active, it cannot be, or it is itself
+/// a zigzag.
 /// @param label what the log calls it
 bool tryApplyCandidate(const Run& run, const Arrangement& entries, const std::string& label) {
     const std::vector<HardwarePosition> positions = activePositions(run, entries);

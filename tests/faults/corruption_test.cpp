@@ -6,8 +6,8 @@
 // it a line, and the file stays, unless the design discards it. A file that is still a record, or
 // another one, may change what that kind of record decides about and nothing else.
 //
-// With TOLVARAN_TORTURE=1 every corruption is tried, without it a fixed sample of them. There are
-// millions of single bytes, which take hours; TOLVARAN_TORTURE_BYTES=N tries about N for each file.
+// Of the single bytes, of which there are millions, only `make torture` tries all; the ordinary test
+// run tries a fixed sample of each file, and of all else everything.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -297,15 +297,6 @@ bool isRepeated(std::size_t number) {
            files[number].content == files[number - 1].content;
 }
 
-/// How far apart the byte corruptions are that are tried, of this many.
-std::size_t byteStride(std::size_t bytes) {
-    const char* const most = std::getenv("TOLVARAN_TORTURE_BYTES");
-    if (!isTorture() || most == nullptr) {
-        return stride(bytes, 6);
-    }
-    return std::max<std::size_t>(1, bytes / std::max(1UL, std::strtoul(most, nullptr, 10)));
-}
-
 class CorruptionTest : public testing::TestWithParam<std::size_t> {
   protected:
     CorruptionTest() : trial(stateFiles()[GetParam()]) {}
@@ -326,7 +317,7 @@ TEST_P(CorruptionTest, CostsNothingButTheRecord) {
     checkAll(cuts(content), 3);
     checkAll(fieldCorruptions(content), 8);
     const std::size_t bytes = isRepeated(GetParam()) ? 0 : byteCorruptions(content);
-    const std::size_t step = byteStride(bytes);
+    const std::size_t step = wideStride(bytes, 12);
     for (std::size_t n = 0; n < bytes && !HasFailure(); n += step) {
         trial.check(byteCorruption(content, n), NextRun::leftOut);
     }

@@ -10,17 +10,18 @@ namespace {
 
 using nlohmann::json;
 
-/// A lasting failure of one of the functions leaves a line that the pattern matches, which may have
-/// the failure's code in place of "CODE".
+/// A failure of one of the functions leaves a line that the pattern matches, which may have the
+/// failure's code in place of "CODE".
 struct Row {
     std::vector<std::string> functions;
-    std::string subject;  // a regular expression for the whole of what the call is about
-    std::string line;     // a regular expression for a whole line
+    std::string subject;     // a regular expression for the whole of what the call is about
+    std::string line;        // a regular expression for a whole line
+    bool isRetried = false;  // a single failure leaves no line: the call is made again
 };
 
 // By which a file is written whole. A flush that the volume cannot do otherwise is tried as a full
 // one, so that its failure alone is none.
-const std::vector<std::string> writing{"mkostemp", "fsync", "rename"};
+const std::vector<std::string> writing{"mkostemp", "write", "fsync", "rename"};
 
 const std::vector<Row>& table() {
     static const std::vector<Row> rows = {
@@ -39,7 +40,8 @@ const std::vector<Row>& table() {
         {{"CGSGetNumberOfDisplayModes"},
          "",
          "warn: resolution restore: no exact mode .*; keeping entry|"
-         "warn: the main application gave up: .*"},
+         "warn: the main application gave up: .*",
+         true},
         {{"CGSSetMenuBarAutohideEnabled"}, "", "warn: CGSSetMenuBarAutohideEnabled returned CODE"},
         {{"CFPreferencesSynchronize"},
          "",
@@ -57,7 +59,8 @@ const std::vector<Row>& table() {
          "",
          "warn: hot-corner restore could not be verified because the CoreDock getter is "
          "unavailable|warn: hot-corner release could not refresh native suppression while other "
-         "owners remain|warn: the main application gave up: could not sync .*"},
+         "owners remain|warn: the main application gave up: could not sync .*",
+         true},
         {{"dlopen"},
          "SkyLight",
          "warn: Per-display menu bar API is unavailable on this macOS build"},
@@ -106,9 +109,8 @@ const std::set<std::string>& untold() {
         // A file that cannot be read counts as one that is missing, and a directory that cannot be
         // created is left to the write to report.
         "open", "fstat", "read", "stat", "mkdir",
-        // A volume without barriers gets the ordinary flush; what a write meets once it tries
-        // again.
-        "fcntl", "write",
+        // A volume without barriers gets the ordinary flush.
+        "fcntl",
         // Displays of which nothing is known have another name, or no part in the layout; a mode of
         // which nothing is known is none.
         "CGDisplayBounds", "CGDisplayCreateUUIDFromDisplayID", "CGDisplayModelNumber",
@@ -130,14 +132,21 @@ const std::set<std::string>& untold() {
         "dispatch_after_f", "dispatch_async_f", "dispatch_source_set_timer", "nanosleep",
         "observeLaunches", "observeTerminations", "observeWakes", "setActivationPolicy", "signal",
         // Subjects that the table has no row for.
-        "mkostemp", "fsync", "rename", "unlink", "dlopen", "dlsym"};
+        "mkostemp", "write", "fsync", "rename", "unlink", "dlopen", "dlsym"};
     return functions;
 }
 
-/// A success that is none, or an error after which the call is taken to have done its work.
+/// A success that is none, an error after which the call is taken to have done its work, or a write
+/// that goes on where it was cut short.
 bool passesForSuccess(const Call& call, const json& form) {
-    const bool isGone = call.function == "unlink" && form.value("result", json()) == "ENOENT";
-    return !form.contains("result") || isGone;
+    const json result = form.value("result", json());
+    const bool isGone = call.function == "unlink" && result == "ENOENT";
+    return !form.contains("result") || isGone || result == json{{"bytes", 1}};
+}
+
+/// Whether one such failure is made up for by the next call.
+bool isMadeUpFor(const Row& row, const json& form, Lasting lasting) {
+    return lasting == Lasting::once && (row.isRetried || form.value("result", json()) == "EINTR");
 }
 
 std::string withCode(std::string line, const json& form) {
@@ -150,7 +159,8 @@ std::string withCode(std::string line, const json& form) {
 
 }  // namespace
 
-std::string missingLine(const Call& call, const json& form, const std::vector<std::string>& log) {
+std::string missingLine(const Call& call, const json& form, Lasting lasting,
+                        const std::vector<std::string>& log) {
     for (const Row& row : table()) {
         const bool isAbout =
             std::ranges::find(row.functions, call.function) != row.functions.end() &&
@@ -160,6 +170,9 @@ std::string missingLine(const Call& call, const json& form, const std::vector<st
         }
         if (passesForSuccess(call, form) &&
             call.function != "CoreDockGetExposeCornerActionsWithModifiers") {
+            return "";
+        }
+        if (isMadeUpFor(row, form, lasting)) {
             return "";
         }
         const std::regex line(withCode(row.line, form));

@@ -45,14 +45,14 @@ std::vector<std::string> unfinishedFiles(const std::string& root, const std::str
 
 /// What became of one story.
 struct FaultRun {
-    bool isHelper = true;               // whether the first run is the helper's
-    std::vector<Call> calls;            // of the calm run: every outside call of the first, in order
-    std::vector<Call> failed;           // those of them that were made to fail
-    std::vector<std::string> log;       // of the first run, "level: message"
-    nlohmann::json posted;              // the notifications of the first run
-    nlohmann::json filesBefore;         // what lay on disk when the process began
-    Ending after;                       // the first run
-    Ending healed;                      // the run after it: a new helper, no Tolvaran, no faults
+    bool isHelper = true;          // whether the first run is the helper's
+    std::vector<Call> calls;       // of the calm run: every outside call of the first, in order
+    std::vector<Call> failed;      // those of them that were made to fail
+    std::vector<std::string> log;  // of the first run, "level: message"
+    nlohmann::json posted;         // the notifications of the first run
+    nlohmann::json filesBefore;    // what lay on disk when the process began
+    Ending after;                  // the first run
+    Ending healed;                 // the run after it: a new helper, no Tolvaran, no faults
     std::vector<std::string> leftOver;  // what is left open or lying about after each, described
 };
 

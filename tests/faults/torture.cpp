@@ -3,17 +3,34 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <stdexcept>
 #include <string_view>
 
 namespace tolvaran::tests {
 
-bool isTorture() {
-    const char* const value = std::getenv("TOLVARAN_TORTURE");
-    return value != nullptr && std::string_view(value) == "1";
+namespace {
+
+std::size_t evenly(std::size_t cases, std::size_t sample) {
+    return std::max<std::size_t>(1, (cases + sample - 1) / sample);
+}
+
+}  // namespace
+
+Effort effort() {
+    const char* const value = std::getenv("TOLVARAN_FAULTS");
+    const std::string_view name(value == nullptr ? "" : value);
+    if (!name.empty() && name != "sample" && name != "all") {
+        throw std::runtime_error("TOLVARAN_FAULTS must be \"sample\" or \"all\"");
+    }
+    return name.empty() ? Effort::thorough : name == "all" ? Effort::all : Effort::sample;
 }
 
 std::size_t stride(std::size_t cases, std::size_t sample) {
-    return isTorture() ? 1 : std::max<std::size_t>(1, (cases + sample - 1) / sample);
+    return effort() == Effort::sample ? evenly(cases, sample) : 1;
+}
+
+std::size_t wideStride(std::size_t cases, std::size_t sample) {
+    return effort() == Effort::all ? 1 : evenly(cases, sample);
 }
 
 void addStatistics(const nlohmann::json& counts) {

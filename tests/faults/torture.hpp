@@ -6,12 +6,21 @@
 
 namespace tolvaran::tests {
 
-/// Whether every case is to be tried (the environment variable TOLVARAN_TORTURE=1), rather than the
-/// fixed sample of the ordinary test run.
-bool isTorture();
+/// How much is tried, as the environment variable TOLVARAN_FAULTS says.
+enum class Effort {
+    sample,    // "sample": a few cases of everything, for slow builds such as those with sanitizers
+    thorough,  // not set: everything of which there are thousands, samples of what there are
+               // millions
+    all,       // "all": everything
+};
+Effort effort();
 
-/// How far apart the cases are that are tried: all of them, or at most `sample` spread evenly.
+/// How far apart the cases are that are tried, where there are thousands of them: at most `sample`
+/// spread evenly, unless more effort is asked for.
 std::size_t stride(std::size_t cases, std::size_t sample);
+
+/// The same where there are millions.
+std::size_t wideStride(std::size_t cases, std::size_t sample);
 
 /// Adds {"name of what was counted": number, …} as a line to the file that the environment variable
 /// TOLVARAN_STATISTICS names, if it does.

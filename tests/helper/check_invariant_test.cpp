@@ -315,11 +315,10 @@ TEST(CheckInvariant, EachStoreIsAskedClearedAndReportedBeforeTheNext) {
         "warn: side-pinned-sets file wrong version/unparseable, treating as empty";
     const std::string nativeMirrored =
         "warn: native-mirrored-sets file wrong version/unparseable, treating as empty";
-    EXPECT_EQ(
-        invariant.run(),
-        (Lines{sidePinned, nativeMirrored, healthy,
-               said("info", "cleared separated mark for healthy sig=" + sig({1, 2})), sidePinned,
-               nativeMirrored}));
+    EXPECT_EQ(invariant.run(),
+              (Lines{sidePinned, nativeMirrored, healthy,
+                     said("info", "cleared separated mark for healthy sig=" + sig({1, 2})),
+                     sidePinned, nativeMirrored}));
 }
 
 TEST(CheckInvariant, TheDisplaysAreNamedBeforeTheAliasesAreLoaded) {
@@ -790,13 +789,12 @@ TEST(CheckInvariant, SavedOriginsThatNoDisplayCanHaveArePassedOver) {
                 json saved = entries(row);
                 saved[entry][axis] = far;
                 invariant.save({{sig({1, 2}), saved}, {sig({2}), entries({{2, 0, 100}})}});
-                EXPECT_EQ(
-                    invariant.run(),
-                    (Lines{detected, said("warn", "candidate sig=" + sig({1, 2}) +
-                                                      " lies off every desktop, skipping")} +
-                     moved({{2, 0, 100}}) +
-                     Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
-                                            " from 1-display arrangement")}))
+                EXPECT_EQ(invariant.run(),
+                          (Lines{detected, said("warn", "candidate sig=" + sig({1, 2}) +
+                                                            " lies off every desktop, skipping")} +
+                           moved({{2, 0, 100}}) +
+                           Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
+                                                  " from 1-display arrangement")}))
                     << far << " in " << axis << " of entry " << entry;
             }
         }
