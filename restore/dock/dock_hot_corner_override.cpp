@@ -10,6 +10,15 @@ namespace {
 
 using Outcome = DockHotCornerLeaseExitOutcome;
 
+// How the warnings of exit() and restoreIfPending() begin that end with an error or a path.
+constexpr const char* releaseNotRetained =
+    "hot-corner release could not re-persist its recovery snapshot: ";
+constexpr const char* pendingNotRetained =
+    "hot-corner restoreIfPending could not re-persist its recovery snapshot: ";
+constexpr const char* exitNotRestored = "hot-corner exit: CFPreferencesAppSynchronize failed";
+constexpr const char* pendingNotRestored =
+    "hot-corner restoreIfPending: CFPreferencesAppSynchronize failed";
+
 /// Keeps the snapshot in memory and on disk; a file that holds it already is left alone.
 void retain(const DockHotCornerSnapshot& snapshot, const std::string& path) {
     leaseState().recoverySnapshot = snapshot;
@@ -18,15 +27,14 @@ void retain(const DockHotCornerSnapshot& snapshot, const std::string& path) {
     }
 }
 
-/// The same; a failure is logged behind "hot-corner " and what was being done.
+/// The same; a failure is logged behind `complaint`.
 bool retainOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path,
-                  const std::string& operation) {
+                  const std::string& complaint) {
     try {
         retain(snapshot, path);
         return true;
     } catch (const OverrideError& error) {
-        RestoreLog::warn("hot-corner " + operation +
-                         " could not re-persist its recovery snapshot: " + error.what());
+        RestoreLog::warn(complaint + error.what());
         return false;
     }
 }
@@ -95,13 +103,12 @@ DockHotCornerSnapshot suppress(DockHotCornerLeaseOwner owner, const std::string&
     return snapshot;
 }
 
-/// Restores a snapshot that is retained, and forgets it once it is in force.
+/// Restores a snapshot that is retained, and forgets it once it is in force. A failure, whatever it
+/// was, is logged with `complaint` in front.
 bool restoreAndForget(const DockHotCornerSnapshot& snapshot, const std::string& path,
-                      const std::string& appID, const std::string& operation) {
+                      const std::string& appID, const std::string& complaint) {
     if (!restore(snapshot, appID)) {
-        RestoreLog::warn("hot-corner " + operation +
-                         ": CFPreferencesAppSynchronize failed; snapshot kept at " + path +
-                         " for retry");
+        RestoreLog::warn(complaint + "; snapshot kept at " + path + " for retry");
         return false;
     }
     forget(path);
@@ -115,9 +122,9 @@ Outcome releaseLast(const std::string& path, const std::string& appID) {
         return Outcome::snapshotUnavailable;
     }
     // Worth a try even when the snapshot is in memory only: nothing is lost by restoring now.
-    retainOrWarn(*snapshot, path, "release");
-    return restoreAndForget(*snapshot, path, appID, "exit") ? Outcome::restored
-                                                            : Outcome::restoreFailed;
+    retainOrWarn(*snapshot, path, releaseNotRetained);
+    return restoreAndForget(*snapshot, path, appID, exitNotRestored) ? Outcome::restored
+                                                                     : Outcome::restoreFailed;
 }
 
 Outcome releaseOneOfSeveral(const std::string& path, const std::string& appID) {
@@ -127,7 +134,7 @@ Outcome releaseOneOfSeveral(const std::string& path, const std::string& appID) {
             "hot-corner release found no recoverable snapshot while other owners remain");
         return Outcome::suppressionReassertFailed;
     }
-    if (!retainOrWarn(*snapshot, path, "release")) {
+    if (!retainOrWarn(*snapshot, path, releaseNotRetained)) {
         return Outcome::suppressionReassertFailed;
     }
     if (!ensureDisabled(appID)) {
@@ -171,8 +178,8 @@ bool restoreIfPending(const std::string& path, const std::string& appID) {
     if (!snapshot) {
         return false;
     }
-    retainOrWarn(*snapshot, path, "restoreIfPending");
-    return restoreAndForget(*snapshot, path, appID, "restoreIfPending");
+    retainOrWarn(*snapshot, path, pendingNotRetained);
+    return restoreAndForget(*snapshot, path, appID, pendingNotRestored);
 }
 
 std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path) {

@@ -76,7 +76,8 @@ inline const std::array<std::string, 2> changeNotificationNames = {
 MenuBarAutohideSnapshot readCurrent();
 
 /// The same with one record for each of the displays, in the given order; none unless
-/// supportsPerDisplayVisibility().
+/// supportsPerDisplayVisibility(), which may be the first here to log "Per-display menu bar API is
+/// unavailable on this macOS build".
 std::optional<MenuBarAutohideSnapshot> readCurrent(
     const std::vector<MenuBarDisplayIdentity>& displays);
 
@@ -100,7 +101,9 @@ bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
 
 /// Puts back the global preferences, unless an earlier attempt has done so, and the override of
 /// every record whose display is connected. Waits up to 175 ms for each override to take effect.
-/// Logs what applyGlobal(), setVisibilityOverride() and AliasMap::load() log.
+/// Logs what applyGlobal() logs and, where there are records, in this order: "Per-display menu bar
+/// API is unavailable on this macOS build" when nobody has before, what AliasMap::load() logs, what
+/// displayUUID() logs of identical monitors, and what setVisibilityOverride() logs.
 MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot);
 
 /// The same; true when nothing at all is left to restore.

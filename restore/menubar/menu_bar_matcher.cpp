@@ -11,8 +11,9 @@ using Target = MenuBarRestoreTarget;
 
 /// By what a record and a display agree, from the weakest to the strongest.
 enum class Basis {
-    port,               // a record without hardware ID sat on the display's port
-    portIsIdentity,     // the same, and the port is all that the record knows of its display
+    port,               // a record without hardware ID on the display's port
+    portIsIdentity,     // a record on the display's port whose own identity (its hardware ID, else
+                        // its canonical ID) is that port
     fingerprint,        // the hardware is the same, though the display's identity is not: a twin
     canonicalIdentity,  // the same display by the alias map
     hardwareIdentity,   // the same display by its hardware ID

@@ -17,7 +17,9 @@ namespace tolvaran {
 /// One display's visibility override as it was.
 struct MenuBarDisplayVisibilityOverride {
     std::string canonicalID;
-    std::optional<std::string> hardwareID = {};  // none in records of displays without one
+    /// That of the display, its canonical ID where it had none (see MenuBarDisplayIdentity); none
+    /// only in records that other versions wrote.
+    std::optional<std::string> hardwareID = {};
     std::string portUUID;
     bool enabled = false;
 

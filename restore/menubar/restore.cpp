@@ -60,13 +60,20 @@ std::optional<Candidates> connectedCandidates() {
 /// Whether the override reads as `enabled` soon. The window server accepts an override at once and
 /// applies it later, so the first reads may still show the old one.
 bool takesEffect(bool enabled, CGDirectDisplayID displayID) {
-    for (int read = 1; visibilityOverride(displayID) != enabled; ++read) {
-        if (read == maximumReads) {
-            return false;
+    for (int read = 0; read < maximumReads; ++read) {
+        if (read > 0) {
+            sleepFor(secondsBetweenReads);
         }
-        sleepFor(secondsBetweenReads);
+        if (visibilityOverride(displayID) == enabled) {
+            return true;
+        }
     }
-    return true;
+    return false;
+}
+
+/// Sets the override, and says whether that took effect.
+bool putBack(bool enabled, CGDirectDisplayID displayID) {
+    return setVisibilityOverride(enabled, displayID) && takesEffect(enabled, displayID);
 }
 
 /// Puts the record back where its target allows it, and adds it to the outcome where not.
@@ -76,8 +83,7 @@ void settle(const MenuBarDisplayVisibilityOverride& record, const MenuBarRestore
         return;  // another record owns the display
     }
     const auto displayID = target.matchedDisplay();
-    if (displayID && setVisibilityOverride(record.enabled, *displayID) &&
-        takesEffect(record.enabled, *displayID)) {
+    if (displayID && putBack(record.enabled, *displayID)) {
         return;
     }
     outcome.unsettled.push_back(record);

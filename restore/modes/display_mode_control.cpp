@@ -21,7 +21,9 @@ constexpr std::uint32_t maximumModeCount = 4096;
 using RecordBuffer = std::array<std::byte, 220>;
 
 DisplayModeDescriptor readMode(CGDirectDisplayID displayID, std::int32_t index) {
-    RecordBuffer buffer{};  // zeros: what the window server leaves out reads as 0
+    // Aligned for the 32-bit fields that the window server fills it with; zeros, so that what it
+    // leaves out reads as 0.
+    alignas(std::uint32_t) RecordBuffer buffer{};
     CGSGetDisplayModeDescriptionOfLength(displayID, index, buffer.data(),
                                          std::int32_t{displayModeRecordLength});
     return DisplayModeDescriptor::fromRecord(
@@ -43,9 +45,9 @@ std::int64_t area(const DisplayModeDescriptor& mode) {
 }
 
 bool comesBefore(const DisplayModeDescriptor& a, const DisplayModeDescriptor& b) {
-    const std::tuple sizeOfA(area(a), a.scaled());
-    const std::tuple sizeOfB(area(b), b.scaled());
-    return sizeOfA == sizeOfB ? isFasterOrElseLowerNumbered(a, b) : sizeOfA > sizeOfB;
+    // Crosswise where the greater comes first.
+    return std::tuple(area(b), b.scaled(), b.hz, a.modeNum) <
+           std::tuple(area(a), a.scaled(), a.hz, b.modeNum);
 }
 
 }  // namespace
@@ -86,7 +88,8 @@ bool apply(std::int32_t modeNum, CGDirectDisplayID displayID) {
         configuration == nullptr) {
         return false;
     }
-    // What becomes of the change shows on completion, so this result says nothing more.
+    // Its result is passed over: only beginning and completion count, so that a mode which the
+    // window server refuses here passes for shown.
     CGSConfigureDisplayMode(configuration, displayID, modeNum);
     // Completion ends the configuration even when it fails. Cancelling it then would hand the
     // window server a handle that is already gone.

@@ -28,7 +28,9 @@ std::optional<DisplayModeDescriptor> currentMode(CGDirectDisplayID displayID);
 std::optional<std::int32_t> currentModeNumber(CGDirectDisplayID displayID);
 
 /// Switches the display to the mode of this number until the user logs out.
-/// @return whether the window server carried it out
+/// @return whether a display configuration was begun and completed. That the window server refused
+///         to take the mode into it (CGSConfigureDisplayMode) does not count: such a change passes
+///         for made.
 bool apply(std::int32_t modeNum, CGDirectDisplayID displayID);
 
 /// The usable mode that `spec` describes; none when there is none. A spec with a rate of 0 fits

@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include "restore/dock/dock_hot_corner_snapshot.hpp"
 #include "restore/dock/native_hot_corners.hpp"
 #include "restore/menubar/per_display_menu_bar_api.hpp"
 #include "restore/modes/display_mode_descriptor.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
 #include "restore/support/dynamic_library.hpp"
+#include "restore/support/preferences.hpp"
 #include "restore/support/private_interfaces.hpp"
 #include "tests/contract/the_mac.hpp"
 
@@ -32,11 +35,13 @@ TEST_F(PrivateInterfaces, EveryModeCanBeReadAndTheCurrentOneIsAmongThem) {
     ASSERT_GT(count, 0);
     std::vector<std::int32_t> numbers;
     for (std::int32_t index = 0; index < count; ++index) {
-        std::array<std::byte, displayModeRecordLength> record{};
-        ASSERT_EQ(CGSGetDisplayModeDescriptionOfLength(display, index, record.data(),
-                                                       static_cast<std::int32_t>(record.size())),
+        // Somewhat longer than the window server is told, as the product's.
+        alignas(std::uint32_t) std::array<std::byte, 220> buffer{};
+        ASSERT_EQ(CGSGetDisplayModeDescriptionOfLength(display, index, buffer.data(),
+                                                       std::int32_t{displayModeRecordLength}),
                   kCGErrorSuccess);
-        const auto mode = DisplayModeDescriptor::fromRecord(record);
+        const auto mode = DisplayModeDescriptor::fromRecord(
+            DisplayModeRecord(buffer.data(), displayModeRecordLength));
         EXPECT_GT(mode.width, 0);
         EXPECT_GT(mode.height, 0);
         EXPECT_GT(mode.density, 0);
@@ -104,16 +109,35 @@ TEST_F(PrivateInterfaces, TheDocksAutoHideIsReadAsItWasSet) {
     EXPECT_EQ(CoreDockGetAutoHideEnabled(), before);
 }
 
+/// The Dock's preferences of the corners, in the order of hotCornerFields.
+std::vector<std::optional<std::int64_t>> cornerPreferences() {
+    const PreferenceDomain dock("com.apple.dock");
+    dock.synchronizeApplication();
+    std::vector<std::optional<std::int64_t>> values;
+    for (const HotCornerField& field : hotCornerFields) {
+        values.push_back(dock.integer(field.preference));
+    }
+    return values;
+}
+
+// A corner is in force, and shows, as soon as it is set, and its preferences are left to whoever
+// sets it: restoring writes and verifies them apart.
 TEST_F(PrivateInterfaces, TheDocksHotCornersAreReadAsTheyWereSet) {
-    if (!NativeHotCorners::areAvailable()) {
-        GTEST_SKIP() << "this Mac lacks the functions for the Dock's hot corners";
+    if (!NativeHotCorners::areAvailable() || !the_mac::mayBeDisturbed()) {
+        GTEST_SKIP() << "switches a hot corner: needs the functions, and leave to disturb";
     }
     const auto before = NativeHotCorners::read();
     ASSERT_TRUE(before);
     ASSERT_EQ(before->actions.size(), 4U);
-    NativeHotCorners::set(static_cast<std::int32_t>(before->actions[0]), 0,
-                          static_cast<std::int32_t>(before->modifiers[0]));
-    EXPECT_TRUE(the_mac::waitUntil([&] { return NativeHotCorners::read() == before; }));
+    const auto preferencesBefore = cornerPreferences();
+    NativeHotCorners::State changed = *before;
+    changed.actions[0] = before->actions[0] == 1 ? 4 : 1;  // the desktop, or nothing
+    for (const NativeHotCorners::State& state : {changed, *before}) {
+        NativeHotCorners::set(static_cast<std::int32_t>(state.actions[0]), 0,
+                              static_cast<std::int32_t>(state.modifiers[0]));
+        EXPECT_EQ(NativeHotCorners::read(), state);
+        EXPECT_EQ(cornerPreferences(), preferencesBefore);
+    }
 }
 
 // Documented: null for what cannot be opened, and for a name that is not there.

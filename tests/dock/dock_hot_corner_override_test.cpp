@@ -276,18 +276,25 @@ TEST_F(HotCornerLeases, RenewingKeepsTheLeaseWhenTheSuppressionFails) {
 }
 
 TEST_F(HotCornerLeases, RenewingPutsALostFileBack) {
-    const Lines contents = {"", "{", "{}", R"({"tlCorner":1})"};
-    for (const std::string& content : contents) {
+    const std::string undecodable =
+        "warn: hot-corner snapshot at " + path_ + " failed to decode: no valid JSON at byte ";
+    const std::vector<std::pair<std::string, Lines>> contents = {{"", {undecodable + "1"}},
+                                                                 {"{", {undecodable + "2"}},
+                                                                 {"{}", {}},
+                                                                 {R"({"tlCorner":1})", {}}};
+    for (const auto& [content, warnings] : contents) {
         startProcess(usersMac());
         std::filesystem::remove(path_);
         enter(gameMode);
         writeFile(path_, content);
         EXPECT_EQ(enter(gameMode), usersSnapshot());
         EXPECT_EQ(readFile(path_), usersSnapshotText) << content;
+        EXPECT_EQ(log_.take(), warnings) << content;
     }
     std::filesystem::remove(path_);
     enter(gameMode);
     EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(log_.take(), Lines{});
 }
 
 TEST_F(HotCornerLeases, RenewingLeavesAGoodFileAlone) {

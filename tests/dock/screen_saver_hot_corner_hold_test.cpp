@@ -65,10 +65,17 @@ TEST_F(ScreenSaverHold, BeginningTwiceAsksTwice) {
 
 TEST_F(ScreenSaverHold, EndingWithoutAMarkerStillAsks) {
     EXPECT_TRUE(Hold::end(marker_));
-    tests::writeFile(directory_ / "file", "");
-    EXPECT_TRUE(Hold::end(directory_ / "file/marker"));
-    EXPECT_EQ(callLines(), (Lines{endsHold, endsHold}));
+    EXPECT_EQ(callLines(), Lines{endsHold});
     EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(ScreenSaverHold, EndingBelowAFileAsksAndSaysThatTheMarkerCannotBeRemoved) {
+    tests::writeFile(directory_ / "file", "");
+    EXPECT_FALSE(Hold::end(directory_ / "file/marker"));
+    EXPECT_EQ(callLines(), Lines{endsHold});
+    EXPECT_EQ(log_.lines(),
+              Lines{"warn: screen-saver hot-corner hold marker could not be removed (remove " +
+                    directory_ / "file/marker: Not a directory)"});
 }
 
 TEST_F(ScreenSaverHold, RecoversExactlyOnce) {

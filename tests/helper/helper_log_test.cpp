@@ -190,6 +190,20 @@ TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedWhereThereAreNone) {
     EXPECT_FALSE(readFile(olderPrevious_).has_value());
 }
 
+TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedFromAnotherVolumeToo) {
+    writeFile(olderCurrent_, "old current\n");
+    writeFile(olderPrevious_, "old previous\n");
+    // The first log cannot be renamed, but copied; the second one cannot be copied either.
+    simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
+    simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"skip", 2}});
+    setUpHelperLog();
+    EXPECT_EQ(readFile(current_), "old current\n");
+    EXPECT_EQ(readFile(olderPrevious_), "old previous\n");
+    EXPECT_EQ(directory_.list(),
+              (std::vector<std::string>{"Logs/", "Logs/tolvaran-helper.log", "Settings/",
+                                        "Settings/tolvaran-helper.log.prev"}));
+}
+
 TEST_F(HelperLog, LogsInTheOlderPlaceStayWhereThereAreNewerOnes) {
     writeFile(olderCurrent_, "old current\n");
     writeFile(olderPrevious_, "old previous\n");

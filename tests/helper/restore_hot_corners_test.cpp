@@ -175,5 +175,43 @@ TEST(RestoreHotCorners, TriesAgainFromTheFileThatMayBeNewerByThen) {
     EXPECT_FALSE(readFile(process.state(snapshotFile)).has_value());
 }
 
+TEST(RestoreHotCorners, TriesAgainFromTheNewerFileAlsoWhenTheOldOneCouldNotBeReadAnyMore) {
+    HelperProcess process(suppressedMac());
+    writeFile(process.state(snapshotFile), snapshotText);
+    simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+    simulator::onCall("CFPreferencesAppSynchronize", [] {
+        simulator::addFault({{"call", "read"}, {"result", "EIO"}, {"times", 1}});
+    });
+    restoreHotCorners("cold-start", std::nullopt);
+    EXPECT_EQ(readFile(process.state(snapshotFile)), snapshotText);
+    simulator::clearFaults();
+
+    writeFile(process.state(snapshotFile),
+              R"({"liveActions":[1,4,1,1],"liveModifiers":[0,0,0,0],"trCorner":4})");
+    process.takeLog();
+    restoreHotCorners("safety-tick", std::nullopt);
+    EXPECT_EQ(process.takeLog(),
+              (Lines{"info: restoreHotCorners [safety-tick]: applying snapshot",
+                     "info: restoreHotCorners [safety-tick]: snapshot applied + deleted"}));
+    EXPECT_EQ(simulator::machine()["dock"]["cornerActions"], (json{1, 4, 1, 1}));
+    EXPECT_EQ(simulator::machine()["preferences"]["com.apple.dock"],
+              (json{{"wvous-tr-corner", 4}}));
+}
+
+TEST(RestoreHotCorners, SaysNothingOfFilesThatItMayNotLookAt) {
+    HelperProcess process(suppressedMac());
+    writeFile(process.state(holdFile), "1");
+    writeFile(process.state(snapshotFile), snapshotText);
+    simulator::addFault({{"call", "stat"}, {"result", "EACCES"}});
+    EXPECT_FALSE(DockHotCornerOverride::isPending(process.state(snapshotFile)));
+    restoreHotCorners("cold-start", std::nullopt);
+    EXPECT_EQ(process.takeLog(), Lines{});
+    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    simulator::clearFaults();
+    restoreHotCorners("cold-start", std::nullopt);
+    EXPECT_EQ(process.takeLog(), (Lines{holdReleased, applying, applied}));
+    expectRestoredCorners();
+}
+
 }  // namespace
 }  // namespace tolvaran

@@ -107,6 +107,19 @@ TEST(DisplayModes, AreNoneWhenTheyCannotBeCounted) {
     EXPECT_THAT(DisplayModeControl::modes(7), IsEmpty());
 }
 
+TEST(DisplayModes, CountByWhatIsFilledInWhateverTheCallsReturn) {
+    for (const std::string call :
+         {"CGSGetNumberOfDisplayModes", "CGSGetDisplayModeDescriptionOfLength",
+          "CGSGetCurrentDisplayMode"}) {
+        resetMac(threeModes, 5);
+        simulator::addFault({{"call", call}, {"result", 1001}, {"effect", true}});
+        EXPECT_EQ(DisplayModeControl::modes(7), threeModes) << call;
+        EXPECT_EQ(DisplayModeControl::currentModeNumber(7), 5) << call;
+        EXPECT_EQ(DisplayModeControl::currentMode(7), threeModes[2]) << call;
+        EXPECT_GT(simulator::faultsMet(), 0U) << call;
+    }
+}
+
 TEST(DisplayModes, AreListedUpToTheGreatestCount) {
     Modes many;
     for (std::int32_t number = 0; number < 4096; ++number) {
@@ -214,7 +227,7 @@ TEST(ApplyingADisplayMode, FailsWithoutAHandle) {
     EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0]])"));
 }
 
-TEST(ApplyingADisplayMode, LeavesItToTheCompletionToFail) {
+TEST(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSConfigureDisplayMode"}, {"result", 1001}});
     EXPECT_TRUE(DisplayModeControl::apply(2, 7));

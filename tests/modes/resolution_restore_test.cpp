@@ -236,6 +236,34 @@ TEST_F(ResolutionRestoring, AppliesWhereTheShownModeCannotBeRead) {
     EXPECT_EQ(content(), std::nullopt);
 }
 
+TEST_F(ResolutionRestoring, GoesByWhatTheWindowServerFillsInWhateverItReturns) {
+    for (const std::string call :
+         {"CGSGetNumberOfDisplayModes", "CGSGetDisplayModeDescriptionOfLength",
+          "CGSGetCurrentDisplayMode"}) {
+        resetMac({display(1), display(2)});
+        record({{canonicalID(1), {1920, 1080, false, 60}}, {canonicalID(2), small}});
+        simulator::addFault({{"call", call}, {"result", 1001}, {"effect", true}});
+        EXPECT_EQ(restore(), 1) << call;
+        EXPECT_GT(simulator::faultsMet(), 0U) << call;
+        EXPECT_EQ(modeOf(1), 2) << call;
+        EXPECT_EQ(content(), std::nullopt) << call;
+        EXPECT_THAT(takeLog(),
+                    ElementsAre("info: resolution restore: HW-10-20-2 -> 1280 × 720 @ 60 Hz"))
+            << call;
+    }
+}
+
+TEST_F(ResolutionRestoring, PassesOverARefusalOfTheModeItself) {
+    resetMac({display(1)});
+    record({{canonicalID(1), small}});
+    simulator::addFault({{"call", "CGSConfigureDisplayMode"}, {"result", 1001}});
+    EXPECT_EQ(restore(), 1);
+    EXPECT_EQ(modeOf(0), 1);
+    EXPECT_EQ(content(), std::nullopt);
+    EXPECT_THAT(takeLog(),
+                ElementsAre("info: resolution restore: HW-10-20-1 -> 1280 × 720 @ 60 Hz"));
+}
+
 TEST_F(ResolutionRestoring, ListsTheModesAgainForTheMatch) {
     resetMac({display(1)});
     record({{canonicalID(1), small}});

@@ -24,6 +24,7 @@ BUNDLE_KEYS = {
     "LSMinimumSystemVersion": str,
     "LSBackgroundOnly": bool,
     "LSMultipleInstancesProhibited": bool,
+    "NSAppSleepDisabled": bool,
 }
 AGENT_KEYS = {
     "Label": str,
@@ -63,6 +64,7 @@ class PropertyLists(unittest.TestCase):
         self.assertEqual(info["LSMinimumSystemVersion"], "13.0")
         self.assertTrue(info["LSBackgroundOnly"])
         self.assertTrue(info["LSMultipleInstancesProhibited"])
+        self.assertTrue(info["NSAppSleepDisabled"])
 
     def test_both_versions_are_the_projects(self):
         info = load("Info.plist")

@@ -115,14 +115,19 @@ TEST_F(Paths, EachRootHasItsEnvironmentOverride) {
 }
 
 TEST_F(Paths, BlankOverridesAreIgnoredAndOthersAreNotTrimmed) {
-    for (const std::string blank : {"", "   ", "\n", " \t\n "}) {
+    for (const std::string blank : {"", "   ", "\n", " \t\n ", "\u0085", "\u00A0", "\u1680",
+                                    "\u2003", "\u2028", "\u3000", "\u00A0 \u2003\n\u3000"}) {
         set(logsDirOverrideEnv, blank);
-        EXPECT_EQ(logsDir(), "/home/ada/Library/Logs/Tolvaran");
+        EXPECT_EQ(logsDir(), "/home/ada/Library/Logs/Tolvaran") << testing::PrintToString(blank);
     }
     set(logsDirOverrideEnv, " /tmp/x");
     EXPECT_EQ(logsDir(), " /tmp/x");
     set(logsDirOverrideEnv, "/tmp/x ");
     EXPECT_EQ(logsDir(), "/tmp/x ");
+    set(logsDirOverrideEnv, "\u00A0/tmp/x\u2003");
+    EXPECT_EQ(logsDir(), "\u00A0/tmp/x\u2003");
+    set(logsDirOverrideEnv, "\xA0");
+    EXPECT_EQ(logsDir(), "\xA0");
 }
 
 TEST_F(Paths, ALeadingTildeIsTheHomeDirectory) {

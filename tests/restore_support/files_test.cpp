@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -192,6 +193,82 @@ TEST(Files, MovesOverAnExistingFileAndIgnoresFailures) {
     EXPECT_EQ(readFile(directory / "to"), "new");
     moveIfPossible(directory / "missing", directory / "to");
     EXPECT_EQ(readFile(directory / "to"), "new");
+}
+
+TEST(Files, CopiesWhatItCannotMoveToAnotherVolume) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    writeFile(directory / "from", "new");
+    writeFile(directory / "to", "old");
+    simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
+    moveIfPossible(directory / "from", directory / "to");
+    simulator::reset();
+    EXPECT_EQ(readFile(directory / "to"), "new");
+    EXPECT_EQ(directory.list(), std::vector<std::string>{"to"});
+}
+
+TEST(Files, WhatCannotBeCopiedToAnotherVolumeStaysWhereItIs) {
+    const TemporaryDirectory directory;
+    // Whatever the copy fails at.
+    for (const std::string call : {"open", "read", "mkostemp", "write", "fsync", "rename"}) {
+        simulator::reset();
+        simulator::exposeToFaults(directory.path());
+        writeFile(directory / "from", "new");
+        writeFile(directory / "to", "old");
+        simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
+        simulator::addFault({{"call", "fcntl"}, {"result", "EINVAL"}});  // or it needs no fsync
+        simulator::addFault(
+            {{"call", call}, {"result", "EIO"}, {"skip", call == "rename" ? 1 : 0}});
+        moveIfPossible(directory / "from", directory / "to");
+        simulator::reset();
+        EXPECT_EQ(readFile(directory / "from"), "new") << call;
+        EXPECT_EQ(readFile(directory / "to"), "old") << call;
+        EXPECT_EQ(directory.list(), (std::vector<std::string>{"from", "to"})) << call;
+    }
+}
+
+TEST(Files, WhatIsMissingOrTooLargeIsNotCopiedToAnotherVolume) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 2}});
+    moveIfPossible(directory / "missing", directory / "to");
+    writeFile(directory / "huge", "");
+    ASSERT_EQ(::truncate((directory / "huge").c_str(), 65 * 1024 * 1024), 0);
+    moveIfPossible(directory / "huge", directory / "to");
+    EXPECT_EQ(simulator::faultsMet(), 2U);
+    simulator::reset();
+    EXPECT_EQ(directory.list(), std::vector<std::string>{"huge"});
+    EXPECT_EQ(size(directory / "huge"), 65 * 1024 * 1024);
+}
+
+TEST(Files, OnlyAnotherVolumeIsAReasonToCopy) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    writeFile(directory / "from", "new");
+    simulator::addFault({{"call", "rename"}, {"result", "EACCES"}, {"times", 1}});
+    moveIfPossible(directory / "from", directory / "to");
+    simulator::reset();
+    EXPECT_EQ(directory.list(), std::vector<std::string>{"from"});
+}
+
+TEST(Files, OpensTheStandardStreamsThatAreClosed) {
+    for (const std::vector<int>& closed : std::vector<std::vector<int>>{{0}, {1}, {2}, {0, 1, 2}}) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            std::for_each(closed.begin(), closed.end(), ::close);
+            openStandardStreams();
+            const bool areOpen = std::all_of(closed.begin(), closed.end(), [](int stream) {
+                return ::write(stream, "x", 1) == 1;
+            });
+            ::_exit(areOpen && ::open("/dev/null", O_RDONLY) > STDERR_FILENO ? 0 : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << testing::PrintToString(closed);
+    }
 }
 
 TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {

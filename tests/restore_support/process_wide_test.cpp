@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
 namespace tolvaran {
 namespace {
 
@@ -14,6 +21,50 @@ TEST(ProcessWide, IsMadeOnceUntilTheProcessEnds) {
     endProcess();
     EXPECT_EQ(value.get(make), 2);
     endProcess();
+}
+
+TEST(ProcessWide, IsMadeOnceForThreadsThatAskAtTheSameTime) {
+    ProcessWide<int> value;
+    std::atomic<int> made = 0;
+    const auto make = [&] {
+        const int number = ++made;
+        // Until another thread makes it too, or would have done so long ago.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+        while (made == 1 && std::chrono::steady_clock::now() < end) {
+            std::this_thread::yield();
+        }
+        return number;
+    };
+    for (int life = 0; life < 2; ++life) {
+        made = 0;
+        int other = 0;
+        std::thread thread([&] { other = value.get(make); });
+        const int own = value.get(make);
+        thread.join();
+        EXPECT_EQ(made, 1);
+        EXPECT_EQ(own, 1);
+        EXPECT_EQ(other, 1);
+        endProcess();
+    }
+}
+
+TEST(ProcessWide, EndsAllThatSeveralThreadsHaveMade) {
+    constexpr int threadCount = 4;
+    constexpr int valuesOfEach = 20000;
+    int ended = 0;
+    std::vector<std::thread> threads;
+    for (int number = 0; number < threadCount; ++number) {
+        threads.emplace_back([&] {
+            for (int value = 0; value < valuesOfEach; ++value) {
+                atEndOfProcess([&ended] { ++ended; });
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    endProcess();
+    EXPECT_EQ(ended, threadCount * valuesOfEach);
 }
 
 TEST(ProcessWide, EndsInReverseOrderOfCreation) {

@@ -4,6 +4,8 @@
 
 #include <locale>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tolvaran::text {
 namespace {
@@ -30,10 +32,40 @@ TEST(Text, DescribesMappings) {
     EXPECT_EQ(describe({{"b", "x"}, {"a", "y"}}), R"(["a": "y", "b": "x"])");
 }
 
-TEST(Text, Trims) {
-    EXPECT_EQ(trimmed(" \t\r\n\v\fa b\n"), "a b");
-    EXPECT_EQ(trimmed(" \n"), "");
-    EXPECT_EQ(trimmed(""), "");
+TEST(Text, TrimsEveryBlankAndLineEndOfUnicode) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {" \t\r\n\v\fa b\n", "a b"},
+        {" \n", ""},
+        {"", ""},
+        {"\u0085a\u0085", "a"},  // next line
+        {"\u00A0a\u00A0", "a"},  // no-break space
+        {"\u1680a\u1680", "a"},  // Ogham space mark
+        {"\u2003a\u2003", "a"},  // em space
+        {"\u2028a\u2028", "a"},  // line separator
+        {"\u3000a\u3000", "a"},  // ideographic space
+        {"\u2003 \u3000\na\u00A0\u2028\t", "a"},
+        {"\u00A0\u0085", ""},
+        {"a\u2003b\u00A0", "a\u2003b"},
+        {"\u2060a\uFEFF", "\u2060a\uFEFF"},  // without width, and no blanks
+        {"\u00E0a\u00E0", "\u00E0a\u00E0"},  // à, which ends as a no-break space does
+        {"\240a\240", "\240a\240"},          // its last byte alone
+        {"\x85", "\x85"},
+        {"\xC2", "\xC2"},
+        {"a\xE2\x80", "a\xE2\x80"},
+    };
+    for (const auto& [value, expected] : rows) {
+        EXPECT_EQ(trimmed(value), expected) << testing::PrintToString(value);
+    }
+}
+
+TEST(Text, TrimsEachOfTheSpacesOfSetWidths) {
+    for (char last = '\x80'; last <= '\x8A'; ++last) {
+        const std::string space = std::string("\xE2\x80") + last;
+        EXPECT_EQ(trimmed(space + "a" + space), "a") << testing::PrintToString(space);
+    }
+    for (const std::string blank : {"\u2029", "\u202F", "\u205F"}) {
+        EXPECT_EQ(trimmed(blank + "a" + blank), "a") << testing::PrintToString(blank);
+    }
 }
 
 TEST(Text, ChangesTheCaseOfASCIILettersOnly) {
