@@ -156,6 +156,9 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
                                                           .prepare = prepare,
                                                           .program = story_.program,
                                                           .atEnd = atEnd});
+    for (const std::string& function : story_.passingFaults) {
+        run.failed.push_back({.function = function, .subject = ""});
+    }
     run.log = logLines(played.result);
     run.posted = played.result.at("notifications");
     run.after = ending(played.result);
