@@ -195,8 +195,6 @@ Outcome play(const Scenario& scenario, const PlayOptions& options) {
         return {std::move(result), std::move(failures)};
     } catch (const EventError& error) {
         throw ScenarioError(error.what());
-    } catch (const FaultError& error) {
-        throw ScenarioError(std::string("faults: ") + error.what());
     }
 }
 

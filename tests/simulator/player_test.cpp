@@ -133,8 +133,7 @@ TEST_F(Player, WhatOthersChangeWhileTheHelperWaitsIsNotItsDoing) {
             {"canonicalID": "37D8832A-2D66-02CA-B9F7-8F30A301B230",
              "portUUID": "37D8832A-2D66-02CA-B9F7-8F30A301B230", "enabled": true}]}},
         "faults": [{"call": "SLSSetMenuBarVisibilityOverrideOnDisplay", "effect": false},
-                   {"call": "CFPreferencesSetValue", "effect": false},
-                   {"call": "CFPreferencesSetAppValue", "effect": false}],
+                   {"call": "CFPreferencesSetValue", "effect": false}],
         "timeline": [{"at": 0.03, "set": {"cursorAssociated": false}}]})");
     const json result = observed(document);
     const json& order = result["order"];
@@ -270,12 +269,6 @@ TEST_F(Player, EventsThatCannotHappenAreErrors) {
     document["timeline"] = json::parse(R"([{"at": 1, "exit": 4711}])");
     EXPECT_EQ(thrownBy<ScenarioError>([&] { playQuietly(document); }),
               "timeline[0].exit: no application with this pid is running");
-    document["timeline"] = json::array();
-    document["faults"] =
-        json::parse(R"([{"call": "CGAssociateMouseAndMouseCursorPosition", "result": "text"}])");
-    document["mac"] = json::object();
-    EXPECT_THAT(thrownBy<ScenarioError>([&] { playQuietly(document); }),
-                testing::StartsWith("faults: "));
     document = crash();
     document["files"]["State"] = "a file where a directory must be";
     EXPECT_THAT(thrownBy<ScenarioError>([&] { playQuietly(document); }),
