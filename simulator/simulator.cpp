@@ -74,7 +74,7 @@ std::size_t liveObjects() {
 }
 
 void perform(const nlohmann::json& event) {
-    readEvent(JsonReader(event, ""))();
+    happen(readEvent(JsonReader(event, "")));
 }
 
 void advance(double seconds) {
