@@ -329,11 +329,8 @@ Machine readMachine(const JsonReader& mac) {
     const std::optional<JsonReader> displays = mac.find("displays");
     machine.displays = displays ? readDisplays(*displays) : std::vector{defaultDisplay()};
     machine.mainDisplay = displayAtOrigin(machine.displays);
-    for (const Display& display : machine.displays) {
-        if (display.id == machine.mainDisplay) {
-            machine.menuBar.activeDisplay = display.portUUID.value_or("");
-        }
-    }
+    readInteger(mac, "mainDisplay", machine.mainDisplay);
+    machine.menuBar.activeDisplay = portUUIDOfMainDisplay(machine);
     json rest = mac.value();
     rest.erase("displays");
     return mergedMachine(std::move(machine), JsonReader(rest, mac.path()));
