@@ -15,7 +15,6 @@
 #include "simulator/player/log_lines.hpp"
 #include "simulator/player/matching.hpp"
 #include "simulator/player/observation.hpp"
-#include "simulator/recorder.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator {
