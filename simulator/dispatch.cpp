@@ -308,7 +308,7 @@ dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintp
     simulator::requireMainQueue(queue, function);
     const bool isExit = type == DISPATCH_SOURCE_TYPE_PROC && mask == DISPATCH_PROC_EXIT;
     const bool isTimer = type == DISPATCH_SOURCE_TYPE_TIMER && mask == 0;
-    if (admit(function).forcedResult || (!isExit && !isTimer)) {
+    if (admit(function).isNull() || (!isExit && !isTimer)) {
         return nullptr;
     }
     auto* const source = new simulator::Source;

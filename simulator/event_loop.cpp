@@ -11,8 +11,20 @@
 namespace simulator {
 namespace {
 
-// When something is due, and its place among what is due at that time.
-using Place = std::pair<clock::Time, std::uint64_t>;
+// When something is due, and its place among what is due at that time: first what an event of the
+// outside world has caused, and then by number.
+struct Place {
+    clock::Time due;
+    bool isOwn;  // the process's own: no event has caused it
+    std::uint64_t number;
+
+    auto operator<=>(const Place&) const = default;
+};
+
+// So much work may run while the virtual clock stands still. A process that answers everything it
+// does itself, such as its own display reconfigurations, would otherwise never come to the end of
+// its run; no process that comes to rest needs nearly as much.
+constexpr int mostWorkAtOnce = 1000;
 
 struct Work {
     std::function<void()> run;
@@ -25,7 +37,9 @@ struct State {
     std::map<WorkID, Place> places;  // of the queued work
     std::uint64_t lastNumber = 0;
     clock::Time endOfRun = 0;
-    bool running = false;  // queued work runs
+    bool running = false;    // queued work runs
+    bool happening = false;  // an event happens
+    int workAtOnce = 0;      // how much has run since time passed by itself
     std::function<void(LoopMoment)> observer;
     // Work that was dropped may hold the only pointers to what it was to free, as in any process
     // that is killed. Kept, so that this does not look like a leak.
@@ -37,23 +51,28 @@ State& state() {
     return instance;
 }
 
-/// Marks that work runs, also when it ends by an exception.
-struct Running {
-    Running() { state().running = true; }
-    ~Running() { state().running = false; }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
+/// Sets a mark for a while, also when that ends by an exception.
+class Marked {
+  public:
+    explicit Marked(bool& mark) : mark_(mark), before_(std::exchange(mark, true)) {}
+    ~Marked() { mark_ = before_; }
+    Marked(const Marked&) = delete;
+    Marked& operator=(const Marked&) = delete;
+
+  private:
+    bool& mark_;
+    bool before_;
 };
 
 template <typename List>
 clock::Time nextDue(const List& list) {
-    return list.empty() ? clock::never : list.begin()->first.first;
+    return list.empty() ? clock::never : list.begin()->first.due;
 }
 
 WorkID add(clock::Time due, Work work) {
     State& all = state();
     const WorkID id = ++all.lastNumber;
-    const Place place{std::max(due, clock::now()), id};
+    const Place place{std::max(due, clock::now()), !all.happening, id};
     all.queue.emplace(place, std::move(work));
     all.places.emplace(id, place);
     return id;
@@ -73,20 +92,21 @@ void tellObserver(LoopMoment moment) {
 void runNextEvent() {
     auto next = state().events.extract(state().events.begin());
     tellObserver(LoopMoment::beforeEvent);
-    next.mapped()();
+    happen(next.mapped());
     tellObserver(LoopMoment::afterEvent);
 }
 
 void runNextWork() {
     auto next = state().queue.extract(state().queue.begin());
-    state().places.erase(next.key().second);
+    state().places.erase(next.key().number);
     tellObserver(LoopMoment::beforeWork);
-    const Running running;
+    const Marked running(state().running);
     next.mapped().run();
 }
 
 /// Lets time pass until `time`, or less when a process ends before.
 void waitUntil(clock::Time time) {
+    state().workAtOnce = 0;
     if (clock::isVirtual()) {
         clock::moveTo(time);
     } else {
@@ -94,10 +114,28 @@ void waitUntil(clock::Time time) {
     }
 }
 
+/// Lets the work that has just run take its time: none, unless there was too much of it at once.
+/// @return whether that time is over by `end`
+bool takeTime(clock::Time end) {
+    if (!clock::isVirtual() || ++state().workAtOnce <= mostWorkAtOnce) {
+        return true;
+    }
+    const int workAtOnce = state().workAtOnce;
+    const clock::Time over = clock::now() + clock::second;
+    sleepUntil(std::min(over, end));
+    state().workAtOnce = workAtOnce;
+    return over <= end;
+}
+
 }  // namespace
 
 void planEvent(clock::Time due, std::function<void()> event) {
-    state().events.emplace(Place{due, ++state().lastNumber}, std::move(event));
+    state().events.emplace(Place{due, false, ++state().lastNumber}, std::move(event));
+}
+
+void happen(const std::function<void()>& event) {
+    const Marked happening(state().happening);
+    event();
 }
 
 WorkID queueWork(clock::Time due, std::function<void()> work) {
@@ -125,6 +163,7 @@ void runUntil(clock::Time end) {
     if (state().running) {
         cf::misuse("event loop", "it must not be run from within its own work");
     }
+    state().workAtOnce = 0;
     while (true) {
         const clock::Time next = std::min({nextDue(state().events), nextDue(state().queue), end});
         if (clock::now() < next) {
@@ -133,6 +172,9 @@ void runUntil(clock::Time end) {
             runNextEvent();
         } else if (isDue(state().queue, end)) {
             runNextWork();
+            if (!takeTime(end)) {
+                return;
+            }
         } else {
             return;
         }

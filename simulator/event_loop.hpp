@@ -4,7 +4,12 @@
 //
 // Events happen when they are due, whatever the process is doing, so also while it sleeps. Work on
 // the main queue runs one item after the other, never inside another. What is due at one time runs
-// in this order: events as they were planned, then work as it was queued.
+// in this order: events as they were planned, then the work that events have queued, then other
+// work, each as it was queued.
+//
+// The virtual clock stands still while work runs. Once more than 1,000 pieces have run at one time,
+// each takes a second, until nothing is due and time passes by itself again: so a process that
+// never comes to rest reaches the end of its run.
 #pragma once
 
 #include <cstddef>
@@ -19,6 +24,9 @@ namespace simulator {
 /// Plans an event of the outside world.
 void planEvent(clock::Time due, std::function<void()> event);
 
+/// Lets an event of the outside world happen now.
+void happen(const std::function<void()>& event);
+
 /// Names one piece of queued work.
 using WorkID = std::uint64_t;
 
@@ -30,7 +38,8 @@ void dropWork(WorkID work);
 /// finalizers, so that what they free is freed in any case.
 void queueLastingWork(std::function<void()> work);
 
-/// Runs everything due until `end`, both included, then lets the time be `end`.
+/// Runs everything due until `end`, both included, then lets the time be `end`. Work that is still
+/// taking its time at `end` is the last to run; what is due behind it stays queued.
 /// Not to be called from within an event or work.
 void runUntil(clock::Time end);
 

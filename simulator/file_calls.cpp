@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -16,7 +15,6 @@
 #include <vector>
 
 #include "simulator/clock.hpp"
-#include "simulator/errno_names.hpp"
 #include "simulator/event_loop.hpp"
 #include "simulator/faults.hpp"
 #include "simulator/host_calls.hpp"
@@ -27,13 +25,6 @@ namespace simulator {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::array redirected{
-    "access",      "chmod",     "close",     "closedir", "fchmod",  "fcntl", "fstat",
-    "fsync",       "ftruncate", "kill",      "link",     "lseek",   "lstat", "mkdir",
-    "localtime_r", "mkostemp",  "nanosleep", "open",     "opendir", "read",  "readdir",
-    "rename",      "rmdir",     "signal",    "stat",     "unlink",  "write",
-};
 
 struct State {
     std::vector<std::string> exposed;
@@ -108,15 +99,6 @@ Subject nothing() {
     return callsAreWatched() ? Subject("") : std::nullopt;
 }
 
-/// Sets errno as a fault's result says.
-void setError(const nlohmann::json& result) {
-    if (result.is_string()) {
-        errno = errorCode(result.get<std::string>()).value_or(EIO);
-    } else {
-        errno = result.is_number() ? result.get<int>() : EIO;
-    }
-}
-
 /// What becomes of a call that met `verdict`. `failed` is what it returns when it fails, `idle()`
 /// when a fault makes it report success without doing anything.
 /// @param error errno before the call
@@ -129,7 +111,7 @@ Result conclude(const Verdict& verdict, int error, Result failed, Idle idle, Bod
     if (verdict.performs) {
         body();
     }
-    setError(*verdict.forcedResult);
+    errno = verdict.forcedResult->get<int>();
     return failed;
 }
 
@@ -160,7 +142,7 @@ ssize_t transfer(std::string_view function, const Subject& subject, size_t size,
     }
     const int error = errno;
     const Verdict verdict = admit(function, *subject);
-    if (verdict.forcedResult && isShortTransfer(function, *verdict.forcedResult)) {
+    if (verdict.forcedResult && verdict.forcedResult->is_object()) {
         errno = error;
         return body(std::min(size, verdict.forcedResult->at("bytes").get<size_t>()));
     }
@@ -252,17 +234,6 @@ void exposeToFaults(const std::string& directory) {
     state().exposed.push_back(normal(fs::absolute(directory)));
 }
 
-bool isShortTransfer(std::string_view function, const nlohmann::json& result) {
-    const bool transfers = function == "read" || function == "write";
-    const auto bytes = result.find("bytes");
-    return transfers && result.size() == 1 && bytes != result.end() && bytes->is_number_integer() &&
-           *bytes >= 0;
-}
-
-bool isFileCall(const std::string& function) {
-    return std::find(redirected.begin(), redirected.end(), function) != redirected.end();
-}
-
 void setStandardErrorSink(StandardErrorSink sink) {
     state().standardError = std::move(sink);
 }
@@ -347,7 +318,8 @@ int __wrap_ftruncate(int descriptor, off_t length) {
 }
 
 pid_t __wrap_getpid() {
-    return simulator::admit("getpid").resultOr(simulator::processID());
+    const simulator::Verdict verdict = simulator::admit("getpid");
+    return verdict.resultOr(verdict.performs ? simulator::processID() : 0);
 }
 
 int __wrap_kill(pid_t pid, int signal) {
@@ -416,8 +388,7 @@ int __wrap_open(const char* path, int flags, ...) {
 }
 
 passwd* __wrap_getpwuid(uid_t user) {
-    const simulator::Verdict verdict = simulator::admit("getpwuid");
-    return verdict.performs ? __real_getpwuid(user) : nullptr;
+    return simulator::admit("getpwuid").isNull() ? nullptr : __real_getpwuid(user);
 }
 
 DIR* __wrap_opendir(const char* path) {

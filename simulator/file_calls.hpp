@@ -22,7 +22,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,12 +30,6 @@ namespace simulator {
 
 /// Lets faults on file calls meet everything below this directory too, until the next reset.
 void exposeToFaults(const std::string& directory);
-
-/// Whether faults on this function are faults on a redirected call.
-bool isFileCall(const std::string& function);
-
-/// Whether a fault's result makes this function move only some of the bytes asked for.
-bool isShortTransfer(std::string_view function, const nlohmann::json& result);
 
 /// Takes what the process writes to standard error.
 /// @return whether it is to be written to the host's standard error as well

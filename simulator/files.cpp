@@ -25,11 +25,11 @@ fs::path root() {
 nlohmann::json contentOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    nlohmann::json parsed = nlohmann::json::parse(bytes, nullptr, false);
-    if (!parsed.is_discarded()) {
-        return parsed;
+    if (isNestedTooDeeply(bytes)) {
+        return readableText(bytes);
     }
-    return readableText(bytes);
+    nlohmann::json parsed = nlohmann::json::parse(bytes, nullptr, false);
+    return parsed.is_discarded() ? nlohmann::json(readableText(bytes)) : parsed;
 }
 
 }  // namespace

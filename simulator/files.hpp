@@ -22,8 +22,8 @@ void writeStateFile(const std::string& path, const nlohmann::json& content);
 /// @throws std::runtime_error when there is none, the host refuses, or the variable is not set
 void removeStateFile(const std::string& path);
 
-/// Every file below the directory by its path, JSON where it parses, else as a string (bytes that
-/// are no UTF-8 replaced by U+FFFD).
+/// Every file below the directory by its path, JSON where it parses and is not nested too deeply,
+/// else as a string (bytes that are no UTF-8 replaced by U+FFFD).
 /// @param except a directory whose files are left out; it need not lie below
 nlohmann::json stateFiles(const std::string& except);
 

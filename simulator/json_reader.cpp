@@ -26,6 +26,25 @@ std::optional<std::int64_t> wholeNumber(const nlohmann::json& value) {
 
 }  // namespace
 
+bool isNestedTooDeeply(std::string_view text) {
+    std::size_t depth = 0;
+    bool isString = false;
+    for (std::size_t i = 0; i < text.size() && depth <= deepestNesting; ++i) {
+        const char c = text[i];
+        if (isString) {
+            isString = c != '"';
+            i += c == '\\' ? 1 : 0;
+        } else if (c == '"') {
+            isString = true;
+        } else if (c == '[' || c == '{') {
+            ++depth;
+        } else if ((c == ']' || c == '}') && depth > 0) {
+            --depth;
+        }
+    }
+    return depth > deepestNesting;
+}
+
 void JsonReader::fail(const std::string& what) const {
     throw std::invalid_argument((path_.empty() ? "the document" : path_) + ": " + what);
 }

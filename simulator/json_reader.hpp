@@ -3,6 +3,7 @@
 // "mac.displays[1].frame: must be a list of 4 numbers".
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <limits>
@@ -14,6 +15,12 @@
 #include <vector>
 
 namespace simulator {
+
+// Much of what handles JSON calls itself for each level, so nothing is read that has more.
+inline constexpr std::size_t deepestNesting = 100;
+
+/// Whether lists and objects stand more than `deepestNesting` levels deep in a JSON text.
+bool isNestedTooDeeply(std::string_view text);
 
 /// Every function that cannot do what its name says throws std::invalid_argument with the value's
 /// path and what is wrong with it. A reader refers to the value and must not outlive it.

@@ -97,8 +97,6 @@ std::vector<Display> readDisplays(const JsonReader& list) {
     return displays;
 }
 
-void requirePropertyList(const JsonReader& value);
-
 void requireTagged(const JsonReader& value) {
     ifPresent(value, "$data", [](const JsonReader& data) {
         try {
@@ -108,23 +106,6 @@ void requireTagged(const JsonReader& value) {
         }
     });
     ifPresent(value, "$date", [](const JsonReader& date) { date.number(); });
-}
-
-void requirePropertyList(const JsonReader& value) {
-    if (value.value().is_object()) {
-        if (value.value().size() == 1) {
-            requireTagged(value);
-        }
-        for (const auto& [key, entry] : value.entries()) {
-            requirePropertyList(entry);
-        }
-    } else if (value.value().is_array()) {
-        for (const JsonReader& element : value.elements()) {
-            requirePropertyList(element);
-        }
-    } else if (value.isNull()) {
-        value.fail("must not be null");
-    }
 }
 
 void readRegistry(const JsonReader& list, Machine& machine) {
@@ -271,6 +252,23 @@ json writeAll(const std::vector<T>& values, json (*write)(const T&)) {
 
 }  // namespace
 
+void requirePropertyList(const JsonReader& value) {
+    if (value.value().is_object()) {
+        if (value.value().size() == 1) {
+            requireTagged(value);
+        }
+        for (const auto& [key, entry] : value.entries()) {
+            requirePropertyList(entry);
+        }
+    } else if (value.value().is_array()) {
+        for (const JsonReader& element : value.elements()) {
+            requirePropertyList(element);
+        }
+    } else if (value.isNull()) {
+        value.fail("must not be null");
+    }
+}
+
 Display readDisplay(const JsonReader& display) {
     display.requireKeys({"id", "vendor", "model", "serial", "portUUID", "frame", "modes", "mode",
                          "menuBarOverride", "spaceType"});
@@ -331,11 +329,8 @@ Machine readMachine(const JsonReader& mac) {
     const std::optional<JsonReader> displays = mac.find("displays");
     machine.displays = displays ? readDisplays(*displays) : std::vector{defaultDisplay()};
     machine.mainDisplay = displayAtOrigin(machine.displays);
-    for (const Display& display : machine.displays) {
-        if (display.id == machine.mainDisplay) {
-            machine.menuBar.activeDisplay = display.portUUID.value_or("");
-        }
-    }
+    readInteger(mac, "mainDisplay", machine.mainDisplay);
+    machine.menuBar.activeDisplay = portUUIDOfMainDisplay(machine);
     json rest = mac.value();
     rest.erase("displays");
     return mergedMachine(std::move(machine), JsonReader(rest, mac.path()));

@@ -26,6 +26,11 @@ Display readDisplay(const JsonReader& display);
 std::optional<std::string> readBundle(const JsonReader& application);
 std::int32_t readPID(const JsonReader& pid);
 
+/// Fails unless the value stands for a property list: nothing in it is null, and data and dates are
+/// written as they should be.
+/// @throws std::invalid_argument naming the key that is wrong
+void requirePropertyList(const JsonReader& value);
+
 nlohmann::json writeMachine(const Machine& machine);
 
 }  // namespace simulator

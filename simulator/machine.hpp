@@ -72,4 +72,7 @@ struct Machine {
 Machine& mac();
 Display* findDisplay(CGDirectDisplayID id);  // null when it is not active
 
+/// Empty when there is no main display, or no UUID for it.
+std::string portUUIDOfMainDisplay(const Machine& machine);
+
 }  // namespace simulator

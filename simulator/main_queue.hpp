@@ -5,9 +5,9 @@
 
 namespace simulator {
 
-/// Queues `work` behind everything that the main queue holds, to be performed at the current time
-/// by advance() or by the event loop. Unlike dispatch_async_f() it meets no fault. reset() drops
-/// what has not been performed.
+/// Queues `work` to be performed at the current time by advance() or by the event loop: within an
+/// event before everything else that is due then, otherwise behind it. Unlike dispatch_async_f() it
+/// meets no fault. reset() drops what has not been performed.
 void onMainQueue(std::function<void()> work);
 
 }  // namespace simulator

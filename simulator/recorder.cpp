@@ -11,9 +11,8 @@
 #include <vector>
 
 #include "simulator/clock.hpp"
-#include "simulator/errno_names.hpp"
+#include "simulator/fault_results.hpp"
 #include "simulator/faults.hpp"
-#include "simulator/file_calls.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator {
@@ -43,34 +42,32 @@ State& state() {
     return instance;
 }
 
-void requireResult(const JsonReader& result, const std::string& call) {
-    if (!isFileCall(call)) {
-        return;
+/// How many read-backs a new value stays hidden from; 0 where the fault does not say.
+std::int64_t readDelay(const JsonReader& fault, const std::string& call) {
+    const auto delay = fault.find("delayReads");
+    if (delay && call != "SLSSetMenuBarVisibilityOverrideOnDisplay") {
+        delay->fail("only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time");
     }
-    if (result.value().is_string() && !errorCode(result.text())) {
-        result.fail("is no name of an error that the simulator knows");
-    }
-    if (result.value().is_object() && !isShortTransfer(call, result.value())) {
-        result.fail("must be {\"bytes\": a number}, of a call that reads or writes");
-    }
+    return delay ? delay->integer<std::int64_t>(0) : 0;
 }
 
 Fault readFault(const JsonReader& fault) {
     fault.requireKeys({"call", "result", "skip", "times", "effect", "delayReads"});
     Fault read;
     read.call = fault.at("call").text();
+    if (!canFail(read.call)) {
+        fault.at("call").fail("is no function that can be made to fail");
+    }
     const auto result = fault.find("result");
     const auto effect = fault.find("effect");
-    const auto delay = fault.find("delayReads");
-    if (!result && !effect && !delay) {
+    if (!result && !effect && !fault.find("delayReads")) {
         fault.fail("must have a result, an effect or delayReads");
     }
     if (result) {
-        requireResult(*result, read.call);
-        read.verdict.forcedResult = result->value();
+        read.verdict.forcedResult = readFaultResult(read.call, *result);
     }
     read.verdict.performs = effect ? effect->boolean() : !result;
-    read.verdict.delayReads = delay ? delay->integer<std::int64_t>(0) : 0;
+    read.verdict.delayReads = readDelay(fault, read.call);
     if (const auto skip = fault.find("skip")) {
         read.skip = skip->integer<std::int64_t>(0);
     }

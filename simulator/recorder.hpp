@@ -7,33 +7,33 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace simulator {
 
-/// A fault's result is not of the type that its function returns.
-class FaultError : public std::invalid_argument {
-  public:
-    using std::invalid_argument::invalid_argument;
-};
-
 /// What a fault makes of one call. Without a fault: performs, and no forced result.
 struct Verdict {
-    bool performs = true;                        // whether the call has its effect
-    std::optional<nlohmann::json> forcedResult;  // what it returns instead of its own result
+    bool performs = true;  // whether the call has its effect
+    // What it returns instead of its own result, of the function's type (fault_results.hpp).
+    std::optional<nlohmann::json> forcedResult;
     std::int64_t delayReads = 0;  // how many read-backs the new value stays hidden from
 
     /// The forced result as the function's own type, or `own` where nothing is forced.
-    /// @throws FaultError when the forced result is of another type
     template <typename Result>
     Result resultOr(Result own) const {
-        try {
-            return forcedResult ? forcedResult->get<Result>() : own;
-        } catch (const nlohmann::json::exception& error) {
-            throw FaultError(error.what());
-        }
+        return forcedResult ? forcedResult->get<Result>() : own;
     }
+    /// The same for a function that returns a text or null.
+    std::optional<std::string> resultOr(std::optional<std::string> own) const {
+        if (!forcedResult) {
+            return own;
+        }
+        return forcedResult->is_null() ? std::nullopt
+                                       : std::optional(forcedResult->get<std::string>());
+    }
+    /// Of a function of which null is the only result that can be forced: whether it returns that.
+    bool isNull() const { return !performs || forcedResult; }
 };
 
 /// Counts this call of `function` (its plain C name) and looks up the fault that applies to it.

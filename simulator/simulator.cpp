@@ -1,5 +1,7 @@
 #include "simulator/simulator.hpp"
 
+#include <algorithm>
+
 #include "simulator/clock.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/core_foundation/uuid.hpp"
@@ -29,6 +31,11 @@ Display* findDisplay(CGDirectDisplayID id) {
         }
     }
     return nullptr;
+}
+
+std::string portUUIDOfMainDisplay(const Machine& machine) {
+    const auto found = std::ranges::find(machine.displays, machine.mainDisplay, &Display::id);
+    return found == machine.displays.end() ? "" : found->portUUID.value_or("");
 }
 
 void reset(const nlohmann::json& machine) {
@@ -74,7 +81,7 @@ std::size_t liveObjects() {
 }
 
 void perform(const nlohmann::json& event) {
-    readEvent(JsonReader(event, ""))();
+    happen(readEvent(JsonReader(event, "")));
 }
 
 void advance(double seconds) {

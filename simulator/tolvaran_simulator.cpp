@@ -1,5 +1,6 @@
 // Plays a scenario file through the real helper and reports what the helper did.
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -23,6 +24,10 @@ std::optional<std::string> variable(const char* name) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // The helper puts something in the place of a standard stream that is closed.
+    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) {
+        std::cout.setstate(std::ios::badbit);
+    }
     return simulator::runCommandLine(
         {argv + 1, argv + argc}, std::cout, std::cerr,
         simulator::report::terminalOf(isatty(STDOUT_FILENO) == 1, terminalColumns(), variable));

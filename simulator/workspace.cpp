@@ -84,6 +84,9 @@ bool activationIsProhibited() {
 
 namespace tolvaran::workspace {
 
+// A Mac changes this list only between two pieces of the main run loop's work, so that a process
+// that waits within one does not see an application come or go before it has ended. Here the list
+// is always that of the machine, on which events also happen during a wait.
 std::vector<RunningApplication> runningApplications() {
     const auto& applications = simulator::mac().applications;
     std::vector<RunningApplication> list;

@@ -68,7 +68,7 @@ CFTypeID CFArrayGetTypeID() {
 
 CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex numValues,
                          const CFArrayCallBacks* callBacks) {
-    if (simulator::admit("CFArrayCreate").forcedResult) {
+    if (simulator::admit("CFArrayCreate").isNull()) {
         return nullptr;
     }
     return cf::createArrayWith({values, static_cast<std::size_t>(numValues)},

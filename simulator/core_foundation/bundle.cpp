@@ -72,23 +72,24 @@ CFTypeID CFBundleGetTypeID() {
 }
 
 CFBundleRef CFBundleGetMainBundle() {
-    if (simulator::admit("CFBundleGetMainBundle").forcedResult || cf::paths().empty()) {
+    if (simulator::admit("CFBundleGetMainBundle").isNull() || cf::paths().empty()) {
         return nullptr;
     }
     return cf::bundleAt(cf::paths().front());
 }
 
 CFArrayRef CFBundleGetAllBundles() {
-    if (const auto& forced = simulator::admit("CFBundleGetAllBundles").forcedResult) {
-        return forced->is_array() ? cf::bundlesAt({}) : nullptr;
+    const simulator::Verdict verdict = simulator::admit("CFBundleGetAllBundles");
+    if (verdict.forcedResult) {
+        return verdict.forcedResult->is_array() ? cf::bundlesAt({}) : nullptr;
     }
-    return cf::bundlesAt(cf::paths());
+    return verdict.performs ? cf::bundlesAt(cf::paths()) : nullptr;
 }
 
 CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) {
     constexpr std::string_view function = "CFBundleCopyBundleURL";
     const std::string& path = cf::pathOf(bundle, CFBundleGetTypeID(), function);
-    if (simulator::admit(function).forcedResult) {
+    if (simulator::admit(function).isNull()) {
         return nullptr;
     }
     return static_cast<CFURLRef>(cf::create(CFURLGetTypeID(), std::make_unique<cf::Place>(path)));
@@ -103,9 +104,9 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean, UInt8* buffer, C
     constexpr std::string_view function = "CFURLGetFileSystemRepresentation";
     const std::string& path = cf::pathOf(url, CFURLGetTypeID(), function);
     const simulator::Verdict verdict = simulator::admit(function);
-    if (verdict.forcedResult || static_cast<CFIndex>(path.size()) >= maxBufLen) {
-        return verdict.resultOr(false);
+    const bool succeeds = verdict.performs && static_cast<CFIndex>(path.size()) < maxBufLen;
+    if (succeeds) {
+        std::memcpy(buffer, path.c_str(), path.size() + 1);
     }
-    std::memcpy(buffer, path.c_str(), path.size() + 1);
-    return true;
+    return verdict.resultOr(succeeds);
 }

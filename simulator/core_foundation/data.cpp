@@ -39,7 +39,7 @@ CFTypeID CFDataGetTypeID() {
 }
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
-    if (simulator::admit("CFDataCreate").forcedResult) {
+    if (simulator::admit("CFDataCreate").isNull()) {
         return nullptr;
     }
     return cf::createData({reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length)});

@@ -29,8 +29,9 @@ CFAbsoluteTime CFAbsoluteTimeGetCurrent() {
     // Subtracted while still whole, for a double holds no date of today to the nanosecond.
     const std::int64_t sinceReference =
         simulator::clock::date() - reference * simulator::clock::second;
-    return simulator::admit("CFAbsoluteTimeGetCurrent")
-        .resultOr(static_cast<double>(sinceReference) / simulator::clock::second);
+    const simulator::Verdict verdict = simulator::admit("CFAbsoluteTimeGetCurrent");
+    return verdict.resultOr(
+        verdict.performs ? static_cast<double>(sinceReference) / simulator::clock::second : 0.0);
 }
 
 CFTypeID CFDateGetTypeID() {

@@ -121,7 +121,7 @@ CFTypeID CFDictionaryGetTypeID() {
 CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values,
                                    CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
-    if (simulator::admit("CFDictionaryCreate").forcedResult) {
+    if (simulator::admit("CFDictionaryCreate").isNull()) {
         return nullptr;
     }
     auto dictionary = std::make_unique<cf::Dictionary>(false, keyCallBacks, valueCallBacks);
@@ -136,7 +136,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks) {
-    if (simulator::admit("CFDictionaryCreateMutable").forcedResult) {
+    if (simulator::admit("CFDictionaryCreateMutable").isNull()) {
         return nullptr;
     }
     return cf::createMutable(keyCallBacks, valueCallBacks);

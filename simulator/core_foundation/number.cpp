@@ -143,7 +143,7 @@ CFTypeID CFNumberGetTypeID() {
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* valuePtr) {
     constexpr std::string_view function = "CFNumberCreate";
-    if (simulator::admit(function).forcedResult) {
+    if (simulator::admit(function).isNull()) {
         return nullptr;
     }
     const CFNumberType type = cf::canonical(theType, function);

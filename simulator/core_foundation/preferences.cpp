@@ -51,7 +51,7 @@ CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef applicatio
     if (verdict.forcedResult) {
         return cf::createFromJson(*verdict.forcedResult);
     }
-    if (!isSimulated(userName, hostName)) {
+    if (!verdict.performs || !isSimulated(userName, hostName)) {
         return nullptr;
     }
     const auto& preferences = simulator::mac().preferences;

@@ -39,8 +39,7 @@ void requireEncoding(CFStringEncoding encoding, std::string_view function) {
 CFStringRef createFromBytes(std::string_view function, std::string_view bytes,
                             CFStringEncoding encoding) {
     requireEncoding(encoding, function);
-    const Verdict verdict = admit(function);
-    if (verdict.forcedResult) {
+    if (admit(function).isNull()) {
         return nullptr;
     }
     if (encoding == kCFStringEncodingASCII) {

@@ -99,14 +99,14 @@ CFTypeID CFUUIDGetTypeID() {
 }
 
 CFUUIDRef CFUUIDCreate(CFAllocatorRef) {
-    if (simulator::admit("CFUUIDCreate").forcedResult) {
+    if (simulator::admit("CFUUIDCreate").isNull()) {
         return nullptr;
     }
     return cf::createFromBytes(cf::newBytes());
 }
 
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr) {
-    if (uuidStr == nullptr || simulator::admit("CFUUIDCreateFromString").forcedResult) {
+    if (uuidStr == nullptr || simulator::admit("CFUUIDCreateFromString").isNull()) {
         return nullptr;
     }
     return cf::createUUID(cf::text(uuidStr));
@@ -114,7 +114,7 @@ CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr) {
 
 CFStringRef CFUUIDCreateString(CFAllocatorRef, CFUUIDRef uuid) {
     constexpr std::string_view function = "CFUUIDCreateString";
-    if (simulator::admit(function).forcedResult) {
+    if (simulator::admit(function).isNull()) {
         return nullptr;
     }
     const cf::Bytes& bytes =

@@ -38,7 +38,7 @@ auto recordedCall(std::string_view function, nlohmann::json args, Body body)
         if (verdict.performs) {
             body(verdict);
         }
-        record(function, std::move(args), verdict.forcedResult.value_or(nullptr));
+        record(function, std::move(args), nullptr);
     } else {
         const Result result = verdict.resultOr(verdict.performs ? body(verdict) : Result{});
         record(function, std::move(args), result);

@@ -1,6 +1,10 @@
 // Display configurations: changes that are collected from CGBeginDisplayConfiguration() on and
 // show only once they are completed. A configuration that is cancelled, or never completed, leaves
 // no trace but itself: openConfigurations() in simulator.hpp counts those still open.
+//
+// What is completed is exactly what shows: displays stand where they were asked to, also when they
+// then overlap or touch nothing. A Mac's window server moves them until there are neither gaps nor
+// overlaps, so that what it shows may differ from what it reported success for.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

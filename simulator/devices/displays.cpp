@@ -3,6 +3,7 @@
 #include <ColorSync/ColorSync.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <stdexcept>
@@ -91,6 +92,10 @@ CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* act
 
 CGRect CGDisplayBounds(CGDirectDisplayID display) {
     const Verdict verdict = admit(__func__);
+    if (verdict.forcedResult) {
+        const auto [x, y, width, height] = verdict.forcedResult->get<std::array<double, 4>>();
+        return CGRectMake(x, y, width, height);
+    }
     return verdict.performs ? fieldOf(display, &Display::frame) : CGRectZero;
 }
 
@@ -111,9 +116,8 @@ std::uint32_t CGDisplaySerialNumber(CGDirectDisplayID display) {
 }
 
 CFUUIDRef CGDisplayCreateUUIDFromDisplayID(std::uint32_t displayID) {
-    const Verdict verdict = admit(__func__);
-    const std::optional<std::string> uuid = fieldOf(displayID, &Display::portUUID);
-    if (!verdict.performs || !uuid) {
+    const auto uuid = performCall(__func__, [&] { return fieldOf(displayID, &Display::portUUID); });
+    if (!uuid) {
         return nullptr;
     }
     const cf::Owned<CFStringRef> text(cf::createString(*uuid));

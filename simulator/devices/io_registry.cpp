@@ -101,8 +101,8 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
 }
 
 CFMutableDictionaryRef IOServiceMatching(const char* name) {
-    const Verdict verdict = admit(__func__);
-    return verdict.performs && name != nullptr ? createDictionary({{classKey, name}}) : nullptr;
+    return admit(__func__).isNull() || name == nullptr ? nullptr
+                                                       : createDictionary({{classKey, name}});
 }
 
 kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef matching,

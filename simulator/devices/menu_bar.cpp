@@ -120,11 +120,12 @@ std::int32_t SLSSetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
 }
 
 CFStringRef SLSCopyActiveMenuBarDisplayIdentifier(std::int32_t connection) {
-    const Verdict verdict = admit(__func__);
-    const std::string& identifier = mac().menuBar.activeDisplay;
-    return verdict.performs && connection == mainConnection && !identifier.empty()
-               ? cf::createString(identifier)
-               : nullptr;
+    const auto identifier = performCall(__func__, [&]() -> std::optional<std::string> {
+        const std::string& active = mac().menuBar.activeDisplay;
+        return connection == mainConnection && !active.empty() ? std::optional(active)
+                                                               : std::nullopt;
+    });
+    return identifier ? cf::createString(*identifier) : nullptr;
 }
 
 CFArrayRef SLSCopyManagedDisplaySpaces(std::int32_t connection) {

@@ -1,6 +1,8 @@
 #include "simulator/devices/reconfiguration.hpp"
 
 #include <algorithm>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -33,50 +35,54 @@ const Display* find(const std::vector<Display>& displays, CGDirectDisplayID id) 
     return found == displays.end() ? nullptr : &*found;
 }
 
-const Display* displayAtOrigin(const std::vector<Display>& displays) {
-    const auto found = std::ranges::find_if(displays, [](const Display& display) {
-        return CGPointEqualToPoint(display.frame.origin, CGPointZero);
-    });
-    return found == displays.end() ? nullptr : &*found;
+bool isAtOrigin(const Display& display) {
+    return CGPointEqualToPoint(display.frame.origin, CGPointZero);
 }
 
-void anchorMainDisplay(Machine& machine) {
-    const CGPoint shift = find(machine.displays, machine.mainDisplay)->frame.origin;
+/// Whether the main display is where it was, or as far away as it was described.
+bool mainDisplayStays(const Machine& now, const Arrangement& before) {
+    const Display* const was = find(before.displays, before.mainDisplay);
+    const Display* const is = find(now.displays, now.mainDisplay);
+    if (was == nullptr || is == nullptr) {
+        return was == is && now.mainDisplay != kCGNullDirectDisplay;
+    }
+    return CGPointEqualToPoint(was->frame.origin, is->frame.origin);
+}
+
+/// The display that is the main one when it did not stay; null when there are no displays.
+const Display* mainDisplayAfterMoves(const Machine& machine) {
+    const Display* const main = find(machine.displays, machine.mainDisplay);
+    if (main != nullptr && isAtOrigin(*main)) {
+        return main;
+    }
+    const auto atOrigin = std::ranges::find_if(machine.displays, isAtOrigin);
+    if (atOrigin != machine.displays.end()) {
+        return &*atOrigin;
+    }
+    return main != nullptr || machine.displays.empty() ? main : &machine.displays.front();
+}
+
+void settleMainDisplay(Machine& machine, const Arrangement& before) {
+    if (mainDisplayStays(machine, before)) {
+        return;
+    }
+    const Display* const main = mainDisplayAfterMoves(machine);
+    machine.mainDisplay = main != nullptr ? main->id : kCGNullDirectDisplay;
+    const CGPoint shift = main != nullptr ? main->frame.origin : CGPointZero;
     for (Display& display : machine.displays) {
         display.frame.origin.x -= shift.x;
         display.frame.origin.y -= shift.y;
     }
 }
 
-void chooseMainDisplay(Machine& machine) {
-    if (machine.displays.empty()) {
-        machine.mainDisplay = kCGNullDirectDisplay;
-        return;
+void settleMenuBar(Machine& machine, const Arrangement& before) {
+    const std::optional<std::string> holder = machine.menuBar.activeDisplay;
+    const auto isThere = [&](const std::vector<Display>& displays) {
+        return std::ranges::find(displays, holder, &Display::portUUID) != displays.end();
+    };
+    if (before.displays.empty() || (isThere(before.displays) && !isThere(machine.displays))) {
+        machine.menuBar.activeDisplay = portUUIDOfMainDisplay(machine);
     }
-    const Display* const atOrigin = displayAtOrigin(machine.displays);
-    machine.mainDisplay = atOrigin != nullptr ? atOrigin->id : machine.displays.front().id;
-    anchorMainDisplay(machine);
-}
-
-void settleMainDisplay(Machine& machine, const Arrangement& before) {
-    const Display* const mainBefore = find(before.displays, before.mainDisplay);
-    const Display* const mainNow = find(machine.displays, machine.mainDisplay);
-    if (mainNow == nullptr) {
-        if (mainBefore != nullptr || machine.mainDisplay == kCGNullDirectDisplay) {
-            chooseMainDisplay(machine);
-        }
-        return;
-    }
-    const bool moved = mainBefore == nullptr ||
-                       !CGPointEqualToPoint(mainBefore->frame.origin, mainNow->frame.origin);
-    if (!moved || CGPointEqualToPoint(mainNow->frame.origin, CGPointZero)) {
-        return;
-    }
-    if (const Display* const atOrigin = displayAtOrigin(machine.displays)) {
-        machine.mainDisplay = atOrigin->id;
-        return;
-    }
-    anchorMainDisplay(machine);
 }
 
 std::vector<CGRect> frames(const std::vector<Display>& displays) {
@@ -149,6 +155,7 @@ void changeDisplays(const std::function<void(Machine&)>& change) {
     const Arrangement before{machine.displays, machine.mainDisplay};
     change(machine);
     settleMainDisplay(machine, before);
+    settleMenuBar(machine, before);
     queueCallbacksSince(before);
 }
 

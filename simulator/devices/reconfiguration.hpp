@@ -21,6 +21,8 @@ namespace simulator::devices {
 /// until that display moves. Overlaps and gaps stay as they are: unlike a Mac's, this window server
 /// shows exactly what it was asked to.
 ///
+/// The active menu bar: when the display that has it is gone, it is on the main display.
+///
 /// The callbacks: none when nothing differs afterwards. Otherwise one with the begin flag for each
 /// display that was active before, then one for each display that was or is, with the flags of
 /// what became of it. They are queued on the main queue and thus never come from within the call

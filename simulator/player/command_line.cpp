@@ -1,5 +1,6 @@
 #include "simulator/player/command_line.hpp"
 
+#include <exception>
 #include <fstream>
 #include <iomanip>
 #include <optional>
@@ -97,16 +98,14 @@ int playCommand(const Command& command, const report::Terminal& terminal, std::o
         printSummary(scenario, outcome, terminal, out);
     }
     for (const std::string& failure : outcome.failures) {
-        errors << failure << "\n";
+        errors << report::oneLine(failure) << "\n";
     }
     const bool isReported = !command.report || writeReport(*command.report, outcome.result, errors);
     return outcome.failures.empty() && isReported ? 0 : 1;
 }
 
-}  // namespace
-
-int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
-                   std::ostream& errors, const report::Terminal& terminal) {
+int run(const std::vector<std::string>& arguments, const report::Terminal& terminal,
+        std::ostream& out, std::ostream& errors) {
     if (arguments == std::vector<std::string>{"--help"}) {
         out << usage;
         return 0;
@@ -118,10 +117,22 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     }
     try {
         return playCommand(*command, terminal, out, errors);
-    } catch (const ScenarioError& error) {
-        errors << command->scenario << ": " << error.what() << "\n";
+    } catch (const std::exception& error) {
+        errors << report::oneLine(command->scenario + ": " + error.what()) << "\n";
         return 2;
     }
+}
+
+}  // namespace
+
+int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
+                   std::ostream& errors, const report::Terminal& terminal) {
+    const int status = run(arguments, terminal, out, errors);
+    if (!out.flush()) {
+        errors << "standard output cannot be written\n";
+        return 2;
+    }
+    return status;
 }
 
 }  // namespace simulator

@@ -200,10 +200,10 @@ int runGallery(const std::vector<std::string>& arguments, std::ostream& errors) 
         return checks ? check(arguments.back(), gallery, errors)
                       : write(arguments.back(), gallery, errors);
     } catch (const ScenarioError& error) {
-        errors << error.what() << "\n";
+        errors << report::oneLine(error.what()) << "\n";
         return 2;
-    } catch (const fs::filesystem_error& error) {
-        errors << error.what() << "\n";
+    } catch (const std::exception& error) {
+        errors << report::oneLine(error.what()) << "\n";
         return 1;
     }
 }

@@ -57,13 +57,31 @@ json logLines(const json& log) {
     return lines;
 }
 
+/// A file that holds JSON's null is there all the same.
+void compareFiles(const json& expected, const json& found, Failures& failures) {
+    for (const auto& [path, content] : expected.items()) {
+        if (!content.is_null()) {
+            compare("expect.files." + path, content, found.value(path, json(nullptr)), failures);
+        } else if (found.contains(path)) {
+            failures.push_back("expect.files." + path + ": expected no file, found " +
+                               shown(found[path]));
+        }
+    }
+}
+
 }  // namespace
 
 Failures failedExpectations(const json& expect, const json& result) {
     Failures failures;
     json found = result;
     found["log"] = logLines(result["log"]);
-    compareObjects("expect", expect, found, failures);
+    for (const auto& [key, value] : expect.items()) {
+        if (key == "files") {
+            compareFiles(value, found[key], failures);
+        } else {
+            compare("expect." + key, value, found.value(key, json(nullptr)), failures);
+        }
+    }
     return failures;
 }
 

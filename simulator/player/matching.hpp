@@ -1,8 +1,8 @@
 // Whether a result is as a scenario expects.
 //
-// An object matches when every key given matches; a key given as null must be null or missing (so
-// a file given as null must not exist). Lists match whole, element by element. Everything else
-// must be equal; 1 and 1.0 are. The expected log is a list of "level: message".
+// An object matches when every key given matches; a key given as null must be null or missing, but
+// a file given as null must not exist. Lists match whole, element by element. Everything else must
+// be equal; 1 and 1.0 are. The expected log is a list of "level: message".
 #pragma once
 
 #include <nlohmann/json.hpp>

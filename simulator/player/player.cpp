@@ -15,7 +15,6 @@
 #include "simulator/player/log_lines.hpp"
 #include "simulator/player/matching.hpp"
 #include "simulator/player/observation.hpp"
-#include "simulator/recorder.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator {
@@ -195,8 +194,6 @@ Outcome play(const Scenario& scenario, const PlayOptions& options) {
         return {std::move(result), std::move(failures)};
     } catch (const EventError& error) {
         throw ScenarioError(error.what());
-    } catch (const FaultError& error) {
-        throw ScenarioError(std::string("faults: ") + error.what());
     }
 }
 

@@ -17,9 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-// Reading is recursive here and there; no scenario needs to be nested so deeply.
-constexpr int deepest = 100;
-
 clock::Kind readClock(const JsonReader& clock) {
     const std::string kind = clock.text();
     if (kind != "virtual" && kind != "real") {
@@ -136,14 +133,11 @@ std::string read(const std::string& path) {
 }
 
 json parse(const std::string& text) {
-    const auto notTooDeep = [](int depth, json::parse_event_t, json&) {
-        if (depth > deepest) {
-            throw ScenarioError("nested more than " + std::to_string(deepest) + " levels deep");
-        }
-        return true;
-    };
+    if (isNestedTooDeeply(text)) {
+        throw ScenarioError("nested more than " + std::to_string(deepestNesting) + " levels deep");
+    }
     try {
-        return json::parse(text, notTooDeep);
+        return json::parse(text);
     } catch (const json::exception& error) {
         throw ScenarioError(error.what());
     }

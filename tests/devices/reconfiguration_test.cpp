@@ -105,6 +105,31 @@ TEST_F(Reconfiguration, TheDisplayThatTakesTheOriginIsTheMainOne) {
                          {2, kCGDisplayMovedFlag | kCGDisplaySetMainFlag | shape}}));
 }
 
+TEST_F(Reconfiguration, TheActiveMenuBarLeavesADisplayThatGoes) {
+    const auto activeDisplay = [] { return simulator::machine()["menuBar"]["activeDisplay"]; };
+    const nlohmann::json mac = simulator::machine();
+    const nlohmann::json uuid1 = mac["displays"][0]["portUUID"];
+    const nlohmann::json uuid2 = mac["displays"][1]["portUUID"];
+    simulator::set({{"menuBar", {{"activeDisplay", uuid2}}}});
+    arrange({{2, CGPointMake(-1280, 0)}});
+    EXPECT_EQ(activeDisplay(), uuid2) << "it is still there";
+    disconnect(2);
+    EXPECT_EQ(activeDisplay(), uuid1) << "the main display has it";
+    disconnect(1);
+    EXPECT_EQ(activeDisplay(), nullptr);
+    Display display;
+    display.id = 9;
+    display.portUUID = uuid2;
+    connect(display);
+    EXPECT_EQ(activeDisplay(), uuid2) << "the first display is the main one";
+    const std::string nobodys = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
+    simulator::set({{"menuBar", {{"activeDisplay", nobodys}}}});
+    display.id = 10;
+    connect(display);
+    disconnect(9);
+    EXPECT_EQ(activeDisplay(), nobodys) << "as described, whatever becomes of other displays";
+}
+
 TEST_F(Reconfiguration, ADisplayLaidOverTheMainOneDoesNotReplaceIt) {
     arrange({{2, CGPointMake(0, 0)}});
     EXPECT_EQ(CGMainDisplayID(), 1U);

@@ -14,11 +14,14 @@ LABEL = "com.morvelli.TolvaranHelper"
 SERVICE = f"gui/501/{LABEL}"
 
 # Each writes down how it was called. A service that was booted out stays for two more looks at it,
-# as launchd's do while the program ends.
+# as launchd's do while the program ends; until then another bootout is refused.
 LAUNCHCTL = """#!/bin/sh
 echo "launchctl $*" >>"$CALLS"
 case "$1 $2" in
-    "bootout "*) [ -e "$STATE/running" ] || exit 3; mv "$STATE/running" "$STATE/ending"; echo 2 >"$STATE/ending" ;;
+    "bootout "*)
+        [ ! -e "$STATE/ending" ] || exit 36
+        [ -e "$STATE/running" ] || exit 3
+        mv "$STATE/running" "$STATE/ending"; echo 2 >"$STATE/ending" ;;
     "print gui/501") [ ! -e "$STATE/no-session" ] ;;
     "print "*)
         [ ! -e "$STATE/running" ] || exit 0
@@ -154,6 +157,17 @@ class Scripts(unittest.TestCase):
         self.assertEqual(calls[-1], f"launchctl bootstrap gui/501 {self.agent}")
         self.assertTrue((self.state / "running").exists())
         self.assert_nothing_left_but("TolvaranHelper.app")
+
+    def test_an_installation_waits_for_a_helper_that_was_told_to_end_before(self):
+        self.install()
+        self.build_helper("second")
+        (self.state / "running").rename(self.state / "ending")
+        (self.state / "ending").write_text("4\n")
+        calls = self.install()
+        bootout = calls.index(f"launchctl bootout {SERVICE}")
+        self.assertEqual(calls[bootout + 1 : bootout + 6], [f"launchctl print {SERVICE}"] * 5)
+        self.assertEqual(calls[-1], f"launchctl bootstrap gui/501 {self.agent}")
+        self.assertEqual(self.executable.read_text(), "second")
 
     def test_a_signature_that_fails_leaves_the_first_installation_running(self):
         self.install()

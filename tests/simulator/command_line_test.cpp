@@ -1,5 +1,7 @@
 #include "simulator/player/command_line.hpp"
 
+#include <algorithm>
+#include <fstream>
 #include <sstream>
 
 #include "tests/simulator/simulator_test.hpp"
@@ -103,6 +105,67 @@ TEST_F(CommandLine, AReportThatCannotBeWrittenIsAFailure) {
         EXPECT_EQ(result.errors, path + ": the report cannot be written\n");
         EXPECT_THAT(result.out, testing::EndsWith("nothing was expected\n"));
     }
+}
+
+TEST_F(CommandLine, WhateverElseGoesWrongIsOneLineAndStatus2) {
+    const std::string path = scenario("{}");
+    const Run noRoot = run({"--root", "/proc/no/such", path});
+    EXPECT_EQ(noRoot.status, 2);
+    EXPECT_THAT(noRoot.errors, StartsWith(path + ": "));
+    EXPECT_EQ(std::ranges::count(noRoot.errors, '\n'), 1);
+
+    const tolvaran::tests::ScopedEnvironment environment("TMPDIR", directory_ / "no/such");
+    const Run noTemporary = run({path});
+    EXPECT_EQ(noTemporary.status, 2);
+    EXPECT_THAT(noTemporary.errors, StartsWith(path + ": "));
+    EXPECT_EQ(std::ranges::count(noTemporary.errors, '\n'), 1);
+    EXPECT_EQ(noTemporary.out, "");
+}
+
+TEST_F(CommandLine, OutputThatCannotBeWrittenIsAnError) {
+    const std::string path = scenario("{}");
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{path}, {"--json", path}, {"--help"}}) {
+        std::ofstream full("/dev/full");
+        std::ostringstream errors;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(runCommandLine(arguments, full, errors), 2);
+        testing::internal::GetCapturedStderr();
+        EXPECT_EQ(errors.str(), "standard output cannot be written\n");
+    }
+}
+
+TEST_F(CommandLine, ALineFeedInAKeyMakesNoSecondLine) {
+    const std::string path = scenario(R"({"a\nb": 1})");
+    EXPECT_EQ(run({path}).errors, path + ": a b: unknown key\n");
+    EXPECT_EQ(run({scenario(R"({"expect": {"files": {"a\nb": 1}}})")}).errors,
+              "expect.files.a b: expected 1, found null\n");
+}
+
+TEST_F(CommandLine, FilesThatAreNestedDeeplyAreText) {
+    constexpr std::size_t levels = 100000;
+    const std::string deep = std::string(levels, '[') + std::string(levels, ']');
+    const std::string path = scenario(
+        json{{"files", {{"State/.display-originals", deep}, {"State/menubar-state.json", deep}}},
+             {"timeline",
+              {{{"at", 1}, {"write", {{"path", "State/.display-originals"}, {"content", deep}}}}}},
+             {"expect", {{"files", {{"State/.display-originals", deep}}}}}}
+            .dump());
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{path},
+          {"--json", path},
+          {"--report", directory_ / "report.html", path}}) {
+        const Run result = run(arguments);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.errors, "");
+    }
+    const json result = json::parse(run({"--json", path}).out);
+    EXPECT_TRUE(result["files"]["State/.display-originals"] == deep);
+    std::ostringstream out;
+    std::ostringstream errors;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(runCommandLine({path}, out, errors, {.isTerminal = true}), 0);
+    testing::internal::GetCapturedStderr();
 }
 
 TEST_F(CommandLine, OnATerminalTheSummaryDrawsTheDisplays) {

@@ -46,6 +46,80 @@ TEST_F(EventLoop, WorkThatAnEventQueuesWaitsForTheOtherEventsOfThatTime) {
     EXPECT_THAT(noted_, ElementsAre("event 1", "event 2", "work"));
 }
 
+TEST_F(EventLoop, WorkThatAnEventQueuesRunsBeforeOtherWorkOfThatTime) {
+    queueWork(second, note("own"));
+    planEvent(second, [&] {
+        onMainQueue(note("caused 1"));
+        queueWork(2 * second, note("caused for later"));
+        onMainQueue([&] {
+            noted_.emplace_back("caused 2");
+            onMainQueue(note("own answer"));
+        });
+    });
+    queueWork(2 * second, note("later"));
+    runUntil(2 * second);
+    EXPECT_THAT(noted_, ElementsAre("caused 1", "caused 2", "own", "own answer", "caused for later",
+                                    "later"));
+}
+
+TEST_F(EventLoop, AnEventThatATestPerformsIsOne) {
+    onMainQueue(note("own"));
+    happen([&] { onMainQueue(note("caused")); });
+    onMainQueue(note("own, later"));
+    runUntil(0);
+    EXPECT_THAT(noted_, ElementsAre("caused", "own", "own, later"));
+}
+
+/// Work that queues itself again whenever it runs, and notes when that was.
+class Restless {
+  public:
+    Restless() {
+        onMainQueue([this] { run(); });
+    }
+    std::vector<double> times;
+
+  private:
+    void run() {
+        times.push_back(now());
+        onMainQueue([this] { run(); });
+    }
+};
+
+TEST_F(EventLoop, AProcessThatNeverRestsReachesItsEnd) {
+    const Restless restless;
+    std::vector<double> events;
+    for (const double at : {0.0, 1.5, 3.0, 3.5}) {
+        planEvent(clock::fromSeconds(at), [&] { events.push_back(now()); });
+    }
+    runUntil(3 * second);
+    EXPECT_EQ(now(), 3);
+    ASSERT_EQ(restless.times.size(), 1004U);
+    EXPECT_EQ(restless.times[999], 0);
+    EXPECT_THAT(std::vector(restless.times.begin() + 1000, restless.times.end()),
+                ElementsAre(0, 1, 2, 3));
+    EXPECT_THAT(events, ElementsAre(0, 1.5, 3));
+}
+
+TEST_F(EventLoop, APieceThatTakesLongerThanTheRunIsItsLast) {
+    const Restless restless;
+    runUntil(second / 2);
+    EXPECT_EQ(now(), 0.5);
+    EXPECT_EQ(restless.times.size(), 1001U);
+}
+
+TEST_F(EventLoop, MuchWorkTakesNoTimeWhereTimePassesBetween) {
+    std::vector<double> times;
+    for (int i = 0; i < 4000; ++i) {
+        queueWork(i / 1000 * second, [&] { times.push_back(now()); });
+    }
+    runUntil(3 * second);
+    ASSERT_EQ(times.size(), 4000U);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        EXPECT_EQ(times[i], static_cast<double>(i / 1000)) << i;
+    }
+    EXPECT_EQ(now(), 3);
+}
+
 TEST_F(EventLoop, DroppedWorkDoesNotRun) {
     const WorkID dropped = queueWork(second, note("dropped"));
     const WorkID ran = queueWork(second, note("ran"));

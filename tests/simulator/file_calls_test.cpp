@@ -196,7 +196,6 @@ TEST_F(FileCalls, EveryCallCanBeMadeToFail) {
         clearFaults();
         EXPECT_EQ(readFile(fresh / "file"), "content") << call.name << " had an effect";
         EXPECT_THAT(fresh.list(), testing::IsSupersetOf(before)) << call.name;
-        EXPECT_TRUE(isFileCall(call.name));
     }
 }
 
@@ -260,9 +259,10 @@ TEST_F(FileCalls, TheHostsOtherFunctionsCanFailToo) {
     tm broken{};
     EXPECT_NE(getpwuid(getuid()), nullptr);
     EXPECT_NE(localtime_r(&time, &broken), nullptr);
-    for (const char* const name : {"getpwuid", "localtime_r", "signal"}) {
+    for (const char* const name : {"getpwuid", "localtime_r"}) {
         addFault({{"call", name}, {"result", nullptr}});
     }
+    addFault({{"call", "signal"}, {"result", "EINVAL"}});
     EXPECT_EQ(getpwuid(getuid()), nullptr);
     EXPECT_EQ(localtime_r(&time, &broken), nullptr);
     EXPECT_EQ(std::signal(SIGUSR2, SIG_IGN), SIG_ERR);

@@ -172,6 +172,31 @@ TEST_F(MacJson, MalformedMachinesAreRefused) {
     EXPECT_EQ(machine(), before) << "a refused machine changes nothing";
 }
 
+TEST_F(MacJson, TheActiveMenuBarIsOnTheMainDisplayUnlessTold) {
+    const std::string own2 = "D15B1A70-0000-4000-8000-000000000002";
+    const std::string told = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
+    const struct {
+        json rest;
+        json activeDisplay;
+    } rows[] = {
+        {{{"mainDisplay", 2}}, own2},
+        {{{"mainDisplay", 2}, {"menuBar", {{"autoHide", true}}}}, own2},
+        {{{"mainDisplay", 2}, {"menuBar", {{"activeDisplay", told}}}}, told},
+        {{{"mainDisplay", 2}, {"menuBar", {{"activeDisplay", nullptr}}}}, nullptr},
+        {{{"mainDisplay", 3}}, nullptr},
+        {{{"mainDisplay", 9}}, nullptr},
+    };
+    for (const auto& [rest, activeDisplay] : rows) {
+        json mac = rest;
+        mac["displays"] = json::parse(R"([{"id": 1, "frame": [0, 0, 100, 100]},
+                                          {"id": 2, "frame": [100, 0, 100, 100]},
+                                          {"id": 3, "frame": [200, 0, 100, 100],
+                                           "portUUID": null}])");
+        reset(mac);
+        EXPECT_EQ(machine()["menuBar"]["activeDisplay"], activeDisplay) << rest;
+    }
+}
+
 TEST_F(MacJson, SettingMergesObjectsAndReplacesLists) {
     reset(everything());
     set(json::parse(R"({

@@ -12,7 +12,7 @@ json result() {
         "calls": [{"at": 0, "call": "f", "args": [1, "a"], "result": 0}],
         "notifications": [],
         "mac": {"dock": {"autoHide": true, "corners": [1, 2]}, "mainDisplay": 1},
-        "files": {"State/a": {"version": 1, "list": [1]}, "State/b": "text"}})");
+        "files": {"State/a": {"version": 1, "list": [1]}, "State/b": "text", "State/n": null}})");
 }
 
 TEST(Matching, TellsEachExpectationThatFailed) {
@@ -60,7 +60,8 @@ TEST(Matching, TellsEachExpectationThatFailed) {
         // A file given as null must not exist.
         {R"({"files": {"State/c": null}})", {}},
         {R"({"files": {"State/b": null}})",
-         {R"(expect.files.State/b: expected null, found "text")"}},
+         {R"(expect.files.State/b: expected no file, found "text")"}},
+        {R"({"files": {"State/n": null}})", {"expect.files.State/n: expected no file, found null"}},
         {R"({"files": {"State/a": {"version": 1}, "State/b": "text"}})", {}},
         {R"({"files": {"State/a": {"list": []}}})",
          {"expect.files.State/a.list[0]: expected the end of the list, found 1"}},

@@ -80,7 +80,7 @@ TEST_F(ScenarioReading, MalformedScenariosAreRefused) {
         {R"({"until": true})", "until: must be a number"},
         {R"({"faults": {}})", "faults: must be a list"},
         {R"({"faults": [{"result": 1}]})", "faults[0].call: is missing"},
-        {R"({"faults": [{"call": "a", "result": 1}, {"call": "a", "results": 1}]})",
+        {R"({"faults": [{"call": "open", "result": 1}, {"call": "open", "results": 1}]})",
          "faults[1].results: unknown key"},
         {R"({"expect": []})", "expect: must be an object"},
         {R"({"expect": {"logs": []}})", "expect.logs: unknown key"},

@@ -107,6 +107,7 @@ enum : CGConfigureOption {
 };
 
 CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config);
+// The origins are what the displays get: no gap and no overlap is closed, as a Mac does.
 CGError CGConfigureDisplayOrigin(CGDisplayConfigRef config, CGDirectDisplayID display,
                                  std::int32_t x, std::int32_t y);
 CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config);
