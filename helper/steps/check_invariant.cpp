@@ -34,6 +34,10 @@ using Origins = std::map<std::string, CGPoint>;
 
 constexpr std::uint32_t displayLimit = 16;  // displays beyond it are not seen
 
+// A record may name a display more than once, but none does so this often unless it is damaged; the
+// time to look at so many would be missing to the steps behind this one.
+constexpr std::size_t positionLimit = 1000;
+
 /// One store of set marks.
 struct MarkStore {
     const char* mark;  // as the log calls it
@@ -148,6 +152,11 @@ std::vector<DisplayFrame> plannedFrames(const std::vector<HardwarePosition>& pos
 bool tryApplyCandidate(const Run& run, const Arrangement& entries, const std::string& label) {
     const std::vector<HardwarePosition> positions = activePositions(run, entries);
     if (positions.empty()) {
+        return false;
+    }
+    if (positions.size() > positionLimit) {
+        run.step.log("warn", "candidate " + label + " has " + std::to_string(positions.size()) +
+                                 " positions, skipping");
         return false;
     }
     if (!std::ranges::all_of(positions, isPlaceable)) {

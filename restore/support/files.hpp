@@ -17,7 +17,7 @@ class Error : public std::runtime_error {
   public:
     Error(const std::string& operation, const std::string& path, int code);
 
-    /// Whether the file is missing, be it that a directory on the way to it is missing or is none.
+    /// Whether the file, or a directory on the way to it, is missing.
     bool isNoSuchFile() const;
     /// The system's error number.
     int code() const { return code_; }

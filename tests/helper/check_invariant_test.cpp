@@ -801,6 +801,23 @@ TEST(CheckInvariant, SavedOriginsThatNoDisplayCanHaveArePassedOver) {
     }
 }
 
+TEST(CheckInvariant, AnArrangementWithoutMeasureIsPassedOver) {
+    for (const int count : {1000, 1001}) {
+        Invariant invariant(two);
+        json saved = entries({{1, 0, 0}});
+        saved.insert(saved.end(), static_cast<std::size_t>(count - 1), entries({{2, 0, 100}})[0]);
+        invariant.save({{sig({1, 2}), saved}});
+        const Lines log = invariant.run();
+        if (count > 1000) {
+            EXPECT_EQ(log[1], said("warn", "candidate sig=" + sig({1, 2}) +
+                                               " has 1001 positions, skipping"));
+        } else {
+            EXPECT_EQ(log.back(),
+                      said("info", "restored exact arrangement for sig=" + sig({1, 2})));
+        }
+    }
+}
+
 TEST(CheckInvariant, SavedOriginsAsFarOutAsCanBeAreApplied) {
     constexpr int far = 1073741823;
     Invariant invariant(two);
