@@ -44,7 +44,7 @@ gallery: setup ## Draw the scenarios anew (scenarios/README.md and its pictures)
 sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
 	@$(MAKE) --no-print-directory test PRESET=sanitize
 
-# Of the one scenario with very many calls, these are one pair in two hundred; of all others, every pair.
+# Of the one story with very many calls, these are one pair in two hundred; of all others, every pair.
 PAIRS ?= 600000
 torture: export TOLVARAN_STATISTICS = $(CURDIR)/build/torture-counts
 torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs each)

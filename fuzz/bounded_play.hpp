@@ -13,7 +13,7 @@ namespace tolvaran::fuzz {
 /// How a play came to its end.
 enum class Ending {
     whole,    // at the time given
-    refused,  // the Mac did not let something happen, or a fault's result has the wrong type
+    refused,  // the Mac did not let something happen
     stopped,  // the helper stopped itself, as it does over a number that no Mac can have
     endless,  // it was broken off, as the helper would not come to rest
 };

@@ -109,9 +109,9 @@ class FailEveryPair : public testing::TestWithParam<std::string> {
 TEST_P(FailEveryPair, HealsWithTheNextRun) {
     const Pairs pairs(trial_.calm().calls.size());
     const std::uint64_t first = numberFromEnvironment("TOLVARAN_TORTURE_PAIRS_FROM", 0);
-    const std::uint64_t most =
-        effort() == Effort::all ? numberFromEnvironment("TOLVARAN_TORTURE_PAIRS", pairs.count())
-                                : sampleSize;
+    const std::uint64_t most = effort() == Effort::all
+                                   ? numberFromEnvironment("TOLVARAN_TORTURE_PAIRS", pairs.count())
+                                   : sampleSize;
     std::uint64_t place = first;
     for (; place < pairs.count() && place - first < most; ++place) {
         const auto [n, m] = pairs.at(place);

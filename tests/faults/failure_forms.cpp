@@ -1,6 +1,5 @@
 #include "tests/faults/failure_forms.hpp"
 
-#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -156,11 +155,6 @@ const std::vector<nlohmann::json>& failureForms(const std::string& function) {
         throw std::out_of_range("no failure form is known for " + function);
     }
     return found->second;
-}
-
-std::size_t longestFailure(const std::string& function) {
-    constexpr std::size_t forEver = std::numeric_limits<std::size_t>::max();
-    return function == "CGDisplayBounds" ? 100 : forEver;
 }
 
 std::vector<std::string> fallibleFunctions() {

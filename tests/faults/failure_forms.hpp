@@ -14,11 +14,6 @@ namespace tolvaran::tests {
 /// @throws std::out_of_range for a function that is not in the table
 const std::vector<nlohmann::json>& failureForms(const std::string& function);
 
-/// How many calls in a row can fail when the function fails from some moment on. Listed displays
-/// that all have no bounds are a state that no Mac stays in: every layout would look like a zigzag,
-/// and each attempt to mend it would bring on the next reconfiguration.
-std::size_t longestFailure(const std::string& function);
-
 /// Every function in the table.
 std::vector<std::string> fallibleFunctions();
 

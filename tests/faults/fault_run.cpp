@@ -44,11 +44,6 @@ simulator::Scenario nextRun(const json& mac) {
     return simulator::readScenario({{"mac", quietMac}, {"until", healingSeconds}}, ".", "next run");
 }
 
-std::size_t openDescriptors() {
-    const fs::directory_iterator entries("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
-
 std::vector<std::string> logLines(const json& result) {
     std::vector<std::string> lines;
     for (const json& line : result.at("log")) {
@@ -110,6 +105,11 @@ Ending healedEnding(const json& mac, const std::string& root) {
     const auto prepare = [] { simulator::setProcessID(nextProcessID); };
     return ending(
         simulator::play(nextRun(mac), {.root = root, .quiet = true, .prepare = prepare}).result);
+}
+
+std::size_t openDescriptors() {
+    const fs::directory_iterator entries("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
 std::vector<std::string> unfinishedFiles(const std::string& root, const std::string& when) {
@@ -201,21 +201,6 @@ FaultRun Trial::run(const Decide& decide) {
     run.healed = healing.ending;
     run.leftOver.insert(run.leftOver.end(), healing.leftOver.begin(), healing.leftOver.end());
     return run;
-}
-
-std::vector<std::string> faultlessScenarios() {
-    std::vector<std::string> paths;
-    for (const auto& entry : fs::directory_iterator(TOLVARAN_SCENARIOS)) {
-        if (entry.path().extension() != ".json") {
-            continue;
-        }
-        const simulator::Scenario scenario = simulator::loadScenario(entry.path().string());
-        if (scenario.clock == simulator::clock::Kind::virtualTime && scenario.faults.empty()) {
-            paths.push_back(entry.path().string());
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
 }
 
 std::vector<std::string> differences(const Ending& expected, const Ending& actual) {

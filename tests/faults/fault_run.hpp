@@ -40,6 +40,9 @@ struct Ending {
 /// below `root`, on a Mac where Tolvaran no longer runs.
 Ending healedEnding(const nlohmann::json& mac, const std::string& root);
 
+/// How many descriptors this process has open.
+std::size_t openDescriptors();
+
 /// What is left of writes that never came to their end, each behind `when`: files below `root`.
 std::vector<std::string> unfinishedFiles(const std::string& root, const std::string& when);
 
@@ -84,9 +87,6 @@ class Trial {
     std::map<std::string, Healing> healings_;
     FaultRun calm_;
 };
-
-/// The paths of the scenarios with a virtual clock and no faults of their own.
-std::vector<std::string> faultlessScenarios();
 
 /// The JSON pointers at which the two differ, down to the innermost value.
 std::vector<std::string> differences(const Ending& expected, const Ending& actual);

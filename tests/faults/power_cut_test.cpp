@@ -12,7 +12,7 @@
 // takes another way where they are not met, so that there a cut must end where a helper ends that
 // was killed at the same moment.
 //
-// Every state at every moment is tried; in builds with sanitizers a fixed sample of them.
+// Every state at every moment is tried; in builds with sanitizers, a fixed sample of them.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -184,14 +184,6 @@ json parsed(const std::string& content) {
                                                    : json(json::value_t::discarded);
 }
 
-/// Whether any number in the value lies outside 32 bits.
-bool hasFarNumber(const json& value) {
-    if (value.is_number()) {
-        return !(std::fabs(value.get<double>()) < 2147483648.0);
-    }
-    return value.is_structured() && std::any_of(value.begin(), value.end(), hasFarNumber);
-}
-
 }  // namespace
 
 const RecordFormat* recordFormat(const std::string& path) {
@@ -204,11 +196,6 @@ const RecordFormat* recordFormat(const std::string& path) {
 bool isUsable(const RecordFormat& format, const std::string& content) {
     const json document = parsed(content);
     return format.fate == Fate::unread || (!document.is_discarded() && format.isUsable(document));
-}
-
-bool mayStopTheProgram(const RecordFormat& format, const std::string& content) {
-    return format.isUsable == isOriginals && isUsable(format, content) &&
-           hasFarNumber(parsed(content).at("arrangements"));
 }
 
 bool mayNotComeToRest(const RecordFormat& format, const std::string& content) {

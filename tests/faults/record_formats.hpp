@@ -29,10 +29,6 @@ const RecordFormat* recordFormat(const std::string& path);
 /// Whether the content is a record of this format.
 bool isUsable(const RecordFormat& format, const std::string& content);
 
-/// Whether the content is a record that names a place on the desktop beyond 32 bits. Moving a
-/// display there stops the program, by design.
-bool mayStopTheProgram(const RecordFormat& format, const std::string& content);
-
 /// Whether the content is a record of two arrangements or more. Where each is of some displays only
 /// and leaves the others in a zigzag, a run tries one after the other; what that moves brings about
 /// the next run, which moves the displays again. By design no run is held back.

@@ -26,7 +26,8 @@ Effort effort() {
 }
 
 std::size_t stride(std::size_t cases, std::size_t sample) {
-    return effort() == Effort::sample ? evenly(cases, sample) : 1;
+    constexpr std::size_t affordable = 2000;
+    return wideStride(cases, effort() == Effort::sample ? sample : affordable);
 }
 
 std::size_t wideStride(std::size_t cases, std::size_t sample) {

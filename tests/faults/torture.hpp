@@ -9,17 +9,16 @@ namespace tolvaran::tests {
 /// How much is tried, as the environment variable TOLVARAN_FAULTS says.
 enum class Effort {
     sample,    // "sample": a few cases of everything, for slow builds such as those with sanitizers
-    thorough,  // not set: everything of which there are thousands, samples of what there are
-               // millions
+    thorough,  // not set: all of what there are some thousands of, and a sample of all else
     all,       // "all": everything
 };
 Effort effort();
 
-/// How far apart the cases are that are tried, where there are thousands of them: at most `sample`
-/// spread evenly, unless more effort is asked for.
+/// How far apart the cases of one story are that are tried: at most `sample` spread evenly, or as
+/// many as a thorough run can afford, or all.
 std::size_t stride(std::size_t cases, std::size_t sample);
 
-/// The same where there are millions.
+/// The same for cases of which there are too many for a thorough run.
 std::size_t wideStride(std::size_t cases, std::size_t sample);
 
 /// Adds {"name of what was counted": number, …} as a line to the file that the environment variable
