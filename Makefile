@@ -48,7 +48,9 @@ sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks
 PAIRS ?= 600000
 torture: export TOLVARAN_STATISTICS = $(CURDIR)/build/torture-counts
 torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs each)
-	@$(MAKE) --no-print-directory build PRESET=release
+	@$(MAKE) --no-print-directory setup
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j $(JOBS) --target faults_tests
 	@rm -f build/torture-counts
 	@TOLVARAN_TORTURE_PAIRS=$(PAIRS) ctest --preset torture -j $(JOBS); result=$$?; \
 		$(MAKE) --no-print-directory fuzz FUZZ_SECONDS=$(or $(FUZZ_SECONDS),600) || result=1; \

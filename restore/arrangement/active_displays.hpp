@@ -1,6 +1,5 @@
 // The active displays and the names under which records know them: how the readers of saved
-// arrangements and modes begin. Used by the arrangement invariant and by the
-// resolution restore.
+// arrangements and modes begin. Used by the arrangement invariant and by the resolution restore.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

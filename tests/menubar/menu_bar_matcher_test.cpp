@@ -402,10 +402,11 @@ class Checker {
 enum class Lists { all, ascending };
 
 /// Calls `visit` with lists of `count` numbers below `limit`, until it returns false.
+/// @param count no more than Indices holds
 bool forEachList(std::size_t count, std::size_t limit, Lists lists,
                  const std::function<bool(const Indices&)>& visit, Indices list = {},
                  std::size_t length = 0) {
-    if (length == count) {
+    if (length == std::min(count, list.size())) {
         return visit(list);
     }
     const bool ascends = lists == Lists::ascending && length > 0;
