@@ -11,10 +11,7 @@ namespace {
 using nlohmann::json;
 
 bool isPrescribed(const std::vector<Call>& failed, const std::string& place) {
-    return std::ranges::any_of(failed, [&](const Call& call) {
-        return !prescribedLoss(call.function, place, call.subject).empty() ||
-               !prescribedLoss(call.function + " " + call.error, place, call.subject).empty();
-    });
+    return !prescribedLoss(failed, place).empty();
 }
 
 /// An unfinished file stays until the next helper starts, when it cannot be removed either.

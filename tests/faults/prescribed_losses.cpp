@@ -8,10 +8,11 @@ namespace {
 
 /// A fault on one of the functions may make a difference at the places that the pattern matches.
 struct Loss {
-    std::vector<std::string> functions;
+    std::vector<std::string> functions;  // or a function and its error, such as "stat ENOENT"
     std::string subjects;  // a regular expression for the whole of what the call is about
     std::string places;    // a regular expression for the whole of a place
     std::string reason;
+    std::vector<std::string> together = {};  // only when a call of one of these failed as well
 };
 
 // By which a file is read whole.
@@ -100,6 +101,12 @@ const std::vector<Loss>& table() {
          "",
          "(mac/preferences/.*|record/State/(menubar-state|hot-corners-snapshot)\\.json)",
          "a preference that was set is not read back; synchronising tells whether it was stored"},
+        {{"CoreDockGetExposeCornerActionsWithModifiers"},
+         "",
+         "mac/dock/corner(Actions|Modifiers)/[0-9]",
+         "where the Dock does not tell its live corners, those of the preferences are put back, "
+         "which were not what they should be",
+         {"CFPreferencesCopyValue", "CFPreferencesSetValue"}},
         {{"CFNotificationCenterPostNotification"},
          "",
          "record/State/hot-corner-screen-saver-hold",
@@ -108,14 +115,28 @@ const std::vector<Loss>& table() {
     return losses;
 }
 
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+    return std::ranges::find(names, name) != names.end();
+}
+
+bool isAbout(const Loss& loss, const Call& call) {
+    return (contains(loss.functions, call.function) ||
+            contains(loss.functions, call.function + " " + call.error)) &&
+           std::regex_match(call.subject, std::regex(loss.subjects));
+}
+
+bool hasCompany(const Loss& loss, const std::vector<Call>& failed) {
+    return loss.together.empty() || std::ranges::any_of(failed, [&](const Call& call) {
+               return contains(loss.together, call.function);
+           });
+}
+
 }  // namespace
 
-std::string prescribedLoss(const std::string& function, const std::string& place,
-                           const std::string& subject) {
+std::string prescribedLoss(const std::vector<Call>& failed, const std::string& place) {
     for (const Loss& loss : table()) {
-        if (std::find(loss.functions.begin(), loss.functions.end(), function) !=
-                loss.functions.end() &&
-            std::regex_match(subject, std::regex(loss.subjects)) &&
+        const auto isAboutIt = [&](const Call& call) { return isAbout(loss, call); };
+        if (std::ranges::any_of(failed, isAboutIt) && hasCompany(loss, failed) &&
             std::regex_match(place, std::regex(loss.places))) {
             return loss.reason;
         }

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "tests/faults/fault_run.hpp"
+
 namespace tolvaran::tests {
 
 /// Why a difference is as designed; empty when no row of the table allows it.
-/// @param function the call that failed, or it and the name of its error, such as "stat ENOENT"
-/// @param place    where the endings differ, as differences() names it, or a record that went too
-///                 early, as lostRecords() names it
-/// @param subject  what the call was about, as Call has it
-std::string prescribedLoss(const std::string& function, const std::string& place,
-                           const std::string& subject = "");
+/// @param failed every call that failed
+/// @param place  where the endings differ, as differences() names it, or a record that went too
+///               early, as lostRecords() names it
+std::string prescribedLoss(const std::vector<Call>& failed, const std::string& place);
 
 }  // namespace tolvaran::tests
