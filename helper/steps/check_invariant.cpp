@@ -42,20 +42,25 @@ constexpr std::size_t positionLimit = 1000;
 struct MarkStore {
     const char* mark;  // as the log calls it
     std::string (*path)();
-    std::vector<std::string> (*signatures)(const std::string& path);
+    /// Whether there is a mark of the signature, and the displays do not stand where it says.
+    bool (*isStale)(const std::string& signature, const Origins& origins, const std::string& path);
     void (*clear)(const std::string& signature, const std::string& path);
-    /// Whether the displays stand where the mark says; null for marks that hold no positions.
-    bool (*matches)(const std::string& signature, const Origins& origins, const std::string& path);
 };
 
+/// A separated mark holds no positions.
+bool isSeparated(const std::string& signature, const Origins& /*origins*/,
+                 const std::string& path) {
+    const std::vector<std::string> marked = SeparatedSetsStore::signatures(path);
+    return std::ranges::find(marked, signature) != marked.end();
+}
+
 constexpr std::array<MarkStore, 3> markStores{{
-    {"separated mark", SeparatedSetsStore::defaultPath, SeparatedSetsStore::signatures,
-     SeparatedSetsStore::clearSeparated, nullptr},
-    {"stale side-pin mark", SidePinnedSetsStore::defaultPath, SidePinnedSetsStore::signatures,
-     SidePinnedSetsStore::clearSidePinned, SidePinnedSetsStore::matchesCurrentHardware},
+    {"separated mark", SeparatedSetsStore::defaultPath, isSeparated,
+     SeparatedSetsStore::clearSeparated},
+    {"stale side-pin mark", SidePinnedSetsStore::defaultPath, SidePinnedSetsStore::isStale,
+     SidePinnedSetsStore::clearSidePinned},
     {"stale native-mirror mark", NativeMirroredSetsStore::defaultPath,
-     NativeMirroredSetsStore::signatures, NativeMirroredSetsStore::clearNativeMirrored,
-     NativeMirroredSetsStore::matchesCurrentHardware},
+     NativeMirroredSetsStore::isStale, NativeMirroredSetsStore::clearNativeMirrored},
 }};
 constexpr std::span<const MarkStore> allMarks = markStores;
 constexpr std::span<const MarkStore> allButNativeMirrored = allMarks.first<2>();
@@ -302,39 +307,27 @@ Origins currentOrigins(const Run& run) {
     return origins;
 }
 
-/// Whether the displays stand where one of the store's marks says that the main application has put
-/// them.
-bool isMarkedLayout(const Run& run, const MarkStore& store, const Origins& origins) {
-    return store.matches != nullptr && store.matches(run.signature, origins, store.path());
-}
-
 bool isMainAppLayout(const Run& run) {
-    bool isTheirs = isZigzagNow(run);
+    // All three are asked, so that each tells of what it finds.
+    const bool zigzag = isZigzagNow(run);
     const Origins origins = currentOrigins(run);
-    for (const MarkStore& store : markStores) {
-        // Every store is asked, so that each tells of a file that it cannot use.
-        isTheirs = isMarkedLayout(run, store, origins) || isTheirs;
-    }
-    return isTheirs;
-}
-
-bool hasMark(const MarkStore& store, const std::string& signature) {
-    const std::vector<std::string> marked = store.signatures(store.path());
-    return std::ranges::find(marked, signature) != marked.end();
+    const bool sidePinned = SidePinnedSetsStore::matchesCurrentHardware(
+        run.signature, origins, SidePinnedSetsStore::defaultPath());
+    const bool nativeMirrored = NativeMirroredSetsStore::matchesCurrentHardware(
+        run.signature, origins, NativeMirroredSetsStore::defaultPath());
+    return zigzag || sidePinned || nativeMirrored;
 }
 
 void clearStaleMarks(const Run& run) {
+    // A second look: a display or a file that could not be read the first time must not cost a mark
+    // that is all that tells of the main application's layout.
+    const Origins origins = currentOrigins(run);
     for (const MarkStore& store : markStores) {
-        if (!hasMark(store, run.signature)) {
+        if (!store.isStale(run.signature, origins, store.path())) {
             continue;
         }
-        // A second look: a display or a file that could not be read the first time must not cost a
-        // mark that is all that tells of the main application's layout.
         if (Zigzag::isZigzag(currentFrames(run.displays))) {
             return;
-        }
-        if (isMarkedLayout(run, store, currentOrigins(run))) {
-            continue;
         }
         store.clear(run.signature, store.path());
         run.step.log("info",

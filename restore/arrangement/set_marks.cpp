@@ -95,6 +95,12 @@ bool matches(const MarkedLayout& layout, const std::map<std::string, CGPoint>& o
     return !layout.empty() && std::all_of(layout.begin(), layout.end(), isInPlace);
 }
 
+bool matchesAny(const std::vector<MarkedLayout>& layouts,
+                const std::map<std::string, CGPoint>& origins) {
+    return std::any_of(layouts.begin(), layouts.end(),
+                       [&](const MarkedLayout& layout) { return matches(layout, origins); });
+}
+
 }  // namespace
 
 SeparatedSetsFile SeparatedSetsFile::fromJSON(const json::Value& value) {
@@ -246,10 +252,16 @@ template <const SetMarks& marks>
 bool LayoutSetsStore<marks>::matchesCurrentHardware(
     const std::string& signature, const std::map<std::string, CGPoint>& currentOriginsByUUID,
     const std::string& path) {
-    const std::vector<MarkedLayout> layouts = candidates(signature, path);
-    return std::any_of(layouts.begin(), layouts.end(), [&](const MarkedLayout& layout) {
-        return matches(layout, currentOriginsByUUID);
-    });
+    return matchesAny(candidates(signature, path), currentOriginsByUUID);
+}
+
+template <const SetMarks& marks>
+bool LayoutSetsStore<marks>::isStale(const std::string& signature,
+                                     const std::map<std::string, CGPoint>& currentOriginsByUUID,
+                                     const std::string& path) {
+    const File file = load(path);
+    const auto marked = file.arrangements.find(signature);
+    return marked != file.arrangements.end() && !matchesAny(marked->second, currentOriginsByUUID);
 }
 
 template struct LayoutSetsStore<sidePinnedSets>;

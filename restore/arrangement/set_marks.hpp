@@ -143,6 +143,13 @@ struct LayoutSetsStore {
     static bool matchesCurrentHardware(const std::string& signature,
                                        const std::map<std::string, CGPoint>& currentOriginsByUUID,
                                        const std::string& path);
+
+    /// Whether the signature is marked and the displays stand in none of its layouts. Both are
+    /// taken from one reading of the file, so that a file that cannot be read for a moment makes no
+    /// mark look out of date.
+    static bool isStale(const std::string& signature,
+                        const std::map<std::string, CGPoint>& currentOriginsByUUID,
+                        const std::string& path);
 };
 
 /// How far, in points, a display may stand from its place in a marked layout.
@@ -163,6 +170,7 @@ inline constexpr auto& restoreCandidates = Operations::restoreCandidates;
 inline constexpr auto& clearSidePinned = Operations::clear;
 inline constexpr auto& migrateCanonicalIDs = Operations::migrateCanonicalIDs;
 inline constexpr auto& matchesCurrentHardware = Operations::matchesCurrentHardware;
+inline constexpr auto& isStale = Operations::isStale;
 
 }  // namespace SidePinnedSetsStore
 
@@ -181,6 +189,7 @@ inline constexpr auto& restoreCandidates = Operations::restoreCandidates;
 inline constexpr auto& clearNativeMirrored = Operations::clear;
 inline constexpr auto& migrateCanonicalIDs = Operations::migrateCanonicalIDs;
 inline constexpr auto& matchesCurrentHardware = Operations::matchesCurrentHardware;
+inline constexpr auto& isStale = Operations::isStale;
 
 }  // namespace NativeMirroredSetsStore
 }  // namespace tolvaran

@@ -308,6 +308,7 @@ struct LayoutStore {
         restoreCandidates;
     std::function<void(const Mapping&, const std::string&)> migrate;
     std::function<bool(const std::string&, const Origins&, const std::string&)> matches;
+    std::function<bool(const std::string&, const Origins&, const std::string&)> isStale;
 };
 
 void PrintTo(const LayoutStore& store, std::ostream* out) {
@@ -320,13 +321,14 @@ const std::vector<LayoutStore>& layoutStores() {
          [](const std::string& path) { return SidePinnedSetsStore::load(path).arrangements; },
          SidePinnedSetsStore::candidates, SidePinnedSetsStore::premarkSidePinned,
          SidePinnedSetsStore::markSidePinned, SidePinnedSetsStore::restoreCandidates,
-         SidePinnedSetsStore::migrateCanonicalIDs, SidePinnedSetsStore::matchesCurrentHardware},
+         SidePinnedSetsStore::migrateCanonicalIDs, SidePinnedSetsStore::matchesCurrentHardware,
+         SidePinnedSetsStore::isStale},
         {"native-mirrored", 1,
          [](const std::string& path) { return NativeMirroredSetsStore::load(path).arrangements; },
          NativeMirroredSetsStore::candidates, NativeMirroredSetsStore::premarkNativeMirrored,
          NativeMirroredSetsStore::markNativeMirrored, NativeMirroredSetsStore::restoreCandidates,
          NativeMirroredSetsStore::migrateCanonicalIDs,
-         NativeMirroredSetsStore::matchesCurrentHardware},
+         NativeMirroredSetsStore::matchesCurrentHardware, NativeMirroredSetsStore::isStale},
     };
     return list;
 }
@@ -477,6 +479,9 @@ TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
         EXPECT_EQ(GetParam().matches("A,B", c.origins, path), c.matches) << c.what;
         EXPECT_FALSE(GetParam().matches("X", c.origins, path)) << c.what;
         EXPECT_FALSE(GetParam().matches("unknown", c.origins, path)) << c.what;
+        EXPECT_EQ(GetParam().isStale("A,B", c.origins, path), !c.matches) << c.what;
+        EXPECT_TRUE(GetParam().isStale("X", c.origins, path)) << c.what;
+        EXPECT_FALSE(GetParam().isStale("unknown", c.origins, path)) << c.what;
     }
     EXPECT_EQ(log.lines(), Lines());
 }

@@ -260,6 +260,29 @@ TEST(CheckInvariant, MarksThatCouldNotBeReadAtFirstAreNotTakenForStale) {
     EXPECT_EQ(invariant.marks().size(), 3U);
 }
 
+TEST(CheckInvariant, NoTwoFailuresToReadAMarkMakeItStale) {
+    for (int first = 0; first < 6; ++first) {
+        for (int second = first + 1; second < 7; ++second) {
+            Invariant invariant(row);
+            invariant.markAll({sig({1, 2})}, row);
+            int opened = 0;
+            simulator::decideCalls([&](const std::string& function) {
+                if (function != "open" || !simulator::callSubject().ends_with("-sets.json")) {
+                    return json();
+                }
+                const int number = opened++;
+                return number == first || number == second ? json{{"result", "EIO"}} : json();
+            });
+            invariant.run();
+            const Lines marks = invariant.marks();
+            for (const std::string kind : {"side-pinned:", "native-mirrored:"}) {
+                EXPECT_THAT(marks, testing::Contains(kind + sig({1, 2})))
+                    << first << " and " << second;
+            }
+        }
+    }
+}
+
 TEST(CheckInvariant, MarksStayWhenTheLayoutCouldNotBeLookedAt) {
     Invariant invariant(two);
     invariant.markAll({sig({1, 2})}, row);
