@@ -185,6 +185,20 @@ TEST(Files, TellsSizeAndExistence) {
     EXPECT_FALSE(exists(directory / "missing"));
 }
 
+TEST(Files, MayExistUnlessTheFileSystemSaysThatItDoesNot) {
+    const TemporaryDirectory directory;
+    writeFile(directory / "file", "12345");
+    EXPECT_TRUE(mayExist(directory / "file"));
+    EXPECT_FALSE(mayExist(directory / "missing"));
+    EXPECT_FALSE(mayExist(directory / "file/below"));
+    simulator::exposeToFaults(directory.path());
+    for (const char* const error : {"EACCES", "EIO", "ELOOP"}) {
+        simulator::addFault({{"call", "stat"}, {"result", error}, {"times", 1}});
+        EXPECT_TRUE(mayExist(directory / "missing")) << error;
+    }
+    simulator::reset();
+}
+
 TEST(Files, MovesOverAnExistingFileAndIgnoresFailures) {
     const TemporaryDirectory directory;
     writeFile(directory / "from", "new");
