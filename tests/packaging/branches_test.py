@@ -50,6 +50,10 @@ class Branches(unittest.TestCase):
     def test_an_entry_names_its_own_file_only(self):
         self.assertEqual(self.check(["g.cpp: if (n > 0)"], line(2, 0, 1))[0], 1)
 
+    def test_what_some_runs_take_may_be_taken(self):
+        self.assertEqual(self.check(["? f.cpp: if (n > 0)"], line(2, 1, 1))[0], 0)
+        self.assertEqual(self.check(["? f.cpp: if (n > 0)"], line(2, 0, 1))[0], 0)
+
     def test_an_entry_must_name_an_untaken_branch(self):
         self.assertEqual(self.check(["f.cpp: if (n > 0)"], line(2, 1, 1)),
                          (1, "list: names no untaken branch: f.cpp: if (n > 0)\n"))
