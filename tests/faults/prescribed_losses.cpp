@@ -101,8 +101,8 @@ const std::vector<Loss>& table() {
          "",
          "(mac/preferences/.*|record/State/(menubar-state|hot-corners-snapshot)\\.json)",
          "a preference that was set is not read back; synchronising tells whether it was stored"},
-        {{"CoreDockGetExposeCornerActionsWithModifiers"},
-         "",
+        {{"CoreDockGetExposeCornerActionsWithModifiers", "dlsym"},
+         "(CoreDockGetExposeCornerActionsWithModifiers)?",
          "mac/dock/corner(Actions|Modifiers)/[0-9]",
          "where the Dock does not tell its live corners, those of the preferences are put back, "
          "which were not what they should be",
