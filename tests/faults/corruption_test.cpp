@@ -63,8 +63,8 @@ Scenario withFile(Scenario scenario, const std::string& path,
 /// std::exception, which somebody might catch.
 struct EndlessRun {};
 
-/// Many more calls than any scenario makes.
-constexpr std::size_t mostCalls = 20000;
+/// Many times the calls of the scenario that makes the most.
+constexpr std::size_t mostCalls = 400000;
 
 /// What became of a scenario whose file was corrupt.
 struct Outcome {
