@@ -18,6 +18,7 @@
 #include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/display_apply.hpp"
 #include "restore/arrangement/display_frame.hpp"
+#include "restore/arrangement/display_identity.hpp"
 #include "restore/arrangement/originals_projection.hpp"
 #include "restore/arrangement/originals_store.hpp"
 #include "restore/arrangement/set_marks.hpp"

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "restore/arrangement/display_identity.hpp"
-
 namespace tolvaran {
 
 std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit) {
@@ -14,14 +12,6 @@ std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit) {
     }
     displays.resize(std::min(count, limit));
     return displays;
-}
-
-std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays) {
-    std::vector<std::string> uuids;
-    for (const CGDirectDisplayID display : displays) {
-        uuids.push_back(displayUUID(display, displays));
-    }
-    return uuids;
 }
 
 std::vector<std::string> canonicalIDs(const std::vector<std::string>& uuids,

@@ -17,12 +17,9 @@ namespace tolvaran {
 /// seen. Empty when the call fails.
 std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit);
 
-/// The display UUID of each display, in the same order. Logs what displayUUID() logs.
-/// @param displays all active displays, so that identical monitors are told apart
-std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays);
-
 /// The canonical ID of each display, in the same order: its display UUID, folded through the main
 /// application's aliases.
+/// @param uuids what displayUUIDs() returned for all active displays
 std::vector<std::string> canonicalIDs(const std::vector<std::string>& uuids,
                                       const AliasMap& aliases);
 

@@ -24,6 +24,32 @@ std::optional<std::string> serialString(CFDictionaryRef properties, std::uint32_
     return serial && !serial->empty() ? serial : std::nullopt;
 }
 
+/// A display's hardware fingerprint, if it has one.
+using Fingerprint = std::optional<std::string>;
+
+std::vector<Fingerprint> fingerprints(const std::vector<CGDirectDisplayID>& displays) {
+    std::vector<Fingerprint> result;
+    for (const CGDirectDisplayID display : displays) {
+        result.push_back(displayHardwareFingerprint(display));
+    }
+    return result;
+}
+
+/// The display UUID of a display with the fingerprint `own`; `all` are those of the displays among
+/// which it may have a twin.
+std::string displayUUIDAmong(CGDirectDisplayID displayID, const Fingerprint& own,
+                             const std::vector<Fingerprint>& all) {
+    if (!own) {
+        return displayPortUUID(displayID);
+    }
+    if (std::count(all.begin(), all.end(), own) > 1) {
+        RestoreLog::warn("Multiple displays with fingerprint " + *own +
+                         ", disambiguating via port-UUID");
+        return displayPortUUID(displayID);
+    }
+    return "HW-" + *own;
+}
+
 }  // namespace
 
 std::optional<std::string> edidSerialString(std::uint32_t vendorID, std::uint32_t modelID) {
@@ -64,20 +90,21 @@ std::string displayPortUUID(CGDirectDisplayID displayID) {
 
 std::string displayUUID(CGDirectDisplayID displayID,
                         const std::optional<std::vector<CGDirectDisplayID>>& allDisplayIDs) {
-    const std::optional<std::string> fingerprint = displayHardwareFingerprint(displayID);
-    if (!fingerprint) {
-        return displayPortUUID(displayID);
+    const Fingerprint own = displayHardwareFingerprint(displayID);
+    std::vector<Fingerprint> all;
+    if (own && allDisplayIDs) {
+        all = fingerprints(*allDisplayIDs);
     }
-    const auto hasThisFingerprint = [&](CGDirectDisplayID other) {
-        return displayHardwareFingerprint(other) == fingerprint;
-    };
-    if (allDisplayIDs &&
-        std::count_if(allDisplayIDs->begin(), allDisplayIDs->end(), hasThisFingerprint) > 1) {
-        RestoreLog::warn("Multiple displays with fingerprint " + *fingerprint +
-                         ", disambiguating via port-UUID");
-        return displayPortUUID(displayID);
+    return displayUUIDAmong(displayID, own, all);
+}
+
+std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays) {
+    const std::vector<Fingerprint> all = fingerprints(displays);
+    std::vector<std::string> uuids;
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        uuids.push_back(displayUUIDAmong(displays[i], all[i], all));
     }
-    return "HW-" + *fingerprint;
+    return uuids;
 }
 
 }  // namespace tolvaran

@@ -45,12 +45,13 @@ std::optional<Candidates> connectedCandidates() {
         return std::nullopt;
     }
     const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
+    const std::vector<std::string> uuids = displayUUIDs(*displays);
     Candidates candidates;
-    for (const CGDirectDisplayID displayID : *displays) {
-        const std::string aliasID = displayUUID(displayID, *displays);
+    for (std::size_t i = 0; i < displays->size(); ++i) {
+        const CGDirectDisplayID displayID = (*displays)[i];
         candidates.push_back({.displayID = displayID,
-                              .aliasID = aliasID,
-                              .canonicalID = aliases.canonicalID(aliasID),
+                              .aliasID = uuids[i],
+                              .canonicalID = aliases.canonicalID(uuids[i]),
                               .fingerprintID = fingerprintID(displayID),
                               .portUUID = displayPortUUID(displayID)});
     }

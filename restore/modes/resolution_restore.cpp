@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "restore/arrangement/active_displays.hpp"
+#include "restore/arrangement/display_identity.hpp"
 #include "restore/modes/display_mode_control.hpp"
 #include "restore/modes/resolution_originals_store.hpp"
 #include "restore/paths/restore_log.hpp"

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <tuple>
 
+#include "restore/arrangement/display_identity.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/log_capture.hpp"
 #include "tests/support/temporary_directory.hpp"
