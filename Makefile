@@ -44,10 +44,8 @@ gallery: setup ## Draw the scenarios anew (scenarios/README.md and its pictures)
 sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
 	@$(MAKE) --no-print-directory test PRESET=sanitize
 
-# Of the one story with very many calls, these are one pair in two hundred; of all others, every pair.
-PAIRS ?= 600000
 torture: export TOLVARAN_STATISTICS = $(CURDIR)/build/torture-counts
-torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs each)
+torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs of a story)
 	@$(MAKE) --no-print-directory setup
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release -j $(JOBS) --target faults_tests

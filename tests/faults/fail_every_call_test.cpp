@@ -3,8 +3,8 @@
 // end where it would have ended had there never been one.
 //
 // `make torture` tries every call in every form. The ordinary test run fails each call in one of
-// its forms, by turns; of a story of very many calls, and in builds with sanitizers of every story,
-// it takes a fixed sample, spread evenly over the run.
+// its forms, by turns; in builds with sanitizers it takes a fixed sample, spread evenly over the
+// run.
 #include <gtest/gtest.h>
 
 #include <limits>

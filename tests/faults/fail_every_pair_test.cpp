@@ -5,14 +5,17 @@
 // a story come in a fixed order that is spread over all of them, so that any first part of it is a
 // fair sample, and so that a long run can be taken up again where it was left: with
 // TOLVARAN_TORTURE_PAIRS=N each story stops after N pairs, with TOLVARAN_TORTURE_PAIRS_FROM=N it
-// begins behind the first N.
+// begins behind the first N. Every story is dealt out to several tests, so that those with the most
+// pairs can share the processors.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <numeric>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "tests/faults/failure_forms.hpp"
@@ -25,6 +28,9 @@ namespace {
 using nlohmann::json;
 
 constexpr std::uint64_t sampleSize = 12;
+
+/// Among how many tests the pairs of a story are dealt out.
+constexpr std::uint64_t parts = 4;
 
 std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
     const char* const value = std::getenv(name);
@@ -83,7 +89,10 @@ TEST(Pairs, EveryPairComesOnce) {
     }
 }
 
-class FailEveryPair : public testing::TestWithParam<std::string> {
+/// A story's name, and the number of the part of its pairs.
+using StoryPart = std::tuple<std::string, std::uint64_t>;
+
+class FailEveryPair : public testing::TestWithParam<StoryPart> {
   protected:
     void check(std::size_t n, std::size_t m, std::uint64_t number) {
         const FaultRun hit = trial_.run([&](std::size_t index, const std::string& function) {
@@ -103,7 +112,7 @@ class FailEveryPair : public testing::TestWithParam<std::string> {
         return text;
     }
 
-    Trial trial_{story(GetParam())};
+    Trial trial_{story(std::get<0>(GetParam()))};
 };
 
 TEST_P(FailEveryPair, HealsWithTheNextRun) {
@@ -112,17 +121,24 @@ TEST_P(FailEveryPair, HealsWithTheNextRun) {
     const std::uint64_t most = effort() == Effort::all
                                    ? numberFromEnvironment("TOLVARAN_TORTURE_PAIRS", pairs.count())
                                    : sampleSize;
-    std::uint64_t place = first;
-    for (; place < pairs.count() && place - first < most; ++place) {
+    const std::uint64_t end = std::min(pairs.count(), first + most);
+    const std::uint64_t part = std::get<1>(GetParam());
+    std::uint64_t tried = 0;
+    for (std::uint64_t place = first + part; place < end; place += parts, ++tried) {
         const auto [n, m] = pairs.at(place);
         check(n, m, place);
     }
     addStatistics(
-        {{"pairs", place - first}, {"pairs in all", pairs.count()}, {"runs", place - first}});
+        {{"pairs", tried}, {"pairs in all", part == 0 ? pairs.count() : 0}, {"runs", tried}});
 }
 
-INSTANTIATE_TEST_SUITE_P(Stories, FailEveryPair, testing::ValuesIn(storyNames()),
-                         [](const auto& name) { return name.param; });
+INSTANTIATE_TEST_SUITE_P(Stories, FailEveryPair,
+                         testing::Combine(testing::ValuesIn(storyNames()),
+                                          testing::Range<std::uint64_t>(0, parts)),
+                         [](const auto& part) {
+                             return std::get<0>(part.param) + "_" +
+                                    std::to_string(std::get<1>(part.param) + 1);
+                         });
 
 }  // namespace
 }  // namespace tolvaran::tests

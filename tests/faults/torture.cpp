@@ -26,8 +26,7 @@ Effort effort() {
 }
 
 std::size_t stride(std::size_t cases, std::size_t sample) {
-    constexpr std::size_t affordable = 2000;
-    return wideStride(cases, effort() == Effort::sample ? sample : affordable);
+    return effort() == Effort::sample ? evenly(cases, sample) : 1;
 }
 
 std::size_t wideStride(std::size_t cases, std::size_t sample) {

@@ -14,8 +14,7 @@ enum class Effort {
 };
 Effort effort();
 
-/// How far apart the cases of one story are that are tried: at most `sample` spread evenly, or as
-/// many as a thorough run can afford, or all.
+/// How far apart the cases of one story are that are tried: at most `sample` spread evenly, or all.
 std::size_t stride(std::size_t cases, std::size_t sample);
 
 /// The same for cases of which there are too many for a thorough run.
