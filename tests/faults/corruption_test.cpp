@@ -70,16 +70,14 @@ constexpr std::size_t mostCalls = 400000;
 struct Outcome {
     bool isEndless = false;  // it was broken off; nothing else is told then
     Ending after;
-    Ending healed;  // the run after it; as `after` where that was not played
+    Ending healed;  // the run after it
     Places log;     // "level: message"
     bool wasRead = false;
     std::optional<std::string> file;  // what then lies at the path
     Places leftOver;
 };
 
-enum class NextRun { played, leftOut };
-
-Outcome play(const Scenario& scenario, const std::string& path, NextRun next) {
+Outcome play(const Scenario& scenario, const std::string& path) {
     const TemporaryDirectory root;
     const std::string file = root / ("ApplicationSupport/" + path);
     Outcome outcome;
@@ -108,7 +106,6 @@ Outcome play(const Scenario& scenario, const std::string& path, NextRun next) {
     }
     outcome.after = {.mac = result.at("mac"), .files = result.at("files")};
     outcome.after.files.erase("State/.helper-heartbeat");
-    outcome.healed = outcome.after;
     for (const json& line : result.at("log")) {
         outcome.log.push_back(line.at("level").get<std::string>() + ": " +
                               line.at("message").get<std::string>());
@@ -122,9 +119,7 @@ Outcome play(const Scenario& scenario, const std::string& path, NextRun next) {
         }
     }
     outcome.file = readFile(file);
-    if (next == NextRun::played) {
-        outcome.healed = healedEnding(outcome.after.mac, root.path());
-    }
+    outcome.healed = healedEnding(outcome.after.mac, root.path());
     return outcome;
 }
 
@@ -136,25 +131,24 @@ class Trial {
           format_(*recordFormat(file_.path)),
           scenario_(simulator::loadScenario(file_.scenario)),
           own_("files/" + std::regex_replace(file_.path, std::regex("/"), "~1")),
-          whole_(play(withFile(scenario_, file_.path, file_.content), file_.path, NextRun::played)),
-          absent_(
-              play(withFile(scenario_, file_.path, std::nullopt), file_.path, NextRun::played)) {}
+          whole_(play(withFile(scenario_, file_.path, file_.content), file_.path)),
+          absent_(play(withFile(scenario_, file_.path, std::nullopt), file_.path)) {}
 
-    void check(const Corruption& corruption, NextRun next) {
+    void check(const Corruption& corruption) {
         ++tried_;
         SCOPED_TRACE(file_.path + ", " + corruption.what + ": " +
                      json(corruption.content).dump(-1, ' ', true, json::error_handler_t::replace));
         const Scenario corrupt = withFile(scenario_, file_.path, corruption.content);
-        const Outcome outcome = play(corrupt, file_.path, next);
+        const Outcome outcome = play(corrupt, file_.path);
         if (outcome.isEndless) {
             EXPECT_TRUE(mayNotComeToRest(format_, corruption.content)) << "does not come to rest";
             return;
         }
         EXPECT_EQ(outcome.leftOver, Places{});
         if (isUsable(format_, corruption.content)) {
-            checkUsable(corruption.content, outcome, next);
+            checkUsable(corruption.content, outcome);
         } else {
-            checkUnusable(corruption.content, outcome, next);
+            checkUnusable(corruption.content, outcome);
         }
     }
 
@@ -163,11 +157,9 @@ class Trial {
 
   private:
     /// Where the two end differently, apart from the file itself.
-    Places elsewhere(const Outcome& a, const Outcome& b, NextRun next) const {
+    Places elsewhere(const Outcome& a, const Outcome& b) const {
         Places places = differences(a.after, b.after);
-        if (next == NextRun::played) {
-            std::ranges::copy(differences(a.healed, b.healed), std::back_inserter(places));
-        }
+        std::ranges::copy(differences(a.healed, b.healed), std::back_inserter(places));
         std::erase_if(places, [&](const std::string& place) { return place.starts_with(own_); });
         return places;
     }
@@ -178,8 +170,8 @@ class Trial {
         });
     }
 
-    void checkUnusable(const std::string& content, const Outcome& outcome, NextRun next) const {
-        EXPECT_EQ(elsewhere(absent_, outcome, next), Places{}) << "not as without the file";
+    void checkUnusable(const std::string& content, const Outcome& outcome) const {
+        EXPECT_EQ(elsewhere(absent_, outcome), Places{}) << "not as without the file";
         if (!outcome.wasRead) {
             return;
         }
@@ -193,14 +185,14 @@ class Trial {
         }
     }
 
-    void checkUsable(const std::string& content, const Outcome& outcome, NextRun next) const {
+    void checkUsable(const std::string& content, const Outcome& outcome) const {
         if (*format_.warning != '\0') {
             EXPECT_FALSE(hasWarning(outcome) && !hasWarning(whole_)) << "a warning for a record";
         }
         const bool isSame = format_.fate == Fate::unread ||
                             json::parse(content) == json::parse(file_.content, nullptr, false);
         const std::regex allowed(isSame ? "" : format_.places);
-        for (const std::string& place : elsewhere(whole_, outcome, next)) {
+        for (const std::string& place : elsewhere(whole_, outcome)) {
             EXPECT_TRUE(std::regex_match(place, allowed)) << "ends differently at " << place;
         }
     }
@@ -270,7 +262,7 @@ class CorruptionTest : public testing::TestWithParam<std::size_t> {
     void checkAll(const std::vector<Corruption>& corruptions, std::size_t sample) {
         const std::size_t step = wideStride(corruptions.size(), sample);
         for (std::size_t n = 0; n < corruptions.size() && !HasFailure(); n += step) {
-            trial.check(corruptions[n], NextRun::played);
+            trial.check(corruptions[n]);
         }
     }
 
@@ -285,7 +277,7 @@ TEST_P(CorruptionTest, CostsNothingButTheRecord) {
     const std::size_t bytes = isRepeated(GetParam()) ? 0 : byteCorruptions(content);
     const std::size_t step = wideStride(bytes, 2 * share);
     for (std::size_t n = 0; n < bytes && !HasFailure(); n += step) {
-        trial.check(byteCorruption(content, n), NextRun::leftOut);
+        trial.check(byteCorruption(content, n));
     }
 }
 
@@ -293,11 +285,10 @@ TEST(Corruption, OfTheHeartbeatEndsWithTheNextSignOfLife) {
     const std::string path = "State/.helper-heartbeat";
     const Scenario scenario =
         simulator::loadScenario(TOLVARAN_SCENARIOS "/start-without-tolvaran.json");
-    const auto expected = play(withFile(scenario, path, std::nullopt), path, NextRun::leftOut).file;
+    const auto expected = play(withFile(scenario, path, std::nullopt), path).file;
     ASSERT_TRUE(expected);
     for (const Corruption& corruption : fieldCorruptions("1767225600000")) {
-        const Outcome outcome =
-            play(withFile(scenario, path, corruption.content), path, NextRun::leftOut);
+        const Outcome outcome = play(withFile(scenario, path, corruption.content), path);
         EXPECT_EQ(outcome.file, expected) << corruption.what;
         EXPECT_EQ(outcome.leftOver, Places{});
     }
