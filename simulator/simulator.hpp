@@ -31,7 +31,7 @@ void onCall(const std::string& function, std::function<void()> work);
 
 /// Asks `decide` at the start of every call to the outside that a fault could meet, with the
 /// function's name; what it returns is the call's fault ({"result", "effect"}), null for none.
-/// reset() ends it.
+/// reset() ends it, and so does null.
 void decideCalls(std::function<nlohmann::json(const std::string& function)> decide);
 
 /// What the call is about that `decide` or a hook is asked about just now: the path of a file (of a

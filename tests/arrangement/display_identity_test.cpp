@@ -326,6 +326,7 @@ TEST_F(DisplayIdentityTest, NamingAllReadsTheHardwareOfEachOnce) {
         return json();
     });
     displayUUIDs({7, 8, 9});
+    simulator::decideCalls(nullptr);
     for (const char* const function :
          {"CGDisplayVendorNumber", "CGDisplayModelNumber", "CGDisplaySerialNumber"}) {
         EXPECT_EQ(calls[function], 3) << function;
