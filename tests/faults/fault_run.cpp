@@ -129,6 +129,27 @@ Trial::Trial(const Story& story)
     // A wait that is interrupted without end gives up after a thousand calls, and there are
     // several.
     longest_ = 50000 + 20 * calm_.calls.size();
+    if (story.mayEndAsWithoutFaults) {
+        Story faultless = story;
+        faultless.mayEndAsWithoutFaults = false;
+        faultless.scenario.faults = json::array();
+        calm_.alsoRight = Trial(faultless).calm().healed;
+    }
+}
+
+/// The story's scenario, which tells `run` of the files that others write in it.
+simulator::Scenario Trial::scenarioFor(FaultRun& run, const std::string& root) const {
+    simulator::Scenario scenario = story_.scenario;
+    for (simulator::PlannedEvent& event : scenario.timeline) {
+        if (event.document.contains("write")) {
+            event.perform = [&run, root, path = event.document.at("write").at("path"),
+                             write = event.perform] {
+                write();
+                run.filesBefore[path] = simulator::stateFiles(root + "/Logs").at(path);
+            };
+        }
+    }
+    return scenario;
 }
 
 void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) const {
@@ -153,11 +174,11 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
         simulator::decideCalls(ask);
     };
     const auto atEnd = [&] { noteOpenObjects(run.leftOver); };
-    const auto played = simulator::play(story_.scenario, {.root = root,
-                                                          .quiet = true,
-                                                          .prepare = prepare,
-                                                          .program = story_.program,
-                                                          .atEnd = atEnd});
+    const auto played = simulator::play(scenarioFor(run, root), {.root = root,
+                                                                 .quiet = true,
+                                                                 .prepare = prepare,
+                                                                 .program = story_.program,
+                                                                 .atEnd = atEnd});
     for (const std::string& function : story_.passingFaults) {
         run.failed.push_back({.function = function, .subject = ""});
     }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,9 +54,11 @@ struct FaultRun {
     std::vector<Call> failed;      // those of them that were made to fail
     std::vector<std::string> log;  // of the first run, "level: message"
     nlohmann::json posted;         // the notifications of the first run
-    nlohmann::json filesBefore;    // what lay on disk when the process began
-    Ending after;                  // the first run
-    Ending healed;                 // the run after it: a new helper, no Tolvaran, no faults
+    nlohmann::json filesBefore;  // what lay on disk when the process began, or what the story wrote
+                                 // in its place while it ran
+    Ending after;                // the first run
+    Ending healed;               // the run after it: a new helper, no Tolvaran, no faults
+    std::optional<Ending> alsoRight;    // of the calm run: where the next one may end as well
     std::vector<std::string> leftOver;  // what is left open or lying about after each, described
 };
 
@@ -78,6 +81,7 @@ class Trial {
     };
 
     void play(const Decide& decide, const std::string& root, FaultRun& run) const;
+    simulator::Scenario scenarioFor(FaultRun& run, const std::string& root) const;
     const Healing& heal(const Ending& after, const std::string& root);
 
     const Story& story_;

@@ -33,6 +33,10 @@ bool isAsBefore(const json& filesBefore, const Ending& ending, const std::string
     return ending.files.value(file, json()) == filesBefore.value(file, json());
 }
 
+std::vector<std::string> wrongPlaces(const FaultRun& calm, const Ending& ending) {
+    return ending == calm.alsoRight ? std::vector<std::string>() : differences(calm.healed, ending);
+}
+
 std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit) {
     std::vector<std::string> found;
     const std::vector<Call>& failed = hit.failed;
@@ -44,7 +48,7 @@ std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit) {
     if (hit.healed.mac.is_null()) {
         return found;  // it was broken off
     }
-    for (const std::string& place : differences(calm.healed, hit.healed)) {
+    for (const std::string& place : wrongPlaces(calm, hit.healed)) {
         if (!isPrescribed(failed, place) &&
             (hit.isHelper || !isAsBefore(hit.filesBefore, hit.healed, place))) {
             found.push_back("ends differently at " + place);

@@ -12,6 +12,9 @@ namespace tolvaran::tests {
 /// the helper, need not try again.
 bool isAsBefore(const nlohmann::json& filesBefore, const Ending& ending, const std::string& place);
 
+/// Where an ending is another one than those that are right for this story.
+std::vector<std::string> wrongPlaces(const FaultRun& calm, const Ending& ending);
+
 /// What is wrong with a run, beyond what the table of prescribed losses allows: where the next run
 /// ends otherwise, records that went too early, and what was left behind.
 std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit);
