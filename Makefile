@@ -22,7 +22,7 @@ run: build ## Run the main job: the helper (elsewhere: a simulated crash)
 	build/$(PRESET)/helper/tolvaran_helper
 else
 run: build ## Run the main job: a real process is killed, and its Mac is put back
-	build/$(PRESET)/simulator/player/tolvaran_simulator --report build/crash.html scenarios/crash.json
+	build/$(PRESET)/player/tolvaran_simulator --report build/crash.html scenarios/crash.json
 	@echo "What happened, with pictures: file://$(CURDIR)/build/crash.html"
 endif
 
@@ -31,7 +31,7 @@ browser-test: setup ## Open the report of every scenario in a headless browser
 	@tools/install-dependencies browser
 	@cmake --preset $(PRESET) >/dev/null
 	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_simulator
-	/usr/bin/python3 tests/browser/report_test.py build/$(PRESET)/simulator/player/tolvaran_simulator
+	/usr/bin/python3 tests/browser/report_test.py build/$(PRESET)/player/tolvaran_simulator
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
 	@tools/run-tests --preset $(PRESET) -j $(JOBS)
@@ -39,7 +39,7 @@ test: build ## Build and run every test (PRESET=sanitize: with sanitizers and le
 gallery: setup ## Draw the scenarios anew (scenarios/README.md and its pictures)
 	@cmake --preset $(PRESET) >/dev/null
 	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_gallery
-	build/$(PRESET)/simulator/player/tolvaran_gallery scenarios
+	build/$(PRESET)/player/tolvaran_gallery scenarios
 
 sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
 	@$(MAKE) --no-print-directory test PRESET=sanitize

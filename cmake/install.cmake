@@ -50,6 +50,7 @@ if(TARGET simulator)
     list(APPEND platform -lTolvaranSimulator)
 else()
     get_target_property(platform tolvaran_platform INTERFACE_LINK_LIBRARIES)
+    list(PREPEND platform -lTolvaranPlatform)
 endif()
 list(JOIN platform " " pc_platform)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/TolvaranRestore.pc.in

@@ -1,4 +1,5 @@
-# The platform on a Mac: Apple's frameworks.
+# What a build for a Mac needs besides: Objective-C++, both architectures, and the check that the
+# simulator's headers declare what Apple's do.
 enable_language(OBJCXX)
 set(CMAKE_OBJCXX_STANDARD 20)
 set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)
@@ -8,10 +9,6 @@ set(CMAKE_OBJCXX_EXTENSIONS OFF)
 if(CMAKE_HOST_APPLE AND NOT CMAKE_OSX_ARCHITECTURES)
     set(CMAKE_OSX_ARCHITECTURES arm64 x86_64)
 endif()
-
-foreach(framework CoreFoundation CoreGraphics ColorSync IOKit ApplicationServices)
-    target_link_libraries(tolvaran_platform INTERFACE "-framework ${framework}")
-endforeach()
 
 # The simulator's headers must declare what the SDK declares.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)

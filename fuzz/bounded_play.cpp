@@ -6,9 +6,9 @@
 #include <filesystem>
 
 #include "fuzz/check.hpp"
+#include "player/player.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "simulator/devices/devices.hpp"
-#include "simulator/player/player.hpp"
 #include "simulator/simulator.hpp"
 
 namespace tolvaran::fuzz {

@@ -10,7 +10,7 @@
 
 #include "restore/arrangement/zigzag.hpp"
 #include "restore/paths/restore_log.hpp"
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
 

@@ -6,7 +6,7 @@
 
 #include "helper/helper.hpp"
 #include "helper/helper_log.hpp"
-#include "helper/workspace.hpp"
+#include "platform/workspace.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"

@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "helper/main_queue.hpp"
-#include "helper/workspace.hpp"
+#include "platform/workspace.hpp"
 
 namespace tolvaran {
 

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "helper/workspace.hpp"
+#include "platform/workspace.hpp"
 
 namespace tolvaran {
 

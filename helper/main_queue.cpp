@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "helper/workspace.hpp"
+#include "platform/workspace.hpp"
 
 namespace tolvaran::main_queue {
 namespace {

@@ -2,20 +2,20 @@
 
 #include <algorithm>
 
-#include "simulator/clock.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/core_foundation/uuid.hpp"
 #include "simulator/devices/devices.hpp"
-#include "simulator/dispatch_objects.hpp"
-#include "simulator/event_loop.hpp"
-#include "simulator/faults.hpp"
-#include "simulator/file_calls.hpp"
-#include "simulator/mac_json.hpp"
-#include "simulator/machine.hpp"
-#include "simulator/notifications.hpp"
-#include "simulator/processes.hpp"
-#include "simulator/timeline.hpp"
-#include "simulator/workspace_events.hpp"
+#include "simulator/faults/faults.hpp"
+#include "simulator/host/file_calls.hpp"
+#include "simulator/host/processes.hpp"
+#include "simulator/loop/clock.hpp"
+#include "simulator/loop/dispatch_objects.hpp"
+#include "simulator/loop/event_loop.hpp"
+#include "simulator/loop/notifications.hpp"
+#include "simulator/loop/timeline.hpp"
+#include "simulator/loop/workspace_events.hpp"
+#include "simulator/machine/mac_json.hpp"
+#include "simulator/machine/machine.hpp"
 
 namespace simulator {
 

@@ -1,9 +1,9 @@
 #include "restore/dock/dock_auto_hide_override.hpp"
 
+#include "platform/private_interfaces.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
-#include "restore/support/private_interfaces.hpp"
 
 namespace tolvaran::DockAutoHideOverride {
 namespace {

@@ -13,8 +13,9 @@ namespace tolvaran::DockHotCornerOverride {
 
 struct LeaseState {
     std::set<std::string> owners;  // raw values
-    // The snapshot to recover from: set whenever one is taken, loaded or written again; cleared once
-    // it has been restored, and by a process that goes by the file alone (forgetSnapshotOnDisk()).
+    // The snapshot to recover from: set whenever one is taken, loaded or written again; cleared
+    // once it has been restored, and by a process that goes by the file alone
+    // (forgetSnapshotOnDisk()).
     std::optional<DockHotCornerSnapshot> recoverySnapshot;
 
     bool operator==(const LeaseState&) const = default;

@@ -1,12 +1,12 @@
 #include "restore/menubar/global_preferences.hpp"
 
+#include "platform/private_interfaces.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
 #include "restore/support/distributed_notifications.hpp"
 #include "restore/support/preferences.hpp"
-#include "restore/support/private_interfaces.hpp"
 
 namespace tolvaran::MenuBarAutohide {
 namespace {

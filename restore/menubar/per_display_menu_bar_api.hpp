@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/private_interfaces.hpp"
 #include "restore/support/dynamic_library.hpp"
-#include "restore/support/private_interfaces.hpp"
 
 namespace tolvaran {
 

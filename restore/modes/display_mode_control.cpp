@@ -8,8 +8,8 @@
 #include <tuple>
 #include <unordered_set>
 
+#include "platform/private_interfaces.hpp"
 #include "restore/support/checked.hpp"
-#include "restore/support/private_interfaces.hpp"
 
 namespace tolvaran::DisplayModeControl {
 namespace {

@@ -70,16 +70,16 @@ void remove(const std::string& path);
 /// The same; every failure is ignored.
 void removeIfPossible(const std::string& path);
 
-/// Moves a file, replacing what stands at `to`; every failure is ignored, and the file is then where
-/// it was. A file that would have to be copied to another volume is moved up to 64 MiB.
+/// Moves a file, replacing what stands at `to`; every failure is ignored, and the file is then
+/// where it was. A file that would have to be copied to another volume is moved up to 64 MiB.
 void moveIfPossible(const std::string& from, const std::string& to);
 
 /// Removes the unfinished files that writeAtomically() left in a directory when its process was
 /// killed halfway. Those of other processes that still run are left alone; failures are ignored.
 void removeAbandonedFiles(const std::string& directory);
 
-/// Gives the process the standard streams that it was started without, connected to nothing, so that
-/// no file is opened under their numbers.
+/// Gives the process the standard streams that it was started without, connected to nothing, so
+/// that no file is opened under their numbers.
 void openStandardStreams();
 
 /// Writes to the process's standard error; every failure is ignored.

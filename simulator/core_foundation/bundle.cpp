@@ -8,7 +8,7 @@
 
 #include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator::cf {

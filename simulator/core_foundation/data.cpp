@@ -4,7 +4,7 @@
 
 #include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
 
 namespace simulator::cf {
 namespace {

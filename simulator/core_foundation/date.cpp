@@ -1,8 +1,8 @@
 // CFDate, and the current time as Core Foundation counts it: seconds since the start of 2001.
 
-#include "simulator/clock.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
+#include "simulator/loop/clock.hpp"
 
 namespace simulator::cf {
 namespace {

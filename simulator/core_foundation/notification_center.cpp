@@ -1,11 +1,11 @@
 // CFNotificationCenter: the distributed center, on which the system under test only posts. What is
 // posted enters both the list of notifications and the list of calls.
 
-#include "simulator/clock.hpp"
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/notifications.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
+#include "simulator/loop/clock.hpp"
+#include "simulator/loop/notifications.hpp"
 #include "simulator/simulator.hpp"
 
 namespace cf = simulator::cf;

@@ -7,7 +7,7 @@
 
 #include "simulator/core_foundation/number.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
 
 namespace simulator::cf {
 namespace {

@@ -7,8 +7,8 @@
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/machine.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
+#include "simulator/machine/machine.hpp"
 
 const CFStringRef kCFPreferencesAnyApplication = CFSTR("kCFPreferencesAnyApplication");
 const CFStringRef kCFPreferencesCurrentApplication = CFSTR("kCFPreferencesCurrentApplication");

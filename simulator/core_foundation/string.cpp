@@ -5,7 +5,7 @@
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/core_foundation/unicode.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
 
 namespace simulator::cf {
 namespace {

@@ -7,11 +7,11 @@
 #include <random>
 #include <string>
 
-#include "simulator/clock.hpp"
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/core_foundation/uuid.hpp"
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
+#include "simulator/loop/clock.hpp"
 
 namespace simulator::cf {
 namespace {

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "simulator/recorder.hpp"
+#include "simulator/faults/recorder.hpp"
 
 namespace simulator::devices {
 

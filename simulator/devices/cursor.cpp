@@ -2,7 +2,7 @@
 #include <CoreGraphics/CoreGraphics.h>
 
 #include "simulator/devices/call.hpp"
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 
 extern "C" CGError CGAssociateMouseAndMouseCursorPosition(boolean_t connected) {
     const bool associated = connected != 0;

@@ -8,7 +8,7 @@
 
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/configuration.hpp"
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 
 namespace simulator::devices {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/symbols.hpp"
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 
 using namespace simulator;
 using namespace simulator::devices;

@@ -13,7 +13,7 @@
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/devices.hpp"
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 
 namespace simulator::devices {
 namespace {

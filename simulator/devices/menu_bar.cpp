@@ -10,7 +10,7 @@
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/symbols.hpp"
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 
 using namespace simulator;
 using namespace simulator::devices;

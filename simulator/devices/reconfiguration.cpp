@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "simulator/devices/call.hpp"
-#include "simulator/main_queue.hpp"
+#include "simulator/loop/main_queue.hpp"
 
 namespace simulator::devices {
 namespace {

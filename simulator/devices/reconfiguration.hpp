@@ -7,7 +7,7 @@
 
 #include <functional>
 
-#include "simulator/machine.hpp"
+#include "simulator/machine/machine.hpp"
 
 namespace simulator::devices {
 

@@ -1,7 +1,7 @@
 // Offering the devices' own functions for look-up at run time.
 #pragma once
 
-#include "simulator/dynamic_library.hpp"
+#include "simulator/host/dynamic_library.hpp"
 
 namespace simulator::devices {
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/private_interfaces.hpp"
 #include "restore/dock/dock_hot_corner_snapshot.hpp"
 #include "restore/dock/native_hot_corners.hpp"
 #include "restore/menubar/per_display_menu_bar_api.hpp"
@@ -14,7 +15,6 @@
 #include "restore/support/cf_values.hpp"
 #include "restore/support/dynamic_library.hpp"
 #include "restore/support/preferences.hpp"
-#include "restore/support/private_interfaces.hpp"
 #include "tests/contract/the_mac.hpp"
 
 namespace {

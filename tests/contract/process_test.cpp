@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "helper/workspace.hpp"
+#include "platform/workspace.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "tests/contract/the_mac.hpp"
 

@@ -20,8 +20,8 @@
 #include <set>
 #include <utility>
 
-#include "simulator/file_calls.hpp"
-#include "simulator/player/player.hpp"
+#include "player/player.hpp"
+#include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/faults/corruptions.hpp"
 #include "tests/faults/fault_run.hpp"

@@ -28,7 +28,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/file_calls.hpp"
+#include "simulator/host/file_calls.hpp"
 
 namespace tolvaran::tests {
 

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <limits>
 
+#include "player/player.hpp"
 #include "simulator/devices/devices.hpp"
-#include "simulator/file_calls.hpp"
-#include "simulator/files.hpp"
-#include "simulator/player/player.hpp"
+#include "simulator/host/file_calls.hpp"
+#include "simulator/host/files.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
 

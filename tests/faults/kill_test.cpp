@@ -8,10 +8,10 @@
 #include <memory>
 #include <set>
 
-#include "simulator/clock.hpp"
-#include "simulator/file_calls.hpp"
-#include "simulator/files.hpp"
-#include "simulator/player/player.hpp"
+#include "player/player.hpp"
+#include "simulator/host/file_calls.hpp"
+#include "simulator/host/files.hpp"
+#include "simulator/loop/clock.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/faults/findings.hpp"
 #include "tests/faults/torture.hpp"

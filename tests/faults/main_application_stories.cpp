@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "helper/entry.hpp"
+#include "platform/private_interfaces.hpp"
 #include "restore/paths/restore_log.hpp"
-#include "restore/support/private_interfaces.hpp"
 #include "restore/tolvaran_restore.hpp"
 #include "tests/faults/story.hpp"
 #include "tests/support/temporary_directory.hpp"

@@ -13,7 +13,7 @@
 #include "restore/support/files.hpp"
 #include "restore/support/process_wide.hpp"
 #include "restore/tolvaran_restore.hpp"
-#include "simulator/file_calls.hpp"
+#include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/faults/disk_model.hpp"
 #include "tests/faults/torture.hpp"

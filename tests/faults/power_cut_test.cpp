@@ -22,8 +22,8 @@
 #include <set>
 #include <tuple>
 
-#include "simulator/file_calls.hpp"
-#include "simulator/player/player.hpp"
+#include "player/player.hpp"
+#include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/faults/disk_model.hpp"
 #include "tests/faults/fault_run.hpp"

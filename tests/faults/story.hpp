@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/player/scenario.hpp"
+#include "player/scenario.hpp"
 
 namespace tolvaran::tests {
 

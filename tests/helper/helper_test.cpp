@@ -13,7 +13,7 @@
 #include "helper/entry.hpp"
 #include "restore/paths/helper_heartbeat.hpp"
 #include "restore/support/process_wide.hpp"
-#include "simulator/file_calls.hpp"
+#include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/helper_process.hpp"
 

@@ -7,8 +7,8 @@
 
 #include "helper/helper.hpp"
 #include "helper/main_application.hpp"
+#include "simulator/loop/workspace_events.hpp"
 #include "simulator/simulator.hpp"
-#include "simulator/workspace_events.hpp"
 #include "tests/support/helper_process.hpp"
 
 namespace tolvaran {

@@ -4,7 +4,7 @@
 
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/support/json.hpp"
-#include "tests/menubar/menu_bar_mac.hpp"
+#include "tests/restore/menubar/menu_bar_mac.hpp"
 #include "tests/support/helper_process.hpp"
 
 namespace tolvaran {

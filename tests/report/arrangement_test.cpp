@@ -1,4 +1,4 @@
-#include "simulator/report/arrangement.hpp"
+#include "report/arrangement.hpp"
 
 #include "restore/arrangement/zigzag.hpp"
 #include "tests/report/results.hpp"

@@ -1,4 +1,4 @@
-#include "simulator/report/changes.hpp"
+#include "report/changes.hpp"
 
 #include "tests/report/results.hpp"
 

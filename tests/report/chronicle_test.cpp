@@ -1,4 +1,4 @@
-#include "simulator/report/chronicle.hpp"
+#include "report/chronicle.hpp"
 
 #include "tests/report/results.hpp"
 

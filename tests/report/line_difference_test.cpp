@@ -1,4 +1,4 @@
-#include "simulator/report/line_difference.hpp"
+#include "report/line_difference.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "simulator/report/page.hpp"
+#include "report/page.hpp"
 
 #include "tests/report/results.hpp"
 

@@ -1,4 +1,4 @@
-#include "simulator/report/svg.hpp"
+#include "report/svg.hpp"
 
 #include <regex>
 

@@ -1,4 +1,4 @@
-#include "simulator/report/terminal.hpp"
+#include "report/terminal.hpp"
 
 #include <map>
 

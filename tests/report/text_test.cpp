@@ -1,4 +1,4 @@
-#include "simulator/report/text.hpp"
+#include "report/text.hpp"
 
 #include <gtest/gtest.h>
 

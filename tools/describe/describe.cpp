@@ -6,7 +6,8 @@
 #include <optional>
 
 #include "helper/main_application.hpp"
-#include "helper/workspace.hpp"
+#include "platform/private_interfaces.hpp"
+#include "platform/workspace.hpp"
 #include "restore/arrangement/display_connections.hpp"
 #include "restore/dock/hot_corner_control.hpp"
 #include "restore/dock/native_hot_corners.hpp"
@@ -15,7 +16,6 @@
 #include "restore/menubar/per_display_menu_bar_api.hpp"
 #include "restore/support/cf_values.hpp"
 #include "restore/support/preferences.hpp"
-#include "restore/support/private_interfaces.hpp"
 #include "tools/describe/displays.hpp"
 #include "tools/describe/property_list.hpp"
 #include "tools/describe/section.hpp"

@@ -8,13 +8,13 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/private_interfaces.hpp"
 #include "restore/arrangement/active_displays.hpp"
 #include "restore/menubar/per_display_menu_bar_api.hpp"
 #include "restore/menubar/spaces.hpp"
 #include "restore/modes/display_mode_control.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
-#include "restore/support/private_interfaces.hpp"
 
 namespace tolvaran::describe {
 namespace {

@@ -1,0 +1,42 @@
+// What a report tells beyond the plain result of a run: in which order things happened, and what
+// the Mac was like before the helper changed it. Used by the player where PlayOptions ask for it.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "simulator/loop/event_loop.hpp"
+
+namespace simulator {
+
+/// Watches one run. Looking costs a copy of the Mac and of its files each time that the process
+/// turns to something.
+class Observation {
+  public:
+    /// Adds a played event to the timeline, and performs it.
+    void play(const nlohmann::json& document, const std::function<void()>& perform);
+    /// Notes that the helper has logged a line.
+    void logged();
+
+    /// Begins to look for the helper's first change; to be called just before its process begins.
+    /// @param logs the helper's log directory, whose files do not count
+    void begin(const std::string& logs);
+    /// Looks a last time, and adds what was seen to the result of the run: `timeline`, `order`,
+    /// `before`.
+    void finish(nlohmann::json& result);
+
+  private:
+    void noteCalls();
+    void look(LoopMoment moment);
+
+    std::string logs_;
+    nlohmann::json timeline_ = nlohmann::json::array();
+    nlohmann::json order_ = nlohmann::json::array();
+    std::size_t callsNoted_ = 0;
+    nlohmann::json latest_;  // the Mac and the files when last looked at: {"at", "mac", "files"}
+    bool isFound_ = false;   // latest_ is what the helper was to change
+};
+
+}  // namespace simulator

@@ -1,0 +1,165 @@
+#include "player/scenario.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "simulator/devices/devices.hpp"
+#include "simulator/faults/faults.hpp"
+#include "simulator/host/files.hpp"
+#include "simulator/machine/json_reader.hpp"
+#include "simulator/machine/mac_json.hpp"
+
+namespace simulator {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+clock::Kind readClock(const JsonReader& clock) {
+    const std::string kind = clock.text();
+    if (kind != "virtual" && kind != "real") {
+        clock.fail("must be \"virtual\" or \"real\"");
+    }
+    return kind == "real" ? clock::Kind::realTime : clock::Kind::virtualTime;
+}
+
+clock::Time readTime(const JsonReader& time) {
+    const double seconds = time.number();
+    if (seconds < 0) {
+        time.fail("must not be negative");
+    }
+    if (clock::fromSeconds(seconds) == clock::never) {
+        time.fail("is too far away");
+    }
+    return clock::fromSeconds(seconds);
+}
+
+void readFiles(const JsonReader& files, Scenario& scenario) {
+    for (const auto& [key, content] : files.entries()) {
+        const json path = key;
+        scenario.files.emplace_back(readFilePath(JsonReader(path, content.path())),
+                                    content.value());
+    }
+}
+
+void readFilesFrom(const JsonReader& files, const std::string& directory, Scenario& scenario) {
+    const fs::path from = fs::absolute(fs::path(directory) / files.text());
+    if (!fs::is_directory(from)) {
+        files.fail("there is no directory " + from.string());
+    }
+    scenario.filesFrom = from.string();
+}
+
+void readTimeline(const JsonReader& timeline, Scenario& scenario) {
+    const Launching launching = scenario.clock == clock::Kind::virtualTime
+                                    ? Launching::simulated
+                                    : Launching::childProcesses;
+    for (const JsonReader& event : timeline.elements()) {
+        event.entries();
+        const clock::Time at = readTime(event.at("at"));
+        json document = event.value();
+        document.erase("at");
+        scenario.timeline.push_back({at, readEvent(event, launching), std::move(document)});
+        scenario.until = std::max(scenario.until, at + clock::second);
+    }
+}
+
+void readFaults(const JsonReader& faults, Scenario& scenario) {
+    for (const JsonReader& fault : faults.elements()) {
+        checkFault(fault);
+    }
+    scenario.faults = faults.value();
+}
+
+void readExpect(const JsonReader& expect, Scenario& scenario) {
+    expect.requireKeys({"log", "calls", "notifications", "mac", "files"});
+    if (const auto log = expect.find("log")) {
+        for (const JsonReader& line : log->elements()) {
+            line.text();
+        }
+    }
+    for (const char* const key : {"calls", "notifications"}) {
+        if (const auto list = expect.find(key)) {
+            list->elements();
+        }
+    }
+    for (const char* const key : {"mac", "files"}) {
+        if (const auto object = expect.find(key)) {
+            object->entries();
+        }
+    }
+    scenario.expect = expect.value();
+}
+
+Scenario readDocument(const JsonReader& document, const std::string& directory) {
+    document.requireKeys(
+        {"name", "clock", "mac", "files", "filesFrom", "timeline", "until", "faults", "expect"});
+    // Reading the machine needs to know which symbols a Mac may lack.
+    devices::registerPrivateSymbols();
+    Scenario scenario;
+    const auto ifPresent = [&](const char* key, auto read) {
+        if (const auto value = document.find(key)) {
+            read(*value);
+        }
+    };
+    ifPresent("name", [&](const JsonReader& name) { scenario.name = name.text(); });
+    ifPresent("clock", [&](const JsonReader& clock) { scenario.clock = readClock(clock); });
+    ifPresent("mac", [&](const JsonReader& mac) {
+        readMachine(mac);
+        scenario.mac = mac.value();
+    });
+    ifPresent("files", [&](const JsonReader& files) { readFiles(files, scenario); });
+    ifPresent("filesFrom",
+              [&](const JsonReader& files) { readFilesFrom(files, directory, scenario); });
+    ifPresent("timeline", [&](const JsonReader& timeline) { readTimeline(timeline, scenario); });
+    ifPresent("until", [&](const JsonReader& until) { scenario.until = readTime(until); });
+    ifPresent("faults", [&](const JsonReader& faults) { readFaults(faults, scenario); });
+    ifPresent("expect", [&](const JsonReader& expect) { readExpect(expect, scenario); });
+    return scenario;
+}
+
+std::string read(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    if (file.peek() != std::ifstream::traits_type::eof()) {
+        text << file.rdbuf();
+    }
+    if (!file.is_open() || file.bad() || !text) {
+        throw ScenarioError("cannot be read");
+    }
+    return text.str();
+}
+
+json parse(const std::string& text) {
+    if (isNestedTooDeeply(text)) {
+        throw ScenarioError("nested more than " + std::to_string(deepestNesting) + " levels deep");
+    }
+    try {
+        return json::parse(text);
+    } catch (const json::exception& error) {
+        throw ScenarioError(error.what());
+    }
+}
+
+}  // namespace
+
+Scenario readScenario(const json& document, const std::string& directory, const std::string& name) {
+    try {
+        Scenario scenario = readDocument(JsonReader(document, ""), directory);
+        if (scenario.name.empty()) {
+            scenario.name = name;
+        }
+        return scenario;
+    } catch (const std::invalid_argument& error) {
+        throw ScenarioError(error.what());
+    }
+}
+
+Scenario loadScenario(const std::string& path) {
+    const fs::path file(path);
+    return readScenario(parse(read(path)), file.parent_path().string(), file.filename().string());
+}
+
+}  // namespace simulator

@@ -1,0 +1,52 @@
+// What is the same and what is different between the Mac before and the Mac after, in words: tables
+// of facts, and the state files. Used by the page; the short form by the terminal's summary.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "report/line_difference.hpp"
+
+namespace simulator::report {
+
+/// One row of a table. A side is empty where there is nothing to tell.
+struct Fact {
+    std::string name;
+    std::string before;
+    std::string after;
+
+    bool isChanged() const { return before != after; }
+    bool operator==(const Fact&) const = default;
+};
+
+struct FactGroup {
+    std::string title;
+    std::vector<Fact> facts;
+};
+
+/// A group for each display of either side, in the order of the first and then the second. Whether
+/// it is connected and the main display is a fact only where it changed.
+std::vector<FactGroup> displayFacts(const nlohmann::json& before, const nlohmann::json& after);
+
+/// Hot corners, menu bar, Dock and cursor.
+std::vector<FactGroup> deskFacts(const nlohmann::json& before, const nlohmann::json& after);
+
+enum class FileFate { unchanged, changed, removed, added };
+/// "unchanged", "changed", …
+const char* nameOf(FileFate fate);
+
+struct FileChange {
+    std::string path;
+    FileFate fate = FileFate::unchanged;
+    std::vector<DifferenceLine> lines;
+};
+
+/// Every file of either side by its path. JSON is compared as it is written with one value a line.
+std::vector<FileChange> fileChanges(const nlohmann::json& before, const nlohmann::json& after);
+
+/// What changed, a few words for each subject: "2 displays moved", "menu bar", … Empty when nothing
+/// did.
+std::vector<std::string> headlines(const nlohmann::json& result);
+
+}  // namespace simulator::report

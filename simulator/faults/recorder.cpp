@@ -1,0 +1,188 @@
+#include "simulator/faults/recorder.hpp"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "simulator/faults/fault_results.hpp"
+#include "simulator/faults/faults.hpp"
+#include "simulator/loop/clock.hpp"
+#include "simulator/simulator.hpp"
+
+namespace simulator {
+namespace {
+
+using nlohmann::json;
+
+struct Fault {
+    std::string call;
+    std::int64_t skip = 0;
+    std::int64_t times = std::numeric_limits<std::int64_t>::max();
+    Verdict verdict;
+    std::int64_t callsSeen = 0;
+};
+
+struct State {
+    std::vector<Fault> faults;
+    std::multimap<std::string, std::function<void()>, std::less<>> hooks;
+    std::function<json(const std::string&)> decide;
+    std::string subject;
+    std::size_t faultsMet = 0;
+    json calls = json::array();
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+/// How many read-backs a new value stays hidden from; 0 where the fault does not say.
+std::int64_t readDelay(const JsonReader& fault, const std::string& call) {
+    const auto delay = fault.find("delayReads");
+    if (delay && call != "SLSSetMenuBarVisibilityOverrideOnDisplay") {
+        delay->fail("only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time");
+    }
+    return delay ? delay->integer<std::int64_t>(0) : 0;
+}
+
+Fault readFault(const JsonReader& fault) {
+    fault.requireKeys({"call", "result", "skip", "times", "effect", "delayReads"});
+    Fault read;
+    read.call = fault.at("call").text();
+    if (!canFail(read.call)) {
+        fault.at("call").fail("is no function that can be made to fail");
+    }
+    const auto result = fault.find("result");
+    const auto effect = fault.find("effect");
+    if (!result && !effect && !fault.find("delayReads")) {
+        fault.fail("must have a result, an effect or delayReads");
+    }
+    if (result) {
+        read.verdict.forcedResult = readFaultResult(read.call, *result);
+    }
+    read.verdict.performs = effect ? effect->boolean() : !result;
+    read.verdict.delayReads = readDelay(fault, read.call);
+    if (const auto skip = fault.find("skip")) {
+        read.skip = skip->integer<std::int64_t>(0);
+    }
+    if (const auto times = fault.find("times")) {
+        read.times = times->integer<std::int64_t>(0);
+    }
+    return read;
+}
+
+void runHooks(std::string_view function) {
+    std::vector<std::function<void()>> hooks;  // a copy, as the work may add hooks of its own
+    const auto [first, last] = state().hooks.equal_range(function);
+    std::transform(first, last, std::back_inserter(hooks),
+                   [](const auto& hook) { return hook.second; });
+    for (const std::function<void()>& hook : hooks) {
+        hook();
+    }
+}
+
+/// The fault that a test decides on for this call; none when it decides on none.
+std::optional<Verdict> decided(std::string_view function) {
+    if (!state().decide) {
+        return std::nullopt;
+    }
+    json fault = state().decide(std::string(function));
+    if (fault.is_null()) {
+        return std::nullopt;
+    }
+    fault["call"] = function;
+    return readFault(JsonReader(fault, "")).verdict;
+}
+
+}  // namespace
+
+Verdict admit(std::string_view function, std::string_view subject) {
+    state().subject = subject;
+    runHooks(function);
+    if (const std::optional<Verdict> verdict = decided(function)) {
+        ++state().faultsMet;
+        return *verdict;
+    }
+    Verdict verdict;
+    bool met = false;
+    for (Fault& fault : state().faults) {
+        if (fault.call == function) {
+            const std::int64_t call = fault.callsSeen++;
+            if (!met && call >= fault.skip && call - fault.skip < fault.times) {
+                met = true;
+                verdict = fault.verdict;
+            }
+        }
+    }
+    state().faultsMet += met ? 1 : 0;
+    return verdict;
+}
+
+void record(std::string_view function, json args, json result) {
+    state().calls.push_back({{"at", clock::seconds()},
+                             {"call", function},
+                             {"args", std::move(args)},
+                             {"result", std::move(result)}});
+}
+
+void addFault(const JsonReader& fault) {
+    state().faults.push_back(readFault(fault));
+}
+
+void checkFault(const JsonReader& fault) {
+    readFault(fault);
+}
+
+void addFault(const json& fault) {
+    addFault(JsonReader(fault, ""));
+}
+
+void clearFaults() {
+    state().faults.clear();
+    state().faultsMet = 0;
+}
+
+std::string callSubject() {
+    return state().subject;
+}
+
+std::size_t faultsMet() {
+    return state().faultsMet;
+}
+
+bool callsAreWatched() {
+    return !state().faults.empty() || !state().hooks.empty() || state().decide;
+}
+
+void decideCalls(std::function<json(const std::string&)> decide) {
+    state().decide = std::move(decide);
+}
+
+void onCall(const std::string& function, std::function<void()> work) {
+    state().hooks.emplace(function, std::move(work));
+}
+
+void clearHooks() {
+    state().hooks.clear();
+    state().decide = nullptr;
+}
+
+json calls() {
+    return state().calls;
+}
+
+std::size_t recordedCalls() {
+    return state().calls.size();
+}
+
+void forgetCalls() {
+    state().calls = json::array();
+}
+
+}  // namespace simulator

@@ -1,0 +1,450 @@
+#include "simulator/host/file_calls.hpp"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "simulator/faults/faults.hpp"
+#include "simulator/faults/recorder.hpp"
+#include "simulator/host/host_calls.hpp"
+#include "simulator/host/processes.hpp"
+#include "simulator/loop/clock.hpp"
+#include "simulator/loop/event_loop.hpp"
+
+namespace simulator {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct State {
+    std::vector<std::string> exposed;
+    std::map<int, std::string> open;  // the paths of what redirected calls have opened
+    std::optional<pid_t> processID;
+    StandardErrorSink standardError;
+    std::function<void(const FileCall&)> observe;
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+/// Whether the path names its file in one way only: from the root, without detours.
+bool isNormal(std::string_view path) {
+    const auto has = [&](std::string_view part) { return path.find(part) != path.npos; };
+    return path.starts_with('/') && !has("//") && !has("/./") && !has("/../") &&
+           !path.ends_with("/.") && !path.ends_with("/..");
+}
+
+std::string normal(const std::string& path) {
+    return isNormal(path) ? path : fs::absolute(path).lexically_normal().string();
+}
+
+/// Both paths are normal.
+bool isBelow(std::string_view path, std::string_view directory) {
+    const std::string_view top = directory.substr(0, directory.find_last_not_of('/') + 1);
+    return path.starts_with(top) && (path.size() == top.size() || path[top.size()] == '/');
+}
+
+bool isExposed(const std::string& place) {
+    const std::string path = normal(place);
+    for (const char* const variable : {"TOLVARAN_APPLICATION_SUPPORT_DIR", "TOLVARAN_LOGS_DIR"}) {
+        const char* const directory = std::getenv(variable);
+        if (directory != nullptr && *directory != '\0' && isBelow(path, normal(directory))) {
+            return true;
+        }
+    }
+    return std::any_of(state().exposed.begin(), state().exposed.end(),
+                       [&](const std::string& directory) { return isBelow(path, directory); });
+}
+
+/// The path that a call is about, when faults may meet it; none is set in nearly every call.
+using Subject = std::optional<std::string>;
+
+Subject subject(const char* path) {
+    return callsAreWatched() && path != nullptr && isExposed(path) ? Subject(path) : std::nullopt;
+}
+
+Subject subject(int descriptor) {
+    if (!callsAreWatched()) {
+        return std::nullopt;
+    }
+    const auto open = state().open.find(descriptor);
+    return open != state().open.end() && isExposed(open->second) ? Subject(open->second)
+                                                                 : std::nullopt;
+}
+
+Subject subject(DIR* directory) {
+    return callsAreWatched() ? subject(dirfd(directory)) : std::nullopt;
+}
+
+/// Where a file was and where it goes: the latter tells what the call is for.
+Subject subject(const char* from, const char* to) {
+    const Subject target = subject(to);
+    return target || !subject(from) ? target : Subject(to);
+}
+
+/// Of a call that is about no file.
+Subject nothing() {
+    return callsAreWatched() ? Subject("") : std::nullopt;
+}
+
+/// What becomes of a call that met `verdict`. `failed` is what it returns when it fails, `idle()`
+/// when a fault makes it report success without doing anything.
+/// @param error errno before the call
+template <typename Result, typename Idle, typename Body>
+Result conclude(const Verdict& verdict, int error, Result failed, Idle idle, Body body) {
+    if (!verdict.forcedResult) {
+        errno = error;
+        return verdict.performs ? body() : idle();
+    }
+    if (verdict.performs) {
+        body();
+    }
+    errno = verdict.forcedResult->get<int>();
+    return failed;
+}
+
+/// One redirected call.
+template <typename Result, typename Idle, typename Body>
+Result call(std::string_view function, const Subject& subject, Result failed, Idle idle,
+            Body body) {
+    if (!subject) {
+        return body();
+    }
+    const int error = errno;
+    return conclude(admit(function, *subject), error, failed, idle, body);
+}
+
+template <typename Body>
+int call(std::string_view function, const Subject& subject, Body body) {
+    return call<int>(
+        function, subject, -1, [] { return 0; }, body);
+}
+
+/// A read or write, of which a fault may let only the first few bytes through.
+/// `body(size)` performs it.
+template <typename Idle, typename Body>
+ssize_t transfer(std::string_view function, const Subject& subject, size_t size, Idle idle,
+                 Body body) {
+    if (!subject) {
+        return body(size);
+    }
+    const int error = errno;
+    const Verdict verdict = admit(function, *subject);
+    if (verdict.forcedResult && verdict.forcedResult->is_object()) {
+        errno = error;
+        return body(std::min(size, verdict.forcedResult->at("bytes").get<size_t>()));
+    }
+    return conclude<ssize_t>(verdict, error, -1, idle, [&] { return body(size); });
+}
+
+/// The host's result, after showing the call to the observer unless it failed.
+template <typename Result>
+Result shown(FileCall call, Result result) {
+    if (result >= 0 && state().observe) {
+        const int error = errno;
+        call.result = result;
+        state().observe(call);
+        errno = error;
+    }
+    return result;
+}
+
+/// A descriptor, or a failure to open one: what is now open there.
+int opened(const char* path, int descriptor) {
+    if (descriptor >= 0) {
+        const int error = errno;
+        state().open[descriptor] = normal(path);
+        errno = error;
+    }
+    return descriptor;
+}
+
+DIR* opened(const char* path, DIR* directory) {
+    if (directory != nullptr) {
+        opened(path, dirfd(directory));
+    }
+    return directory;
+}
+
+/// What was open goes by its new name.
+int renamed(const char* from, const char* to, int result) {
+    for (auto& [descriptor, path] : state().open) {
+        if (result == 0 && path == normal(from)) {
+            path = normal(to);
+        }
+    }
+    return result;
+}
+
+int openNothing() {
+    return __real_open("/dev/null", O_RDWR | O_CLOEXEC);
+}
+
+/// A simulated Mac's files need not outlive a power cut of the host, and the host's disk would take
+/// most of the time of every run.
+int flush(int descriptor) {
+    return clock::isVirtual() ? __real_fcntl(descriptor, F_GETFD) < 0 ? -1 : 0
+                              : __real_fsync(descriptor);
+}
+
+int flushOrControl(int descriptor, int command, long argument) {
+    const bool flushes = command == F_FULLFSYNC || command == F_BARRIERFSYNC;
+    return flushes ? flush(descriptor) : __real_fcntl(descriptor, command, argument);
+}
+
+pid_t processID() {
+    return state().processID.value_or(__real_getpid());
+}
+
+int signalProcess(pid_t pid, int signal) {
+    if (!clock::isVirtual()) {
+        return __real_kill(pid, signal);
+    }
+    const bool exists = pid == processID() || isAlive(pid);
+    if (exists && signal == 0) {
+        return 0;
+    }
+    errno = exists ? EPERM : ESRCH;
+    return -1;
+}
+
+ssize_t writeSomewhere(int descriptor, const void* buffer, size_t size) {
+    if (descriptor == STDERR_FILENO && state().standardError &&
+        !state().standardError({static_cast<const char*>(buffer), size})) {
+        return static_cast<ssize_t>(size);
+    }
+    return __real_write(descriptor, buffer, size);
+}
+
+}  // namespace
+
+void exposeToFaults(const std::string& directory) {
+    state().exposed.push_back(normal(fs::absolute(directory)));
+}
+
+void setStandardErrorSink(StandardErrorSink sink) {
+    state().standardError = std::move(sink);
+}
+
+void setProcessID(std::optional<pid_t> pid) {
+    state().processID = pid;
+}
+
+void observeFileCalls(std::function<void(const FileCall& call)> observe) {
+    state().observe = std::move(observe);
+}
+
+void clearFileCalls() {
+    state().observe = nullptr;
+    state().exposed.clear();
+    state().processID.reset();
+}
+
+}  // namespace simulator
+
+using simulator::call;
+using simulator::nothing;
+using simulator::shown;
+using simulator::subject;
+using simulator::transfer;
+
+// What stands here is exactly what the linker redirects (CMakeLists.txt).
+extern "C" {
+
+int __wrap_access(const char* path, int mode) {
+    return call("access", subject(path), [=] { return __real_access(path, mode); });
+}
+
+int __wrap_chmod(const char* path, mode_t mode) {
+    return call("chmod", subject(path), [=] { return __real_chmod(path, mode); });
+}
+
+int __wrap_close(int descriptor) {
+    return call("close", subject(descriptor), [=] {
+        simulator::state().open.erase(descriptor);
+        return shown({.function = "close", .descriptor = descriptor}, __real_close(descriptor));
+    });
+}
+
+int __wrap_closedir(DIR* directory) {
+    return call("closedir", subject(directory), [=] {
+        simulator::state().open.erase(dirfd(directory));
+        return __real_closedir(directory);
+    });
+}
+
+int __wrap_fchmod(int descriptor, mode_t mode) {
+    return call("fchmod", subject(descriptor), [=] { return __real_fchmod(descriptor, mode); });
+}
+
+int __wrap_fcntl(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    return call("fcntl", subject(descriptor), [=] {
+        return shown({.function = "fcntl", .descriptor = descriptor, .flags = command},
+                     simulator::flushOrControl(descriptor, command, argument));
+    });
+}
+
+int __wrap_fstat(int descriptor, struct stat* result) {
+    return call("fstat", subject(descriptor), [=] { return __real_fstat(descriptor, result); });
+}
+
+int __wrap_fsync(int descriptor) {
+    return call("fsync", subject(descriptor), [=] {
+        return shown({.function = "fsync", .descriptor = descriptor}, simulator::flush(descriptor));
+    });
+}
+
+int __wrap_ftruncate(int descriptor, off_t length) {
+    return call("ftruncate", subject(descriptor), [=] {
+        return shown({.function = "ftruncate", .descriptor = descriptor},
+                     __real_ftruncate(descriptor, length));
+    });
+}
+
+pid_t __wrap_getpid() {
+    const simulator::Verdict verdict = simulator::admit("getpid");
+    return verdict.resultOr(verdict.performs ? simulator::processID() : 0);
+}
+
+int __wrap_kill(pid_t pid, int signal) {
+    return call("kill", nothing(), [=] { return simulator::signalProcess(pid, signal); });
+}
+
+int __wrap_link(const char* from, const char* to) {
+    return call("link", subject(from), [=] {
+        return shown({.function = "link", .path = from, .newPath = to}, __real_link(from, to));
+    });
+}
+
+off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
+    return call<off_t>(
+        "lseek", subject(descriptor), -1, [] { return 0; },
+        [=] { return __real_lseek(descriptor, offset, whence); });
+}
+
+int __wrap_lstat(const char* path, struct stat* result) {
+    return call("lstat", subject(path), [=] { return __real_lstat(path, result); });
+}
+
+tm* __wrap_localtime_r(const time_t* time, tm* result) {
+    return call<tm*>(
+        "localtime_r", nothing(), nullptr, [] { return nullptr; },
+        [=] { return __real_localtime_r(time, result); });
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+    return call("mkdir", subject(path), [=] {
+        return shown({.function = "mkdir", .path = path}, __real_mkdir(path, mode));
+    });
+}
+
+int __wrap_mkostemp(char* path, int flags) {
+    return call<int>("mkostemp", subject(path), -1, simulator::openNothing, [=] {
+        return shown({.function = "mkostemp", .path = path, .flags = flags},
+                     simulator::opened(path, __real_mkostemp(path, flags)));
+    });
+}
+
+int __wrap_nanosleep(const timespec* duration, timespec* remaining) {
+    return call("nanosleep", nothing(), [=] {
+        using namespace simulator;
+        if (duration->tv_sec < 0 || duration->tv_nsec < 0 || duration->tv_nsec >= clock::second) {
+            errno = EINVAL;
+            return -1;
+        }
+        sleepUntil(clock::now() + duration->tv_sec * clock::second + duration->tv_nsec);
+        if (remaining != nullptr) {
+            *remaining = {};
+        }
+        return 0;
+    });
+}
+
+int __wrap_open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    return call<int>("open", subject(path), -1, simulator::openNothing, [=] {
+        return shown({.function = "open", .path = path, .flags = flags},
+                     simulator::opened(path, __real_open(path, flags, mode)));
+    });
+}
+
+passwd* __wrap_getpwuid(uid_t user) {
+    return simulator::admit("getpwuid").isNull() ? nullptr : __real_getpwuid(user);
+}
+
+DIR* __wrap_opendir(const char* path) {
+    return call<DIR*>(
+        "opendir", subject(path), nullptr, [] { return nullptr; },
+        [=] { return simulator::opened(path, __real_opendir(path)); });
+}
+
+ssize_t __wrap_read(int descriptor, void* buffer, size_t size) {
+    return transfer(
+        "read", subject(descriptor), size, [] { return 0; },
+        [=](size_t most) { return __real_read(descriptor, buffer, most); });
+}
+
+dirent* __wrap_readdir(DIR* directory) {
+    return call<dirent*>(
+        "readdir", subject(directory), nullptr, [] { return nullptr; },
+        [=] { return __real_readdir(directory); });
+}
+
+int __wrap_rename(const char* from, const char* to) {
+    return call("rename", subject(from, to), [=] {
+        return shown({.function = "rename", .path = from, .newPath = to},
+                     simulator::renamed(from, to, __real_rename(from, to)));
+    });
+}
+
+int __wrap_rmdir(const char* path) {
+    return call("rmdir", subject(path),
+                [=] { return shown({.function = "rmdir", .path = path}, __real_rmdir(path)); });
+}
+
+simulator::SignalHandler __wrap_signal(int number, simulator::SignalHandler handler) {
+    return call<simulator::SignalHandler>(
+        "signal", nothing(), SIG_ERR, [] { return SIG_DFL; },
+        [=] { return __real_signal(number, handler); });
+}
+
+int __wrap_stat(const char* path, struct stat* result) {
+    return call("stat", subject(path), [=] { return __real_stat(path, result); });
+}
+
+int __wrap_unlink(const char* path) {
+    return call("unlink", subject(path),
+                [=] { return shown({.function = "unlink", .path = path}, __real_unlink(path)); });
+}
+
+ssize_t __wrap_write(int descriptor, const void* buffer, size_t size) {
+    return transfer(
+        "write", subject(descriptor), size, [=] { return static_cast<ssize_t>(size); },
+        [=](size_t most) {
+            return shown({.function = "write",
+                          .descriptor = descriptor,
+                          .data = {static_cast<const char*>(buffer), most}},
+                         simulator::writeSomewhere(descriptor, buffer, most));
+        });
+}
+
+}  // extern "C"

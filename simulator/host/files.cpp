@@ -1,0 +1,82 @@
+#include "simulator/host/files.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "simulator/machine/readable_text.hpp"
+
+namespace simulator {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path root() {
+    const char* const directory = std::getenv("TOLVARAN_APPLICATION_SUPPORT_DIR");
+    if (directory == nullptr || *directory == '\0') {
+        throw std::runtime_error("TOLVARAN_APPLICATION_SUPPORT_DIR names no directory");
+    }
+    return directory;
+}
+
+nlohmann::json contentOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    if (isNestedTooDeeply(bytes)) {
+        return readableText(bytes);
+    }
+    nlohmann::json parsed = nlohmann::json::parse(bytes, nullptr, false);
+    return parsed.is_discarded() ? nlohmann::json(readableText(bytes)) : parsed;
+}
+
+}  // namespace
+
+std::string readFilePath(const JsonReader& path) {
+    const fs::path relative = path.text();
+    const bool climbs = std::find(relative.begin(), relative.end(), "..") != relative.end();
+    if (!relative.has_filename() || relative.is_absolute() || climbs) {
+        path.fail("must be a path relative to the application-support directory, and below it");
+    }
+    return relative;
+}
+
+void writeStateFile(const std::string& path, const nlohmann::json& content) {
+    const fs::path target = root() / path;
+    fs::create_directories(target.parent_path());
+    std::ofstream file(target, std::ios::binary | std::ios::trunc);
+    file << (content.is_string() ? content.get<std::string>() : content.dump());
+    file.close();
+    if (!file) {
+        throw std::runtime_error("cannot write " + target.string());
+    }
+}
+
+void removeStateFile(const std::string& path) {
+    const fs::path target = root() / path;
+    if (!fs::remove(target)) {
+        throw std::runtime_error("there is no file " + target.string());
+    }
+}
+
+nlohmann::json stateFiles(const std::string& except) {
+    nlohmann::json files = nlohmann::json::object();
+    const fs::path directory = root();
+    if (!fs::is_directory(directory)) {
+        return files;
+    }
+    fs::recursive_directory_iterator entry(directory);
+    for (; entry != fs::recursive_directory_iterator(); ++entry) {
+        if (entry->is_directory() && entry->path() == fs::path(except)) {
+            entry.disable_recursion_pending();
+        } else if (entry->is_regular_file()) {
+            files[readableText(entry->path().lexically_relative(directory).string())] =
+                contentOf(entry->path());
+        }
+    }
+    return files;
+}
+
+}  // namespace simulator

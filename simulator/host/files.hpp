@@ -1,0 +1,30 @@
+// The files of the simulated Mac's application-support directory, as scenarios name them: by a
+// path relative to that directory. They lie on the host's disk, in the directory that the
+// environment variable TOLVARAN_APPLICATION_SUPPORT_DIR names. No fault meets this access.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "simulator/machine/json_reader.hpp"
+
+namespace simulator {
+
+/// A relative path that stays below its directory.
+/// @throws std::invalid_argument naming the key, when it is none
+std::string readFilePath(const JsonReader& path);
+
+/// Writes a file, creating its directories: a string as it stands, anything else as JSON.
+/// @throws std::runtime_error when the host refuses, or the variable is not set
+void writeStateFile(const std::string& path, const nlohmann::json& content);
+
+/// Removes a file.
+/// @throws std::runtime_error when there is none, the host refuses, or the variable is not set
+void removeStateFile(const std::string& path);
+
+/// Every file below the directory by its path, JSON where it parses and is not nested too deeply,
+/// else as a string (bytes that are no UTF-8 replaced by U+FFFD).
+/// @param except a directory whose files are left out; it need not lie below
+nlohmann::json stateFiles(const std::string& except);
+
+}  // namespace simulator

@@ -1,0 +1,163 @@
+#include "simulator/host/processes.hpp"
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <map>
+#include <system_error>
+#include <vector>
+
+#include "simulator/host/host_calls.hpp"
+#include "simulator/loop/workspace_events.hpp"
+#include "simulator/machine/machine.hpp"
+
+namespace simulator {
+namespace {
+
+struct Watch {
+    pid_t pid;
+    ExitHandler handler;
+};
+
+struct State {
+    std::map<pid_t, int> children;  // pid, descriptor of the process
+    std::map<ExitWatch, Watch> watches;
+    ExitWatch lastWatch = 0;
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+[[noreturn]] void beChild(pid_t parent) {
+    // Nothing of the parent's is kept open, so that nobody waits for this process by mistake.
+    close_range(0, ~0U, 0);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    while (getppid() == parent) {
+        pause();
+    }
+    _exit(0);
+}
+
+int openProcess(pid_t pid) {
+    return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+}
+
+/// The process has ended: what the rest of the Mac does about it.
+void noticeExit(pid_t pid) {
+    std::vector<ExitHandler> handlers;
+    for (auto watch = state().watches.begin(); watch != state().watches.end();) {
+        if (watch->second.pid == pid) {
+            handlers.push_back(std::move(watch->second.handler));
+            watch = state().watches.erase(watch);
+        } else {
+            ++watch;
+        }
+    }
+    auto& applications = mac().applications;
+    const auto found = std::find_if(applications.begin(), applications.end(),
+                                    [pid](const Application& a) { return a.pid == pid; });
+    std::optional<Application> ended;
+    if (found != applications.end()) {
+        ended = *found;
+        ended->terminated = true;
+        applications.erase(found);
+    }
+    for (const ExitHandler& handler : handlers) {
+        handler();
+    }
+    if (ended) {
+        postTermination(ended);
+    }
+}
+
+void reap(std::map<pid_t, int>::iterator child) {
+    waitpid(child->first, nullptr, 0);
+    __real_close(child->second);
+    state().children.erase(child);
+}
+
+timespec remaining(clock::Time time) {
+    const clock::Time rest = std::max<clock::Time>(time - clock::now(), 0);
+    return {rest / clock::second, rest % clock::second};
+}
+
+}  // namespace
+
+pid_t startProcess() {
+    const pid_t parent = __real_getpid();
+    const pid_t pid = fork();
+    if (pid == 0) {
+        beChild(parent);
+    }
+    const int descriptor = pid > 0 ? openProcess(pid) : -1;
+    if (descriptor < 0) {
+        const int error = errno;
+        if (pid > 0) {
+            __real_kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+        }
+        throw std::system_error(error, std::generic_category(), "cannot start a child process");
+    }
+    state().children.emplace(pid, descriptor);
+    return pid;
+}
+
+void killProcess(pid_t pid) {
+    if (state().children.contains(pid)) {
+        __real_kill(pid, SIGKILL);
+    } else {
+        noticeExit(pid);
+    }
+}
+
+bool isAlive(pid_t pid) {
+    const auto& applications = mac().applications;
+    return std::any_of(applications.begin(), applications.end(),
+                       [pid](const Application& a) { return a.pid == pid; });
+}
+
+ExitWatch watchExit(pid_t pid, ExitHandler handler) {
+    const ExitWatch watch = ++state().lastWatch;
+    state().watches.emplace(watch, Watch{pid, std::move(handler)});
+    return watch;
+}
+
+void unwatchExit(ExitWatch watch) {
+    state().watches.erase(watch);
+}
+
+void waitForProcesses(clock::Time time) {
+    std::vector<pollfd> descriptors;
+    std::vector<pid_t> pids;
+    for (const auto& [pid, descriptor] : state().children) {
+        descriptors.push_back({descriptor, POLLIN, 0});
+        pids.push_back(pid);
+    }
+    const timespec rest = remaining(time);
+    ppoll(descriptors.data(), descriptors.size(), time == clock::never ? nullptr : &rest, nullptr);
+    for (std::size_t i = 0; i < pids.size(); ++i) {
+        if (descriptors[i].revents != 0) {
+            reap(state().children.find(pids[i]));
+            noticeExit(pids[i]);
+        }
+    }
+}
+
+void clearProcesses() {
+    state().watches.clear();
+    while (!state().children.empty()) {
+        const auto child = state().children.begin();
+        __real_kill(child->first, SIGKILL);
+        reap(child);
+    }
+}
+
+}  // namespace simulator

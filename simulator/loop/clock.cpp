@@ -1,0 +1,62 @@
+#include "simulator/loop/clock.hpp"
+
+#include <algorithm>
+#include <ctime>
+
+namespace simulator::clock {
+namespace {
+
+constexpr std::int64_t virtualStart = 1'767'225'600 * second;  // 2026-01-01T00:00:00Z
+
+struct State {
+    Kind kind = Kind::virtualTime;
+    Time virtualNow = 0;
+    std::int64_t realStart = 0;  // CLOCK_MONOTONIC at time 0
+};
+
+State& state() {
+    static State instance;
+    return instance;
+}
+
+std::int64_t read(clockid_t id) {
+    timespec time{};
+    clock_gettime(id, &time);
+    return time.tv_sec * second + time.tv_nsec;
+}
+
+}  // namespace
+
+void restart(Kind kind) {
+    state() = {kind, 0, kind == Kind::realTime ? read(CLOCK_MONOTONIC) : 0};
+}
+
+bool isVirtual() {
+    return state().kind == Kind::virtualTime;
+}
+
+Time now() {
+    return isVirtual() ? state().virtualNow : read(CLOCK_MONOTONIC) - state().realStart;
+}
+
+double seconds() {
+    return static_cast<double>(now()) / static_cast<double>(second);
+}
+
+Time fromSeconds(double seconds) {
+    constexpr double limit = 9.2e9;  // just below what 63 bits of nanoseconds hold
+    if (seconds >= limit) {
+        return never;
+    }
+    return seconds > 0 ? static_cast<Time>(seconds * static_cast<double>(second) + 0.5) : 0;
+}
+
+std::int64_t date() {
+    return isVirtual() ? virtualStart + state().virtualNow : read(CLOCK_REALTIME);
+}
+
+void moveTo(Time time) {
+    state().virtualNow = std::max(state().virtualNow, time);
+}
+
+}  // namespace simulator::clock

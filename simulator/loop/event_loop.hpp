@@ -1,0 +1,63 @@
+// The loop that everything in a simulated process runs in, and the two lists that it works off:
+// the outside world's events (the timeline) and the main queue (the process's own work, among it
+// the handlers of timers, process exits and notifications).
+//
+// Events happen when they are due, whatever the process is doing, so also while it sleeps. Work on
+// the main queue runs one item after the other, never inside another. What is due at one time runs
+// in this order: events as they were planned, then the work that events have queued, then other
+// work, each as it was queued.
+//
+// The virtual clock stands still while work runs. Once more than 1,000 pieces have run at one time,
+// each takes a second, until nothing is due and time passes by itself again: so a process that
+// never comes to rest reaches the end of its run.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+#include "simulator/loop/clock.hpp"
+#include "simulator/loop/main_queue.hpp"
+
+namespace simulator {
+
+/// Plans an event of the outside world.
+void planEvent(clock::Time due, std::function<void()> event);
+
+/// Lets an event of the outside world happen now.
+void happen(const std::function<void()>& event);
+
+/// Names one piece of queued work.
+using WorkID = std::uint64_t;
+
+/// Queues work on the main queue that becomes due at a time (a past one: now).
+WorkID queueWork(clock::Time due, std::function<void()> work);
+/// Takes work off the queue; does nothing when it has run or is running.
+void dropWork(WorkID work);
+/// Queues work that is due now and is run by clearEventLoop() if it has not run by then: the
+/// finalizers, so that what they free is freed in any case.
+void queueLastingWork(std::function<void()> work);
+
+/// Runs everything due until `end`, both included, then lets the time be `end`. Work that is still
+/// taking its time at `end` is the last to run; what is due behind it stays queued.
+/// Not to be called from within an event or work.
+void runUntil(clock::Time end);
+
+/// Lets time pass while the process does nothing of its own: events happen, queued work waits.
+void sleepUntil(clock::Time end);
+
+/// When the event loop of the shared application returns; 0 after a reset, so that a process whose
+/// end nobody set does only what is due at once.
+void setEndOfRun(clock::Time end);
+clock::Time endOfRun();
+
+/// What the loop is about to do, or has just done.
+enum class LoopMoment { beforeWork, beforeEvent, afterEvent };
+/// Calls `observer` at each of these moments, until clearEventLoop(): for who wants to know whether
+/// it was the process or the outside world that changed something.
+void observeLoop(std::function<void(LoopMoment)> observer);
+
+/// Drops everything planned and queued, and the observer.
+void clearEventLoop();
+
+}  // namespace simulator

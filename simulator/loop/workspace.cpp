@@ -1,0 +1,129 @@
+// The workspace and the shared application of the simulated Mac, behind platform/workspace.hpp.
+
+#include "platform/workspace.hpp"
+
+#include <algorithm>
+#include <list>
+
+#include "simulator/faults/recorder.hpp"
+#include "simulator/loop/event_loop.hpp"
+#include "simulator/loop/workspace_events.hpp"
+
+namespace simulator {
+namespace {
+
+using tolvaran::workspace::ApplicationHandler;
+using tolvaran::workspace::Observation;
+using tolvaran::workspace::RunningApplication;
+
+// Observers, in the order of registration. Each list holds them weakly: an observer is its token,
+// and a notification still on its way to one that is gone reaches nobody.
+using Observers = std::list<std::weak_ptr<ApplicationHandler>>;
+
+struct State {
+    Observers launches;
+    Observers terminations;
+    Observers wakes;
+    bool activationIsProhibited = false;
+};
+
+State& state() {
+    static State& instance = *new State;
+    return instance;
+}
+
+std::optional<RunningApplication> running(const std::optional<Application>& application) {
+    if (!application) {
+        return std::nullopt;
+    }
+    return RunningApplication{application->bundle, application->pid, application->terminated};
+}
+
+void post(Observers& observers, const std::optional<Application>& application) {
+    observers.remove_if([](const auto& observer) { return observer.expired(); });
+    for (const auto& observer : observers) {
+        onMainQueue([observer, about = running(application)] {
+            if (const auto handler = observer.lock()) {
+                (*handler)(about);
+            }
+        });
+    }
+}
+
+Observation observe(std::string_view function, Observers& observers, ApplicationHandler handler) {
+    auto token = std::make_shared<ApplicationHandler>(std::move(handler));
+    if (admit(function).performs) {
+        observers.push_back(token);
+    }
+    return Observation(std::move(token));
+}
+
+}  // namespace
+
+void postLaunch(const std::optional<Application>& application) {
+    post(state().launches, application);
+}
+
+void postTermination(const std::optional<Application>& application) {
+    post(state().terminations, application);
+}
+
+void postWake() {
+    post(state().wakes, std::nullopt);
+}
+
+void clearWorkspace() {
+    state() = {};
+}
+
+bool activationIsProhibited() {
+    return state().activationIsProhibited;
+}
+
+}  // namespace simulator
+
+namespace tolvaran::workspace {
+
+// A Mac changes this list only between two pieces of the main run loop's work, so that a process
+// that waits within one does not see an application come or go before it has ended. Here the list
+// is always that of the machine, on which events also happen during a wait.
+std::vector<RunningApplication> runningApplications() {
+    const auto& applications = simulator::mac().applications;
+    std::vector<RunningApplication> list;
+    if (!simulator::admit("runningApplications").performs) {
+        return list;
+    }
+    std::transform(
+        applications.begin(), applications.end(), std::back_inserter(list),
+        [](const simulator::Application& application) { return *simulator::running(application); });
+    return list;
+}
+
+Observation observeLaunches(ApplicationHandler handler) {
+    return simulator::observe("observeLaunches", simulator::state().launches, std::move(handler));
+}
+
+Observation observeTerminations(ApplicationHandler handler) {
+    return simulator::observe("observeTerminations", simulator::state().terminations,
+                              std::move(handler));
+}
+
+Observation observeWakes(std::function<void()> handler) {
+    return simulator::observe("observeWakes", simulator::state().wakes,
+                              [handler = std::move(handler)](const auto&) { handler(); });
+}
+
+void prohibitActivation() {
+    // Not among the recorded calls: it is about the process itself, not about the Mac.
+    simulator::state().activationIsProhibited = simulator::admit("setActivationPolicy").performs;
+}
+
+void withAutoreleasePool(const std::function<void()>& work) {
+    work();
+}
+
+void runEventLoop() {
+    simulator::runUntil(simulator::endOfRun());
+}
+
+}  // namespace tolvaran::workspace

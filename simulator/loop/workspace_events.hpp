@@ -1,0 +1,21 @@
+// What happens in the simulated workspace, towards the observers that platform/workspace.hpp
+// registers. Every observer that is registered now is called on the main queue, unless it has been
+// removed by then.
+#pragma once
+
+#include <optional>
+
+#include "simulator/machine/machine.hpp"
+
+namespace simulator {
+
+/// Posts did-launch, did-terminate or did-wake. Without an application the notification names none,
+/// which a well-behaved workspace does not do but an observer has to bear.
+void postLaunch(const std::optional<Application>& application);
+void postTermination(const std::optional<Application>& application);
+void postWake();
+
+/// Removes all observers.
+void clearWorkspace();
+
+}  // namespace simulator

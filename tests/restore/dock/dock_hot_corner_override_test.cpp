@@ -1,0 +1,619 @@
+#include "restore/dock/dock_hot_corner_override.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "restore/dock/hot_corner_lease_state.hpp"
+#include "restore/support/process_wide.hpp"
+#include "simulator/host/file_calls.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/restore/dock/hot_corner_mac.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using namespace tests;
+using Outcome = DockHotCornerLeaseExitOutcome;
+using enum DockHotCornerLeaseOwner;
+
+const std::string syncError = "could not sync com.apple.dock prefs after writing wvous-*-corner";
+
+class HotCornerLeases : public testing::Test {
+  protected:
+    HotCornerLeases() { startProcess(usersMac()); }
+    ~HotCornerLeases() override {
+        EXPECT_EQ(simulator::liveObjects(), objectsBefore_);
+        endProcess();
+    }
+
+    void startProcess(const json& mac) {
+        endProcess();
+        simulator::reset(mac);
+        objectsBefore_ = simulator::liveObjects();
+        taken_ = 0;
+    }
+
+    /// The text of what entering throws; empty when it succeeds.
+    std::string enteringError(DockHotCornerLeaseOwner owner, const std::string& domain = theDock) {
+        try {
+            DockHotCornerOverride::enter(owner, path_, domain);
+            return "";
+        } catch (const DockHotCornerOverride::OverrideError& error) {
+            return error.what();
+        }
+    }
+
+    DockHotCornerSnapshot enter(DockHotCornerLeaseOwner owner) {
+        return DockHotCornerOverride::enter(owner, path_, theDock);
+    }
+    Outcome exit(DockHotCornerLeaseOwner owner) {
+        return DockHotCornerOverride::exit(owner, path_, theDock);
+    }
+    bool restoreIfPending() { return DockHotCornerOverride::restoreIfPending(path_, theDock); }
+
+    /// The calls since the last time.
+    Lines takeCalls() {
+        const Lines all = callLines();
+        const Lines fresh(all.begin() + static_cast<std::ptrdiff_t>(taken_), all.end());
+        taken_ = all.size();
+        return fresh;
+    }
+
+    void synchronizingFails() {
+        simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+    }
+    void writingFails() { simulator::addFault({{"call", "rename"}, {"result", "EIO"}}); }
+
+    /// The error of a write that fails so.
+    std::string writeError() const {
+        return "could not persist hot-corner snapshot: write " + path_ + ": rename " + path_ +
+               ": Input/output error";
+    }
+
+    void expectUsersCorners() {
+        EXPECT_EQ(preferences(), usersPreferences());
+        EXPECT_EQ(liveCorners(), json({{5, 2, 1, 13}, {1048576, 0, 131072, 524288}}));
+    }
+    void expectSuppressedCorners() {
+        EXPECT_EQ(preferences(), suppressedPreferences());
+        EXPECT_EQ(liveCorners(), suppressedCorners);
+    }
+
+    TemporaryDirectory directory_;
+    // Faults meet file calls below this directory only.
+    ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
+    std::string path_ = directory_ / "State/hot-corners-snapshot.json";
+    LogCapture log_;
+
+  private:
+    std::size_t objectsBefore_ = 0;
+    std::size_t taken_ = 0;
+};
+
+// --- The first lease and the last.
+
+TEST_F(HotCornerLeases, TheFirstSavesAndSuppressesAndTheLastRestores) {
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(enter(customHotCorners), usersSnapshot());
+    EXPECT_EQ(takeCalls(), Lines{readsCorners} + suppresses());
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_TRUE(DockHotCornerOverride::isActive());
+    EXPECT_TRUE(DockHotCornerOverride::isHeld(customHotCorners));
+    EXPECT_FALSE(DockHotCornerOverride::isHeld(gameMode));
+    EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
+    expectSuppressedCorners();
+
+    EXPECT_EQ(exit(customHotCorners), Outcome::restored);
+    EXPECT_EQ(takeCalls(), restores());
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), std::nullopt);
+    expectUsersCorners();
+    EXPECT_EQ(directory_.list(), Lines{"State/"});
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, CornersThatWereNeverSetAreRestoredByRemovingEveryKey) {
+    startProcess({{"preferences", {{theDock, {{"orientation", "left"}}}}}});
+    enter(gameMode);
+    EXPECT_EQ(readFile(path_), R"({"liveActions":[1,1,1,1],"liveModifiers":[0,0,0,0]})");
+    EXPECT_EQ(exit(gameMode), Outcome::restored);
+    EXPECT_EQ(preferences(), json({{"orientation", "left"}}));
+}
+
+TEST_F(HotCornerLeases, NothingChangesWhenTheSnapshotCannotBeSaved) {
+    writingFails();
+    EXPECT_EQ(enteringError(gameMode), writeError());
+    EXPECT_EQ(takeCalls(), Lines{readsCorners});
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, NothingChangesWhenAPreferenceDoesNotFit) {
+    simulator::set({{"preferences", {{theDock, {{"wvous-tr-corner", std::int64_t{1} << 40}}}}}});
+    EXPECT_EQ(enteringError(gameMode),
+              "could not persist hot-corner snapshot: encode: hot-corner snapshot contains a value "
+              "outside the Int32 range");
+    EXPECT_EQ(takeCalls(), Lines{readsCorners});
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(directory_.list(), Lines{});
+}
+
+TEST_F(HotCornerLeases, AFirstLeaseThatFailsIsRolledBack) {
+    simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}, {"times", 1}});
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(takeCalls(),
+              Lines{readsCorners} + writesDisabledPreferences() + announces(false) + restores());
+    expectUsersCorners();
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(directory_.list(), Lines{"State/"});
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, AFirstLeaseThatCannotBeRolledBackKeepsItsSnapshot) {
+    synchronizingFails();
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(takeCalls(), Lines{readsCorners} + writesDisabledPreferences() + announces(false) +
+                               writesUsersPreferences() + announces(false));
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, WithoutTheNativeFunctionsAFirstLeaseWritesAndRollsBackThePreferences) {
+    json mac = usersMac();
+    mac["unavailable"] = {"CoreDockSetExposeCornerActionWithModifier"};
+    startProcess(mac);
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(takeCalls(), Lines{readsCorners} + writesDisabledPreferences() + announces(true) +
+                               writesUsersPreferences() + announces(true));
+    expectUsersCorners();
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(log_.lines(),
+              (Lines{"warn: hot-corner disable failed because required CoreDock functions are "
+                     "unavailable",
+                     "warn: hot-corner restore found the CoreDock setter unavailable and restored "
+                     "raw preferences only"}));
+}
+
+// --- A snapshot that is pending when the first lease is taken.
+
+TEST_F(HotCornerLeases, TheFirstRestoresWhatACrashHasLeftBeforeItTakesASnapshot) {
+    enter(gameMode);
+    endProcess();
+    takeCalls();
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(enter(displayTransition), usersSnapshot());
+    EXPECT_EQ(takeCalls(), restores() + Lines{readsCorners} + suppresses());
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(exit(displayTransition), Outcome::restored);
+    expectUsersCorners();
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, TheFirstRefusesToReplaceASnapshotThatCannotBeRestored) {
+    enter(gameMode);
+    endProcess();
+    synchronizingFails();
+    takeCalls();
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(takeCalls(), writesUsersPreferences() + announces(false));
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(log_.lines(),
+              (Lines{"warn: hot-corner restoreIfPending: CFPreferencesAppSynchronize failed; "
+                     "snapshot kept at " +
+                         path_ + " for retry",
+                     "warn: hot-corner enter: pending snapshot at " + path_ +
+                         " could not be restored (corrupt file or Dock sync failed); refusing to "
+                         "overwrite with fresh snapshot"}));
+}
+
+TEST_F(HotCornerLeases, TheFirstRefusesToReplaceACorruptSnapshot) {
+    writeFile(path_, "{");
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(readFile(path_), "{");
+    EXPECT_EQ(log_.lines(),
+              (Lines{"warn: hot-corner snapshot at " + path_ +
+                         " failed to decode: no valid JSON at byte 2",
+                     "warn: hot-corner enter: pending snapshot at " + path_ +
+                         " could not be restored (corrupt file or Dock sync failed); refusing to "
+                         "overwrite with fresh snapshot"}));
+}
+
+TEST_F(HotCornerLeases, TheFirstRefusesADirectoryInTheSnapshotsPlace) {
+    std::filesystem::create_directories(path_);
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(log_.lines(), Lines{"warn: hot-corner enter: pending snapshot at " + path_ +
+                                  " could not be restored (corrupt file or Dock sync failed); "
+                                  "refusing to overwrite with fresh snapshot"});
+}
+
+// --- The same owner again.
+
+TEST_F(HotCornerLeases, EnteringTwiceLeavesOneLease) {
+    enter(gameMode);
+    takeCalls();
+    EXPECT_EQ(enter(gameMode), usersSnapshot());
+    EXPECT_EQ(takeCalls(), Lines{readsCorners});
+    EXPECT_EQ(exit(gameMode), Outcome::restored);
+    expectUsersCorners();
+    EXPECT_EQ(exit(gameMode), Outcome::noLease);
+}
+
+TEST_F(HotCornerLeases, RenewingSuppressesAgainWhatTheUserHasSwitchedOn) {
+    enter(gameMode);
+    simulator::set({{"dock", {{"cornerActions", {1, 1, 1, 10}}}}});
+    takeCalls();
+    EXPECT_EQ(enter(gameMode), usersSnapshot());
+    EXPECT_EQ(takeCalls(), Lines{readsCorners} + suppresses());
+    expectSuppressedCorners();
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+}
+
+TEST_F(HotCornerLeases, RenewingKeepsTheLeaseWhenTheSuppressionFails) {
+    enter(gameMode);
+    simulator::set({{"dock", {{"cornerActions", {1, 1, 1, 10}}}}});
+    synchronizingFails();
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_TRUE(DockHotCornerOverride::isHeld(gameMode));
+    simulator::clearFaults();
+    EXPECT_EQ(exit(gameMode), Outcome::restored);
+    expectUsersCorners();
+}
+
+TEST_F(HotCornerLeases, RenewingPutsALostFileBack) {
+    const std::string undecodable =
+        "warn: hot-corner snapshot at " + path_ + " failed to decode: no valid JSON at byte ";
+    const std::vector<std::pair<std::string, Lines>> contents = {{"", {undecodable + "1"}},
+                                                                 {"{", {undecodable + "2"}},
+                                                                 {"{}", {}},
+                                                                 {R"({"tlCorner":1})", {}}};
+    for (const auto& [content, warnings] : contents) {
+        startProcess(usersMac());
+        std::filesystem::remove(path_);
+        enter(gameMode);
+        writeFile(path_, content);
+        EXPECT_EQ(enter(gameMode), usersSnapshot());
+        EXPECT_EQ(readFile(path_), usersSnapshotText) << content;
+        EXPECT_EQ(log_.take(), warnings) << content;
+    }
+    std::filesystem::remove(path_);
+    enter(gameMode);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(log_.take(), Lines{});
+}
+
+TEST_F(HotCornerLeases, RenewingLeavesAGoodFileAlone) {
+    enter(gameMode);
+    const std::string sameWithBlanks = " " + usersSnapshotText;
+    writeFile(path_, sameWithBlanks);
+    enter(gameMode);
+    enter(customHotCorners);
+    exit(gameMode);
+    EXPECT_EQ(readFile(path_), sameWithBlanks);
+}
+
+TEST_F(HotCornerLeases, ASnapshotThatALeaseNeedsIsNotForgotten) {
+    enter(gameMode);
+    DockHotCornerOverride::forgetSnapshotOnDisk(path_);
+    DockHotCornerOverride::deleteSnapshot(path_);
+    EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(enter(gameMode), usersSnapshot());
+}
+
+TEST_F(HotCornerLeases, RenewingFailsWhenALostFileCannotBePutBack) {
+    enter(gameMode);
+    std::filesystem::remove(path_);
+    writingFails();
+    takeCalls();
+    EXPECT_EQ(enteringError(gameMode), writeError());
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_TRUE(DockHotCornerOverride::isHeld(gameMode));
+    EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
+}
+
+// --- Further owners.
+
+TEST_F(HotCornerLeases, TheCornersStaySuppressedUntilTheLastOwnerExits) {
+    enter(gameMode);
+    takeCalls();
+    EXPECT_EQ(enter(customHotCorners), usersSnapshot());
+    EXPECT_EQ(takeCalls(), suppresses()) << "joining suppresses without asking first";
+    EXPECT_EQ(enter(displayTransition), usersSnapshot());
+    takeCalls();
+    EXPECT_EQ(exit(customHotCorners), Outcome::suppressionMaintained);
+    EXPECT_EQ(takeCalls(), Lines{readsCorners});
+    expectSuppressedCorners();
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(exit(gameMode), Outcome::suppressionMaintained);
+    expectSuppressedCorners();
+    EXPECT_EQ(exit(displayTransition), Outcome::restored);
+    expectUsersCorners();
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, JoiningFailsWithoutALeaseWhenTheSuppressionFails) {
+    enter(gameMode);
+    synchronizingFails();
+    EXPECT_EQ(enteringError(customHotCorners), syncError);
+    EXPECT_FALSE(DockHotCornerOverride::isHeld(customHotCorners));
+    EXPECT_TRUE(DockHotCornerOverride::isHeld(gameMode));
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+}
+
+TEST_F(HotCornerLeases, JoiningFailsWithoutALeaseWhenALostFileCannotBePutBack) {
+    enter(gameMode);
+    std::filesystem::remove(path_);
+    writingFails();
+    takeCalls();
+    EXPECT_EQ(enteringError(customHotCorners), writeError());
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_FALSE(DockHotCornerOverride::isHeld(customHotCorners));
+    simulator::clearFaults();
+    EXPECT_EQ(enteringError(customHotCorners), "");
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+}
+
+// --- Giving a lease back.
+
+TEST_F(HotCornerLeases, ExitWithoutALeaseTouchesNothing) {
+    EXPECT_EQ(exit(gameMode), Outcome::noLease);
+    writeFile(path_, usersSnapshotText);
+    EXPECT_EQ(exit(gameMode), Outcome::noLease);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(takeCalls(), Lines{});
+    std::filesystem::remove(path_);
+    enter(gameMode);
+    takeCalls();
+    EXPECT_EQ(exit(customHotCorners), Outcome::noLease);
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(exit(gameMode), Outcome::restored);
+}
+
+TEST_F(HotCornerLeases, ALastExitThatCannotRestoreKeepsTheSnapshot) {
+    enter(gameMode);
+    synchronizingFails();
+    EXPECT_EQ(exit(gameMode), Outcome::restoreFailed);
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner exit: CFPreferencesAppSynchronize failed; "
+                                 "snapshot kept at " +
+                                 path_ + " for retry"});
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    std::filesystem::remove(path_);
+    EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
+    simulator::clearFaults();
+    EXPECT_TRUE(restoreIfPending());
+    expectUsersCorners();
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, TheWarningOfALastExitIsTheSameWhateverMadeTheRestoreFail) {
+    enter(gameMode);
+    simulator::addFault({{"call", "CoreDockSetExposeCornerActionWithModifier"}, {"effect", false}});
+    EXPECT_EQ(exit(gameMode), Outcome::restoreFailed);
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner exit: CFPreferencesAppSynchronize failed; "
+                                 "snapshot kept at " +
+                                 path_ + " for retry"});
+}
+
+TEST_F(HotCornerLeases, ALastExitRestoresAlsoWhenALostFileCannotBePutBack) {
+    enter(gameMode);
+    std::filesystem::remove(path_);
+    writingFails();
+    EXPECT_EQ(exit(gameMode), Outcome::restored);
+    expectUsersCorners();
+    EXPECT_EQ(log_.take(),
+              Lines{"warn: hot-corner release could not re-persist its recovery snapshot: " +
+                    writeError()});
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+}
+
+TEST_F(HotCornerLeases, AnExitThatLeavesOthersSuppressesAgain) {
+    enter(gameMode);
+    enter(customHotCorners);
+    simulator::set({{"dock", {{"cornerModifiers", {0, 0, 0, 7}}}}});
+    takeCalls();
+    EXPECT_EQ(exit(gameMode), Outcome::suppressionMaintained);
+    EXPECT_EQ(takeCalls(), Lines{readsCorners} + suppresses());
+    expectSuppressedCorners();
+}
+
+TEST_F(HotCornerLeases, AnExitThatLeavesOthersSaysThatItCannotSuppressAgain) {
+    enter(gameMode);
+    enter(customHotCorners);
+    simulator::set({{"dock", {{"cornerModifiers", {0, 0, 0, 7}}}}});
+    synchronizingFails();
+    EXPECT_EQ(exit(gameMode), Outcome::suppressionReassertFailed);
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner release could not refresh native suppression "
+                                 "while other owners remain"});
+    EXPECT_FALSE(DockHotCornerOverride::isHeld(gameMode));
+    EXPECT_TRUE(DockHotCornerOverride::isHeld(customHotCorners));
+}
+
+TEST_F(HotCornerLeases, AnExitThatLeavesOthersNeedsTheFile) {
+    enter(gameMode);
+    enter(customHotCorners);
+    std::filesystem::remove(path_);
+    writingFails();
+    takeCalls();
+    EXPECT_EQ(exit(gameMode), Outcome::suppressionReassertFailed);
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(log_.take(),
+              Lines{"warn: hot-corner release could not re-persist its recovery snapshot: " +
+                    writeError()});
+    EXPECT_FALSE(DockHotCornerOverride::isHeld(gameMode));
+    EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
+}
+
+// --- Leases without any snapshot. No sequence of operations leads here, so the test puts the
+// process into such a state itself.
+
+TEST_F(HotCornerLeases, LeasesWithoutASnapshotCannotBeRenewedOrJoined) {
+    DockHotCornerOverride::leaseState().owners = {"gameMode"};
+    EXPECT_EQ(enteringError(gameMode),
+              "could not persist hot-corner snapshot: active gameMode lease has no persisted "
+              "snapshot");
+    EXPECT_EQ(enteringError(displayTransition),
+              "could not persist hot-corner snapshot: active hot-corner leases have no persisted "
+              "snapshot");
+    DockHotCornerOverride::leaseState().owners = {"displayTransition"};
+    EXPECT_EQ(enteringError(displayTransition),
+              "could not persist hot-corner snapshot: active displayTransition lease has no "
+              "persisted snapshot");
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(directory_.list(), Lines{});
+}
+
+TEST_F(HotCornerLeases, LeasesWithoutASnapshotCannotBeUndone) {
+    DockHotCornerOverride::leaseState().owners = {"customHotCorners", "gameMode"};
+    EXPECT_EQ(exit(gameMode), Outcome::suppressionReassertFailed);
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner release found no recoverable snapshot while "
+                                 "other owners remain"});
+    EXPECT_EQ(exit(customHotCorners), Outcome::snapshotUnavailable);
+    EXPECT_EQ(log_.take(),
+              Lines{"warn: hot-corner release found no recoverable snapshot for the final owner"});
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_EQ(takeCalls(), Lines{});
+}
+
+TEST_F(HotCornerLeases, LeasesTakeTheirSnapshotFromTheFileWhenMemoryHasNone) {
+    DockHotCornerOverride::leaseState().owners = {"gameMode"};
+    writeFile(path_, usersSnapshotText);
+    EXPECT_EQ(enter(gameMode), usersSnapshot());
+    std::filesystem::remove(path_);
+    EXPECT_EQ(exit(gameMode), Outcome::restored);
+    expectUsersCorners();
+}
+
+// --- Recovery.
+
+TEST_F(HotCornerLeases, EnteringNeverOverwritesASnapshotThatItCannotSee) {
+    writeFile(path_, usersSnapshotText);
+    simulator::exposeToFaults(std::filesystem::path(path_).parent_path());
+    simulator::addFault({{"call", "stat"}, {"result", "EIO"}});
+    simulator::addFault({{"call", "open"}, {"result", "EIO"}});
+    EXPECT_EQ(enteringError(gameMode), syncError);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+}
+
+TEST_F(HotCornerLeases, RecoveryWithNothingPendingIsSilent) {
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, RecoveryRestoresWhatACrashHasLeft) {
+    enter(gameMode);
+    enter(customHotCorners);
+    endProcess();
+    takeCalls();
+    EXPECT_TRUE(restoreIfPending());
+    EXPECT_EQ(takeCalls(), restores());
+    expectUsersCorners();
+    EXPECT_EQ(directory_.list(), Lines{"State/"});
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerLeases, RecoveryIsRefusedWhileALeaseIsHeld) {
+    enter(gameMode);
+    takeCalls();
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner restoreIfPending refused while suppression "
+                                 "leases remain active"});
+    EXPECT_EQ(takeCalls(), Lines{});
+    expectSuppressedCorners();
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_TRUE(DockHotCornerOverride::isHeld(gameMode));
+}
+
+TEST_F(HotCornerLeases, RecoveryKeepsASnapshotThatItCannotRestore) {
+    writeFile(path_, usersSnapshotText);
+    synchronizingFails();
+    const Lines warning = {
+        "warn: hot-corner restoreIfPending: CFPreferencesAppSynchronize failed; "
+        "snapshot kept at " +
+        path_ + " for retry"};
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(log_.take(), warning);
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(log_.take(), warning);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    simulator::clearFaults();
+    EXPECT_TRUE(restoreIfPending());
+    expectUsersCorners();
+}
+
+TEST_F(HotCornerLeases, RecoveryRestoresAlsoWhatItCannotWriteAgain) {
+    enter(gameMode);
+    synchronizingFails();
+    exit(gameMode);
+    simulator::clearFaults();
+    log_.take();
+    std::filesystem::remove(path_);
+    writingFails();
+    EXPECT_TRUE(restoreIfPending());
+    expectUsersCorners();
+    EXPECT_EQ(log_.take(),
+              Lines{"warn: hot-corner restoreIfPending could not re-persist its recovery "
+                    "snapshot: " +
+                    writeError()});
+}
+
+TEST_F(HotCornerLeases, WhatIsInMemoryComesBeforeWhatIsOnDisk) {
+    enter(gameMode);
+    synchronizingFails();
+    exit(gameMode);
+    simulator::clearFaults();
+    writeFile(path_, R"({"tlCorner":1,"trCorner":1,"blCorner":1,"brCorner":1})");
+    EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
+    EXPECT_TRUE(restoreIfPending());
+    expectUsersCorners();
+}
+
+TEST_F(HotCornerLeases, RecoveryIgnoresWhatItCannotDecode) {
+    writeFile(path_, R"({"liveActions":[1,1,1],"liveModifiers":[0,0,0]})");
+    EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(log_.take(),
+              Lines{"warn: hot-corner snapshot at " + path_ +
+                    " failed to decode: \"liveActions\": live hot-corner actions and modifiers "
+                    "must be paired four-element Int32 arrays"});
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_TRUE(DockHotCornerOverride::isPending(path_));
+}
+
+// --- Other domains.
+
+TEST_F(HotCornerLeases, InAForeignDomainOnlyPreferencesChange) {
+    const std::string domain = "com.example.dock";
+    simulator::set({{"preferences", {{domain, usersPreferences()}}}});
+    const DockHotCornerSnapshot snapshot = DockHotCornerOverride::enter(gameMode, path_, domain);
+    EXPECT_EQ(snapshot.liveActions, std::nullopt);
+    EXPECT_EQ(takeCalls(), writesDisabledPreferences(domain) + announces(true, domain));
+    EXPECT_EQ(preferences(domain), suppressedPreferences());
+    expectUsersCorners();
+    EXPECT_EQ(DockHotCornerOverride::exit(gameMode, path_, domain), Outcome::restored);
+    EXPECT_EQ(takeCalls(), writesUsersPreferences(domain) + announces(true, domain));
+    EXPECT_EQ(preferences(domain), usersPreferences());
+}
+
+}  // namespace
+}  // namespace tolvaran

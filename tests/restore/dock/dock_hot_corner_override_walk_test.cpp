@@ -1,0 +1,515 @@
+// Every sequence of operations on the hot-corner leases, up to a length, instead of examples.
+//
+// A depth-first search goes through all sequences over the letters below. It does not begin anew
+// for each of them: it copies the moment that a prefix leads to (the Mac, the file, the memory of
+// the process) and goes back to it for every letter that may follow. After each step, what the
+// operation returned, logged and left behind is compared with a model that knows the corners only
+// as the user's or suppressed, and one rule is checked on the Mac and the file themselves: the
+// user's corners are never lost. A letter that changes nothing, such as the exit of an owner that
+// holds no lease, is followed by nothing that is not followed without it, and so not gone beyond.
+//
+// The full length is 6: more than a million sequences. Builds with sanitizers are slower and go as
+// far as TOLVARAN_LEASE_WALK_LENGTH in CMakeLists.txt says. The second test has no such limit in
+// any build: it goes on until no letter leads to a moment that it has not met before. That covers
+// sequences of every length, and of more letters.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "restore/dock/dock_hot_corner_override.hpp"
+#include "restore/dock/hot_corner_lease_state.hpp"
+#include "restore/support/process_wide.hpp"
+#include "simulator/machine/machine.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/restore/dock/hot_corner_mac.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using namespace tests;
+using Owner = DockHotCornerLeaseOwner;
+
+enum class Kind {
+    enter,
+    exit,
+    restoreIfPending,
+    restart,  // the process ends; what it had in memory is gone
+    // Throughout the next operation:
+    synchronizeFails,
+    writeFails,
+    removeFails,
+    dockRefuses,  // the Dock's setter does nothing
+    // Somebody removes the snapshot's file.
+    loseFile,
+};
+
+struct Letter {
+    Kind kind;
+    Owner owner = Owner::gameMode;  // of enter and exit
+
+    bool hasOwner() const { return kind == Kind::enter || kind == Kind::exit; }
+    bool isOperation() const { return hasOwner() || kind == Kind::restoreIfPending; }
+
+    std::string text() const {
+        const std::array names = {
+            "enter",      "exit",        "restoreIfPending", "restart", "synchronizeFails",
+            "writeFails", "removeFails", "dockRefuses",      "loseFile"};
+        const std::string name = names.at(static_cast<std::size_t>(kind));
+        return hasOwner() ? name + " " + rawValue(owner) : name;
+    }
+};
+
+const std::vector<Letter> letters = {
+    {Kind::enter, Owner::gameMode},
+    {Kind::enter, Owner::customHotCorners},
+    {Kind::enter, Owner::displayTransition},
+    {Kind::exit, Owner::gameMode},
+    {Kind::exit, Owner::customHotCorners},
+    {Kind::exit, Owner::displayTransition},
+    {Kind::restoreIfPending},
+    {Kind::restart},
+    {Kind::synchronizeFails},
+    {Kind::writeFails},
+};
+
+const std::vector<Letter> furtherLetters = {
+    {Kind::removeFails},
+    {Kind::dockRefuses},
+    {Kind::loseFile},
+};
+
+/// What makes the next operation fail, as a fault of the Mac.
+const std::map<Kind, json> faults = {
+    {Kind::synchronizeFails, {{"call", "CFPreferencesAppSynchronize"}, {"result", false}}},
+    {Kind::writeFails, {{"call", "rename"}, {"result", "EIO"}}},
+    {Kind::removeFails, {{"call", "unlink"}, {"result", "EIO"}}},
+    {Kind::dockRefuses, {{"call", "CoreDockSetExposeCornerActionWithModifier"}, {"effect", false}}},
+};
+
+/// What an operation gives back, as text: an outcome, an error, or how it ended.
+struct Answer {
+    std::string result;
+    Lines log;
+
+    bool operator==(const Answer&) const = default;
+};
+
+// --- The model.
+
+/// What is expected of the system. Of the corners it knows only whether they are suppressed.
+class Model {
+  public:
+    explicit Model(std::string path) : path_(std::move(path)) {}
+
+    bool operator==(const Model&) const = default;
+
+    std::set<Owner> owners;
+    bool inMemory = false;  // the user's corners, as a snapshot
+    bool onDisk = false;
+    bool preferencesSuppressed = false;
+    bool dockSuppressed = false;
+    std::set<Kind> troubles;  // of the next operation
+
+    bool suppressed() const { return preferencesSuppressed || dockSuppressed; }
+
+    Answer perform(const Letter& letter) {
+        Answer answer;
+        answer.result = performed(letter, answer.log);
+        if (letter.isOperation()) {
+            troubles.clear();
+        }
+        return answer;
+    }
+
+  private:
+    std::string performed(const Letter& letter, Lines& log) {
+        switch (letter.kind) {
+            case Kind::enter:
+                return enter(letter.owner, log);
+            case Kind::exit:
+                return exit(letter.owner, log);
+            case Kind::restoreIfPending:
+                return restoreIfPending(log) ? "true" : "false";
+            case Kind::restart:
+                owners.clear();
+                inMemory = false;
+                return "";
+            case Kind::loseFile:
+                onDisk = false;
+                return "";
+            default:
+                troubles.insert(letter.kind);
+                return "";
+        }
+    }
+
+    /// Writes the corners; tells whether that is certain to have worked.
+    bool write(bool suppress) {
+        preferencesSuppressed = suppress;
+        if (troubles.contains(Kind::synchronizeFails)) {
+            return false;
+        }
+        if (!troubles.contains(Kind::dockRefuses)) {
+            dockSuppressed = suppress;
+        }
+        return dockSuppressed == suppress;
+    }
+
+    bool suppress() { return write(true); }
+    bool restore() { return write(false); }
+    bool ensureSuppressed() { return (preferencesSuppressed && dockSuppressed) || suppress(); }
+
+    /// Sees to it that the snapshot is on disk.
+    bool save() {
+        onDisk = onDisk || !troubles.contains(Kind::writeFails);
+        return onDisk;
+    }
+
+    void forget() {
+        onDisk = onDisk && troubles.contains(Kind::removeFails);
+        inMemory = false;
+    }
+
+    std::string writeError() const {
+        return "could not persist hot-corner snapshot: write " + path_ + ": rename " + path_ +
+               ": Input/output error";
+    }
+
+    /// Keeps the snapshot in both places; a failure is logged as one of `operation`.
+    void retain(const std::string& operation, Lines& log) {
+        inMemory = true;
+        if (!save()) {
+            log.push_back("warn: hot-corner " + operation +
+                          " could not re-persist its recovery snapshot: " + writeError());
+        }
+    }
+
+    std::string enter(Owner owner, Lines& log) {
+        const std::string syncFailed =
+            "could not sync com.apple.dock prefs after writing wvous-*-corner";
+        if (owners.empty()) {
+            if ((inMemory || onDisk) && !restoreIfPending(log)) {
+                log.push_back("warn: hot-corner enter: pending snapshot at " + path_ +
+                              " could not be restored (corrupt file or Dock sync failed); "
+                              "refusing to overwrite with fresh snapshot");
+                return syncFailed;
+            }
+            if (troubles.contains(Kind::writeFails)) {
+                return writeError();
+            }
+            onDisk = true;
+            inMemory = true;
+            if (!suppress()) {
+                if (restore()) {
+                    forget();
+                }
+                return syncFailed;
+            }
+        } else {
+            inMemory = true;
+            if (!save()) {
+                return writeError();
+            }
+            if (!(owners.contains(owner) ? ensureSuppressed() : suppress())) {
+                return syncFailed;
+            }
+        }
+        owners.insert(owner);
+        return "entered";
+    }
+
+    std::string exit(Owner owner, Lines& log) {
+        if (owners.erase(owner) == 0) {
+            return "noLease";
+        }
+        retain("release", log);
+        if (owners.empty()) {
+            if (restore()) {
+                forget();
+                return "restored";
+            }
+            log.push_back(kept("exit"));
+            return "restoreFailed";
+        }
+        if (!onDisk) {
+            return "suppressionReassertFailed";
+        }
+        if (!ensureSuppressed()) {
+            log.push_back(
+                "warn: hot-corner release could not refresh native suppression while other owners "
+                "remain");
+            return "suppressionReassertFailed";
+        }
+        return "suppressionMaintained";
+    }
+
+    bool restoreIfPending(Lines& log) {
+        if (!owners.empty()) {
+            log.push_back(
+                "warn: hot-corner restoreIfPending refused while suppression leases remain active");
+            return false;
+        }
+        if (!inMemory && !onDisk) {
+            return false;
+        }
+        retain("restoreIfPending", log);
+        if (!restore()) {
+            log.push_back(kept("restoreIfPending"));
+            return false;
+        }
+        forget();
+        return true;
+    }
+
+    std::string kept(const std::string& operation) const {
+        return "warn: hot-corner " + operation +
+               ": CFPreferencesAppSynchronize failed; snapshot kept at " + path_ + " for retry";
+    }
+
+    std::string path_;
+};
+
+// --- The system.
+
+const char* name(DockHotCornerLeaseExitOutcome outcome) {
+    constexpr std::array names = {"restored",
+                                  "suppressionMaintained",
+                                  "noLease",
+                                  "snapshotUnavailable",
+                                  "restoreFailed",
+                                  "suppressionReassertFailed",
+                                  "snapshotPersistenceFailed",
+                                  "dockSyncFailed"};
+    return names.at(static_cast<std::size_t>(outcome));
+}
+
+/// Everything that the future depends on.
+struct Moment {
+    simulator::Machine mac;
+    std::optional<std::string> file;
+    DockHotCornerOverride::LeaseState memory;
+    Model model;
+    std::string sequence;  // the letters that lead here
+};
+
+bool haveSameCorners(const simulator::Machine& a, const simulator::Machine& b) {
+    return a.preferences == b.preferences && a.dock.cornerActions == b.dock.cornerActions &&
+           a.dock.cornerModifiers == b.dock.cornerModifiers;
+}
+
+bool areSame(const Moment& a, const Moment& b) {
+    return haveSameCorners(a.mac, b.mac) && a.file == b.file && a.memory == b.memory &&
+           a.model == b.model;
+}
+
+/// A directory in memory where the host has such: there is no use in flushing to a real disk.
+const char* fastDirectory() {
+    return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
+}
+
+class Walk {
+  public:
+    const Moment& start() const { return start_; }
+    std::size_t steps() const { return steps_; }
+
+    /// Follows one letter from a moment. The test has failed when the system does not do as the
+    /// model.
+    Moment step(const Moment& before, const Letter& letter) {
+        ++steps_;
+        goBackTo(before);
+        Model model = before.model;
+        const Answer expected = model.perform(letter);
+        const Answer answer = performed(letter, before.model);
+        simulator::clearFaults();
+        Moment after{simulator::mac(), readFile(path_), DockHotCornerOverride::leaseState(), model,
+                     before.sequence + " / " + letter.text()};
+        file_ = after.file;
+        EXPECT_EQ(answer.result, expected.result) << after.sequence;
+        EXPECT_EQ(answer.log, expected.log) << after.sequence;
+        compare(after);
+        return after;
+    }
+
+    /// Follows every sequence of up to `length` letters from a moment.
+    /// @return how many that are
+    std::size_t explore(const Moment& before, int length) {
+        if (length == 0) {
+            return 0;
+        }
+        std::size_t sequences = 0;
+        for (const Letter& letter : letters) {
+            const Moment after = step(before, letter);
+            if (testing::Test::HasFailure()) {
+                break;  // one failure says enough
+            }
+            // Where a letter changes nothing at all, what may follow it is what may follow here.
+            sequences += 1 + (areSame(after, before) ? sequenceCount(length - 1)
+                                                     : explore(after, length - 1));
+        }
+        return sequences;
+    }
+
+    /// How many sequences of up to `length` letters there are.
+    static std::size_t sequenceCount(int length) {
+        return length == 0 ? 0 : letters.size() * (1 + sequenceCount(length - 1));
+    }
+
+  private:
+    void goBackTo(const Moment& moment) {
+        simulator::reset();  // for what is no part of a moment, such as the list of calls
+        simulator::mac() = moment.mac;
+        DockHotCornerOverride::leaseState() = moment.memory;
+        if (file_ == moment.file) {
+            return;
+        }
+        if (moment.file) {
+            writeFile(path_, *moment.file);
+        } else {
+            std::filesystem::remove(path_);
+        }
+        file_ = moment.file;
+    }
+
+    Answer performed(const Letter& letter, const Model& before) {
+        if (letter.isOperation()) {
+            for (const Kind trouble : before.troubles) {
+                simulator::addFault(faults.at(trouble));
+            }
+        }
+        std::string result = performed(letter);
+        return {std::move(result), log_.take()};
+    }
+
+    std::string performed(const Letter& letter) {
+        switch (letter.kind) {
+            case Kind::enter:
+                return entered(letter.owner);
+            case Kind::exit:
+                return name(DockHotCornerOverride::exit(letter.owner, path_, theDock));
+            case Kind::restoreIfPending:
+                return DockHotCornerOverride::restoreIfPending(path_, theDock) ? "true" : "false";
+            case Kind::restart:
+                endProcess();
+                return "";
+            case Kind::loseFile:
+                std::filesystem::remove(path_);
+                return "";
+            default:
+                return "";
+        }
+    }
+
+    std::string entered(Owner owner) {
+        try {
+            const auto snapshot = DockHotCornerOverride::enter(owner, path_, theDock);
+            return snapshot == usersSnapshot() ? "entered" : "entered with another snapshot";
+        } catch (const DockHotCornerOverride::OverrideError& error) {
+            return error.what();
+        }
+    }
+
+    void compare(const Moment& after) {
+        const Model& model = after.model;
+        const simulator::Machine& mac = after.mac;
+        EXPECT_EQ(mac.preferences,
+                  (model.preferencesSuppressed ? suppressed_ : start_.mac).preferences)
+            << after.sequence;
+        const simulator::Dock& dock = (model.dockSuppressed ? suppressed_ : start_.mac).dock;
+        EXPECT_EQ(mac.dock.cornerActions, dock.cornerActions) << after.sequence;
+        EXPECT_EQ(mac.dock.cornerModifiers, dock.cornerModifiers) << after.sequence;
+        EXPECT_EQ(after.file, model.onDisk ? std::optional(usersSnapshotText) : std::nullopt)
+            << after.sequence;
+        for (const Owner owner : allDockHotCornerLeaseOwners) {
+            EXPECT_EQ(DockHotCornerOverride::isHeld(owner), model.owners.contains(owner))
+                << after.sequence;
+        }
+        const auto recoverable = DockHotCornerOverride::recoverableSnapshot(path_);
+        EXPECT_EQ(recoverable,
+                  model.inMemory || model.onDisk ? std::optional(usersSnapshot()) : std::nullopt)
+            << after.sequence;
+        // The one rule, without the model's help.
+        EXPECT_TRUE(haveSameCorners(mac, start_.mac) || recoverable == usersSnapshot())
+            << "the user's corners are lost" << after.sequence;
+    }
+
+    static simulator::Machine machine(const json& mac) {
+        endProcess();
+        simulator::reset(mac);
+        return simulator::mac();
+    }
+
+    static json suppressedMac() {
+        json mac = usersMac();
+        mac["preferences"][theDock] = suppressedPreferences();
+        mac["dock"] = {{"cornerActions", suppressedCorners[0]},
+                       {"cornerModifiers", suppressedCorners[1]}};
+        return mac;
+    }
+
+    ScopedEnvironment temporary_{"TMPDIR", fastDirectory()};
+    TemporaryDirectory directory_;
+    // Faults meet file calls below this directory only.
+    ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
+    std::string path_ = directory_ / "hot-corners-snapshot.json";
+    LogCapture log_;
+    simulator::Machine suppressed_ = machine(suppressedMac());
+    Moment start_{machine(usersMac()), std::nullopt, {}, Model(path_), ""};
+    std::optional<std::string> file_;  // what the file holds now
+    std::size_t steps_ = 0;
+};
+
+// --- The tests.
+
+TEST(HotCornerLeaseWalk, NeverLosesTheUsersCornersInAnySequence) {
+    Walk walk;
+    EXPECT_EQ(walk.explore(walk.start(), TOLVARAN_LEASE_WALK_LENGTH),
+              Walk::sequenceCount(TOLVARAN_LEASE_WALK_LENGTH));
+    RecordProperty("steps", std::to_string(walk.steps()));
+    endProcess();
+}
+
+/// One accident is enough: nothing can bring back a snapshot of which both copies are taken away
+/// while it is needed.
+bool takesTheLastCopy(const Model& model, const Letter& letter) {
+    const bool fromDisk = letter.kind == Kind::loseFile && !model.inMemory;
+    const bool fromMemory = letter.kind == Kind::restart && !model.onDisk;
+    return model.suppressed() && (fromDisk || fromMemory);
+}
+
+TEST(HotCornerLeaseStates, NeverLoseTheUsersCornersInAnySequenceWhatever) {
+    std::vector<Letter> all = letters;
+    all.insert(all.end(), furtherLetters.begin(), furtherLetters.end());
+    Walk walk;
+    std::vector<Moment> moments = {walk.start()};
+    for (std::size_t next = 0; next < moments.size() && !HasFailure(); ++next) {
+        const Moment before = moments[next];
+        for (const Letter& letter : all) {
+            if (takesTheLastCopy(before.model, letter)) {
+                continue;
+            }
+            Moment after = walk.step(before, letter);
+            const bool isKnown = std::ranges::any_of(
+                moments, [&](const Moment& known) { return areSame(known, after); });
+            if (!isKnown) {
+                moments.push_back(std::move(after));
+            }
+        }
+    }
+    EXPECT_GT(moments.size(), 300U);
+    RecordProperty("moments", std::to_string(moments.size()));
+    endProcess();
+}
+
+}  // namespace
+}  // namespace tolvaran

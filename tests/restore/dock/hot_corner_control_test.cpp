@@ -1,0 +1,361 @@
+#include "restore/dock/hot_corner_control.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "restore/support/process_wide.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/restore/dock/hot_corner_mac.hpp"
+#include "tests/support/log_capture.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using namespace tests;
+namespace Override = DockHotCornerOverride;
+
+const std::string foreign = "com.example.dock";
+
+/// Everything that can be wrong at once with a Mac.
+struct Trouble {
+    bool syncFails = false;      // CFPreferencesAppSynchronize refuses
+    bool setterMissing = false;  // the Dock's functions are not there
+    bool getterMissing = false;
+    bool unreadable = false;  // the getter leaves the values alone
+    bool stubborn = false;    // the setter does nothing: the live state is other than asked
+    bool foreignDomain = false;
+
+    std::string domain() const { return foreignDomain ? foreign : theDock; }
+    bool nativeAPIMissing() const { return setterMissing || getterMissing; }
+};
+
+std::ostream& operator<<(std::ostream& out, const Trouble& trouble) {
+    return out << "syncFails " << trouble.syncFails << ", setterMissing " << trouble.setterMissing
+               << ", getterMissing " << trouble.getterMissing << ", unreadable "
+               << trouble.unreadable << ", stubborn " << trouble.stubborn << ", foreignDomain "
+               << trouble.foreignDomain;
+}
+
+std::vector<Trouble> everyCombination() {
+    std::vector<Trouble> all;
+    for (unsigned bits = 0; bits < 64; ++bits) {
+        all.push_back({.syncFails = (bits & 1U) != 0,
+                       .setterMissing = (bits & 2U) != 0,
+                       .getterMissing = (bits & 4U) != 0,
+                       .unreadable = (bits & 8U) != 0,
+                       .stubborn = (bits & 16U) != 0,
+                       .foreignDomain = (bits & 32U) != 0});
+    }
+    return all;
+}
+
+/// What an operation is expected to do.
+struct Expected {
+    bool result = false;
+    Lines calls = {};
+    Lines log = {};
+    json preferences = {};
+    json live = {};  // of the Dock
+};
+
+class HotCornerControl : public testing::Test {
+  protected:
+    ~HotCornerControl() override { endProcess(); }
+
+    /// A new process on this Mac, with its preferences in the domain under test.
+    void start(const json& mac, const Trouble& trouble) {
+        endProcess();
+        json troubled = mac;
+        troubled["preferences"] = {{trouble.domain(), mac["preferences"][theDock]}};
+        troubled["unavailable"] = json::array();
+        if (trouble.setterMissing) {
+            troubled["unavailable"].push_back("CoreDockSetExposeCornerActionWithModifier");
+        }
+        if (trouble.getterMissing) {
+            troubled["unavailable"].push_back("CoreDockGetExposeCornerActionsWithModifiers");
+        }
+        simulator::reset(troubled);
+        if (trouble.syncFails) {
+            simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+        }
+        if (trouble.unreadable) {
+            simulator::addFault(
+                {{"call", "CoreDockGetExposeCornerActionsWithModifiers"}, {"effect", false}});
+        }
+        if (trouble.stubborn) {
+            simulator::addFault(
+                {{"call", "CoreDockSetExposeCornerActionWithModifier"}, {"effect", false}});
+        }
+        objectsBefore_ = simulator::liveObjects();
+    }
+
+    void expect(const Expected& expected, bool result, const Trouble& trouble) {
+        EXPECT_EQ(result, expected.result);
+        EXPECT_EQ(callLines(), expected.calls);
+        EXPECT_EQ(log_.take(), expected.log);
+        EXPECT_EQ(preferences(trouble.domain()), expected.preferences);
+        EXPECT_EQ(liveCorners(), expected.live);
+        EXPECT_EQ(simulator::liveObjects(), objectsBefore_);
+    }
+
+    tests::LogCapture log_;
+
+  private:
+    std::size_t objectsBefore_ = 0;
+};
+
+/// The end of a suppression and of a restore: what follows the written preferences.
+/// @param expected in: the live state before; out: everything but the preferences
+void concludeWriting(Expected& expected, const Trouble& trouble, const json& asked,
+                     const std::string& functionsMissing, const std::string& unreadable) {
+    expected.calls = std::move(expected.calls) + announces(!trouble.syncFails, trouble.domain());
+    if (trouble.syncFails) {
+        return;
+    }
+    if (trouble.foreignDomain) {
+        expected.result = true;
+        return;
+    }
+    if (trouble.nativeAPIMissing()) {
+        expected.log.push_back(functionsMissing);
+        return;
+    }
+    expected.calls =
+        std::move(expected.calls) + setsCorners(asked[0], asked[1]) + Lines{readsCorners};
+    if (!trouble.stubborn) {
+        expected.live = asked;
+    }
+    if (trouble.unreadable) {
+        if (!unreadable.empty()) {
+            expected.log.push_back(unreadable);
+        }
+        return;
+    }
+    expected.result = expected.live == asked;
+}
+
+void expectSuppression(Expected& expected, const Trouble& trouble) {
+    expected.calls = std::move(expected.calls) + writesDisabledPreferences(trouble.domain());
+    expected.preferences = suppressedPreferences();
+    concludeWriting(
+        expected, trouble, suppressedCorners,
+        "warn: hot-corner disable failed because required CoreDock functions are unavailable", "");
+}
+
+const json usersCorners = {{5, 2, 1, 13}, {1048576, 0, 131072, 524288}};
+
+TEST_F(HotCornerControl, WritesTheSuppressionInOneOrderWhateverFails) {
+    for (const Trouble& trouble : everyCombination()) {
+        SCOPED_TRACE(testing::PrintToString(trouble));
+        start(usersMac(), trouble);
+        Expected expected{.live = usersCorners};
+        expectSuppression(expected, trouble);
+        expect(expected, Override::writeDisabled(trouble.domain()), trouble);
+    }
+}
+
+// A Dock that will not listen is no failure when it shows what was asked for already.
+TEST_F(HotCornerControl, IsContentWithADockThatShowsTheSuppressionAlready) {
+    json mac = usersMac();
+    mac["dock"] = {{"cornerActions", suppressedCorners[0]},
+                   {"cornerModifiers", suppressedCorners[1]}};
+    for (const Trouble& trouble : everyCombination()) {
+        SCOPED_TRACE(testing::PrintToString(trouble));
+        start(mac, trouble);
+        Expected expected{.live = suppressedCorners};
+        expectSuppression(expected, trouble);
+        expect(expected, Override::writeDisabled(trouble.domain()), trouble);
+    }
+}
+
+/// What stands in the way of leaving a suppression as it is.
+struct Suppression {
+    std::string name;
+    json preferences;
+    json live;
+    bool inPreferences;
+    bool inDock;
+};
+
+std::vector<Suppression> suppressions() {
+    const json disabled = suppressedPreferences();
+    json oneMissing = disabled;
+    oneMissing.erase("wvous-bl-corner");
+    json oneActive = disabled;
+    oneActive["wvous-br-corner"] = 2;
+    json noNumber = disabled;
+    noNumber["wvous-tr-corner"] = "1";
+    return {
+        {"in force", disabled, suppressedCorners, true, true},
+        {"not in force", usersPreferences(), usersCorners, false, false},
+        {"one preference missing", oneMissing, suppressedCorners, false, true},
+        {"one preference active", oneActive, suppressedCorners, false, true},
+        {"one preference no number", noNumber, suppressedCorners, false, true},
+        {"one corner live", disabled, {{1, 1, 1, 2}, {0, 0, 0, 0}}, true, false},
+        {"one modifier live", disabled, {{1, 1, 1, 1}, {0, 0, 1, 0}}, true, false},
+    };
+}
+
+TEST_F(HotCornerControl, SuppressesAgainOnlyWhatIsNotSuppressed) {
+    for (const Suppression& before : suppressions()) {
+        for (const Trouble& trouble : everyCombination()) {
+            SCOPED_TRACE(before.name + ": " + testing::PrintToString(trouble));
+            start({{"preferences", {{theDock, before.preferences}}},
+                   {"dock",
+                    {{"cornerActions", before.live[0]}, {"cornerModifiers", before.live[1]}}}},
+                  trouble);
+            Expected expected{.preferences = before.preferences, .live = before.live};
+            bool inForce = before.inPreferences;
+            if (!trouble.foreignDomain) {
+                inForce = inForce && before.inDock && !trouble.getterMissing && !trouble.unreadable;
+                expected.calls = trouble.getterMissing ? Lines{} : Lines{readsCorners};
+            }
+            if (inForce) {
+                expected.result = true;
+            } else {
+                expectSuppression(expected, trouble);
+            }
+            expect(expected, Override::ensureDisabled(trouble.domain()), trouble);
+        }
+    }
+}
+
+void expectRestore(Expected& expected, const Trouble& trouble, const json& asked) {
+    concludeWriting(expected, trouble, asked,
+                    "warn: hot-corner restore found the CoreDock setter unavailable and restored "
+                    "raw preferences only",
+                    "warn: hot-corner restore could not be verified because the CoreDock getter is "
+                    "unavailable");
+}
+
+json suppressedMac() {
+    return {{"preferences", {{theDock, suppressedPreferences()}}},
+            {"dock",
+             {{"cornerActions", suppressedCorners[0]}, {"cornerModifiers", suppressedCorners[1]}}}};
+}
+
+TEST_F(HotCornerControl, RestoresInOneOrderWhateverFails) {
+    for (const Trouble& trouble : everyCombination()) {
+        SCOPED_TRACE(testing::PrintToString(trouble));
+        start(suppressedMac(), trouble);
+        Expected expected{.calls = writesUsersPreferences(trouble.domain()),
+                          .preferences = usersPreferences(),
+                          .live = suppressedCorners};
+        expectRestore(expected, trouble, usersCorners);
+        expect(expected, Override::restore(usersSnapshot(), trouble.domain()), trouble);
+    }
+}
+
+// Without live lists the Dock gets the preferences, and no action where there are none.
+TEST_F(HotCornerControl, RestoresThePreferencesToTheDockWithoutLiveLists) {
+    DockHotCornerSnapshot snapshot = usersSnapshot();
+    snapshot.liveActions.reset();
+    snapshot.liveModifiers.reset();
+    for (const Trouble& trouble : everyCombination()) {
+        SCOPED_TRACE(testing::PrintToString(trouble));
+        start(suppressedMac(), trouble);
+        Expected expected{.calls = writesUsersPreferences(trouble.domain()),
+                          .preferences = usersPreferences(),
+                          .live = suppressedCorners};
+        expectRestore(expected, trouble, {{5, 2, 1, 13}, {1048576, 0, 131072, 0}});
+        expect(expected, Override::restore(snapshot, trouble.domain()), trouble);
+    }
+}
+
+TEST_F(HotCornerControl, RestoresCornersThatWereNeverSetByRemovingEveryKey) {
+    start(suppressedMac(), {});
+    EXPECT_TRUE(Override::restore(DockHotCornerSnapshot(), theDock));
+    Lines removals;
+    for (const HotCornerField& field : hotCornerFields) {
+        removals.push_back(setsPreference(field.preference, std::nullopt));
+    }
+    EXPECT_EQ(callLines(), removals + announces(true) + setsCorners({1, 1, 1, 1}, {0, 0, 0, 0}) +
+                               Lines{readsCorners});
+    EXPECT_EQ(preferences(), (json{{"orientation", "left"}}));
+}
+
+TEST_F(HotCornerControl, WritesNothingFromASnapshotThatIsNotValid) {
+    DockHotCornerSnapshot outOfRange = usersSnapshot();
+    outOfRange.brModifier = std::int64_t{1} << 31;
+    DockHotCornerSnapshot unpaired = usersSnapshot();
+    unpaired.liveModifiers.reset();
+    DockHotCornerSnapshot threeElements = usersSnapshot();
+    threeElements.liveActions->pop_back();
+    DockHotCornerSnapshot liveOutOfRange = usersSnapshot();
+    liveOutOfRange.liveActions->at(1) = std::int64_t{std::numeric_limits<std::int32_t>::min()} - 1;
+    for (const auto& snapshot : {outOfRange, unpaired, threeElements, liveOutOfRange}) {
+        for (const std::string& domain : {theDock, foreign}) {
+            start(suppressedMac(), {});
+            expect({.log = {"warn: hot-corner restore rejected an out-of-range snapshot value"},
+                    .preferences = suppressedPreferences(),
+                    .live = suppressedCorners},
+                   Override::restore(snapshot, domain), {});
+        }
+    }
+}
+
+TEST_F(HotCornerControl, GivesTheDockTheExtremesOf32Bits) {
+    constexpr std::int64_t least = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int64_t greatest = std::numeric_limits<std::int32_t>::max();
+    start(suppressedMac(), {});
+    const DockHotCornerSnapshot snapshot(least, greatest, -1, 0, greatest, least + 1, 7, -7,
+                                         std::nullopt, std::nullopt);
+    // The Dock has taken them all, but one of them reads like an unfilled value.
+    EXPECT_FALSE(Override::restore(snapshot, theDock));
+    EXPECT_EQ(liveCorners(), json({{least, -1, greatest, 7}, {greatest, 0, least + 1, -7}}));
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner restore could not be verified because the "
+                                 "CoreDock getter is unavailable"});
+}
+
+TEST_F(HotCornerControl, ReadsTheUsersCorners) {
+    start(usersMac(), {});
+    EXPECT_EQ(Override::readCurrent(theDock), usersSnapshot());
+    EXPECT_EQ(callLines(), Lines{readsCorners});
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerControl, ReadsPreferencesAloneWhereTheDockCannotBeAsked) {
+    DockHotCornerSnapshot preferencesOnly = usersSnapshot();
+    preferencesOnly.liveActions.reset();
+    preferencesOnly.liveModifiers.reset();
+    for (const Trouble& trouble : everyCombination()) {
+        SCOPED_TRACE(testing::PrintToString(trouble));
+        start(usersMac(), trouble);
+        const bool asksDock = !trouble.foreignDomain && !trouble.getterMissing;
+        EXPECT_EQ(Override::readCurrent(trouble.domain()),
+                  asksDock && !trouble.unreadable ? usersSnapshot() : preferencesOnly);
+        EXPECT_EQ(callLines(), asksDock ? Lines{readsCorners} : Lines{});
+        EXPECT_EQ(log_.take(), Lines{});
+    }
+    start(usersMac(), {});
+    simulator::set(
+        {{"dock", {{"cornerModifiers", {0, 0, 0, std::numeric_limits<std::int32_t>::min()}}}}});
+    EXPECT_EQ(Override::readCurrent(theDock), preferencesOnly);
+}
+
+TEST_F(HotCornerControl, ReadsNumbersOnly) {
+    const json stored = {{"wvous-tl-corner", 5},          {"wvous-tl-modifier", "5"},
+                         {"wvous-tr-corner", {5}},        {"wvous-tr-modifier", 2.75},
+                         {"wvous-bl-corner", true},       {"wvous-bl-modifier", {{"value", 5}}},
+                         {"wvous-br-corner", 8589934592}, {"wvous-br-modifier", -5}};
+    start({{"preferences", {{theDock, stored}}}}, {.foreignDomain = true});
+    const DockHotCornerSnapshot snapshot = Override::readCurrent(foreign);
+    EXPECT_EQ(snapshot, DockHotCornerSnapshot(5, std::nullopt, std::nullopt, 2, 1, std::nullopt,
+                                              8589934592, -5, std::nullopt, std::nullopt));
+}
+
+TEST_F(HotCornerControl, FindsNothingOnAMacWhoseCornersWereNeverSet) {
+    start({{"preferences", {{theDock, json::object()}}}}, {.getterMissing = true});
+    EXPECT_EQ(Override::readCurrent(theDock), DockHotCornerSnapshot());
+}
+
+}  // namespace
+}  // namespace tolvaran

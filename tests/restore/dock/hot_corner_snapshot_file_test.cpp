@@ -1,0 +1,197 @@
+#include "restore/dock/hot_corner_snapshot_file.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "simulator/simulator.hpp"
+#include "tests/restore/dock/hot_corner_mac.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using tests::Lines;
+using tests::LogCapture;
+using tests::readFile;
+using tests::TemporaryDirectory;
+using tests::usersSnapshot;
+using tests::usersSnapshotText;
+using tests::writeFile;
+namespace Override = DockHotCornerOverride;
+
+class HotCornerSnapshotFile : public testing::Test {
+  protected:
+    HotCornerSnapshotFile() { simulator::reset(); }
+
+    /// What saving throws, as text.
+    std::string savingError(const DockHotCornerSnapshot& snapshot, const std::string& path) {
+        try {
+            Override::saveSnapshotOrThrow(snapshot, path);
+        } catch (const Override::OverrideError& error) {
+            EXPECT_EQ(error.which(), Override::OverrideError::Case::persistenceFailed);
+            EXPECT_EQ("could not persist hot-corner snapshot: " + error.reason(), error.what());
+            return error.reason();
+        }
+        return "saved";
+    }
+
+    TemporaryDirectory directory_;
+    // Faults meet file calls below this directory only.
+    tests::ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
+    std::string path_ = directory_ / "State/hot-corners-snapshot.json";
+    LogCapture log_;
+};
+
+TEST_F(HotCornerSnapshotFile, ErrorsHaveTheirTexts) {
+    using Override::OverrideError;
+    EXPECT_STREQ(OverrideError::syncFailed().what(),
+                 "could not sync com.apple.dock prefs after writing wvous-*-corner");
+    EXPECT_EQ(OverrideError::syncFailed().which(), OverrideError::Case::syncFailed);
+    EXPECT_STREQ(OverrideError::persistenceFailed("reason").what(),
+                 "could not persist hot-corner snapshot: reason");
+    EXPECT_EQ(OverrideError::persistenceFailed("reason").reason(), "reason");
+}
+
+TEST_F(HotCornerSnapshotFile, SavesIntoADirectoryThatDoesNotExistYet) {
+    Override::saveSnapshotOrThrow(usersSnapshot(), path_);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/hot-corners-snapshot.json"}));
+    EXPECT_TRUE(Override::isPending(path_));
+    EXPECT_EQ(Override::loadSnapshot(path_), usersSnapshot());
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerSnapshotFile, ReplacesAnOlderSnapshot) {
+    writeFile(path_, "something longer than the snapshot of corners that were never set");
+    Override::saveSnapshot(DockHotCornerSnapshot(), path_);
+    EXPECT_EQ(readFile(path_), "{}");
+}
+
+TEST_F(HotCornerSnapshotFile, DeletesWithoutAWord) {
+    Override::saveSnapshot(usersSnapshot(), path_);
+    Override::deleteSnapshot(path_);
+    EXPECT_FALSE(Override::isPending(path_));
+    Override::deleteSnapshot(path_);
+    std::filesystem::create_directories(path_);
+    Override::deleteSnapshot(path_);
+    EXPECT_TRUE(Override::isPending(path_));
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerSnapshotFile, WritesNothingThatDoesNotFit) {
+    DockHotCornerSnapshot snapshot;
+    snapshot.tlCorner = std::int64_t{1} << 31;
+    EXPECT_EQ(savingError(snapshot, path_),
+              "encode: hot-corner snapshot contains a value outside the Int32 range");
+    Override::saveSnapshot(snapshot, path_);
+    EXPECT_EQ(directory_.list(), Lines{});
+    snapshot = DockHotCornerSnapshot();
+    snapshot.liveActions = HotCornerValues{1, 1, 1, 1};
+    EXPECT_EQ(savingError(snapshot, path_),
+              "encode: hot-corner snapshot contains a value outside the Int32 range");
+    EXPECT_EQ(directory_.list(), Lines{});
+}
+
+TEST_F(HotCornerSnapshotFile, SaysThatTheDirectoryCannotBeCreated) {
+    writeFile(directory_ / "file", "");
+    const std::string path = directory_ / "file/State/snapshot.json";
+    EXPECT_EQ(savingError(usersSnapshot(), path), "write " + path + ": create directory " +
+                                                      (directory_ / "file/State") +
+                                                      ": Not a directory");
+    Override::saveSnapshot(usersSnapshot(), path);
+    EXPECT_EQ(directory_.list(), Lines{"file"});
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerSnapshotFile, KeepsTheOlderSnapshotWhenTheNewOneCannotBeWritten) {
+    Override::saveSnapshot(usersSnapshot(), path_);
+    const std::vector<std::pair<std::string, std::string>> operations = {
+        {"mkostemp", "create"}, {"write", "write"}, {"rename", "rename"}};
+    for (const auto& [call, operation] : operations) {
+        simulator::addFault({{"call", call}, {"result", "EROFS"}});
+        EXPECT_EQ(savingError(DockHotCornerSnapshot(), path_),
+                  "write " + path_ + ": " + operation + " " + path_ + ": Read-only file system");
+        Override::saveSnapshot(DockHotCornerSnapshot(), path_);
+        simulator::clearFaults();
+        EXPECT_EQ(readFile(path_), usersSnapshotText);
+        EXPECT_EQ(directory_.list(), (Lines{"State/", "State/hot-corners-snapshot.json"}));
+    }
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerSnapshotFile, IsSilentWhereThereIsNothingToRead) {
+    EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
+    std::filesystem::create_directories(path_);
+    EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
+    const std::string pipe = directory_ / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(Override::loadSnapshot(pipe), std::nullopt);
+    Override::saveSnapshot(usersSnapshot(), directory_ / "good");
+    simulator::addFault({{"call", "read"}, {"result", "EIO"}});
+    EXPECT_EQ(Override::loadSnapshot(directory_ / "good"), std::nullopt);
+    EXPECT_EQ(log_.lines(), Lines{});
+}
+
+TEST_F(HotCornerSnapshotFile, SaysWhyTheFileCannotBeDecoded) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {R"({"liveActions":[1,1,1],"liveModifiers":[0,0,0]})",
+         "\"liveActions\": live hot-corner actions and modifiers must be paired four-element Int32 "
+         "arrays"},
+        {R"({"trCorner":4294967296})",
+         "\"tlCorner\": hot-corner snapshot contains a value outside the Int32 range"},
+        {R"({"trCorner":true})", "\"trCorner\": is no integer"},
+        {"not JSON", "no valid JSON at byte 2"},
+        {"{\"trCorner\":1,\"\xc3\x28\":0}", "no valid JSON at byte 17"},
+        {std::string(100000, '['), "more than 512 levels of nesting"},
+    };
+    for (const auto& [content, reason] : cases) {
+        writeFile(path_, content);
+        EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
+        EXPECT_EQ(log_.take(),
+                  Lines{"warn: hot-corner snapshot at " + path_ + " failed to decode: " + reason});
+        EXPECT_EQ(readFile(path_), content) << "a snapshot is never thrown away";
+    }
+}
+
+TEST_F(HotCornerSnapshotFile, CannotBeReadWhenCutOffAnywhere) {
+    for (std::size_t length = 0; length < usersSnapshotText.size(); ++length) {
+        writeFile(path_, usersSnapshotText.substr(0, length));
+        EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt) << length;
+        const Lines lines = log_.take();
+        ASSERT_EQ(lines.size(), 1U) << length;
+        EXPECT_EQ(
+            lines[0].rfind(
+                "warn: hot-corner snapshot at " + path_ + " failed to decode: no valid JSON", 0),
+            0U)
+            << lines[0];
+    }
+}
+
+TEST_F(HotCornerSnapshotFile, ReadsFilesOfAnySize) {
+    constexpr std::size_t huge = 50 * 1000 * 1000;
+    writeFile(path_, std::string(huge, ' ') + usersSnapshotText);
+    EXPECT_EQ(Override::loadSnapshot(path_), usersSnapshot());
+    EXPECT_EQ(log_.take(), Lines{});
+    constexpr std::size_t large = huge / 20;
+    std::string list = "{\"liveModifiers\":[0,0,0,0],\"liveActions\":[1";
+    for (std::size_t element = 0; element < large; ++element) {
+        list += ",1";
+    }
+    writeFile(path_, list + "]}");
+    EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
+    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner snapshot at " + path_ +
+                                 " failed to decode: \"liveActions\": live hot-corner actions and "
+                                 "modifiers must be paired four-element Int32 arrays"});
+}
+
+TEST_F(HotCornerSnapshotFile, LiesInTheStateDirectory) {
+    EXPECT_EQ(Override::defaultSnapshotPath(), path_);
+}
+
+}  // namespace
+}  // namespace tolvaran

@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/menubar/spaces.hpp"
+#include "simulator/devices/menu_bar.hpp"
+#include "tests/restore/menubar/menu_bar_mac.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using namespace tests;
+
+const std::string lowerCasePort = "aaaaaaaa-0000-4000-8000-000000000001";
+
+/// A Mac on which every question has an answer, and the answer differs from a failure's.
+json tellingMac() {
+    json full = display(7, 1, 1, true);
+    full["spaceType"] = 4;
+    json mac = macWith({full});
+    mac["menuBar"] = {{"autoHide", true}, {"activeDisplay", port(1)}};
+    return mac;
+}
+
+TEST(MenuBarVisibility, EveryOperationDegradesWithTheFunctionsItNeeds) {
+    for (const SkyLight& skyLight : SkyLight::all()) {
+        json mac = tellingMac();
+        mac["unavailable"] = skyLight.missing();
+        MenuBarProcess process(mac);
+        const bool complete = skyLight.isComplete();
+        EXPECT_EQ(MenuBarAutohide::supportsPerDisplayVisibility(), complete) << mac;
+        EXPECT_EQ(MenuBarAutohide::visibilityOverride(7),
+                  complete ? std::optional(true) : std::nullopt)
+            << mac;
+        EXPECT_EQ(MenuBarAutohide::setVisibilityOverride(false, 7), skyLight.hasConnectionAnd(3))
+            << mac;
+        EXPECT_EQ(menuBarOverride(7), !skyLight.hasConnectionAnd(3)) << mac;
+        EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(),
+                  skyLight.hasConnectionAnd(1) ? std::optional(true) : std::nullopt)
+            << mac;
+        EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(),
+                  skyLight.hasConnectionAnd(4) ? std::optional(port(1)) : std::nullopt)
+            << mac;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7),
+                  skyLight.hasConnectionAnd(5) ? std::optional(true) : std::nullopt)
+            << mac;
+        EXPECT_EQ(process.takeWarnings(), skyLight.warnings()) << mac;
+    }
+}
+
+TEST(MenuBarVisibility, WithoutSkyLightNothingIsKnownAndNothingSet) {
+    json mac = tellingMac();
+    mac["unavailable"] = {"SkyLight"};
+    MenuBarProcess process(mac);
+    EXPECT_FALSE(MenuBarAutohide::supportsPerDisplayVisibility());
+    EXPECT_EQ(MenuBarAutohide::visibilityOverride(7), std::nullopt);
+    EXPECT_FALSE(MenuBarAutohide::setVisibilityOverride(false, 7));
+    EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), std::nullopt);
+    EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(), std::nullopt);
+    EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), std::nullopt);
+    EXPECT_EQ(process.takeWarnings(), Lines{unavailableWarning});
+    EXPECT_EQ(callLines(), Lines{});
+}
+
+TEST(MenuBarVisibility, OverridesAreSetAndRead) {
+    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
+    EXPECT_EQ(MenuBarAutohide::visibilityOverride(7), false);
+    EXPECT_EQ(MenuBarAutohide::visibilityOverride(8), true);
+    EXPECT_TRUE(MenuBarAutohide::setVisibilityOverride(true, 7));
+    EXPECT_TRUE(MenuBarAutohide::setVisibilityOverride(false, 8));
+    EXPECT_EQ(MenuBarAutohide::visibilityOverride(7), true);
+    EXPECT_EQ(MenuBarAutohide::visibilityOverride(8), false);
+    EXPECT_EQ(callLines(),
+              (Lines{readsOverride(7, false), readsOverride(8, true), setsOverride(7, true),
+                     setsOverride(8, false), readsOverride(7, true), readsOverride(8, false)}));
+    EXPECT_EQ(process.takeWarnings(), Lines{});
+}
+
+TEST(MenuBarVisibility, ARefusedOverrideIsLogged) {
+    MenuBarProcess process(macWith({display(4294967295U, 1, 1, true)}));
+    for (const int code : {1000, -1}) {
+        simulator::clearFaults();
+        simulator::addFault(
+            {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"result", code}});
+        EXPECT_FALSE(MenuBarAutohide::setVisibilityOverride(false, 4294967295U));
+        EXPECT_EQ(process.takeWarnings(),
+                  Lines{"SLSSetMenuBarVisibilityOverrideOnDisplay returned " +
+                        std::to_string(code) + " for display 4294967295"});
+    }
+    EXPECT_TRUE(menuBarOverride(4294967295U));
+}
+
+TEST(MenuBarVisibility, RuntimeAutohideIsTheWindowServersOwn) {
+    MenuBarProcess process(json{{"preferences", {{"global", {{hideKey, true}}}}}});
+    EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), false);
+    simulator::set({{"menuBar", {{"autoHide", true}}}});
+    EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), true);
+    EXPECT_EQ(process.takeWarnings(), Lines{});
+}
+
+TEST(MenuBarVisibility, RuntimeAutohideIsUnknownWhenRefused) {
+    MenuBarProcess process(json{{"menuBar", {{"autoHide", true}}}});
+    simulator::addFault(
+        {{"call", "SLSGetMenuBarAutohideEnabled"}, {"result", -308}, {"effect", true}});
+    EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), std::nullopt);
+    EXPECT_EQ(process.takeWarnings(), Lines{"SLSGetMenuBarAutohideEnabled returned -308"});
+}
+
+TEST(MenuBarVisibility, RuntimeAutohideIsOffWhenTheWindowServerDoesNotAnswer) {
+    MenuBarProcess process(json{{"menuBar", {{"autoHide", true}}}});
+    simulator::addFault({{"call", "SLSGetMenuBarAutohideEnabled"}, {"effect", false}});
+    EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), false);
+    EXPECT_EQ(process.takeWarnings(), Lines{});
+}
+
+TEST(MenuBarVisibility, TheActiveDisplayMayBeUnknown) {
+    MenuBarProcess process(json{{"menuBar", {{"activeDisplay", nullptr}}}});
+    EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(), std::nullopt);
+    simulator::set({{"menuBar", {{"activeDisplay", lowerCasePort}}}});
+    EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(), lowerCasePort);
+}
+
+TEST(MenuBarVisibility, SpacesOfTypeFourAreFullscreen) {
+    for (const int type : {0, 1, 2, 3, 4, 5, 104, -4}) {
+        json plain = display(7, 1, 1);
+        json other = display(8, 2, 2);
+        other["spaceType"] = type;
+        MenuBarProcess process(macWith({plain, other}));
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), false) << type;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(8), type == 4) << type;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(9), std::nullopt) << type;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceType(7), 0);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceType(8), type);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceType(9), std::nullopt);
+    }
+}
+
+json entry(const json& identifier, const json& space) {
+    return {{"Display Identifier", identifier}, {"Current Space", space}};
+}
+
+json entryOfType(const json& identifier, const json& type) {
+    return entry(identifier, {{"type", type}});
+}
+
+const json matching = entryOfType(port(1), 4);
+
+struct Spaces {
+    std::string name;
+    json value;
+    std::optional<bool> fullscreen;
+};
+
+const std::vector<Spaces> shapes = {
+    {"as it should be", json::array({matching}), true},
+    {"lower case", json::array({entryOfType(lowerCasePort, 4)}), true},
+    {"null", nullptr, {}},
+    {"no array", "spaces", {}},
+    {"a dictionary", matching, {}},
+    {"empty", json::array(), {}},
+    {"another display only", json::array({entryOfType(port(2), 4)}), {}},
+    {"an element that is no dictionary", json::array({matching, 4}), {}},
+    {"an element that is an array", json::array({json::array(), matching}), {}},
+    {"the first match counts", json::array({entryOfType(port(1), 0), matching}), false},
+    {"the first match counts even without an answer",
+     json::array({entryOfType(port(1), "4"), matching}),
+     {}},
+    {"no identifier", json::array({{{"Current Space", {{"type", 4}}}}}), {}},
+    {"no identifier, then a match", json::array({{{"Current Space", {{"type", 0}}}}, matching}),
+     true},
+    {"identifier is a number, then a match", json::array({entryOfType(1, 0), matching}), true},
+    {"identifier is longer", json::array({entryOfType(port(1) + "0", 4)}), {}},
+    {"no space", json::array({{{"Display Identifier", port(1)}}}), {}},
+    {"space is no dictionary", json::array({entry(port(1), 4)}), {}},
+    {"space without type", json::array({entry(port(1), {{"id", 4}})}), {}},
+    {"type is text", json::array({entryOfType(port(1), "4")}), {}},
+    {"type is a fraction", json::array({entryOfType(port(1), 4.9)}), true},
+    {"type is a boolean", json::array({entryOfType(port(1), true)}), false},
+    {"type is another number", json::array({entryOfType(port(1), 4294967300)}), false},
+};
+
+TEST(MenuBarVisibility, ManagedDisplaySpacesOfAnyShape) {
+    for (const Spaces& shape : shapes) {
+        MenuBarProcess process(macWith({display(7, 1, 1)}));
+        simulator::devices::replaceManagedDisplaySpaces(shape.value);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), shape.fullscreen) << shape.name;
+        EXPECT_EQ(process.takeWarnings(), Lines{}) << shape.name;
+    }
+}
+
+TEST(MenuBarVisibility, ADisplayWithoutPortUUIDIsLookedForByItsNumber) {
+    json nameless = display(7, 1, 1);
+    nameless["portUUID"] = nullptr;
+    MenuBarProcess process(macWith({nameless}));
+    EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), std::nullopt);
+    simulator::devices::replaceManagedDisplaySpaces(json::array({entryOfType("DISPLAY-7", 4)}));
+    EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), true);
+}
+
+}  // namespace
+}  // namespace tolvaran

@@ -1,0 +1,310 @@
+#include "restore/modes/resolution_originals_store.hpp"
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "restore/paths/tolvaran_paths.hpp"
+#include "tests/restore/modes/decimal_comma_locale.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace Store = ResolutionOriginalsStore;
+
+const std::string unusable =
+    "warn: resolution originals file missing/wrong version/unparseable, starting fresh";
+
+const std::string oneEntry =
+    R"({"entries":{"HW-1552-41234-0":{"height":1440,"hz":60,"scaled":true,"width":2560}},)"
+    R"("version":1})";
+
+const DisplayModeSpec first{2560, 1440, true, 60};
+const DisplayModeSpec second{1920, 1080, false, 0};
+
+ResolutionOriginalsFile fileWith(std::map<std::string, DisplayModeSpec> entries) {
+    return {.version = 1, .entries = std::move(entries)};
+}
+
+class ResolutionOriginals : public testing::Test {
+  protected:
+    const std::string& path() const { return path_; }
+    void write(const std::string& content) const { writeFile(path_, content); }
+    std::optional<std::string> content() const { return readFile(path_); }
+    std::vector<std::string> takeLog() { return log_.take(); }
+
+    void expectUnusable(const std::string& text) {
+        write(text);
+        EXPECT_EQ(Store::load(path()), fileWith({})) << text.substr(0, 200);
+        EXPECT_THAT(takeLog(), ElementsAre(unusable)) << text.substr(0, 200);
+        EXPECT_EQ(content(), text);
+    }
+
+    TemporaryDirectory directory_;
+
+  private:
+    std::string path_ = directory_ / "State/.resolution-originals";
+    LogCapture log_;
+};
+
+TEST_F(ResolutionOriginals, StandInTheStateDirectory) {
+    const ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", "/support");
+    EXPECT_EQ(Store::defaultPath(), "/support/State/.resolution-originals");
+    EXPECT_EQ(Store::defaultPath(), TolvaranPaths::statePath(".resolution-originals"));
+    EXPECT_EQ(Store::fileVersion, 1);
+}
+
+TEST_F(ResolutionOriginals, AreNoneWithoutAFile) {
+    EXPECT_EQ(Store::load(path()), fileWith({}));
+    EXPECT_THAT(Store::pendingEntries(path()), IsEmpty());
+    std::filesystem::create_directories(path());  // a directory is no readable file
+    EXPECT_EQ(Store::load(path()), fileWith({}));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, AreWrittenWithSortedKeys) {
+    Store::save(fileWith({{"HW-1552-41234-0", first}}), path());
+    EXPECT_EQ(content(), oneEntry);
+    Store::save(fileWith({{"b", second}, {"a", first}, {"B", {1, 2, false, 3}}}), path());
+    EXPECT_EQ(content(), R"({"entries":{"B":{"height":2,"hz":3,"scaled":false,"width":1},)"
+                         R"("a":{"height":1440,"hz":60,"scaled":true,"width":2560},)"
+                         R"("b":{"height":1080,"hz":0,"scaled":false,"width":1920}},"version":1})");
+    EXPECT_THAT(directory_.list(), ElementsAre("State/", "State/.resolution-originals"));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, AreReadBackAsWritten) {
+    constexpr std::int64_t greatest = std::numeric_limits<std::int64_t>::max();
+    const auto file = fileWith({{"HW-1-2-3", first},
+                                {"", second},
+                                {"\"\\\n\xC3\xA9", {1, 1, false, 0}},
+                                {"huge", {greatest, greatest, true, greatest}}});
+    Store::save(file, path());
+    EXPECT_EQ(Store::load(path()), file);
+    EXPECT_EQ(Store::pendingEntries(path()), file.entries);
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, AreWrittenAlikeInEveryRegion) {
+    const DecimalCommaLocale locale;
+    Store::save(fileWith({{"HW-1552-41234-0", first}}), path());
+    EXPECT_EQ(content(), oneEntry);
+    EXPECT_EQ(Store::load(path()), fileWith({{"HW-1552-41234-0", first}}));
+}
+
+TEST_F(ResolutionOriginals, OfAnotherVersionAreUnusable) {
+    for (const char* version : {"2", "0", "-1", "4294967297", "9223372036854775807"}) {
+        expectUnusable(R"({"entries":{},"version":)" + std::string(version) + "}");
+    }
+    expectUnusable(R"({"entries":{"a":{"height":1,"hz":0,"scaled":true,"width":1}},"version":2})");
+}
+
+TEST_F(ResolutionOriginals, TruncatedAnywhereAreUnusable) {
+    for (std::size_t length = 0; length < oneEntry.size(); ++length) {
+        expectUnusable(oneEntry.substr(0, length));
+    }
+    write(oneEntry);
+    EXPECT_EQ(Store::load(path()), fileWith({{"HW-1552-41234-0", first}}));
+}
+
+TEST_F(ResolutionOriginals, WithAnotherShapeAreUnusable) {
+    for (const char* text : {"",
+                             " ",
+                             "null",
+                             "1",
+                             "\"\"",
+                             "[]",
+                             "{}",
+                             R"({"version":1})",
+                             R"({"entries":{}})",
+                             R"({"entries":null,"version":1})",
+                             R"({"entries":[],"version":1})",
+                             R"({"entries":{},"version":null})",
+                             R"({"entries":{},"version":"1"})",
+                             R"({"entries":{},"version":true})",
+                             R"({"entries":{},"version":1.5})",
+                             R"({"entries":{},"version":9223372036854775808})",
+                             R"({"entries":{},"version":1}x)",
+                             R"({"entries":{"a":null},"version":1})",
+                             R"({"entries":{"a":[]},"version":1})",
+                             R"({"entries":{"a":"2560x1440"},"version":1})",
+                             "{\"entries\":{\"\xFF\":1}}"}) {
+        expectUnusable(text);
+    }
+}
+
+TEST_F(ResolutionOriginals, WithOneUndecodableEntryAreUnusable) {
+    const std::map<std::string, std::string> good{
+        {"height", "1440"}, {"hz", "60"}, {"scaled", "true"}, {"width", "2560"}};
+    const std::vector<std::string> bad{
+        "", "null", "\"1\"", "[]", "{}", "2.5", "9223372036854775808", "1e300"};
+    for (const auto& [key, ignored] : good) {
+        std::vector<std::string> values = bad;
+        values.emplace_back(key == "scaled" ? "1" : "true");
+        for (const std::string& value : values) {
+            std::string entry;
+            for (const auto& [other, usual] : good) {
+                const std::string& written = other == key ? value : usual;
+                if (!written.empty()) {
+                    entry += (entry.empty() ? "\"" : ",\"") + other + "\":" + written;
+                }
+            }
+            expectUnusable(
+                R"({"entries":{"bad":{)" + entry +
+                R"(},"good":{"height":1,"hz":0,"scaled":false,"width":1}},"version":1})");
+        }
+    }
+}
+
+TEST_F(ResolutionOriginals, MayHoldWholeNumbersWithAFractionAndUnknownKeys) {
+    write(R"({"version":1.0,"writer":"x","entries":
+             {"a":{"width":2560.0,"height":1.44e3,"scaled":true,"hz":6e1,"depth":8}}})");
+    EXPECT_EQ(Store::load(path()), fileWith({{"a", first}}));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, LoseEntriesThatNoDisplayCouldHaveSilently) {
+    Store::save(
+        fileWith({{"zero width", {0, 1, false, 60}},
+                  {"negative width", {-2560, 1440, false, 60}},
+                  {"zero height", {1, 0, false, 60}},
+                  {"negative height", {1, std::numeric_limits<std::int64_t>::min(), true, 1}},
+                  {"negative rate", {1, 1, false, -1}},
+                  {"smallest", {1, 1, false, 0}},
+                  {"usual", first}}),
+        path());
+    const std::optional<std::string> before = content();
+    EXPECT_EQ(Store::load(path()), fileWith({{"smallest", {1, 1, false, 0}}, {"usual", first}}));
+    EXPECT_EQ(content(), before);
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, AreUnusableWhenTheyAreFiftyMegabytesOfNonsense) {
+    expectUnusable(std::string(50'000'000, '['));
+}
+
+TEST_F(ResolutionOriginals, AreReadFromAFileOfFiftyMegabytes) {
+    write(R"({"padding":")" + std::string(50'000'000, 'x') + "\"," + oneEntry.substr(1));
+    EXPECT_EQ(Store::load(path()), fileWith({{"HW-1552-41234-0", first}}));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, HaveNoFileWhenThereAreNone) {
+    write(oneEntry);
+    Store::save(fileWith({}), path());
+    EXPECT_EQ(content(), std::nullopt);
+    Store::save(fileWith({}), path());
+    EXPECT_THAT(directory_.list(), ElementsAre("State/"));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, PassOverAFileThatCannotBeRemoved) {
+    std::filesystem::create_directories(path());
+    Store::save(fileWith({}), path());
+    EXPECT_TRUE(std::filesystem::is_directory(path()));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, StayWhenTheNewOnesCannotBeEncoded) {
+    write(oneEntry);
+    Store::save(fileWith({{"\xFF\xFE", first}}), path());
+    EXPECT_EQ(content(), oneEntry);
+    EXPECT_THAT(takeLog(), ElementsAre("warn: Failed to encode resolution originals file"));
+}
+
+TEST_F(ResolutionOriginals, SayWhenTheyCannotBeWritten) {
+    writeFile(directory_ / "State", "a file where the directory should be");
+    Store::save(fileWith({{"a", first}}), path());
+    EXPECT_THAT(
+        takeLog(),
+        ElementsAre(testing::StartsWith("warn: Failed to write resolution originals file: create " +
+                                        path() + ": Not a directory")));
+    EXPECT_THAT(directory_.list(), ElementsAre("State"));
+}
+
+TEST_F(ResolutionOriginals, StayWhenTheyCannotBeReplaced) {
+    writeFile(path() + "/inside", "so that nothing can be renamed over this directory");
+    Store::save(fileWith({{"a", first}}), path());
+    EXPECT_THAT(takeLog(),
+                ElementsAre(testing::StartsWith(
+                    "warn: Failed to write resolution originals file: rename " + path() + ": ")));
+    EXPECT_THAT(directory_.list(), ElementsAre("State/", "State/.resolution-originals/",
+                                               "State/.resolution-originals/inside"));
+}
+
+TEST_F(ResolutionOriginals, RecordTheFirstModeOfADisplay) {
+    Store::recordIfAbsent("a", first, path());
+    Store::recordIfAbsent("b", second, path());
+    EXPECT_EQ(Store::load(path()), fileWith({{"a", first}, {"b", second}}));
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, AreNotTouchedByASecondModeOfADisplay) {
+    // Not as this system would write it, so that any rewriting shows.
+    const std::string text =
+        R"( {"version":1, "entries":{"a":{"width":2560,"height":1440,"scaled":true,"hz":60},
+            "invalid":{"width":0,"height":0,"scaled":true,"hz":60}}} )";
+    write(text);
+    Store::recordIfAbsent("a", second, path());
+    Store::recordIfAbsent("a", first, path());
+    EXPECT_EQ(content(), text);
+}
+
+TEST_F(ResolutionOriginals, RecordOverAnInvalidEntry) {
+    Store::save(fileWith({{"a", {0, 0, false, 0}}, {"b", {-1, 0, false, 0}}}), path());
+    Store::recordIfAbsent("a", first, path());
+    EXPECT_EQ(content(), R"({"entries":{"a":{"height":1440,"hz":60,"scaled":true,"width":2560}},)"
+                         R"("version":1})");
+}
+
+TEST_F(ResolutionOriginals, StartAfreshOverAFileThatCannotBeUsed) {
+    write("{torn");
+    Store::recordIfAbsent("HW-1552-41234-0", first, path());
+    EXPECT_THAT(takeLog(), ElementsAre(unusable));
+    EXPECT_EQ(content(), oneEntry);
+}
+
+TEST_F(ResolutionOriginals, AreClearedOneByOne) {
+    Store::save(fileWith({{"a", first}, {"b", second}}), path());
+    Store::clear("a", path());
+    EXPECT_EQ(Store::load(path()), fileWith({{"b", second}}));
+    Store::clear("b", path());
+    EXPECT_EQ(content(), std::nullopt);
+    Store::clear("b", path());
+    EXPECT_EQ(content(), std::nullopt);
+    EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+TEST_F(ResolutionOriginals, AreNotRewrittenToClearWhatIsNotThere) {
+    const std::string text =
+        R"( {"version":1, "entries":{"a":{"width":2560,"height":1440,"scaled":true,"hz":60},
+            "invalid":{"width":0,"height":0,"scaled":true,"hz":60}}} )";
+    write(text);
+    Store::clear("b", path());
+    Store::clear("", path());
+    Store::clear("invalid", path());
+    EXPECT_EQ(content(), text);
+    Store::clear("a", path());  // the invalid one goes with it
+    EXPECT_EQ(content(), std::nullopt);
+}
+
+TEST_F(ResolutionOriginals, AreLeftAloneByClearingWhenTheyCannotBeUsed) {
+    write(R"({"entries":{},"version":2})");
+    Store::clear("a", path());
+    EXPECT_THAT(takeLog(), ElementsAre(unusable));
+    EXPECT_EQ(content(), R"({"entries":{},"version":2})");
+}
+
+}  // namespace
+}  // namespace tolvaran::tests

@@ -1,0 +1,130 @@
+#include "simulator/devices/dock.hpp"
+
+#include <array>
+#include <limits>
+
+#include "platform/private_interfaces.hpp"
+#include "tests/simulator/devices/device_test.hpp"
+#include "tests/simulator/devices/run_time_library.hpp"
+
+namespace devices_tests {
+namespace {
+
+constexpr const char* hiServicesPath =
+    "/System/Library/Frameworks/ApplicationServices.framework/Frameworks/HIServices.framework/"
+    "HIServices";
+constexpr const char* getterName = "CoreDockGetExposeCornerActionsWithModifiers";
+constexpr const char* setterName = "CoreDockSetExposeCornerActionWithModifier";
+constexpr std::int32_t sentinel = std::numeric_limits<std::int32_t>::min();
+
+using Corners = std::array<std::int32_t, 4>;
+
+class Dock : public DeviceTest {
+  protected:
+    void SetUp() override {
+        simulator::reset({{"dock",
+                           {{"autoHide", false},
+                            {"cornerActions", {2, 3, 5, 14}},
+                            {"cornerModifiers", {0, 131072, 0, -1}}}}});
+    }
+
+    void read() {
+        auto* const getter = hiServices_.find<void(std::int32_t*, std::int32_t*)>(getterName);
+        ASSERT_NE(getter, nullptr);
+        getter(actions_.data(), modifiers_.data());
+    }
+
+    std::int32_t set(std::int32_t action, std::int32_t corner, std::int32_t modifier) {
+        auto* const setter =
+            hiServices_.find<std::int32_t(std::int32_t, std::int32_t, std::int32_t)>(setterName);
+        EXPECT_NE(setter, nullptr);
+        return setter(action, corner, modifier);
+    }
+
+    RunTimeLibrary hiServices_{hiServicesPath};
+    Corners actions_{sentinel, sentinel, sentinel, sentinel};
+    Corners modifiers_{sentinel, sentinel, sentinel, sentinel};
+};
+
+TEST_F(Dock, HidesAndStays) {
+    EXPECT_EQ(CoreDockGetAutoHideEnabled(), 0);
+    CoreDockSetAutoHideEnabled(1);
+    EXPECT_EQ(CoreDockGetAutoHideEnabled(), 1);
+    EXPECT_EQ(simulator::machine().at("dock").at("autoHide"), true);
+    CoreDockSetAutoHideEnabled(0);
+    EXPECT_EQ(simulator::machine().at("dock").at("autoHide"), false);
+    EXPECT_EQ(callList(),
+              nlohmann::json({{"CoreDockGetAutoHideEnabled", nlohmann::json::array(), false},
+                              {"CoreDockSetAutoHideEnabled", {true}, nullptr},
+                              {"CoreDockGetAutoHideEnabled", nlohmann::json::array(), true},
+                              {"CoreDockSetAutoHideEnabled", {false}, nullptr}}));
+}
+
+TEST_F(Dock, AutoHideMeetsFaults) {
+    simulator::addFault({{"call", "CoreDockSetAutoHideEnabled"}, {"effect", false}});
+    simulator::addFault({{"call", "CoreDockGetAutoHideEnabled"}, {"result", true}});
+    CoreDockSetAutoHideEnabled(1);
+    EXPECT_EQ(simulator::machine().at("dock").at("autoHide"), false);
+    EXPECT_EQ(CoreDockGetAutoHideEnabled(), 1);
+}
+
+TEST_F(Dock, TellsItsLiveCorners) {
+    read();
+    EXPECT_EQ(actions_, (Corners{2, 3, 5, 14}));
+    EXPECT_EQ(modifiers_, (Corners{0, 131072, 0, -1}));
+    EXPECT_EQ(callList(), nlohmann::json::array({{getterName, nlohmann::json::array(), nullptr}}));
+}
+
+TEST_F(Dock, SetsOneCornerAtATime) {
+    EXPECT_EQ(set(1, 2, 7), 0);
+    EXPECT_EQ(set(10, 0, 0), 0);
+    read();
+    EXPECT_EQ(actions_, (Corners{10, 3, 1, 14}));
+    EXPECT_EQ(modifiers_, (Corners{0, 131072, 7, -1}));
+    EXPECT_EQ(callList(), nlohmann::json({{setterName, {1, 2, 7}, 0},
+                                          {setterName, {10, 0, 0}, 0},
+                                          {getterName, nlohmann::json::array(), nullptr}}));
+}
+
+TEST_F(Dock, RefusesACornerThatThereIsNot) {
+    EXPECT_NE(set(1, 4, 0), 0);
+    EXPECT_NE(set(1, -1, 0), 0);
+    read();
+    EXPECT_EQ(actions_, (Corners{2, 3, 5, 14}));
+}
+
+TEST_F(Dock, DoesNotTakeCornersFromPreferences) {
+    simulator::set({{"preferences", {{"com.apple.dock", {{"wvous-tl-corner", 6}}}}}});
+    read();
+    EXPECT_EQ(actions_, (Corners{2, 3, 5, 14}));
+}
+
+TEST_F(Dock, AGetterThatFailsLeavesTheBuffersUntouched) {
+    simulator::addFault({{"call", getterName}, {"effect", false}});
+    read();
+    EXPECT_EQ(actions_, (Corners{sentinel, sentinel, sentinel, sentinel}));
+    EXPECT_EQ(modifiers_, (Corners{sentinel, sentinel, sentinel, sentinel}));
+    EXPECT_EQ(callList().size(), 1U);
+}
+
+TEST_F(Dock, ASetterThatFailsLeavesTheCorners) {
+    simulator::addFault({{"call", setterName}, {"result", -50}, {"skip", 1}, {"times", 1}});
+    EXPECT_EQ(set(1, 0, 0), 0);
+    EXPECT_EQ(set(1, 1, 0), -50);
+    EXPECT_EQ(set(1, 2, 0), 0);
+    read();
+    EXPECT_EQ(actions_, (Corners{1, 3, 1, 14}));
+}
+
+TEST_F(Dock, FunctionsMayBeMissing) {
+    for (const char* const name : {getterName, setterName}) {
+        simulator::set({{"unavailable", nlohmann::json::array({name})}});
+        EXPECT_EQ(hiServices_.find<void()>(name), nullptr);
+        EXPECT_EQ(dlsym(RTLD_DEFAULT, name), nullptr);
+    }
+    simulator::set({{"unavailable", nlohmann::json::array({"HIServices"})}});
+    EXPECT_EQ(RunTimeLibrary(hiServicesPath).handle, nullptr);
+}
+
+}  // namespace
+}  // namespace devices_tests

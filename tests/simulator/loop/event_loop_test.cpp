@@ -1,0 +1,221 @@
+#include "simulator/loop/event_loop.hpp"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "simulator/loop/clock.hpp"
+#include "tests/simulator/simulator_test.hpp"
+
+namespace simulator {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr clock::Time second = clock::second;
+
+class EventLoop : public SimulatorTest {
+  protected:
+    std::function<void()> note(const std::string& name) {
+        return [this, name] { noted_.push_back(name); };
+    }
+    std::vector<std::string> noted_;
+};
+
+TEST_F(EventLoop, EventsComeBeforeWorkThatIsDueAtTheSameTime) {
+    queueWork(second, note("work 1"));
+    planEvent(second, note("event 1"));
+    queueWork(second, note("work 2"));
+    planEvent(second, note("event 2"));
+    planEvent(0, note("event 0"));
+    runUntil(second);
+    EXPECT_THAT(noted_, ElementsAre("event 0", "event 1", "event 2", "work 1", "work 2"));
+}
+
+TEST_F(EventLoop, WorkThatAnEventQueuesWaitsForTheOtherEventsOfThatTime) {
+    planEvent(second, [&] {
+        noted_.emplace_back("event 1");
+        queueWork(clock::now(), note("work"));
+    });
+    planEvent(second, note("event 2"));
+    runUntil(second);
+    EXPECT_THAT(noted_, ElementsAre("event 1", "event 2", "work"));
+}
+
+TEST_F(EventLoop, WorkThatAnEventQueuesRunsBeforeOtherWorkOfThatTime) {
+    queueWork(second, note("own"));
+    planEvent(second, [&] {
+        onMainQueue(note("caused 1"));
+        queueWork(2 * second, note("caused for later"));
+        onMainQueue([&] {
+            noted_.emplace_back("caused 2");
+            onMainQueue(note("own answer"));
+        });
+    });
+    queueWork(2 * second, note("later"));
+    runUntil(2 * second);
+    EXPECT_THAT(noted_, ElementsAre("caused 1", "caused 2", "own", "own answer", "caused for later",
+                                    "later"));
+}
+
+TEST_F(EventLoop, AnEventThatATestPerformsIsOne) {
+    onMainQueue(note("own"));
+    happen([&] { onMainQueue(note("caused")); });
+    onMainQueue(note("own, later"));
+    runUntil(0);
+    EXPECT_THAT(noted_, ElementsAre("caused", "own", "own, later"));
+}
+
+/// Work that queues itself again whenever it runs, and notes when that was.
+class Restless {
+  public:
+    Restless() {
+        onMainQueue([this] { run(); });
+    }
+    std::vector<double> times;
+
+  private:
+    void run() {
+        times.push_back(now());
+        onMainQueue([this] { run(); });
+    }
+};
+
+TEST_F(EventLoop, AProcessThatNeverRestsReachesItsEnd) {
+    const Restless restless;
+    std::vector<double> events;
+    for (const double at : {0.0, 1.5, 3.0, 3.5}) {
+        planEvent(clock::fromSeconds(at), [&] { events.push_back(now()); });
+    }
+    runUntil(3 * second);
+    EXPECT_EQ(now(), 3);
+    ASSERT_EQ(restless.times.size(), 1004U);
+    EXPECT_EQ(restless.times[999], 0);
+    EXPECT_THAT(std::vector(restless.times.begin() + 1000, restless.times.end()),
+                ElementsAre(0, 1, 2, 3));
+    EXPECT_THAT(events, ElementsAre(0, 1.5, 3));
+}
+
+TEST_F(EventLoop, APieceThatTakesLongerThanTheRunIsItsLast) {
+    const Restless restless;
+    runUntil(second / 2);
+    EXPECT_EQ(now(), 0.5);
+    EXPECT_EQ(restless.times.size(), 1001U);
+}
+
+TEST_F(EventLoop, MuchWorkTakesNoTimeWhereTimePassesBetween) {
+    std::vector<double> times;
+    for (int i = 0; i < 4000; ++i) {
+        queueWork(i / 1000 * second, [&] { times.push_back(now()); });
+    }
+    runUntil(3 * second);
+    ASSERT_EQ(times.size(), 4000U);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        EXPECT_EQ(times[i], static_cast<double>(i / 1000)) << i;
+    }
+    EXPECT_EQ(now(), 3);
+}
+
+TEST_F(EventLoop, DroppedWorkDoesNotRun) {
+    const WorkID dropped = queueWork(second, note("dropped"));
+    const WorkID ran = queueWork(second, note("ran"));
+    dropWork(dropped);
+    runUntil(second);
+    dropWork(ran);
+    EXPECT_THAT(noted_, ElementsAre("ran"));
+}
+
+TEST_F(EventLoop, SleepingLetsEventsHappenButNoWork) {
+    planEvent(second, note("event"));
+    queueWork(second, note("work"));
+    onMainQueue(note("device"));
+    sleepUntil(2 * second);
+    EXPECT_THAT(noted_, ElementsAre("event"));
+    EXPECT_EQ(clock::now(), 2 * second);
+    runUntil(2 * second);
+    EXPECT_THAT(noted_, ElementsAre("event", "device", "work"));
+}
+
+TEST_F(EventLoop, AnExceptionLeavesTheLoopUsable) {
+    queueWork(0, [] { throw std::runtime_error("thrown"); });
+    queueWork(0, note("next"));
+    EXPECT_THROW(runUntil(0), std::runtime_error);
+    runUntil(0);
+    EXPECT_THAT(noted_, ElementsAre("next"));
+}
+
+TEST_F(EventLoop, ClearingDropsEverythingButLastingWork) {
+    queueWork(0, note("work"));
+    queueLastingWork(note("lasting"));
+    planEvent(0, note("event"));
+    setEndOfRun(second);
+    clearEventLoop();
+    EXPECT_EQ(endOfRun(), 0);
+    runUntil(second);
+    EXPECT_THAT(noted_, ElementsAre("lasting"));
+}
+
+TEST_F(EventLoop, TheVirtualClockStartsAtAFixedDate) {
+    EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600);
+    advance(0.25);
+    EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600.25);
+    EXPECT_EQ(now(), 0.25);
+    reset();
+    EXPECT_EQ(now(), 0);
+}
+
+TEST_F(EventLoop, AnHourIsOverAtOnce) {
+    const auto before = std::chrono::steady_clock::now();
+    queueWork(3600 * second, note("work"));
+    runUntil(3600 * second);
+    EXPECT_THAT(noted_, ElementsAre("work"));
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+}
+
+TEST_F(EventLoop, NanosleepMovesTheVirtualClock) {
+    planEvent(second, note("event"));
+    const timespec duration{1, 500'000'000};
+    timespec remaining{9, 9};
+    EXPECT_EQ(nanosleep(&duration, &remaining), 0);
+    EXPECT_EQ(remaining.tv_sec, 0);
+    EXPECT_EQ(now(), 1.5);
+    EXPECT_THAT(noted_, ElementsAre("event"));
+    const timespec wrong{0, second};
+    EXPECT_EQ(nanosleep(&wrong, nullptr), -1);
+    EXPECT_EQ(errno, EINVAL);
+    addFault({{"call", "nanosleep"}, {"result", "EINTR"}});
+    EXPECT_EQ(nanosleep(&duration, nullptr), -1);
+    EXPECT_EQ(errno, EINTR);
+    EXPECT_EQ(now(), 1.5);
+}
+
+TEST_F(EventLoop, TheRealClockWaitsAsLongAsItSays) {
+    clock::restart(clock::Kind::realTime);
+    const auto before = std::chrono::steady_clock::now();
+    double ranAt = 0;
+    queueWork(clock::fromSeconds(0.05), [&] { ranAt = now(); });
+    runUntil(clock::fromSeconds(0.1));
+    EXPECT_GE(ranAt, 0.05);
+    EXPECT_LT(ranAt, 0.1) << "it did not wait for the end";
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(100));
+    const double date = CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970;
+    EXPECT_NEAR(date, static_cast<double>(std::time(nullptr)), 2);
+}
+
+TEST_F(EventLoop, SecondsBecomeTimes) {
+    const struct {
+        double seconds;
+        clock::Time time;
+    } rows[] = {{0, 0},    {-1, 0},           {0.2, 200'000'000},
+                {1e-9, 1}, {60, 60 * second}, {1e300, clock::never}};
+    for (const auto& [seconds, time] : rows) {
+        EXPECT_EQ(clock::fromSeconds(seconds), time) << seconds;
+    }
+}
+
+}  // namespace
+}  // namespace simulator

@@ -1,0 +1,117 @@
+#include "platform/workspace.hpp"
+
+#include <string>
+#include <vector>
+
+#include "simulator/loop/clock.hpp"
+#include "simulator/loop/event_loop.hpp"
+#include "simulator/loop/workspace_events.hpp"
+#include "tests/simulator/simulator_test.hpp"
+
+namespace simulator {
+namespace {
+
+namespace workspace = tolvaran::workspace;
+using testing::ElementsAre;
+using workspace::RunningApplication;
+
+class Workspace : public SimulatorTest {
+  protected:
+    workspace::ApplicationHandler note(const std::string& name) {
+        return [this, name](const std::optional<RunningApplication>& application) {
+            const std::string who = application
+                                        ? application->bundleIdentifier.value_or("no bundle") +
+                                              " " + std::to_string(application->processIdentifier) +
+                                              (application->terminated ? " terminated" : "")
+                                        : "nobody";
+            noted_.push_back(name + ": " + who);
+        };
+    }
+    std::vector<std::string> noted_;
+};
+
+TEST_F(Workspace, ListsApplicationsInOrder) {
+    reset({{"applications",
+            {{{"bundle", "b"}, {"pid", 9}},
+             {{"bundle", nullptr}, {"pid", 3}},
+             {{"bundle", "a"}, {"pid", 5}, {"terminated", true}}}}});
+    EXPECT_THAT(
+        workspace::runningApplications(),
+        ElementsAre(RunningApplication{"b", 9, false}, RunningApplication{std::nullopt, 3, false},
+                    RunningApplication{"a", 5, true}));
+}
+
+TEST_F(Workspace, ObserversHearOfTheirNotificationsOnTheMainQueue) {
+    const auto launches = workspace::observeLaunches(note("launch"));
+    const auto terminations = workspace::observeTerminations(note("termination"));
+    int wakes = 0;
+    const auto wake = workspace::observeWakes([&] { ++wakes; });
+    perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
+    perform({{"terminated", 5}});
+    perform({{"wake", true}});
+    perform({{"exit", 5}});
+    EXPECT_TRUE(noted_.empty());
+    advance(0);
+    EXPECT_THAT(noted_, ElementsAre("launch: a 5", "termination: a 5 terminated",
+                                    "termination: a 5 terminated"));
+    EXPECT_EQ(wakes, 1);
+}
+
+TEST_F(Workspace, TheExitEventComesBeforeTheNotification) {
+    reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
+    const auto terminations = workspace::observeTerminations(
+        [](const auto&) { EXPECT_TRUE(workspace::runningApplications().empty()); });
+    perform({{"exit", 5}});
+    EXPECT_TRUE(workspace::runningApplications().empty());
+    advance(0);
+}
+
+TEST_F(Workspace, ANotificationMayNameNobody) {
+    const auto launches = workspace::observeLaunches(note("launch"));
+    postLaunch(std::nullopt);
+    advance(0);
+    EXPECT_THAT(noted_, ElementsAre("launch: nobody"));
+}
+
+TEST_F(Workspace, AnObserverThatIsGoneHearsNothing) {
+    {
+        const auto launches = workspace::observeLaunches(note("launch"));
+        perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
+    }
+    advance(0);
+    EXPECT_TRUE(noted_.empty());
+}
+
+TEST_F(Workspace, MovedObserversStay) {
+    std::optional<workspace::Observation> kept;
+    {
+        workspace::Observation first = workspace::observeLaunches(note("launch"));
+        kept.emplace(std::move(first));
+    }
+    perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
+    advance(0);
+    EXPECT_EQ(noted_.size(), 1U);
+}
+
+TEST_F(Workspace, TheEventLoopReturnsAtTheEndOfTheRun) {
+    int runs = 0;
+    queueWork(2 * clock::second, [&] { ++runs; });
+    workspace::runEventLoop();
+    EXPECT_EQ(now(), 0);
+    setEndOfRun(3 * clock::second);
+    workspace::runEventLoop();
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(now(), 3);
+}
+
+TEST_F(Workspace, ProhibitingActivationIsSeen) {
+    EXPECT_FALSE(activationIsProhibited());
+    workspace::prohibitActivation();
+    EXPECT_TRUE(activationIsProhibited());
+    EXPECT_EQ(calls(), json::array()) << "it is about the process, not about the Mac";
+    reset();
+    EXPECT_FALSE(activationIsProhibited());
+}
+
+}  // namespace
+}  // namespace simulator
