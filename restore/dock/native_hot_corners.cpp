@@ -3,35 +3,27 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <string>
 
+#include "platform/private_interfaces.hpp"
 #include "restore/support/dynamic_library.hpp"
 #include "restore/support/process_wide.hpp"
 
 namespace tolvaran::NativeHotCorners {
 namespace {
 
-using Getter = void(std::int32_t* actions, std::int32_t* modifiers);
-using Setter = std::int32_t(std::int32_t action, std::int32_t corner, std::int32_t modifier);
-
-constexpr const char* libraryPath =
-    "/System/Library/Frameworks/ApplicationServices.framework/Frameworks/HIServices.framework/"
-    "HIServices";
-
-constexpr const char* getterName = "CoreDockGetExposeCornerActionsWithModifiers";
-constexpr const char* setterName = "CoreDockSetExposeCornerActionWithModifier";
-
+/// Looks the function up in the library or, where that cannot be opened, in the process.
 template <typename Function>
-Function* find(const DynamicLibrary& library, const std::string& name) {
-    return library.isOpen() ? library.function<Function>(name)
-                            : DynamicLibrary::functionOfProcess<Function>(name);
+Function* find(const DynamicLibrary& library, const RunTimeFunction<Function>& wanted) {
+    return library.isOpen() ? library.function(wanted) : DynamicLibrary::functionOfProcess(wanted);
 }
 
-/// The library and what was found in it; a function that this Mac lacks is null.
+/// The library and what was found in it. A function that this Mac lacks is null.
 struct Functions {
-    DynamicLibrary library{libraryPath};
-    Getter* getter = find<Getter>(library, getterName);
-    Setter* setter = find<Setter>(library, setterName);
+    DynamicLibrary library{hi_services::path};
+    decltype(hi_services::getCornerActions)::Pointer getter =
+        find(library, hi_services::getCornerActions);
+    decltype(hi_services::setCornerAction)::Pointer setter =
+        find(library, hi_services::setCornerAction);
 };
 
 const Functions& functions() {
@@ -61,16 +53,16 @@ std::vector<std::string> missing() {
     }
     std::vector<std::string> names;
     if (found.getter == nullptr) {
-        names.emplace_back(getterName);
+        names.emplace_back(hi_services::getCornerActions.name);
     }
     if (found.setter == nullptr) {
-        names.emplace_back(setterName);
+        names.emplace_back(hi_services::setCornerAction.name);
     }
     return names;
 }
 
 std::optional<State> read() {
-    Getter* const getter = functions().getter;
+    auto* const getter = functions().getter;
     if (getter == nullptr) {
         return std::nullopt;
     }

@@ -6,16 +6,13 @@
 namespace tolvaran {
 namespace {
 
-constexpr const char* skyLightPath =
-    "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight";
-
-/// The function of this name; where there is none, null, and the name joins `missing`.
+/// Looks the function up. If there is none, returns null and adds its name to `missing`.
 template <typename Function>
-Function* find(const DynamicLibrary& library, const std::string& name,
+Function* find(const DynamicLibrary& library, const RunTimeFunction<Function>& wanted,
                std::vector<std::string>& missing) {
-    Function* const function = library.function<Function>(name);
+    Function* const function = library.function(wanted);
     if (function == nullptr) {
-        missing.push_back(name);
+        missing.emplace_back(wanted.name);
     }
     return function;
 }
@@ -23,15 +20,13 @@ Function* find(const DynamicLibrary& library, const std::string& name,
 }  // namespace
 
 PerDisplayMenuBarAPI::PerDisplayMenuBarAPI()
-    : handle(skyLightPath),
-      mainConnection(find<MainConnection>(handle, "CGSMainConnectionID", missing)),
-      getAutohide(find<GetAutohide>(handle, "SLSGetMenuBarAutohideEnabled", missing)),
-      getOverride(find<GetOverride>(handle, "SLSGetMenuBarVisibilityOverrideOnDisplay", missing)),
-      setOverride(find<SetOverride>(handle, "SLSSetMenuBarVisibilityOverrideOnDisplay", missing)),
-      copyActiveDisplay(
-          find<CopyActiveDisplay>(handle, "SLSCopyActiveMenuBarDisplayIdentifier", missing)),
-      copyManagedDisplaySpaces(
-          find<CopyManagedDisplaySpaces>(handle, "SLSCopyManagedDisplaySpaces", missing)) {
+    : handle(sky_light::path),
+      mainConnection(find(handle, sky_light::mainConnection, missing)),
+      getAutohide(find(handle, sky_light::getAutohide, missing)),
+      getOverride(find(handle, sky_light::getOverride, missing)),
+      setOverride(find(handle, sky_light::setOverride, missing)),
+      copyActiveDisplay(find(handle, sky_light::copyActiveDisplay, missing)),
+      copyManagedDisplaySpaces(find(handle, sky_light::copyManagedDisplaySpaces, missing)) {
     if (!isComplete()) {
         RestoreLog::warn("Per-display menu bar API is unavailable on this macOS build");
     }

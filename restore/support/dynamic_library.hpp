@@ -6,29 +6,31 @@
 #include <memory>
 #include <string>
 
+#include "platform/private_interfaces.hpp"
+
 namespace tolvaran {
 
 /// A library that stays loaded for as long as this lives.
 class DynamicLibrary {
   public:
-    /// Loads the library at `path`, its functions bound on first use and visible through this
-    /// object only. isOpen() tells whether that was possible; nothing is logged.
+    /// Loads the library at `path`; its functions are bound on first use and visible through this
+    /// object only. isOpen() says whether that worked; nothing is logged.
     explicit DynamicLibrary(const std::string& path);
 
     bool isOpen() const { return handle_ != nullptr; }
 
-    /// The function of this name, valid as long as this object lives; null when the library is not
-    /// open or has no such function.
-    /// @tparam Function its type, such as std::int32_t(std::int32_t), which nothing can check
+    /// Looks a function up. It is valid for as long as this object lives; null if the library is
+    /// not open or has no such function.
     template <typename Function>
-    Function* function(const std::string& name) const {
-        return reinterpret_cast<Function*>(symbol(name));
+    Function* function(const RunTimeFunction<Function>& wanted) const {
+        return reinterpret_cast<Function*>(symbol(wanted.name));
     }
 
-    /// The same among the functions that the process has anyway, whatever library they are from.
+    /// Looks a function up among those that the process has loaded, from whichever library; null if
+    /// there is none.
     template <typename Function>
-    static Function* functionOfProcess(const std::string& name) {
-        return reinterpret_cast<Function*>(symbolOfProcess(name));
+    static Function* functionOfProcess(const RunTimeFunction<Function>& wanted) {
+        return reinterpret_cast<Function*>(symbolOfProcess(wanted.name));
     }
 
   private:

@@ -60,10 +60,9 @@ void CoreDockSetAutoHideEnabled(Boolean enabled) {
 namespace simulator::devices {
 
 void registerDockSymbols() {
-    offer("HIServices", "CoreDockGetExposeCornerActionsWithModifiers",
-          CoreDockGetExposeCornerActionsWithModifiers);
-    offer("HIServices", "CoreDockSetExposeCornerActionWithModifier",
-          CoreDockSetExposeCornerActionWithModifier);
+    using namespace tolvaran::hi_services;
+    offer("HIServices", getCornerActions, CoreDockGetExposeCornerActionsWithModifiers);
+    offer("HIServices", setCornerAction, CoreDockSetExposeCornerActionWithModifier);
 }
 
 }  // namespace simulator::devices

@@ -168,15 +168,13 @@ void resetMenuBar() {
 }
 
 void registerMenuBarSymbols() {
-    offer("SkyLight", "CGSMainConnectionID", CGSMainConnectionID);
-    offer("SkyLight", "SLSGetMenuBarAutohideEnabled", SLSGetMenuBarAutohideEnabled);
-    offer("SkyLight", "SLSGetMenuBarVisibilityOverrideOnDisplay",
-          SLSGetMenuBarVisibilityOverrideOnDisplay);
-    offer("SkyLight", "SLSSetMenuBarVisibilityOverrideOnDisplay",
-          SLSSetMenuBarVisibilityOverrideOnDisplay);
-    offer("SkyLight", "SLSCopyActiveMenuBarDisplayIdentifier",
-          SLSCopyActiveMenuBarDisplayIdentifier);
-    offer("SkyLight", "SLSCopyManagedDisplaySpaces", SLSCopyManagedDisplaySpaces);
+    using namespace tolvaran;
+    offer("SkyLight", sky_light::mainConnection, CGSMainConnectionID);
+    offer("SkyLight", sky_light::getAutohide, SLSGetMenuBarAutohideEnabled);
+    offer("SkyLight", sky_light::getOverride, SLSGetMenuBarVisibilityOverrideOnDisplay);
+    offer("SkyLight", sky_light::setOverride, SLSSetMenuBarVisibilityOverrideOnDisplay);
+    offer("SkyLight", sky_light::copyActiveDisplay, SLSCopyActiveMenuBarDisplayIdentifier);
+    offer("SkyLight", sky_light::copyManagedDisplaySpaces, SLSCopyManagedDisplaySpaces);
 }
 
 }  // namespace simulator::devices

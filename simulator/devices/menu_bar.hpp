@@ -1,13 +1,5 @@
-// The menu bar: SkyLight's functions, found at run time, and the global auto-hide switch, which the
-// product declares for itself and links directly. With their types:
-//
-//   CGSMainConnectionID                      () -> int32_t, in SkyLight and directly
-//   CGSSetMenuBarAutohideEnabled             (int32_t, Boolean) -> CGError, directly
-//   SLSGetMenuBarAutohideEnabled             (int32_t, Boolean*) -> int32_t
-//   SLSGetMenuBarVisibilityOverrideOnDisplay (int32_t, CGDirectDisplayID) -> Boolean
-//   SLSSetMenuBarVisibilityOverrideOnDisplay (int32_t, CGDirectDisplayID, Boolean) -> int32_t
-//   SLSCopyActiveMenuBarDisplayIdentifier    (int32_t) -> CFStringRef
-//   SLSCopyManagedDisplaySpaces              (int32_t) -> CFArrayRef
+// The menu bar: SkyLight's functions, found at run time, and the global auto-hide switch, which is
+// linked (platform/private_interfaces.hpp has their types).
 //
 // A connection that CGSMainConnectionID() did not return is refused: with
 // kCGErrorInvalidConnection, false or null.

@@ -144,13 +144,13 @@ TEST_F(PrivateInterfaces, TheDocksHotCornersAreReadAsTheyWereSet) {
 TEST_F(PrivateInterfaces, WhatIsNotThereIsNotFound) {
     const DynamicLibrary missing("/System/Library/PrivateFrameworks/TolvaranHasNoSuch.framework");
     EXPECT_FALSE(missing.isOpen());
-    EXPECT_EQ(missing.function<void()>("CGSMainConnectionID"), nullptr);
-    const DynamicLibrary skyLight(
-        "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight");
+    EXPECT_EQ(missing.function(sky_light::mainConnection), nullptr);
+    constexpr RunTimeFunction<void()> noSuchFunction{"TolvaranHasNoSuchFunction"};
+    const DynamicLibrary skyLight(sky_light::path);
     if (skyLight.isOpen()) {
-        EXPECT_EQ(skyLight.function<void()>("TolvaranHasNoSuchFunction"), nullptr);
+        EXPECT_EQ(skyLight.function(noSuchFunction), nullptr);
     }
-    EXPECT_EQ(DynamicLibrary::functionOfProcess<void()>("TolvaranHasNoSuchFunction"), nullptr);
+    EXPECT_EQ(DynamicLibrary::functionOfProcess(noSuchFunction), nullptr);
 }
 
 }  // namespace

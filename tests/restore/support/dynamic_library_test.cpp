@@ -3,51 +3,46 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "platform/private_interfaces.hpp"
 #include "simulator/simulator.hpp"
 
 namespace tolvaran {
 namespace {
 
-const char* const skyLight =
-    "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight";
-using Connection = std::int32_t();
+constexpr RunTimeFunction<void()> noSuchFunction{"CGSNoSuchFunction"};
 
 TEST(DynamicLibrary, FindsTheFunctionsOfALibrary) {
     simulator::reset();
-    const DynamicLibrary library(skyLight);
+    const DynamicLibrary library(sky_light::path);
     ASSERT_TRUE(library.isOpen());
-    Connection* const function = library.function<Connection>("CGSMainConnectionID");
+    CGSConnectionID (*const function)() = library.function(sky_light::mainConnection);
     ASSERT_NE(function, nullptr);
     EXPECT_NE(function(), 0);
-    EXPECT_EQ(library.function<Connection>("CGSNoSuchFunction"), nullptr);
+    EXPECT_EQ(library.function(noSuchFunction), nullptr);
 }
 
 TEST(DynamicLibrary, HasNoFunctionsWhenItCannotBeOpened) {
     simulator::reset({{"unavailable", {"SkyLight"}}});
-    const DynamicLibrary library(skyLight);
+    const DynamicLibrary library(sky_light::path);
     EXPECT_FALSE(library.isOpen());
-    EXPECT_EQ(library.function<Connection>("CGSMainConnectionID"), nullptr);
+    EXPECT_EQ(library.function(sky_light::mainConnection), nullptr);
     EXPECT_FALSE(DynamicLibrary("/no/such/library").isOpen());
 }
 
 TEST(DynamicLibrary, FindsTheFunctionsOfTheProcess) {
     simulator::reset();
-    using Getter = void(std::int32_t*, std::int32_t*);
-    EXPECT_NE(
-        DynamicLibrary::functionOfProcess<Getter>("CoreDockGetExposeCornerActionsWithModifiers"),
-        nullptr);
-    EXPECT_EQ(DynamicLibrary::functionOfProcess<Getter>("CoreDockNoSuchFunction"), nullptr);
+    EXPECT_NE(DynamicLibrary::functionOfProcess(hi_services::getCornerActions), nullptr);
+    EXPECT_EQ(DynamicLibrary::functionOfProcess(noSuchFunction), nullptr);
 }
 
 TEST(DynamicLibrary, ClosesTheLibraryInTheEnd) {
     simulator::reset();
-    void* const handle = ::dlopen(skyLight, RTLD_LAZY);
+    void* const handle = ::dlopen(sky_light::path, RTLD_LAZY);
     {
-        DynamicLibrary first(skyLight);
+        DynamicLibrary first(sky_light::path);
         const DynamicLibrary second = std::move(first);
     }
     EXPECT_EQ(::dlclose(handle), 0) << "it was closed only once";
@@ -56,10 +51,10 @@ TEST(DynamicLibrary, ClosesTheLibraryInTheEnd) {
 
 TEST(DynamicLibrary, MovesAlongWithItsFunctions) {
     simulator::reset();
-    DynamicLibrary first(skyLight);
+    DynamicLibrary first(sky_light::path);
     const DynamicLibrary second = std::move(first);
     EXPECT_TRUE(second.isOpen());
-    EXPECT_NE(second.function<Connection>("CGSMainConnectionID"), nullptr);
+    EXPECT_NE(second.function(sky_light::mainConnection), nullptr);
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "player/scenario.hpp"
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/faults/recorder.hpp"
@@ -172,26 +171,6 @@ TEST_F(FaultResults, ACallWithoutEffectAndResultReturnsTheEmptyResult) {
     EXPECT_EQ(getpid(), 0);
     EXPECT_EQ(getpwuid(getuid()), nullptr);
     EXPECT_EQ(faultsMet(), 8U);
-}
-
-TEST_F(FaultResults, AreCheckedWhenAScenarioIsRead) {
-    const struct {
-        const char* fault;
-        const char* message;
-    } rows[] = {
-        {R"({"call": "CGNope", "result": 1000})",
-         "faults[0].call: is no function that can be made to fail"},
-        {R"({"call": "CGMainDisplayID", "delayReads": 1})",
-         "faults[0].delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time"},
-        {R"({"call": "CGBeginDisplayConfiguration", "result": 1099511627776})",
-         "faults[0].result: must be a whole number from -2147483648 to 2147483647"},
-        {R"({"call": "CFPreferencesSynchronize", "result": "no"})",
-         "faults[0].result: must be true or false"},
-    };
-    for (const auto& [fault, message] : rows) {
-        const json document{{"faults", json::array({json::parse(fault)})}};
-        EXPECT_EQ(thrownBy<ScenarioError>([&] { readScenario(document, "", "test"); }), message);
-    }
 }
 
 }  // namespace
