@@ -25,9 +25,9 @@ void setUpLogging() {
 }
 
 int helperMain() {
-    // Or the first files to be opened would take the streams' places, and the log its own echo.
+    // Otherwise the first files opened would take the streams' numbers, and the log its own echo.
     files::openStandardStreams();
-    // A reader of standard error that went away must not take the helper with it.
+    // Losing whoever reads standard error must not end the helper.
     std::signal(SIGPIPE, SIG_IGN);
     setUpLogging();
     // A helper that was killed while it rewrote a record has left its unfinished copy behind.

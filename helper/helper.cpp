@@ -18,7 +18,7 @@ void touchHeartbeat() {
 
 void safetyTick() {
     touchHeartbeat();
-    // Harmless while the main application runs: every step asks for it and skips.
+    // Harmless while the main application runs: every step checks for it and skips.
     runRestoreSequence("safety-tick", std::nullopt);
 }
 
@@ -38,8 +38,8 @@ void reconfigurationCallback(CGDirectDisplayID /*display*/, CGDisplayChangeSumma
     if ((flags & kCGDisplayBeginConfigurationFlag) != 0) {
         return;
     }
-    // Every callback gets a run of its own: each run looks at the hardware afresh, and holding some
-    // back could miss the state that the last one would have seen.
+    // Each callback gets its own run: every run reads the hardware afresh, and merging some could
+    // miss the state that the last one would have seen.
     main_queue::async([] { runRestoreSequence("display-reconfig", std::nullopt); });
 }
 

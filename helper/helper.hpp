@@ -19,16 +19,16 @@ inline constexpr double safetyInterval = 60.0;
 /// Grace time after an exit, in seconds, in which a relaunched instance can appear.
 inline constexpr double relaunchGrace = 0.2;
 
-/// The display-reconfiguration callback: queues one restore run tagged "display-reconfig" for each
+/// The display-reconfiguration callback. Queues one restore run tagged "display-reconfig" for each
 /// display whose reconfiguration has ended. Called by the window server on the main thread.
 void reconfigurationCallback(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags,
                              void* userInfo);
 
-/// Handlers reach a Helper only through weak references, so that none of them extends its life; a
-/// handler that finds it gone skips the work that needs it.
+/// Main thread only. Handlers reach a Helper through weak references, so none of them extends its
+/// life; a handler that finds it gone skips the work that needs it.
 class Helper {
   public:
-    /// A Helper with every field empty. It must be owned by a shared pointer, hence no constructor.
+    /// A Helper with every field empty. A shared pointer must own it, so there is no constructor.
     static std::shared_ptr<Helper> make();
 
     /// Touches the heartbeat, registers the observers and the reconfiguration callback, starts the
@@ -42,18 +42,18 @@ class Helper {
     void watch(pid_t pid);
     /// A new instance was launched: watches it, unless an earlier one is watched and still lives.
     void mainAppLaunched(pid_t pid);
-    /// The workspace reports an instance terminated. Only logged: the watch is the one trigger of a
-    /// restore after an exit, so that an exit is never handled twice.
+    /// The workspace reports that an instance terminated. Only logged: after an exit the watch alone
+    /// triggers a restore, so no exit is handled twice.
     void mainAppTerminated(pid_t pid);
     /// The watched process has exited: ends the watch and schedules rearmAfterExit().
     static void procExitFired(const std::weak_ptr<Helper>& helper, pid_t pid);
-    /// Watches another live instance, if there is one, and in every case runs the restore sequence
-    /// tagged "proc-exit", also when the Helper is gone. With another instance alive every step of
-    /// the sequence skips: that is how a relaunch is told from a crash.
+    /// Watches another live instance if there is one, then always runs the restore sequence tagged
+    /// "proc-exit", even if the Helper is gone. With another instance alive every step skips: that is
+    /// how a relaunch is told from a crash.
     static void rearmAfterExit(const std::weak_ptr<Helper>& helper, pid_t exitedPID);
 
     main_queue::Source processSource;  // the exit watch; empty when nothing is watched
-    std::optional<pid_t> watchedPID;   // whom it watches
+    std::optional<pid_t> watchedPID;   // the process that it watches
     main_queue::Source safetyTimer;
     std::optional<workspace::Observation> launchObserver;
     std::optional<workspace::Observation> terminateObserver;

@@ -60,8 +60,8 @@ void rotateIfTooLarge() {
     }
     writer().file.reset();
     moveCurrentToPrevious();
-    // Emptied where it could not be moved: a log that grew without bound could fill the disk that
-    // the records need.
+    // Emptied if it could not be moved: a log that grows without bound could fill the disk that the
+    // records need.
     openCurrent(files::Appender::Existing::emptied);
 }
 
@@ -77,9 +77,9 @@ void appendToFile(const std::string& line) {
     }
 }
 
-/// Local time as "yyyy-MM-dd HH:mm:ss.SSS", in every locale the same.
+/// Local time as "yyyy-MM-dd HH:mm:ss.SSS", the same in every locale.
 std::string timestamp(CFAbsoluteTime time) {
-    // Rounded to microseconds first, or 0.123 s, which no double holds exactly, might show as 122.
+    // Rounded to microseconds first: no double holds 0.123 s exactly, so it could show as 122 ms.
     const auto microseconds = std::llround((time + kCFAbsoluteTimeIntervalSince1970) * 1e6);
     const auto seconds = static_cast<std::time_t>(microseconds / 1'000'000);
     std::tm local{};
@@ -112,7 +112,7 @@ void setUpHelperLog() {
     try {
         files::createDirectories(TolvaranPaths::logsDir());
     } catch (const files::Error&) {
-        // Opening the log fails too then, and the lines go to standard error alone.
+        // Opening the log then fails too, and the lines go to standard error alone.
     }
     moveLogsFromProfileDirectory();
     if (files::size(TolvaranPaths::logsPath(currentName)).value_or(0) >= rotationSize) {

@@ -1,6 +1,6 @@
-// The helper's log: plain text lines to standard error and to a file that is rotated by size to one
-// previous generation. No failure of the file system ever stops the helper or is reported; without
-// a file the lines still reach standard error.
+// The helper's log: plain text lines, written to standard error and to a file. The file is rotated
+// by size; one previous generation is kept. File-system failures are ignored: without a file the
+// lines still reach standard error. Main thread only.
 #pragma once
 
 #include <string>
@@ -12,9 +12,9 @@ namespace tolvaran {
 /// anything logs.
 void setUpHelperLog();
 
-/// Writes one line: "[yyyy-MM-dd HH:mm:ss.SSS] [elapsed] [helper] [level] message", the time local,
-/// the elapsed seconds since the first line. Control characters in the message are written as
-/// escapes, since names and file contents from outside must not be able to forge lines.
+/// Writes one line: "[yyyy-MM-dd HH:mm:ss.SSS] [elapsed] [helper] [level] message", with the local
+/// time and the seconds since the first line. Control characters in the message are escaped, so that
+/// names and file contents from outside cannot forge lines.
 /// @param level "debug", "info", "warn" or "error"
 void helperLog(const std::string& level, const std::string& message);
 

@@ -50,8 +50,8 @@ Source::Source(dispatch_source_t source, Work handler) : source_(source) {
         return;
     }
     dispatch_set_context(source_, new Work(std::move(handler)));
-    // The source may be in the middle of its handler when it is given up, so it is the source's
-    // own end, not ours, that deletes the handler.
+    // The source may be in the middle of its handler when we release it, so the handler is deleted
+    // with the source, not with this object.
     dispatch_set_finalizer_f(source_, deleteWork);
     dispatch_source_set_event_handler_f(source_, performEachTime);
 }

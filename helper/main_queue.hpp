@@ -1,4 +1,4 @@
-// The main dispatch queue as the helper uses it: work later, a repeating timer, the exit of a
+// The main dispatch queue as the helper uses it: deferred work, a repeating timer, and the exit of a
 // process. All handlers run on the main thread, one after the other.
 #pragma once
 
@@ -11,14 +11,14 @@ namespace tolvaran::main_queue {
 
 using Work = std::function<void()>;
 
-/// Runs `work` once, after what runs now has ended.
+/// Runs `work` once, after the current piece of work has finished.
 void async(Work work);
 
 /// Runs `work` once, `seconds` from now.
 void asyncAfter(double seconds, Work work);
 
-/// Owns a dispatch source together with its handler, or is empty. Destroying it gives the source
-/// up; a source that must fire no more is cancelled first.
+/// Owns a dispatch source together with its handler, or is empty. Destroying it releases the source;
+/// cancel a source first if it must not fire again.
 class Source {
   public:
     Source() = default;
@@ -27,7 +27,7 @@ class Source {
     ~Source();
 
     explicit operator bool() const { return source_ != nullptr; }
-    /// Lets the handler not be called again, as far as it has not begun. Not for an empty source.
+    /// Prevents further handler calls; one already running finishes. Not for an empty source.
     void cancel();
 
   private:
@@ -38,12 +38,12 @@ class Source {
     dispatch_source_t source_ = nullptr;
 };
 
-/// A running timer that fires first after `interval` seconds and then every `interval` seconds,
-/// without leeway. Empty when the system has none to give.
+/// A running timer that fires after `interval` seconds and then every `interval` seconds, without
+/// leeway. Empty if the system cannot create one.
 Source makeTimer(double interval, Work handler);
 
-/// A running watch that fires once when the process exits, also when it has exited already. Empty
-/// when the system has none to give.
+/// A running watch that fires once when the process exits, or at once if it has already exited. Empty
+/// if the system cannot create one.
 Source makeExitWatch(pid_t pid, Work handler);
 
 }  // namespace tolvaran::main_queue

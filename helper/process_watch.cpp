@@ -30,7 +30,7 @@ void Helper::watch(pid_t pid) {
     main_queue::Source source =
         main_queue::makeExitWatch(pid, [weak = self_, pid] { procExitFired(weak, pid); });
     if (!source) {
-        // The safety timer still finds out, up to a minute later.
+        // The safety timer still notices the exit, up to a minute later.
         watchedPID.reset();
         helperLog("error",
                   "PROC_EXIT watch could not be created for Tolvaran pid " + std::to_string(pid));

@@ -1,4 +1,4 @@
-// The helper's unit of repair: every restore step once, always in the same order.
+// The helper's unit of repair: every restore step once, always in the same order. Main thread only.
 #pragma once
 
 #include <sys/types.h>
@@ -8,8 +8,9 @@
 
 namespace tolvaran {
 
-/// Runs every step. A step decides by itself whether the main application is running and whether
-/// there is anything to put back, reports only through the log, and never stops the later ones.
+/// Runs every step. Each step checks whether the main application is running and whether there is
+/// anything to put back, reports only through the log, and never stops the later ones. A step that
+/// runs out of memory logs "gave up: " and the error.
 /// @param tag       what triggered the run: "cold-start", "safety-tick", "display-reconfig" or
 ///                  "proc-exit"
 /// @param exitedPID for "proc-exit", the instance that has just exited and does not count as

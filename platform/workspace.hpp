@@ -1,5 +1,5 @@
-// What the helper needs of the workspace and of the shared application, which exist only in
-// Objective-C: implemented once for the Mac (workspace_mac.mm) and once in the simulator.
+// The workspace and the shared application, which have no C interface. Implemented for the Mac in
+// workspace_mac.mm and for other hosts by the simulator. Main thread only.
 #pragma once
 
 #include <sys/types.h>
@@ -17,7 +17,7 @@ namespace tolvaran::workspace {
 struct RunningApplication {
     std::optional<std::string> bundleIdentifier;
     pid_t processIdentifier = -1;
-    bool terminated = false;  // it has ended, although it may still be listed
+    bool terminated = false;  // it has ended but may still be listed
 
     bool operator==(const RunningApplication&) const = default;
 };
@@ -36,7 +36,7 @@ class Observation {
     std::shared_ptr<void> token_;
 };
 
-/// Takes the application that a notification is about; none when it names no running application.
+/// Takes the application that a notification is about, or none if it does not name one.
 using ApplicationHandler = std::function<void(const std::optional<RunningApplication>&)>;
 
 // Observers of the workspace's notifications from any sender. Handlers run on the main thread, on
@@ -49,13 +49,13 @@ Observation observeTerminations(ApplicationHandler handler);
 /// Calls `handler` whenever the Mac has woken.
 Observation observeWakes(std::function<void()> handler);
 
-/// Creates the shared application and gives it no Dock icon, no menu bar and no windows (activation
-/// policy prohibited).
+/// Creates the shared application and sets its activation policy to prohibited: no Dock icon, no menu
+/// bar, no windows.
 void prohibitActivation();
 
-/// Calls `work`, then releases the Objective-C objects that system functions called by it have left
-/// to be released later. The event loop does that only after an event of the user's, and this
-/// process never gets one: without this, every run would leave a little behind.
+/// Calls `work`, then releases the Objective-C objects that system functions autoreleased meanwhile.
+/// The event loop drains its own pool only after a user event, and this process never gets one:
+/// without this, every run would leak a little.
 void withAutoreleasePool(const std::function<void()>& work);
 
 /// The shared application's event loop. It does not return in normal operation.
