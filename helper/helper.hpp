@@ -42,14 +42,14 @@ class Helper {
     void watch(pid_t pid);
     /// A new instance was launched: watches it, unless an earlier one is watched and still lives.
     void mainAppLaunched(pid_t pid);
-    /// The workspace reports that an instance terminated. Only logged: after an exit the watch alone
-    /// triggers a restore, so no exit is handled twice.
+    /// The workspace reports that an instance terminated. Only logged: after an exit the watch
+    /// alone triggers a restore, so no exit is handled twice.
     void mainAppTerminated(pid_t pid);
     /// The watched process has exited: ends the watch and schedules rearmAfterExit().
     static void procExitFired(const std::weak_ptr<Helper>& helper, pid_t pid);
     /// Watches another live instance if there is one, then always runs the restore sequence tagged
-    /// "proc-exit", even if the Helper is gone. With another instance alive every step skips: that is
-    /// how a relaunch is told from a crash.
+    /// "proc-exit", even if the Helper is gone. With another instance alive every step skips: that
+    /// is how a relaunch is told from a crash.
     static void rearmAfterExit(const std::weak_ptr<Helper>& helper, pid_t exitedPID);
 
     main_queue::Source processSource;  // the exit watch; empty when nothing is watched

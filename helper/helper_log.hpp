@@ -13,8 +13,8 @@ namespace tolvaran {
 void setUpHelperLog();
 
 /// Writes one line: "[yyyy-MM-dd HH:mm:ss.SSS] [elapsed] [helper] [level] message", with the local
-/// time and the seconds since the first line. Control characters in the message are escaped, so that
-/// names and file contents from outside cannot forge lines.
+/// time and the seconds since the first line. Control characters in the message are escaped, so
+/// that names and file contents from outside cannot forge lines.
 /// @param level "debug", "info", "warn" or "error"
 void helperLog(const std::string& level, const std::string& message);
 

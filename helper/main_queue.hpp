@@ -1,5 +1,5 @@
-// The main dispatch queue as the helper uses it: deferred work, a repeating timer, and the exit of a
-// process. All handlers run on the main thread, one after the other.
+// The main dispatch queue as the helper uses it: deferred work, a repeating timer, and the exit of
+// a process. All handlers run on the main thread, one after the other.
 #pragma once
 
 #include <dispatch/dispatch.h>
@@ -17,8 +17,8 @@ void async(Work work);
 /// Runs `work` once, `seconds` from now.
 void asyncAfter(double seconds, Work work);
 
-/// Owns a dispatch source together with its handler, or is empty. Destroying it releases the source;
-/// cancel a source first if it must not fire again.
+/// Owns a dispatch source together with its handler, or is empty. Destroying it releases the
+/// source; cancel a source first if it must not fire again.
 class Source {
   public:
     Source() = default;
@@ -42,8 +42,8 @@ class Source {
 /// leeway. Empty if the system cannot create one.
 Source makeTimer(double interval, Work handler);
 
-/// A running watch that fires once when the process exits, or at once if it has already exited. Empty
-/// if the system cannot create one.
+/// A running watch that fires once when the process exits, or at once if it has already exited.
+/// Empty if the system cannot create one.
 Source makeExitWatch(pid_t pid, Work handler);
 
 }  // namespace tolvaran::main_queue

@@ -49,13 +49,13 @@ Observation observeTerminations(ApplicationHandler handler);
 /// Calls `handler` whenever the Mac has woken.
 Observation observeWakes(std::function<void()> handler);
 
-/// Creates the shared application and sets its activation policy to prohibited: no Dock icon, no menu
-/// bar, no windows.
+/// Creates the shared application and sets its activation policy to prohibited: no Dock icon, no
+/// menu bar, no windows.
 void prohibitActivation();
 
-/// Calls `work`, then releases the Objective-C objects that system functions autoreleased meanwhile.
-/// The event loop drains its own pool only after a user event, and this process never gets one:
-/// without this, every run would leak a little.
+/// Calls `work`, then releases the Objective-C objects that system functions autoreleased
+/// meanwhile. The event loop drains its own pool only after a user event, and this process never
+/// gets one: without this, every run would leak a little.
 void withAutoreleasePool(const std::function<void()>& work);
 
 /// The shared application's event loop. It does not return in normal operation.
