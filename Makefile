@@ -2,7 +2,7 @@
 # and the programs.
 .DEFAULT_GOAL := help
 .PHONY: help setup build run test browser-test gallery sanitize torture fuzz coverage bench mac
-.PHONY: install uninstall clean
+.PHONY: contract-apple install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -72,6 +72,11 @@ coverage: ## Show which lines and branches of helper/ and restore/ the tests do 
 bench: ## Measure speed
 	@$(MAKE) --no-print-directory build PRESET=release
 	build/release/benchmarks/benchmarks
+
+export CORE_FOUNDATION_SOURCE LIBDISPATCH_SOURCE
+
+contract-apple: ## Run contract tests on Apple's own code (CORE_FOUNDATION_SOURCE=DIR LIBDISPATCH_SOURCE=DIR)
+	@tools/contract-apple
 
 export MACOS_SDK
 

@@ -1,75 +1,14 @@
-// Dispatch: the order of work on the main queue, timers, and the watch on a process's exit.
+// Dispatch: the order of work on the main queue, and timers.
+#include "tests/contract/dispatch_test.hpp"
+
 #include <dispatch/dispatch.h>
 
-#include <functional>
 #include <string>
-#include <utility>
 #include <vector>
-
-#include "tests/contract/the_mac.hpp"
 
 namespace {
 
-constexpr auto second = static_cast<std::int64_t>(NSEC_PER_SEC);
-constexpr std::int64_t millisecond = second / 1000;
-
-class Dispatch : public Contract {
-  protected:
-    /// What happened so far, in order.
-    std::vector<std::string> happened;
-
-    bool waitFor(std::size_t count, double seconds = 5.0) {
-        return the_mac::waitUntil([&] { return happened.size() >= count; }, seconds);
-    }
-};
-
-/// Adds a line to what happened.
-struct Note {
-    std::vector<std::string>* list;
-    std::string text;
-
-    static void write(void* context) {
-        const auto* const note = static_cast<Note*>(context);
-        note->list->push_back(note->text);
-    }
-};
-
-/// A source under test, cancelled and released at the end.
-class Source {
-  public:
-    Source(dispatch_source_type_t type, std::uintptr_t handle, std::uintptr_t mask)
-        : source_(dispatch_source_create(type, handle, mask, dispatch_get_main_queue())) {}
-    /// A timer; both in nanoseconds.
-    Source(std::int64_t first, std::int64_t interval) : Source(DISPATCH_SOURCE_TYPE_TIMER, 0, 0) {
-        dispatch_source_set_timer(source_, dispatch_time(DISPATCH_TIME_NOW, first),
-                                  static_cast<std::uint64_t>(interval), 0);
-    }
-    /// A watch on a process's exit.
-    explicit Source(pid_t pid)
-        : Source(DISPATCH_SOURCE_TYPE_PROC, static_cast<std::uintptr_t>(pid), DISPATCH_PROC_EXIT) {}
-    Source(const Source&) = delete;
-    Source& operator=(const Source&) = delete;
-    ~Source() {
-        if (source_ != nullptr) {
-            release();
-        }
-    }
-
-    void onEvent(Note& note) {
-        dispatch_set_context(source_, &note);
-        dispatch_source_set_event_handler_f(source_, Note::write);
-    }
-    void resume() { dispatch_resume(source_); }
-    void cancel() { dispatch_source_cancel(source_); }
-    void release() {
-        dispatch_source_cancel(source_);
-        dispatch_release(std::exchange(source_, nullptr));
-    }
-    dispatch_source_t get() { return source_; }
-
-  private:
-    dispatch_source_t source_;
-};
+using namespace dispatch_test;
 
 // Documented: giving work returns at once, and the main queue performs it on the main thread, one
 // after the other, in the order in which it was given.
@@ -151,53 +90,6 @@ TEST_F(Dispatch, ASourceThatIsNotResumedStaysSilentAndOneThatIsCancelledFallsSil
     const std::size_t before = happened.size();
     the_mac::letPass(0.1);
     EXPECT_EQ(happened.size(), before);
-}
-
-// Documented: the handler is called when the process exits, and the source's handle is the process
-// ID. Left open: that it is called no second time; a process exits once.
-TEST_F(Dispatch, AWatchFiresOnceWhenTheProcessExits) {
-    const pid_t pid = the_mac::startProcess();
-    Note exited{&happened, "exited"};
-    Source source(pid);
-    ASSERT_NE(source.get(), nullptr);
-    EXPECT_EQ(dispatch_source_get_handle(source.get()), static_cast<std::uintptr_t>(pid));
-    source.onEvent(exited);
-    source.resume();
-    the_mac::letPass(0.05);
-    EXPECT_EQ(happened.size(), 0U);
-    the_mac::endProcess(pid);
-    EXPECT_TRUE(waitFor(1));
-    the_mac::letPass(0.2);
-    EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
-}
-
-// A main application that is gone before its watch is armed must still be cleaned up after.
-// Documented for kernel events: a watch on a process that does not exist is refused; dispatch makes
-// an exit event of the refusal.
-TEST_F(Dispatch, AWatchOnAProcessThatIsAlreadyGoneStillFires) {
-    const pid_t pid = the_mac::startProcess();
-    the_mac::endProcess(pid);
-    Note exited{&happened, "exited"};
-    Source source(pid);
-    ASSERT_NE(source.get(), nullptr);
-    source.onEvent(exited);
-    source.resume();
-    EXPECT_TRUE(waitFor(1));
-    the_mac::letPass(0.2);
-    EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
-}
-
-// Documented: cancellation keeps the handler from being called again.
-TEST_F(Dispatch, ACancelledWatchDoesNotFire) {
-    const pid_t pid = the_mac::startProcess();
-    Note exited{&happened, "exited"};
-    Source source(pid);
-    source.onEvent(exited);
-    source.resume();
-    source.cancel();
-    the_mac::endProcess(pid);
-    the_mac::letPass(0.2);
-    EXPECT_EQ(happened.size(), 0U);
 }
 
 // Documented: the finalizer is called with the context once the last reference is gone, after the

@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "platform/workspace.hpp"
-#include "restore/support/cf_ref.hpp"
 #include "tests/contract/the_mac.hpp"
 
 namespace {
@@ -16,14 +14,6 @@ using namespace tolvaran;
 
 class Process : public Contract {};
 
-std::string pathOf(CFBundleRef bundle) {
-    const auto url = CFRef<CFURLRef>::assume(CFBundleCopyBundleURL(bundle));
-    char path[1024] = {};
-    EXPECT_TRUE(CFURLGetFileSystemRepresentation(url.get(), true, reinterpret_cast<UInt8*>(path),
-                                                 sizeof path));
-    return path;
-}
-
 // Left open, since a header is all there is of these two functions: that they give what main() was
 // given. Documented for that: a null after the last argument.
 TEST_F(Process, TheArgumentsBeginWithTheProgram) {
@@ -31,29 +21,6 @@ TEST_F(Process, TheArgumentsBeginWithTheProgram) {
     char** const arguments = *_NSGetArgv();
     EXPECT_NE(std::strlen(arguments[0]), 0U);
     EXPECT_EQ(arguments[*_NSGetArgc()], nullptr);
-}
-
-// Left open: what the main bundle of a program is that is in none. It has one all the same, its
-// directory. Documented: the list of all bundles is of those that the process has opened.
-TEST_F(Process, TheMainBundleHasAPathAndIsAmongTheLoadedOnes) {
-    const CFBundleRef main = CFBundleGetMainBundle();
-    ASSERT_NE(main, nullptr);
-    EXPECT_EQ(pathOf(main).substr(0, 1), "/");
-    const CFArrayRef all = CFBundleGetAllBundles();
-    ASSERT_NE(all, nullptr);
-    std::vector<std::string> paths;
-    for (CFIndex index = 0; index < CFArrayGetCount(all); ++index) {
-        paths.push_back(pathOf(
-            static_cast<CFBundleRef>(const_cast<void*>(CFArrayGetValueAtIndex(all, index)))));
-    }
-    EXPECT_GE(std::ranges::count(paths, pathOf(main)), 1);
-}
-
-// Documented: false where the buffer is too small.
-TEST_F(Process, APathThatDoesNotFitIsRefused) {
-    const auto url = CFRef<CFURLRef>::assume(CFBundleCopyBundleURL(CFBundleGetMainBundle()));
-    UInt8 small[1] = {};
-    EXPECT_FALSE(CFURLGetFileSystemRepresentation(url.get(), true, small, sizeof small));
 }
 
 // Left open by AppKit: how soon the list follows, and its order. It changes only while the main run

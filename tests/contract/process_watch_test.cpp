@@ -1,0 +1,67 @@
+// Dispatch: the watch on a process's exit.
+#include <dispatch/dispatch.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/contract/dispatch_test.hpp"
+
+namespace {
+
+using namespace dispatch_test;
+
+class ProcessWatch : public Dispatch {};
+
+Source watch(pid_t pid) {
+    return {DISPATCH_SOURCE_TYPE_PROC, static_cast<std::uintptr_t>(pid), DISPATCH_PROC_EXIT};
+}
+
+// Documented: the handler is called when the process exits, and the source's handle is the process
+// ID. Left open: that it is called no second time; a process exits once.
+TEST_F(ProcessWatch, AWatchFiresOnceWhenTheProcessExits) {
+    const pid_t pid = the_mac::startProcess();
+    Note exited{&happened, "exited"};
+    Source source = watch(pid);
+    ASSERT_NE(source.get(), nullptr);
+    EXPECT_EQ(dispatch_source_get_handle(source.get()), static_cast<std::uintptr_t>(pid));
+    source.onEvent(exited);
+    source.resume();
+    the_mac::letPass(0.05);
+    EXPECT_EQ(happened.size(), 0U);
+    the_mac::endProcess(pid);
+    EXPECT_TRUE(waitFor(1));
+    the_mac::letPass(0.2);
+    EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
+}
+
+// A main application that is gone before its watch is armed must still be cleaned up after.
+// Documented for kernel events: a watch on a process that does not exist is refused; dispatch makes
+// an exit event of the refusal.
+TEST_F(ProcessWatch, AWatchOnAProcessThatIsAlreadyGoneStillFires) {
+    const pid_t pid = the_mac::startProcess();
+    the_mac::endProcess(pid);
+    Note exited{&happened, "exited"};
+    Source source = watch(pid);
+    ASSERT_NE(source.get(), nullptr);
+    source.onEvent(exited);
+    source.resume();
+    EXPECT_TRUE(waitFor(1));
+    the_mac::letPass(0.2);
+    EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
+}
+
+// Documented: cancellation keeps the handler from being called again.
+TEST_F(ProcessWatch, ACancelledWatchDoesNotFire) {
+    const pid_t pid = the_mac::startProcess();
+    Note exited{&happened, "exited"};
+    Source source = watch(pid);
+    source.onEvent(exited);
+    source.resume();
+    source.cancel();
+    the_mac::endProcess(pid);
+    the_mac::letPass(0.2);
+    EXPECT_EQ(happened.size(), 0U);
+}
+
+}  // namespace
