@@ -1,5 +1,6 @@
 #include "player/log_lines.hpp"
 
+#include "report/log_reading.hpp"
 #include "simulator/loop/clock.hpp"
 #include "simulator/machine/readable_text.hpp"
 
@@ -17,20 +18,13 @@ void LogLines::take(std::string_view text) {
 }
 
 void LogLines::takeLine() {
-    constexpr std::string_view beforeLevel = "] [helper] [";
-    constexpr std::string_view afterLevel = "] ";
-    const std::size_t mark = line_.find(beforeLevel);
-    if (line_.empty() || line_.front() != '[' || mark == std::string::npos) {
-        return;
-    }
-    const std::size_t level = mark + beforeLevel.size();
-    const std::size_t end = line_.find(afterLevel, level);
-    if (end == std::string::npos) {
+    const std::optional<report::LogLine> read = report::readLogLine(line_);
+    if (!read) {
         return;
     }
     entries_.push_back({{"at", clock::seconds()},
-                        {"level", line_.substr(level, end - level)},
-                        {"message", readableText(line_.substr(end + afterLevel.size()))}});
+                        {"level", read->level},
+                        {"message", readableText(read->message)}});
     if (onLine_) {
         onLine_();
     }

@@ -10,6 +10,7 @@
 #include "player/log_lines.hpp"
 #include "player/matching.hpp"
 #include "player/observation.hpp"
+#include "report/log_reading.hpp"
 #include "restore/support/process_wide.hpp"
 #include "simulator/faults/faults.hpp"
 #include "simulator/host/file_calls.hpp"
@@ -126,10 +127,27 @@ json withShortPaths(json log, const std::string& applicationSupport) {
     return log;
 }
 
+/// The lines of a user's log; one that is not of the log's form is all message.
+json readLines(const std::vector<std::string>& log) {
+    json lines = json::array();
+    for (const std::string& line : log) {
+        const auto read = report::readLogLine(line).value_or(report::LogLine{"", "", "", line});
+        lines.push_back({{"time", read.time}, {"level", read.level}, {"message", read.message}});
+    }
+    return lines;
+}
+
 json scenarioFacts(const Scenario& scenario) {
-    return {{"name", scenario.name},
-            {"clock", scenario.clock == clock::Kind::realTime ? "real" : "virtual"},
-            {"until", static_cast<double>(scenario.until) / clock::second}};
+    json facts = {{"name", scenario.name},
+                  {"clock", scenario.clock == clock::Kind::realTime ? "real" : "virtual"},
+                  {"until", static_cast<double>(scenario.until) / clock::second}};
+    if (!scenario.about.empty()) {
+        facts["about"] = scenario.about;
+    }
+    if (scenario.log) {
+        facts["log"] = readLines(*scenario.log);
+    }
+    return facts;
 }
 
 /// The life of the process, and what the Mac is like after it.

@@ -38,6 +38,7 @@ clock::Time readTime(const JsonReader& time) {
 
 void readFiles(const JsonReader& files, Scenario& scenario) {
     for (const auto& [key, content] : files.entries()) {
+        checkFileContent(content);
         const json path = key;
         scenario.files.emplace_back(readFilePath(JsonReader(path, content.path())),
                                     content.value());
@@ -93,9 +94,21 @@ void readExpect(const JsonReader& expect, Scenario& scenario) {
     scenario.expect = expect.value();
 }
 
+void readAbout(const JsonReader& about, Scenario& scenario) {
+    about.entries();
+    scenario.about = about.value();
+}
+
+void readLog(const JsonReader& log, Scenario& scenario) {
+    scenario.log.emplace();
+    for (const JsonReader& line : log.elements()) {
+        scenario.log->push_back(line.text());
+    }
+}
+
 Scenario readDocument(const JsonReader& document, const std::string& directory) {
-    document.requireKeys(
-        {"name", "clock", "mac", "files", "filesFrom", "timeline", "until", "faults", "expect"});
+    document.requireKeys({"name", "clock", "mac", "files", "filesFrom", "timeline", "until",
+                          "faults", "expect", "about", "log"});
     // Reading the machine needs to know which symbols a Mac may lack.
     devices::registerPrivateSymbols();
     Scenario scenario;
@@ -117,6 +130,8 @@ Scenario readDocument(const JsonReader& document, const std::string& directory) 
     ifPresent("until", [&](const JsonReader& until) { scenario.until = readTime(until); });
     ifPresent("faults", [&](const JsonReader& faults) { readFaults(faults, scenario); });
     ifPresent("expect", [&](const JsonReader& expect) { readExpect(expect, scenario); });
+    ifPresent("about", [&](const JsonReader& about) { readAbout(about, scenario); });
+    ifPresent("log", [&](const JsonReader& log) { readLog(log, scenario); });
     return scenario;
 }
 

@@ -13,7 +13,7 @@
 
 namespace simulator {
 
-/// The file is no scenario; what() is one line that names the key and says what is wrong with it.
+/// The file is not a scenario; what() is one line that names the key and says what is wrong.
 class ScenarioError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -35,6 +35,8 @@ struct Scenario {
     clock::Time until = clock::second;
     nlohmann::json faults = nlohmann::json::array();
     nlohmann::json expect = nlohmann::json::object();
+    nlohmann::json about = nlohmann::json::object();  // facts, told but not acted on
+    std::optional<std::vector<std::string>> log;      // the user's helper's, line by line
 };
 
 /// Reads a scenario.
@@ -45,7 +47,7 @@ Scenario readScenario(const nlohmann::json& document, const std::string& directo
                       const std::string& name);
 
 /// Reads the scenario in a file.
-/// @throws ScenarioError, also when the file cannot be read or is no JSON
+/// @throws ScenarioError, also if the file cannot be read or is not JSON
 Scenario loadScenario(const std::string& path);
 
 }  // namespace simulator

@@ -5,22 +5,13 @@
 #include <map>
 #include <string_view>
 
+#include "report/log_reading.hpp"
 #include "report/text.hpp"
 
 namespace simulator::report {
 namespace {
 
 using nlohmann::json;
-
-// The steps of a restore run in their order, as the log names them.
-constexpr std::array<std::pair<std::string_view, const char*>, 6> steps{{
-    {"checkInvariant", "Arrangement"},
-    {"restoreResolutions", "Display modes"},
-    {"restoreMenuBar", "Menu bar"},
-    {"restoreHotCorners", "Hot corners"},
-    {"restoreDockAutoHide", "Dock"},
-    {"restoreCursorAssociation", "Cursor"},
-}};
 
 const std::map<std::string, std::string>& triggers() {
     static const std::map<std::string, std::string> all{
@@ -30,24 +21,6 @@ const std::map<std::string, std::string>& triggers() {
         {"proc-exit", "Tolvaran's process had ended"},
     };
     return all;
-}
-
-/// A line of the form "STEP [TAG]: MESSAGE".
-struct StepLine {
-    std::size_t step;
-    std::string tag;
-    std::string message;
-};
-
-std::optional<StepLine> readStepLine(const std::string& line) {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        const std::string start = std::string(steps[i].first) + " [";
-        const std::size_t end = line.find("]: ", start.size());
-        if (line.starts_with(start) && end != std::string::npos) {
-            return StepLine{i, line.substr(start.size(), end - start.size()), line.substr(end + 3)};
-        }
-    }
-    return std::nullopt;
 }
 
 std::string triggerText(const std::string& tag) {
@@ -167,7 +140,7 @@ class Chronicler {
             add(at, Happening::trigger, "Restore run");
             run_ = Run{.entry = entries_.size() - 1, .tag = {}};
         }
-        add(at, Happening::step, steps[step].second);
+        add(at, Happening::step, steps[step].title);
         run_->step = step;
         run_->stepEntry = entries_.size() - 1;
     }
@@ -178,14 +151,14 @@ class Chronicler {
         }
         enter(line.step, at);
         Entry& step = entries_[run_->stepEntry];
-        step.details.push_back(line.message);
+        step.details.push_back(line.text);
         step.logIndex = step.logIndex.value_or(lines_);
         if (!run_->tag) {
             run_->tag = line.tag;
             entries_[run_->entry].what = triggerText(line.tag);
             entries_[run_->entry].logIndex = lines_;
         }
-        if (line.step + 1 == steps.size()) {
+        if (line.endsRun()) {
             run_.reset();
         }
     }

@@ -6,6 +6,7 @@
 
 #include "report/changes.hpp"
 #include "report/chronicle.hpp"
+#include "report/log_comparison.hpp"
 #include "report/svg.hpp"
 #include "report/text.hpp"
 
@@ -73,8 +74,11 @@ std::string header(const json& result) {
            "<nav aria-label=\"Parts of this page\"><ul>"
            "<li><a href=\"#displays\">Displays</a></li>"
            "<li><a href=\"#desk\">Corners, menu bar, Dock</a></li>"
-           "<li><a href=\"#time\">Time line and log</a></li>"
-           "<li><a href=\"#files\">Files</a></li></ul></nav>\n</header>\n";
+           "<li><a href=\"#time\">Time line and log</a></li>" +
+           (result["scenario"].contains("log") ? "<li><a href=\"#logs\">Two logs</a></li>" : "") +
+           "<li><a href=\"#files\">Files</a></li>" +
+           (result["scenario"].contains("about") ? "<li><a href=\"#about\">About</a></li>" : "") +
+           "</ul></nav>\n</header>\n";
 }
 
 // Tables.
@@ -310,6 +314,117 @@ std::string timeSection(const json& result) {
                                      "<h3>The helper’s log</h3>\n" + logMarkup(result["log"]))));
 }
 
+// The user's log beside the helper's.
+
+std::string comparedCell(const json& log, const std::optional<std::size_t>& line,
+                         const char* timeKey) {
+    if (!line) {
+        return around("td", "nothing", "<span class=\"muted\">–</span>");
+    }
+    const json& told = log[*line];
+    const json& at = told[timeKey];
+    const auto level = told["level"].get<std::string>();
+    return around("td", levelStyle(level),
+                  element("span", "at", at.is_number() ? seconds(at) : at.get<std::string>()) +
+                      " " + element("span", "level", level) + " " +
+                      element("span", "message", told["message"].get<std::string>()));
+}
+
+std::string comparedRow(const json& result, const ComparedLine& row, bool parts) {
+    const std::string mark =
+        parts ? "<tr class=\"parting\" id=\"parting\"><th colspan=\"2\" scope=\"rowgroup\">"
+                "Here the two logs part</th></tr>\n"
+              : "";
+    return mark + around("tr", row.isCommon ? "common" : "differs",
+                         comparedCell(result["scenario"]["log"], row.theirs, "time") +
+                             comparedCell(result["log"], row.ours, "at"));
+}
+
+std::string comparisonVerdict(const LogComparison& comparison) {
+    const std::string what =
+        comparison.isWhole ? "From the last start of the user’s helper on"
+                           : "The last run in the user’s log and the first one of this replay";
+    if (!comparison.parting) {
+        return around("p", "", escaped(what + ": both logs say the same."));
+    }
+    return around("p", "",
+                  escaped(what + ": ") + "<a href=\"#parting\">" +
+                      escaped(*comparison.parting == 0
+                                  ? "they differ from the first line on"
+                                  : "they part after " + counted(*comparison.parting, "common line",
+                                                                 "common lines")) +
+                      "</a>.");
+}
+
+/// What the user's helper logged before the part that is compared.
+std::string earlierLines(const json& log, std::size_t count) {
+    if (count == 0) {
+        return "";
+    }
+    std::string items;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto level = log[i]["level"].get<std::string>();
+        items += around("li", levelStyle(level),
+                        element("span", "at", log[i]["time"].get<std::string>()) + " " +
+                            element("span", "level", level) + " " +
+                            element("span", "message", log[i]["message"].get<std::string>()));
+    }
+    return "<details class=\"earlier\"><summary>" +
+           escaped(counted(count, "earlier line", "earlier lines") + " of the user’s log") +
+           "</summary>\n" +
+           scrolling("Earlier lines of the user’s log",
+                     "<ol class=\"log-lines\">\n" + items + "</ol>\n") +
+           "</details>\n";
+}
+
+std::string logsSection(const json& result) {
+    if (!result["scenario"].contains("log")) {
+        return "";
+    }
+    const LogComparison comparison = compareLogs(result);
+    std::string rows;
+    for (std::size_t i = 0; i < comparison.rows.size(); ++i) {
+        rows += comparedRow(result, comparison.rows[i], comparison.parting == i);
+    }
+    const std::string table =
+        "<table class=\"two-logs\">\n" + element("caption", "", "The two logs, line by line") +
+        "\n<thead><tr><th scope=\"col\">The user’s helper</th><th scope=\"col\">This replay</th>"
+        "</tr></thead>\n<tbody>\n" +
+        rows + "</tbody></table>\n";
+    return section("logs", "The user’s log and this one",
+                   comparisonVerdict(comparison) +
+                       earlierLines(result["scenario"]["log"], comparison.theirsBegin) +
+                       (rows.empty() ? around("p", "muted", "There is nothing to compare.")
+                                     : scrolling("The two logs", table)));
+}
+
+std::string factValue(const json& value) {
+    if (!value.is_array()) {
+        return escaped(value.is_string() ? value.get<std::string>() : compact(value));
+    }
+    std::string items;
+    for (const json& element : value) {
+        items += around("li", "", factValue(element));
+    }
+    return around("ul", "", items);
+}
+
+/// What the scenario says about itself.
+std::string aboutSection(const json& result) {
+    if (!result["scenario"].contains("about")) {
+        return "";
+    }
+    std::string rows;
+    for (const auto& [name, value] : result["scenario"]["about"].items()) {
+        rows += around(
+            "tr", "",
+            "<th scope=\"row\">" + escaped(name) + "</th>" + around("td", "", factValue(value)));
+    }
+    return section("about", "About this scenario",
+                   "<table class=\"about\">\n" + element("caption", "", "What it says of itself") +
+                       around("tbody", "", rows) + "</table>\n");
+}
+
 // Files.
 
 std::string lineMarkup(const DifferenceLine& line) {
@@ -384,7 +499,8 @@ std::string head(const std::string& title) {
 std::string page(const json& result) {
     return head(result["scenario"]["name"].get<std::string>()) + "<body>\n" + header(result) +
            "<main>\n" + displaysSection(result) + deskSection(result) + timeSection(result) +
-           filesSection(result) + "</main>\n</body>\n</html>\n";
+           logsSection(result) + filesSection(result) + aboutSection(result) +
+           "</main>\n</body>\n</html>\n";
 }
 
 }  // namespace simulator::report

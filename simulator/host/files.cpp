@@ -7,6 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "simulator/core_foundation/base64.hpp"
 #include "simulator/machine/readable_text.hpp"
 
 namespace simulator {
@@ -32,7 +33,31 @@ nlohmann::json contentOf(const fs::path& path) {
     return parsed.is_discarded() ? nlohmann::json(readableText(bytes)) : parsed;
 }
 
+constexpr const char* dataKey = "$data";
+
+bool isData(const nlohmann::json& content) {
+    return content.is_object() && content.size() == 1 && content.contains(dataKey) &&
+           content[dataKey].is_string();
+}
+
+std::string bytesOf(const nlohmann::json& content) {
+    if (isData(content)) {
+        return cf::base64Decoded(content[dataKey].get<std::string>());
+    }
+    return content.is_string() ? content.get<std::string>() : content.dump();
+}
+
 }  // namespace
+
+void checkFileContent(const JsonReader& content) {
+    try {
+        if (isData(content.value())) {
+            bytesOf(content.value());
+        }
+    } catch (const std::invalid_argument&) {
+        content.fail("must be base64");
+    }
+}
 
 std::string readFilePath(const JsonReader& path) {
     const fs::path relative = path.text();
@@ -47,7 +72,7 @@ void writeStateFile(const std::string& path, const nlohmann::json& content) {
     const fs::path target = root() / path;
     fs::create_directories(target.parent_path());
     std::ofstream file(target, std::ios::binary | std::ios::trunc);
-    file << (content.is_string() ? content.get<std::string>() : content.dump());
+    file << bytesOf(content);
     file.close();
     if (!file) {
         throw std::runtime_error("cannot write " + target.string());

@@ -14,7 +14,12 @@ namespace simulator {
 /// @throws std::invalid_argument naming the key, when it is none
 std::string readFilePath(const JsonReader& path);
 
-/// Writes a file, creating its directories: a string as it stands, anything else as JSON.
+/// Fails where the content is {"$data": BASE64} without being base64.
+/// @throws std::invalid_argument naming the key
+void checkFileContent(const JsonReader& content);
+
+/// Writes a file, creating its directories: a string as it stands, {"$data": BASE64} as the bytes
+/// it stands for, anything else as JSON.
 /// @throws std::runtime_error when the host refuses, or the variable is not set
 void writeStateFile(const std::string& path, const nlohmann::json& content);
 

@@ -169,6 +169,7 @@ Event readSet(const JsonReader& argument, Launching) {
 Event readWrite(const JsonReader& argument, Launching) {
     argument.requireKeys({"path", "content"});
     const std::string path = readFilePath(argument.at("path"));
+    checkFileContent(argument.at("content"));
     return [path, content = argument.at("content").value(), place = Place(argument)] {
         performAt(place, [&] { writeStateFile(path, content); });
     };

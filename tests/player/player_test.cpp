@@ -72,6 +72,32 @@ TEST_F(Player, TellsHowTheScenarioWasPlayed) {
     EXPECT_FALSE(playQuietly(document).result.contains("timeline")) << "unless it was asked for";
 }
 
+TEST_F(Player, PassesOnWhatTheScenarioSaysOfItself) {
+    json document = crash();
+    document["about"] = {{"macOS", "14.1"}};
+    document["log"] = {"[2026-01-01 10:00:00.000] [   1.500] [helper] [warn] said", "no line"};
+    const json facts = observed(document)["scenario"];
+    EXPECT_EQ(facts["about"], document["about"]);
+    EXPECT_EQ(facts["log"],
+              (json{{{"time", "2026-01-01 10:00:00.000"}, {"level", "warn"}, {"message", "said"}},
+                    {{"time", ""}, {"level", ""}, {"message", "no line"}}}));
+    json told = observed(document);
+    told["scenario"].erase("about");
+    told["scenario"].erase("log");
+    EXPECT_EQ(told, observed(crash())) << "and does not act on it";
+}
+
+TEST_F(Player, WritesBytesThatAreNotText) {
+    json document = {
+        {"files", {{"State/a", {{"$data", "/wB7"}}}}},
+        {"timeline",
+         {{{"at", 0.5}, {"write", {{"path", "State/b"}, {"content", {{"$data", "/w=="}}}}}}}}};
+    const TemporaryDirectory root;
+    playQuietly(document, root.path());
+    EXPECT_EQ(readFile(root.path() + "/ApplicationSupport/State/a"), std::string("\xff\0{", 3));
+    EXPECT_EQ(readFile(root.path() + "/ApplicationSupport/State/b"), "\xff");
+}
+
 TEST_F(Player, TheOrderNamesWhatHappenedOneByOne) {
     const json result = observed(crash());
     std::map<std::string, std::size_t> found;

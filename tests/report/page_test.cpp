@@ -85,6 +85,35 @@ TEST(Page, ShowsTheDifferenceOfEachFile) {
     EXPECT_LT(text.find(">void<"), text.find(">same<")) << "what is unchanged comes last";
 }
 
+TEST(Page, ShowsAUsersLogBesideItsOwn) {
+    json result = quietResult();
+    EXPECT_THAT(page(result), Not(HasSubstr("id=\"logs\"")));
+    result["scenario"]["log"] = {{{"time", "10:00"}, {"level", "info"}, {"message", "same"}},
+                                 {{"time", "10:01"}, {"level", "warn"}, {"message", "<theirs>"}}};
+    addLine(result, 0, "info", "same");
+    EXPECT_THAT(page(result), HasSubstr("they part after 1 common line</a>"));
+    addLine(result, 0, "warn", "ours");
+    const std::string text = page(result);
+    EXPECT_EQ(occurrences(text, "Here the two logs part"), 1U);
+    EXPECT_LT(text.find("<tr class=\"common\">"), text.find("id=\"parting\""));
+    EXPECT_LT(text.find("id=\"parting\""), text.find("&lt;theirs&gt;"));
+    EXPECT_THAT(text, HasSubstr("<td class=\"level-warn\"><span class=\"at\">10:01</span>"));
+    result["scenario"]["log"].erase(1);
+    result["log"].erase(1);
+    result["order"].erase(1);
+    EXPECT_THAT(page(result), HasSubstr("both logs say the same."));
+    EXPECT_THAT(page(result), Not(HasSubstr("id=\"parting\"")));
+}
+
+TEST(Page, ShowsWhatTheScenarioSaysOfItself) {
+    json result = quietResult();
+    EXPECT_THAT(page(result), Not(HasSubstr("id=\"about\"")));
+    result["scenario"]["about"] = {{"macOS", "14.1 <23B74>"}, {"left out", {"a", "b"}}};
+    const std::string text = page(result);
+    EXPECT_THAT(text, HasSubstr("<th scope=\"row\">macOS</th><td>14.1 &lt;23B74&gt;</td>"));
+    EXPECT_THAT(text, HasSubstr("<ul><li>a</li>\n<li>b</li>\n</ul>"));
+}
+
 TEST(Page, WhatComesFromTheRunIsText) {
     const std::string hostile = "</title></style></pre></svg><img src=x onerror=alert(1)>\"'&\x1b";
     json result = quietResult();
