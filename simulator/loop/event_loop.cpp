@@ -7,6 +7,7 @@
 
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/host/processes.hpp"
+#include "simulator/loop/workspace_events.hpp"
 
 namespace simulator {
 namespace {
@@ -101,6 +102,7 @@ void runNextWork() {
     state().places.erase(next.key().number);
     tellObserver(LoopMoment::beforeWork);
     const Marked running(state().running);
+    const ApplicationsHold hold;
     next.mapped().run();
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <list>
+#include <vector>
 
 #include "simulator/faults/recorder.hpp"
 #include "simulator/loop/event_loop.hpp"
@@ -24,6 +25,7 @@ struct State {
     Observers launches;
     Observers terminations;
     Observers wakes;
+    std::optional<std::vector<Application>> heldApplications;
     bool activationIsProhibited = false;
 };
 
@@ -60,6 +62,18 @@ Observation observe(std::string_view function, Observers& observers, Application
 
 }  // namespace
 
+ApplicationsHold::ApplicationsHold() : isOutermost_(!state().heldApplications) {
+    if (isOutermost_) {
+        state().heldApplications = mac().applications;
+    }
+}
+
+ApplicationsHold::~ApplicationsHold() {
+    if (isOutermost_) {
+        state().heldApplications.reset();
+    }
+}
+
 void postLaunch(const std::optional<Application>& application) {
     post(state().launches, application);
 }
@@ -84,11 +98,11 @@ bool activationIsProhibited() {
 
 namespace tolvaran::workspace {
 
-// A Mac changes this list only between two pieces of the main run loop's work, so that a process
-// that waits within one does not see an application come or go before it has ended. Here the list
-// is always that of the machine, on which events also happen during a wait.
+// A Mac changes this list only between two pieces of the main run loop's work: a process that waits
+// within one does not see an application come or go before it has ended.
 std::vector<RunningApplication> runningApplications() {
-    const auto& applications = simulator::mac().applications;
+    const auto& held = simulator::state().heldApplications;
+    const auto& applications = held ? *held : simulator::mac().applications;
     std::vector<RunningApplication> list;
     if (!simulator::admit("runningApplications").performs) {
         return list;
@@ -119,6 +133,8 @@ void prohibitActivation() {
 }
 
 void withAutoreleasePool(const std::function<void()>& work) {
+    // A piece of work even where no event loop performs it, like the start of a process.
+    const simulator::ApplicationsHold hold;
     work();
 }
 

@@ -15,6 +15,19 @@ void postLaunch(const std::optional<Application>& application);
 void postTermination(const std::optional<Application>& application);
 void postWake();
 
+/// Holds the list of running applications that the workspace shows as it is now, for as long as it
+/// exists: what a piece of the process's own work sees. One within another changes nothing.
+class ApplicationsHold {
+  public:
+    ApplicationsHold();
+    ~ApplicationsHold();
+    ApplicationsHold(const ApplicationsHold&) = delete;
+    ApplicationsHold& operator=(const ApplicationsHold&) = delete;
+
+  private:
+    bool isOutermost_;
+};
+
 /// Removes all observers.
 void clearWorkspace();
 

@@ -144,8 +144,6 @@ TEST_F(Timeline, EventsThatTheMachineDoesNotLetHappenAreRefusedWhenTheyAreDue) {
         const char* event;
         const char* message;
     } rows[] = {
-        {R"({"launch": {"bundle": "b", "pid": 5}})",
-         "launch: an application with this pid is running already"},
         {R"({"exit": 6})", "exit: no application with this pid is running"},
         {R"({"terminated": 6})", "terminated: no application with this pid is running"},
         {R"({"exit": "a"})", "exit: no launch before has given this name"},

@@ -57,6 +57,53 @@ TEST_F(Workspace, ObserversHearOfTheirNotificationsOnTheMainQueue) {
     EXPECT_EQ(wakes, 1);
 }
 
+TEST_F(Workspace, ALaunchOfAListedApplicationIsPostedAgain) {
+    reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}, {{"bundle", "b"}, {"pid", 6}}}}});
+    const auto launches = workspace::observeLaunches(note("launch"));
+    perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
+    advance(0);
+    EXPECT_THAT(noted_, ElementsAre("launch: a 5"));
+    EXPECT_THAT(workspace::runningApplications(),
+                ElementsAre(RunningApplication{"a", 5, false}, RunningApplication{"b", 6, false}));
+}
+
+TEST_F(Workspace, TheListStandsStillWhileAPieceOfWorkWaits) {
+    const RunningApplication a{"a", 5, false};
+    const RunningApplication b{"b", 6, false};
+    reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
+    planEvent(clock::second, [] { perform({{"launch", {{"bundle", "b"}, {"pid", 6}}}}); });
+    planEvent(clock::second, [] { perform({{"terminated", 5}}); });
+    planEvent(3 * clock::second, [] { perform({{"exit", 5}}); });
+    queueWork(0, [&] {
+        sleepUntil(2 * clock::second);
+        EXPECT_THAT(workspace::runningApplications(), ElementsAre(a));
+    });
+    queueWork(0, [&] {
+        EXPECT_THAT(workspace::runningApplications(),
+                    ElementsAre(RunningApplication{"a", 5, true}, b));
+    });
+    advance(2);
+    advance(1);
+    EXPECT_THAT(workspace::runningApplications(), ElementsAre(b));
+}
+
+TEST_F(Workspace, TheListStandsStillInAnAutoreleasePool) {
+    workspace::withAutoreleasePool([] {
+        workspace::withAutoreleasePool([] {});
+        perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
+        EXPECT_TRUE(workspace::runningApplications().empty());
+    });
+    EXPECT_EQ(workspace::runningApplications().size(), 1U);
+}
+
+TEST_F(Workspace, ResetEndsAPieceOfWork) {
+    workspace::withAutoreleasePool([] {
+        reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
+        EXPECT_EQ(workspace::runningApplications().size(), 1U);
+    });
+    EXPECT_EQ(workspace::runningApplications().size(), 1U);
+}
+
 TEST_F(Workspace, TheExitEventComesBeforeTheNotification) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
     const auto terminations = workspace::observeTerminations(
