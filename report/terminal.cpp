@@ -1,8 +1,12 @@
 #include "report/terminal.hpp"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 #include <vector>
 
@@ -304,6 +308,15 @@ Terminal terminalOf(bool isTerminal, int columns,
         terminal.columns = 80;
     }
     return terminal;
+}
+
+Terminal terminalOfStandardOutput() {
+    winsize size{};
+    const int columns = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+    return terminalOf(isatty(STDOUT_FILENO) == 1, columns, [](const char* name) {
+        const char* const value = std::getenv(name);
+        return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+    });
 }
 
 std::string characterPicture(const json& result, const Terminal& terminal) {

@@ -8,7 +8,7 @@
 
 namespace simulator::report {
 
-/// What standard output is. A file or a pipe is no terminal.
+/// What standard output is. A file or a pipe is not a terminal.
 struct Terminal {
     bool isTerminal = false;
     bool hasColour = false;
@@ -18,12 +18,15 @@ struct Terminal {
     bool operator==(const Terminal&) const = default;
 };
 
-/// Reads a terminal's abilities from the environment: COLUMNS, NO_COLOR (of any content but none),
-/// TERM, and the locale in LC_ALL, LC_CTYPE or LANG, of which the first that is set counts.
-/// @param columns its width as the system tells it, 0 when it does not
+/// Reads a terminal's abilities from the environment: COLUMNS, NO_COLOR (unless it is empty), TERM,
+/// and the locale from the first of LC_ALL, LC_CTYPE and LANG that is set.
+/// @param columns its width as the system tells it, 0 if it does not
 /// @param variable gives an environment variable's value
 Terminal terminalOf(bool isTerminal, int columns,
                     const std::function<std::optional<std::string>(const char*)>& variable);
+
+/// What this process's standard output is.
+Terminal terminalOfStandardOutput();
 
 /// The displays before and after, drawn to scale in characters, which are twice as high as wide;
 /// beside each other where there is room. Lines end with "\n".

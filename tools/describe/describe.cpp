@@ -17,6 +17,7 @@
 #include "restore/support/cf_values.hpp"
 #include "restore/support/preferences.hpp"
 #include "tools/describe/displays.hpp"
+#include "tools/describe/json_text.hpp"
 #include "tools/describe/property_list.hpp"
 #include "tools/describe/section.hpp"
 
@@ -45,9 +46,15 @@ void putDisplays(Section& mac) {
     mac.put("displays", list);
 }
 
-/// What this system reads of one display-connect service.
+/// Nothing but the report page reads it, to call a display what its owner calls it.
+CFStringRef productNameProperty() {
+    return CFSTR("DisplayProductName");
+}
+
+/// What this system and its reports read of one display-connect service.
 json describeConnection(CFDictionaryRef properties, Section section) {
-    for (CFStringRef name : {vendorProperty(), modelProperty(), serialProperty()}) {
+    for (CFStringRef name :
+         {vendorProperty(), modelProperty(), serialProperty(), productNameProperty()}) {
         if (const CFTypeRef value = cf::value(properties, name)) {
             section.put(*cf::string(name), propertyList(value), noJSON);
         }
@@ -156,27 +163,6 @@ void putUnavailable(Section& mac) {
     mac.put("unavailable", names);
 }
 
-bool isFlat(const json& value) {
-    return std::ranges::none_of(value, [](const json& part) { return part.is_structured(); });
-}
-
-/// The value with everything that holds only single values on one line: a display has hundreds of
-/// modes, and one line for each of them is enough.
-std::string written(const json& value, const std::string& indent) {
-    if (!value.is_structured() || isFlat(value)) {
-        return value.dump(-1, ' ', false, json::error_handler_t::replace);
-    }
-    const std::string deeper = indent + "  ";
-    std::string text = value.is_object() ? "{" : "[";
-    std::string separator;
-    for (const auto& [key, part] : value.items()) {
-        text += separator + "\n" + deeper;
-        text += (value.is_object() ? json(key).dump() + ": " : "") + written(part, deeper);
-        separator = ",";
-    }
-    return text + "\n" + indent + (value.is_object() ? "}" : "]");
-}
-
 }  // namespace
 
 Description describeMac() {
@@ -201,7 +187,7 @@ int writeDescription(std::ostream& out, std::ostream& errors) {
     for (const std::string& note : description.notes) {
         errors << note << "\n";
     }
-    out << written(description.mac, "") << std::endl;
+    out << written(description.mac) << std::endl;
     return out.good() ? 0 : 1;
 }
 

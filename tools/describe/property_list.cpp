@@ -3,10 +3,10 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "restore/support/cf_values.hpp"
+#include "tools/describe/base64.hpp"
 
 namespace tolvaran::describe {
 namespace {
@@ -40,28 +40,10 @@ Form number(CFNumberRef value) {
     return fraction(real);
 }
 
-/// The three bytes (fewer at the end of the data) from `bytes` on as four characters.
-std::string base64Group(const UInt8* bytes, CFIndex count) {
-    constexpr std::string_view digits =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::uint32_t bits = 0;
-    for (CFIndex index = 0; index < 3; ++index) {
-        bits = bits << 8U | (index < count ? bytes[index] : 0U);
-    }
-    std::string group = "====";
-    for (std::size_t index = 0; index <= static_cast<std::size_t>(count); ++index) {
-        group[index] = digits[bits >> (18U - 6U * index) & 0x3FU];
-    }
-    return group;
-}
-
 Form data(CFDataRef value) {
-    const CFIndex length = CFDataGetLength(value);
-    std::string text;
-    for (CFIndex start = 0; start < length; start += 3) {
-        text += base64Group(CFDataGetBytePtr(value) + start, std::min<CFIndex>(3, length - start));
-    }
-    return json{{dataKey, text}};
+    const auto length = static_cast<std::size_t>(CFDataGetLength(value));
+    const auto* const bytes = reinterpret_cast<const char*>(CFDataGetBytePtr(value));
+    return json{{dataKey, base64({bytes, length})}};
 }
 
 Form date(CFDateRef value) {

@@ -1,16 +1,19 @@
-// The program tolvaran_describe on hosts that are no Mac: describes the simulated one that a file
-// describes, so that the way there and back can be tried from outside.
+// The program tolvaran_describe on other hosts than a Mac: the Mac is the simulated one that a file
+// describes, the helper's files are where the environment says. So the way from a user's Mac to a
+// replay can be tried from outside.
 #include <fstream>
 #include <iostream>
 
 #include "simulator/simulator.hpp"
-#include "tools/describe/describe.hpp"
+#include "tools/describe/command_line.hpp"
 
 int main(int argc, char** argv) {
-    if (argc != 3 || std::string(argv[1]) != "--mac") {
-        std::cerr << "usage: tolvaran_describe --mac FILE.json\n"
-                     "  FILE.json holds the mac object of a scenario; on a Mac there are no "
-                     "arguments\n";
+    if (argc < 3 || std::string(argv[1]) != "--mac") {
+        std::cerr
+            << "usage: tolvaran_describe --mac FILE.json ARGUMENT...\n"
+               "  FILE.json holds the mac object of a scenario; the other arguments are those "
+               "of a Mac:\n";
+        tolvaran::describe::runCommandLine({"--help"}, {}, std::cerr, std::cerr);
         return 2;
     }
     try {
@@ -20,5 +23,7 @@ int main(int argc, char** argv) {
         std::cerr << argv[2] << ": " << error.what() << "\n";
         return 2;
     }
-    return tolvaran::describe::writeDescription(std::cout, std::cerr);
+    return tolvaran::describe::runCommandLine(
+        {argv + 3, argv + argc}, {"simulated", simulator::report::terminalOfStandardOutput()},
+        std::cout, std::cerr);
 }

@@ -4,6 +4,7 @@ program_test.py DESCRIBE SIMULATOR MAC.json
 """
 
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -14,7 +15,11 @@ DESCRIBE, SIMULATOR, FULL_MAC = sys.argv[1:]
 
 
 def run(*command):
-    return subprocess.run(command, capture_output=True, text=True)
+    """Runs the command where there are no files of the helper's."""
+    environment = dict(os.environ)
+    for variable in ("APPLICATION_SUPPORT", "LOGS"):
+        environment[f"TOLVARAN_{variable}_DIR"] = "/nonexistent"
+    return subprocess.run(command, capture_output=True, text=True, env=environment)
 
 
 class Program(unittest.TestCase):
@@ -42,11 +47,32 @@ class Program(unittest.TestCase):
         self.assertEqual(after, self.mac_after_playing(original))
         self.assertEqual(len(after["displays"]), 3)
 
+    def test_a_report_can_be_played_as_it_is(self):
+        report = self.directory / "report.json"
+        written = run(DESCRIBE, "--mac", FULL_MAC, "--report", report)
+        self.assertEqual(written.returncode, 0, written.stderr)
+        self.assertIn("3 displays: names, serial numbers and UUIDs", written.stdout)
+        self.assertIn("  cursorAssociated is left out", written.stdout)
+        played = run(SIMULATOR, "--json", report)
+        self.assertEqual(played.returncode, 0, played.stderr)
+        result = json.loads(played.stdout)
+        self.assertEqual(result["scenario"]["about"]["macOS"], "simulated")
+        self.assertEqual(len(result["mac"]["displays"]), 3)
+
+    def test_a_report_that_cannot_be_written_is_told_in_a_line(self):
+        written = run(DESCRIBE, "--mac", FULL_MAC, "--report", self.directory / "no" / "report")
+        self.assertEqual(written.returncode, 1)
+        self.assertEqual(written.stdout, "")
+        self.assertIn("No such file or directory", written.stderr)
+
     def test_wrong_arguments_and_files_are_told_in_a_line(self):
         bad = self.write("bad.json", {"screens": []})
         for arguments, message in (
             ([], "usage: "),
             (["--mac"], "usage: "),
+            (["--mac", FULL_MAC, "--report"], "usage: "),
+            (["--mac", FULL_MAC, "--all-settings"], "usage: "),
+            (["--mac", FULL_MAC, "--unknown"], "usage: "),
             (["--mac", str(bad)], "screens: unknown key"),
             (["--mac", str(self.directory / "missing.json")], "missing.json: "),
         ):

@@ -87,7 +87,8 @@ void forgetOtherPreferences(json& mac) {
 
 void forgetOtherProperties(json& mac) {
     for (json& service : mac["registry"]) {
-        keepOnly(service, {"DisplayVendorID", "DisplayProductID", "DisplaySerialString"});
+        keepOnly(service, {"DisplayVendorID", "DisplayProductID", "DisplaySerialString",
+                           "DisplayProductName"});
     }
 }
 

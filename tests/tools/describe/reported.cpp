@@ -1,0 +1,76 @@
+#include "tests/tools/describe/reported.hpp"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "player/player.hpp"
+#include "restore/paths/restore_log.hpp"
+#include "restore/support/process_wide.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/tools/describe/untold.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+const simulator::PlayOptions quietly{.quiet = true};
+
+json macThatIsTold(json mac) {
+    for (const Untold& row : untold()) {
+        row.forget(mac);
+    }
+    return mac;
+}
+
+}  // namespace
+
+FoundMac::FoundMac(const simulator::Scenario& scenario) {
+    mac_ = simulator::play(scenario, {.root = root_.path(), .quiet = true}).result["mac"];
+}
+
+std::string FoundMac::file(const std::string& path) const {
+    return root_ / ("ApplicationSupport/" + path);
+}
+
+void FoundMac::visit(const std::function<void()>& work) const {
+    const ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR",
+                                    root_ / "ApplicationSupport");
+    const ScopedEnvironment logs("TOLVARAN_LOGS_DIR", root_ / "Logs");
+    endProcess();
+    simulator::reset(mac_);
+    // The run of the helper has left them to its log.
+    RestoreLog::debug = RestoreLog::info = RestoreLog::warn = [](const std::string&) {};
+    work();
+    endProcess();
+}
+
+json FoundMac::report(describe::Settings settings) const {
+    json scenario;
+    visit([&] { scenario = describe::makeReport("14.1 (23B74)", settings).scenario; });
+    return scenario;
+}
+
+json FoundMac::played() const {
+    simulator::Scenario scenario;
+    scenario.mac = macThatIsTold(mac_);
+    scenario.filesFrom = root_ / "ApplicationSupport";
+    return simulator::play(scenario, quietly).result;
+}
+
+json playedReport(const json& report) {
+    return simulator::play(simulator::readScenario(report, "", ""), quietly).result;
+}
+
+std::vector<std::string> scenarioPaths() {
+    std::vector<std::string> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(TOLVARAN_SCENARIOS)) {
+        if (entry.path().extension() == ".json") {
+            paths.push_back(entry.path().string());
+        }
+    }
+    std::ranges::sort(paths);
+    return paths;
+}
+
+}  // namespace tolvaran::tests

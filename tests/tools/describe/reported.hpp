@@ -1,0 +1,43 @@
+// A Mac as a run of the helper leaves it, and what a report of it is good for.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "player/scenario.hpp"
+#include "tests/support/temporary_directory.hpp"
+#include "tools/describe/report.hpp"
+
+namespace tolvaran::tests {
+
+/// A Mac and its files.
+class FoundMac {
+  public:
+    /// As the scenario's run leaves it.
+    explicit FoundMac(const simulator::Scenario& scenario);
+
+    const nlohmann::json& mac() const { return mac_; }
+    /// A file's path on this disk, from its path below the application-support directory.
+    std::string file(const std::string& path) const;
+    /// Calls `work` as on this Mac, in a process that has just started.
+    void visit(const std::function<void()>& work) const;
+
+    /// The report that tolvaran_describe makes of it.
+    nlohmann::json report(describe::Settings settings = describe::Settings::thoseRead) const;
+    /// What the helper does on it when it is started: a result without what no report tells.
+    nlohmann::json played() const;
+
+  private:
+    TemporaryDirectory root_;
+    nlohmann::json mac_;
+};
+
+/// What the helper does on the Mac that the report describes.
+nlohmann::json playedReport(const nlohmann::json& report);
+
+/// The file names of every scenario.
+std::vector<std::string> scenarioPaths();
+
+}  // namespace tolvaran::tests

@@ -1,0 +1,91 @@
+#include "tools/describe/command_line.hpp"
+
+#include <optional>
+
+#include "platform/workspace.hpp"
+#include "report/text.hpp"
+#include "restore/support/files.hpp"
+#include "tools/describe/describe.hpp"
+#include "tools/describe/json_text.hpp"
+#include "tools/describe/report.hpp"
+
+namespace tolvaran::describe {
+namespace {
+
+constexpr const char* usage =
+    "usage: tolvaran_describe --report FILE.json [--all-settings]\n"
+    "       tolvaran_describe\n"
+    "  --report FILE.json  write a report of this Mac, which can be played as a scenario\n"
+    "  --all-settings      put all of Tolvaran's settings into it, not only those that the helper "
+    "reads\n"
+    "  Without arguments, write the scenario's mac object alone to standard output.\n";
+
+struct Command {
+    std::optional<std::string> report;
+    Settings settings = Settings::thoseRead;
+};
+
+/// None if the arguments make no sense.
+std::optional<Command> readArguments(const std::vector<std::string>& arguments) {
+    Command command;
+    for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
+        if (*argument == "--report" && argument + 1 != arguments.end() && !command.report) {
+            command.report = *++argument;
+        } else if (*argument == "--all-settings") {
+            command.settings = Settings::all;
+        } else {
+            return std::nullopt;
+        }
+    }
+    const bool isSensible = command.report || arguments.empty();
+    return isSensible ? std::optional(command) : std::nullopt;
+}
+
+void list(const std::string& title, const std::vector<std::string>& lines, std::ostream& out) {
+    if (!lines.empty()) {
+        out << title << "\n";
+    }
+    for (const std::string& line : lines) {
+        out << "  " << simulator::report::oneLine(line) << "\n";
+    }
+}
+
+int writeReport(const Command& command, const Host& host, std::ostream& out, std::ostream& errors) {
+    const Report report = makeReport(host.macOS, command.settings);
+    try {
+        files::writeAtomically(*command.report, written(report.scenario) + "\n");
+    } catch (const files::Error& error) {
+        errors << simulator::report::oneLine(error.what()) << "\n";
+        return 1;
+    }
+    out << *command.report << " is written. What it tells of you and your Mac:\n";
+    list("", personalContent(report.scenario), out);
+    list("What it does not tell:", report.notes, out);
+    return 0;
+}
+
+int run(const std::vector<std::string>& arguments, const Host& host, std::ostream& out,
+        std::ostream& errors) {
+    const std::optional<Command> command = readArguments(arguments);
+    if (!command) {
+        errors << usage;
+        return 2;
+    }
+    return command->report ? writeReport(*command, host, out, errors)
+                           : writeDescription(out, errors);
+}
+
+}  // namespace
+
+int runCommandLine(const std::vector<std::string>& arguments, const Host& host, std::ostream& out,
+                   std::ostream& errors) {
+    if (arguments == std::vector<std::string>{"--help"}) {
+        out << usage;
+        return 0;
+    }
+    int status = 0;
+    workspace::withAutoreleasePool([&] { status = run(arguments, host, out, errors); });
+    return out.flush() ? status : 1;
+}
+
+}  // namespace tolvaran::describe
