@@ -40,7 +40,7 @@ void FoundMac::visit(const std::function<void()>& work) const {
     endProcess();
     simulator::reset(mac_);
     // The run of the helper has left them to its log.
-    RestoreLog::debug = RestoreLog::info = RestoreLog::warn = [](const std::string&) {};
+    RestoreLog::silence();
     work();
     endProcess();
 }
