@@ -7,7 +7,7 @@
 #include <string>
 
 #include "restore/arrangement/originals_store.hpp"
-#include "restore/arrangement/signature.hpp"
+#include "restore/arrangement/zigzag.hpp"
 
 namespace tolvaran::benchmarks {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "restore/arrangement/signature.hpp"
+#include "restore/arrangement/zigzag.hpp"
 
 namespace tolvaran::benchmarks {
 namespace {

@@ -10,6 +10,7 @@
 #include "restore/paths/restore_log.hpp"
 #include "simulator/devices/devices.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/configuration_rate.hpp"
 
 namespace tolvaran::fuzz {
 namespace {
@@ -85,6 +86,7 @@ void noteUnfinishedFiles(const simulator::Scenario& scenario, const std::string&
 void play(const simulator::Scenario& scenario, const std::string& root, const Watch& watch,
           BoundedPlay& played) {
     std::size_t calls = 0;
+    tests::ConfigurationRate rate;
     const auto onCall = [&](const std::string& function) -> nlohmann::json {
         // Apple's functions, unlike those on files, are never called where nothing may be thrown.
         if (++calls > mostCalls && std::isupper(function.front()) != 0) {
@@ -93,6 +95,7 @@ void play(const simulator::Scenario& scenario, const std::string& root, const Wa
         if (function == "setActivationPolicy") {
             catchStops();  // the helper has set up its log by now
         }
+        rate.note(function);
         if (watch) {
             watch(function);
         }
@@ -111,6 +114,7 @@ void play(const simulator::Scenario& scenario, const std::string& root, const Wa
                                                .prepare = [&] { simulator::decideCalls(onCall); },
                                                .atEnd = atEnd})
                         .result;
+    played.configurations = rate.mostInAMinute();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Plays any scenario to its end, whatever it holds. Used by the fuzz targets that run the helper.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -23,6 +24,7 @@ struct BoundedPlay {
     std::string why = {};                    // of all endings but whole
     nlohmann::json result = {};              // of whole: the scenario's result
     std::vector<std::string> leftOver = {};  // of whole: what nobody closed, released or finished
+    std::size_t configurations = 0;          // of the displays, in the busiest minute
 };
 
 /// Is asked about every outside call before it is made.

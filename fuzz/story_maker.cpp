@@ -546,20 +546,6 @@ json makeStory(Choices& choices) {
     return story;
 }
 
-bool mayNotComeToRest(const json& story) {
-    const auto isStore = [](const json& content) {
-        return content.is_object() && content.contains("arrangements") &&
-               content.at("arrangements").size() >= 2;
-    };
-    const auto writesOne = [&](const json& event) {
-        return event.contains("write") && event.at("write").at("path") == originalsPath &&
-               isStore(event.at("write").at("content"));
-    };
-    const json& timeline = story.at("timeline");
-    return isStore(story.at("files").value(originalsPath, json())) ||
-           std::any_of(timeline.begin(), timeline.end(), writesOne);
-}
-
 std::vector<std::string> faultyFunctions(const json& story) {
     std::vector<std::string> functions;
     for (const json& fault : story.at("faults")) {

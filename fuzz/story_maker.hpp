@@ -13,11 +13,6 @@ namespace tolvaran::fuzz {
 /// A scenario, in the form of its file.
 nlohmann::json makeStory(Choices& choices);
 
-/// Whether the story has originals of two arrangements or more. Where each is of some displays only
-/// and leaves the others in a zigzag, a run tries one after the other; what that moves brings about
-/// the next run, which moves the displays again. By design no run is held back.
-bool mayNotComeToRest(const nlohmann::json& story);
-
 /// The names of the functions that its faults are about.
 std::vector<std::string> faultyFunctions(const nlohmann::json& story);
 

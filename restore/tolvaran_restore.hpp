@@ -2,7 +2,6 @@
 // Programs that use the library include this header and nothing else of it.
 #pragma once
 
-#include "restore/arrangement/active_displays.hpp"
 #include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/display_apply.hpp"
 #include "restore/arrangement/display_frame.hpp"
@@ -11,7 +10,6 @@
 #include "restore/arrangement/originals_projection.hpp"
 #include "restore/arrangement/originals_store.hpp"
 #include "restore/arrangement/set_marks.hpp"
-#include "restore/arrangement/signature.hpp"
 #include "restore/arrangement/zigzag.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
 #include "restore/dock/dock_hot_corner_lease.hpp"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "restore/paths/restore_log.hpp"
 #include "restore/support/checked.hpp"
@@ -15,7 +16,7 @@ bool HardwarePosition::operator==(const HardwarePosition& other) const {
 namespace DisplayApply {
 namespace {
 
-/// The element of a list that is about this display; the end when there is none.
+/// The element of a list that is about this display; the end if there is none.
 template <typename List>
 auto findDisplay(const List& list, CGDirectDisplayID displayID) {
     return std::find_if(list.begin(), list.end(), [displayID](const auto& element) {
@@ -29,23 +30,46 @@ std::string wholePoint(const CGPoint& point, const std::string& what) {
            std::to_string(checked::int64(point.y, "y of " + what)) + ")";
 }
 
-/// The positions, moved together so that the display that is now the main one stays at (0, 0):
-/// whichever display stands there becomes the main display.
-std::vector<HardwarePosition> anchoredAtMain(std::vector<HardwarePosition> positions) {
-    const CGDirectDisplayID mainID = CGMainDisplayID();
+/// Where the main display is to stand; (0, 0) if it is not among the positions.
+CGPoint mainOrigin(const std::vector<HardwarePosition>& positions, CGDirectDisplayID mainID) {
     const auto main = findDisplay(positions, mainID);
-    if (main == positions.end() || CGPointEqualToPoint(main->origin, CGPointZero)) {
-        return positions;
-    }
-    const CGPoint shift = main->origin;
-    for (HardwarePosition& position : positions) {
-        position.origin.x -= shift.x;
-        position.origin.y -= shift.y;
-    }
-    RestoreLog::info("Re-anchored saved positions to current main " + std::to_string(mainID) +
-                     ": shift=" + wholePoint(shift, "the shift to the main display"));
-    return positions;
+    return main == positions.end() ? CGPointZero : main->origin;
 }
+
+std::vector<HardwarePosition> anchoredAtMain(const std::vector<HardwarePosition>& positions) {
+    const CGDirectDisplayID mainID = CGMainDisplayID();
+    const CGPoint shift = mainOrigin(positions, mainID);
+    if (!CGPointEqualToPoint(shift, CGPointZero)) {
+        RestoreLog::info("Re-anchored saved positions to current main " + std::to_string(mainID) +
+                         ": shift=" + wholePoint(shift, "the shift to the main display"));
+    }
+    return anchoredPositions(positions, mainID);
+}
+
+/// A display configuration that has been begun. Cancelled if it is not completed.
+class OpenConfiguration {
+  public:
+    explicit OpenConfiguration(CGDisplayConfigRef configuration) : configuration_(configuration) {}
+    OpenConfiguration(const OpenConfiguration&) = delete;
+    OpenConfiguration& operator=(const OpenConfiguration&) = delete;
+    ~OpenConfiguration() {
+        if (configuration_ != nullptr) {
+            CGCancelDisplayConfiguration(configuration_);
+        }
+    }
+
+    CGDisplayConfigRef get() const { return configuration_; }
+
+    /// Only for the session: the user's permanent arrangement is not ours to write. Nothing is
+    /// cancelled if this fails, since completing ends the configuration in either case.
+    CGError complete() {
+        return CGCompleteDisplayConfiguration(std::exchange(configuration_, nullptr),
+                                              kCGConfigureForSession);
+    }
+
+  private:
+    CGDisplayConfigRef configuration_;
+};
 
 void configureOrigin(CGDisplayConfigRef configuration, const HardwarePosition& position) {
     const std::string display = "display " + std::to_string(position.displayID);
@@ -74,20 +98,28 @@ bool applyOriginalsToHardware(const std::vector<HardwarePosition>& positions,
     const std::vector<HardwarePosition> anchored = anchoredAtMain(positions);
     RestoreLog::debug("Applying " + std::to_string(anchored.size()) + " positions to hardware");
 
-    CGDisplayConfigRef configuration = nullptr;
-    if (CGBeginDisplayConfiguration(&configuration) != kCGErrorSuccess) {
+    CGDisplayConfigRef begun = nullptr;
+    if (CGBeginDisplayConfiguration(&begun) != kCGErrorSuccess) {
         return false;
     }
+    OpenConfiguration configuration(begun);
     call(beforeConfigure);
     for (const HardwarePosition& position : anchored) {
-        configureOrigin(configuration, position);
+        configureOrigin(configuration.get(), position);
     }
-    // Only for the session: the user's permanent arrangement is not ours to write. Nothing is
-    // cancelled when this fails, since completing ends the configuration in either case.
-    const CGError completion =
-        CGCompleteDisplayConfiguration(configuration, kCGConfigureForSession);
+    const CGError completion = configuration.complete();
     call(afterConfigure);
     return completion == kCGErrorSuccess;
+}
+
+std::vector<HardwarePosition> anchoredPositions(std::vector<HardwarePosition> positions,
+                                                CGDirectDisplayID mainID) {
+    const CGPoint shift = mainOrigin(positions, mainID);
+    for (HardwarePosition& position : positions) {
+        position.origin.x -= shift.x;
+        position.origin.y -= shift.y;
+    }
+    return positions;
 }
 
 std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<DisplayFrame>& displays,

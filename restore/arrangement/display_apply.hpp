@@ -21,27 +21,34 @@ struct HardwarePosition {
 
 namespace DisplayApply {
 
-/// Work to be done at one point of a configuration; empty for none.
+/// Work to be done at one point of a configuration. May be empty.
 using Hook = std::function<void()>;
 
 /// Moves the displays in one configuration, for the login session. The positions are first shifted
-/// together so that the current main display stays at (0, 0), when it is among them. Coordinates
+/// together so that the current main display stays at (0, 0), if it is among them. Coordinates
 /// are truncated toward zero to 32-bit integers; one that is not finite or does not fit stops the
 /// program.
 ///
-/// Logs the number of positions and each of them through RestoreLog.debug, and before them the
-/// shift, when there is one, through RestoreLog.info; failures are left to the caller to report.
-/// @param beforeConfigure called in the configuration, before the first display is moved
+/// Logs "Applying " and the number of positions, and each of them, through RestoreLog.debug; before
+/// them, if the displays are shifted, "Re-anchored saved positions to current main " through
+/// RestoreLog.info. Failures are left to the caller to report.
+/// @param beforeConfigure called in the configuration, before the first display is moved; if it
+///                        throws, the configuration is cancelled and the exception passed on
 /// @param afterConfigure  called after the configuration was completed, successfully or not
-/// @return true when the window server accepted the configuration; false when it could not be begun
+/// @return true if the window server accepted the configuration; false if it could not be begun
 ///         (then no hook is called) or completed, and for an empty list
 bool applyOriginalsToHardware(const std::vector<HardwarePosition>& positions,
                               const Hook& beforeConfigure = nullptr,
                               const Hook& afterConfigure = nullptr);
 
+/// The positions shifted together so that the first one of the main display is (0, 0): whichever
+/// display stands there becomes the main display. Unchanged if the main display is not among them.
+std::vector<HardwarePosition> anchoredPositions(std::vector<HardwarePosition> positions,
+                                                CGDirectDisplayID mainID);
+
 /// One row: the main display where it is, all others side by side to its right in list order, with
 /// their tops at y = 0, which is level with the main display on any desktop that is in order. Empty
-/// when the main display is not in the list.
+/// if the main display is not in the list.
 std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<DisplayFrame>& displays,
                                                        CGDirectDisplayID mainID);
 

@@ -2,10 +2,7 @@
 
 #include <ColorSync/ColorSync.h>
 
-#include <algorithm>
-
 #include "restore/arrangement/display_connections.hpp"
-#include "restore/paths/restore_log.hpp"
 #include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
 
@@ -22,32 +19,6 @@ std::optional<std::string> serialString(CFDictionaryRef properties, std::uint32_
     }
     const auto serial = cf::string(cf::value(properties, serialProperty()));
     return serial && !serial->empty() ? serial : std::nullopt;
-}
-
-/// A display's hardware fingerprint, if it has one.
-using Fingerprint = std::optional<std::string>;
-
-std::vector<Fingerprint> fingerprints(const std::vector<CGDirectDisplayID>& displays) {
-    std::vector<Fingerprint> result;
-    for (const CGDirectDisplayID display : displays) {
-        result.push_back(displayHardwareFingerprint(display));
-    }
-    return result;
-}
-
-/// The display UUID of a display with the fingerprint `own`; `all` are those of the displays among
-/// which it may have a twin.
-std::string displayUUIDAmong(CGDirectDisplayID displayID, const Fingerprint& own,
-                             const std::vector<Fingerprint>& all) {
-    if (!own) {
-        return displayPortUUID(displayID);
-    }
-    if (std::count(all.begin(), all.end(), own) > 1) {
-        RestoreLog::warn("Multiple displays with fingerprint " + *own +
-                         ", disambiguating via port-UUID");
-        return displayPortUUID(displayID);
-    }
-    return "HW-" + *own;
 }
 
 }  // namespace
@@ -86,25 +57,6 @@ std::string displayPortUUID(CGDirectDisplayID displayID) {
         }
     }
     return "Display-" + std::to_string(displayID);
-}
-
-std::string displayUUID(CGDirectDisplayID displayID,
-                        const std::optional<std::vector<CGDirectDisplayID>>& allDisplayIDs) {
-    const Fingerprint own = displayHardwareFingerprint(displayID);
-    std::vector<Fingerprint> all;
-    if (own && allDisplayIDs) {
-        all = fingerprints(*allDisplayIDs);
-    }
-    return displayUUIDAmong(displayID, own, all);
-}
-
-std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays) {
-    const std::vector<Fingerprint> all = fingerprints(displays);
-    std::vector<std::string> uuids;
-    for (std::size_t i = 0; i < displays.size(); ++i) {
-        uuids.push_back(displayUUIDAmong(displays[i], all[i], all));
-    }
-    return uuids;
 }
 
 }  // namespace tolvaran

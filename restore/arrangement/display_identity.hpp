@@ -37,9 +37,4 @@ std::string displayUUID(
     CGDirectDisplayID displayID,
     const std::optional<std::vector<CGDirectDisplayID>>& allDisplayIDs = std::nullopt);
 
-/// The display UUID of each display, in the same order, as displayUUID() gives and logs them when
-/// `displays` are all there are. The hardware of each is read once, not once for every display.
-/// @param displays all active displays, so that identical monitors are told apart
-std::vector<std::string> displayUUIDs(const std::vector<CGDirectDisplayID>& displays);
-
 }  // namespace tolvaran

@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "restore/arrangement/signature.hpp"
+#include "restore/arrangement/zigzag.hpp"
 
 namespace tolvaran::id_migration {
 namespace {
@@ -14,8 +14,8 @@ const std::string& renamed(const std::string& id, const Mapping& mapping) {
 
 }  // namespace
 
-std::vector<OriginalsEntry> entries(const std::vector<OriginalsEntry>& stored,
-                                    const Mapping& mapping) {
+std::vector<OriginalsEntry> renamedEntries(const std::vector<OriginalsEntry>& stored,
+                                           const Mapping& mapping) {
     std::vector<OriginalsEntry> result;
     std::set<std::string> seen;
     for (const OriginalsEntry& entry : stored) {
@@ -27,7 +27,15 @@ std::vector<OriginalsEntry> entries(const std::vector<OriginalsEntry>& stored,
     return result;
 }
 
-std::string signature(const std::string& stored, const Mapping& mapping) {
+std::string signatureOf(const std::vector<OriginalsEntry>& entries) {
+    std::vector<std::string> ids;
+    for (const OriginalsEntry& entry : entries) {
+        ids.push_back(entry.uuid);
+    }
+    return Zigzag::signature(std::move(ids));
+}
+
+std::string renamedSignature(const std::string& stored, const Mapping& mapping) {
     std::set<std::string> ids;
     std::size_t begin = 0;
     for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {

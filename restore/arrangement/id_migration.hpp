@@ -14,10 +14,14 @@ namespace tolvaran::id_migration {
 using Mapping = std::map<std::string, std::string>;
 
 /// The entries with renamed displays, each display once.
-std::vector<OriginalsEntry> entries(const std::vector<OriginalsEntry>& stored,
-                                    const Mapping& mapping);
+std::vector<OriginalsEntry> renamedEntries(const std::vector<OriginalsEntry>& stored,
+                                           const Mapping& mapping);
 
-/// The signature of the renamed displays that `stored` names, each display once.
-std::string signature(const std::string& stored, const Mapping& mapping);
+/// The signature of the displays that the entries name.
+std::string signatureOf(const std::vector<OriginalsEntry>& entries);
+
+/// The signature of the renamed displays that `stored` names, each display once. Only for what has
+/// no entries: an ID that holds a comma is taken for two.
+std::string renamedSignature(const std::string& stored, const Mapping& mapping);
 
 }  // namespace tolvaran::id_migration

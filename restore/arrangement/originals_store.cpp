@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "restore/arrangement/id_migration.hpp"
-#include "restore/arrangement/signature.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/record_file.hpp"
@@ -37,21 +36,13 @@ namespace {
 
 using Arrangements = decltype(OriginalsFile::arrangements);
 
-std::string signatureOf(const std::vector<OriginalsEntry>& entries) {
-    std::vector<std::string> ids;
-    for (const OriginalsEntry& entry : entries) {
-        ids.push_back(entry.uuid);
-    }
-    return Zigzag::signature(std::move(ids));
-}
-
 Arrangements migrated(const Arrangements& stored,
                       const std::map<std::string, std::string>& mapping) {
     Arrangements result;
     for (const auto& [signature, entries] : stored) {
-        auto kept = id_migration::entries(entries, mapping);
+        auto kept = id_migration::renamedEntries(entries, mapping);
         if (!kept.empty()) {
-            const std::string newSignature = signatureOf(kept);
+            const std::string newSignature = id_migration::signatureOf(kept);
             result.try_emplace(newSignature, std::move(kept));
         }
     }

@@ -65,7 +65,7 @@ std::vector<std::string> migratedSignatures(const std::vector<std::string>& stor
     std::vector<std::string> result;
     std::set<std::string> seen;
     for (const std::string& signature : stored) {
-        std::string renamed = id_migration::signature(signature, mapping);
+        std::string renamed = id_migration::renamedSignature(signature, mapping);
         if (seen.insert(renamed).second) {
             result.push_back(std::move(renamed));
         }
@@ -73,14 +73,24 @@ std::vector<std::string> migratedSignatures(const std::vector<std::string>& stor
     return result;
 }
 
+/// The key of renamed layouts. It is formed from the entries wherever the old one was, since a
+/// signature cannot be taken apart if an ID holds a comma.
+std::string renamedKey(const std::string& signature, const std::vector<MarkedLayout>& layouts,
+                       const Mapping& mapping) {
+    const auto formed = std::ranges::find(layouts, signature, id_migration::signatureOf);
+    return formed == layouts.end()
+               ? id_migration::renamedSignature(signature, mapping)
+               : id_migration::signatureOf(id_migration::renamedEntries(*formed, mapping));
+}
+
 Arrangements migratedArrangements(const Arrangements& stored, const Mapping& mapping) {
     Arrangements result;
     for (const auto& [signature, layouts] : stored) {
         std::vector<MarkedLayout> renamed;
         for (const MarkedLayout& layout : layouts) {
-            renamed.push_back(id_migration::entries(layout, mapping));
+            renamed.push_back(id_migration::renamedEntries(layout, mapping));
         }
-        result.try_emplace(id_migration::signature(signature, mapping), std::move(renamed));
+        result.try_emplace(renamedKey(signature, layouts, mapping), std::move(renamed));
     }
     return result;
 }

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "restore/paths/restore_log.hpp"
 
@@ -63,20 +65,55 @@ Contact contact(const DisplayFrame& a, const DisplayFrame& b) {
     return corner ? Contact::corner : Contact::none;
 }
 
-/// Whether a third display shares a side with both displays of the pair.
-bool isBridged(const std::vector<DisplayFrame>& displays, std::size_t i, std::size_t j) {
-    for (std::size_t k = 0; k < displays.size(); ++k) {
-        if (k != i && k != j && contact(displays[k], displays[i]) == Contact::side &&
-            contact(displays[k], displays[j]) == Contact::side) {
-            return true;
+/// A set of displays, by their places in the list.
+class DisplaySet {
+  public:
+    explicit DisplaySet(std::size_t size) : words_((size + bitsPerWord - 1) / bitsPerWord) {}
+
+    void insert(std::size_t display) {
+        words_[display / bitsPerWord] |= std::uint64_t{1} << (display % bitsPerWord);
+    }
+    bool intersects(const DisplaySet& other) const {
+        for (std::size_t i = 0; i < words_.size(); ++i) {
+            if ((words_[i] & other.words_[i]) != 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+  private:
+    static constexpr std::size_t bitsPerWord = 64;
+    std::vector<std::uint64_t> words_;
+};
+
+/// How the displays of a layout touch. Each pair is looked at once: a damaged file may hold
+/// thousands of layouts.
+struct Contacts {
+    std::vector<DisplaySet> sides;                             // for each display its neighbours
+    std::vector<std::pair<std::size_t, std::size_t>> corners;  // in the order of the list
+};
+
+Contacts contacts(const std::vector<DisplayFrame>& displays) {
+    Contacts found{.sides = std::vector(displays.size(), DisplaySet(displays.size())),
+                   .corners = {}};
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        for (std::size_t j = i + 1; j < displays.size(); ++j) {
+            const Contact between = contact(displays[i], displays[j]);
+            if (between == Contact::side) {
+                found.sides[i].insert(j);
+                found.sides[j].insert(i);
+            } else if (between == Contact::corner) {
+                found.corners.emplace_back(i, j);
+            }
         }
     }
-    return false;
+    return found;
 }
 
 using Neighbours = std::vector<std::vector<std::size_t>>;
 
-/// For each display those that touch it at a corner; none when any two displays share a side.
+/// For each display those that touch it at a corner; none if any two displays share a side.
 std::optional<Neighbours> cornerNeighbours(const std::vector<DisplayFrame>& displays) {
     Neighbours neighbours(displays.size());
     for (std::size_t i = 0; i < displays.size(); ++i) {
@@ -115,16 +152,16 @@ bool isConnected(const Neighbours& neighbours) {
 }  // namespace
 
 bool isZigzag(const std::vector<DisplayFrame>& displays) {
-    for (std::size_t i = 0; i < displays.size(); ++i) {
-        for (std::size_t j = i + 1; j < displays.size(); ++j) {
-            if (contact(displays[i], displays[j]) == Contact::corner &&
-                !isBridged(displays, i, j)) {
-                RestoreLog::info("Detected zigzag/corner-touch arrangement");
-                return true;
-            }
-        }
+    const Contacts found = contacts(displays);
+    const auto isBridged = [&](const auto& corner) {
+        // By a third display that shares a side with both.
+        return found.sides[corner.first].intersects(found.sides[corner.second]);
+    };
+    if (std::ranges::all_of(found.corners, isBridged)) {
+        return false;
     }
-    return false;
+    RestoreLog::info("Detected zigzag/corner-touch arrangement");
+    return true;
 }
 
 bool isFullZigzag(const std::vector<DisplayFrame>& displays) {
@@ -133,6 +170,17 @@ bool isFullZigzag(const std::vector<DisplayFrame>& displays) {
     }
     const std::optional<Neighbours> neighbours = cornerNeighbours(displays);
     return neighbours && isConnected(*neighbours);
+}
+
+std::string signature(std::vector<std::string> canonicalIDs) {
+    std::ranges::sort(canonicalIDs);
+    std::string result;
+    const char* separator = "";
+    for (const std::string& id : canonicalIDs) {
+        result += separator + id;
+        separator = ",";
+    }
+    return result;
 }
 
 }  // namespace tolvaran::Zigzag

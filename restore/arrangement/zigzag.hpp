@@ -1,6 +1,7 @@
 // Recognises layouts in which displays meet at their corners only ("zigzag" or corner-touch
-// layouts). The system's display settings never make one, so after the main application has gone
-// such a layout is a leftover of it. Used by the arrangement invariant.
+// layouts), and names sets of displays. The system's display settings never make a zigzag, so after
+// the main application has gone such a layout is a leftover of it. Used by the arrangement
+// invariant.
 //
 // Edges and corners count as touching within a tolerance of 1.0 point. Two displays share a side
 // when an edge of one lies on an edge of the other along more than the tolerance; they touch at a
@@ -11,6 +12,7 @@
 // above.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "restore/arrangement/display_frame.hpp"
@@ -25,5 +27,10 @@ bool isZigzag(const std::vector<DisplayFrame>& displays);
 /// Whether the layout consists of corner touches alone: no two displays share a side, and all hang
 /// together through touching corners. False for fewer than two displays. Logs nothing.
 bool isFullZigzag(const std::vector<DisplayFrame>& displays);
+
+/// The one string that names a set of displays: the key of every saved arrangement and set mark.
+/// The canonical IDs in ascending byte order, duplicates kept, joined with ",". It does not depend
+/// on where the displays stand nor on the order in which they are listed.
+std::string signature(std::vector<std::string> canonicalIDs);
 
 }  // namespace tolvaran::Zigzag

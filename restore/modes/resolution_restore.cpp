@@ -3,8 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "restore/arrangement/active_displays.hpp"
-#include "restore/arrangement/display_identity.hpp"
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/modes/display_mode_control.hpp"
 #include "restore/modes/resolution_originals_store.hpp"
 #include "restore/paths/restore_log.hpp"
@@ -12,16 +11,14 @@
 namespace tolvaran::ResolutionRestore {
 namespace {
 
-constexpr std::uint32_t maximumDisplays = 16;
-
-/// Compares the rate literally: a rate of 0 is no wildcard here.
+/// Compares the rate literally: a rate of 0 is not a wildcard here.
 bool shows(CGDirectDisplayID displayID, const DisplayModeSpec& spec) {
     const std::optional<DisplayModeDescriptor> current = DisplayModeControl::currentMode(displayID);
     return current && current->spec() == spec;
 }
 
 /// Switches the display to the mode and says how that went.
-bool apply(const std::string& key, const DisplayModeSpec& spec, CGDirectDisplayID displayID) {
+bool switchMode(const std::string& key, const DisplayModeSpec& spec, CGDirectDisplayID displayID) {
     const std::optional<DisplayModeDescriptor> match =
         DisplayModeControl::exactMatch(spec, DisplayModeControl::modes(displayID));
     if (!match) {
@@ -49,7 +46,7 @@ std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idBy
             continue;
         }
         const bool alreadyShown = shows(display->second, spec);
-        const bool applied = !alreadyShown && apply(key, spec, display->second);
+        const bool applied = !alreadyShown && switchMode(key, spec, display->second);
         if (alreadyShown || applied) {
             // Starts from the file as it is now: the main application may have added or cleared
             // records since it was read above, and those changes must stand.
@@ -64,10 +61,11 @@ std::int64_t restorePendingUsingSystemDisplays(const std::string& path) {
     if (ResolutionOriginalsStore::pendingEntries(path).empty()) {
         return 0;
     }
-    const std::vector<CGDirectDisplayID> displays = activeDisplays(maximumDisplays);
+    const std::vector<CGDirectDisplayID> displays = activeDisplays();
     const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
-    const std::vector<std::string> ids = canonicalIDs(displayUUIDs(displays), aliases);
-    return restorePending(displaysByCanonicalID(displays, ids), path);
+    std::vector<NamedDisplay> named = nameDisplays(displays);
+    foldAliases(named, aliases);
+    return restorePending(displaysByCanonicalID(named), path);
 }
 
 }  // namespace tolvaran::ResolutionRestore

@@ -10,6 +10,7 @@
 #include "simulator/host/file_calls.hpp"
 #include "simulator/host/files.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/configuration_rate.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::tests {
@@ -154,7 +155,9 @@ simulator::Scenario Trial::scenarioFor(FaultRun& run, const std::string& root) c
 
 void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) const {
     std::size_t count = 0;
+    ConfigurationRate rate;
     const auto ask = [&](const std::string& function) {
+        rate.note(function);
         // Apple's functions, unlike those on files, are never called where nothing may be thrown.
         if (++count > longest_ && std::isupper(function.front()) != 0) {
             throw EndlessRun();
@@ -179,6 +182,12 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
                                                                  .prepare = prepare,
                                                                  .program = story_.program,
                                                                  .atEnd = atEnd});
+    const std::size_t most =
+        mostConfigurationsPerMinute + mostConfigurationsPerEvent * story_.scenario.timeline.size();
+    if (rate.mostInAMinute() > most) {
+        run.leftOver.push_back(std::to_string(rate.mostInAMinute()) +
+                               " configurations of the displays in one minute");
+    }
     for (const std::string& function : story_.passingFaults) {
         run.failed.push_back({.function = function, .subject = ""});
     }

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "platform/private_interfaces.hpp"
-#include "restore/arrangement/active_displays.hpp"
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/menubar/per_display_menu_bar_api.hpp"
 #include "restore/menubar/spaces.hpp"
 #include "restore/modes/display_mode_control.hpp"

@@ -8,6 +8,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -190,6 +191,22 @@ TEST_F(DisplayApplyTest, HooksRunInTheConfigurationAndAfterIt) {
         }));
     EXPECT_EQ(before, Lines{begin});
     EXPECT_EQ(after, (Lines{begin, origin(3, 0, 0), origin(5, 0, 1080), completeForSession}));
+}
+
+TEST_F(DisplayApplyTest, AHookThatThrowsCancelsTheConfiguration) {
+    const auto hook = [] { throw std::runtime_error("no"); };
+    EXPECT_THROW(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, hook),
+                 std::runtime_error);
+    EXPECT_EQ(callLines(), (Lines{begin, "CGCancelDisplayConfiguration [] = 0"}));
+    expectOrigins({{-1280, 0}, {0, 0}, {1920, 0}});
+}
+
+TEST_F(DisplayApplyTest, AnAfterHookThatThrowsFindsTheConfigurationCompleted) {
+    const auto hook = [] { throw std::runtime_error("no"); };
+    EXPECT_THROW(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, nullptr, hook),
+                 std::runtime_error);
+    EXPECT_EQ(callLines(), (Lines{begin, origin(5, 0, 1080), completeForSession}));
+    expectOrigins({{-1280, 0}, {0, 0}, {0, 1080}});
 }
 
 TEST_F(DisplayApplyTest, AcceptsEveryOriginOf32Bits) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "restore/arrangement/named_displays.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/log_capture.hpp"
 
@@ -295,44 +296,34 @@ TEST_F(DisplayIdentityTest, TwinsWithoutSerialNumbersAreToldApartToo) {
     }
 }
 
+/// The display UUIDs of displays that are named together.
+Lines uuidsOf(const std::vector<CGDirectDisplayID>& displays) {
+    Lines uuids;
+    for (const NamedDisplay& display : nameDisplays(displays)) {
+        uuids.push_back(display.uuid);
+    }
+    return uuids;
+}
+
 TEST_F(DisplayIdentityTest, AllAreNamedTogetherAsEachIsAlone) {
     arrange({{"displays", json::array({display(9, {10, 20, 30}, uuid2), display(7, {10, 20, 30}),
                                        display(8, {10, 20, 31}), display(6, {0, 20, 30}, nullptr),
                                        display(5, {10, 21, 0}), display(4, {0, 20, 30}, nullptr)})},
              {"registry", json::array()}});
     const std::vector<CGDirectDisplayID> all = {9, 7, 8, 6, 5, 4, 3};
-    EXPECT_EQ(displayUUIDs(all), (Lines{uuid2, uuid1, "HW-10-20-31", "Display-6", "HW-10-21-0",
-                                        "Display-4", "Display-3"}));
+    EXPECT_EQ(uuidsOf(all), (Lines{uuid2, uuid1, "HW-10-20-31", "Display-6", "HW-10-21-0",
+                                   "Display-4", "Display-3"}));
     const Lines together = log_.take();
     Lines names;
     for (const CGDirectDisplayID id : all) {
         names.push_back(displayUUID(id, all));
     }
-    EXPECT_EQ(displayUUIDs(all), names);
+    EXPECT_EQ(uuidsOf(all), names);
     const std::string line =
         "warn: Multiple displays with fingerprint 10-20-30, disambiguating via port-UUID";
     EXPECT_EQ(together, (Lines{line, line}));
     EXPECT_EQ(log_.take(), (Lines{line, line, line, line}));
     expectNothingLeaked("all together");
-}
-
-TEST_F(DisplayIdentityTest, NamingAllReadsTheHardwareOfEachOnce) {
-    arrange({{"displays", json::array({display(7, {10, 20, 30}), display(8, {10, 20, 30}, uuid2),
-                                       display(9, {10, 20, 0})})},
-             {"registry", json::array()}});
-    std::map<std::string, int> calls;
-    simulator::decideCalls([&](const std::string& function) {
-        ++calls[function];
-        return json();
-    });
-    displayUUIDs({7, 8, 9});
-    simulator::decideCalls(nullptr);
-    for (const char* const function :
-         {"CGDisplayVendorNumber", "CGDisplayModelNumber", "CGDisplaySerialNumber"}) {
-        EXPECT_EQ(calls[function], 3) << function;
-    }
-    EXPECT_EQ(calls["IOServiceGetMatchingServices"], 1);
-    EXPECT_EQ(displayUUIDs({}), Lines());
 }
 
 TEST_F(DisplayIdentityTest, ADisplayPluggedInBetweenTwoCallsIsSeen) {

@@ -486,6 +486,18 @@ TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
     EXPECT_EQ(log.lines(), Lines());
 }
 
+TEST_P(LayoutSetsStoreTest, MigrationFormsTheKeyFromTheEntries) {
+    const std::string comma = "HW-1-2-SAB,CD";
+    store({{comma + ",P", {{}, {{.uuid = "P", .x = 1, .y = 2}, {.uuid = comma, .x = 3, .y = 4}}}}});
+    GetParam().migrate({{"P", "Q"}}, path);
+    EXPECT_EQ(
+        GetParam().load(path),
+        (Arrangements{{comma + ",Q",
+                       {{}, {{.uuid = "Q", .x = 1, .y = 2}, {.uuid = comma, .x = 3, .y = 4}}}}}));
+    GetParam().migrate({{comma, "A"}}, path);
+    EXPECT_TRUE(GetParam().load(path).contains("A,Q"));
+}
+
 TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
     struct Case {
         std::string what;

@@ -1,4 +1,4 @@
-#include "restore/arrangement/signature.hpp"
+#include "restore/arrangement/zigzag.hpp"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include <set>
 
 #include "restore/arrangement/alias_map.hpp"
-#include "restore/arrangement/display_identity.hpp"
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/menubar/global_preferences.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/menubar/menu_bar_matcher.hpp"
@@ -17,9 +17,9 @@ using Candidates = std::vector<MenuBarRestoreCandidate>;
 constexpr int maximumReads = 8;
 constexpr double secondsBetweenReads = 0.025;
 
-/// The connected displays; none when the window server does not tell. Unlike elsewhere a failure
-/// must not look like a Mac without displays: every record would pass for one whose display is
-/// unplugged, and the run for a success.
+/// All connected displays; none if they cannot be listed. Unlike elsewhere a failure must not look
+/// like a Mac without displays: every record's display would seem to be unplugged, and the run a
+/// success.
 std::optional<std::vector<CGDirectDisplayID>> connectedDisplays() {
     std::uint32_t count = 0;
     if (CGGetActiveDisplayList(0, nullptr, &count) != kCGErrorSuccess) {
@@ -34,26 +34,21 @@ std::optional<std::vector<CGDirectDisplayID>> connectedDisplays() {
     return displays;
 }
 
-std::optional<std::string> fingerprintID(CGDirectDisplayID displayID) {
-    const auto fingerprint = displayHardwareFingerprint(displayID);
-    return fingerprint ? std::optional("HW-" + *fingerprint) : std::nullopt;
-}
-
 std::optional<Candidates> connectedCandidates() {
     const auto displays = connectedDisplays();
     if (!displays) {
         return std::nullopt;
     }
     const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
-    const std::vector<std::string> uuids = displayUUIDs(*displays);
+    std::vector<NamedDisplay> named = nameDisplays(*displays);
+    foldAliases(named, aliases);
     Candidates candidates;
-    for (std::size_t i = 0; i < displays->size(); ++i) {
-        const CGDirectDisplayID displayID = (*displays)[i];
-        candidates.push_back({.displayID = displayID,
-                              .aliasID = uuids[i],
-                              .canonicalID = aliases.canonicalID(uuids[i]),
-                              .fingerprintID = fingerprintID(displayID),
-                              .portUUID = displayPortUUID(displayID)});
+    for (const NamedDisplay& display : named) {
+        candidates.push_back({.displayID = display.displayID,
+                              .aliasID = display.uuid,
+                              .canonicalID = display.canonicalID,
+                              .fingerprintID = display.fingerprintID,
+                              .portUUID = display.portUUID});
     }
     return candidates;
 }
@@ -128,7 +123,7 @@ std::vector<MenuBarDisplayIdentity> displaysWithoutBaseline(
         candidates.push_back({.displayID = display.displayID,
                               .aliasID = display.hardwareID,
                               .canonicalID = display.canonicalID,
-                              .fingerprintID = fingerprintID(display.displayID),
+                              .fingerprintID = displayFingerprintID(display.displayID),
                               .portUUID = display.portUUID});
     }
     std::set<CGDirectDisplayID> known;

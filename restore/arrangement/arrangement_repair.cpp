@@ -1,0 +1,327 @@
+#include "restore/arrangement/arrangement_repair.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <set>
+
+#include "restore/arrangement/display_apply.hpp"
+#include "restore/arrangement/main_application_layout.hpp"
+#include "restore/arrangement/named_displays.hpp"
+#include "restore/arrangement/originals_projection.hpp"
+#include "restore/arrangement/originals_store.hpp"
+#include "restore/arrangement/repair_attempts.hpp"
+#include "restore/arrangement/zigzag.hpp"
+
+namespace tolvaran {
+namespace {
+
+using Arrangement = std::vector<OriginalsEntry>;
+using Arrangements = std::map<std::string, Arrangement>;
+using Positions = std::vector<HardwarePosition>;
+using MainApplicationLayout::Marks;
+
+// How often one check configures the displays with saved arrangements, however many a file holds.
+constexpr std::size_t mostConfigurations = 24;
+
+/// One repair under way.
+struct Repair {
+    const Hardware& hardware;
+    const CheckLog& log;
+    // As they are after the last configuration. Read once and not for every arrangement.
+    std::map<CGDirectDisplayID, CGRect> frames = {};
+    CGDirectDisplayID mainDisplay = kCGNullDirectDisplay;
+    std::size_t configurations = 0;
+};
+
+void noteFrames(Repair& repair, const std::vector<DisplayFrame>& frames) {
+    repair.frames.clear();
+    for (const DisplayFrame& frame : frames) {
+        repair.frames[frame.displayID] = frame.frame;
+    }
+    repair.mainDisplay = CGMainDisplayID();
+}
+
+/// Where the displays stand, read a second time if one of them could not be looked at: whether it
+/// moves decides about the repair.
+std::vector<DisplayFrame> carefullyReadFrames(const Hardware& hardware) {
+    const std::vector<DisplayFrame> frames = presentFrames(hardware);
+    return frames.size() < hardware.displays.size() ? presentFrames(hardware) : frames;
+}
+
+Repair beginRepair(const Hardware& hardware, const CheckLog& log) {
+    Repair repair{.hardware = hardware, .log = log};
+    noteFrames(repair, carefullyReadFrames(hardware));
+    return repair;
+}
+
+/// Where the entries put those of their displays that are active.
+Positions activePositions(const Hardware& hardware, const Arrangement& entries) {
+    Positions positions;
+    for (const OriginalsEntry& entry : entries) {
+        const auto active = hardware.displayIDByCanonicalID.find(entry.uuid);
+        if (active != hardware.displayIDByCanonicalID.end()) {
+            positions.push_back(
+                {.displayID = active->second, .origin = CGPointMake(entry.x, entry.y)});
+        }
+    }
+    return positions;
+}
+
+/// Whether the display can be put there, wherever the main display may be.
+bool isInRange(const HardwarePosition& position) {
+    constexpr double reach = 1 << 30;  // points; the sum of two fits the window server's integers
+    return std::abs(position.origin.x) < reach && std::abs(position.origin.y) < reach;
+}
+
+/// The displays of their present sizes at new places.
+std::vector<DisplayFrame> plannedFrames(const Repair& repair, const Positions& positions) {
+    std::vector<DisplayFrame> frames;
+    for (const HardwarePosition& position : positions) {
+        const auto present = repair.frames.find(position.displayID);
+        if (present != repair.frames.end()) {
+            addFrame(frames, position.displayID, {position.origin, present->second.size});
+        }
+    }
+    return frames;
+}
+
+/// Whether each display stands where applying the positions would put it. Of several positions of
+/// one display the last one counts, as in a configuration.
+bool isInForce(const Repair& repair, const Positions& positions) {
+    std::map<CGDirectDisplayID, CGPoint> places;
+    for (const HardwarePosition& position :
+         DisplayApply::anchoredPositions(positions, repair.mainDisplay)) {
+        places[position.displayID] =
+            CGPointMake(std::trunc(position.origin.x), std::trunc(position.origin.y));
+    }
+    return std::ranges::all_of(places, [&](const auto& place) {
+        const auto present = repair.frames.find(place.first);
+        return present != repair.frames.end() &&
+               CGPointEqualToPoint(present->second.origin, place.second);
+    });
+}
+
+/// Whether any display that could be looked at both times has moved.
+bool haveMoved(const std::map<CGDirectDisplayID, CGRect>& before,
+               const std::map<CGDirectDisplayID, CGRect>& now) {
+    return std::ranges::any_of(now, [&](const auto& display) {
+        const auto was = before.find(display.first);
+        return was != before.end() &&
+               !CGPointEqualToPoint(was->second.origin, display.second.origin);
+    });
+}
+
+void noteMove(const Repair& repair, const Positions& positions, const std::string& what,
+              bool leftZigzag) {
+    using repair_attempts::Verdict;
+    const Verdict verdict = repair_attempts::noteMove(positions, leftZigzag);
+    if (verdict == Verdict::goOn) {
+        return;
+    }
+    const std::string subject =
+        verdict == Verdict::leaveAll ? "saved arrangements keep" : what + " keeps";
+    const long minutes = std::lround(repair_attempts::goodWhile / 60);
+    repair.log("warn", subject + " moving the displays without settling them; skipping for " +
+                           std::to_string(minutes) + " minutes");
+}
+
+enum class Outcome {
+    refused,
+    withoutEffect,  // accepted, but no display has moved
+    zigzag,         // the displays have moved, and a zigzag is left
+    settled,
+};
+
+/// Applies the positions, and looks at the displays again. A refusal is logged.
+Outcome configure(Repair& repair, const Positions& positions, const std::string& refusal) {
+    if (++repair.configurations == mostConfigurations) {
+        repair.log("debug", "trying no further saved arrangement in this check");
+    }
+    if (!DisplayApply::applyOriginalsToHardware(positions)) {
+        repair.log("error", refusal);
+        return Outcome::refused;
+    }
+    const auto before = repair.frames;
+    const std::vector<DisplayFrame> now = carefullyReadFrames(repair.hardware);
+    const bool zigzag = Zigzag::isZigzag(now);
+    noteFrames(repair, now);
+    if (!haveMoved(before, repair.frames)) {
+        return Outcome::withoutEffect;
+    }
+    return zigzag ? Outcome::zigzag : Outcome::settled;
+}
+
+/// Whether the positions may be configured. If not, says why.
+bool isUsable(const Repair& repair, const Positions& positions, const std::string& candidate) {
+    const auto refuse = [&](const std::string& reason) {
+        repair.log("warn", candidate + reason + ", skipping");
+        return false;
+    };
+    if (positions.size() > displayLimit) {
+        return refuse(" has " + std::to_string(positions.size()) + " positions");
+    }
+    if (!std::ranges::all_of(positions, isInRange)) {
+        return refuse(" has out-of-range coordinates");
+    }
+    return !Zigzag::isZigzag(plannedFrames(repair, positions)) || refuse(" is itself zigzag");
+}
+
+/// What becomes of a candidate that is in force already.
+enum class InForce { isRestored, isPassedOver };
+
+/// Tries a saved arrangement, unless none of its displays is active, or one of the guards stops it.
+/// @param label what the log calls it
+bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string& label,
+                  InForce inForce) {
+    const Positions positions = activePositions(repair.hardware, entries);
+    const std::string candidate = "candidate " + label;
+    if (positions.empty() || repair.configurations >= mostConfigurations ||
+        !repair_attempts::mayTry(positions) || !isUsable(repair, positions, candidate)) {
+        return false;
+    }
+    if (isInForce(repair, positions)) {
+        if (inForce == InForce::isRestored && !Zigzag::isZigzag(presentFrames(repair.hardware))) {
+            return true;
+        }
+        repair.log("debug", candidate + " is already in force, skipping");
+        return false;
+    }
+    const Outcome outcome = configure(repair, positions, "CG configure rejected for " + label);
+    if (outcome == Outcome::zigzag || outcome == Outcome::settled) {
+        noteMove(repair, positions, candidate, outcome == Outcome::zigzag);
+    }
+    return outcome == Outcome::settled;
+}
+
+/// Tries to put the displays into one row. Only for a full zigzag: any other layout may be in part
+/// the user's own, and a made-up row would destroy that.
+bool tryStackedFallback(Repair& repair) {
+    const std::vector<DisplayFrame> frames = currentFrames(repair.hardware.displays);
+    if (!Zigzag::isFullZigzag(frames)) {
+        repair.log("warn",
+                   "no saved arrangement was usable, but layout is not a full zigzag; leaving "
+                   "hardware unchanged");
+        return false;
+    }
+    const Positions positions = DisplayApply::stackedFallbackPositions(frames, CGMainDisplayID());
+    if (positions.empty()) {
+        return false;
+    }
+    if (isInForce(repair, positions)) {
+        repair.log("debug", "stacked fallback is already in force, skipping");
+        return false;
+    }
+    repair.log("warn", "applying stacked fallback because no saved arrangement was usable");
+    return configure(repair, positions, "CG configure rejected stacked fallback") ==
+           Outcome::settled;
+}
+
+// The ways to repair the layout. Each returns what the log is to say of its success, or none.
+
+std::optional<std::string> restoreExact(Repair& repair, const Arrangements& arrangements) {
+    const std::string sig = "sig=" + repair.hardware.signature;
+    const auto exact = arrangements.find(repair.hardware.signature);
+    if (exact == arrangements.end() ||
+        !tryCandidate(repair, exact->second, sig, InForce::isRestored)) {
+        return std::nullopt;
+    }
+    return "restored exact arrangement for " + sig;
+}
+
+struct Subset {
+    std::size_t size;  // how many displays it names
+    const Arrangement* entries;
+};
+
+/// The arrangements of some, and only of, the active displays; those of the most displays first.
+std::vector<Subset> subsetArrangements(const Hardware& hardware, const Arrangements& arrangements) {
+    std::vector<Subset> subsets;
+    for (const auto& [signature, entries] : arrangements) {
+        const bool allActive = std::ranges::all_of(entries, [&](const OriginalsEntry& entry) {
+            return hardware.displayIDByCanonicalID.contains(entry.uuid);
+        });
+        if (signature != hardware.signature && !entries.empty() && allActive) {
+            subsets.push_back(
+                {.size = OriginalsProjection::uuids(entries).size(), .entries = &entries});
+        }
+    }
+    std::ranges::stable_sort(subsets, std::ranges::greater(), &Subset::size);
+    return subsets;
+}
+
+std::optional<std::string> restoreSubset(Repair& repair, const Arrangements& arrangements) {
+    for (const Subset& subset : subsetArrangements(repair.hardware, arrangements)) {
+        const std::string size = std::to_string(subset.size);
+        if (tryCandidate(repair, *subset.entries, "subset(" + size + ")", InForce::isPassedOver)) {
+            return "subset-restored for sig=" + repair.hardware.signature + " from " + size +
+                   "-display arrangement";
+        }
+    }
+    return std::nullopt;
+}
+
+std::set<std::string> activeUUIDs(const Hardware& hardware) {
+    std::set<std::string> uuids;
+    for (const auto& [uuid, display] : hardware.displayIDByCanonicalID) {
+        uuids.insert(uuid);
+    }
+    return uuids;
+}
+
+std::optional<std::string> restoreProjection(Repair& repair, const Arrangements& arrangements) {
+    if (!Zigzag::isFullZigzag(presentFrames(repair.hardware))) {
+        repair.log("warn",
+                   "layout is corner-only but not a full zigzag (ambiguous); skipping superset "
+                   "projection");
+        return std::nullopt;
+    }
+    const std::vector<Arrangement> projections = OriginalsProjection::projectedSupersetArrangements(
+        arrangements, activeUUIDs(repair.hardware));
+    for (std::size_t i = 0; i < projections.size(); ++i) {
+        if (tryCandidate(repair, projections[i], "superset-projection[" + std::to_string(i) + "]",
+                         InForce::isPassedOver)) {
+            return "superset-projection-restored for sig=" + repair.hardware.signature;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> restoreStacked(Repair& repair, const Arrangements& /*arrangements*/) {
+    if (!tryStackedFallback(repair)) {
+        return std::nullopt;
+    }
+    return "restored stacked fallback for sig=" + repair.hardware.signature;
+}
+
+struct Way {
+    std::optional<std::string> (*attempt)(Repair& repair, const Arrangements& arrangements);
+    Marks settledMarks;  // what its success makes out of date
+};
+
+/// In the order in which they are tried.
+constexpr std::array<Way, 4> ways{{
+    {restoreExact, Marks::all},
+    {restoreSubset, Marks::allButNativeMirrored},
+    {restoreProjection, Marks::allButNativeMirrored},
+    {restoreStacked, Marks::allButNativeMirrored},
+}};
+
+}  // namespace
+
+void repairArrangement(const Hardware& hardware, const CheckLog& log) {
+    const OriginalsFile originals = OriginalsStore::load(OriginalsStore::defaultPath());
+    Repair repair = beginRepair(hardware, log);
+    for (const Way& way : ways) {
+        if (const auto success = way.attempt(repair, originals.arrangements)) {
+            log("info", *success);
+            MainApplicationLayout::clear(way.settledMarks, hardware.signature);
+            return;
+        }
+    }
+    log("warn", "no usable saved arrangement or fallback for sig=" + hardware.signature);
+}
+
+}  // namespace tolvaran

@@ -1,0 +1,44 @@
+// The displays as one check of the arrangement finds them: who they are, and where they stand.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "restore/arrangement/display_frame.hpp"
+
+namespace tolvaran {
+
+/// Takes what a check has to say.
+/// @param level "debug", "info", "warn" or "error"
+using CheckLog = std::function<void(const std::string& level, const std::string& message)>;
+
+/// The active displays at the beginning of a check.
+struct Hardware {
+    std::vector<CGDirectDisplayID> displays;  // in the window server's order
+    std::map<std::string, CGDirectDisplayID> displayIDByCanonicalID;
+    std::string signature;
+};
+
+/// Names the active displays, then folds their names through the aliases. Logs what nameDisplays()
+/// and AliasMap::load() log.
+Hardware readHardware();
+
+/// Adds the display where it stands or is to stand. A display that has just gone has no area and is
+/// left out: taken for a point at the desktop's origin, it would make a zigzag of any layout.
+void addFrame(std::vector<DisplayFrame>& frames, CGDirectDisplayID display, const CGRect& frame);
+
+/// Where the displays stand now.
+std::vector<DisplayFrame> currentFrames(const std::vector<CGDirectDisplayID>& displays);
+
+/// Where the displays that are active by now stand; those of the check's beginning if they cannot
+/// be listed again.
+std::vector<DisplayFrame> presentFrames(const Hardware& hardware);
+
+/// The origin of each display by its canonical ID.
+std::map<std::string, CGPoint> currentOrigins(const Hardware& hardware);
+
+}  // namespace tolvaran

@@ -1,0 +1,79 @@
+#include "restore/arrangement/main_application_layout.hpp"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <span>
+#include <vector>
+
+#include "restore/arrangement/set_marks.hpp"
+#include "restore/arrangement/zigzag.hpp"
+
+namespace tolvaran::MainApplicationLayout {
+
+namespace {
+
+using Origins = std::map<std::string, CGPoint>;
+
+struct MarkStore {
+    const char* mark;  // as the log calls it
+    std::string (*path)();
+    /// Whether the signature is marked and the displays do not stand where the mark says.
+    bool (*isStale)(const std::string& signature, const Origins& origins, const std::string& path);
+    void (*clear)(const std::string& signature, const std::string& path);
+};
+
+/// A separated mark holds no positions.
+bool isSeparated(const std::string& signature, const Origins& /*origins*/,
+                 const std::string& path) {
+    const std::vector<std::string> marked = SeparatedSetsStore::signatures(path);
+    return std::ranges::find(marked, signature) != marked.end();
+}
+
+/// The native-mirrored one stands last.
+constexpr std::array<MarkStore, 3> stores{{
+    {"separated mark", SeparatedSetsStore::defaultPath, isSeparated,
+     SeparatedSetsStore::clearSeparated},
+    {"stale side-pin mark", SidePinnedSetsStore::defaultPath, SidePinnedSetsStore::isStale,
+     SidePinnedSetsStore::clearSidePinned},
+    {"stale native-mirror mark", NativeMirroredSetsStore::defaultPath,
+     NativeMirroredSetsStore::isStale, NativeMirroredSetsStore::clearNativeMirrored},
+}};
+
+}  // namespace
+
+bool isInForce(const Hardware& hardware) {
+    const bool zigzag = Zigzag::isZigzag(presentFrames(hardware));
+    const Origins origins = currentOrigins(hardware);
+    const bool sidePinned = SidePinnedSetsStore::matchesCurrentHardware(
+        hardware.signature, origins, SidePinnedSetsStore::defaultPath());
+    const bool nativeMirrored = NativeMirroredSetsStore::matchesCurrentHardware(
+        hardware.signature, origins, NativeMirroredSetsStore::defaultPath());
+    return zigzag || sidePinned || nativeMirrored;
+}
+
+void clear(Marks marks, const std::string& signature) {
+    const std::span<const MarkStore> all = stores;
+    for (const MarkStore& store : marks == Marks::all ? all : all.first<2>()) {
+        store.clear(signature, store.path());
+    }
+}
+
+void clearStaleMarks(const Hardware& hardware, const CheckLog& log) {
+    const Origins origins = currentOrigins(hardware);
+    for (const MarkStore& store : stores) {
+        if (!store.isStale(hardware.signature, origins, store.path())) {
+            continue;
+        }
+        if (Zigzag::isZigzag(currentFrames(hardware.displays))) {
+            return;
+        }
+        store.clear(hardware.signature, store.path());
+        log("info",
+            std::string("cleared ") + store.mark + " for healthy sig=" + hardware.signature);
+    }
+}
+
+}  // namespace tolvaran::MainApplicationLayout

@@ -1,0 +1,53 @@
+// The displays and the names under which records know them. Everything that reads saved
+// arrangements, modes or menu bar records begins here, and reads each display's hardware once.
+// Inner matter of the library; what programs may use is in display_identity.hpp.
+#pragma once
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "restore/arrangement/alias_map.hpp"
+
+namespace tolvaran {
+
+/// How many displays a restore sees: as many as a Mac drives, and more.
+inline constexpr std::uint32_t displayLimit = 16;
+
+/// The active displays in the window server's order, at most `limit`. Empty if the call fails.
+std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit = displayLimit);
+
+/// One display with all its names.
+struct NamedDisplay {
+    CGDirectDisplayID displayID = 0;
+    /// "HW-" and its hardware fingerprint, if it has one. Unlike the display UUID it does not turn
+    /// into the port UUID when an identical monitor is plugged in.
+    std::optional<std::string> fingerprintID = {};
+    std::string portUUID = {};
+    std::string uuid = {};         // the display UUID
+    std::string canonicalID = {};  // the display UUID folded through the alias map
+
+    bool operator==(const NamedDisplay&) const = default;
+};
+
+/// Names the displays, in the same order. The canonical IDs are the display UUIDs until
+/// foldAliases(). Logs through RestoreLog.warn, for each of several identical monitors, what
+/// displayUUID() logs.
+/// @param displays all active displays, so that identical monitors are told apart
+std::vector<NamedDisplay> nameDisplays(const std::vector<CGDirectDisplayID>& displays);
+
+/// Folds the display UUIDs into canonical IDs.
+void foldAliases(std::vector<NamedDisplay>& displays, const AliasMap& aliases);
+
+/// The display under each canonical ID; the last one if several have the same ID.
+std::map<std::string, CGDirectDisplayID> displaysByCanonicalID(
+    const std::vector<NamedDisplay>& displays);
+
+/// "HW-" and the fingerprint of the display's hardware; none for a display without one.
+std::optional<std::string> displayFingerprintID(CGDirectDisplayID displayID);
+
+}  // namespace tolvaran

@@ -1,0 +1,178 @@
+#include "restore/arrangement/named_displays.hpp"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <tuple>
+
+#include "restore/arrangement/display_identity.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/support/log_capture.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran {
+namespace {
+
+using nlohmann::json;
+using IDs = std::vector<CGDirectDisplayID>;
+using Lines = std::vector<std::string>;
+
+constexpr const char* uuid1 = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
+constexpr const char* uuid2 = "11111111-2222-3333-4444-55555555ABCD";
+
+json display(CGDirectDisplayID id, std::uint32_t serial, const std::string& portUUID = uuid1) {
+    return {{"id", id},         {"vendor", 10},         {"model", 20},
+            {"serial", serial}, {"portUUID", portUUID}, {"frame", {100 * id, 0, 100, 100}}};
+}
+
+json displays(CGDirectDisplayID count) {
+    json result = json::array();
+    for (CGDirectDisplayID id = count; id > 0; --id) {
+        result.push_back(display(id, id));
+    }
+    return result;
+}
+
+class NamedDisplaysTest : public ::testing::Test {
+  protected:
+    ~NamedDisplaysTest() override { EXPECT_EQ(simulator::liveObjects(), before_); }
+
+    void arrange(const json& list) {
+        simulator::reset({{"displays", list}});
+        before_ = simulator::liveObjects();
+    }
+
+    void writePreferences(const std::string& content) {
+        tests::writeFile(profile_ / "preferences.json", content);
+    }
+
+    tests::TemporaryDirectory profile_;
+    const tests::ScopedEnvironment environment_{"TOLVARAN_CONFIG_DIR", profile_.path()};
+    tests::LogCapture log_;
+
+  private:
+    std::size_t before_ = 0;
+};
+
+TEST_F(NamedDisplaysTest, AreListedInTheWindowServersOrderUpToTheLimit) {
+    const std::tuple<CGDirectDisplayID, std::uint32_t, IDs> cases[] = {
+        {3, 16, {3, 2, 1}}, {3, 3, {3, 2, 1}},
+        {3, 2, {3, 2}},     {1, 16, {1}},
+        {2, 0, {}},         {17, 16, {17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2}},
+    };
+    for (const auto& [count, limit, expected] : cases) {
+        arrange(displays(count));
+        EXPECT_EQ(activeDisplays(limit), expected) << count << " displays, limit " << limit;
+    }
+}
+
+/// The canonical IDs of these displays.
+Lines namesOf(const IDs& displays) {
+    std::vector<NamedDisplay> named = nameDisplays(displays);
+    foldAliases(named, AliasMap::load(AliasMap::defaultPreferencesPath()));
+    Lines ids;
+    for (const NamedDisplay& display : named) {
+        ids.push_back(display.canonicalID);
+    }
+    return ids;
+}
+
+TEST_F(NamedDisplaysTest, NoDisplaysAndAFailingCallGiveNone) {
+    arrange(json::array());
+    EXPECT_EQ(activeDisplays(16), IDs());
+    for (const bool effect : {false, true}) {
+        arrange(displays(2));
+        simulator::addFault(
+            {{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"effect", effect}});
+        EXPECT_EQ(activeDisplays(16), IDs());
+    }
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+TEST_F(NamedDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
+    arrange(json::array({display(3, 5), display(1, 4)}));
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"HW-10-20-5", "HW-10-20-4"}));
+    EXPECT_EQ(namesOf({1, 3}), (Lines{"HW-10-20-4", "HW-10-20-5"}));
+    EXPECT_EQ(namesOf({}), Lines());
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
+TEST_F(NamedDisplaysTest, CanonicalIDsAreFoldedThroughTheAliasMap) {
+    writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-5"]}]})");
+    arrange(json::array({display(3, 5), display(1, 4)}));
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"main", "HW-10-20-4"}));
+}
+
+TEST_F(NamedDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
+    writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(uuid1) + R"("]}]})");
+    arrange(json::array({display(3, 5, uuid1), display(1, 5, uuid2)}));
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"left", uuid2}));
+    const std::string line =
+        "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
+    EXPECT_EQ(log_.lines(), (Lines{line, line}));
+}
+
+TEST_F(NamedDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
+    using Map = std::map<std::string, CGDirectDisplayID>;
+    const auto mapOf = [](const std::vector<std::pair<CGDirectDisplayID, std::string>>& ids) {
+        std::vector<NamedDisplay> displays;
+        for (const auto& [display, id] : ids) {
+            displays.push_back({.displayID = display, .canonicalID = id});
+        }
+        return displaysByCanonicalID(displays);
+    };
+    EXPECT_EQ(mapOf({}), Map());
+    EXPECT_EQ(mapOf({{3, "b"}, {1, "a"}}), (Map{{"a", 1}, {"b", 3}}));
+    EXPECT_EQ(mapOf({{3, "a"}, {1, "b"}, {2, "a"}}), (Map{{"a", 2}, {"b", 1}}));
+}
+
+TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
+    writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-4"]}]})");
+    json withoutHardware = display(2, 5, uuid2);
+    withoutHardware["vendor"] = 0;
+    arrange(json::array({display(3, 4), withoutHardware}));
+    std::vector<NamedDisplay> named = nameDisplays({3, 2});
+    std::vector<NamedDisplay> expected{{.displayID = 3,
+                                        .fingerprintID = "HW-10-20-4",
+                                        .portUUID = uuid1,
+                                        .uuid = "HW-10-20-4",
+                                        .canonicalID = "HW-10-20-4"},
+                                       {.displayID = 2,
+                                        .fingerprintID = std::nullopt,
+                                        .portUUID = uuid2,
+                                        .uuid = uuid2,
+                                        .canonicalID = uuid2}};
+    EXPECT_EQ(named, expected);
+    foldAliases(named, AliasMap::load(AliasMap::defaultPreferencesPath()));
+    expected[0].canonicalID = "main";
+    EXPECT_EQ(named, expected);
+}
+
+TEST_F(NamedDisplaysTest, ATwinKeepsItsFingerprint) {
+    arrange(json::array({display(3, 4), display(2, 4, uuid2)}));
+    for (const NamedDisplay& display : nameDisplays({3, 2})) {
+        EXPECT_EQ(display.fingerprintID, "HW-10-20-4");
+        EXPECT_EQ(display.uuid, display.portUUID);
+    }
+}
+
+TEST_F(NamedDisplaysTest, TheHardwareOfEachIsReadOnce) {
+    arrange(json::array({display(7, 30), display(8, 30, uuid2), display(9, 0)}));
+    std::map<std::string, int> calls;
+    simulator::decideCalls([&](const std::string& function) {
+        ++calls[function];
+        return json();
+    });
+    nameDisplays({7, 8, 9});
+    simulator::decideCalls(nullptr);
+    for (const char* const function :
+         {"CGDisplayVendorNumber", "CGDisplayModelNumber", "CGDisplaySerialNumber",
+          "CGDisplayCreateUUIDFromDisplayID"}) {
+        EXPECT_EQ(calls[function], 3) << function;
+    }
+    EXPECT_EQ(calls["IOServiceGetMatchingServices"], 1);
+    EXPECT_EQ(nameDisplays({}), std::vector<NamedDisplay>());
+}
+
+}  // namespace
+}  // namespace tolvaran

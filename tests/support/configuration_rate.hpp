@@ -1,0 +1,29 @@
+// How often a play configures the displays. Every configuration makes a user's screens flicker, so
+// that whatever happens there must not be many. Used by the fault trials and by the fuzz targets.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tolvaran::tests {
+
+/// The most configurations that any minute of a story may see, and how many more for each event of
+/// the story: a display that comes or goes, or a run of Tolvaran, is a new situation.
+inline constexpr std::size_t mostConfigurationsPerMinute = 24;
+inline constexpr std::size_t mostConfigurationsPerEvent = 8;
+
+/// Counts the configurations of one play.
+class ConfigurationRate {
+  public:
+    /// Is told of every outside call before it is made.
+    void note(const std::string& function);
+
+    /// The number of configurations in the minute that has the most of them.
+    std::size_t mostInAMinute() const;
+
+  private:
+    std::vector<double> times_;  // seconds of the play, ascending
+};
+
+}  // namespace tolvaran::tests
