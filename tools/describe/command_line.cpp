@@ -1,11 +1,13 @@
 #include "tools/describe/command_line.hpp"
 
+#include <csignal>
 #include <optional>
 
 #include "platform/workspace.hpp"
 #include "report/text.hpp"
 #include "restore/support/files.hpp"
 #include "tools/describe/describe.hpp"
+#include "tools/describe/health_text.hpp"
 #include "tools/describe/json_text.hpp"
 #include "tools/describe/report.hpp"
 
@@ -13,14 +15,19 @@ namespace tolvaran::describe {
 namespace {
 
 constexpr const char* usage =
-    "usage: tolvaran_describe --report FILE.json [--all-settings]\n"
+    "usage: tolvaran_describe --health [--json]\n"
+    "       tolvaran_describe --report FILE.json [--all-settings]\n"
     "       tolvaran_describe\n"
+    "  --health            say whether the helper lives and what waits to be put back\n"
+    "  --json              say it as JSON\n"
     "  --report FILE.json  write a report of this Mac, which can be played as a scenario\n"
     "  --all-settings      put all of Tolvaran's settings into it, not only those that the helper "
     "reads\n"
     "  Without arguments, write the scenario's mac object alone to standard output.\n";
 
 struct Command {
+    bool asksForHealth = false;
+    bool printsJSON = false;
     std::optional<std::string> report;
     Settings settings = Settings::thoseRead;
 };
@@ -33,11 +40,18 @@ std::optional<Command> readArguments(const std::vector<std::string>& arguments) 
             command.report = *++argument;
         } else if (*argument == "--all-settings") {
             command.settings = Settings::all;
+        } else if (*argument == "--health") {
+            command.asksForHealth = true;
+        } else if (*argument == "--json") {
+            command.printsJSON = true;
         } else {
             return std::nullopt;
         }
     }
-    const bool isSensible = command.report || arguments.empty();
+    const bool isForReport = command.settings == Settings::all;
+    const bool isSensible = arguments.empty() ||
+                            (command.asksForHealth && !command.report && !isForReport) ||
+                            (command.report && !command.asksForHealth && !command.printsJSON);
     return isSensible ? std::optional(command) : std::nullopt;
 }
 
@@ -64,12 +78,30 @@ int writeReport(const Command& command, const Host& host, std::ostream& out, std
     return 0;
 }
 
+/// Whether there is such a process, and it is one of the user's: the helper runs as the user.
+bool processExists(pid_t pid) {
+    return ::kill(pid, 0) == 0;
+}
+
+int tellHealth(const Command& command, const Host& host, std::ostream& out) {
+    const Health health = checkHealth(processExists);
+    if (command.printsJSON) {
+        out << written(healthJSON(health)) << "\n";
+    } else {
+        out << healthText(health, host.terminal);
+    }
+    return health.exitStatus();
+}
+
 int run(const std::vector<std::string>& arguments, const Host& host, std::ostream& out,
         std::ostream& errors) {
     const std::optional<Command> command = readArguments(arguments);
     if (!command) {
         errors << usage;
         return 2;
+    }
+    if (command->asksForHealth) {
+        return tellHealth(*command, host, out);
     }
     return command->report ? writeReport(*command, host, out, errors)
                            : writeDescription(out, errors);

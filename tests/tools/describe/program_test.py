@@ -59,6 +59,16 @@ class Program(unittest.TestCase):
         self.assertEqual(result["scenario"]["about"]["macOS"], "simulated")
         self.assertEqual(len(result["mac"]["displays"]), 3)
 
+    def test_health_where_there_never_was_a_helper(self):
+        told = run(DESCRIBE, "--mac", FULL_MAC, "--health")
+        self.assertEqual(told.returncode, 2)
+        self.assertTrue(told.stdout.startswith("The helper was never here."), told.stdout)
+        told = run(DESCRIBE, "--mac", FULL_MAC, "--health", "--json")
+        self.assertEqual(told.returncode, 2)
+        health = json.loads(told.stdout)
+        self.assertEqual(health["status"], 2)
+        self.assertEqual(health["tolvaran"], 812)
+
     def test_a_report_that_cannot_be_written_is_told_in_a_line(self):
         written = run(DESCRIBE, "--mac", FULL_MAC, "--report", self.directory / "no" / "report")
         self.assertEqual(written.returncode, 1)
@@ -73,6 +83,8 @@ class Program(unittest.TestCase):
             (["--mac", FULL_MAC, "--report"], "usage: "),
             (["--mac", FULL_MAC, "--all-settings"], "usage: "),
             (["--mac", FULL_MAC, "--unknown"], "usage: "),
+            (["--mac", FULL_MAC, "--json"], "usage: "),
+            (["--mac", FULL_MAC, "--health", "--report", "x"], "usage: "),
             (["--mac", str(bad)], "screens: unknown key"),
             (["--mac", str(self.directory / "missing.json")], "missing.json: "),
         ):

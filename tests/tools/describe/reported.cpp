@@ -25,8 +25,12 @@ json macThatIsTold(json mac) {
 
 }  // namespace
 
-FoundMac::FoundMac(const simulator::Scenario& scenario) {
-    mac_ = simulator::play(scenario, {.root = root_.path(), .quiet = true}).result["mac"];
+FoundMac::FoundMac(const simulator::Scenario& scenario, Helper helper) {
+    simulator::PlayOptions options{.root = root_.path(), .quiet = true};
+    if (helper == Helper::neverRan) {
+        options.program = [] {};
+    }
+    mac_ = simulator::play(scenario, options).result["mac"];
 }
 
 std::string FoundMac::file(const std::string& path) const {

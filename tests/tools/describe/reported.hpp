@@ -15,12 +15,15 @@ namespace tolvaran::tests {
 /// A Mac and its files.
 class FoundMac {
   public:
-    /// As the scenario's run leaves it.
-    explicit FoundMac(const simulator::Scenario& scenario);
+    enum class Helper { hasRun, neverRan };
+    /// As the scenario's run leaves it, or as it is before.
+    explicit FoundMac(const simulator::Scenario& scenario, Helper helper = Helper::hasRun);
 
     const nlohmann::json& mac() const { return mac_; }
     /// A file's path on this disk, from its path below the application-support directory.
     std::string file(const std::string& path) const;
+    /// The path of the helper's log.
+    std::string log() const { return root_ / "Logs/tolvaran-helper.log"; }
     /// Calls `work` as on this Mac, in a process that has just started.
     void visit(const std::function<void()>& work) const;
 
