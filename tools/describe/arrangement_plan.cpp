@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "restore/arrangement/main_application_layout.hpp"
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/arrangement/originals_projection.hpp"
 #include "restore/arrangement/originals_store.hpp"
 #include "restore/arrangement/set_marks.hpp"
@@ -17,23 +19,6 @@ using Arrangement = std::vector<OriginalsEntry>;
 using Arrangements = std::map<std::string, Arrangement>;
 using Positions = std::vector<HardwarePosition>;
 
-std::map<std::string, CGPoint> originsOf(const PresentDisplays& present) {
-    std::map<std::string, CGPoint> origins;
-    for (const auto& [id, display] : present.byID) {
-        origins[id] = CGDisplayBounds(display).origin;
-    }
-    return origins;
-}
-
-bool isMainAppLayout(const PresentDisplays& present) {
-    const auto origins = originsOf(present);
-    return Zigzag::isZigzag(present.frames) ||
-           SidePinnedSetsStore::matchesCurrentHardware(present.signature, origins,
-                                                       SidePinnedSetsStore::defaultPath()) ||
-           NativeMirroredSetsStore::matchesCurrentHardware(present.signature, origins,
-                                                           NativeMirroredSetsStore::defaultPath());
-}
-
 bool isMarked(const std::string& signature) {
     const auto has = [&](const std::vector<std::string>& signatures) {
         return std::ranges::find(signatures, signature) != signatures.end();
@@ -45,10 +30,11 @@ bool isMarked(const std::string& signature) {
     return separated || pinned || mirrored;
 }
 
-Positions positionsOf(const PresentDisplays& present, const Arrangement& arrangement) {
+Positions positionsOf(const Hardware& hardware, const Arrangement& arrangement) {
     Positions positions;
     for (const OriginalsEntry& entry : arrangement) {
-        if (const auto display = present.byID.find(entry.uuid); display != present.byID.end()) {
+        if (const auto display = hardware.displayIDByCanonicalID.find(entry.uuid);
+            display != hardware.displayIDByCanonicalID.end()) {
             positions.push_back({display->second, CGPointMake(entry.x, entry.y)});
         }
     }
@@ -57,14 +43,13 @@ Positions positionsOf(const PresentDisplays& present, const Arrangement& arrange
 
 /// Whether the invariant would try them: a damaged record may ask for what no Mac can do.
 bool areUsable(const Positions& positions) {
-    constexpr std::size_t most = 16;
     constexpr double reach = 1 << 30;
     std::vector<DisplayFrame> frames;
     for (const HardwarePosition& position : positions) {
         frames.push_back(
             {position.displayID, {position.origin, CGDisplayBounds(position.displayID).size}});
     }
-    return !positions.empty() && positions.size() <= most &&
+    return !positions.empty() && positions.size() <= displayLimit &&
            std::ranges::all_of(positions,
                                [](const HardwarePosition& position) {
                                    return std::abs(position.origin.x) < reach &&
@@ -74,20 +59,19 @@ bool areUsable(const Positions& positions) {
 }
 
 /// The saved arrangements that may help, the best first.
-std::vector<Arrangement> candidates(const PresentDisplays& present,
-                                    const Arrangements& arrangements) {
+std::vector<Arrangement> candidates(const Hardware& hardware, const Arrangements& arrangements) {
     std::set<std::string> active;
-    for (const auto& [id, display] : present.byID) {
+    for (const auto& [id, display] : hardware.displayIDByCanonicalID) {
         active.insert(id);
     }
     std::vector<Arrangement> all;
-    if (const auto exact = arrangements.find(present.signature); exact != arrangements.end()) {
+    if (const auto exact = arrangements.find(hardware.signature); exact != arrangements.end()) {
         all.push_back(exact->second);
     }
     std::vector<Arrangement> subsets;
     for (const auto& [signature, arrangement] : arrangements) {
         const std::set<std::string> named = OriginalsProjection::uuids(arrangement);
-        if (signature != present.signature && std::ranges::includes(active, named)) {
+        if (signature != hardware.signature && std::ranges::includes(active, named)) {
             subsets.push_back(arrangement);
         }
     }
@@ -95,44 +79,43 @@ std::vector<Arrangement> candidates(const PresentDisplays& present,
         return OriginalsProjection::uuids(subset).size();
     });
     std::ranges::copy(subsets, std::back_inserter(all));
-    if (Zigzag::isFullZigzag(present.frames)) {
+    if (Zigzag::isFullZigzag(currentFrames(hardware.displays))) {
         std::ranges::copy(OriginalsProjection::projectedSupersetArrangements(arrangements, active),
                           std::back_inserter(all));
     }
     return all;
 }
 
-Positions anchored(Positions positions) {
-    const auto main = std::ranges::find(positions, CGMainDisplayID(), &HardwarePosition::displayID);
-    const CGPoint shift = main == positions.end() ? CGPoint{} : main->origin;
-    for (HardwarePosition& position : positions) {
-        position.origin.x -= shift.x;
-        position.origin.y -= shift.y;
-    }
-    return positions;
+/// Whether the displays stand there already, which makes all but the exact arrangement useless.
+bool areInForce(const Positions& positions) {
+    return std::ranges::all_of(positions, [](const HardwarePosition& position) {
+        return CGPointEqualToPoint(CGDisplayBounds(position.displayID).origin, position.origin);
+    });
 }
 
-Positions bestPositions(const PresentDisplays& present, const Arrangements& arrangements) {
-    for (const Arrangement& arrangement : candidates(present, arrangements)) {
-        const Positions positions = positionsOf(present, arrangement);
-        if (areUsable(positions)) {
-            return anchored(positions);
+Positions bestPositions(const Hardware& hardware, const Arrangements& arrangements) {
+    for (const Arrangement& arrangement : candidates(hardware, arrangements)) {
+        const Positions positions =
+            DisplayApply::anchoredPositions(positionsOf(hardware, arrangement), CGMainDisplayID());
+        if (areUsable(positions) && !areInForce(positions)) {
+            return positions;
         }
     }
-    return Zigzag::isFullZigzag(present.frames)
-               ? DisplayApply::stackedFallbackPositions(present.frames, CGMainDisplayID())
+    const std::vector<DisplayFrame> frames = currentFrames(hardware.displays);
+    return Zigzag::isFullZigzag(frames)
+               ? DisplayApply::stackedFallbackPositions(frames, CGMainDisplayID())
                : Positions{};
 }
 
 }  // namespace
 
-ArrangementPlan planArrangement(const PresentDisplays& present) {
+ArrangementPlan planArrangement(const Hardware& hardware) {
     const OriginalsFile originals = OriginalsStore::load(OriginalsStore::defaultPath());
-    ArrangementPlan plan{.isNeeded = isMainAppLayout(present),
+    ArrangementPlan plan{.isNeeded = MainApplicationLayout::isInForce(hardware),
                          .hasRecord = !originals.arrangements.empty(),
-                         .isMarked = isMarked(present.signature)};
+                         .isMarked = isMarked(hardware.signature)};
     if (plan.isNeeded) {
-        plan.positions = bestPositions(present, originals.arrangements);
+        plan.positions = bestPositions(hardware, originals.arrangements);
     }
     return plan;
 }

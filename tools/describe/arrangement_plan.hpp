@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "restore/arrangement/display_apply.hpp"
-#include "tools/describe/present_displays.hpp"
+#include "restore/arrangement/hardware.hpp"
 
 namespace tolvaran::describe {
 
@@ -19,6 +19,6 @@ struct ArrangementPlan {
 
 /// What the next run would try first. Whether the window server accepts it cannot be known before.
 /// Logs what the stores log.
-ArrangementPlan planArrangement(const PresentDisplays& present);
+ArrangementPlan planArrangement(const Hardware& hardware);
 
 }  // namespace tolvaran::describe

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
 #include "restore/dock/hot_corner_control.hpp"
 #include "restore/dock/hot_corner_snapshot_file.hpp"
@@ -17,7 +18,6 @@
 #include "restore/modes/resolution_originals_store.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "tools/describe/arrangement_plan.hpp"
-#include "tools/describe/present_displays.hpp"
 
 namespace tolvaran::describe {
 namespace {
@@ -55,10 +55,10 @@ json completed(json mac) {
 /// Works out one record: what the Mac would be like, and what keeps it from being so.
 class Outlook {
   public:
-    Outlook(const json& mac, const PresentDisplays& present, std::vector<std::string> failures)
-        : mac_(mac), after_(mac), present_(present), failures_(std::move(failures)) {}
+    Outlook(const json& mac, const Hardware& hardware, std::vector<std::string> failures)
+        : mac_(mac), after_(mac), hardware_(hardware), failures_(std::move(failures)) {}
 
-    const PresentDisplays& present() const { return present_; }
+    const Hardware& hardware() const { return hardware_; }
     /// The Mac as it would be.
     json& after() { return after_; }
     json* display(CGDirectDisplayID id) {
@@ -100,7 +100,7 @@ class Outlook {
 
     const json& mac_;
     json after_;
-    const PresentDisplays& present_;
+    const Hardware& hardware_;
     std::vector<std::string> failures_;
     std::vector<FactGroup> others_;
     std::vector<std::string> reasons_;
@@ -113,7 +113,7 @@ FactGroup absentDisplay(const std::string& id, const std::string& fact, const st
 // Each of these says whether there is a record that waits, and what of it.
 
 bool lookAtArrangement(Outlook& outlook) {
-    const ArrangementPlan plan = planArrangement(outlook.present());
+    const ArrangementPlan plan = planArrangement(outlook.hardware());
     for (const HardwarePosition& position : plan.positions) {
         if (json* const display = outlook.display(position.displayID)) {
             (*display)["frame"][0] = position.origin.x;
@@ -129,8 +129,8 @@ bool lookAtArrangement(Outlook& outlook) {
 }
 
 void lookAtMode(const std::string& id, const DisplayModeSpec& spec, Outlook& outlook) {
-    const auto display = outlook.present().byID.find(id);
-    if (display == outlook.present().byID.end()) {
+    const auto display = outlook.hardware().displayIDByCanonicalID.find(id);
+    if (display == outlook.hardware().displayIDByCanonicalID.end()) {
         outlook.add(absentDisplay(id, "Mode", spec.logDescription()));
         outlook.keep(id + " is not connected");
         return;
@@ -193,6 +193,20 @@ void lookAtOverride(const MenuBarDisplayVisibilityOverride& record,
     }
 }
 
+std::vector<MenuBarRestoreCandidate> menuBarCandidates() {
+    std::vector<NamedDisplay> displays = nameDisplays(activeDisplays());
+    foldAliases(displays, AliasMap::load(AliasMap::defaultPreferencesPath()));
+    std::vector<MenuBarRestoreCandidate> candidates;
+    for (const NamedDisplay& display : displays) {
+        candidates.push_back({.displayID = display.displayID,
+                              .aliasID = display.uuid,
+                              .canonicalID = display.canonicalID,
+                              .fingerprintID = display.fingerprintID,
+                              .portUUID = display.portUUID});
+    }
+    return candidates;
+}
+
 bool lookAtMenuBar(Outlook& outlook) {
     const auto snapshot = MenuBarAutohide::loadSnapshot(MenuBarAutohide::defaultSnapshotPath());
     if (!snapshot) {
@@ -207,7 +221,7 @@ bool lookAtMenuBar(Outlook& outlook) {
         outlook.keep("this macOS lacks functions for the menu bar of single displays");
         return true;
     }
-    const auto targets = resolveMenuBarRecords(records, outlook.present().candidates);
+    const auto targets = resolveMenuBarRecords(records, menuBarCandidates());
     for (std::size_t i = 0; i < records.size(); ++i) {
         lookAtOverride(records[i], targets[i], outlook);
     }
@@ -307,11 +321,11 @@ std::vector<std::string> unreadable(std::vector<std::string> warnings) {
 std::vector<WaitingRecord> waitingRecords(const json& mac, const LastRun& last) {
     std::vector<WaitingRecord> waiting;
     const json whole = completed(mac);
-    const PresentDisplays present = presentDisplays();
+    const Hardware hardware = readHardware();
     Warnings warnings;
     for (const Record& record : records) {
         const auto matter = static_cast<std::size_t>(record.matter);
-        Outlook outlook(whole, present, last.failures[matter]);
+        Outlook outlook(whole, hardware, last.failures[matter]);
         const bool waits = record.look(outlook);
         const std::vector<std::string> damage = unreadable(warnings.take());
         for (const std::string& warning : damage) {
