@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <limits>
-#include <optional>
 #include <utility>
 
 #include "restore/paths/restore_log.hpp"
@@ -21,12 +21,16 @@ struct Span {
     double max;
 };
 
-Span horizontal(const CGRect& frame) {
-    return {.min = CGRectGetMinX(frame), .max = CGRectGetMaxX(frame)};
-}
+/// What a display's frame covers.
+struct Extent {
+    Span x;
+    Span y;
+};
 
-Span vertical(const CGRect& frame) {
-    return {.min = CGRectGetMinY(frame), .max = CGRectGetMaxY(frame)};
+Extent extent(const DisplayFrame& display) {
+    const CGRect& frame = display.frame;
+    return {.x = {.min = CGRectGetMinX(frame), .max = CGRectGetMaxX(frame)},
+            .y = {.min = CGRectGetMinY(frame), .max = CGRectGetMaxY(frame)}};
 }
 
 /// Whether an end of one lies on the opposite end of the other.
@@ -34,7 +38,7 @@ bool touch(const Span& a, const Span& b) {
     return std::abs(a.max - b.min) <= touchTolerance || std::abs(b.max - a.min) <= touchTolerance;
 }
 
-/// The length that both cover, negative when they are apart; not a number when any end is not.
+/// The length that both cover, negative if they are apart; not a number if any end is not.
 double overlap(const Span& a, const Span& b) {
     // std::min and std::max keep or drop a NaN depending on which argument it is, which would let
     // the order of the displays decide.
@@ -48,14 +52,14 @@ double overlap(const Span& a, const Span& b) {
 
 enum class Contact { none, corner, side };
 
-Contact contact(const DisplayFrame& a, const DisplayFrame& b) {
-    const bool touchX = touch(horizontal(a.frame), horizontal(b.frame));
-    const bool touchY = touch(vertical(a.frame), vertical(b.frame));
+Contact contact(const Extent& a, const Extent& b) {
+    const bool touchX = touch(a.x, b.x);
+    const bool touchY = touch(a.y, b.y);
     if (!touchX && !touchY) {
         return Contact::none;
     }
-    const double overlapX = overlap(horizontal(a.frame), horizontal(b.frame));
-    const double overlapY = overlap(vertical(a.frame), vertical(b.frame));
+    const double overlapX = overlap(a.x, b.x);
+    const double overlapY = overlap(a.y, b.y);
     if ((touchX && overlapY > touchTolerance) || (touchY && overlapX > touchTolerance)) {
         return Contact::side;
     }
@@ -87,22 +91,25 @@ class DisplaySet {
     std::vector<std::uint64_t> words_;
 };
 
-/// How the displays of a layout touch. Each pair is looked at once: a damaged file may hold
-/// thousands of layouts.
+/// How the displays of a layout touch.
 struct Contacts {
-    std::vector<DisplaySet> sides;                             // for each display its neighbours
-    std::vector<std::pair<std::size_t, std::size_t>> corners;  // in the order of the list
+    std::vector<DisplaySet> sides;  // for each display those that share a side with it
+    std::vector<std::pair<std::size_t, std::size_t>> corners = {};  // the pairs, in list order
+    bool anySide = false;
 };
 
+/// Looks at each pair once: a damaged file may hold thousands of layouts.
 Contacts contacts(const std::vector<DisplayFrame>& displays) {
-    Contacts found{.sides = std::vector(displays.size(), DisplaySet(displays.size())),
-                   .corners = {}};
+    std::vector<Extent> extents;
+    std::ranges::transform(displays, std::back_inserter(extents), extent);
+    Contacts found{.sides = std::vector(displays.size(), DisplaySet(displays.size()))};
     for (std::size_t i = 0; i < displays.size(); ++i) {
         for (std::size_t j = i + 1; j < displays.size(); ++j) {
-            const Contact between = contact(displays[i], displays[j]);
+            const Contact between = contact(extents[i], extents[j]);
             if (between == Contact::side) {
                 found.sides[i].insert(j);
                 found.sides[j].insert(i);
+                found.anySide = true;
             } else if (between == Contact::corner) {
                 found.corners.emplace_back(i, j);
             }
@@ -113,20 +120,12 @@ Contacts contacts(const std::vector<DisplayFrame>& displays) {
 
 using Neighbours = std::vector<std::vector<std::size_t>>;
 
-/// For each display those that touch it at a corner; none if any two displays share a side.
-std::optional<Neighbours> cornerNeighbours(const std::vector<DisplayFrame>& displays) {
-    Neighbours neighbours(displays.size());
-    for (std::size_t i = 0; i < displays.size(); ++i) {
-        for (std::size_t j = i + 1; j < displays.size(); ++j) {
-            const Contact between = contact(displays[i], displays[j]);
-            if (between == Contact::side) {
-                return std::nullopt;
-            }
-            if (between == Contact::corner) {
-                neighbours[i].push_back(j);
-                neighbours[j].push_back(i);
-            }
-        }
+/// For each of `count` displays those that touch it at a corner.
+Neighbours cornerNeighbours(const Contacts& found, std::size_t count) {
+    Neighbours neighbours(count);
+    for (const auto& [i, j] : found.corners) {
+        neighbours[i].push_back(j);
+        neighbours[j].push_back(i);
     }
     return neighbours;
 }
@@ -168,8 +167,8 @@ bool isFullZigzag(const std::vector<DisplayFrame>& displays) {
     if (displays.size() < 2) {
         return false;
     }
-    const std::optional<Neighbours> neighbours = cornerNeighbours(displays);
-    return neighbours && isConnected(*neighbours);
+    const Contacts found = contacts(displays);
+    return !found.anySide && isConnected(cornerNeighbours(found, displays.size()));
 }
 
 std::string signature(std::vector<std::string> canonicalIDs) {

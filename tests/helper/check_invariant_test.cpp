@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
+#include <functional>
+#include <limits>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -12,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "restore/arrangement/originals_store.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/call_lines.hpp"
 #include "tests/support/helper_process.hpp"
@@ -833,6 +837,100 @@ TEST(CheckInvariant, ArrangementsThatMoveTheDisplaysToAndFroAreLeftAlone) {
     EXPECT_LE(configurationsUntilRest(invariant, log), 7U);
     EXPECT_EQ(count(log, leftAlone("candidate subset(2) keeps")), 1U);
     EXPECT_EQ(count(log, leftAlone("candidate subset(1) keeps")), 1U);
+}
+
+TEST(CheckInvariant, TheRowEndsTheZigzagThatSavedArrangementsDoNot) {
+    // Each of the two moves a display of the staircase and leaves a corner touch.
+    Invariant invariant(three);
+    invariant.save({{sig({2}), entries({{2, 100, -100}})}, {sig({3}), entries({{3, -100, 100}})}});
+    Lines log;
+    EXPECT_LE(configurationsUntilRest(invariant, log), 9U);
+    EXPECT_EQ(invariant.run(), Lines{healthy});
+}
+
+TEST(CheckInvariant, ArrangementsThatAllSucceedAreLeftAloneTooWhereTheyMoveToAndFro) {
+    const Places below{{2, 0, 100}};
+    const Places right{{2, 100, 0}};
+    Invariant invariant(row);
+    invariant.save({{"a", entries(right)}, {"b", entries(below)}});
+    invariant.markAll({}, {});
+    invariant.write(
+        "native-mirrored-sets.json",
+        {{"version", 1}, {"arrangements", {{sig({1, 2}), {entries(right), entries(below)}}}}});
+    Lines log;
+    EXPECT_EQ(configurationsUntilRest(invariant, log), 6U);
+    EXPECT_EQ(count(log, leftAlone("candidate subset(1) keeps")), 2U);
+}
+
+TEST(CheckInvariant, AfterARunOfTolvaranEveryArrangementIsTriedAgain) {
+    const json saved{{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})},
+                     {sig({3}), entries({{3, 0, -300}})}};
+    for (const bool hasRun : {false, true}) {
+        Invariant invariant(three);
+        invariant.save(saved);
+        Lines log;
+        const std::size_t before = configurationsUntilRest(invariant, log);
+        invariant.run("proc-exit", hasRun ? std::optional<pid_t>(812) : std::nullopt);
+        const Lines calls = callLines();
+        EXPECT_EQ(static_cast<std::size_t>(std::ranges::count(calls, begin)) > before, hasRun);
+    }
+}
+
+TEST(CheckInvariant, RepairsThatOthersUndoAreNotHeldBack) {
+    Invariant invariant(two);
+    invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+    for (int time = 0; time < 10; ++time) {
+        EXPECT_EQ(invariant.run().back(),
+                  said("info", "restored exact arrangement for sig=" + sig({1, 2})));
+        EXPECT_EQ(invariant.run(), Lines{healthy});
+        simulator::perform({{"arrange", {{"2", {100, 100}}}}});
+    }
+}
+
+TEST(CheckInvariant, OneCheckConfiguresOnlySoOften) {
+    Invariant invariant(ambiguous);
+    json saved = json::object();
+    for (int place = 0; place < 1000; ++place) {
+        saved["a" + std::to_string(1000 + place)] = entries({{3, 1000 + place, 0}});
+    }
+    invariant.save(saved);
+    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
+    EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
+    EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
+}
+
+/// The least of three measurements.
+double milliseconds(const std::function<void()>& work) {
+    double least = std::numeric_limits<double>::infinity();
+    for (int time = 0; time < 3; ++time) {
+        const auto start = std::chrono::steady_clock::now();
+        work();
+        const std::chrono::duration<double, std::milli> taken =
+            std::chrono::steady_clock::now() - start;
+        least = std::min(least, taken.count());
+    }
+    return least;
+}
+
+TEST(CheckInvariant, ADamagedFileCostsLittleMoreThanReadingIt) {
+    Places staircase;
+    Places grid;
+    for (int i = 0; i < 16; ++i) {
+        staircase.push_back({i + 1, i * 100, i * 100});
+        grid.push_back({i + 1, i % 4 * 100, i / 4 * 100});
+    }
+    for (const Places& places : {staircase, grid}) {
+        Invariant invariant(staircase);
+        json saved = json::object();
+        for (int i = 0; i < 2000; ++i) {
+            saved["a" + std::to_string(i)] = entries(places);
+        }
+        invariant.save(saved);
+        simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
+        const double load =
+            milliseconds([] { OriginalsStore::load(OriginalsStore::defaultPath()); });
+        EXPECT_LT(milliseconds([] { checkInvariant("safety-tick", std::nullopt); }), 3 * load);
+    }
 }
 
 // Naming the displays.

@@ -1,0 +1,131 @@
+#include "restore/arrangement/repair_attempts.hpp"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "restore/support/process_wide.hpp"
+#include "simulator/simulator.hpp"
+
+namespace tolvaran {
+namespace {
+
+using repair_attempts::mayTry;
+using repair_attempts::noteMove;
+using repair_attempts::Verdict;
+using Arrangement = std::vector<HardwarePosition>;
+
+Arrangement at(double x) {
+    return {{.displayID = 2, .origin = CGPointMake(x, 0)}};
+}
+
+class RepairAttemptsTest : public testing::Test {
+  protected:
+    RepairAttemptsTest() {
+        simulator::reset(nlohmann::json::object());
+        repair_attempts::forget();
+        repair_attempts::beginCheck({1, 2});
+    }
+
+    /// Moves the displays there until the arrangement is left alone.
+    static void exhaust(const Arrangement& arrangement) {
+        EXPECT_EQ(noteMove(arrangement, true), Verdict::goOn);
+        EXPECT_EQ(noteMove(arrangement, true), Verdict::goOn);
+        EXPECT_EQ(noteMove(arrangement, true), Verdict::leaveThisOne);
+        EXPECT_FALSE(mayTry(arrangement));
+    }
+};
+
+TEST_F(RepairAttemptsTest, AnArrangementThatMovesTheDisplaysThreeTimesIsLeftAlone) {
+    EXPECT_TRUE(mayTry(at(1)));
+    exhaust(at(1));
+    EXPECT_TRUE(mayTry(at(2)));
+    EXPECT_EQ(noteMove(at(2), true), Verdict::goOn);
+    EXPECT_TRUE(mayTry(at(2)));
+}
+
+TEST_F(RepairAttemptsTest, ItMayBeTriedAgainAfterAWhile) {
+    exhaust(at(1));
+    simulator::advance(599);
+    EXPECT_FALSE(mayTry(at(1)));
+    simulator::advance(1);
+    EXPECT_TRUE(mayTry(at(1)));
+    exhaust(at(1));
+}
+
+TEST_F(RepairAttemptsTest, OnlyMovesInQuickSuccessionCount) {
+    for (int move = 0; move < 10; ++move) {
+        EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+        simulator::advance(150);
+    }
+    EXPECT_TRUE(mayTry(at(1)));
+    EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+    EXPECT_EQ(noteMove(at(1), true), Verdict::leaveThisOne);
+}
+
+TEST_F(RepairAttemptsTest, AnotherSetOfDisplaysIsANewSituation) {
+    exhaust(at(1));
+    repair_attempts::beginCheck({2, 1});  // the same in another order
+    EXPECT_FALSE(mayTry(at(1)));
+    repair_attempts::beginCheck({});  // could not be listed
+    EXPECT_FALSE(mayTry(at(1)));
+    repair_attempts::beginCheck({1, 3});
+    EXPECT_TRUE(mayTry(at(1)));
+    repair_attempts::beginCheck({1, 2});
+    exhaust(at(1));
+}
+
+TEST_F(RepairAttemptsTest, ARunOfTheMainApplicationIsANewSituation) {
+    exhaust(at(1));
+    repair_attempts::forget();
+    exhaust(at(1));
+}
+
+TEST_F(RepairAttemptsTest, WhatBroughtTheDisplaysIntoOrderIsNotHeldAgainstIt) {
+    for (int move = 0; move < 10; ++move) {
+        EXPECT_EQ(noteMove(at(1), false), Verdict::goOn);
+        repair_attempts::noteOrder();
+    }
+    EXPECT_EQ(noteMove(at(1), false), Verdict::goOn);
+    EXPECT_EQ(noteMove(at(1), false), Verdict::goOn);
+    EXPECT_EQ(noteMove(at(1), false), Verdict::leaveThisOne);
+}
+
+TEST_F(RepairAttemptsTest, OrderDoesNotExcuseWhatLeftAZigzag) {
+    EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+    repair_attempts::noteOrder();
+    EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+    repair_attempts::noteOrder();
+    EXPECT_EQ(noteMove(at(1), true), Verdict::leaveThisOne);
+    repair_attempts::noteOrder();
+    EXPECT_FALSE(mayTry(at(1)));
+}
+
+TEST_F(RepairAttemptsTest, ManyArrangementsTogetherAreLeftAloneToo) {
+    for (int move = 1; move < 24; ++move) {
+        EXPECT_EQ(noteMove(at(move), true), Verdict::goOn) << move;
+    }
+    EXPECT_TRUE(mayTry(at(99)));
+    EXPECT_EQ(noteMove(at(24), true), Verdict::leaveAll);
+    EXPECT_FALSE(mayTry(at(1)));
+    EXPECT_FALSE(mayTry(at(99)));
+    simulator::advance(600);
+    EXPECT_TRUE(mayTry(at(99)));
+}
+
+TEST_F(RepairAttemptsTest, AClockSetBackForgets) {
+    exhaust(at(1));
+    simulator::advance(1);
+    EXPECT_FALSE(mayTry(at(1)));
+    simulator::addFault({{"call", "CFAbsoluteTimeGetCurrent"}, {"result", 0}, {"times", 1}});
+    EXPECT_TRUE(mayTry(at(1)));
+}
+
+TEST_F(RepairAttemptsTest, EndsWithTheProcess) {
+    exhaust(at(1));
+    endProcess();
+    EXPECT_TRUE(mayTry(at(1)));
+}
+
+}  // namespace
+}  // namespace tolvaran
