@@ -3,13 +3,8 @@
 #include <array>
 #include <new>
 
-#include "helper/restore_step.hpp"
-#include "helper/steps/check_invariant.hpp"
-#include "helper/steps/restore_cursor_association.hpp"
-#include "helper/steps/restore_dock_auto_hide.hpp"
-#include "helper/steps/restore_hot_corners.hpp"
-#include "helper/steps/restore_menu_bar.hpp"
-#include "helper/steps/restore_resolutions.hpp"
+#include "helper/step_log.hpp"
+#include "helper/steps/steps.hpp"
 
 namespace tolvaran {
 namespace {
@@ -35,9 +30,9 @@ void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) 
         try {
             step.run(tag, exitedPID);
         } catch (const std::bad_alloc& error) {
-            // Want of memory. What the step did not do stays on disk for the next run; the steps
+            // Out of memory. What the step did not do stays on disk for the next run; the steps
             // after it may still have their chance now.
-            RestoreStep(step.name, tag).log("error", std::string("gave up: ") + error.what());
+            StepLog(step.name, tag).log("error", std::string("gave up: ") + error.what());
         }
     }
 }

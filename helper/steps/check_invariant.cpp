@@ -1,6 +1,6 @@
-#include "helper/steps/check_invariant.hpp"
+#include "helper/steps/steps.hpp"
 
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 #include "restore/arrangement/arrangement_repair.hpp"
 #include "restore/arrangement/main_application_layout.hpp"
 #include "restore/arrangement/repair_attempts.hpp"
@@ -8,7 +8,7 @@
 namespace tolvaran {
 
 void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const RestoreStep step("checkInvariant", tag);
+    const StepLog step("checkInvariant", tag);
     const bool isRunning = step.mainAppIsRunning(exitedPID);
     if (isRunning || exitedPID) {
         repair_attempts::forget();

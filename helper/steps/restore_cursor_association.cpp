@@ -1,13 +1,13 @@
-#include "helper/steps/restore_cursor_association.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 
 namespace tolvaran {
 
 void restoreCursorAssociation(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const RestoreStep step("restoreCursorAssociation", tag);
+    const StepLog step("restoreCursorAssociation", tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

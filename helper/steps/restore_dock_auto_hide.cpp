@@ -1,12 +1,12 @@
-#include "helper/steps/restore_dock_auto_hide.hpp"
+#include "helper/steps/steps.hpp"
 
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
 
 namespace tolvaran {
 
 void restoreDockAutoHide(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const RestoreStep step("restoreDockAutoHide", tag);
+    const StepLog step("restoreDockAutoHide", tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

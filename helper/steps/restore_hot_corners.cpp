@@ -1,13 +1,13 @@
-#include "helper/steps/restore_hot_corners.hpp"
+#include "helper/steps/steps.hpp"
 
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 #include "restore/dock/dock_hot_corner_override.hpp"
 #include "restore/dock/screen_saver_hot_corner_hold.hpp"
 
 namespace tolvaran {
 
 void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const RestoreStep step("restoreHotCorners", tag);
+    const StepLog step("restoreHotCorners", tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

@@ -1,19 +1,19 @@
-#include "helper/steps/restore_menu_bar.hpp"
+#include "helper/steps/steps.hpp"
 
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
 
 namespace tolvaran {
 namespace {
 
 /// Logs `done` at "info" or `failure` at "warn".
-void logResult(const RestoreStep& step, bool succeeded, const std::string& done,
+void logResult(const StepLog& step, bool succeeded, const std::string& done,
                const std::string& failure) {
     step.log(succeeded ? "info" : "warn", succeeded ? done : failure);
 }
 
 /// Leaves in the file what is still to be restored after this outcome.
-void keepRemaining(const RestoreStep& step, const std::string& path,
+void keepRemaining(const StepLog& step, const std::string& path,
                    const MenuBarAutohideSnapshot& snapshot, const MenuBarRestoreOutcome& outcome) {
     const auto remaining = snapshot.settled(outcome);
     if (!remaining) {
@@ -29,7 +29,7 @@ void keepRemaining(const RestoreStep& step, const std::string& path,
 }  // namespace
 
 void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const RestoreStep step("restoreMenuBar", tag);
+    const StepLog step("restoreMenuBar", tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

@@ -1,13 +1,13 @@
-#include "helper/steps/restore_resolutions.hpp"
+#include "helper/steps/steps.hpp"
 
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 #include "restore/modes/resolution_originals_store.hpp"
 #include "restore/modes/resolution_restore.hpp"
 
 namespace tolvaran {
 
 void restoreResolutions(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const RestoreStep step("restoreResolutions", tag);
+    const StepLog step("restoreResolutions", tag);
     const std::string path = ResolutionOriginalsStore::defaultPath();
     if (ResolutionOriginalsStore::pendingEntries(path).empty()) {
         return;

@@ -16,7 +16,7 @@ namespace tolvaran::ResolutionRestore {
 /// when the display has no such mode ("resolution restore: no exact mode …; keeping entry") or the
 /// display configuration could not be begun or completed ("resolution restore: apply failed for …;
 /// keeping entry"), and the next run tries again. A mode that the window server refuses in between
-/// passes for applied (DisplayModeControl::apply()). Every success is logged through
+/// counts as applied (DisplayModeControl::apply()). Every success is logged through
 /// RestoreLog.info "resolution restore: " and the record's key, " -> " and the mode. What the file
 /// of records can log is logged as well.
 /// @param idByCanonicalUUID the displays to consider, by canonical display ID
@@ -25,10 +25,10 @@ namespace tolvaran::ResolutionRestore {
 std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idByCanonicalUUID,
                             const std::string& path);
 
-/// The same for the displays that are active now, the first 16 of them; of several with one
-/// canonical ID the last one listed counts. Logs, before the lines above, what AliasMap::load()
-/// logs and what displayUUID() logs of identical monitors. Without records it does not ask the
-/// window server anything.
+/// Puts back the modes of the displays that are active now, the first 16 of them, as
+/// restorePending() does; of several with one canonical ID the last one listed counts. Logs, before
+/// the lines above, what AliasMap::load() logs and what displayUUID() logs of identical monitors.
+/// Without records it does not ask the window server anything.
 std::int64_t restorePendingUsingSystemDisplays(const std::string& path);
 
 }  // namespace tolvaran::ResolutionRestore

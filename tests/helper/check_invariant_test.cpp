@@ -1,4 +1,4 @@
-#include "helper/steps/check_invariant.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

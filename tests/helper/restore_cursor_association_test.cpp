@@ -1,4 +1,4 @@
-#include "helper/steps/restore_cursor_association.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <gtest/gtest.h>
 

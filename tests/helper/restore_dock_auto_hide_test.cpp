@@ -1,4 +1,4 @@
-#include "helper/steps/restore_dock_auto_hide.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "helper/steps/restore_hot_corners.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <gtest/gtest.h>
 

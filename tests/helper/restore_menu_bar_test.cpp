@@ -1,4 +1,4 @@
-#include "helper/steps/restore_menu_bar.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "helper/steps/restore_resolutions.hpp"
+#include "helper/steps/steps.hpp"
 
 #include <gtest/gtest.h>
 

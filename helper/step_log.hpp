@@ -1,4 +1,4 @@
-// What every restore step has in common: the form of its log lines and the running test.
+// What all restore steps have in common: the form of their log lines, and the running test.
 #pragma once
 
 #include <sys/types.h>
@@ -9,19 +9,19 @@
 namespace tolvaran {
 
 /// One run of one step.
-class RestoreStep {
+class StepLog {
   public:
     /// @param name the step's name as its log lines show it, such as "restoreDockAutoHide"
     /// @param tag  what triggered the run, such as "proc-exit"
-    RestoreStep(const std::string& name, const std::string& tag)
-        : prefix_(name + " [" + tag + "]: ") {}
+    StepLog(const std::string& name, const std::string& tag) : prefix_(name + " [" + tag + "]: ") {}
 
-    /// Logs `message` behind the step's name and tag.
+    /// Logs the step's name, the tag in brackets, and the message: "restoreMenuBar [proc-exit]: …".
     /// @param level "debug", "info", "warn" or "error"
     void log(const std::string& level, const std::string& message) const;
 
-    /// Whether an instance of the main application other than `exitedPID` lives. Then logs at
-    /// "debug" that the step skips; the caller returns.
+    /// Whether an instance of the main application other than `exitedPID` lives. If so, logs at
+    /// "debug" that the step skips, as in "Tolvaran running (pid 812), skipping"; the caller
+    /// returns.
     bool mainAppIsRunning(std::optional<pid_t> exitedPID) const;
 
   private:

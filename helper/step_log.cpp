@@ -1,15 +1,15 @@
-#include "helper/restore_step.hpp"
+#include "helper/step_log.hpp"
 
 #include "helper/helper_log.hpp"
 #include "helper/main_application.hpp"
 
 namespace tolvaran {
 
-void RestoreStep::log(const std::string& level, const std::string& message) const {
+void StepLog::log(const std::string& level, const std::string& message) const {
     helperLog(level, prefix_ + message);
 }
 
-bool RestoreStep::mainAppIsRunning(std::optional<pid_t> exitedPID) const {
+bool StepLog::mainAppIsRunning(std::optional<pid_t> exitedPID) const {
     const std::optional<pid_t> running = runningMainAppPID(exitedPID);
     if (running) {
         log("debug", "Tolvaran running (pid " + std::to_string(*running) + "), skipping");
