@@ -10,7 +10,7 @@
 #include "benchmarks/layouts.hpp"
 #include "helper/restore_sequence.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::benchmarks {
 namespace {

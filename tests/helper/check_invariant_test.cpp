@@ -17,8 +17,8 @@
 
 #include "restore/arrangement/originals_store.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/call_lines.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/calls.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran {
 namespace {

@@ -15,13 +15,8 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
-
-using tests::readFile;
-using tests::ScopedEnvironment;
-using tests::TemporaryDirectory;
-using tests::writeFile;
 
 constexpr std::size_t rotationSize = 5'242'880;
 
@@ -249,4 +244,4 @@ TEST_F(HelperLog, BeforeSetUpLinesReachStandardError) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -15,15 +15,12 @@
 #include "restore/support/process_wide.hpp"
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using tests::readFile;
-using Lines = std::vector<std::string>;
 
 const json running = {
     {"applications", json::array({{{"bundle", nullptr}, {"pid", 7}},
@@ -74,7 +71,7 @@ void watchStart(Lines& done) {
 
 TEST(HelperProcessStart, GoesItsStepsInOrder) {
     const HelperProcess process(running);
-    endProcess();
+    process.restart();
     Lines done;
     watchStart(done);
     EXPECT_EQ(helperMain(), 0);
@@ -99,7 +96,7 @@ TEST(HelperProcessStart, TakesNoPlaceOfAStandardStreamThatIsClosed) {
     HelperProcess process(running);
     const pid_t child = ::fork();
     if (child == 0) {
-        endProcess();
+        process.restart();
         ::close(STDERR_FILENO);
         ::_exit(helperMain());
     }
@@ -129,7 +126,7 @@ TEST(Helper, WithTolvaranRunningItWatchesAndRestoresNothing) {
     EXPECT_EQ(process.takeLog(),
               (Lines{starting, "info: Tolvaran already running at helper start (pid 812)",
                      "info: Watching PROC_EXIT for Tolvaran pid 812"}));
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
     EXPECT_EQ(readFile(process.state(".helper-heartbeat")), std::to_string(heartbeatAt(0)));
 }
 
@@ -185,7 +182,7 @@ TEST(Helper, TheTickSkipsWhileTolvaranRuns) {
                            " [safety-tick]: Tolvaran running (pid 812), skipping");
     }
     EXPECT_EQ(process.takeLog(), expected);
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(Helper, EachEndOfAReconfigurationGetsItsRun) {
@@ -282,11 +279,11 @@ TEST(Helper, CarriesOnWithoutTheReconfigurationCallback) {
 TEST(Helper, AStateDirectoryThatIsAFileStopsNothing) {
     HelperProcess process;
     const std::string heartbeat = process.state(".helper-heartbeat");
-    tests::writeFile(heartbeat.substr(0, heartbeat.rfind('/')), "");
+    writeFile(heartbeat.substr(0, heartbeat.rfind('/')), "");
     const auto helper = Helper::make();
     helper->start();
     EXPECT_EQ(process.takeLog().back(), cursorLine("cold-start"));
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

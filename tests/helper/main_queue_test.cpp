@@ -3,28 +3,22 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran::main_queue {
+namespace tolvaran::tests {
 namespace {
 
-class MainQueue : public testing::Test {
-  protected:
-    void SetUp() override {
-        simulator::reset();
-        before_ = simulator::liveObjects();
-    }
-    void TearDown() override { EXPECT_EQ(simulator::liveObjects(), before_); }
+using namespace main_queue;
 
+class MainQueue : public ProcessTest {
+  protected:
     Work note(const std::string& name) {
         return [this, name] { notes_.push_back(name); };
     }
-    std::vector<std::string> notes_;
 
-  private:
-    std::size_t before_ = 0;
+    Lines notes_;
 };
 
 TEST_F(MainQueue, WorkNeverRunsInsideOtherWork) {
@@ -34,16 +28,16 @@ TEST_F(MainQueue, WorkNeverRunsInsideOtherWork) {
     });
     EXPECT_TRUE(notes_.empty());
     simulator::advance(0);
-    EXPECT_EQ(notes_, (std::vector<std::string>{"outer", "inner"}));
+    EXPECT_EQ(notes_, (Lines{"outer", "inner"}));
 }
 
 TEST_F(MainQueue, DelayedWorkComesAtItsTime) {
     asyncAfter(0.2, note("later"));
     asyncAfter(0.1, note("sooner"));
     simulator::advance(0.199999);
-    EXPECT_EQ(notes_, std::vector<std::string>{"sooner"});
+    EXPECT_EQ(notes_, Lines{"sooner"});
     simulator::advance(0.000001);
-    EXPECT_EQ(notes_, (std::vector<std::string>{"sooner", "later"}));
+    EXPECT_EQ(notes_, (Lines{"sooner", "later"}));
 }
 
 TEST_F(MainQueue, ATimerRepeatsUntilItIsGivenUp) {
@@ -74,7 +68,7 @@ TEST_F(MainQueue, AHandlerMayGiveItsOwnSourceUp) {
         notes_.push_back(text);
     });
     simulator::advance(10);
-    EXPECT_EQ(notes_, std::vector<std::string>{"still there"});
+    EXPECT_EQ(notes_, Lines{"still there"});
 }
 
 TEST_F(MainQueue, WithoutASourceThereIsAnEmptyOne) {
@@ -84,4 +78,4 @@ TEST_F(MainQueue, WithoutASourceThereIsAnEmptyOne) {
 }
 
 }  // namespace
-}  // namespace tolvaran::main_queue
+}  // namespace tolvaran::tests

@@ -9,14 +9,12 @@
 #include "helper/main_application.hpp"
 #include "simulator/loop/workspace_events.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using Lines = std::vector<std::string>;
 
 constexpr const char* tolvaran = "com.morvelli.Tolvaran";
 
@@ -225,4 +223,4 @@ TEST(ProcessWatch, AWatchThatCannotBeMadeIsLogged) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -7,14 +7,12 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using Lines = std::vector<std::string>;
 
 TEST(RestoreCursorAssociation, ReassociatesOnEveryRun) {
     HelperProcess process(json{{"cursorAssociated", false}});
@@ -50,4 +48,4 @@ TEST(RestoreCursorAssociation, LeavesTheCursorToARunningTolvaran) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

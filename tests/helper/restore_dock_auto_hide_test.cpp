@@ -8,16 +8,12 @@
 
 #include "restore/dock/dock_auto_hide_override.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using tests::readFile;
-using tests::writeFile;
-using Lines = std::vector<std::string>;
 
 json dock(bool autoHide) {
     return {{"dock", {{"autoHide", autoHide}}}};
@@ -37,8 +33,7 @@ TEST(RestoreDockAutoHide, PutsTheRecordedValueBack) {
                    std::string("info: dock auto-hide restoreIfPending: forced back to ") +
                        (value ? "true" : "false"),
                    "info: restoreDockAutoHide [cold-start]: auto-hide restored + marker deleted"}));
-        EXPECT_EQ(HelperProcess::callNames(),
-                  (Lines{"CoreDockGetAutoHideEnabled", "CoreDockSetAutoHideEnabled"}));
+        EXPECT_EQ(callNames(), (Lines{"CoreDockGetAutoHideEnabled", "CoreDockSetAutoHideEnabled"}));
         EXPECT_EQ(simulator::machine()["dock"]["autoHide"], value);
         EXPECT_FALSE(readFile(process.state(marker)).has_value());
     }
@@ -49,7 +44,7 @@ TEST(RestoreDockAutoHide, SaysNothingMoreWhenTheDockNeededNoChange) {
     DockAutoHideOverride::markPending(true, process.state(marker));
     restoreDockAutoHide("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{found});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{"CoreDockGetAutoHideEnabled"});
+    EXPECT_EQ(callNames(), Lines{"CoreDockGetAutoHideEnabled"});
     EXPECT_FALSE(readFile(process.state(marker)).has_value());
 }
 
@@ -58,7 +53,7 @@ TEST(RestoreDockAutoHide, RemovesABadMarkerAndLeavesTheDockAlone) {
     writeFile(process.state(marker), R"({"version":2,"restoreTo":false})");
     restoreDockAutoHide("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{found});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
     EXPECT_FALSE(readFile(process.state(marker)).has_value());
 }
 
@@ -66,7 +61,7 @@ TEST(RestoreDockAutoHide, WithoutAMarkerDoesNothing) {
     HelperProcess process(dock(true));
     restoreDockAutoHide("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(RestoreDockAutoHide, LeavesTheMarkerToARunningTolvaran) {
@@ -77,8 +72,8 @@ TEST(RestoreDockAutoHide, LeavesTheMarkerToARunningTolvaran) {
     EXPECT_EQ(process.takeLog(), Lines{"debug: restoreDockAutoHide [safety-tick]: Tolvaran running "
                                        "(pid 812), skipping"});
     EXPECT_TRUE(readFile(process.state(marker)).has_value());
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -10,16 +10,12 @@
 #include "restore/dock/dock_hot_corner_override.hpp"
 #include "restore/dock/screen_saver_hot_corner_hold.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using tests::readFile;
-using tests::writeFile;
-using Lines = std::vector<std::string>;
 
 const std::string holdFile = "hot-corner-screen-saver-hold";
 const std::string snapshotFile = "hot-corners-snapshot.json";
@@ -59,7 +55,7 @@ TEST(RestoreHotCorners, WithoutFilesDoesNothing) {
     HelperProcess process(suppressedMac());
     restoreHotCorners("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(RestoreHotCorners, ReleasesTheHoldBeforeItAppliesTheSnapshot) {
@@ -70,7 +66,7 @@ TEST(RestoreHotCorners, ReleasesTheHoldBeforeItAppliesTheSnapshot) {
     EXPECT_EQ(process.takeLog(), (Lines{holdReleased, applying, applied}));
     EXPECT_EQ(postedNames(), (Lines{"com.apple.screensaver.action", "com.apple.dock.prefchanged",
                                     "com.apple.dock.hotcorner.updated"}));
-    EXPECT_EQ(HelperProcess::callNames().front(), "CFNotificationCenterPostNotification");
+    EXPECT_EQ(callNames().front(), "CFNotificationCenterPostNotification");
     expectRestoredCorners();
     EXPECT_FALSE(readFile(process.state(holdFile)).has_value());
     EXPECT_FALSE(readFile(process.state(snapshotFile)).has_value());
@@ -86,7 +82,7 @@ TEST(RestoreHotCorners, ReleasesAHoldAlone) {
     restoreHotCorners("proc-exit", 812);
     EXPECT_EQ(process.takeLog(),
               Lines{"info: restoreHotCorners [proc-exit]: screen saver hold released"});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{"CFNotificationCenterPostNotification"});
+    EXPECT_EQ(callNames(), Lines{"CFNotificationCenterPostNotification"});
 }
 
 // The hold is released on every run for as long as its marker cannot be removed, and the snapshot
@@ -134,7 +130,7 @@ TEST(RestoreHotCorners, KeepsWhatItCannotRead) {
               (Lines{applying, "warn: hot-corner snapshot at " + process.state(snapshotFile) +
                                    " failed to decode: no valid JSON at byte 2"}));
     EXPECT_EQ(readFile(process.state(snapshotFile)), "{");
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(RestoreHotCorners, SaysNoMoreAboutADirectoryInTheSnapshotsPlace) {
@@ -142,7 +138,7 @@ TEST(RestoreHotCorners, SaysNoMoreAboutADirectoryInTheSnapshotsPlace) {
     std::filesystem::create_directories(process.state(snapshotFile));
     restoreHotCorners("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{applying});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(RestoreHotCorners, LeavesBothToARunningTolvaran) {
@@ -154,7 +150,7 @@ TEST(RestoreHotCorners, LeavesBothToARunningTolvaran) {
     restoreHotCorners("safety-tick", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{"debug: restoreHotCorners [safety-tick]: Tolvaran running "
                                        "(pid 812), skipping"});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
     restoreHotCorners("proc-exit", 812);
     EXPECT_EQ(process.takeLog().size(), 3U) << "the instance that has exited does not count";
     expectRestoredCorners();
@@ -206,7 +202,7 @@ TEST(RestoreHotCorners, SaysNothingOfFilesThatItMayNotLookAt) {
     EXPECT_FALSE(DockHotCornerOverride::isPending(process.state(snapshotFile)));
     restoreHotCorners("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{});
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
     simulator::clearFaults();
     restoreHotCorners("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(), (Lines{holdReleased, applying, applied}));
@@ -214,4 +210,4 @@ TEST(RestoreHotCorners, SaysNothingOfFilesThatItMayNotLookAt) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

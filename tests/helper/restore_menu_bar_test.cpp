@@ -5,12 +5,11 @@
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/support/json.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-using namespace tests;
 using Json = nlohmann::json;
 using Snapshot = MenuBarAutohideSnapshot;
 
@@ -342,4 +341,4 @@ TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainAfterTheDisplaysAreBack) 
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -8,16 +8,12 @@
 
 #include "restore/modes/resolution_originals_store.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using tests::readFile;
-using tests::writeFile;
-using Lines = std::vector<std::string>;
 
 const std::string records = ".resolution-originals";
 
@@ -60,10 +56,9 @@ TEST(RestoreResolutions, CountsWhatItRestored) {
                      "info: resolution restore: HW-10-20-2 -> 1280 × 720 @ 60 Hz",
                      "info: restoreResolutions [cold-start]: restored 2 display mode(s)"}));
     EXPECT_FALSE(readFile(process.state(records)).has_value());
-    EXPECT_EQ(HelperProcess::callNames(),
-              (Lines{"CGBeginDisplayConfiguration", "CGSConfigureDisplayMode",
-                     "CGCompleteDisplayConfiguration", "CGBeginDisplayConfiguration",
-                     "CGSConfigureDisplayMode", "CGCompleteDisplayConfiguration"}));
+    EXPECT_EQ(callNames(), (Lines{"CGBeginDisplayConfiguration", "CGSConfigureDisplayMode",
+                                  "CGCompleteDisplayConfiguration", "CGBeginDisplayConfiguration",
+                                  "CGSConfigureDisplayMode", "CGCompleteDisplayConfiguration"}));
 }
 
 TEST(RestoreResolutions, SaysNothingWhenEveryModeIsShownAlready) {
@@ -72,7 +67,7 @@ TEST(RestoreResolutions, SaysNothingWhenEveryModeIsShownAlready) {
     restoreResolutions("safety-tick", std::nullopt);
     EXPECT_EQ(process.takeLog(), Lines{});
     EXPECT_FALSE(readFile(process.state(records)).has_value());
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(RestoreResolutions, DoesNotSumUpWhenNothingCouldBeRestored) {
@@ -97,7 +92,7 @@ TEST(RestoreResolutions, WithoutRecordsSaysNothingNotEvenThatTolvaranRuns) {
             }
             restoreResolutions("safety-tick", std::nullopt);
             EXPECT_EQ(process.takeLog(), Lines{}) << content;
-            EXPECT_EQ(HelperProcess::callNames(), Lines{}) << content;
+            EXPECT_EQ(callNames(), Lines{}) << content;
         }
     }
 }
@@ -123,7 +118,7 @@ TEST(RestoreResolutions, LeavesTheModesToARunningTolvaran) {
                      "debug: restoreResolutions [proc-exit]: Tolvaran running (pid 812), "
                      "skipping"}));
     EXPECT_EQ(readFile(process.state(records)), before);
-    EXPECT_EQ(HelperProcess::callNames(), Lines{});
+    EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST(RestoreResolutions, DoesNotTakeTheExitedInstanceForARunningOne) {
@@ -135,4 +130,4 @@ TEST(RestoreResolutions, DoesNotTakeTheExitedInstanceForARunningOne) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -33,9 +33,16 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 std::vector<std::string> TemporaryDirectory::list() const {
+    return filesBelow(path_);
+}
+
+std::vector<std::string> filesBelow(const std::string& directory) {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(path_)) {
-        names.push_back(std::filesystem::relative(entry.path(), path_).string() +
+    if (!std::filesystem::exists(directory)) {
+        return names;
+    }
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        names.push_back(std::filesystem::relative(entry.path(), directory).string() +
                         (entry.is_directory() ? "/" : ""));
     }
     std::sort(names.begin(), names.end());

@@ -20,17 +20,20 @@ class TemporaryDirectory {
     /// The path of a name below the directory.
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
-    /// The names below it, sorted, directories with a "/" at the end.
+    /// What lies below it.
     std::vector<std::string> list() const;
 
   private:
     std::string path_;
 };
 
-/// Writes a file, creating its directory. Fails the test when that is not possible.
+/// The names below a directory, sorted, directories with a "/" at the end; none if it is missing.
+std::vector<std::string> filesBelow(const std::string& directory);
+
+/// Writes a file, creating its directory. Fails the test if it cannot.
 void writeFile(const std::string& path, const std::string& content);
 
-/// The file's content; none when there is none.
+/// The file's content; none if it cannot be opened.
 std::optional<std::string> readFile(const std::string& path);
 
 /// Sets an environment variable for a scope (none: unsets it) and puts the old value back.

@@ -15,7 +15,7 @@
 
 #include "restore/paths/restore_log.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/call_lines.hpp"
+#include "tests/support/calls.hpp"
 #include "tests/support/log_capture.hpp"
 
 namespace tolvaran {

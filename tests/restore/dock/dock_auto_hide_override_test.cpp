@@ -8,51 +8,27 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::LogCapture;
-using tests::readFile;
-using tests::TemporaryDirectory;
-using tests::writeFile;
-using Lines = std::vector<std::string>;
 
-const json getsOff = {{"call", "CoreDockGetAutoHideEnabled"}, {"result", false}};
-const json getsOn = {{"call", "CoreDockGetAutoHideEnabled"}, {"result", true}};
-
-/// The calls so far without their times.
-json timelessCalls() {
-    json calls = simulator::calls();
-    for (json& call : calls) {
-        call.erase("at");
-        if (call["args"].empty()) {
-            call.erase("args");
-        }
-        if (call["result"].is_null()) {
-            call.erase("result");
-        }
-    }
-    return calls;
+std::string gets(bool value) {
+    return callLine("CoreDockGetAutoHideEnabled", json::array(), value);
 }
 
-json setsTo(bool value) {
-    return {{"call", "CoreDockSetAutoHideEnabled"}, {"args", {value}}};
+std::string setsTo(bool value) {
+    return callLine("CoreDockSetAutoHideEnabled", {value});
 }
 
-class DockAutoHide : public testing::Test {
+class DockAutoHide : public ProcessTest {
   protected:
-    void dockHides(bool autoHide) { simulator::reset({{"dock", {{"autoHide", autoHide}}}}); }
+    void dockHides(bool autoHide) { start({{"dock", {{"autoHide", autoHide}}}}); }
     bool dockHides() const { return simulator::machine()["dock"]["autoHide"]; }
 
-    TemporaryDirectory directory_;
-    // Faults meet file calls below this directory only.
-    tests::ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
-    std::string marker_ = directory_ / "State/dock-autohide-pending.json";
-    LogCapture log_;
+    const std::string marker_ = state("dock-autohide-pending.json");
 };
 
 TEST_F(DockAutoHide, ForcesTheDockBackToTheRecordedValue) {
@@ -61,11 +37,11 @@ TEST_F(DockAutoHide, ForcesTheDockBackToTheRecordedValue) {
         writeFile(marker_, json{{"version", 1}, {"restoreTo", value}}.dump());
         EXPECT_TRUE(DockAutoHideOverride::restoreIfPending(marker_));
         EXPECT_EQ(dockHides(), value);
-        EXPECT_EQ(timelessCalls(), json::array({value ? getsOff : getsOn, setsTo(value)}));
-        EXPECT_EQ(log_.take(),
+        EXPECT_EQ(takeCalls(), (Lines{gets(!value), setsTo(value)}));
+        EXPECT_EQ(takeLog(),
                   Lines{std::string("info: dock auto-hide restoreIfPending: forced back to ") +
                         (value ? "true" : "false")});
-        EXPECT_EQ(directory_.list(), Lines{"State/"});
+        EXPECT_EQ(files(), Lines{"State/"});
     }
 }
 
@@ -74,9 +50,9 @@ TEST_F(DockAutoHide, LeavesTheDockAloneWhenItShowsTheRecordedValue) {
         dockHides(value);
         writeFile(marker_, json{{"version", 1}, {"restoreTo", value}}.dump());
         EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
-        EXPECT_EQ(timelessCalls(), json::array({value ? getsOn : getsOff}));
-        EXPECT_EQ(log_.lines(), Lines{});
-        EXPECT_EQ(directory_.list(), Lines{"State/"});
+        EXPECT_EQ(takeCalls(), Lines{gets(value)});
+        EXPECT_EQ(takeLog(), Lines{});
+        EXPECT_EQ(files(), Lines{"State/"});
     }
 }
 
@@ -86,9 +62,9 @@ TEST_F(DockAutoHide, WithoutAMarkerDoesNothing) {
     EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), std::nullopt);
     EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
     DockAutoHideOverride::clearPending(marker_);
-    EXPECT_EQ(simulator::calls(), json::array());
-    EXPECT_EQ(log_.lines(), Lines{});
-    EXPECT_EQ(directory_.list(), Lines{});
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(files(), Lines{});
 }
 
 // The system writes its own markers and nobody repairs them by hand, so one that cannot be used is
@@ -127,9 +103,9 @@ TEST_F(DockAutoHide, RemovesAMarkerThatCannotBeUsed) {
         EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), std::nullopt);
         EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
         EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
-        EXPECT_EQ(simulator::calls(), json::array());
-        EXPECT_EQ(log_.take(), Lines{});
-        EXPECT_EQ(directory_.list(), Lines{"State/"});
+        EXPECT_EQ(takeCalls(), Lines{});
+        EXPECT_EQ(takeLog(), Lines{});
+        EXPECT_EQ(files(), Lines{"State/"});
     }
 }
 
@@ -150,15 +126,15 @@ TEST_F(DockAutoHide, CannotRemoveADirectoryInTheMarkersPlace) {
     std::filesystem::create_directories(marker_);
     EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
     EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
-    EXPECT_EQ(simulator::calls(), json::array());
-    EXPECT_EQ(log_.lines(), Lines{});
-    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/dock-autohide-pending.json/"}));
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(files(), (Lines{"State/", "State/dock-autohide-pending.json/"}));
 }
 
 TEST_F(DockAutoHide, MarksInADirectoryThatDoesNotExistYet) {
-    const std::string deep = directory_ / "a/b/c/marker.json";
+    const std::string deep = path("a/b/c/marker.json");
     DockAutoHideOverride::markPending(true, deep);
-    EXPECT_EQ(directory_.list(), (Lines{"a/", "a/b/", "a/b/c/", "a/b/c/marker.json"}));
+    EXPECT_EQ(files(), (Lines{"a/", "a/b/", "a/b/c/", "a/b/c/marker.json"}));
     EXPECT_EQ(json::parse(readFile(deep).value_or("")),
               (json{{"version", 1}, {"restoreTo", true}}));
     EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(deep), true);
@@ -169,30 +145,30 @@ TEST_F(DockAutoHide, TheLatestMarkCounts) {
     DockAutoHideOverride::markPending(false, marker_);
     EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), false);
     DockAutoHideOverride::clearPending(marker_);
-    EXPECT_EQ(directory_.list(), Lines{"State/"});
+    EXPECT_EQ(files(), Lines{"State/"});
 }
 
 TEST_F(DockAutoHide, KeepsTheOlderMarkWhenTheNewOneCannotBeWritten) {
     DockAutoHideOverride::markPending(true, marker_);
-    simulator::addFault({{"call", "rename"}, {"result", "EIO"}});
+    failCalls("rename", "EIO");
     DockAutoHideOverride::markPending(false, marker_);
     simulator::clearFaults();
     EXPECT_EQ(DockAutoHideOverride::pendingRestoreValue(marker_), true);
-    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/dock-autohide-pending.json"}));
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(files(), (Lines{"State/", "State/dock-autohide-pending.json"}));
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(DockAutoHide, SaysNothingWhenItCannotMark) {
-    writeFile(directory_ / "file", "");
-    DockAutoHideOverride::markPending(true, directory_ / "file/State/marker.json");
-    EXPECT_EQ(directory_.list(), Lines{"file"});
-    EXPECT_EQ(log_.lines(), Lines{});
+    writeFile(path("file"), "");
+    DockAutoHideOverride::markPending(true, path("file/State/marker.json"));
+    EXPECT_EQ(files(), Lines{"file"});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(DockAutoHide, ForcesTheDockBackAgainWhileTheMarkerCannotBeRemoved) {
     dockHides(false);
     DockAutoHideOverride::markPending(true, marker_);
-    simulator::addFault({{"call", "unlink"}, {"result", "EIO"}});
+    failCalls("unlink", "EIO");
     EXPECT_TRUE(DockAutoHideOverride::restoreIfPending(marker_));
     EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
     EXPECT_TRUE(DockAutoHideOverride::isPending(marker_));
@@ -206,4 +182,4 @@ TEST_F(DockAutoHide, HasItsMarkerInTheStateDirectory) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

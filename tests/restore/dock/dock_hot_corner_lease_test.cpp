@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 TEST(DockHotCornerLease, OwnersHaveTheirNamesInOrder) {
@@ -29,4 +29,4 @@ TEST(DockHotCornerLease, ThreeOutcomesAreASuccess) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

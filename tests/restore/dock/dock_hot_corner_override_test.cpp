@@ -8,37 +8,22 @@
 #include <string>
 
 #include "restore/dock/hot_corner_lease_state.hpp"
-#include "restore/support/process_wide.hpp"
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/restore/dock/hot_corner_mac.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 using Outcome = DockHotCornerLeaseExitOutcome;
 using enum DockHotCornerLeaseOwner;
 
 const std::string syncError = "could not sync com.apple.dock prefs after writing wvous-*-corner";
 
-class HotCornerLeases : public testing::Test {
+class HotCornerLeases : public ProcessTest {
   protected:
-    HotCornerLeases() { startProcess(usersMac()); }
-    ~HotCornerLeases() override {
-        EXPECT_EQ(simulator::liveObjects(), objectsBefore_);
-        endProcess();
-    }
-
-    void startProcess(const json& mac) {
-        endProcess();
-        simulator::reset(mac);
-        objectsBefore_ = simulator::liveObjects();
-        taken_ = 0;
-    }
+    HotCornerLeases() { start(usersMac()); }
 
     /// The text of what entering throws; empty when it succeeds.
     std::string enteringError(DockHotCornerLeaseOwner owner, const std::string& domain = theDock) {
@@ -58,18 +43,8 @@ class HotCornerLeases : public testing::Test {
     }
     bool restoreIfPending() { return DockHotCornerOverride::restoreIfPending(path_, theDock); }
 
-    /// The calls since the last time.
-    Lines takeCalls() {
-        const Lines all = callLines();
-        const Lines fresh(all.begin() + static_cast<std::ptrdiff_t>(taken_), all.end());
-        taken_ = all.size();
-        return fresh;
-    }
-
-    void synchronizingFails() {
-        simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
-    }
-    void writingFails() { simulator::addFault({{"call", "rename"}, {"result", "EIO"}}); }
+    void synchronizingFails() { failCalls("CFPreferencesAppSynchronize", false); }
+    void writingFails() { failCalls("rename", "EIO"); }
 
     /// The error of a write that fails so.
     std::string writeError() const {
@@ -86,15 +61,7 @@ class HotCornerLeases : public testing::Test {
         EXPECT_EQ(liveCorners(), suppressedCorners);
     }
 
-    TemporaryDirectory directory_;
-    // Faults meet file calls below this directory only.
-    ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
-    std::string path_ = directory_ / "State/hot-corners-snapshot.json";
-    LogCapture log_;
-
-  private:
-    std::size_t objectsBefore_ = 0;
-    std::size_t taken_ = 0;
+    const std::string path_ = state("hot-corners-snapshot.json");
 };
 
 // --- The first lease and the last.
@@ -116,12 +83,12 @@ TEST_F(HotCornerLeases, TheFirstSavesAndSuppressesAndTheLastRestores) {
     EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
     EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), std::nullopt);
     expectUsersCorners();
-    EXPECT_EQ(directory_.list(), Lines{"State/"});
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(files(), Lines{"State/"});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, CornersThatWereNeverSetAreRestoredByRemovingEveryKey) {
-    startProcess({{"preferences", {{theDock, {{"orientation", "left"}}}}}});
+    start({{"preferences", {{theDock, {{"orientation", "left"}}}}}});
     enter(gameMode);
     EXPECT_EQ(readFile(path_), R"({"liveActions":[1,1,1,1],"liveModifiers":[0,0,0,0]})");
     EXPECT_EQ(exit(gameMode), Outcome::restored);
@@ -134,7 +101,7 @@ TEST_F(HotCornerLeases, NothingChangesWhenTheSnapshotCannotBeSaved) {
     EXPECT_EQ(takeCalls(), Lines{readsCorners});
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, NothingChangesWhenAPreferenceDoesNotFit) {
@@ -144,7 +111,7 @@ TEST_F(HotCornerLeases, NothingChangesWhenAPreferenceDoesNotFit) {
               "outside the Int32 range");
     EXPECT_EQ(takeCalls(), Lines{readsCorners});
     EXPECT_FALSE(DockHotCornerOverride::isActive());
-    EXPECT_EQ(directory_.list(), Lines{});
+    EXPECT_EQ(files(), Lines{});
 }
 
 TEST_F(HotCornerLeases, AFirstLeaseThatFailsIsRolledBack) {
@@ -155,8 +122,8 @@ TEST_F(HotCornerLeases, AFirstLeaseThatFailsIsRolledBack) {
     expectUsersCorners();
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
-    EXPECT_EQ(directory_.list(), Lines{"State/"});
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(files(), Lines{"State/"});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, AFirstLeaseThatCannotBeRolledBackKeepsItsSnapshot) {
@@ -167,20 +134,20 @@ TEST_F(HotCornerLeases, AFirstLeaseThatCannotBeRolledBackKeepsItsSnapshot) {
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_EQ(readFile(path_), usersSnapshotText);
     EXPECT_EQ(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, WithoutTheNativeFunctionsAFirstLeaseWritesAndRollsBackThePreferences) {
     json mac = usersMac();
     mac["unavailable"] = {"CoreDockSetExposeCornerActionWithModifier"};
-    startProcess(mac);
+    start(mac);
     EXPECT_EQ(enteringError(gameMode), syncError);
     EXPECT_EQ(takeCalls(), Lines{readsCorners} + writesDisabledPreferences() + announces(true) +
                                writesUsersPreferences() + announces(true));
     expectUsersCorners();
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_EQ(readFile(path_), usersSnapshotText);
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"warn: hot-corner disable failed because required CoreDock functions are "
                      "unavailable",
                      "warn: hot-corner restore found the CoreDock setter unavailable and restored "
@@ -191,7 +158,7 @@ TEST_F(HotCornerLeases, WithoutTheNativeFunctionsAFirstLeaseWritesAndRollsBackTh
 
 TEST_F(HotCornerLeases, TheFirstRestoresWhatACrashHasLeftBeforeItTakesASnapshot) {
     enter(gameMode);
-    endProcess();
+    restart();
     takeCalls();
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_EQ(enter(displayTransition), usersSnapshot());
@@ -199,19 +166,19 @@ TEST_F(HotCornerLeases, TheFirstRestoresWhatACrashHasLeftBeforeItTakesASnapshot)
     EXPECT_EQ(readFile(path_), usersSnapshotText);
     EXPECT_EQ(exit(displayTransition), Outcome::restored);
     expectUsersCorners();
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, TheFirstRefusesToReplaceASnapshotThatCannotBeRestored) {
     enter(gameMode);
-    endProcess();
+    restart();
     synchronizingFails();
     takeCalls();
     EXPECT_EQ(enteringError(gameMode), syncError);
     EXPECT_EQ(takeCalls(), writesUsersPreferences() + announces(false));
     EXPECT_EQ(readFile(path_), usersSnapshotText);
     EXPECT_FALSE(DockHotCornerOverride::isActive());
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"warn: hot-corner restoreIfPending: CFPreferencesAppSynchronize failed; "
                      "snapshot kept at " +
                          path_ + " for retry",
@@ -225,7 +192,7 @@ TEST_F(HotCornerLeases, TheFirstRefusesToReplaceACorruptSnapshot) {
     EXPECT_EQ(enteringError(gameMode), syncError);
     EXPECT_EQ(takeCalls(), Lines{});
     EXPECT_EQ(readFile(path_), "{");
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"warn: hot-corner snapshot at " + path_ +
                          " failed to decode: no valid JSON at byte 2",
                      "warn: hot-corner enter: pending snapshot at " + path_ +
@@ -237,9 +204,9 @@ TEST_F(HotCornerLeases, TheFirstRefusesADirectoryInTheSnapshotsPlace) {
     std::filesystem::create_directories(path_);
     EXPECT_EQ(enteringError(gameMode), syncError);
     EXPECT_EQ(takeCalls(), Lines{});
-    EXPECT_EQ(log_.lines(), Lines{"warn: hot-corner enter: pending snapshot at " + path_ +
-                                  " could not be restored (corrupt file or Dock sync failed); "
-                                  "refusing to overwrite with fresh snapshot"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner enter: pending snapshot at " + path_ +
+                               " could not be restored (corrupt file or Dock sync failed); "
+                               "refusing to overwrite with fresh snapshot"});
 }
 
 // --- The same owner again.
@@ -283,18 +250,18 @@ TEST_F(HotCornerLeases, RenewingPutsALostFileBack) {
                                                                  {"{}", {}},
                                                                  {R"({"tlCorner":1})", {}}};
     for (const auto& [content, warnings] : contents) {
-        startProcess(usersMac());
+        start(usersMac());
         std::filesystem::remove(path_);
         enter(gameMode);
         writeFile(path_, content);
         EXPECT_EQ(enter(gameMode), usersSnapshot());
         EXPECT_EQ(readFile(path_), usersSnapshotText) << content;
-        EXPECT_EQ(log_.take(), warnings) << content;
+        EXPECT_EQ(takeLog(), warnings) << content;
     }
     std::filesystem::remove(path_);
     enter(gameMode);
     EXPECT_EQ(readFile(path_), usersSnapshotText);
-    EXPECT_EQ(log_.take(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, RenewingLeavesAGoodFileAlone) {
@@ -343,7 +310,7 @@ TEST_F(HotCornerLeases, TheCornersStaySuppressedUntilTheLastOwnerExits) {
     expectSuppressedCorners();
     EXPECT_EQ(exit(displayTransition), Outcome::restored);
     expectUsersCorners();
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, JoiningFailsWithoutALeaseWhenTheSuppressionFails) {
@@ -381,7 +348,7 @@ TEST_F(HotCornerLeases, ExitWithoutALeaseTouchesNothing) {
     takeCalls();
     EXPECT_EQ(exit(customHotCorners), Outcome::noLease);
     EXPECT_EQ(takeCalls(), Lines{});
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
     EXPECT_EQ(exit(gameMode), Outcome::restored);
 }
 
@@ -389,9 +356,9 @@ TEST_F(HotCornerLeases, ALastExitThatCannotRestoreKeepsTheSnapshot) {
     enter(gameMode);
     synchronizingFails();
     EXPECT_EQ(exit(gameMode), Outcome::restoreFailed);
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner exit: CFPreferencesAppSynchronize failed; "
-                                 "snapshot kept at " +
-                                 path_ + " for retry"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner exit: CFPreferencesAppSynchronize failed; "
+                               "snapshot kept at " +
+                               path_ + " for retry"});
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_EQ(readFile(path_), usersSnapshotText);
     std::filesystem::remove(path_);
@@ -400,16 +367,16 @@ TEST_F(HotCornerLeases, ALastExitThatCannotRestoreKeepsTheSnapshot) {
     EXPECT_TRUE(restoreIfPending());
     expectUsersCorners();
     EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, TheWarningOfALastExitIsTheSameWhateverMadeTheRestoreFail) {
     enter(gameMode);
     simulator::addFault({{"call", "CoreDockSetExposeCornerActionWithModifier"}, {"effect", false}});
     EXPECT_EQ(exit(gameMode), Outcome::restoreFailed);
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner exit: CFPreferencesAppSynchronize failed; "
-                                 "snapshot kept at " +
-                                 path_ + " for retry"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner exit: CFPreferencesAppSynchronize failed; "
+                               "snapshot kept at " +
+                               path_ + " for retry"});
 }
 
 TEST_F(HotCornerLeases, ALastExitRestoresAlsoWhenALostFileCannotBePutBack) {
@@ -418,7 +385,7 @@ TEST_F(HotCornerLeases, ALastExitRestoresAlsoWhenALostFileCannotBePutBack) {
     writingFails();
     EXPECT_EQ(exit(gameMode), Outcome::restored);
     expectUsersCorners();
-    EXPECT_EQ(log_.take(),
+    EXPECT_EQ(takeLog(),
               Lines{"warn: hot-corner release could not re-persist its recovery snapshot: " +
                     writeError()});
     EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
@@ -440,8 +407,8 @@ TEST_F(HotCornerLeases, AnExitThatLeavesOthersSaysThatItCannotSuppressAgain) {
     simulator::set({{"dock", {{"cornerModifiers", {0, 0, 0, 7}}}}});
     synchronizingFails();
     EXPECT_EQ(exit(gameMode), Outcome::suppressionReassertFailed);
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner release could not refresh native suppression "
-                                 "while other owners remain"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner release could not refresh native suppression "
+                               "while other owners remain"});
     EXPECT_FALSE(DockHotCornerOverride::isHeld(gameMode));
     EXPECT_TRUE(DockHotCornerOverride::isHeld(customHotCorners));
 }
@@ -454,7 +421,7 @@ TEST_F(HotCornerLeases, AnExitThatLeavesOthersNeedsTheFile) {
     takeCalls();
     EXPECT_EQ(exit(gameMode), Outcome::suppressionReassertFailed);
     EXPECT_EQ(takeCalls(), Lines{});
-    EXPECT_EQ(log_.take(),
+    EXPECT_EQ(takeLog(),
               Lines{"warn: hot-corner release could not re-persist its recovery snapshot: " +
                     writeError()});
     EXPECT_FALSE(DockHotCornerOverride::isHeld(gameMode));
@@ -477,17 +444,17 @@ TEST_F(HotCornerLeases, LeasesWithoutASnapshotCannotBeRenewedOrJoined) {
               "could not persist hot-corner snapshot: active displayTransition lease has no "
               "persisted snapshot");
     EXPECT_EQ(takeCalls(), Lines{});
-    EXPECT_EQ(log_.lines(), Lines{});
-    EXPECT_EQ(directory_.list(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(files(), Lines{});
 }
 
 TEST_F(HotCornerLeases, LeasesWithoutASnapshotCannotBeUndone) {
     DockHotCornerOverride::leaseState().owners = {"customHotCorners", "gameMode"};
     EXPECT_EQ(exit(gameMode), Outcome::suppressionReassertFailed);
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner release found no recoverable snapshot while "
-                                 "other owners remain"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner release found no recoverable snapshot while "
+                               "other owners remain"});
     EXPECT_EQ(exit(customHotCorners), Outcome::snapshotUnavailable);
-    EXPECT_EQ(log_.take(),
+    EXPECT_EQ(takeLog(),
               Lines{"warn: hot-corner release found no recoverable snapshot for the final owner"});
     EXPECT_FALSE(DockHotCornerOverride::isActive());
     EXPECT_EQ(takeCalls(), Lines{});
@@ -507,8 +474,8 @@ TEST_F(HotCornerLeases, LeasesTakeTheirSnapshotFromTheFileWhenMemoryHasNone) {
 TEST_F(HotCornerLeases, EnteringNeverOverwritesASnapshotThatItCannotSee) {
     writeFile(path_, usersSnapshotText);
     simulator::exposeToFaults(std::filesystem::path(path_).parent_path());
-    simulator::addFault({{"call", "stat"}, {"result", "EIO"}});
-    simulator::addFault({{"call", "open"}, {"result", "EIO"}});
+    failCalls("stat", "EIO");
+    failCalls("open", "EIO");
     EXPECT_EQ(enteringError(gameMode), syncError);
     EXPECT_EQ(readFile(path_), usersSnapshotText);
 }
@@ -516,28 +483,28 @@ TEST_F(HotCornerLeases, EnteringNeverOverwritesASnapshotThatItCannotSee) {
 TEST_F(HotCornerLeases, RecoveryWithNothingPendingIsSilent) {
     EXPECT_FALSE(restoreIfPending());
     EXPECT_EQ(takeCalls(), Lines{});
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, RecoveryRestoresWhatACrashHasLeft) {
     enter(gameMode);
     enter(customHotCorners);
-    endProcess();
+    restart();
     takeCalls();
     EXPECT_TRUE(restoreIfPending());
     EXPECT_EQ(takeCalls(), restores());
     expectUsersCorners();
-    EXPECT_EQ(directory_.list(), Lines{"State/"});
+    EXPECT_EQ(files(), Lines{"State/"});
     EXPECT_FALSE(restoreIfPending());
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerLeases, RecoveryIsRefusedWhileALeaseIsHeld) {
     enter(gameMode);
     takeCalls();
     EXPECT_FALSE(restoreIfPending());
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner restoreIfPending refused while suppression "
-                                 "leases remain active"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner restoreIfPending refused while suppression "
+                               "leases remain active"});
     EXPECT_EQ(takeCalls(), Lines{});
     expectSuppressedCorners();
     EXPECT_EQ(readFile(path_), usersSnapshotText);
@@ -552,9 +519,9 @@ TEST_F(HotCornerLeases, RecoveryKeepsASnapshotThatItCannotRestore) {
         "snapshot kept at " +
         path_ + " for retry"};
     EXPECT_FALSE(restoreIfPending());
-    EXPECT_EQ(log_.take(), warning);
+    EXPECT_EQ(takeLog(), warning);
     EXPECT_FALSE(restoreIfPending());
-    EXPECT_EQ(log_.take(), warning);
+    EXPECT_EQ(takeLog(), warning);
     EXPECT_EQ(readFile(path_), usersSnapshotText);
     simulator::clearFaults();
     EXPECT_TRUE(restoreIfPending());
@@ -566,12 +533,12 @@ TEST_F(HotCornerLeases, RecoveryRestoresAlsoWhatItCannotWriteAgain) {
     synchronizingFails();
     exit(gameMode);
     simulator::clearFaults();
-    log_.take();
+    takeLog();
     std::filesystem::remove(path_);
     writingFails();
     EXPECT_TRUE(restoreIfPending());
     expectUsersCorners();
-    EXPECT_EQ(log_.take(),
+    EXPECT_EQ(takeLog(),
               Lines{"warn: hot-corner restoreIfPending could not re-persist its recovery "
                     "snapshot: " +
                     writeError()});
@@ -592,7 +559,7 @@ TEST_F(HotCornerLeases, RecoveryIgnoresWhatItCannotDecode) {
     writeFile(path_, R"({"liveActions":[1,1,1],"liveModifiers":[0,0,0]})");
     EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
     EXPECT_FALSE(restoreIfPending());
-    EXPECT_EQ(log_.take(),
+    EXPECT_EQ(takeLog(),
               Lines{"warn: hot-corner snapshot at " + path_ +
                     " failed to decode: \"liveActions\": live hot-corner actions and modifiers "
                     "must be paired four-element Int32 arrays"});
@@ -616,4 +583,4 @@ TEST_F(HotCornerLeases, InAForeignDomainOnlyPreferencesChange) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

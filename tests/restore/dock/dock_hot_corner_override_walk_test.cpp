@@ -26,18 +26,14 @@
 
 #include "restore/dock/dock_hot_corner_override.hpp"
 #include "restore/dock/hot_corner_lease_state.hpp"
-#include "restore/support/process_wide.hpp"
 #include "simulator/machine/machine.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/restore/dock/hot_corner_mac.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 using Owner = DockHotCornerLeaseOwner;
 
 enum class Kind {
@@ -388,7 +384,7 @@ class Walk {
             }
         }
         std::string result = performed(letter);
-        return {std::move(result), log_.take()};
+        return {std::move(result), process_.takeLog()};
     }
 
     std::string performed(const Letter& letter) {
@@ -400,7 +396,7 @@ class Walk {
             case Kind::restoreIfPending:
                 return DockHotCornerOverride::restoreIfPending(path_, theDock) ? "true" : "false";
             case Kind::restart:
-                endProcess();
+                process_.restart();
                 return "";
             case Kind::loseFile:
                 std::filesystem::remove(path_);
@@ -443,9 +439,8 @@ class Walk {
             << "the user's corners are lost" << after.sequence;
     }
 
-    static simulator::Machine machine(const json& mac) {
-        endProcess();
-        simulator::reset(mac);
+    simulator::Machine machine(const json& mac) {
+        process_.start(mac);
         return simulator::mac();
     }
 
@@ -458,11 +453,8 @@ class Walk {
     }
 
     ScopedEnvironment temporary_{"TMPDIR", fastDirectory()};
-    TemporaryDirectory directory_;
-    // Faults meet file calls below this directory only.
-    ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
-    std::string path_ = directory_ / "hot-corners-snapshot.json";
-    LogCapture log_;
+    SimulatedProcess process_;
+    std::string path_ = process_.state("hot-corners-snapshot.json");
     simulator::Machine suppressed_ = machine(suppressedMac());
     Moment start_{machine(usersMac()), std::nullopt, {}, Model(path_), ""};
     std::optional<std::string> file_;  // what the file holds now
@@ -476,7 +468,6 @@ TEST(HotCornerLeaseWalk, NeverLosesTheUsersCornersInAnySequence) {
     EXPECT_EQ(walk.explore(walk.start(), TOLVARAN_LEASE_WALK_LENGTH),
               Walk::sequenceCount(TOLVARAN_LEASE_WALK_LENGTH));
     RecordProperty("steps", std::to_string(walk.steps()));
-    endProcess();
 }
 
 /// One accident is enough: nothing can bring back a snapshot of which both copies are taken away
@@ -508,8 +499,7 @@ TEST(HotCornerLeaseStates, NeverLoseTheUsersCornersInAnySequenceWhatever) {
     }
     EXPECT_GT(moments.size(), 300U);
     RecordProperty("moments", std::to_string(moments.size()));
-    endProcess();
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -11,7 +11,7 @@
 
 #include "restore/support/json.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Snapshot = DockHotCornerSnapshot;
@@ -227,4 +227,4 @@ TEST(DockHotCornerSnapshot, IsUnreadableWhenCutOffAnywhere) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

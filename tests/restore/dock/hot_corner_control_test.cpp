@@ -10,16 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/restore/dock/hot_corner_mac.hpp"
-#include "tests/support/log_capture.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 namespace Override = DockHotCornerOverride;
 
 const std::string foreign = "com.example.dock";
@@ -66,13 +63,10 @@ struct Expected {
     json live = {};  // of the Dock
 };
 
-class HotCornerControl : public testing::Test {
+class HotCornerControl : public ProcessTest {
   protected:
-    ~HotCornerControl() override { endProcess(); }
-
     /// A new process on this Mac, with its preferences in the domain under test.
-    void start(const json& mac, const Trouble& trouble) {
-        endProcess();
+    void startWith(const json& mac, const Trouble& trouble) {
         json troubled = mac;
         troubled["preferences"] = {{trouble.domain(), mac["preferences"][theDock]}};
         troubled["unavailable"] = json::array();
@@ -82,9 +76,9 @@ class HotCornerControl : public testing::Test {
         if (trouble.getterMissing) {
             troubled["unavailable"].push_back("CoreDockGetExposeCornerActionsWithModifiers");
         }
-        simulator::reset(troubled);
+        start(troubled);
         if (trouble.syncFails) {
-            simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+            failCalls("CFPreferencesAppSynchronize", false);
         }
         if (trouble.unreadable) {
             simulator::addFault(
@@ -94,22 +88,15 @@ class HotCornerControl : public testing::Test {
             simulator::addFault(
                 {{"call", "CoreDockSetExposeCornerActionWithModifier"}, {"effect", false}});
         }
-        objectsBefore_ = simulator::liveObjects();
     }
 
     void expect(const Expected& expected, bool result, const Trouble& trouble) {
         EXPECT_EQ(result, expected.result);
         EXPECT_EQ(callLines(), expected.calls);
-        EXPECT_EQ(log_.take(), expected.log);
+        EXPECT_EQ(takeLog(), expected.log);
         EXPECT_EQ(preferences(trouble.domain()), expected.preferences);
         EXPECT_EQ(liveCorners(), expected.live);
-        EXPECT_EQ(simulator::liveObjects(), objectsBefore_);
     }
-
-    tests::LogCapture log_;
-
-  private:
-    std::size_t objectsBefore_ = 0;
 };
 
 /// The end of a suppression and of a restore: what follows the written preferences.
@@ -155,7 +142,7 @@ const json usersCorners = {{5, 2, 1, 13}, {1048576, 0, 131072, 524288}};
 TEST_F(HotCornerControl, WritesTheSuppressionInOneOrderWhateverFails) {
     for (const Trouble& trouble : everyCombination()) {
         SCOPED_TRACE(testing::PrintToString(trouble));
-        start(usersMac(), trouble);
+        startWith(usersMac(), trouble);
         Expected expected{.live = usersCorners};
         expectSuppression(expected, trouble);
         expect(expected, Override::writeDisabled(trouble.domain()), trouble);
@@ -169,7 +156,7 @@ TEST_F(HotCornerControl, IsContentWithADockThatShowsTheSuppressionAlready) {
                    {"cornerModifiers", suppressedCorners[1]}};
     for (const Trouble& trouble : everyCombination()) {
         SCOPED_TRACE(testing::PrintToString(trouble));
-        start(mac, trouble);
+        startWith(mac, trouble);
         Expected expected{.live = suppressedCorners};
         expectSuppression(expected, trouble);
         expect(expected, Override::writeDisabled(trouble.domain()), trouble);
@@ -208,10 +195,10 @@ TEST_F(HotCornerControl, SuppressesAgainOnlyWhatIsNotSuppressed) {
     for (const Suppression& before : suppressions()) {
         for (const Trouble& trouble : everyCombination()) {
             SCOPED_TRACE(before.name + ": " + testing::PrintToString(trouble));
-            start({{"preferences", {{theDock, before.preferences}}},
-                   {"dock",
-                    {{"cornerActions", before.live[0]}, {"cornerModifiers", before.live[1]}}}},
-                  trouble);
+            startWith({{"preferences", {{theDock, before.preferences}}},
+                       {"dock",
+                        {{"cornerActions", before.live[0]}, {"cornerModifiers", before.live[1]}}}},
+                      trouble);
             Expected expected{.preferences = before.preferences, .live = before.live};
             bool inForce = before.inPreferences;
             if (!trouble.foreignDomain) {
@@ -245,7 +232,7 @@ json suppressedMac() {
 TEST_F(HotCornerControl, RestoresInOneOrderWhateverFails) {
     for (const Trouble& trouble : everyCombination()) {
         SCOPED_TRACE(testing::PrintToString(trouble));
-        start(suppressedMac(), trouble);
+        startWith(suppressedMac(), trouble);
         Expected expected{.calls = writesUsersPreferences(trouble.domain()),
                           .preferences = usersPreferences(),
                           .live = suppressedCorners};
@@ -261,7 +248,7 @@ TEST_F(HotCornerControl, RestoresThePreferencesToTheDockWithoutLiveLists) {
     snapshot.liveModifiers.reset();
     for (const Trouble& trouble : everyCombination()) {
         SCOPED_TRACE(testing::PrintToString(trouble));
-        start(suppressedMac(), trouble);
+        startWith(suppressedMac(), trouble);
         Expected expected{.calls = writesUsersPreferences(trouble.domain()),
                           .preferences = usersPreferences(),
                           .live = suppressedCorners};
@@ -271,7 +258,7 @@ TEST_F(HotCornerControl, RestoresThePreferencesToTheDockWithoutLiveLists) {
 }
 
 TEST_F(HotCornerControl, RestoresCornersThatWereNeverSetByRemovingEveryKey) {
-    start(suppressedMac(), {});
+    startWith(suppressedMac(), {});
     EXPECT_TRUE(Override::restore(DockHotCornerSnapshot(), theDock));
     Lines removals;
     for (const HotCornerField& field : hotCornerFields) {
@@ -293,7 +280,7 @@ TEST_F(HotCornerControl, WritesNothingFromASnapshotThatIsNotValid) {
     liveOutOfRange.liveActions->at(1) = std::int64_t{std::numeric_limits<std::int32_t>::min()} - 1;
     for (const auto& snapshot : {outOfRange, unpaired, threeElements, liveOutOfRange}) {
         for (const std::string& domain : {theDock, foreign}) {
-            start(suppressedMac(), {});
+            startWith(suppressedMac(), {});
             expect({.log = {"warn: hot-corner restore rejected an out-of-range snapshot value"},
                     .preferences = suppressedPreferences(),
                     .live = suppressedCorners},
@@ -305,21 +292,21 @@ TEST_F(HotCornerControl, WritesNothingFromASnapshotThatIsNotValid) {
 TEST_F(HotCornerControl, GivesTheDockTheExtremesOf32Bits) {
     constexpr std::int64_t least = std::numeric_limits<std::int32_t>::min();
     constexpr std::int64_t greatest = std::numeric_limits<std::int32_t>::max();
-    start(suppressedMac(), {});
+    startWith(suppressedMac(), {});
     const DockHotCornerSnapshot snapshot(least, greatest, -1, 0, greatest, least + 1, 7, -7,
                                          std::nullopt, std::nullopt);
     // The Dock has taken them all, but one of them reads like an unfilled value.
     EXPECT_FALSE(Override::restore(snapshot, theDock));
     EXPECT_EQ(liveCorners(), json({{least, -1, greatest, 7}, {greatest, 0, least + 1, -7}}));
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner restore could not be verified because the "
-                                 "CoreDock getter is unavailable"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner restore could not be verified because the "
+                               "CoreDock getter is unavailable"});
 }
 
 TEST_F(HotCornerControl, ReadsTheUsersCorners) {
-    start(usersMac(), {});
+    startWith(usersMac(), {});
     EXPECT_EQ(Override::readCurrent(theDock), usersSnapshot());
     EXPECT_EQ(callLines(), Lines{readsCorners});
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerControl, ReadsPreferencesAloneWhereTheDockCannotBeAsked) {
@@ -328,14 +315,14 @@ TEST_F(HotCornerControl, ReadsPreferencesAloneWhereTheDockCannotBeAsked) {
     preferencesOnly.liveModifiers.reset();
     for (const Trouble& trouble : everyCombination()) {
         SCOPED_TRACE(testing::PrintToString(trouble));
-        start(usersMac(), trouble);
+        startWith(usersMac(), trouble);
         const bool asksDock = !trouble.foreignDomain && !trouble.getterMissing;
         EXPECT_EQ(Override::readCurrent(trouble.domain()),
                   asksDock && !trouble.unreadable ? usersSnapshot() : preferencesOnly);
         EXPECT_EQ(callLines(), asksDock ? Lines{readsCorners} : Lines{});
-        EXPECT_EQ(log_.take(), Lines{});
+        EXPECT_EQ(takeLog(), Lines{});
     }
-    start(usersMac(), {});
+    startWith(usersMac(), {});
     simulator::set(
         {{"dock", {{"cornerModifiers", {0, 0, 0, std::numeric_limits<std::int32_t>::min()}}}}});
     EXPECT_EQ(Override::readCurrent(theDock), preferencesOnly);
@@ -346,16 +333,16 @@ TEST_F(HotCornerControl, ReadsNumbersOnly) {
                          {"wvous-tr-corner", {5}},        {"wvous-tr-modifier", 2.75},
                          {"wvous-bl-corner", true},       {"wvous-bl-modifier", {{"value", 5}}},
                          {"wvous-br-corner", 8589934592}, {"wvous-br-modifier", -5}};
-    start({{"preferences", {{theDock, stored}}}}, {.foreignDomain = true});
+    startWith({{"preferences", {{theDock, stored}}}}, {.foreignDomain = true});
     const DockHotCornerSnapshot snapshot = Override::readCurrent(foreign);
     EXPECT_EQ(snapshot, DockHotCornerSnapshot(5, std::nullopt, std::nullopt, 2, 1, std::nullopt,
                                               8589934592, -5, std::nullopt, std::nullopt));
 }
 
 TEST_F(HotCornerControl, FindsNothingOnAMacWhoseCornersWereNeverSet) {
-    start({{"preferences", {{theDock, json::object()}}}}, {.getterMissing = true});
+    startWith({{"preferences", {{theDock, json::object()}}}}, {.getterMissing = true});
     EXPECT_EQ(Override::readCurrent(theDock), DockHotCornerSnapshot());
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -11,10 +11,9 @@
 
 #include "restore/dock/dock_hot_corner_snapshot.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
-
-using Lines = std::vector<std::string>;
 
 inline const std::string theDock = "com.apple.dock";
 
@@ -75,17 +74,6 @@ inline nlohmann::json liveCorners() {
 
 inline const nlohmann::json suppressedCorners = {{1, 1, 1, 1}, {0, 0, 0, 0}};
 
-/// Every call so far: its name, its arguments and, where it has one, its result.
-inline Lines callLines() {
-    Lines lines;
-    for (const nlohmann::json& call : simulator::calls()) {
-        const nlohmann::json& result = call["result"];
-        lines.push_back(call["call"].get<std::string>() + call["args"].dump() +
-                        (result.is_null() ? "" : " -> " + result.dump()));
-    }
-    return lines;
-}
-
 // The lines of the calls that concern the corners.
 
 inline std::string setsPreference(const std::string& key, std::optional<std::int64_t> value,
@@ -93,29 +81,24 @@ inline std::string setsPreference(const std::string& key, std::optional<std::int
     const nlohmann::json number = value ? nlohmann::json(*value) : nlohmann::json();
     const auto args = nlohmann::json::array(
         {key, number, domain, "kCFPreferencesCurrentUser", "kCFPreferencesAnyHost"});
-    return "CFPreferencesSetValue" + args.dump();
+    return callLine("CFPreferencesSetValue", args);
 }
 
 inline std::string synchronizes(bool success, const std::string& domain = theDock) {
-    return "CFPreferencesAppSynchronize[\"" + domain + "\"] -> " + (success ? "true" : "false");
+    return callLine("CFPreferencesAppSynchronize", {domain}, success);
 }
 
 /// Without object and user info, delivered immediately.
 inline std::string posts(const std::string& notification) {
-    return "CFNotificationCenterPostNotification[\"" + notification + "\",null,null,true]";
+    return callLine("CFNotificationCenterPostNotification", {notification, nullptr, nullptr, true});
 }
 
 inline std::string setsCorner(std::int64_t action, std::int64_t corner, std::int64_t modifier) {
-    return "CoreDockSetExposeCornerActionWithModifier" +
-           nlohmann::json::array({action, corner, modifier}).dump() + " -> 0";
+    return callLine("CoreDockSetExposeCornerActionWithModifier",
+                    nlohmann::json::array({action, corner, modifier}), 0);
 }
 
-inline const std::string readsCorners = "CoreDockGetExposeCornerActionsWithModifiers[]";
-
-inline Lines operator+(Lines lines, const Lines& more) {
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
-}
+inline const std::string readsCorners = "CoreDockGetExposeCornerActionsWithModifiers []";
 
 /// Synchronising, and then, whatever came of it, both notifications.
 inline Lines announces(bool success, const std::string& domain = theDock) {

@@ -9,25 +9,14 @@
 
 #include "simulator/simulator.hpp"
 #include "tests/restore/dock/hot_corner_mac.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-using tests::Lines;
-using tests::LogCapture;
-using tests::readFile;
-using tests::TemporaryDirectory;
-using tests::usersSnapshot;
-using tests::usersSnapshotText;
-using tests::writeFile;
 namespace Override = DockHotCornerOverride;
 
-class HotCornerSnapshotFile : public testing::Test {
+class HotCornerSnapshotFile : public ProcessTest {
   protected:
-    HotCornerSnapshotFile() { simulator::reset(); }
-
     /// What saving throws, as text.
     std::string savingError(const DockHotCornerSnapshot& snapshot, const std::string& path) {
         try {
@@ -40,11 +29,7 @@ class HotCornerSnapshotFile : public testing::Test {
         return "saved";
     }
 
-    TemporaryDirectory directory_;
-    // Faults meet file calls below this directory only.
-    tests::ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
-    std::string path_ = directory_ / "State/hot-corners-snapshot.json";
-    LogCapture log_;
+    const std::string path_ = state("hot-corners-snapshot.json");
 };
 
 TEST_F(HotCornerSnapshotFile, ErrorsHaveTheirTexts) {
@@ -60,10 +45,10 @@ TEST_F(HotCornerSnapshotFile, ErrorsHaveTheirTexts) {
 TEST_F(HotCornerSnapshotFile, SavesIntoADirectoryThatDoesNotExistYet) {
     Override::saveSnapshotOrThrow(usersSnapshot(), path_);
     EXPECT_EQ(readFile(path_), usersSnapshotText);
-    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/hot-corners-snapshot.json"}));
+    EXPECT_EQ(files(), (Lines{"State/", "State/hot-corners-snapshot.json"}));
     EXPECT_TRUE(Override::isPending(path_));
     EXPECT_EQ(Override::loadSnapshot(path_), usersSnapshot());
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerSnapshotFile, ReplacesAnOlderSnapshot) {
@@ -80,7 +65,7 @@ TEST_F(HotCornerSnapshotFile, DeletesWithoutAWord) {
     std::filesystem::create_directories(path_);
     Override::deleteSnapshot(path_);
     EXPECT_TRUE(Override::isPending(path_));
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerSnapshotFile, WritesNothingThatDoesNotFit) {
@@ -89,23 +74,22 @@ TEST_F(HotCornerSnapshotFile, WritesNothingThatDoesNotFit) {
     EXPECT_EQ(savingError(snapshot, path_),
               "encode: hot-corner snapshot contains a value outside the Int32 range");
     Override::saveSnapshot(snapshot, path_);
-    EXPECT_EQ(directory_.list(), Lines{});
+    EXPECT_EQ(files(), Lines{});
     snapshot = DockHotCornerSnapshot();
     snapshot.liveActions = HotCornerValues{1, 1, 1, 1};
     EXPECT_EQ(savingError(snapshot, path_),
               "encode: hot-corner snapshot contains a value outside the Int32 range");
-    EXPECT_EQ(directory_.list(), Lines{});
+    EXPECT_EQ(files(), Lines{});
 }
 
 TEST_F(HotCornerSnapshotFile, SaysThatTheDirectoryCannotBeCreated) {
-    writeFile(directory_ / "file", "");
-    const std::string path = directory_ / "file/State/snapshot.json";
-    EXPECT_EQ(savingError(usersSnapshot(), path), "write " + path + ": create directory " +
-                                                      (directory_ / "file/State") +
-                                                      ": Not a directory");
-    Override::saveSnapshot(usersSnapshot(), path);
-    EXPECT_EQ(directory_.list(), Lines{"file"});
-    EXPECT_EQ(log_.lines(), Lines{});
+    writeFile(path("file"), "");
+    const std::string below = path("file/State/snapshot.json");
+    EXPECT_EQ(savingError(usersSnapshot(), below),
+              "write " + below + ": create directory " + path("file/State") + ": Not a directory");
+    Override::saveSnapshot(usersSnapshot(), below);
+    EXPECT_EQ(files(), Lines{"file"});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerSnapshotFile, KeepsTheOlderSnapshotWhenTheNewOneCannotBeWritten) {
@@ -119,22 +103,22 @@ TEST_F(HotCornerSnapshotFile, KeepsTheOlderSnapshotWhenTheNewOneCannotBeWritten)
         Override::saveSnapshot(DockHotCornerSnapshot(), path_);
         simulator::clearFaults();
         EXPECT_EQ(readFile(path_), usersSnapshotText);
-        EXPECT_EQ(directory_.list(), (Lines{"State/", "State/hot-corners-snapshot.json"}));
+        EXPECT_EQ(files(), (Lines{"State/", "State/hot-corners-snapshot.json"}));
     }
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerSnapshotFile, IsSilentWhereThereIsNothingToRead) {
     EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
     std::filesystem::create_directories(path_);
     EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
-    const std::string pipe = directory_ / "pipe";
+    const std::string pipe = path("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(Override::loadSnapshot(pipe), std::nullopt);
-    Override::saveSnapshot(usersSnapshot(), directory_ / "good");
-    simulator::addFault({{"call", "read"}, {"result", "EIO"}});
-    EXPECT_EQ(Override::loadSnapshot(directory_ / "good"), std::nullopt);
-    EXPECT_EQ(log_.lines(), Lines{});
+    Override::saveSnapshot(usersSnapshot(), path("good"));
+    failCalls("read", "EIO");
+    EXPECT_EQ(Override::loadSnapshot(path("good")), std::nullopt);
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
 TEST_F(HotCornerSnapshotFile, SaysWhyTheFileCannotBeDecoded) {
@@ -152,7 +136,7 @@ TEST_F(HotCornerSnapshotFile, SaysWhyTheFileCannotBeDecoded) {
     for (const auto& [content, reason] : cases) {
         writeFile(path_, content);
         EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
-        EXPECT_EQ(log_.take(),
+        EXPECT_EQ(takeLog(),
                   Lines{"warn: hot-corner snapshot at " + path_ + " failed to decode: " + reason});
         EXPECT_EQ(readFile(path_), content) << "a snapshot is never thrown away";
     }
@@ -162,7 +146,7 @@ TEST_F(HotCornerSnapshotFile, CannotBeReadWhenCutOffAnywhere) {
     for (std::size_t length = 0; length < usersSnapshotText.size(); ++length) {
         writeFile(path_, usersSnapshotText.substr(0, length));
         EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt) << length;
-        const Lines lines = log_.take();
+        const Lines lines = takeLog();
         ASSERT_EQ(lines.size(), 1U) << length;
         EXPECT_EQ(
             lines[0].rfind(
@@ -176,7 +160,7 @@ TEST_F(HotCornerSnapshotFile, ReadsFilesOfAnySize) {
     constexpr std::size_t huge = 50 * 1000 * 1000;
     writeFile(path_, std::string(huge, ' ') + usersSnapshotText);
     EXPECT_EQ(Override::loadSnapshot(path_), usersSnapshot());
-    EXPECT_EQ(log_.take(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
     constexpr std::size_t large = huge / 20;
     std::string list = "{\"liveModifiers\":[0,0,0,0],\"liveActions\":[1";
     for (std::size_t element = 0; element < large; ++element) {
@@ -184,9 +168,9 @@ TEST_F(HotCornerSnapshotFile, ReadsFilesOfAnySize) {
     }
     writeFile(path_, list + "]}");
     EXPECT_EQ(Override::loadSnapshot(path_), std::nullopt);
-    EXPECT_EQ(log_.take(), Lines{"warn: hot-corner snapshot at " + path_ +
-                                 " failed to decode: \"liveActions\": live hot-corner actions and "
-                                 "modifiers must be paired four-element Int32 arrays"});
+    EXPECT_EQ(takeLog(), Lines{"warn: hot-corner snapshot at " + path_ +
+                               " failed to decode: \"liveActions\": live hot-corner actions and "
+                               "modifiers must be paired four-element Int32 arrays"});
 }
 
 TEST_F(HotCornerSnapshotFile, LiesInTheStateDirectory) {
@@ -194,4 +178,4 @@ TEST_F(HotCornerSnapshotFile, LiesInTheStateDirectory) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

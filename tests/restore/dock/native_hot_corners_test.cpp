@@ -9,31 +9,25 @@
 #include <string>
 
 #include "restore/dock/hot_corner_control.hpp"
-#include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/restore/dock/hot_corner_mac.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using NativeHotCorners::State;
 using nlohmann::json;
-using tests::callLines;
-using tests::Lines;
 
 const std::string getter = "CoreDockGetExposeCornerActionsWithModifiers";
 const std::string setter = "CoreDockSetExposeCornerActionWithModifier";
 
-class NativeHotCornersTest : public testing::Test {
+class NativeHotCornersTest : public ProcessTest {
   protected:
-    ~NativeHotCornersTest() override { endProcess(); }
-
     /// A new process on the user's Mac, which lacks these.
     void startWithout(const json& unavailable) {
-        endProcess();
-        json mac = tests::usersMac();
+        json mac = usersMac();
         mac["unavailable"] = unavailable;
-        simulator::reset(mac);
+        start(mac);
     }
 };
 
@@ -44,14 +38,14 @@ TEST_F(NativeHotCornersTest, ReadsActionsThenModifiers) {
     EXPECT_TRUE(NativeHotCorners::areAvailable());
     EXPECT_TRUE(DockHotCornerOverride::nativeAPIAvailable());
     EXPECT_EQ(NativeHotCorners::read(), usersState);
-    EXPECT_EQ(callLines(), Lines{tests::readsCorners});
+    EXPECT_EQ(callLines(), Lines{readsCorners});
 }
 
 TEST_F(NativeHotCornersTest, SetsOneCorner) {
     startWithout(json::array());
     NativeHotCorners::set(-7, 2, 9);
-    EXPECT_EQ(callLines(), Lines{tests::setsCorner(-7, 2, 9)});
-    EXPECT_EQ(tests::liveCorners(), json({{5, 2, -7, 13}, {1048576, 0, 9, 524288}}));
+    EXPECT_EQ(callLines(), Lines{setsCorner(-7, 2, 9)});
+    EXPECT_EQ(liveCorners(), json({{5, 2, -7, 13}, {1048576, 0, 9, 524288}}));
 }
 
 TEST_F(NativeHotCornersTest, NeedsBothFunctions) {
@@ -93,7 +87,7 @@ TEST_F(NativeHotCornersTest, LooksUpOnceInAProcess) {
     simulator::set({{"unavailable", {"HIServices"}}});
     EXPECT_TRUE(NativeHotCorners::areAvailable());
     EXPECT_EQ(NativeHotCorners::read(), usersState);
-    endProcess();
+    restart();
     EXPECT_FALSE(NativeHotCorners::areAvailable());
     simulator::set({{"unavailable", json::array()}});
     EXPECT_FALSE(NativeHotCorners::areAvailable());
@@ -115,10 +109,10 @@ TEST_F(NativeHotCornersTest, NamesWhatIsMissing) {
         EXPECT_EQ(NativeHotCorners::missing(), names) << unavailable;
     }
     startWithout({setter});
-    simulator::addFault({{"call", "dlopen"}, {"result", 0}});
+    failCalls("dlopen", 0);
     EXPECT_EQ(NativeHotCorners::missing(), Lines{setter}) << "the process has the other one anyway";
     startWithout({getter});
-    simulator::addFault({{"call", "dlopen"}, {"result", 0}});
+    failCalls("dlopen", 0);
     EXPECT_EQ(NativeHotCorners::missing(), Lines{getter});
 }
 
@@ -142,4 +136,4 @@ TEST_F(NativeHotCornersTest, CannotReadWhatTheDockLeavesUnfilled) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

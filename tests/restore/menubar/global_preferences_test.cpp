@@ -7,11 +7,10 @@
 #include "simulator/core_foundation/json.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 using Value = std::optional<std::int64_t>;
 using Snapshot = MenuBarAutohideSnapshot;
 
@@ -51,7 +50,7 @@ const std::vector<Reading> readings = {
 TEST(MenuBarGlobalPreferences, AreReadAsZeroOrOneFromNumbersOnly) {
     for (const Reading& hide : readings) {
         for (const Reading& visible : readings) {
-            MenuBarProcess process(macWithPreferences(
+            SimulatedProcess process(macWithPreferences(
                 {{hideKey, hide.stored}, {visibleInFullscreenKey, visible.stored}}));
             EXPECT_EQ(MenuBarAutohide::readCurrent(),
                       (Snapshot{.hideMenuBar = hide.read, .visibleInFullscreen = visible.read}))
@@ -63,7 +62,7 @@ TEST(MenuBarGlobalPreferences, AreReadAsZeroOrOneFromNumbersOnly) {
 }
 
 TEST(MenuBarGlobalPreferences, AreReadFromTheGlobalDomain) {
-    MenuBarProcess process(
+    SimulatedProcess process(
         json{{"preferences",
               {{"com.morvelli.Tolvaran", {{hideKey, true}}}, {"global", json::object()}}}});
     EXPECT_EQ(MenuBarAutohide::readCurrent(), Snapshot{});
@@ -72,7 +71,7 @@ TEST(MenuBarGlobalPreferences, AreReadFromTheGlobalDomain) {
 TEST(MenuBarGlobalPreferences, AreReadWithOneRecordForEachDisplayInTheGivenOrder) {
     json mac = macWith({display(7, 1, 1, false), display(8, 2, 2, true)});
     mac["preferences"] = {{"global", {{hideKey, true}}}};
-    MenuBarProcess process(mac);
+    SimulatedProcess process(mac);
     const MenuBarDisplayIdentity first(8, "canonical", std::nullopt, port(2));
     const MenuBarDisplayIdentity second(7, hardwareID(1), "hardware", port(1));
     EXPECT_EQ(MenuBarAutohide::readCurrent({first, second}),
@@ -89,7 +88,7 @@ TEST(MenuBarGlobalPreferences, AreReadWithOneRecordForEachDisplayInTheGivenOrder
 }
 
 TEST(MenuBarGlobalPreferences, AreReadWithAnEmptyListForNoDisplays) {
-    MenuBarProcess process;
+    SimulatedProcess process;
     EXPECT_EQ(
         MenuBarAutohide::readCurrent(std::vector<MenuBarDisplayIdentity>{}),
         (Snapshot{.displayVisibilityOverrides = std::vector<MenuBarDisplayVisibilityOverride>{}}));
@@ -99,7 +98,7 @@ TEST(MenuBarGlobalPreferences, AreNotReadWithDisplaysWhereThoseCannotBeRead) {
     for (const SkyLight& skyLight : SkyLight::all()) {
         json mac = macWith({display(7, 1, 1)});
         mac["unavailable"] = skyLight.missing();
-        MenuBarProcess process(mac);
+        SimulatedProcess process(mac);
         EXPECT_EQ(MenuBarAutohide::readCurrent({{7, "c", std::nullopt, port(1)}}).has_value(),
                   skyLight.isComplete())
             << skyLight.missing();
@@ -177,7 +176,7 @@ json preferencesAfter(const Change& change) {
 
 TEST(MenuBarGlobalPreferences, AreAppliedInOrderWhateverFails) {
     for (const Change& change : everyChange()) {
-        MenuBarProcess process(macBefore(change));
+        SimulatedProcess process(macBefore(change));
         addFaults(change);
         const bool wanted = change.hide.value_or(0) != 0;
         EXPECT_EQ(MenuBarAutohide::applyGlobal(change.snapshot()),
@@ -203,7 +202,7 @@ TEST(MenuBarGlobalPreferences, AreAppliedInOrderWhateverFails) {
 
 TEST(MenuBarGlobalPreferences, AreStoredWithoutBeingApplied) {
     for (const Change& change : everyChange()) {
-        MenuBarProcess process(macBefore(change));
+        SimulatedProcess process(macBefore(change));
         addFaults(change);
         const bool autoHidBefore = autoHides();
         EXPECT_EQ(MenuBarAutohide::writeStoredPreference(change.snapshot()), change.synchronizes)
@@ -222,7 +221,7 @@ TEST(MenuBarGlobalPreferences, AreStoredWithoutBeingApplied) {
 }
 
 TEST(MenuBarGlobalPreferences, AlwaysHideMeansInFullScreenToo) {
-    MenuBarProcess process;
+    SimulatedProcess process;
     EXPECT_TRUE(MenuBarAutohide::writeAlways());
     EXPECT_EQ(callLines(), appliesGlobal(true, false));
     EXPECT_EQ(globalPreferences(), (json{{hideKey, true}, {visibleInFullscreenKey, false}}));
@@ -233,7 +232,7 @@ TEST(MenuBarGlobalPreferences, AlwaysHideMeansInFullScreenToo) {
 TEST(MenuBarGlobalPreferences, AlwaysHideFailsWithEitherPart) {
     for (const Change& trouble :
          {Change{1, 0, false, 0}, Change{1, 0, true, 1000}, Change{1, 0, false, 1000}}) {
-        MenuBarProcess process;
+        SimulatedProcess process;
         addFaults(trouble);
         EXPECT_FALSE(MenuBarAutohide::writeAlways()) << trouble.description();
         EXPECT_EQ(callLines(),
@@ -244,7 +243,7 @@ TEST(MenuBarGlobalPreferences, AlwaysHideFailsWithEitherPart) {
 }
 
 TEST(MenuBarGlobalPreferences, ChangesAreAnnouncedByTwoNotifications) {
-    MenuBarProcess process;
+    SimulatedProcess process;
     MenuBarAutohide::writeAlways();
     const json posted = simulator::notifications();
     ASSERT_EQ(posted.size(), MenuBarAutohide::changeNotificationNames.size());
@@ -261,7 +260,7 @@ bool isPolicyNotification(const json& userInfo) {
 }
 
 TEST(MenuBarGlobalPreferences, OwnNotificationsAreKnownByTheirMarker) {
-    MenuBarProcess process;
+    SimulatedProcess process;
     EXPECT_TRUE(isPolicyNotification({{markerKey, true}}));
     EXPECT_TRUE(isPolicyNotification({{"other", 1}, {markerKey, true}}));
     EXPECT_FALSE(isPolicyNotification(nullptr));
@@ -274,4 +273,4 @@ TEST(MenuBarGlobalPreferences, OwnNotificationsAreKnownByTheirMarker) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -12,62 +12,10 @@
 #include <vector>
 
 #include "restore/menubar/menu_bar_snapshot.hpp"
-#include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/call_lines.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
-
-using Lines = std::vector<std::string>;
-
-/// A process of its own on a Mac as given. Its files lie below a directory of its own. At the end,
-/// no Core Foundation object may be left.
-class MenuBarProcess {
-  public:
-    explicit MenuBarProcess(const nlohmann::json& mac = nlohmann::json::object()) {
-        endProcess();
-        simulator::reset(mac);
-        objectsBefore_ = simulator::liveObjects();
-    }
-    ~MenuBarProcess() {
-        endProcess();
-        EXPECT_EQ(simulator::liveObjects(), objectsBefore_);
-    }
-    MenuBarProcess(const MenuBarProcess&) = delete;
-    MenuBarProcess& operator=(const MenuBarProcess&) = delete;
-
-    /// The warnings since the last call, without their level; any other line would fail the test.
-    Lines takeWarnings() {
-        Lines warnings;
-        for (const std::string& line : log_.take()) {
-            EXPECT_EQ(line.substr(0, 6), "warn: ");
-            warnings.push_back(line.substr(6));
-        }
-        return warnings;
-    }
-
-    /// Makes the main application know these groups of IDs to be one display each.
-    void knowDisplays(const std::vector<std::vector<std::string>>& groups) const {
-        nlohmann::json displays = nlohmann::json::array();
-        for (const auto& ids : groups) {
-            displays.push_back({{"ids", ids}});
-        }
-        writeFile(directory_ / "Settings/preferences.json",
-                  nlohmann::json{{"knownDisplays", displays}}.dump());
-    }
-
-    /// A path below the application-support directory.
-    std::string path(const std::string& name) const { return directory_ / name; }
-
-  private:
-    TemporaryDirectory directory_;
-    ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_.path()};
-    ScopedEnvironment settings_{"TOLVARAN_CONFIG_DIR", std::nullopt};
-    LogCapture log_;
-    std::size_t objectsBefore_ = 0;
-};
 
 /// SkyLight's functions, in the order in which they are looked up.
 inline const Lines skyLightFunctions = {"CGSMainConnectionID",
@@ -172,57 +120,46 @@ inline const std::string visibleInFullscreenKey = "AppleMenuBarVisibleInFullscre
 /// Whether a preference or a snapshot's value is on, or absent.
 using Switch = std::optional<bool>;
 
-/// The line of one call.
-inline std::string calls(const std::string& function, const nlohmann::json& args,
-                         const nlohmann::json& result) {
-    return function + " " + args.dump() + " = " + result.dump();
-}
-
 inline std::string setsPreference(const std::string& key, Switch value) {
     const nlohmann::json written = value ? nlohmann::json(*value) : nlohmann::json();
-    return calls("CFPreferencesSetValue",
-                 {key, written, "kCFPreferencesAnyApplication", "kCFPreferencesCurrentUser",
-                  "kCFPreferencesAnyHost"},
-                 nullptr);
+    return callLine("CFPreferencesSetValue",
+                    {key, written, "kCFPreferencesAnyApplication", "kCFPreferencesCurrentUser",
+                     "kCFPreferencesAnyHost"});
 }
 
 inline Lines stores(Switch hide, Switch visibleInFullscreen, bool synchronizes = true) {
     return {
         setsPreference(hideKey, hide), setsPreference(visibleInFullscreenKey, visibleInFullscreen),
-        calls(
+        callLine(
             "CFPreferencesSynchronize",
             {"kCFPreferencesAnyApplication", "kCFPreferencesCurrentUser", "kCFPreferencesAnyHost"},
             synchronizes)};
 }
 
-inline Lines operator+(Lines lines, const Lines& more) {
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
-}
-
 /// The notification has no object, carries the marker and is delivered immediately.
 inline std::string postsMarked(const std::string& notification) {
-    return calls("CFNotificationCenterPostNotification",
-                 {notification, nullptr, {{"TolvaranMenuBarPolicyChange", true}}, true}, nullptr);
+    return callLine("CFNotificationCenterPostNotification",
+                    {notification, nullptr, {{"TolvaranMenuBarPolicyChange", true}}, true});
 }
 
 /// One global apply.
 inline Lines appliesGlobal(Switch hide, Switch visibleInFullscreen, bool synchronizes = true,
                            int switchResult = 0) {
     return stores(hide, visibleInFullscreen, synchronizes) +
-           Lines{calls("CGSSetMenuBarAutohideEnabled", nlohmann::json::array({hide == true}),
-                       switchResult),
+           Lines{callLine("CGSSetMenuBarAutohideEnabled", nlohmann::json::array({hide == true}),
+                          switchResult),
                  postsMarked("AppleInterfaceMenuBarHidingChangedNotification"),
                  postsMarked("AppleInterfaceFullScreenMenuBarVisibilityChangedNotification")};
 }
 
 inline std::string setsOverride(CGDirectDisplayID id, bool enabled, int result = 0) {
-    return calls("SLSSetMenuBarVisibilityOverrideOnDisplay", nlohmann::json::array({id, enabled}),
-                 result);
+    return callLine("SLSSetMenuBarVisibilityOverrideOnDisplay",
+                    nlohmann::json::array({id, enabled}), result);
 }
 
 inline std::string readsOverride(CGDirectDisplayID id, bool result) {
-    return calls("SLSGetMenuBarVisibilityOverrideOnDisplay", nlohmann::json::array({id}), result);
+    return callLine("SLSGetMenuBarVisibilityOverrideOnDisplay", nlohmann::json::array({id}),
+                    result);
 }
 
 /// One override that shows at once.

@@ -8,7 +8,7 @@
 #include <functional>
 #include <set>
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Record = MenuBarDisplayVisibilityOverride;
@@ -468,4 +468,4 @@ TEST(MenuBarMatcherExhaustive, EveryAssignmentToUpToThreeRecordsAndDisplays) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -4,7 +4,7 @@
 
 #include "restore/support/json.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Record = MenuBarDisplayVisibilityOverride;
@@ -231,4 +231,4 @@ TEST(MenuBarSnapshot, SettlingKeepsEverythingWhileAnythingIsPending) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -7,10 +7,8 @@
 
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
-
-using namespace tests;
 
 /// Which functions were found, in the order of skyLightFunctions.
 std::array<bool, 6> found(const PerDisplayMenuBarAPI& api) {
@@ -21,7 +19,7 @@ std::array<bool, 6> found(const PerDisplayMenuBarAPI& api) {
 
 TEST(PerDisplayMenuBarAPI, HasWhatTheMacHas) {
     for (const SkyLight& skyLight : SkyLight::all()) {
-        MenuBarProcess process(nlohmann::json{{"unavailable", skyLight.missing()}});
+        SimulatedProcess process(nlohmann::json{{"unavailable", skyLight.missing()}});
         const PerDisplayMenuBarAPI api;
         EXPECT_TRUE(api.handle.isOpen());
         for (std::size_t function = 0; function < skyLightFunctions.size(); ++function) {
@@ -34,7 +32,7 @@ TEST(PerDisplayMenuBarAPI, HasWhatTheMacHas) {
 }
 
 TEST(PerDisplayMenuBarAPI, HasNothingWhenSkyLightCannotBeOpened) {
-    MenuBarProcess process(nlohmann::json{{"unavailable", {"SkyLight"}}});
+    SimulatedProcess process(nlohmann::json{{"unavailable", {"SkyLight"}}});
     simulator::addFault({{"call", "dlsym"}, {"effect", true}});  // counted, else as it is
     const PerDisplayMenuBarAPI api;
     EXPECT_FALSE(api.handle.isOpen());
@@ -47,7 +45,7 @@ TEST(PerDisplayMenuBarAPI, HasNothingWhenSkyLightCannotBeOpened) {
 
 TEST(PerDisplayMenuBarAPI, LooksTheFunctionsUpInOrder) {
     for (std::size_t failing = 0; failing < skyLightFunctions.size(); ++failing) {
-        MenuBarProcess process;
+        SimulatedProcess process;
         simulator::addFault({{"call", "dlsym"}, {"skip", failing}, {"times", 1}, {"result", 0}});
         std::array<bool, 6> expected{true, true, true, true, true, true};
         expected[failing] = false;
@@ -59,7 +57,7 @@ TEST(PerDisplayMenuBarAPI, LooksTheFunctionsUpInOrder) {
 TEST(PerDisplayMenuBarAPI, FunctionsAreThoseOfTheWindowServer) {
     nlohmann::json mac = macWith({display(7, 1, 1, false)});
     mac["menuBar"] = {{"autoHide", true}};
-    MenuBarProcess process(mac);
+    SimulatedProcess process(mac);
     const PerDisplayMenuBarAPI api;
     const CGSConnectionID connection = api.mainConnection();
     EXPECT_EQ(connection, CGSMainConnectionID());
@@ -83,7 +81,7 @@ int timesOpen() {
 }
 
 TEST(PerDisplayMenuBarAPI, SkyLightIsClosedAtTheEnd) {
-    MenuBarProcess process;
+    SimulatedProcess process;
     { const PerDisplayMenuBarAPI api; }
     EXPECT_EQ(timesOpen(), 0);
     const PerDisplayMenuBarAPI api;
@@ -91,15 +89,15 @@ TEST(PerDisplayMenuBarAPI, SkyLightIsClosedAtTheEnd) {
 }
 
 TEST(PerDisplayMenuBarAPI, IsMadeOnceInAProcess) {
-    MenuBarProcess process(nlohmann::json{{"unavailable", {"SkyLight"}}});
+    SimulatedProcess process(nlohmann::json{{"unavailable", {"SkyLight"}}});
     const PerDisplayMenuBarAPI& api = PerDisplayMenuBarAPI::shared();
     simulator::set({{"unavailable", nlohmann::json::array()}});
     EXPECT_EQ(&PerDisplayMenuBarAPI::shared(), &api);
     EXPECT_FALSE(PerDisplayMenuBarAPI::shared().isComplete());
     EXPECT_EQ(process.takeWarnings(), Lines{unavailableWarning});
-    endProcess();
+    process.restart();
     EXPECT_TRUE(PerDisplayMenuBarAPI::shared().isComplete());
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

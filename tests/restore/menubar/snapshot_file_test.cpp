@@ -8,10 +8,9 @@
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 #include "tests/support/bad_input.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-using namespace tests;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -33,7 +32,7 @@ class MenuBarSnapshotFile : public testing::Test {
         EXPECT_TRUE(readFile(path) == bad.text) << bad.what;
     }
 
-    MenuBarProcess process;
+    SimulatedProcess process;
     const std::string path = process.path("State/menubar-state.json");
 };
 
@@ -156,4 +155,4 @@ TEST_F(MenuBarSnapshotFile, SaysWhyItCannotBeDeleted) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

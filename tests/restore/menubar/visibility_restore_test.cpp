@@ -7,11 +7,10 @@
 #include "simulator/devices/displays.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 using testing::IsEmpty;
 using Snapshot = MenuBarAutohideSnapshot;
 using Record = MenuBarDisplayVisibilityOverride;
@@ -32,7 +31,7 @@ TEST(MenuBarRestore, PutsTheGlobalPreferencesAndEveryDisplayBack) {
     json mac = macWith({display(7, 1, 1, false), display(8, 2, 2, true)});
     mac["preferences"] = {{"global", {{hideKey, true}, {visibleInFullscreenKey, false}}}};
     mac["menuBar"] = {{"autoHide", true}};
-    MenuBarProcess process(mac);
+    SimulatedProcess process(mac);
     const Snapshot snapshot{
         .hideMenuBar = 0,
         .visibleInFullscreen = 1,
@@ -52,7 +51,7 @@ TEST(MenuBarRestore, LeavesGlobalPreferencesAloneThatAreBackAlready) {
          {Snapshot{.hideMenuBar = 1, .globalRestored = true},
           Snapshot{.hideMenuBar = 1, .pendingOnly = true},
           Snapshot{.hideMenuBar = 1, .globalRestored = false, .pendingOnly = true}}) {
-        MenuBarProcess process;
+        SimulatedProcess process;
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(restored), outcome({}, true));
         EXPECT_EQ(callLines(), Lines{});
         EXPECT_EQ(simulator::notifications(), json::array());
@@ -61,7 +60,7 @@ TEST(MenuBarRestore, LeavesGlobalPreferencesAloneThatAreBackAlready) {
 }
 
 TEST(MenuBarRestore, FlagsThatAreFalseDoNotCount) {
-    MenuBarProcess process;
+    SimulatedProcess process;
     const Snapshot snapshot{.hideMenuBar = 1, .globalRestored = false, .pendingOnly = false};
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(snapshot), outcome({}, true));
     EXPECT_EQ(callLines(), appliesGlobal(true, std::nullopt));
@@ -70,7 +69,7 @@ TEST(MenuBarRestore, FlagsThatAreFalseDoNotCount) {
 TEST(MenuBarRestore, RemovesAPreferenceThatWasNotSet) {
     json mac = json{{"preferences", {{"global", {{hideKey, true}}}}}};
     mac["menuBar"] = {{"autoHide", true}};
-    MenuBarProcess process(mac);
+    SimulatedProcess process(mac);
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(Snapshot{}), outcome({}, true));
     EXPECT_EQ(callLines(), appliesGlobal(std::nullopt, std::nullopt));
     EXPECT_EQ(globalPreferences(), json::object());
@@ -84,7 +83,7 @@ TEST(MenuBarRestore, AttemptsTheRecordsWhenTheGlobalPreferencesFail) {
         {{{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1003}},
          "CGSSetMenuBarAutohideEnabled returned 1003"}};
     for (const auto& [fault, warning] : troubles) {
-        MenuBarProcess process(macWith({display(7, 1, 1, false)}));
+        SimulatedProcess process(macWith({display(7, 1, 1, false)}));
         simulator::addFault(fault);
         const Snapshot snapshot{.displayVisibilityOverrides = {{recordOf(1, 1, true)}}};
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(snapshot), (Outcome{false, {}, true}));
@@ -95,7 +94,7 @@ TEST(MenuBarRestore, AttemptsTheRecordsWhenTheGlobalPreferencesFail) {
 
 TEST(MenuBarRestore, WithoutRecordsDoesNotAskForDisplays) {
     for (const Snapshot& snapshot : {Snapshot{.globalRestored = true}, ofRecords({})}) {
-        MenuBarProcess process(json{{"unavailable", {"SkyLight"}}});
+        SimulatedProcess process(json{{"unavailable", {"SkyLight"}}});
         simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}});
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(snapshot), outcome({}, true));
         EXPECT_EQ(simulator::faultsMet(), 0U);
@@ -109,7 +108,7 @@ TEST(MenuBarRestore, KeepsEveryRecordWhereDisplaysCannotBeHandled) {
     for (const SkyLight& skyLight : SkyLight::all()) {
         json mac = macWith({display(8, 2, 2, true)});
         mac["unavailable"] = skyLight.missing();
-        MenuBarProcess process(mac);
+        SimulatedProcess process(mac);
         simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"effect", true}});
         const bool complete = skyLight.isComplete();
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(twoRecords)),
@@ -123,7 +122,7 @@ TEST(MenuBarRestore, KeepsEveryRecordWhereDisplaysCannotBeHandled) {
 
 TEST(MenuBarRestore, KeepsEveryRecordWhenTheDisplaysCannotBeListed) {
     for (const int failing : {0, 1}) {
-        MenuBarProcess process(macWith({display(8, 2, 2, true)}));
+        SimulatedProcess process(macWith({display(8, 2, 2, true)}));
         simulator::addFault({{"call", "CGGetActiveDisplayList"},
                              {"skip", failing},
                              {"result", 1000},
@@ -136,7 +135,7 @@ TEST(MenuBarRestore, KeepsEveryRecordWhenTheDisplaysCannotBeListed) {
 }
 
 TEST(MenuBarRestore, EveryRecordIsAbsentOnAMacWithoutDisplays) {
-    MenuBarProcess process(json{{"displays", json::array()}});
+    SimulatedProcess process(json{{"displays", json::array()}});
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(twoRecords)), outcome(twoRecords, true));
     EXPECT_EQ(callLines(), Lines{});
 }
@@ -177,7 +176,7 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
         {"the first one comes", {}, connect(first), {}, outcome(records, true)},
     };
     for (const Change& change : changes) {
-        MenuBarProcess process(macWith(change.before));
+        SimulatedProcess process(macWith(change.before));
         int calls = 0;
         simulator::onCall("CGGetActiveDisplayList", [&] {
             if (++calls == 2) {
@@ -191,7 +190,7 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
 }
 
 TEST(MenuBarRestore, ARecordOfAnAbsentDisplayWaits) {
-    MenuBarProcess process(macWith({display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({display(8, 2, 2, true)}));
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(9, 3, true)})),
               outcome({recordOf(9, 3, true)}, true));
     EXPECT_EQ(callLines(), Lines{});
@@ -199,7 +198,7 @@ TEST(MenuBarRestore, ARecordOfAnAbsentDisplayWaits) {
 }
 
 TEST(MenuBarRestore, OfTwoRecordsOfOneDisplayOneIsRestoredAndTheOtherDropped) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false)}));
     process.knowDisplays({{"desk", hardwareID(1)}});
     const Record byAlias{.canonicalID = "desk", .portUUID = port(3), .enabled = true};
     const Record byUUID{.canonicalID = hardwareID(1), .portUUID = port(3), .enabled = false};
@@ -209,7 +208,7 @@ TEST(MenuBarRestore, OfTwoRecordsOfOneDisplayOneIsRestoredAndTheOtherDropped) {
 }
 
 TEST(MenuBarRestore, ARecordThatFitsTwoDisplaysAlikeIsKept) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false)}));
     process.knowDisplays({{"desk", hardwareID(1), hardwareID(2)}});
     const Record either{.canonicalID = "desk", .portUUID = port(3), .enabled = true};
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({either})), outcome({either}, false));
@@ -217,7 +216,7 @@ TEST(MenuBarRestore, ARecordThatFitsTwoDisplaysAlikeIsKept) {
 }
 
 TEST(MenuBarRestore, TheAliasMapIsLoadedOnce) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
     writeFile(process.path("Settings/preferences.json"), "{");
     EXPECT_EQ(
         MenuBarAutohide::restoreDetailed(ofRecords({recordOf(1, 1, true), recordOf(2, 2, false)})),
@@ -230,7 +229,7 @@ const std::string twinsWarning =
     "Multiple displays with fingerprint 1552-41234-1, disambiguating via port-UUID";
 
 TEST(MenuBarRestore, ATwinThatHasAppearedDoesNotTakeADisplaysRecord) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, false)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, false)}));
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(1, 2, true)})),
               outcome({}, true));
     EXPECT_EQ(callLines(), putsBack(8, true));
@@ -238,14 +237,14 @@ TEST(MenuBarRestore, ATwinThatHasAppearedDoesNotTakeADisplaysRecord) {
 }
 
 TEST(MenuBarRestore, ARecordOfAnotherPortFitsBothTwins) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, false)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, false)}));
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(1, 3, true)})),
               outcome({recordOf(1, 3, true)}, false));
     EXPECT_EQ(callLines(), Lines{});
 }
 
 TEST(MenuBarRestore, TwinsAreToldApartByTheirPorts) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, true)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, true)}));
     const auto ofPort = [](int number, bool enabled) {
         return Record{.canonicalID = port(number),
                       .hardwareID = port(number),
@@ -261,14 +260,14 @@ TEST(MenuBarRestore, ADisplayWithoutUUIDIsKnownByItsNumber) {
     json nameless = display(7, 0, 1, false);
     nameless["vendor"] = 0;
     nameless["portUUID"] = nullptr;
-    MenuBarProcess process(macWith({nameless}));
+    SimulatedProcess process(macWith({nameless}));
     const Record record{.canonicalID = "Display-7", .portUUID = "Display-7", .enabled = true};
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({record})), outcome({}, true));
     EXPECT_EQ(callLines(), putsBack(7, true));
 }
 
 TEST(MenuBarRestore, ARefusedOverrideIsNotReadBackAndStopsNoOther) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
     simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"},
                          {"result", -1},
                          {"times", 1},
@@ -317,7 +316,7 @@ TEST(MenuBarRestore, AnOverrideIsReadBackUntilItShows) {
     rows.push_back({{{"call", setter}, {"effect", false}}, 7, false});
     for (const bool enabled : {true, false}) {
         for (const ReadBack& row : rows) {
-            MenuBarProcess process(macWith({display(7, 1, 1, !enabled)}));
+            SimulatedProcess process(macWith({display(7, 1, 1, !enabled)}));
             simulator::addFault(row.fault);
             simulator::addFault({{"call", "nanosleep"}, {"effect", true}});  // to count them
             const Record record = recordOf(1, 1, enabled);
@@ -335,7 +334,7 @@ TEST(MenuBarRestore, AnOverrideIsReadBackUntilItShows) {
 }
 
 TEST(MenuBarRestore, EachOverrideIsReadBackBeforeTheNextIsSet) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
     simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 1}});
     EXPECT_EQ(
         MenuBarAutohide::restoreDetailed(ofRecords({recordOf(2, 2, false), recordOf(1, 1, true)})),
@@ -346,8 +345,8 @@ TEST(MenuBarRestore, EachOverrideIsReadBackBeforeTheNextIsSet) {
 }
 
 TEST(MenuBarRestore, EveryUnsettledRecordIsKeptInItsOrder) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false),
-                                    display(9, 3, 3, false), display(10, 4, 4, false)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false),
+                                      display(9, 3, 3, false), display(10, 4, 4, false)}));
     process.knowDisplays({{"either", hardwareID(3), hardwareID(4)}});
     simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"},
                          {"result", 1000},
@@ -368,7 +367,7 @@ TEST(MenuBarRestore, OneKindOfTroubleIsEnoughNotToBeOnlyAbsent) {
     const Record absent = recordOf(9, 9, true);
     const Record failed = recordOf(1, 1, true);
     for (const Records& records : {Records{absent, failed}, Records{failed, absent}}) {
-        MenuBarProcess process(macWith({display(7, 1, 1, false)}));
+        SimulatedProcess process(macWith({display(7, 1, 1, false)}));
         simulator::addFault(
             {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"effect", false}});
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(records)), outcome(records, false));
@@ -400,7 +399,7 @@ TEST(MenuBarRestore, IsWholeOnlyWhenNothingIsLeft) {
          false},
     };
     for (const Whole& row : rows) {
-        MenuBarProcess process(macWith({display(7, 1, 1, false)}));
+        SimulatedProcess process(macWith({display(7, 1, 1, false)}));
         if (row.fault) {
             simulator::addFault(*row.fault);
         }
@@ -456,14 +455,14 @@ TEST(MenuBarBaseline, DisplaysThatNoRecordBelongsToAreWithout) {
         {"two records of one display", {ofDesk, ofDesk}, {9, 8}},
     };
     for (const Baseline& row : rows) {
-        MenuBarProcess process(macOfIdentities());
+        SimulatedProcess process(macOfIdentities());
         EXPECT_EQ(withoutBaseline(row.records), row.without) << row.name;
         EXPECT_EQ(callLines(), Lines{}) << row.name;
     }
 }
 
 TEST(MenuBarBaseline, AnAmbiguousRecordIsNoBaseline) {
-    MenuBarProcess process(macOfIdentities());
+    SimulatedProcess process(macOfIdentities());
     const MenuBarDisplayIdentity one(7, "same", hardwareID(1), port(1));
     const MenuBarDisplayIdentity other(9, "same", hardwareID(3), port(3));
     const Record either{.canonicalID = "same", .portUUID = port(9)};
@@ -472,7 +471,7 @@ TEST(MenuBarBaseline, AnAmbiguousRecordIsNoBaseline) {
 }
 
 TEST(MenuBarBaseline, ARecordMayBelongByTheFingerprintOfTheDisplayItself) {
-    MenuBarProcess process(macOfIdentities());
+    SimulatedProcess process(macOfIdentities());
     const MenuBarDisplayIdentity twin(7, port(1), std::nullopt, port(1));
     EXPECT_THAT(MenuBarAutohide::displaysWithoutBaseline({twin}, {recordOf(1, 9, true)}),
                 IsEmpty());
@@ -481,4 +480,4 @@ TEST(MenuBarBaseline, ARecordMayBelongByTheFingerprintOfTheDisplayItself) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -5,11 +5,10 @@
 #include "simulator/devices/menu_bar.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 
 const std::string lowerCasePort = "aaaaaaaa-0000-4000-8000-000000000001";
 
@@ -26,7 +25,7 @@ TEST(MenuBarVisibility, EveryOperationDegradesWithTheFunctionsItNeeds) {
     for (const SkyLight& skyLight : SkyLight::all()) {
         json mac = tellingMac();
         mac["unavailable"] = skyLight.missing();
-        MenuBarProcess process(mac);
+        SimulatedProcess process(mac);
         const bool complete = skyLight.isComplete();
         EXPECT_EQ(MenuBarAutohide::supportsPerDisplayVisibility(), complete) << mac;
         EXPECT_EQ(MenuBarAutohide::visibilityOverride(7),
@@ -51,7 +50,7 @@ TEST(MenuBarVisibility, EveryOperationDegradesWithTheFunctionsItNeeds) {
 TEST(MenuBarVisibility, WithoutSkyLightNothingIsKnownAndNothingSet) {
     json mac = tellingMac();
     mac["unavailable"] = {"SkyLight"};
-    MenuBarProcess process(mac);
+    SimulatedProcess process(mac);
     EXPECT_FALSE(MenuBarAutohide::supportsPerDisplayVisibility());
     EXPECT_EQ(MenuBarAutohide::visibilityOverride(7), std::nullopt);
     EXPECT_FALSE(MenuBarAutohide::setVisibilityOverride(false, 7));
@@ -63,7 +62,7 @@ TEST(MenuBarVisibility, WithoutSkyLightNothingIsKnownAndNothingSet) {
 }
 
 TEST(MenuBarVisibility, OverridesAreSetAndRead) {
-    MenuBarProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
     EXPECT_EQ(MenuBarAutohide::visibilityOverride(7), false);
     EXPECT_EQ(MenuBarAutohide::visibilityOverride(8), true);
     EXPECT_TRUE(MenuBarAutohide::setVisibilityOverride(true, 7));
@@ -77,7 +76,7 @@ TEST(MenuBarVisibility, OverridesAreSetAndRead) {
 }
 
 TEST(MenuBarVisibility, ARefusedOverrideIsLogged) {
-    MenuBarProcess process(macWith({display(4294967295U, 1, 1, true)}));
+    SimulatedProcess process(macWith({display(4294967295U, 1, 1, true)}));
     for (const int code : {1000, -1}) {
         simulator::clearFaults();
         simulator::addFault(
@@ -91,7 +90,7 @@ TEST(MenuBarVisibility, ARefusedOverrideIsLogged) {
 }
 
 TEST(MenuBarVisibility, RuntimeAutohideIsTheWindowServersOwn) {
-    MenuBarProcess process(json{{"preferences", {{"global", {{hideKey, true}}}}}});
+    SimulatedProcess process(json{{"preferences", {{"global", {{hideKey, true}}}}}});
     EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), false);
     simulator::set({{"menuBar", {{"autoHide", true}}}});
     EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), true);
@@ -99,7 +98,7 @@ TEST(MenuBarVisibility, RuntimeAutohideIsTheWindowServersOwn) {
 }
 
 TEST(MenuBarVisibility, RuntimeAutohideIsUnknownWhenRefused) {
-    MenuBarProcess process(json{{"menuBar", {{"autoHide", true}}}});
+    SimulatedProcess process(json{{"menuBar", {{"autoHide", true}}}});
     simulator::addFault(
         {{"call", "SLSGetMenuBarAutohideEnabled"}, {"result", -308}, {"effect", true}});
     EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), std::nullopt);
@@ -107,14 +106,14 @@ TEST(MenuBarVisibility, RuntimeAutohideIsUnknownWhenRefused) {
 }
 
 TEST(MenuBarVisibility, RuntimeAutohideIsOffWhenTheWindowServerDoesNotAnswer) {
-    MenuBarProcess process(json{{"menuBar", {{"autoHide", true}}}});
+    SimulatedProcess process(json{{"menuBar", {{"autoHide", true}}}});
     simulator::addFault({{"call", "SLSGetMenuBarAutohideEnabled"}, {"effect", false}});
     EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(), false);
     EXPECT_EQ(process.takeWarnings(), Lines{});
 }
 
 TEST(MenuBarVisibility, TheActiveDisplayMayBeUnknown) {
-    MenuBarProcess process(json{{"menuBar", {{"activeDisplay", nullptr}}}});
+    SimulatedProcess process(json{{"menuBar", {{"activeDisplay", nullptr}}}});
     EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(), std::nullopt);
     simulator::set({{"menuBar", {{"activeDisplay", lowerCasePort}}}});
     EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(), lowerCasePort);
@@ -125,7 +124,7 @@ TEST(MenuBarVisibility, SpacesOfTypeFourAreFullscreen) {
         json plain = display(7, 1, 1);
         json other = display(8, 2, 2);
         other["spaceType"] = type;
-        MenuBarProcess process(macWith({plain, other}));
+        SimulatedProcess process(macWith({plain, other}));
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), false) << type;
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(8), type == 4) << type;
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(9), std::nullopt) << type;
@@ -181,7 +180,7 @@ const std::vector<Spaces> shapes = {
 
 TEST(MenuBarVisibility, ManagedDisplaySpacesOfAnyShape) {
     for (const Spaces& shape : shapes) {
-        MenuBarProcess process(macWith({display(7, 1, 1)}));
+        SimulatedProcess process(macWith({display(7, 1, 1)}));
         simulator::devices::replaceManagedDisplaySpaces(shape.value);
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), shape.fullscreen) << shape.name;
         EXPECT_EQ(process.takeWarnings(), Lines{}) << shape.name;
@@ -191,11 +190,11 @@ TEST(MenuBarVisibility, ManagedDisplaySpacesOfAnyShape) {
 TEST(MenuBarVisibility, ADisplayWithoutPortUUIDIsLookedForByItsNumber) {
     json nameless = display(7, 1, 1);
     nameless["portUUID"] = nullptr;
-    MenuBarProcess process(macWith({nameless}));
+    SimulatedProcess process(macWith({nameless}));
     EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), std::nullopt);
     simulator::devices::replaceManagedDisplaySpaces(json::array({entryOfType("DISPLAY-7", 4)}));
     EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), true);
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -18,6 +18,7 @@
 #include "restore/paths/restore_log.hpp"
 #include "simulator/devices/display_modes.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/calls.hpp"
 #include "tests/support/log_capture.hpp"
 
 namespace tolvaran::tests {
@@ -65,15 +66,6 @@ void resetMac(const Modes& modes, const json& current) {
         display["mode"] = current;
     }
     simulator::reset({{"displays", json::array({display})}});
-}
-
-/// The calls so far, each as [name, arguments, result].
-json calls() {
-    json result = json::array();
-    for (const json& call : simulator::calls()) {
-        result.push_back({call.at("call"), call.at("args"), call.at("result")});
-    }
-    return result;
 }
 
 const Modes threeModes{mode(1, 1920, 1080, 60), mode(2, 1280, 720, 59.5, 2.0F),
@@ -196,9 +188,9 @@ TEST(ApplyingADisplayMode, SwitchesForTheSession) {
     resetMac(threeModes, 1);
     const LogCapture log;
     EXPECT_TRUE(DisplayModeControl::apply(2, 7));
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0],
-                                       ["CGSConfigureDisplayMode", [7, 2], 0],
-                                       ["CGCompleteDisplayConfiguration", [1], 0]])"));
+    EXPECT_EQ(callLines(),
+              (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [7,2] = 0",
+                     "CGCompleteDisplayConfiguration [1] = 0"}));
     EXPECT_EQ(simulator::machine()["displays"][0]["mode"], 2);
     EXPECT_EQ(DisplayModeControl::currentMode(7), threeModes[1]);
     EXPECT_EQ(simulator::openConfigurations(), 0U);
@@ -209,7 +201,7 @@ TEST(ApplyingADisplayMode, FailsWhenTheConfigurationCannotBegin) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 1000]])"));
+    EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 1000"});
 }
 
 TEST(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
@@ -217,32 +209,32 @@ TEST(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
     simulator::addFault(
         {{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}, {"effect", true}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
-    EXPECT_EQ(calls().size(), 1U);
+    EXPECT_EQ(callLines().size(), 1U);
 }
 
 TEST(ApplyingADisplayMode, FailsWithoutAHandle) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"effect", false}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0]])"));
+    EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 0"});
 }
 
 TEST(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSConfigureDisplayMode"}, {"result", 1001}});
     EXPECT_TRUE(DisplayModeControl::apply(2, 7));
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0],
-                                       ["CGSConfigureDisplayMode", [7, 2], 1001],
-                                       ["CGCompleteDisplayConfiguration", [1], 0]])"));
+    EXPECT_EQ(callLines(),
+              (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [7,2] = 1001",
+                     "CGCompleteDisplayConfiguration [1] = 0"}));
 }
 
 TEST(ApplyingADisplayMode, DoesNotCancelAFailedCompletion) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0],
-                                       ["CGSConfigureDisplayMode", [7, 2], 0],
-                                       ["CGCompleteDisplayConfiguration", [1], 1004]])"));
+    EXPECT_EQ(callLines(),
+              (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [7,2] = 0",
+                     "CGCompleteDisplayConfiguration [1] = 1004"}));
     EXPECT_EQ(simulator::machine()["displays"][0]["mode"], 1);
 }
 

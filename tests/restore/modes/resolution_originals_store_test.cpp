@@ -12,8 +12,7 @@
 
 #include "restore/paths/tolvaran_paths.hpp"
 #include "tests/restore/modes/decimal_comma_locale.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -37,25 +36,19 @@ ResolutionOriginalsFile fileWith(std::map<std::string, DisplayModeSpec> entries)
     return {.version = 1, .entries = std::move(entries)};
 }
 
-class ResolutionOriginals : public testing::Test {
+class ResolutionOriginals : public ProcessTest {
   protected:
-    const std::string& path() const { return path_; }
     void write(const std::string& content) const { writeFile(path_, content); }
     std::optional<std::string> content() const { return readFile(path_); }
-    std::vector<std::string> takeLog() { return log_.take(); }
 
     void expectUnusable(const std::string& text) {
         write(text);
-        EXPECT_EQ(Store::load(path()), fileWith({})) << text.substr(0, 200);
+        EXPECT_EQ(Store::load(path_), fileWith({})) << text.substr(0, 200);
         EXPECT_THAT(takeLog(), ElementsAre(unusable)) << text.substr(0, 200);
         EXPECT_EQ(content(), text);
     }
 
-    TemporaryDirectory directory_;
-
-  private:
-    std::string path_ = directory_ / "State/.resolution-originals";
-    LogCapture log_;
+    const std::string path_ = state(".resolution-originals");
 };
 
 TEST_F(ResolutionOriginals, StandInTheStateDirectory) {
@@ -66,21 +59,21 @@ TEST_F(ResolutionOriginals, StandInTheStateDirectory) {
 }
 
 TEST_F(ResolutionOriginals, AreNoneWithoutAFile) {
-    EXPECT_EQ(Store::load(path()), fileWith({}));
-    EXPECT_THAT(Store::pendingEntries(path()), IsEmpty());
-    std::filesystem::create_directories(path());  // a directory is no readable file
-    EXPECT_EQ(Store::load(path()), fileWith({}));
+    EXPECT_EQ(Store::load(path_), fileWith({}));
+    EXPECT_THAT(Store::pendingEntries(path_), IsEmpty());
+    std::filesystem::create_directories(path_);  // a directory is no readable file
+    EXPECT_EQ(Store::load(path_), fileWith({}));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(ResolutionOriginals, AreWrittenWithSortedKeys) {
-    Store::save(fileWith({{"HW-1552-41234-0", first}}), path());
+    Store::save(fileWith({{"HW-1552-41234-0", first}}), path_);
     EXPECT_EQ(content(), oneEntry);
-    Store::save(fileWith({{"b", second}, {"a", first}, {"B", {1, 2, false, 3}}}), path());
+    Store::save(fileWith({{"b", second}, {"a", first}, {"B", {1, 2, false, 3}}}), path_);
     EXPECT_EQ(content(), R"({"entries":{"B":{"height":2,"hz":3,"scaled":false,"width":1},)"
                          R"("a":{"height":1440,"hz":60,"scaled":true,"width":2560},)"
                          R"("b":{"height":1080,"hz":0,"scaled":false,"width":1920}},"version":1})");
-    EXPECT_THAT(directory_.list(), ElementsAre("State/", "State/.resolution-originals"));
+    EXPECT_THAT(files(), ElementsAre("State/", "State/.resolution-originals"));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
@@ -90,17 +83,17 @@ TEST_F(ResolutionOriginals, AreReadBackAsWritten) {
                                 {"", second},
                                 {"\"\\\n\xC3\xA9", {1, 1, false, 0}},
                                 {"huge", {greatest, greatest, true, greatest}}});
-    Store::save(file, path());
-    EXPECT_EQ(Store::load(path()), file);
-    EXPECT_EQ(Store::pendingEntries(path()), file.entries);
+    Store::save(file, path_);
+    EXPECT_EQ(Store::load(path_), file);
+    EXPECT_EQ(Store::pendingEntries(path_), file.entries);
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(ResolutionOriginals, AreWrittenAlikeInEveryRegion) {
     const DecimalCommaLocale locale;
-    Store::save(fileWith({{"HW-1552-41234-0", first}}), path());
+    Store::save(fileWith({{"HW-1552-41234-0", first}}), path_);
     EXPECT_EQ(content(), oneEntry);
-    EXPECT_EQ(Store::load(path()), fileWith({{"HW-1552-41234-0", first}}));
+    EXPECT_EQ(Store::load(path_), fileWith({{"HW-1552-41234-0", first}}));
 }
 
 TEST_F(ResolutionOriginals, OfAnotherVersionAreUnusable) {
@@ -115,7 +108,7 @@ TEST_F(ResolutionOriginals, TruncatedAnywhereAreUnusable) {
         expectUnusable(oneEntry.substr(0, length));
     }
     write(oneEntry);
-    EXPECT_EQ(Store::load(path()), fileWith({{"HW-1552-41234-0", first}}));
+    EXPECT_EQ(Store::load(path_), fileWith({{"HW-1552-41234-0", first}}));
 }
 
 TEST_F(ResolutionOriginals, WithAnotherShapeAreUnusable) {
@@ -170,7 +163,7 @@ TEST_F(ResolutionOriginals, WithOneUndecodableEntryAreUnusable) {
 TEST_F(ResolutionOriginals, MayHoldWholeNumbersWithAFractionAndUnknownKeys) {
     write(R"({"version":1.0,"writer":"x","entries":
              {"a":{"width":2560.0,"height":1.44e3,"scaled":true,"hz":6e1,"depth":8}}})");
-    EXPECT_EQ(Store::load(path()), fileWith({{"a", first}}));
+    EXPECT_EQ(Store::load(path_), fileWith({{"a", first}}));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
@@ -183,9 +176,9 @@ TEST_F(ResolutionOriginals, LoseEntriesThatNoDisplayCouldHaveSilently) {
                   {"negative rate", {1, 1, false, -1}},
                   {"smallest", {1, 1, false, 0}},
                   {"usual", first}}),
-        path());
+        path_);
     const std::optional<std::string> before = content();
-    EXPECT_EQ(Store::load(path()), fileWith({{"smallest", {1, 1, false, 0}}, {"usual", first}}));
+    EXPECT_EQ(Store::load(path_), fileWith({{"smallest", {1, 1, false, 0}}, {"usual", first}}));
     EXPECT_EQ(content(), before);
     EXPECT_THAT(takeLog(), IsEmpty());
 }
@@ -196,57 +189,57 @@ TEST_F(ResolutionOriginals, AreUnusableWhenTheyAreFiftyMegabytesOfNonsense) {
 
 TEST_F(ResolutionOriginals, AreReadFromAFileOfFiftyMegabytes) {
     write(R"({"padding":")" + std::string(50'000'000, 'x') + "\"," + oneEntry.substr(1));
-    EXPECT_EQ(Store::load(path()), fileWith({{"HW-1552-41234-0", first}}));
+    EXPECT_EQ(Store::load(path_), fileWith({{"HW-1552-41234-0", first}}));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(ResolutionOriginals, HaveNoFileWhenThereAreNone) {
     write(oneEntry);
-    Store::save(fileWith({}), path());
+    Store::save(fileWith({}), path_);
     EXPECT_EQ(content(), std::nullopt);
-    Store::save(fileWith({}), path());
-    EXPECT_THAT(directory_.list(), ElementsAre("State/"));
+    Store::save(fileWith({}), path_);
+    EXPECT_THAT(files(), ElementsAre("State/"));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(ResolutionOriginals, PassOverAFileThatCannotBeRemoved) {
-    std::filesystem::create_directories(path());
-    Store::save(fileWith({}), path());
-    EXPECT_TRUE(std::filesystem::is_directory(path()));
+    std::filesystem::create_directories(path_);
+    Store::save(fileWith({}), path_);
+    EXPECT_TRUE(std::filesystem::is_directory(path_));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(ResolutionOriginals, StayWhenTheNewOnesCannotBeEncoded) {
     write(oneEntry);
-    Store::save(fileWith({{"\xFF\xFE", first}}), path());
+    Store::save(fileWith({{"\xFF\xFE", first}}), path_);
     EXPECT_EQ(content(), oneEntry);
     EXPECT_THAT(takeLog(), ElementsAre("warn: Failed to encode resolution originals file"));
 }
 
 TEST_F(ResolutionOriginals, SayWhenTheyCannotBeWritten) {
-    writeFile(directory_ / "State", "a file where the directory should be");
-    Store::save(fileWith({{"a", first}}), path());
+    writeFile(path("State"), "a file where the directory should be");
+    Store::save(fileWith({{"a", first}}), path_);
     EXPECT_THAT(
         takeLog(),
         ElementsAre(testing::StartsWith("warn: Failed to write resolution originals file: create " +
-                                        path() + ": Not a directory")));
-    EXPECT_THAT(directory_.list(), ElementsAre("State"));
+                                        path_ + ": Not a directory")));
+    EXPECT_THAT(files(), ElementsAre("State"));
 }
 
 TEST_F(ResolutionOriginals, StayWhenTheyCannotBeReplaced) {
-    writeFile(path() + "/inside", "so that nothing can be renamed over this directory");
-    Store::save(fileWith({{"a", first}}), path());
+    writeFile(path_ + "/inside", "so that nothing can be renamed over this directory");
+    Store::save(fileWith({{"a", first}}), path_);
     EXPECT_THAT(takeLog(),
                 ElementsAre(testing::StartsWith(
-                    "warn: Failed to write resolution originals file: rename " + path() + ": ")));
-    EXPECT_THAT(directory_.list(), ElementsAre("State/", "State/.resolution-originals/",
-                                               "State/.resolution-originals/inside"));
+                    "warn: Failed to write resolution originals file: rename " + path_ + ": ")));
+    EXPECT_THAT(files(), ElementsAre("State/", "State/.resolution-originals/",
+                                     "State/.resolution-originals/inside"));
 }
 
 TEST_F(ResolutionOriginals, RecordTheFirstModeOfADisplay) {
-    Store::recordIfAbsent("a", first, path());
-    Store::recordIfAbsent("b", second, path());
-    EXPECT_EQ(Store::load(path()), fileWith({{"a", first}, {"b", second}}));
+    Store::recordIfAbsent("a", first, path_);
+    Store::recordIfAbsent("b", second, path_);
+    EXPECT_EQ(Store::load(path_), fileWith({{"a", first}, {"b", second}}));
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
@@ -256,32 +249,32 @@ TEST_F(ResolutionOriginals, AreNotTouchedByASecondModeOfADisplay) {
         R"( {"version":1, "entries":{"a":{"width":2560,"height":1440,"scaled":true,"hz":60},
             "invalid":{"width":0,"height":0,"scaled":true,"hz":60}}} )";
     write(text);
-    Store::recordIfAbsent("a", second, path());
-    Store::recordIfAbsent("a", first, path());
+    Store::recordIfAbsent("a", second, path_);
+    Store::recordIfAbsent("a", first, path_);
     EXPECT_EQ(content(), text);
 }
 
 TEST_F(ResolutionOriginals, RecordOverAnInvalidEntry) {
-    Store::save(fileWith({{"a", {0, 0, false, 0}}, {"b", {-1, 0, false, 0}}}), path());
-    Store::recordIfAbsent("a", first, path());
+    Store::save(fileWith({{"a", {0, 0, false, 0}}, {"b", {-1, 0, false, 0}}}), path_);
+    Store::recordIfAbsent("a", first, path_);
     EXPECT_EQ(content(), R"({"entries":{"a":{"height":1440,"hz":60,"scaled":true,"width":2560}},)"
                          R"("version":1})");
 }
 
 TEST_F(ResolutionOriginals, StartAfreshOverAFileThatCannotBeUsed) {
     write("{torn");
-    Store::recordIfAbsent("HW-1552-41234-0", first, path());
+    Store::recordIfAbsent("HW-1552-41234-0", first, path_);
     EXPECT_THAT(takeLog(), ElementsAre(unusable));
     EXPECT_EQ(content(), oneEntry);
 }
 
 TEST_F(ResolutionOriginals, AreClearedOneByOne) {
-    Store::save(fileWith({{"a", first}, {"b", second}}), path());
-    Store::clear("a", path());
-    EXPECT_EQ(Store::load(path()), fileWith({{"b", second}}));
-    Store::clear("b", path());
+    Store::save(fileWith({{"a", first}, {"b", second}}), path_);
+    Store::clear("a", path_);
+    EXPECT_EQ(Store::load(path_), fileWith({{"b", second}}));
+    Store::clear("b", path_);
     EXPECT_EQ(content(), std::nullopt);
-    Store::clear("b", path());
+    Store::clear("b", path_);
     EXPECT_EQ(content(), std::nullopt);
     EXPECT_THAT(takeLog(), IsEmpty());
 }
@@ -291,17 +284,17 @@ TEST_F(ResolutionOriginals, AreNotRewrittenToClearWhatIsNotThere) {
         R"( {"version":1, "entries":{"a":{"width":2560,"height":1440,"scaled":true,"hz":60},
             "invalid":{"width":0,"height":0,"scaled":true,"hz":60}}} )";
     write(text);
-    Store::clear("b", path());
-    Store::clear("", path());
-    Store::clear("invalid", path());
+    Store::clear("b", path_);
+    Store::clear("", path_);
+    Store::clear("invalid", path_);
     EXPECT_EQ(content(), text);
-    Store::clear("a", path());  // the invalid one goes with it
+    Store::clear("a", path_);  // the invalid one goes with it
     EXPECT_EQ(content(), std::nullopt);
 }
 
 TEST_F(ResolutionOriginals, AreLeftAloneByClearingWhenTheyCannotBeUsed) {
     write(R"({"entries":{},"version":2})");
-    Store::clear("a", path());
+    Store::clear("a", path_);
     EXPECT_THAT(takeLog(), ElementsAre(unusable));
     EXPECT_EQ(content(), R"({"entries":{},"version":2})");
 }

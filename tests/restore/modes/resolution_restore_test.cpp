@@ -12,8 +12,7 @@
 
 #include "restore/modes/resolution_originals_store.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -55,40 +54,25 @@ std::string canonicalID(std::uint32_t id) {
 
 const DisplayModeSpec small{1280, 720, false, 60};
 
-class ResolutionRestoring : public testing::Test {
+class ResolutionRestoring : public ProcessTest {
   protected:
     void record(const Entries& entries) const {
-        ResolutionOriginalsStore::save({.version = 1, .entries = entries}, path());
+        ResolutionOriginalsStore::save({.version = 1, .entries = entries}, path_);
     }
 
-    Entries entries() { return ResolutionOriginalsStore::pendingEntries(path()); }
+    Entries entries() { return ResolutionOriginalsStore::pendingEntries(path_); }
 
     /// What is left on disk; none when there is no file.
-    std::optional<std::string> content() const { return readFile(path()); }
+    std::optional<std::string> content() const { return readFile(path_); }
 
     std::int64_t restore() const {
-        return ResolutionRestore::restorePendingUsingSystemDisplays(path());
+        return ResolutionRestore::restorePendingUsingSystemDisplays(path_);
     }
 
-    std::vector<std::string> takeLog() { return log_.take(); }
-
-    static void resetMac(std::vector<json> displays) {
-        simulator::reset({{"displays", std::move(displays)}});
-    }
-
-    static json& displayOf(json& mac, std::size_t index) { return mac["displays"][index]; }
+    void resetMac(const std::vector<json>& displays) { start({{"displays", displays}}); }
 
     static std::int32_t modeOf(std::size_t index) {
         return simulator::machine()["displays"][index]["mode"];
-    }
-
-    /// The calls so far, each as [name, arguments, result].
-    static json calls() {
-        json result = json::array();
-        for (const json& call : simulator::calls()) {
-            result.push_back({call.at("call"), call.at("args"), call.at("result")});
-        }
-        return result;
     }
 
     /// Counts the calls of a function from here on.
@@ -98,14 +82,7 @@ class ResolutionRestoring : public testing::Test {
         return count;
     }
 
-    std::string path() const { return directory_ / "support/State/.resolution-originals"; }
-    std::string preferences() const { return directory_ / "support/Settings/preferences.json"; }
-
-  private:
-    TemporaryDirectory directory_;
-    ScopedEnvironment support_{"TOLVARAN_APPLICATION_SUPPORT_DIR", directory_ / "support"};
-    ScopedEnvironment settings_{"TOLVARAN_CONFIG_DIR", std::nullopt};
-    LogCapture log_;
+    const std::string path_ = state(".resolution-originals");
 };
 
 TEST_F(ResolutionRestoring, WithoutRecordsAsksTheWindowServerNothing) {
@@ -113,10 +90,10 @@ TEST_F(ResolutionRestoring, WithoutRecordsAsksTheWindowServerNothing) {
     const auto listings = countCalls("CGGetActiveDisplayList");
     const auto reads = countCalls("CGSGetCurrentDisplayMode");
     EXPECT_EQ(restore(), 0);
-    EXPECT_EQ(ResolutionRestore::restorePending({{canonicalID(1), 1}}, path()), 0);
+    EXPECT_EQ(ResolutionRestore::restorePending({{canonicalID(1), 1}}, path_), 0);
     EXPECT_EQ(*listings, 0);
     EXPECT_EQ(*reads, 0);
-    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(callLines(), Lines{});
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
@@ -124,7 +101,7 @@ TEST_F(ResolutionRestoring, TreatsAnotherVersionAsNoRecordsAndKeepsTheFile) {
     resetMac({display(1)});
     const std::string text = R"({"entries":{"HW-10-20-1":{"height":720,"hz":60,"scaled":false,)"
                              R"("width":1280}},"version":2})";
-    writeFile(path(), text);
+    writeFile(path_, text);
     const auto listings = countCalls("CGGetActiveDisplayList");
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(*listings, 0);
@@ -137,12 +114,11 @@ TEST_F(ResolutionRestoring, PutsBackEveryDisplay) {
     resetMac({display(1), display(2)});
     record({{canonicalID(1), small}, {canonicalID(2), {1280, 720, true, 60}}});
     EXPECT_EQ(restore(), 2);
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0],
-                                       ["CGSConfigureDisplayMode", [1, 2], 0],
-                                       ["CGCompleteDisplayConfiguration", [1], 0],
-                                       ["CGBeginDisplayConfiguration", [], 0],
-                                       ["CGSConfigureDisplayMode", [2, 4], 0],
-                                       ["CGCompleteDisplayConfiguration", [1], 0]])"));
+    EXPECT_EQ(
+        callLines(),
+        (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [1,2] = 0",
+               "CGCompleteDisplayConfiguration [1] = 0", "CGBeginDisplayConfiguration [] = 0",
+               "CGSConfigureDisplayMode [2,4] = 0", "CGCompleteDisplayConfiguration [1] = 0"}));
     EXPECT_EQ(modeOf(0), 2);
     EXPECT_EQ(modeOf(1), 4);
     EXPECT_EQ(content(), std::nullopt);
@@ -167,7 +143,7 @@ TEST_F(ResolutionRestoring, OnlyForgetsWhatIsShownAlready) {
     record({{canonicalID(1), {1920, 1080, false, 60}}, {"elsewhere", small}});
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(entries(), (Entries{{"elsewhere", small}}));
-    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(callLines(), Lines{});
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
@@ -201,7 +177,7 @@ TEST_F(ResolutionRestoring, AppliesAModeOfAnyRateEvenWhereItMayBeShownAlready) {
     resetMac({shown});
     record({{canonicalID(1), {1280, 720, false, 0}}});
     EXPECT_EQ(restore(), 1);
-    EXPECT_EQ(calls()[1], json::parse(R"(["CGSConfigureDisplayMode", [1, 2], 0])"));
+    EXPECT_EQ(callLines()[1], "CGSConfigureDisplayMode [1,2] = 0");
     EXPECT_EQ(content(), std::nullopt);
     EXPECT_THAT(takeLog(), ElementsAre("info: resolution restore: HW-10-20-1 -> 1280 × 720"));
 }
@@ -213,7 +189,7 @@ TEST_F(ResolutionRestoring, ForgetsAModeOfUnknownRateThatIsShownWithoutOne) {
     resetMac({panel});
     record({{canonicalID(1), {1280, 720, false, 0}}});
     EXPECT_EQ(restore(), 0);
-    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(content(), std::nullopt);
 }
 
@@ -278,7 +254,7 @@ TEST_F(ResolutionRestoring, KeepsARecordWithoutAnExactMode) {
     const std::optional<std::string> before = content();
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(content(), before);
-    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(callLines(), Lines{});
     EXPECT_THAT(takeLog(), ElementsAre("warn: resolution restore: no exact mode 3008 × 1692 for "
                                        "HW-10-20-1; keeping entry",
                                        "warn: resolution restore: no exact mode 1280 × 720 @ 50 "
@@ -338,16 +314,17 @@ TEST_F(ResolutionRestoring, DoesNotCancelAFailedCompletion) {
     record({{canonicalID(1), {1280, 720, false, 0}}});
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
     EXPECT_EQ(restore(), 0);
-    EXPECT_EQ(calls(), json::parse(R"([["CGBeginDisplayConfiguration", [], 0],
-                                       ["CGSConfigureDisplayMode", [1, 2], 0],
-                                       ["CGCompleteDisplayConfiguration", [1], 1004]])"));
+    EXPECT_EQ(callLines(),
+              (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [1,2] = 0",
+                     "CGCompleteDisplayConfiguration [1] = 1004"}));
     EXPECT_THAT(takeLog(), ElementsAre("warn: resolution restore: apply failed for HW-10-20-1 1280 "
                                        "× 720; keeping entry"));
 }
 
 TEST_F(ResolutionRestoring, RestoresOnlyTheLaterOfTwoDisplaysWithOneCanonicalID) {
     resetMac({display(1), display(2)});
-    writeFile(preferences(), R"({"knownDisplays":[{"ids":["desk","HW-10-20-1","HW-10-20-2"]}]})");
+    writeFile(settings("preferences.json"),
+              R"({"knownDisplays":[{"ids":["desk","HW-10-20-1","HW-10-20-2"]}]})");
     record({{"desk", small}, {canonicalID(1), small}});
     EXPECT_EQ(restore(), 1);
     EXPECT_EQ(modeOf(0), 1);
@@ -358,7 +335,7 @@ TEST_F(ResolutionRestoring, RestoresOnlyTheLaterOfTwoDisplaysWithOneCanonicalID)
 
 TEST_F(ResolutionRestoring, LoadsTheAliasMapOnceAndGoesOnWithoutIt) {
     resetMac({display(1), display(2)});
-    writeFile(preferences(), R"({"knownDisplays":[{}]})");
+    writeFile(settings("preferences.json"), R"({"knownDisplays":[{}]})");
     record({{canonicalID(1), small}, {canonicalID(2), small}});
     EXPECT_EQ(restore(), 2);
     EXPECT_THAT(takeLog(), ElementsAre("warn: AliasMap: preferences.json unparseable, falling back "
@@ -404,25 +381,25 @@ TEST_F(ResolutionRestoring, RestoresNothingWhenTheDisplaysCannotBeListed) {
     simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"effect", true}});
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(content(), before);
-    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(callLines(), Lines{});
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 TEST_F(ResolutionRestoring, TakesTheDisplaysThatItIsGiven) {
     resetMac({display(1), display(2)});
     record({{"a", small}, {"b", small}, {"c", small}});
-    EXPECT_EQ(ResolutionRestore::restorePending({{"b", 2}, {"d", 1}}, path()), 1);
+    EXPECT_EQ(ResolutionRestore::restorePending({{"b", 2}, {"d", 1}}, path_), 1);
     EXPECT_EQ(modeOf(0), 1);
     EXPECT_EQ(modeOf(1), 2);
     EXPECT_EQ(entries(), (Entries{{"a", small}, {"c", small}}));
-    EXPECT_EQ(ResolutionRestore::restorePending({}, path()), 0);
+    EXPECT_EQ(ResolutionRestore::restorePending({}, path_), 0);
     EXPECT_THAT(takeLog(), ElementsAre("info: resolution restore: b -> 1280 × 720 @ 60 Hz"));
 }
 
 TEST_F(ResolutionRestoring, KeepsARecordOfADisplayThatIsGoneMeanwhile) {
     resetMac({display(1)});
     record({{"a", small}});
-    EXPECT_EQ(ResolutionRestore::restorePending({{"a", 99}}, path()), 0);
+    EXPECT_EQ(ResolutionRestore::restorePending({{"a", 99}}, path_), 0);
     EXPECT_THAT(takeLog(), ElementsAre("warn: resolution restore: no exact mode 1280 × 720 @ 60 Hz "
                                        "for a; keeping entry"));
 }
@@ -434,15 +411,13 @@ TEST_F(ResolutionRestoring, DropsInvalidRecordsWithTheFirstThatIsRemoved) {
     EXPECT_EQ(content(), std::nullopt);
 }
 
-TEST_F(ResolutionRestoring, KeepsNothingOfTheSystems) {
+TEST_F(ResolutionRestoring, ClosesTheConfigurationOfAFailedCompletion) {
     resetMac({display(1), display(2)});
-    const std::size_t before = simulator::liveObjects();
     record({{canonicalID(1), small}, {canonicalID(2), {3008, 1692, true, 60}}});
     simulator::addFault(
         {{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}, {"times", 1}});
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(restore(), 1);
-    EXPECT_EQ(simulator::liveObjects(), before);
     EXPECT_EQ(simulator::openConfigurations(), 0U);
 }
 
@@ -468,7 +443,7 @@ class ResolutionRestoringMeanwhile : public ResolutionRestoring {
 
 TEST_F(ResolutionRestoringMeanwhile, KeepsARecordThatWasAdded) {
     during("CGCompleteDisplayConfiguration", [this] {
-        ResolutionOriginalsStore::recordIfAbsent("new", {800, 600, false, 60}, path());
+        ResolutionOriginalsStore::recordIfAbsent("new", {800, 600, false, 60}, path_);
     });
     EXPECT_EQ(restore(), 2);
     EXPECT_EQ(entries(), (Entries{{"new", {800, 600, false, 60}}}));
@@ -478,7 +453,7 @@ TEST_F(ResolutionRestoringMeanwhile, DoesNotBringBackARecordThatWasCleared) {
     simulator::addFault(
         {{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}, {"skip", 1}});
     during("CGCompleteDisplayConfiguration",
-           [this] { ResolutionOriginalsStore::clear(canonicalID(2), path()); });
+           [this] { ResolutionOriginalsStore::clear(canonicalID(2), path_); });
     EXPECT_EQ(restore(), 1);
     EXPECT_EQ(content(), std::nullopt);
 }
@@ -486,15 +461,15 @@ TEST_F(ResolutionRestoringMeanwhile, DoesNotBringBackARecordThatWasCleared) {
 TEST_F(ResolutionRestoringMeanwhile, WritesNothingWhenItsOwnRecordWasCleared) {
     const std::string text =
         R"( {"version":1,"entries":{"x":{"width":1,"height":1,"scaled":false,"hz":0}}} )";
-    during("CGCompleteDisplayConfiguration", [&] { writeFile(path(), text); });
+    during("CGCompleteDisplayConfiguration", [&] { writeFile(path_, text); });
     EXPECT_EQ(restore(), 2);
     EXPECT_EQ(content(), text);
 }
 
 TEST_F(ResolutionRestoringMeanwhile, WritesNothingWhenTheFileWasRemoved) {
     during("CGCompleteDisplayConfiguration", [this] {
-        ResolutionOriginalsStore::clear(canonicalID(1), path());
-        ResolutionOriginalsStore::clear(canonicalID(2), path());
+        ResolutionOriginalsStore::clear(canonicalID(1), path_);
+        ResolutionOriginalsStore::clear(canonicalID(2), path_);
     });
     EXPECT_EQ(restore(), 2);
     EXPECT_EQ(content(), std::nullopt);
@@ -502,8 +477,8 @@ TEST_F(ResolutionRestoringMeanwhile, WritesNothingWhenTheFileWasRemoved) {
 
 TEST_F(ResolutionRestoringMeanwhile, AddsAndClearsAtOnce) {
     during("CGSGetCurrentDisplayMode", [this] {
-        ResolutionOriginalsStore::clear(canonicalID(2), path());
-        ResolutionOriginalsStore::recordIfAbsent("new", small, path());
+        ResolutionOriginalsStore::clear(canonicalID(2), path_);
+        ResolutionOriginalsStore::recordIfAbsent("new", small, path_);
     });
     EXPECT_EQ(restore(), 2);
     EXPECT_EQ(entries(), (Entries{{"new", small}}));
@@ -511,16 +486,16 @@ TEST_F(ResolutionRestoringMeanwhile, AddsAndClearsAtOnce) {
 
 TEST_F(ResolutionRestoringMeanwhile, SeesRecordsForDisplaysThatWereAddedBeforeItReadThem) {
     during("CGGetActiveDisplayList", [this] {
-        ResolutionOriginalsStore::clear(canonicalID(1), path());
-        ResolutionOriginalsStore::clear(canonicalID(2), path());
+        ResolutionOriginalsStore::clear(canonicalID(1), path_);
+        ResolutionOriginalsStore::clear(canonicalID(2), path_);
     });
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(modeOf(0), 1);
-    EXPECT_EQ(simulator::calls(), json::array());
+    EXPECT_EQ(callLines(), Lines{});
 }
 
 TEST_F(ResolutionRestoringMeanwhile, LeavesATornFileAlone) {
-    during("CGCompleteDisplayConfiguration", [this] { writeFile(path(), "{torn"); });
+    during("CGCompleteDisplayConfiguration", [this] { writeFile(path_, "{torn"); });
     EXPECT_EQ(restore(), 2);
     EXPECT_EQ(content(), "{torn");
     EXPECT_THAT(

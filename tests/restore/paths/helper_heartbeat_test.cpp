@@ -8,12 +8,10 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran::HelperHeartbeat {
+namespace tolvaran::tests {
 namespace {
 
-using tests::readFile;
-using tests::TemporaryDirectory;
-using tests::writeFile;
+using namespace HelperHeartbeat;
 
 TEST(HelperHeartbeat, TouchesWithWholeMilliseconds) {
     const TemporaryDirectory directory;
@@ -105,7 +103,7 @@ TEST(HelperHeartbeat, ClearsAlsoWhatIsNotThere) {
 }
 
 TEST(HelperHeartbeat, LivesInTheStateDirectory) {
-    const tests::ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", "/as");
+    const ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", "/as");
     EXPECT_EQ(defaultPath(), "/as/State/.helper-heartbeat");
     EXPECT_EQ(defaultStaleThreshold, 300.0);
 }
@@ -118,4 +116,4 @@ TEST(HelperHeartbeat, TheCurrentDateIsThePlatformsClock) {
 }
 
 }  // namespace
-}  // namespace tolvaran::HelperHeartbeat
+}  // namespace tolvaran::tests

@@ -7,7 +7,7 @@
 
 #include "tests/support/log_capture.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 TEST(RestoreLog, DropsMessagesUntilAHostSetsTheSinks) {
@@ -21,7 +21,7 @@ TEST(RestoreLog, DropsMessagesUntilAHostSetsTheSinks) {
 }
 
 TEST(RestoreLog, GivesEachMessageToTheSinkOfItsLevel) {
-    const tests::LogCapture log;
+    const LogCapture log;
     RestoreLog::debug("a");
     RestoreLog::info("b");
     RestoreLog::warn("c");
@@ -29,4 +29,4 @@ TEST(RestoreLog, GivesEachMessageToTheSinkOfItsLevel) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

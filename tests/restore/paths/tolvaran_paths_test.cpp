@@ -14,10 +14,10 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran::TolvaranPaths {
+namespace tolvaran::tests {
 namespace {
 
-using tests::ScopedEnvironment;
+using namespace TolvaranPaths;
 
 const std::string defaultSupport = "/home/ada/Library/Application Support/Tolvaran";
 
@@ -296,4 +296,4 @@ TEST_F(Paths, ATestRunnerIsToldByEnvironmentBundlesAndName) {
 }
 
 }  // namespace
-}  // namespace tolvaran::TolvaranPaths
+}  // namespace tolvaran::tests
