@@ -1,5 +1,6 @@
 // Watches over the records while the helper runs: a record, or a part of one, may only go when what
-// it stands for is in force on the Mac at that moment, or when the table of exceptions says so.
+// it stands for is in force on the Mac at that moment, or when its row says that it may be lost
+// (tests/support/records).
 #pragma once
 
 #include <set>

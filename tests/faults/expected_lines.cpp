@@ -5,6 +5,8 @@
 #include <set>
 #include <stdexcept>
 
+#include "tests/support/records/records.hpp"
+
 namespace tolvaran::tests {
 namespace {
 
@@ -23,8 +25,20 @@ struct Row {
 // one, so that its failure alone is none.
 const std::vector<std::string> writing{"mkostemp", "write", "fsync", "rename"};
 
+std::vector<Row> withRecords(std::vector<Row> rows) {
+    for (const Record& record : records()) {
+        if (!record.notWritten.empty()) {
+            rows.push_back({writing, escaped(record.path), record.notWritten});
+        }
+        if (!record.notRemoved.empty()) {
+            rows.push_back({{"unlink"}, escaped(record.path), record.notRemoved});
+        }
+    }
+    return rows;
+}
+
 const std::vector<Row>& table() {
-    static const std::vector<Row> rows = {
+    static const std::vector<Row> rows = withRecords({
         {{"CGDisplayRegisterReconfigurationCallback"},
          "",
          "error: CGDisplayRegisterReconfigurationCallback failed: CODE"},
@@ -76,27 +90,10 @@ const std::vector<Row>& table() {
          "",
          "error: safety timer could not be created|"
          "error: PROC_EXIT watch could not be created for Tolvaran pid .*"},
-        {writing, "State/\\.display-originals", "warn: Failed to write originals file: .*"},
-        {writing, "State/\\.resolution-originals",
-         "warn: Failed to write resolution originals file: .*"},
-        {writing, "State/(separated|side-pinned|native-mirrored)-sets\\.json",
-         "warn: Failed to write (separated|side-pinned|native-mirrored)-sets file: .*"},
-        {writing, "State/menubar-state\\.json", "warn: Failed to write menu bar snapshot: .*"},
-        {writing, "State/hot-corners-snapshot\\.json",
-         "warn: hot-corner .* could not re-persist its recovery snapshot: .*|"
-         "warn: the main application gave up: could not persist hot-corner snapshot: .*"},
-        {writing, "State/hot-corner-screen-saver-hold",
-         "warn: screen-saver hot-corner hold marker could not be saved \\(.*\\)"},
-        {{"unlink"},
-         "State/menubar-state\\.json",
-         "warn: menu bar snapshot at .* could not be deleted: .*"},
-        {{"unlink"},
-         "State/hot-corner-screen-saver-hold",
-         "warn: screen-saver hot-corner hold marker could not be removed \\(.*\\)"},
         {{"CFStringCreateWithBytes", "CFNumberCreate", "CFDictionaryCreate"},
          "",
          "error: [A-Za-z]+ \\[.*\\]: gave up: .*|warn: the main application gave up: .*"},
-    };
+    });
     return rows;
 }
 

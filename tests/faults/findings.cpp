@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "tests/faults/prescribed_losses.hpp"
-#include "tests/faults/records.hpp"
+#include "tests/support/records/records.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -18,6 +18,30 @@ bool isPrescribed(const std::vector<Call>& failed, const std::string& place) {
 bool couldNotBeRemoved(const std::vector<Call>& failed, const std::string& leftOver) {
     return leftOver.starts_with("after the fault: ") &&
            std::ranges::find(failed, "unlink", &Call::function) != failed.end();
+}
+
+/// The records that a run took away too early: each that was there before it, and afterwards
+/// neither is as before, nor as a run without a fault leaves it, nor is what it stands for in
+/// force. Files that are not records are nobody's to change.
+/// @return for each "record/" and the file's path, such as "record/State/menubar-state.json"
+std::vector<std::string> lostRecords(const FaultRun& calm, const FaultRun& hit) {
+    const Moment moment{.mac = hit.after.mac,
+                        .posted = hit.posted,
+                        .alsoRight = calm.after.mac,
+                        .byApplication = !hit.isHelper};
+    std::vector<std::string> lost;
+    for (const auto& [path, before] : hit.filesBefore.items()) {
+        const json after = hit.after.files.value(path, json());
+        if (path == "State/.helper-heartbeat" || after == before ||
+            after == calm.after.files.value(path, json())) {
+            continue;
+        }
+        const Record* const record = findRecord(path);
+        if (record == nullptr || !mayBecome(*record, before, after, moment)) {
+            lost.push_back("record/" + path);
+        }
+    }
+    return lost;
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "restore/support/files.hpp"
+#include "restore/support/json.hpp"
 #include "restore/support/process_wide.hpp"
 #include "restore/tolvaran_restore.hpp"
 #include "simulator/host/file_calls.hpp"
@@ -18,6 +19,7 @@
 #include "tests/faults/disk_model.hpp"
 #include "tests/faults/torture.hpp"
 #include "tests/support/log_capture.hpp"
+#include "tests/support/records/records.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::tests {
@@ -25,112 +27,27 @@ namespace {
 
 using nlohmann::json;
 
-using Write = std::function<void(const std::string& path)>;
+/// What the heartbeat, which is no record, goes through.
+const Record heartbeat = {
+    .path = "State/.helper-heartbeat",
+    .name = "heartbeat",
+    .changes = {[](const auto& path) { HelperHeartbeat::touch(path, 1000); },
+                [](const auto& path) { HelperHeartbeat::touch(path, 2000000); },
+                [](const auto& path) { HelperHeartbeat::clear(path); }},
+    .read = [](const auto& path) {
+        const auto touched = HelperHeartbeat::lastTouch(path);
+        return touched ? std::to_string(*touched) : "none";
+    }};
+
+/// Everything that the library writes.
+std::vector<Record> writtenRecords() {
+    std::vector<Record> written = records();
+    std::erase_if(written, [](const Record& record) { return record.changes.empty(); });
+    written.push_back(heartbeat);
+    return written;
+}
+
 using Read = std::function<std::string(const std::string& path)>;
-
-struct RecordKind {
-    const char* name;
-    std::vector<Write> writes;  // one after the other
-    Read read;                  // what the library reads, as text
-};
-
-const std::string pair = "HW-1,HW-2";
-const MarkedLayout layout = {{.uuid = "HW-1", .x = 0, .y = 0}, {.uuid = "HW-2", .x = 800, .y = 0}};
-const MarkedLayout otherLayout = {{.uuid = "HW-1", .x = 0, .y = 0}};
-const std::map<std::string, std::string> renaming = {{"HW-2", "HW-3"}};
-
-DockHotCornerSnapshot corners(std::int64_t action) {
-    DockHotCornerSnapshot snapshot;
-    snapshot.tlCorner = action;
-    return snapshot;
-}
-
-template <typename Record>
-std::string textOf(const Record& record) {
-    return tolvaran::json::write(record);
-}
-
-template <typename Value>
-std::string textOf(const std::optional<Value>& value) {
-    return value ? textOf(*value) : "none";
-}
-
-void saveOriginals(const MarkedLayout& entries, const std::string& path) {
-    OriginalsStore::save({.arrangements = {{pair, entries}}}, path);
-}
-
-template <typename Store>
-std::vector<Write> layoutWrites() {
-    return {[](const auto& path) { Store::premark(pair, layout, path); },
-            [](const auto& path) { Store::premark(pair, otherLayout, path); },
-            [](const auto& path) { Store::mark(pair, layout, path); },
-            [](const auto& path) {
-                Store::restoreCandidates(pair, {otherLayout, layout}, path);
-            },
-            [](const auto& path) { Store::migrateCanonicalIDs(renaming, path); },
-            [](const auto& path) { Store::clear("HW-1,HW-3", path); }};
-}
-
-const DisplayModeSpec mode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
-
-const std::vector<RecordKind>& kinds() {
-    static const std::vector<RecordKind> all = {
-        {"originals",
-         {[](const auto& path) { saveOriginals(layout, path); },
-          [](const auto& path) { saveOriginals(otherLayout, path); },
-          [](const auto& path) { saveOriginals(layout, path); },
-          [](const auto& path) { OriginalsStore::migrateUUIDs(renaming, path); }},
-         [](const auto& path) { return textOf(OriginalsStore::load(path)); }},
-        {"resolution originals",
-         {[](const auto& path) { ResolutionOriginalsStore::recordIfAbsent("HW-1", mode, path); },
-          [](const auto& path) { ResolutionOriginalsStore::recordIfAbsent("HW-2", mode, path); },
-          [](const auto& path) { ResolutionOriginalsStore::clear("HW-1", path); },
-          [](const auto& path) { ResolutionOriginalsStore::clear("HW-2", path); }},
-         [](const auto& path) { return textOf(ResolutionOriginalsStore::load(path)); }},
-        {"separated sets",
-         {[](const auto& path) { SeparatedSetsStore::markSeparated(pair, path); },
-          [](const auto& path) { SeparatedSetsStore::markSeparated("HW-3", path); },
-          [](const auto& path) { SeparatedSetsStore::migrateCanonicalIDs(renaming, path); },
-          [](const auto& path) { SeparatedSetsStore::clearSeparated("HW-3", path); }},
-         [](const auto& path) { return textOf(SeparatedSetsStore::signatures(path)); }},
-        {"side-pinned sets", layoutWrites<SidePinnedSetsStore::Operations>(),
-         [](const auto& path) { return textOf(SidePinnedSetsStore::load(path)); }},
-        {"native-mirrored sets", layoutWrites<NativeMirroredSetsStore::Operations>(),
-         [](const auto& path) { return textOf(NativeMirroredSetsStore::load(path)); }},
-        {"menu bar snapshot",
-         {[](const auto& path) { MenuBarAutohide::saveSnapshot({.hideMenuBar = 0}, path); },
-          [](const auto& path) {
-              MenuBarAutohide::saveSnapshot({.hideMenuBar = 0, .pendingOnly = true}, path);
-          },
-          [](const auto& path) { MenuBarAutohide::deleteSnapshot(path); }},
-         [](const auto& path) { return textOf(MenuBarAutohide::loadSnapshot(path)); }},
-        {"hot-corner snapshot",
-         {[](const auto& path) { DockHotCornerOverride::saveSnapshotOrThrow(corners(2), path); },
-          [](const auto& path) { DockHotCornerOverride::saveSnapshot(corners(5), path); },
-          [](const auto& path) { DockHotCornerOverride::deleteSnapshot(path); }},
-         [](const auto& path) { return textOf(DockHotCornerOverride::loadSnapshot(path)); }},
-        {"Dock marker",
-         {[](const auto& path) { DockAutoHideOverride::markPending(true, path); },
-          [](const auto& path) { DockAutoHideOverride::markPending(false, path); },
-          [](const auto& path) { DockAutoHideOverride::clearPending(path); }},
-         [](const auto& path) {
-             return textOf(DockAutoHideOverride::pendingRestoreValue(path)) +
-                    (DockAutoHideOverride::isPending(path) ? ", pending" : "");
-         }},
-        {"screen saver hold",
-         {[](const auto& path) { ScreenSaverHotCornerHold::begin(path); },
-          [](const auto& path) { ScreenSaverHotCornerHold::end(path); }},
-         [](const auto& path) {
-             return std::string(ScreenSaverHotCornerHold::isPending(path) ? "held" : "none");
-         }},
-        {"heartbeat",
-         {[](const auto& path) { HelperHeartbeat::touch(path, 1000); },
-          [](const auto& path) { HelperHeartbeat::touch(path, 2000000); },
-          [](const auto& path) { HelperHeartbeat::clear(path); }},
-         [](const auto& path) { return textOf(HelperHeartbeat::lastTouch(path)); }},
-    };
-    return all;
-}
 
 /// A directory that the disk model follows. Records lie two directories further down, as they do
 /// when the main application runs for the first time.
@@ -191,7 +108,7 @@ class CutReader {
     std::size_t states_ = 0;
 };
 
-class PowerCutRecordsTest : public testing::TestWithParam<RecordKind> {};
+class PowerCutRecordsTest : public testing::TestWithParam<Record> {};
 
 TEST_P(PowerCutRecordsTest, LeavesTheOldRecordOrTheNewOne) {
     const LogCapture log;
@@ -204,10 +121,10 @@ TEST_P(PowerCutRecordsTest, LeavesTheOldRecordOrTheNewOne) {
         return json();
     });
     std::string before = GetParam().read(path);
-    for (std::size_t n = 0; n < GetParam().writes.size(); ++n) {
+    for (std::size_t n = 0; n < GetParam().changes.size(); ++n) {
         SCOPED_TRACE("operation " + std::to_string(n));
         seen.clear();
-        GetParam().writes[n](path);
+        GetParam().changes[n](path);
         const std::set<std::string> afterReturn = reader.possibleTexts();
         const std::string after = GetParam().read(path);
         EXPECT_NE(after, before) << "the operation does nothing";
@@ -223,7 +140,7 @@ TEST_P(PowerCutRecordsTest, LeavesTheOldRecordOrTheNewOne) {
     addStatistics({{"power-cut states", reader.states()}});
 }
 
-INSTANTIATE_TEST_SUITE_P(Records, PowerCutRecordsTest, testing::ValuesIn(kinds()),
+INSTANTIATE_TEST_SUITE_P(Records, PowerCutRecordsTest, testing::ValuesIn(writtenRecords()),
                          [](const auto& kind) {
                              std::string name = kind.param.name;
                              std::erase_if(name, [](unsigned char c) { return !std::isalnum(c); });
@@ -256,18 +173,17 @@ TEST(PowerCutRecords, SuppressedCornersHaveASnapshotOnTheDisk) {
     endProcess();
     const FollowedDirectory directory(usersMac);
     const std::string path = directory.pathOf("record");
+    const Record& hotCorners = *findRecord("State/hot-corners-snapshot.json");
     const DockHotCornerSnapshot users = DockHotCornerOverride::readCurrent("com.apple.dock");
     const json usersDock = simulator::machine().at("dock");
     const json usersPreferences = simulator::machine().at("preferences");
-    CutReader reader(directory, [](const std::string& at) {
-        return textOf(DockHotCornerOverride::loadSnapshot(at));
-    });
+    CutReader reader(directory, hotCorners.read);
     std::size_t suppressedMoments = 0;
     simulator::decideCalls([&](const std::string& function) {
         const json mac = simulator::machine();
         if (mac.at("dock") != usersDock || mac.at("preferences") != usersPreferences) {
             ++suppressedMoments;
-            EXPECT_EQ(reader.possibleTexts(), std::set<std::string>{textOf(users)})
+            EXPECT_EQ(reader.possibleTexts(), std::set<std::string>{tolvaran::json::write(users)})
                 << "before " << function;
         }
         return json();

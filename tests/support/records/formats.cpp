@@ -1,4 +1,4 @@
-#include "tests/faults/record_formats.hpp"
+#include "tests/support/records/formats.hpp"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <limits>
 #include <optional>
 
-namespace tolvaran::tests {
+namespace tolvaran::tests::formats {
 namespace {
 
 using nlohmann::json;
@@ -81,22 +81,9 @@ bool isPosition(const json& value) {
     return has(value, "uuid", isText) && has(value, "x", isNumber) && has(value, "y", isNumber);
 }
 
-bool isOriginals(const json& value) {
-    return has(value, "version", isVersion<2>) &&
-           has(value, "arrangements", isMapOf<isListOf<isPosition>>);
-}
-
 bool isMode(const json& value) {
     return has(value, "width", isInteger) && has(value, "height", isInteger) &&
            has(value, "scaled", isFlag) && has(value, "hz", isInteger);
-}
-
-bool isResolutionOriginals(const json& value) {
-    return has(value, "version", isVersion<1>) && has(value, "entries", isMapOf<isMode>);
-}
-
-bool isSeparatedSets(const json& value) {
-    return has(value, "version", isVersion<1>) && has(value, "signatures", isListOf<isText>);
 }
 
 template <int version>
@@ -110,15 +97,34 @@ bool isOverride(const json& value) {
            has(value, "portUUID", isText) && has(value, "enabled", isFlag);
 }
 
+bool isFourInt32(const json& value) {
+    return isListOf<isInt32>(value) && value.size() == 4;
+}
+
+bool isKnownDisplay(const json& value) {
+    return has(value, "ids", isListOf<isText>);
+}
+
+}  // namespace
+
+bool isOriginals(const json& value) {
+    return has(value, "version", isVersion<2>) &&
+           has(value, "arrangements", isMapOf<isListOf<isPosition>>);
+}
+
+bool isResolutionOriginals(const json& value) {
+    return has(value, "version", isVersion<1>) && has(value, "entries", isMapOf<isMode>);
+}
+
+bool isSeparatedSets(const json& value) {
+    return has(value, "version", isVersion<1>) && has(value, "signatures", isListOf<isText>);
+}
+
 bool isMenuBarSnapshot(const json& value) {
     return mayHave(value, "hideMenuBar", isInteger) &&
            mayHave(value, "visibleInFullscreen", isInteger) &&
            mayHave(value, "displayVisibilityOverrides", isListOf<isOverride>) &&
            mayHave(value, "globalRestored", isFlag) && mayHave(value, "pendingOnly", isFlag);
-}
-
-bool isFourInt32(const json& value) {
-    return isListOf<isInt32>(value) && value.size() == 4;
 }
 
 bool isCornerSnapshot(const json& value) {
@@ -137,70 +143,16 @@ bool isDockMarker(const json& value) {
     return has(value, "version", isVersion<1>) && has(value, "restoreTo", isFlag);
 }
 
-bool isKnownDisplay(const json& value) {
-    return has(value, "ids", isListOf<isText>);
-}
-
 bool isPreferences(const json& value) {
     return mayHave(value, "knownDisplays", isListOf<isKnownDisplay>);
 }
 
-constexpr const char* frames =
-    "(mac/displays/[0-9]+/frame/[0-9]|files/State~1(separated|side-pinned|native-mirrored)-sets"
-    "\\.json.*)";
-
-constexpr std::array<RecordFormat, 10> formats{{
-    {"State/.display-originals", isOriginals,
-     "warn: originals file missing/wrong version/unparseable, starting fresh", Fate::kept, frames},
-    {"State/.resolution-originals", isResolutionOriginals,
-     "warn: resolution originals file missing/wrong version/unparseable, starting fresh",
-     Fate::kept, "mac/displays/[0-9]+/(mode|frame/[0-9])"},
-    {"State/separated-sets.json", isSeparatedSets,
-     "warn: separated-sets file wrong version/unparseable, treating as empty", Fate::kept, frames},
-    {"State/side-pinned-sets.json", isLayoutSets<2>,
-     "warn: side-pinned-sets file wrong version/unparseable, treating as empty", Fate::kept,
-     frames},
-    {"State/native-mirrored-sets.json", isLayoutSets<1>,
-     "warn: native-mirrored-sets file wrong version/unparseable, treating as empty", Fate::kept,
-     frames},
-    {"State/menubar-state.json", isMenuBarSnapshot,
-     "warn: menu bar snapshot at State/menubar-state.json failed to decode: ", Fate::kept,
-     "mac/(preferences/global.*|menuBar/autoHide|displays/[0-9]+/menuBarOverride)"},
-    {"State/hot-corners-snapshot.json", isCornerSnapshot,
-     "warn: hot-corner snapshot at State/hot-corners-snapshot.json failed to decode: ", Fate::kept,
-     "mac/(preferences/com\\.apple\\.dock.*|dock/corner.*)"},
-    {"State/dock-autohide-pending.json", isDockMarker, "", Fate::discarded,
-     "mac/(preferences/com\\.apple\\.dock/autohide|dock/autoHide)"},
-    {"State/hot-corner-screen-saver-hold", nullptr, "", Fate::unread, ""},
-    {"Settings/preferences.json", isPreferences,
-     "warn: AliasMap: preferences.json unparseable, falling back to identity", Fate::kept,
-     "(mac/displays/[0-9]+/(frame/[0-9]|mode|menuBarOverride)|files/State~1.*)"},
-}};
-
-/// The document that the content is. Text with a zero byte is none, nor is one nested deeper than
-/// anybody would write.
-json parsed(const std::string& content) {
-    return content.find('\0') == std::string::npos ? json::parse(content, nullptr, false)
-                                                   : json(json::value_t::discarded);
+bool isSidePinnedSets(const json& value) {
+    return isLayoutSets<2>(value);
 }
 
-}  // namespace
-
-const RecordFormat* recordFormat(const std::string& path) {
-    const auto found =
-        std::find_if(formats.begin(), formats.end(),
-                     [&](const RecordFormat& format) { return format.path == path; });
-    return found == formats.end() ? nullptr : &*found;
+bool isNativeMirroredSets(const json& value) {
+    return isLayoutSets<1>(value);
 }
 
-bool isUsable(const RecordFormat& format, const std::string& content) {
-    const json document = parsed(content);
-    return format.fate == Fate::unread || (!document.is_discarded() && format.isUsable(document));
-}
-
-bool mayNotComeToRest(const RecordFormat& format, const std::string& content) {
-    return format.isUsable == isOriginals && isUsable(format, content) &&
-           parsed(content).at("arrangements").size() >= 2;
-}
-
-}  // namespace tolvaran::tests
+}  // namespace tolvaran::tests::formats
