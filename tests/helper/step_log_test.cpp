@@ -7,14 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/helper_process.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::HelperProcess;
-using Lines = std::vector<std::string>;
 
 json running(const std::vector<int>& pids) {
     json applications = json::array();
@@ -57,4 +55,4 @@ TEST(StepLog, TheRunningTestLeavesOutTheInstanceThatHasExited) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests
