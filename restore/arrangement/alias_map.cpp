@@ -2,37 +2,21 @@
 
 #include <algorithm>
 
-#include "restore/paths/restore_log.hpp"
+#include "restore/arrangement/formats.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
-#include "restore/support/files.hpp"
+#include "restore/support/record_file.hpp"
 
 namespace tolvaran {
-
-AliasMap::Entry AliasMap::Entry::fromJSON(const json::Value& value) {
-    return {.ids = json::Fields(value).required<std::vector<std::string>>("ids")};
-}
-
-AliasMap AliasMap::fromJSON(const json::Value& value) {
-    return {.entries = json::Fields(value)
-                           .optional<std::vector<Entry>>("knownDisplays")
-                           .value_or(std::vector<Entry>())};
-}
 
 std::string AliasMap::defaultPreferencesPath() {
     return TolvaranPaths::profilePath("preferences.json");
 }
 
 AliasMap AliasMap::load(const std::string& path) {
-    const std::optional<std::string> content = files::read(path);
-    if (!content) {
-        return {};
-    }
-    try {
-        return json::read<AliasMap>(*content);
-    } catch (const json::DecodingError&) {
-        RestoreLog::warn("AliasMap: preferences.json unparseable, falling back to identity");
-        return {};
-    }
+    return record_file::load<AliasMap>(
+               path,
+               {.warning = "AliasMap: preferences.json unparseable, falling back to identity"})
+        .value_or(AliasMap());
 }
 
 std::string AliasMap::canonicalID(const std::string& id) const {

@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "restore/support/json.hpp"
-
 namespace tolvaran {
 
 /// Folds display UUIDs into canonical display IDs. Without entries it leaves every ID as it is.
@@ -16,14 +14,11 @@ struct AliasMap {
         std::vector<std::string> ids;  // its names, now and formerly; the first is canonical
 
         bool operator==(const Entry&) const = default;
-        static Entry fromJSON(const json::Value& value);
     };
 
     std::vector<Entry> entries;
 
     bool operator==(const AliasMap&) const = default;
-    /// From the content of preferences.json: "knownDisplays" may be absent, "ids" may not.
-    static AliasMap fromJSON(const json::Value& value);
 
     /// "preferences.json" in the profile directory.
     static std::string defaultPreferencesPath();

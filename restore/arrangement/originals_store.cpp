@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "restore/arrangement/formats.hpp"
 #include "restore/arrangement/id_migration.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
@@ -9,27 +10,6 @@
 #include "restore/support/text.hpp"
 
 namespace tolvaran {
-
-OriginalsEntry OriginalsEntry::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.uuid = fields.required<std::string>("uuid"),
-            .x = fields.required<double>("x"),
-            .y = fields.required<double>("y")};
-}
-
-json::Value OriginalsEntry::toJSON() const {
-    return json::Object{{"uuid", uuid}, {"x", x}, {"y", y}};
-}
-
-OriginalsFile OriginalsFile::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.version = fields.required<std::int64_t>("version"),
-            .arrangements = fields.required<decltype(arrangements)>("arrangements")};
-}
-
-json::Value OriginalsFile::toJSON() const {
-    return json::Object{{"version", version}, {"arrangements", json::encode(arrangements)}};
-}
 
 namespace OriginalsStore {
 namespace {
@@ -57,8 +37,9 @@ std::string defaultPath() {
 
 OriginalsFile load(const std::string& path) {
     return record_file::load<OriginalsFile>(
-               path, fileVersion,
-               "originals file missing/wrong version/unparseable, starting fresh")
+               path,
+               {.version = fileVersion,
+                .warning = "originals file missing/wrong version/unparseable, starting fresh"})
         .value_or(OriginalsFile());
 }
 

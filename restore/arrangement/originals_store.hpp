@@ -8,8 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "restore/support/json.hpp"
-
 namespace tolvaran {
 
 /// One display's saved position.
@@ -19,8 +17,6 @@ struct OriginalsEntry {
     double y = 0;
 
     bool operator==(const OriginalsEntry&) const = default;
-    static OriginalsEntry fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 
 /// The whole store.
@@ -31,8 +27,6 @@ struct OriginalsFile {
     std::map<std::string, std::vector<OriginalsEntry>> arrangements;
 
     bool operator==(const OriginalsFile&) const = default;
-    static OriginalsFile fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 
 namespace OriginalsStore {

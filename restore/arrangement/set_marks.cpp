@@ -4,6 +4,7 @@
 #include <cmath>
 #include <set>
 
+#include "restore/arrangement/formats.hpp"
 #include "restore/arrangement/id_migration.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
@@ -29,8 +30,9 @@ std::string pathOf(const SetMarks& marks) {
 template <typename File>
 File loadFile(const SetMarks& marks, const std::string& path) {
     return record_file::load<File>(
-               path, marks.version,
-               nameOf(marks) + " file wrong version/unparseable, treating as empty")
+               path,
+               {.version = marks.version,
+                .warning = nameOf(marks) + " file wrong version/unparseable, treating as empty"})
         .value_or(File());
 }
 
@@ -112,31 +114,6 @@ bool matchesAny(const std::vector<MarkedLayout>& layouts,
 }
 
 }  // namespace
-
-SeparatedSetsFile SeparatedSetsFile::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.version = fields.required<std::int64_t>("version"),
-            .signatures = fields.required<decltype(signatures)>("signatures")};
-}
-
-json::Value SeparatedSetsFile::toJSON() const {
-    return json::Object{{"version", version}, {"signatures", json::encode(signatures)}};
-}
-
-template <const SetMarks& marks>
-LayoutSetsFile<marks> LayoutSetsFile<marks>::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.version = fields.required<std::int64_t>("version"),
-            .arrangements = fields.required<decltype(arrangements)>("arrangements")};
-}
-
-template <const SetMarks& marks>
-json::Value LayoutSetsFile<marks>::toJSON() const {
-    return json::Object{{"version", version}, {"arrangements", json::encode(arrangements)}};
-}
-
-template struct LayoutSetsFile<sidePinnedSets>;
-template struct LayoutSetsFile<nativeMirroredSets>;
 
 namespace SeparatedSetsStore {
 

@@ -25,7 +25,6 @@
 #include <vector>
 
 #include "restore/arrangement/originals_store.hpp"
-#include "restore/support/json.hpp"
 
 namespace tolvaran {
 
@@ -44,8 +43,6 @@ struct SeparatedSetsFile {
     std::vector<std::string> signatures;  // in the order in which they were marked, each once
 
     bool operator==(const SeparatedSetsFile&) const = default;
-    static SeparatedSetsFile fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 
 /// Where the displays of a set stand in one layout.
@@ -59,8 +56,6 @@ struct LayoutSetsFile {
     std::map<std::string, std::vector<MarkedLayout>> arrangements;
 
     bool operator==(const LayoutSetsFile&) const = default;
-    static LayoutSetsFile fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 using SidePinnedSetsFile = LayoutSetsFile<sidePinnedSets>;
 using NativeMirroredSetsFile = LayoutSetsFile<nativeMirroredSets>;

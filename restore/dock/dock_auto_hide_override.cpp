@@ -1,9 +1,11 @@
 #include "restore/dock/dock_auto_hide_override.hpp"
 
 #include "platform/private_interfaces.hpp"
+#include "restore/dock/formats.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
+#include "restore/support/record_file.hpp"
 
 namespace tolvaran::DockAutoHideOverride {
 namespace {
@@ -11,16 +13,6 @@ namespace {
 constexpr std::int64_t recordVersion = 1;
 
 }  // namespace
-
-Snapshot Snapshot::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.version = fields.required<std::int64_t>("version"),
-            .restoreTo = fields.required<bool>("restoreTo")};
-}
-
-json::Value Snapshot::toJSON() const {
-    return json::Object{{"version", version}, {"restoreTo", restoreTo}};
-}
 
 std::string defaultSnapshotPath() {
     return TolvaranPaths::statePath("dock-autohide-pending.json");
@@ -35,16 +27,8 @@ void markPending(bool restoreTo, const std::string& path) {
 }
 
 std::optional<bool> pendingRestoreValue(const std::string& path) {
-    const std::optional<std::string> content = files::read(path);
-    if (!content) {
-        return std::nullopt;
-    }
-    try {
-        const auto snapshot = json::read<Snapshot>(*content);
-        return snapshot.version == recordVersion ? std::optional(snapshot.restoreTo) : std::nullopt;
-    } catch (const json::DecodingError&) {
-        return std::nullopt;
-    }
+    const auto snapshot = record_file::load<Snapshot>(path, {.version = recordVersion});
+    return snapshot ? std::optional(snapshot->restoreTo) : std::nullopt;
 }
 
 bool isPending(const std::string& path) {

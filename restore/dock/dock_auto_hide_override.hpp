@@ -7,8 +7,6 @@
 #include <optional>
 #include <string>
 
-#include "restore/support/json.hpp"
-
 namespace tolvaran::DockAutoHideOverride {
 
 /// The content of the pending marker.
@@ -17,8 +15,6 @@ struct Snapshot {
     bool restoreTo = false;    // the auto-hide value that the Dock must be put back to
 
     bool operator==(const Snapshot&) const = default;
-    static Snapshot fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 
 /// "dock-autohide-pending.json" in the state directory.

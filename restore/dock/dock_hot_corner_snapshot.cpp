@@ -5,6 +5,8 @@
 #include <set>
 #include <utility>
 
+#include "restore/dock/formats.hpp"
+
 namespace tolvaran {
 namespace {
 
@@ -98,34 +100,19 @@ bool DockHotCornerSnapshot::hasUnsupportedAction() const {
                                 [](std::int64_t action) { return supported.contains(action); });
 }
 
-DockHotCornerSnapshot DockHotCornerSnapshot::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    DockHotCornerSnapshot snapshot;
-    for (const HotCornerField& field : hotCornerFields) {
-        snapshot.*field.member = fields.optional<std::int64_t>(field.key);
+void json::Format<DockHotCornerSnapshot>::checkRead(const Record& record) {
+    if (!record.preferencesFit()) {
+        throw DecodingError(std::string("\"tlCorner\": ") + outOfRange);
     }
-    snapshot.liveActions = fields.optional<HotCornerValues>("liveActions");
-    snapshot.liveModifiers = fields.optional<HotCornerValues>("liveModifiers");
-    if (!snapshot.preferencesFit()) {
-        throw json::DecodingError(std::string("\"tlCorner\": ") + outOfRange);
+    if (!record.liveListsArePaired()) {
+        throw DecodingError(std::string("\"liveActions\": ") + notPaired);
     }
-    if (!snapshot.liveListsArePaired()) {
-        throw json::DecodingError(std::string("\"liveActions\": ") + notPaired);
-    }
-    return snapshot;
 }
 
-json::Value DockHotCornerSnapshot::toJSON() const {
-    if (!isValid()) {
-        throw json::EncodingError(outOfRange);
+void json::Format<DockHotCornerSnapshot>::checkWritten(const Record& record) {
+    if (!record.isValid()) {
+        throw EncodingError(outOfRange);
     }
-    json::Object object;
-    for (const HotCornerField& field : hotCornerFields) {
-        json::put(object, field.key, this->*field.member);
-    }
-    json::put(object, "liveActions", liveActions);
-    json::put(object, "liveModifiers", liveModifiers);
-    return object;
 }
 
 }  // namespace tolvaran

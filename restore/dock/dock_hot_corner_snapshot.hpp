@@ -13,8 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "restore/support/json.hpp"
-
 namespace tolvaran {
 
 inline constexpr std::size_t hotCornerCount = 4;
@@ -77,14 +75,6 @@ struct DockHotCornerSnapshot {
     std::vector<HotCornerAction> cornerActions() const;
     /// Whether any corner has an action that the main application cannot show.
     bool hasUnsupportedAction() const;
-
-    /// Unlike the constructor, refuses what isValid() refuses.
-    /// @throws json::DecodingError
-    static DockHotCornerSnapshot fromJSON(const json::Value& value);
-    /// Absent fields are left out.
-    /// @throws json::EncodingError "hot-corner snapshot contains a value outside the Int32 range"
-    ///         unless isValid(), whichever of its rules is broken
-    json::Value toJSON() const;
 };
 
 /// One of the eight preference fields under its three names.

@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "restore/paths/restore_log.hpp"
+#include "restore/dock/formats.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
-#include "restore/support/json.hpp"
+#include "restore/support/record_file.hpp"
 
 namespace tolvaran::DockHotCornerOverride {
 
@@ -46,16 +46,9 @@ void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path
 }
 
 std::optional<DockHotCornerSnapshot> loadSnapshot(const std::string& path) {
-    const std::optional<std::string> content = files::read(path);
-    if (!content) {
-        return std::nullopt;
-    }
-    try {
-        return json::read<DockHotCornerSnapshot>(*content);
-    } catch (const json::DecodingError& error) {
-        RestoreLog::warn("hot-corner snapshot at " + path + " failed to decode: " + error.what());
-        return std::nullopt;
-    }
+    return record_file::load<DockHotCornerSnapshot>(
+        path,
+        {.warning = "hot-corner snapshot at " + path + " failed to decode: ", .tellsWhy = true});
 }
 
 void deleteSnapshot(const std::string& path) {

@@ -12,21 +12,6 @@ std::optional<bool> flag(bool value) {
 
 }  // namespace
 
-MenuBarDisplayVisibilityOverride MenuBarDisplayVisibilityOverride::fromJSON(
-    const json::Value& value) {
-    const json::Fields fields(value);
-    return {.canonicalID = fields.required<std::string>("canonicalID"),
-            .hardwareID = fields.optional<std::string>("hardwareID"),
-            .portUUID = fields.required<std::string>("portUUID"),
-            .enabled = fields.required<bool>("enabled")};
-}
-
-json::Value MenuBarDisplayVisibilityOverride::toJSON() const {
-    json::Object object{{"canonicalID", canonicalID}, {"portUUID", portUUID}, {"enabled", enabled}};
-    json::put(object, "hardwareID", hardwareID);
-    return object;
-}
-
 MenuBarDisplayIdentity::MenuBarDisplayIdentity(CGDirectDisplayID display, std::string canonical,
                                                const std::optional<std::string>& hardware,
                                                std::string port)
@@ -34,27 +19,6 @@ MenuBarDisplayIdentity::MenuBarDisplayIdentity(CGDirectDisplayID display, std::s
       canonicalID(std::move(canonical)),
       hardwareID(hardware.value_or(canonicalID)),
       portUUID(std::move(port)) {}
-
-MenuBarAutohideSnapshot MenuBarAutohideSnapshot::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.hideMenuBar = fields.optional<std::int64_t>("hideMenuBar"),
-            .visibleInFullscreen = fields.optional<std::int64_t>("visibleInFullscreen"),
-            .displayVisibilityOverrides =
-                fields.optional<std::vector<MenuBarDisplayVisibilityOverride>>(
-                    "displayVisibilityOverrides"),
-            .globalRestored = fields.optional<bool>("globalRestored"),
-            .pendingOnly = fields.optional<bool>("pendingOnly")};
-}
-
-json::Value MenuBarAutohideSnapshot::toJSON() const {
-    json::Object object;
-    json::put(object, "hideMenuBar", hideMenuBar);
-    json::put(object, "visibleInFullscreen", visibleInFullscreen);
-    json::put(object, "displayVisibilityOverrides", displayVisibilityOverrides);
-    json::put(object, "globalRestored", globalRestored);
-    json::put(object, "pendingOnly", pendingOnly);
-    return object;
-}
 
 MenuBarAutohideSnapshot MenuBarAutohideSnapshot::replacingGlobalPreference(
     const MenuBarAutohideSnapshot& other) const {
@@ -78,13 +42,12 @@ bool MenuBarAutohideSnapshot::wantsMenuBarVisible(bool isFullscreen) const {
 
 std::optional<MenuBarAutohideSnapshot> MenuBarAutohideSnapshot::settled(
     const MenuBarRestoreOutcome& outcome) const {
-    const bool anyUnsettled = !outcome.unsettled.empty();
-    if (!anyUnsettled && outcome.globalRestored) {
+    if (outcome.unsettled.empty() && outcome.globalRestored) {
         return std::nullopt;
     }
     MenuBarAutohideSnapshot result = *this;
-    result.globalRestored = flag(anyUnsettled && outcome.globalRestored);
-    result.pendingOnly = flag(anyUnsettled && outcome.succeeded());
+    result.globalRestored = flag(outcome.globalRestored);
+    result.pendingOnly = flag(outcome.succeeded());
     return result;
 }
 

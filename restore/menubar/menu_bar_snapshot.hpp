@@ -10,8 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "restore/support/json.hpp"
-
 namespace tolvaran {
 
 /// One display's visibility override as it was.
@@ -24,8 +22,6 @@ struct MenuBarDisplayVisibilityOverride {
     bool enabled = false;
 
     bool operator==(const MenuBarDisplayVisibilityOverride&) const = default;
-    static MenuBarDisplayVisibilityOverride fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 
 /// A display that is connected now.
@@ -64,8 +60,6 @@ struct MenuBarAutohideSnapshot {
     std::optional<bool> pendingOnly = {};     // true: and only absent displays are still pending
 
     bool operator==(const MenuBarAutohideSnapshot&) const = default;
-    static MenuBarAutohideSnapshot fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 
     /// Whether only records of absent displays are left to restore.
     bool isPendingOnly() const { return pendingOnly == true; }

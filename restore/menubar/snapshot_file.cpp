@@ -1,8 +1,9 @@
+#include "restore/menubar/formats.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
-#include "restore/support/json.hpp"
+#include "restore/support/record_file.hpp"
 
 namespace tolvaran::MenuBarAutohide {
 namespace {
@@ -35,16 +36,9 @@ std::string defaultSnapshotPath() {
 }
 
 std::optional<MenuBarAutohideSnapshot> loadSnapshot(const std::string& path) {
-    const std::optional<std::string> content = files::read(path);
-    if (!content) {
-        return std::nullopt;
-    }
-    try {
-        return json::read<MenuBarAutohideSnapshot>(*content);
-    } catch (const json::DecodingError& error) {
-        RestoreLog::warn("menu bar snapshot at " + path + " failed to decode: " + error.what());
-        return std::nullopt;
-    }
+    return record_file::load<MenuBarAutohideSnapshot>(
+        path,
+        {.warning = "menu bar snapshot at " + path + " failed to decode: ", .tellsWhy = true});
 }
 
 bool saveSnapshot(const MenuBarAutohideSnapshot& snapshot, const std::string& path) {

@@ -20,18 +20,6 @@ constexpr std::int64_t greatestReadableTerm = 99;
 
 }  // namespace
 
-DisplayModeSpec DisplayModeSpec::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.width = fields.required<std::int64_t>("width"),
-            .height = fields.required<std::int64_t>("height"),
-            .scaled = fields.required<bool>("scaled"),
-            .hz = fields.required<std::int64_t>("hz")};
-}
-
-json::Value DisplayModeSpec::toJSON() const {
-    return json::Object{{"width", width}, {"height", height}, {"scaled", scaled}, {"hz", hz}};
-}
-
 bool DisplayModeSpec::isValid() const {
     return width > 0 && height > 0 && hz >= 0;
 }

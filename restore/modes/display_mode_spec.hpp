@@ -8,8 +8,6 @@
 #include <functional>
 #include <string>
 
-#include "restore/support/json.hpp"
-
 namespace tolvaran {
 
 /// One display mode, portable between displays, ports and sessions. In JSON an object whose four
@@ -21,11 +19,6 @@ struct DisplayModeSpec {
     std::int64_t hz = 0;      // refresh rate, rounded to a whole number; 0: unknown, or any
 
     bool operator==(const DisplayModeSpec&) const = default;
-
-    /// @throws json::DecodingError when a field is missing or of the wrong type; the numbers
-    ///         themselves may be any (see isValid())
-    static DisplayModeSpec fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 
     /// Whether a display could have such a mode at all: a positive size and no negative rate.
     bool isValid() const;

@@ -3,21 +3,12 @@
 #include <optional>
 #include <utility>
 
+#include "restore/modes/formats.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
 #include "restore/support/record_file.hpp"
 
 namespace tolvaran {
-
-ResolutionOriginalsFile ResolutionOriginalsFile::fromJSON(const json::Value& value) {
-    const json::Fields fields(value);
-    return {.version = fields.required<std::int64_t>("version"),
-            .entries = fields.required<std::map<std::string, DisplayModeSpec>>("entries")};
-}
-
-json::Value ResolutionOriginalsFile::toJSON() const {
-    return json::Object{{"version", version}, {"entries", json::encode(entries)}};
-}
 
 namespace ResolutionOriginalsStore {
 
@@ -27,8 +18,9 @@ std::string defaultPath() {
 
 ResolutionOriginalsFile load(const std::string& path) {
     std::optional<ResolutionOriginalsFile> file = record_file::load<ResolutionOriginalsFile>(
-        path, fileVersion,
-        "resolution originals file missing/wrong version/unparseable, starting fresh");
+        path,
+        {.version = fileVersion,
+         .warning = "resolution originals file missing/wrong version/unparseable, starting fresh"});
     if (!file) {
         return {.version = fileVersion, .entries = {}};
     }

@@ -9,7 +9,6 @@
 #include <string>
 
 #include "restore/modes/display_mode_spec.hpp"
-#include "restore/support/json.hpp"
 
 namespace tolvaran {
 
@@ -19,9 +18,6 @@ struct ResolutionOriginalsFile {
     std::map<std::string, DisplayModeSpec> entries;  // canonical display ID → its original mode
 
     bool operator==(const ResolutionOriginalsFile&) const = default;
-    /// @throws json::DecodingError
-    static ResolutionOriginalsFile fromJSON(const json::Value& value);
-    json::Value toJSON() const;
 };
 
 namespace ResolutionOriginalsStore {

@@ -1,54 +1,47 @@
-// JSON as the records of this system need it: read strictly, written predictably.
+// JSON as the records of this system need it: read strictly, written predictably. Only the
+// implementations of the records include this; it is not installed.
 //
-// A record is a plain struct with two members:
-//     static Record fromJSON(const json::Value& value);   // throws DecodingError
-//     json::Value toJSON() const;
-// Reading never converts silently: a boolean is no number and a number no boolean, an integer may
-// be written 2 or 2.0 but not 2.5, and a number that does not fit is an error, not a wrapped one.
+// What a record looks like in JSON is one table, from which it is read and written:
+//
+//     template <>
+//     struct Format<OriginalsEntry> {
+//         static constexpr auto fields = std::tuple(required("uuid", &OriginalsEntry::uuid),
+//                                                   required("x", &OriginalsEntry::x),
+//                                                   required("y", &OriginalsEntry::y));
+//     };
+//
+// A record with rules beyond its fields' types states them in the same place, each of the two
+// functions only if it is needed:
+//
+//     static void checkRead(const Record& record);     // throws DecodingError
+//     static void checkWritten(const Record& record);  // throws EncodingError
+//
+// A member is a bool, a std::int64_t, a double, a std::string, another record, or a std::vector, a
+// std::map from std::string or a std::optional of these.
+//
+// Reading never converts silently: a boolean is not a number and a number not a boolean, an integer
+// may be written 2 or 2.0 but not 2.5, and a number that does not fit is an error. Whatever stands
+// under other keys than those of the table only has to be well formed.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace tolvaran::json {
 
-class Value;
-using Array = std::vector<Value>;
-using Object = std::map<std::string, Value>;  // so keys are always written in sorted order
-
-/// One JSON value. A number written without fraction and exponent that fits in 64 signed bits is
-/// kept as an integer, every other number as a double.
-class Value {
-  public:
-    Value() = default;  // null
-    Value(bool value) : content_(value) {}
-    Value(std::int64_t value) : content_(value) {}
-    Value(int value) : content_(std::int64_t{value}) {}
-    Value(double value) : content_(value) {}
-    Value(std::string value) : content_(std::move(value)) {}
-    Value(const char* value) : content_(std::string(value)) {}
-    Value(Array value) : content_(std::move(value)) {}
-    Value(Object value) : content_(std::move(value)) {}
-
-    /// The content when it is of this very type, null otherwise.
-    template <typename T>
-    const T* as() const {
-        return std::get_if<T>(&content_);
-    }
-    bool isNull() const { return std::holds_alternative<std::monostate>(content_); }
-
-  private:
-    std::variant<std::monostate, bool, std::int64_t, double, std::string, Array, Object> content_;
-};
-
-/// Why bytes or a value could not be read as a record; what() names the key.
+/// Why a text could not be read as a record; what() begins with the keys that lead to the place.
 class DecodingError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -59,165 +52,190 @@ class EncodingError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The value that `text` holds. When an object repeats a key, the last one counts.
-/// @throws DecodingError for anything that is not JSON in valid UTF-8, and for more than 512 levels
-///         of nesting
-Value parse(std::string_view text);
+/// The table of a record, to be specialised for each.
+template <typename Record>
+struct Format;
 
-/// `value` without white space, keys sorted. A double without a fraction, up to 2^53, is written
-/// as an integer.
-/// @throws EncodingError
-std::string serialize(const Value& value);
+/// A row of such a table.
+template <typename Record, typename Member>
+struct Row {
+    const char* key;
+    Member Record::*member;
+    bool isRequired;
+};
 
-/// The content as this type. @throws DecodingError when it is of another type or does not fit
-bool boolean(const Value& value);
-std::int64_t integer(const Value& value);
-double number(const Value& value);
-const std::string& string(const Value& value);
-const Array& array(const Value& value);
-const Object& object(const Value& value);
+/// A field that must be there and must not be null.
+template <typename Record, typename Member>
+constexpr Row<Record, Member> required(const char* key, Member Record::*member) {
+    return {key, member, true};
+}
+
+/// A field that may be missing or null and then keeps its default value. A std::optional without a
+/// value is left out when the record is written, never written as null.
+template <typename Record, typename Member>
+constexpr Row<Record, Member> optional(const char* key, Member Record::*member) {
+    return {key, member, false};
+}
 
 namespace detail {
 
-/// How a T is read: a record by its own fromJSON, the other types as below.
-template <typename T>
-struct Decoder {
-    static T from(const Value& value) { return T::fromJSON(value); }
-};
-template <>
-struct Decoder<bool> {
-    static bool from(const Value& value) { return boolean(value); }
-};
-template <>
-struct Decoder<std::int64_t> {
-    static std::int64_t from(const Value& value) { return integer(value); }
-};
-template <>
-struct Decoder<double> {
-    static double from(const Value& value) { return number(value); }
-};
-template <>
-struct Decoder<std::string> {
-    static std::string from(const Value& value) { return string(value); }
-};
-template <typename T>
-struct Decoder<std::vector<T>> {
-    static std::vector<T> from(const Value& value) {
-        std::vector<T> list;
-        for (const Value& element : array(value)) {
-            list.push_back(Decoder<T>::from(element));
-        }
-        return list;
-    }
-};
-template <typename T>
-struct Decoder<std::map<std::string, T>> {
-    static std::map<std::string, T> from(const Value& value) {
-        std::map<std::string, T> map;
-        for (const auto& [key, element] : object(value)) {
-            map.emplace(key, Decoder<T>::from(element));
-        }
-        return map;
-    }
+enum class Kind : std::uint8_t { boolean, integer, number, text, optional, list, map, record };
+
+struct Field;
+/// Is called with a value in a container and, in a map, its key.
+using Visitor = std::function<void(const std::string& key, const void* value)>;
+
+/// How the values of one C++ type are read and written, apart from the type itself: the decoder and
+/// the encoder are compiled once instead of once for each type.
+struct Shape {
+    Kind kind;
+
+    // Of an optional, a list and a map: the shape of what is in it, and access to that.
+    const Shape* element = nullptr;
+    /// Puts a new default value into the container, under this key in a map, in place of any other
+    /// that was there. It stays where it is until the next one is added.
+    void* (*add)(void* container, std::string_view key) = nullptr;
+    void (*visit)(const void* container, const Visitor& visitor) = nullptr;
+
+    // Of a record: its table and its rules.
+    std::span<const Field> fields = {};
+    void (*checkRead)(const void* record) = nullptr;
+    void (*checkWritten)(const void* record) = nullptr;
 };
 
-/// `read` with the key put before the text of any error, so that the text leads to the place.
-template <typename Read>
-auto within(const std::string& key, Read read) {
-    try {
-        return read();
-    } catch (const DecodingError& error) {
-        throw DecodingError("\"" + key + "\": " + error.what());
-    }
-}
+struct Field {
+    std::string_view key;
+    bool isRequired;
+    const Shape* shape;
+    void* (*memberOf)(void* record);
+    void (*reset)(void* member);  // to the default value of its type
+};
 
 template <typename T>
-Value encoded(const T& value) {
-    if constexpr (requires { value.toJSON(); }) {
-        return value.toJSON();
-    } else {
-        return Value(value);
-    }
-}
+struct ShapeOf;
+
+template <typename T, Kind leaf>
+struct Leaf {
+    static constexpr Shape shape{.kind = leaf};
+};
+template <>
+struct ShapeOf<bool> : Leaf<bool, Kind::boolean> {};
+template <>
+struct ShapeOf<std::int64_t> : Leaf<std::int64_t, Kind::integer> {};
+template <>
+struct ShapeOf<double> : Leaf<double, Kind::number> {};
+template <>
+struct ShapeOf<std::string> : Leaf<std::string, Kind::text> {};
+
 template <typename T>
-Value encoded(const std::vector<T>& list) {
-    Array array;
-    for (const T& element : list) {
-        array.push_back(encoded(element));
+struct ShapeOf<std::optional<T>> {
+    static void* add(void* container, std::string_view) {
+        return &static_cast<std::optional<T>*>(container)->emplace();
     }
-    return array;
-}
+    static void visit(const void* container, const Visitor& visitor) {
+        if (const auto& optional = *static_cast<const std::optional<T>*>(container)) {
+            visitor({}, &*optional);
+        }
+    }
+    static constexpr Shape shape{
+        .kind = Kind::optional, .element = &ShapeOf<T>::shape, .add = add, .visit = visit};
+};
+
 template <typename T>
-Value encoded(const std::map<std::string, T>& map) {
-    Object object;
-    for (const auto& [key, element] : map) {
-        object.emplace(key, encoded(element));
+struct ShapeOf<std::vector<T>> {
+    static void* add(void* container, std::string_view) {
+        return &static_cast<std::vector<T>*>(container)->emplace_back();
     }
-    return object;
-}
+    static void visit(const void* container, const Visitor& visitor) {
+        for (const T& element : *static_cast<const std::vector<T>*>(container)) {
+            visitor({}, &element);
+        }
+    }
+    static constexpr Shape shape{
+        .kind = Kind::list, .element = &ShapeOf<T>::shape, .add = add, .visit = visit};
+};
+
+template <typename T>
+struct ShapeOf<std::map<std::string, T>> {
+    using Map = std::map<std::string, T>;
+    static void* add(void* container, std::string_view key) {
+        Map& map = *static_cast<Map*>(container);
+        // What this system has written comes in order.
+        const auto place = map.emplace_hint(map.end(), std::string(key), T());
+        place->second = T();
+        return &place->second;
+    }
+    static void visit(const void* container, const Visitor& visitor) {
+        for (const auto& [key, element] : *static_cast<const Map*>(container)) {
+            visitor(key, &element);
+        }
+    }
+    static constexpr Shape shape{
+        .kind = Kind::map, .element = &ShapeOf<T>::shape, .add = add, .visit = visit};
+};
+
+/// A record.
+template <typename T>
+struct ShapeOf {
+    template <std::size_t index>
+    static void* memberOf(void* record) {
+        return &(static_cast<T*>(record)->*std::get<index>(Format<T>::fields).member);
+    }
+    template <typename Member>
+    static void reset(void* member) {
+        *static_cast<Member*>(member) = Member();
+    }
+    template <std::size_t index, typename Member>
+    static constexpr Field field(const Row<T, Member>& row) {
+        return {row.key, row.isRequired, &ShapeOf<Member>::shape, memberOf<index>, reset<Member>};
+    }
+    template <std::size_t... indices>
+    static constexpr auto fieldsOf(std::index_sequence<indices...>) {
+        return std::array<Field, sizeof...(indices)>{
+            field<indices>(std::get<indices>(Format<T>::fields))...};
+    }
+    static void checkRead([[maybe_unused]] const void* record) {
+        if constexpr (requires(const T& value) { Format<T>::checkRead(value); }) {
+            Format<T>::checkRead(*static_cast<const T*>(record));
+        }
+    }
+    static void checkWritten([[maybe_unused]] const void* record) {
+        if constexpr (requires(const T& value) { Format<T>::checkWritten(value); }) {
+            Format<T>::checkWritten(*static_cast<const T*>(record));
+        }
+    }
+    static constexpr auto fields = fieldsOf(
+        std::make_index_sequence<std::tuple_size_v<std::decay_t<decltype(Format<T>::fields)>>>());
+    static constexpr Shape shape{.kind = Kind::record,
+                                 .fields = fields,
+                                 .checkRead = checkRead,
+                                 .checkWritten = checkWritten};
+};
+
+/// Puts the value that `text` holds into a std::optional.
+/// @param shape that of the std::optional
+void read(std::string text, const Shape& shape, void* optional);
+std::string write(const Shape& shape, const void* value);
 
 }  // namespace detail
 
-/// Reads the fields of one object.
-class Fields {
-  public:
-    /// @throws DecodingError when `value` is no object
-    explicit Fields(const Value& value) : object_(object(value)) {}
-
-    /// The field under `key`. @throws DecodingError when it is missing, null or of another type
-    template <typename T>
-    T required(const std::string& key) const {
-        const Value* const value = find(key);
-        if (value == nullptr) {
-            throw DecodingError("\"" + key + "\" is missing");
-        }
-        return detail::within(key, [&] { return detail::Decoder<T>::from(*value); });
-    }
-
-    /// The same, or none when it is missing or null.
-    template <typename T>
-    std::optional<T> optional(const std::string& key) const {
-        const Value* const value = find(key);
-        if (value == nullptr || value->isNull()) {
-            return std::nullopt;
-        }
-        return detail::within(key, [&] { return detail::Decoder<T>::from(*value); });
-    }
-
-  private:
-    const Value* find(const std::string& key) const {
-        const auto found = object_.find(key);
-        return found == object_.end() ? nullptr : &found->second;
-    }
-
-    const Object& object_;
-};
-
-/// `value` as JSON: a record, bool, std::int64_t, double, std::string, or std::vector and std::map
-/// (from std::string) of these.
-template <typename T>
-Value encode(const T& value) {
-    return detail::encoded(value);
-}
-
-/// Adds the field to `object` when there is one; an absent field is left out, never written null.
-template <typename T>
-void put(Object& object, const std::string& key, const std::optional<T>& value) {
-    if (value) {
-        object.emplace(key, encode(*value));
-    }
-}
-
-/// The record that `text` holds (of any type that encode() takes). @throws DecodingError
+/// The record that `text` holds, or any other type that a member may have. If an object repeats a
+/// key, the last one counts. A byte order mark at the beginning is passed over.
+/// @throws DecodingError if `text` is not well-formed JSON in valid UTF-8, has more than 512 levels
+///         of nesting or does not hold such a record
 template <typename Record>
-Record read(std::string_view text) {
-    return detail::Decoder<Record>::from(parse(text));
+Record read(std::string text) {
+    std::optional<Record> record;
+    detail::read(std::move(text), detail::ShapeOf<std::optional<Record>>::shape, &record);
+    return *std::move(record);
 }
 
-/// The text of a record. @throws EncodingError
+/// `record` without white space, keys in ascending order. A number without a fraction, up to 2^53,
+/// is written as an integer.
+/// @throws EncodingError
 template <typename Record>
 std::string write(const Record& record) {
-    return serialize(encode(record));
+    return detail::write(detail::ShapeOf<Record>::shape, &record);
 }
 
 }  // namespace tolvaran::json

@@ -1,10 +1,11 @@
-// Loading and saving of the versioned records: one rule for all of them, so that a file that
-// cannot be used is treated alike everywhere.
+// Reading and writing the records' files: one rule for all of them, so that a file that cannot be
+// used is treated alike everywhere.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "restore/paths/restore_log.hpp"
 #include "restore/support/files.hpp"
@@ -12,32 +13,53 @@
 
 namespace tolvaran::record_file {
 
-/// The record in the file, when it decodes and has the expected version. None without a word when
-/// there is no readable file; none after logging `badFileMessage` through RestoreLog.warn for
-/// everything else.
-/// @tparam Record a record with an integer member `version`
+/// What makes a file usable, and what is said of one that is not.
+struct Expectation {
+    /// What the record's member `version` must be; none if any record will do.
+    std::optional<std::int64_t> version = {};
+    /// The line for RestoreLog.warn; empty if nothing is to be said.
+    std::string warning = {};
+    /// Whether what is wrong with the file follows the warning.
+    bool tellsWhy = false;
+};
+
+namespace detail {
+
 template <typename Record>
-std::optional<Record> load(const std::string& path, std::int64_t expectedVersion,
-                           const std::string& badFileMessage) {
-    const std::optional<std::string> content = files::read(path);
+void requireVersion(const Record& record, const std::optional<std::int64_t>& version) {
+    if constexpr (requires { record.version; }) {
+        if (version && record.version != *version) {
+            throw json::DecodingError("\"version\": is not " + std::to_string(*version));
+        }
+    }
+}
+
+}  // namespace detail
+
+/// The record in the file. None without a line in the log if there is no file that can be read;
+/// none after the expectation's warning if the file does not hold such a record. The file stays as
+/// it is.
+template <typename Record>
+std::optional<Record> load(const std::string& path, const Expectation& expected) {
+    std::optional<std::string> content = files::read(path);
     if (!content) {
         return std::nullopt;
     }
     try {
-        auto record = json::read<Record>(*content);
-        if (record.version == expectedVersion) {
-            return record;
+        std::optional<Record> record = json::read<Record>(*std::move(content));
+        detail::requireVersion(*record, expected.version);
+        return record;
+    } catch (const json::DecodingError& error) {
+        if (!expected.warning.empty()) {
+            RestoreLog::warn(expected.warning + (expected.tellsWhy ? error.what() : ""));
         }
-    } catch (const json::DecodingError&) {
-        // Said below, like a wrong version.
+        return std::nullopt;
     }
-    RestoreLog::warn(badFileMessage);
-    return std::nullopt;
 }
 
-/// Writes the record with sorted keys, creating the directory. On failure logs through
-/// RestoreLog.warn "Failed to encode " + name, or "Failed to write " + name + ": " + the error; the
-/// file is then left as it was.
+/// Writes the record, creating the directory. If that fails the file stays as it was, and
+/// RestoreLog.warn gets "Failed to encode " + name, or "Failed to write " + name + ": " + the
+/// error.
 /// @param name what the log calls the file, such as "originals file"
 template <typename Record>
 void save(const Record& record, const std::string& path, const std::string& name) {

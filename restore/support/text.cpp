@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -26,7 +28,69 @@ std::size_t blank(Has has) {
     return found == whitespace.end() ? 0 : found->size();
 }
 
+/// Of a character in UTF-8 that begins with a byte from `first` to `last`: how many bytes follow,
+/// and between what the first of them lies. The others lie between 0x80 and 0xBF.
+struct Sequence {
+    unsigned char first;
+    unsigned char last;
+    std::size_t following;
+    unsigned char least = 0x80;
+    unsigned char greatest = 0xBF;
+};
+constexpr std::array<Sequence, 8> sequences{{
+    {0xC2, 0xDF, 1},
+    {0xE0, 0xE0, 2, 0xA0, 0xBF},  // not what fits in two bytes
+    {0xE1, 0xEC, 2},
+    {0xED, 0xED, 2, 0x80, 0x9F},  // not a surrogate
+    {0xEE, 0xEF, 2},
+    {0xF0, 0xF0, 3, 0x90, 0xBF},  // not what fits in three bytes
+    {0xF1, 0xF3, 3},
+    {0xF4, 0xF4, 3, 0x80, 0x8F},  // not beyond U+10FFFF
+}};
+
+/// Where the ASCII characters from `start` on end.
+std::size_t endOfASCII(std::string_view bytes, std::size_t start) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::uint64_t eight = 0;
+    std::size_t at = start;
+    for (; at + sizeof eight <= bytes.size(); at += sizeof eight) {
+        std::memcpy(&eight, bytes.data() + at, sizeof eight);
+        if ((eight & highBits) != 0) {
+            break;
+        }
+    }
+    while (at < bytes.size() && static_cast<unsigned char>(bytes[at]) < 0x80) {
+        ++at;
+    }
+    return at;
+}
+
 }  // namespace
+
+std::size_t findInvalidUTF8(std::string_view bytes) {
+    std::size_t at = endOfASCII(bytes, 0);
+    while (at < bytes.size()) {
+        const auto lead = static_cast<unsigned char>(bytes[at]);
+        const auto sequence = std::ranges::find_if(
+            sequences, [&](const Sequence& one) { return one.first <= lead && lead <= one.last; });
+        if (sequence == sequences.end()) {
+            return at;
+        }
+        unsigned char least = sequence->least;
+        unsigned char greatest = sequence->greatest;
+        for (std::size_t left = sequence->following; left > 0; --left) {
+            ++at;
+            const auto byte = at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
+            if (byte < least || byte > greatest) {
+                return at;
+            }
+            least = 0x80;
+            greatest = 0xBF;
+        }
+        at = endOfASCII(bytes, at + 1);
+    }
+    return std::string_view::npos;
+}
 
 std::string fixed(double value, int decimals, int width) {
     std::ostringstream out;

@@ -1,6 +1,7 @@
 // Text that must come out the same on every Mac, whatever its language and region.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
@@ -10,6 +11,13 @@ namespace tolvaran::text {
 /// `value` with `decimals` places and a decimal point, at least `width` characters wide (padded
 /// with blanks on the left).
 std::string fixed(double value, int decimals, int width = 0);
+
+/// Where the first byte stands that makes `bytes` invalid as UTF-8, or the end if the last
+/// character is cut off; npos if all of it is valid.
+std::size_t findInvalidUTF8(std::string_view bytes);
+inline bool isUTF8(std::string_view bytes) {
+    return findInvalidUTF8(bytes) == std::string_view::npos;
+}
 
 /// `mapping` as log lines show it, in key order: ["old": "new", "older": "new"], and [:] when
 /// empty.

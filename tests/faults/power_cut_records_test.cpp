@@ -10,6 +10,10 @@
 #include <optional>
 #include <vector>
 
+#include "restore/arrangement/formats.hpp"
+#include "restore/dock/formats.hpp"
+#include "restore/menubar/formats.hpp"
+#include "restore/modes/formats.hpp"
 #include "restore/support/files.hpp"
 #include "restore/support/json.hpp"
 #include "restore/support/process_wide.hpp"

@@ -128,7 +128,7 @@ TEST(RestoreHotCorners, KeepsWhatItCannotRead) {
     restoreHotCorners("cold-start", std::nullopt);
     EXPECT_EQ(process.takeLog(),
               (Lines{applying, "warn: hot-corner snapshot at " + process.state(snapshotFile) +
-                                   " failed to decode: no valid JSON at byte 2"}));
+                                   " failed to decode: invalid JSON at byte 2"}));
     EXPECT_EQ(readFile(process.state(snapshotFile)), "{");
     EXPECT_EQ(callNames(), Lines{});
 }

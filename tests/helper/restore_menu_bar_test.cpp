@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "restore/menubar/formats.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
-#include "restore/support/json.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 #include "tests/support/simulated_process.hpp"
 
@@ -149,7 +149,7 @@ TEST_F(RestoreMenuBar, WaitsInSilenceForAbsentDisplays) {
 TEST_F(RestoreMenuBar, LeavesAnUndecodableSnapshotInPlace) {
     start(macOfHere, R"({"hideMenuBar":true})");
     EXPECT_EQ(run(), Lines{"warn: menu bar snapshot at " + path +
-                           R"( failed to decode: "hideMenuBar": is no integer)"});
+                           R"( failed to decode: "hideMenuBar": is not an integer)"});
     EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(file(), R"({"hideMenuBar":true})");
 }

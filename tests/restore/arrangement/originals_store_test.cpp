@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "restore/arrangement/formats.hpp"
 #include "tests/support/bad_input.hpp"
 #include "tests/support/log_capture.hpp"
 #include "tests/support/temporary_directory.hpp"

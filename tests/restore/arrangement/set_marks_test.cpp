@@ -8,6 +8,7 @@
 #include <ostream>
 #include <tuple>
 
+#include "restore/arrangement/formats.hpp"
 #include "tests/support/bad_input.hpp"
 #include "tests/support/log_capture.hpp"
 #include "tests/support/temporary_directory.hpp"

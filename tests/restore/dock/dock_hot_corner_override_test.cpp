@@ -194,7 +194,7 @@ TEST_F(HotCornerLeases, TheFirstRefusesToReplaceACorruptSnapshot) {
     EXPECT_EQ(readFile(path_), "{");
     EXPECT_EQ(takeLog(),
               (Lines{"warn: hot-corner snapshot at " + path_ +
-                         " failed to decode: no valid JSON at byte 2",
+                         " failed to decode: invalid JSON at byte 2",
                      "warn: hot-corner enter: pending snapshot at " + path_ +
                          " could not be restored (corrupt file or Dock sync failed); refusing to "
                          "overwrite with fresh snapshot"}));
@@ -244,7 +244,7 @@ TEST_F(HotCornerLeases, RenewingKeepsTheLeaseWhenTheSuppressionFails) {
 
 TEST_F(HotCornerLeases, RenewingPutsALostFileBack) {
     const std::string undecodable =
-        "warn: hot-corner snapshot at " + path_ + " failed to decode: no valid JSON at byte ";
+        "warn: hot-corner snapshot at " + path_ + " failed to decode: invalid JSON at byte ";
     const std::vector<std::pair<std::string, Lines>> contents = {{"", {undecodable + "1"}},
                                                                  {"{", {undecodable + "2"}},
                                                                  {"{}", {}},

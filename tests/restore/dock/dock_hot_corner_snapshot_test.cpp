@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "restore/support/json.hpp"
+#include "restore/dock/formats.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -188,26 +188,26 @@ TEST(DockHotCornerSnapshot, SaysWhyItCannotBeRead) {
         {R"({"liveActions":[1,1,1,1],"liveModifiers":[0,0,0,0,0]})", pairing},
         {R"({"liveActions":[],"liveModifiers":[]})", pairing},
         {R"({"liveActions":[1,1,1,2147483648],"liveModifiers":[0,0,0,0]})", pairing},
-        {R"({"tlCorner":true})", "\"tlCorner\": is no integer"},
-        {R"({"tlModifier":"1"})", "\"tlModifier\": is no integer"},
-        {R"({"blCorner":1.5})", "\"blCorner\": is no integer"},
-        {R"({"brCorner":[1]})", "\"brCorner\": is no integer"},
+        {R"({"tlCorner":true})", "\"tlCorner\": is not an integer"},
+        {R"({"tlModifier":"1"})", "\"tlModifier\": is not an integer"},
+        {R"({"blCorner":1.5})", "\"blCorner\": is not an integer"},
+        {R"({"brCorner":[1]})", "\"brCorner\": is not an integer"},
         {R"({"brCorner":1e300})", "\"brCorner\": does not fit in 64 bits"},
         {R"({"brCorner":18446744073709551616})", "\"brCorner\": does not fit in 64 bits"},
-        {R"({"liveActions":4})", "\"liveActions\": is no array"},
-        {R"({"liveActions":{"0":1}})", "\"liveActions\": is no array"},
+        {R"({"liveActions":4})", "\"liveActions\": is not an array"},
+        {R"({"liveActions":{"0":1}})", "\"liveActions\": is not an array"},
         {R"({"liveActions":[1,1,true,1],"liveModifiers":[0,0,0,0]})",
-         "\"liveActions\": is no integer"},
+         "\"liveActions\": is not an integer"},
         {R"({"liveActions":[1,1,null,1],"liveModifiers":[0,0,0,0]})",
-         "\"liveActions\": is no integer"},
+         "\"liveActions\": is not an integer"},
         {R"({"liveActions":[1,1,1,1],"liveModifiers":[0,0.5,0,0]})",
-         "\"liveModifiers\": is no integer"},
+         "\"liveModifiers\": is not an integer"},
         // Every field's type is looked at before any value is.
-        {R"({"tlCorner":4294967296,"liveModifiers":false})", "\"liveModifiers\": is no array"},
-        {"[]", "is no object"},
-        {"null", "is no object"},
-        {"4", "is no object"},
-        {"", "no valid JSON at byte 1"},
+        {R"({"tlCorner":4294967296,"liveModifiers":false})", "\"liveModifiers\": is not an array"},
+        {"[]", "is not an object"},
+        {"null", "is not an object"},
+        {"4", "is not an object"},
+        {"", "invalid JSON at byte 1"},
     };
     for (const auto& [text, error] : cases) {
         EXPECT_EQ(decodingError(text), error) << text;

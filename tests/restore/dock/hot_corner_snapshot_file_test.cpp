@@ -128,9 +128,9 @@ TEST_F(HotCornerSnapshotFile, SaysWhyTheFileCannotBeDecoded) {
          "arrays"},
         {R"({"trCorner":4294967296})",
          "\"tlCorner\": hot-corner snapshot contains a value outside the Int32 range"},
-        {R"({"trCorner":true})", "\"trCorner\": is no integer"},
-        {"not JSON", "no valid JSON at byte 2"},
-        {"{\"trCorner\":1,\"\xc3\x28\":0}", "no valid JSON at byte 17"},
+        {R"({"trCorner":true})", "\"trCorner\": is not an integer"},
+        {"not JSON", "invalid JSON at byte 2"},
+        {"{\"trCorner\":1,\"\xc3\x28\":0}", "invalid JSON at byte 17"},
         {std::string(100000, '['), "more than 512 levels of nesting"},
     };
     for (const auto& [content, reason] : cases) {
@@ -150,7 +150,7 @@ TEST_F(HotCornerSnapshotFile, CannotBeReadWhenCutOffAnywhere) {
         ASSERT_EQ(lines.size(), 1U) << length;
         EXPECT_EQ(
             lines[0].rfind(
-                "warn: hot-corner snapshot at " + path_ + " failed to decode: no valid JSON", 0),
+                "warn: hot-corner snapshot at " + path_ + " failed to decode: invalid JSON", 0),
             0U)
             << lines[0];
     }

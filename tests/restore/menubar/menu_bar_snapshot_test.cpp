@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "restore/support/json.hpp"
+#include <nlohmann/json.hpp>
+
+#include "restore/menubar/formats.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -82,20 +84,21 @@ TEST(MenuBarSnapshot, WhatIsNoSnapshotIsRefused) {
 }
 
 TEST(MenuBarSnapshot, ARecordNeedsEveryOtherFieldInItsType) {
-    const json::Object complete{{"canonicalID", "c"}, {"portUUID", "p"}, {"enabled", true}};
-    EXPECT_NO_THROW(Record::fromJSON(complete));
-    for (const auto& [key, value] : complete) {
-        json::Object broken = complete;
+    const nlohmann::json complete{{"canonicalID", "c"}, {"portUUID", "p"}, {"enabled", true}};
+    const auto read = [](const nlohmann::json& record) { json::read<Record>(record.dump()); };
+    EXPECT_NO_THROW(read(complete));
+    for (const auto& [key, value] : complete.items()) {
+        nlohmann::json broken = complete;
         broken.erase(key);
-        EXPECT_THROW(Record::fromJSON(broken), json::DecodingError) << key << " missing";
-        broken[key] = json::Value();
-        EXPECT_THROW(Record::fromJSON(broken), json::DecodingError) << key << " null";
+        EXPECT_THROW(read(broken), json::DecodingError) << key << " missing";
+        broken[key] = nullptr;
+        EXPECT_THROW(read(broken), json::DecodingError) << key << " null";
         broken[key] = 1;
-        EXPECT_THROW(Record::fromJSON(broken), json::DecodingError) << key << " a number";
+        EXPECT_THROW(read(broken), json::DecodingError) << key << " a number";
     }
-    json::Object broken = complete;
+    nlohmann::json broken = complete;
     broken["hardwareID"] = 1;
-    EXPECT_THROW(Record::fromJSON(broken), json::DecodingError);
+    EXPECT_THROW(read(broken), json::DecodingError);
 }
 
 TEST(MenuBarSnapshot, AnIntegerMayHaveAnyValue) {

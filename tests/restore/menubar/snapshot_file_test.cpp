@@ -3,8 +3,8 @@
 
 #include <filesystem>
 
+#include "restore/menubar/formats.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
-#include "restore/support/json.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
 #include "tests/support/bad_input.hpp"
 

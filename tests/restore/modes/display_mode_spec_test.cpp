@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "restore/modes/formats.hpp"
 #include "tests/restore/modes/decimal_comma_locale.hpp"
 
 namespace tolvaran::tests {

@@ -1,0 +1,51 @@
+// What the records of the arrangements look like in JSON. Used by their stores; not installed.
+#pragma once
+
+#include <tuple>
+
+#include "restore/arrangement/alias_map.hpp"
+#include "restore/arrangement/originals_store.hpp"
+#include "restore/arrangement/set_marks.hpp"
+#include "restore/support/json.hpp"
+
+namespace tolvaran::json {
+
+template <>
+struct Format<AliasMap::Entry> {
+    static constexpr auto fields = std::tuple(required("ids", &AliasMap::Entry::ids));
+};
+
+template <>
+struct Format<AliasMap> {
+    static constexpr auto fields = std::tuple(optional("knownDisplays", &AliasMap::entries));
+};
+
+template <>
+struct Format<OriginalsEntry> {
+    static constexpr auto fields =
+        std::tuple(required("uuid", &OriginalsEntry::uuid), required("x", &OriginalsEntry::x),
+                   required("y", &OriginalsEntry::y));
+};
+
+template <>
+struct Format<OriginalsFile> {
+    static constexpr auto fields =
+        std::tuple(required("version", &OriginalsFile::version),
+                   required("arrangements", &OriginalsFile::arrangements));
+};
+
+template <>
+struct Format<SeparatedSetsFile> {
+    static constexpr auto fields =
+        std::tuple(required("version", &SeparatedSetsFile::version),
+                   required("signatures", &SeparatedSetsFile::signatures));
+};
+
+template <const SetMarks& marks>
+struct Format<LayoutSetsFile<marks>> {
+    static constexpr auto fields =
+        std::tuple(required("version", &LayoutSetsFile<marks>::version),
+                   required("arrangements", &LayoutSetsFile<marks>::arrangements));
+};
+
+}  // namespace tolvaran::json

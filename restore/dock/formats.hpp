@@ -1,0 +1,36 @@
+// What the Dock's records look like in JSON. Used by their files; not installed.
+#pragma once
+
+#include <tuple>
+
+#include "restore/dock/dock_auto_hide_override.hpp"
+#include "restore/dock/dock_hot_corner_snapshot.hpp"
+#include "restore/support/json.hpp"
+
+namespace tolvaran::json {
+
+template <>
+struct Format<DockAutoHideOverride::Snapshot> {
+    using Record = DockAutoHideOverride::Snapshot;
+    static constexpr auto fields = std::tuple(required("version", &Record::version),
+                                              required("restoreTo", &Record::restoreTo));
+};
+
+template <>
+struct Format<DockHotCornerSnapshot> {
+    using Record = DockHotCornerSnapshot;
+    static constexpr auto fields = std::apply(
+        [](const auto&... corners) {
+            return std::tuple(optional(corners.key, corners.member)...,
+                              optional("liveActions", &Record::liveActions),
+                              optional("liveModifiers", &Record::liveModifiers));
+        },
+        hotCornerFields);
+
+    /// @throws DecodingError with one of the two texts in dock_hot_corner_snapshot.hpp
+    static void checkRead(const Record& record);
+    /// @throws EncodingError
+    static void checkWritten(const Record& record);
+};
+
+}  // namespace tolvaran::json
