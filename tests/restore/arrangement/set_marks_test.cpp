@@ -337,8 +337,8 @@ const std::vector<LayoutStore>& layoutStores() {
 class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>, protected Marks {
   protected:
     std::string text(const Arrangements& arrangements) const {
-        return json::serialize(json::Object{{"version", GetParam().version},
-                                            {"arrangements", json::encode(arrangements)}});
+        return R"({"arrangements":)" + json::write(arrangements) + R"(,"version":)" +
+               std::to_string(GetParam().version) + "}";
     }
 
     /// Writes a file with these layouts as nobody here writes it. @return the file's content
