@@ -8,6 +8,7 @@
 
 #include "report/text.hpp"
 #include "restore/arrangement/alias_map.hpp"
+#include "restore/arrangement/formats.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
 #include "restore/support/json.hpp"

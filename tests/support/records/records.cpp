@@ -5,6 +5,10 @@
 #include <optional>
 #include <regex>
 
+#include "restore/arrangement/formats.hpp"
+#include "restore/dock/formats.hpp"
+#include "restore/menubar/formats.hpp"
+#include "restore/modes/formats.hpp"
 #include "restore/support/json.hpp"
 #include "restore/tolvaran_restore.hpp"
 #include "tests/support/records/formats.hpp"
