@@ -95,7 +95,6 @@ std::vector<BadInput> wrongText(const std::string& good) {
         {"a line end within a text", withIgnoredKey(good, "\"\n\"")},
         {"NaN", withIgnoredKey(good, "NaN")},
         {"Infinity", withIgnoredKey(good, "-Infinity")},
-        {"a number beyond every double", withIgnoredKey(good, "1e309")},
         {"nested lists", withIgnoredKey(good, repeated("[", tooDeep) + repeated("]", tooDeep))},
         {"nested objects",
          withIgnoredKey(good, repeated("{\"a\":", tooDeep) + "1" + repeated("}", tooDeep))},

@@ -88,6 +88,12 @@ TEST_F(AliasMapTest, ReadsTheKnownDisplaysAndNothingElse) {
     }
 }
 
+TEST_F(AliasMapTest, ANumberOutOfRangeCostsTheAliasesNothingWhereNobodyReadsIt) {
+    EXPECT_EQ(load(R"({"zoom":1e999,"knownDisplays":[{"ids":["a","b"],"scale":-1e999}]})"),
+              AliasMap({.entries = {{.ids = {"a", "b"}}}}));
+    EXPECT_EQ(log_.lines(), Lines());
+}
+
 TEST_F(AliasMapTest, WhatCannotBeReadIsSilentlyTheIdentity) {
     EXPECT_EQ(AliasMap::load(path_), AliasMap());
     EXPECT_EQ(AliasMap::load(directory_.path()), AliasMap());

@@ -70,7 +70,7 @@ TEST_F(OriginalsStoreTest, SavesWithSortedKeysAndLoadsTheSame) {
         {file({{"", {}}, {"A", {{.uuid = "", .x = 2147483648, .y = -2147483649}}}}),
          R"({"arrangements":{"":[],"A":[{"uuid":"","x":2147483648,"y":-2147483649}]},"version":2})"},
         {file({{"A", {{.uuid = "A", .x = 1e308, .y = -5e-324}}}}),
-         R"({"arrangements":{"A":[{"uuid":"A","x":1e+308,"y":-5e-324}]},"version":2})"},
+         R"({"arrangements":{"A":[{"uuid":"A","x":1e308,"y":-5e-324}]},"version":2})"},
         {file({{"\"\n\xc3\xa9", {{.uuid = "A", .x = 0.1, .y = 9007199254740992}}}}),
          "{\"arrangements\":{\"\\\"\\n\xc3\xa9\":"
          "[{\"uuid\":\"A\",\"x\":0.1,\"y\":9007199254740992}]},\"version\":2}"},
