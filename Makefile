@@ -1,8 +1,8 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test browser-test gallery sanitize torture fuzz coverage bench mac
-.PHONY: contract-apple install uninstall clean
+.PHONY: help setup build configured run check test browser-test gallery sanitize torture
+.PHONY: fuzz coverage bench mac contract-apple install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -13,35 +13,40 @@ help: ## Show the targets
 setup:
 	@tools/install-dependencies build
 
-build: setup
-	@cmake --preset $(PRESET) >/dev/null
+build: configured ## Build everything
 	@cmake --build --preset $(PRESET) -j $(JOBS)
 
+configured: setup
+	@cmake --preset $(PRESET) >/dev/null
+
 ifeq ($(shell uname -s),Darwin)
-run: build ## Run the main job: the helper (elsewhere: a simulated crash)
+run: configured
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_helper
 	build/$(PRESET)/helper/tolvaran_helper
 else
-run: build ## Run the main job: a real process is killed, and its Mac is put back
+run: configured ## Run the main job: a real process is killed, and its Mac is put back
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_simulator
 	build/$(PRESET)/player/tolvaran_simulator --report build/crash.html scenarios/crash.json
 	@echo "What happened, with pictures: file://$(CURDIR)/build/crash.html"
 endif
 
-# With Debian's own Python, for which its packages are.
-browser-test: setup ## Open the report of every scenario in a headless browser
+check: configured ## Build and run only the test programs that the changes since the last commit concern
+	@tools/check --preset $(PRESET) -j $(JOBS)
+
+# With Debian's own Python, which its packages are for.
+browser-test: configured ## Open the report of every scenario in a headless browser
 	@tools/install-dependencies browser
-	@cmake --preset $(PRESET) >/dev/null
 	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_simulator
 	/usr/bin/python3 tests/browser/report_test.py build/$(PRESET)/player/tolvaran_simulator
 
 test: build ## Build and run every test (PRESET=sanitize: with sanitizers and leak check)
 	@tools/run-tests --preset $(PRESET) -j $(JOBS)
 
-gallery: setup ## Draw the scenarios anew (scenarios/README.md and its pictures)
-	@cmake --preset $(PRESET) >/dev/null
+gallery: configured ## Draw the scenarios again (scenarios/README.md and its pictures)
 	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_gallery
 	build/$(PRESET)/player/tolvaran_gallery scenarios
 
-sanitize: ## The same with the address and undefined-behaviour sanitizers, leaks checked
+sanitize: ## Build and run every test with the address, undefined-behaviour and leak sanitizers
 	@$(MAKE) --no-print-directory test PRESET=sanitize
 
 torture: export TOLVARAN_STATISTICS = $(CURDIR)/build/torture-counts
@@ -55,7 +60,7 @@ torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N:
 		TOLVARAN_STATISTICS= $(MAKE) --no-print-directory coverage || result=1; \
 		tools/torture-summary build/torture-counts; exit $$result
 
-fuzz: ## Look for inputs that break something, without end (FUZZ_SECONDS=N: N seconds a target)
+fuzz: ## Look for inputs that break something, until stopped (FUZZ_SECONDS=N: N seconds a target)
 	@tools/install-dependencies build fuzz
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
