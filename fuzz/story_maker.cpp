@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/faults/failure_forms.hpp"
+#include "simulator/faults/outside_calls.hpp"
 
 namespace tolvaran::fuzz {
 namespace {
@@ -505,9 +505,9 @@ class TimelineMaker {
 /// The functions that can fail at all.
 const std::vector<std::string>& fallible() {
     static const std::vector<std::string> functions = [] {
-        std::vector<std::string> all = tests::fallibleFunctions();
-        std::erase_if(all,
-                      [](const auto& function) { return tests::failureForms(function).empty(); });
+        std::vector<std::string> all = simulator::outsideFunctions();
+        std::erase_if(
+            all, [](const auto& function) { return simulator::failureForms(function).empty(); });
         return all;
     }();
     return functions;
@@ -515,7 +515,7 @@ const std::vector<std::string>& fallible() {
 
 json makeFault(Choices& choices) {
     const std::string& function = choices.of(fallible());
-    json fault = choices.of(tests::failureForms(function));
+    json fault = choices.of(simulator::failureForms(function));
     fault["call"] = function;
     fault["skip"] = choices.below(40);
     fault["times"] = choices.of(std::vector<std::size_t>{1, 1, 4, 1000});

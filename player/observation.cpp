@@ -1,8 +1,8 @@
 #include "player/observation.hpp"
 
-#include "simulator/faults/recorder.hpp"
 #include "simulator/host/files.hpp"
 #include "simulator/loop/clock.hpp"
+#include "simulator/machine/call_record.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator {

@@ -88,7 +88,7 @@ void layOutFiles(const Scenario& scenario, const std::string& applicationSupport
 
 void setFaults(const json& faults) {
     for (const JsonReader& fault : JsonReader(faults, "faults").elements()) {
-        addFault(fault);
+        addFaultAt(fault);
     }
 }
 

@@ -1,21 +1,19 @@
 #include "simulator/simulator.hpp"
 
 #include <algorithm>
+#include <functional>
+#include <utility>
+#include <vector>
 
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/core_foundation/uuid.hpp"
 #include "simulator/devices/devices.hpp"
-#include "simulator/faults/faults.hpp"
-#include "simulator/host/file_calls.hpp"
-#include "simulator/host/processes.hpp"
 #include "simulator/loop/clock.hpp"
 #include "simulator/loop/dispatch_objects.hpp"
 #include "simulator/loop/event_loop.hpp"
-#include "simulator/loop/notifications.hpp"
 #include "simulator/loop/timeline.hpp"
-#include "simulator/loop/workspace_events.hpp"
 #include "simulator/machine/mac_json.hpp"
 #include "simulator/machine/machine.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator {
 
@@ -38,29 +36,32 @@ std::string portUUIDOfMainDisplay(const Machine& machine) {
     return found == machine.displays.end() ? "" : found->portUUID.value_or("");
 }
 
+namespace {
+
+std::vector<std::function<void()>>& resets() {
+    static auto& all = *new std::vector<std::function<void()>>;
+    return all;
+}
+
+}  // namespace
+
+OnReset::OnReset(std::function<void()> work) {
+    work();
+    resets().push_back(std::move(work));
+}
+
 void reset(const nlohmann::json& machine) {
     devices::registerPrivateSymbols();
     Machine next = readMachine(JsonReader(machine, ""));
-    clearProcesses();
-    clearWorkspace();
-    clearEventLoop();
-    devices::reset();
-    forgetProcessNames();
-    forgetNotifications();
-    forgetCalls();
-    clearFaults();
-    clearHooks();
-    clearFileCalls();
-    cf::restartUUIDs();
-    clock::restart(clock::Kind::virtualTime);
-    setArguments({"tolvaran_helper"});
-    setBundlePaths({"/Applications/Tolvaran.app/Contents/Helpers"});
+    for (const std::function<void()>& work : resets()) {
+        work();
+    }
     mac() = std::move(next);
 }
 
 namespace {
 
-// A program that merely links the simulator, and never hears of reset(), has a Mac all the same.
+// A program that links the simulator and never calls reset() has a Mac all the same.
 [[maybe_unused]] const bool begun = [] {
     reset();
     return true;
@@ -81,7 +82,7 @@ std::size_t liveObjects() {
 }
 
 void perform(const nlohmann::json& event) {
-    happen(readEvent(JsonReader(event, "")));
+    performEvent(readEvent(JsonReader(event, "")));
 }
 
 void advance(double seconds) {

@@ -13,7 +13,7 @@ namespace simulator {
 /// Replaces the machine by the one that `mac` describes (the `mac` object of a scenario; keys left
 /// out have their defaults), puts the clock back to time 0 (virtual), empties the main queue, and
 /// clears calls, faults, notifications, observers and reconfiguration callbacks. The argument list
-/// and the bundles are again those of a helper in its usual place. A program starts like this.
+/// and the bundles become those of a helper in its usual place. A program starts like this.
 /// @throws std::invalid_argument naming the key that is wrong
 void reset(const nlohmann::json& mac = nlohmann::json::object());
 
@@ -26,17 +26,17 @@ std::size_t faultsMet();
 
 /// Performs `work` at the start of every call of `function` from now on, before its fault or its
 /// effect: what another process does at that moment. May be used several times for one function.
-/// reset() ends it. Calls about files count only where a fault could meet them.
+/// reset() ends it. Calls about files count only if a fault could meet them.
 void onCall(const std::string& function, std::function<void()> work);
 
 /// Asks `decide` at the start of every call to the outside that a fault could meet, with the
-/// function's name; what it returns is the call's fault ({"result", "effect"}), null for none.
-/// reset() ends it, and so does null.
+/// function's name; it returns the call's fault ({"result", "effect"}), or null for none.
+/// reset() ends it, as does a null `decide`.
 void decideCalls(std::function<nlohmann::json(const std::string& function)> decide);
 
-/// What the call is about that `decide` or a hook is asked about just now: the path of a file (of a
-/// renamed one the new path, of an open one the path by which it was found), the path of a library,
-/// the name of a symbol; else empty.
+/// The subject of the call for which `decide` or a hook is running: the path of a file (the new one
+/// of a rename; for an open file, the path by which it was opened), the path of a library, the name
+/// of a symbol; else empty.
 std::string callSubject();
 
 /// Merges any part of `mac` except `displays` into the machine, silently.
@@ -55,9 +55,9 @@ std::size_t liveObjects();
 /// Display configurations begun and neither completed nor cancelled.
 std::size_t openConfigurations();
 
-/// The argument list that the process appears to have been started with.
+/// Sets the argument list that the process appears to have been started with.
 void setArguments(std::vector<std::string> arguments);
-/// The bundles that the process appears to have loaded; the first one is the main bundle.
+/// Sets the bundles that the process appears to have loaded; the first is the main bundle.
 void setBundlePaths(std::vector<std::string> paths);
 
 /// Performs one timeline event ({"launch": …}, {"exit": pid}, {"wake": true}, …; no "at") now.

@@ -6,7 +6,7 @@
 
 #include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 
 namespace simulator::cf {
 namespace {
@@ -68,7 +68,7 @@ CFTypeID CFArrayGetTypeID() {
 
 CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex numValues,
                          const CFArrayCallBacks* callBacks) {
-    if (simulator::admit("CFArrayCreate").isNull()) {
+    if (simulator::beginCall("CFArrayCreate").isNull()) {
         return nullptr;
     }
     return cf::createArrayWith({values, static_cast<std::size_t>(numValues)},

@@ -29,7 +29,7 @@ std::string base64Encoded(std::string_view bytes) {
 std::string base64Decoded(std::string_view text) {
     const std::size_t padding = text.size() - text.substr(0, text.find_last_not_of('=') + 1).size();
     if (text.size() % 4 != 0 || padding > 2) {
-        throw std::invalid_argument("is no base64");
+        throw std::invalid_argument("is not base64");
     }
     std::string bytes;
     std::uint32_t bits = 0;
@@ -37,7 +37,7 @@ std::string base64Decoded(std::string_view text) {
         const bool isPadding = i >= text.size() - padding;
         const std::size_t digit = isPadding ? 0 : digits.find(text[i]);
         if (digit == std::string_view::npos) {
-            throw std::invalid_argument("is no base64");
+            throw std::invalid_argument("is not base64");
         }
         bits = bits << 6 | static_cast<std::uint32_t>(digit);
         if (i % 4 == 3) {

@@ -8,7 +8,7 @@ namespace simulator::cf {
 
 std::string base64Encoded(std::string_view bytes);
 
-/// @throws std::invalid_argument when `text` is no padded base64
+/// @throws std::invalid_argument if `text` is not padded base64
 std::string base64Decoded(std::string_view text);
 
 }  // namespace simulator::cf

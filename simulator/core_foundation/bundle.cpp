@@ -1,5 +1,5 @@
-// CFBundle and CFURL, as far as a process asks where its bundles lie. Bundles and the list of them
-// belong to the system; one that was handed out stays good when the paths change.
+// CFBundle and CFURL, enough for a process to ask where its bundles lie. Bundles and the list of
+// them belong to the system; one that was returned stays valid when the paths change.
 
 #include <cstring>
 #include <map>
@@ -8,7 +8,8 @@
 
 #include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
+#include "simulator/on_reset.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator::cf {
@@ -32,6 +33,10 @@ std::vector<std::string>& paths() {
     static std::vector<std::string> list;
     return list;
 }
+
+const OnReset setUsualPlace([] {
+    setBundlePaths({"/Applications/Tolvaran.app/Contents/Helpers"});
+});
 
 CFBundleRef bundleAt(const std::string& path) {
     static auto& known = *new std::map<std::string, CFTypeRef>;
@@ -72,24 +77,24 @@ CFTypeID CFBundleGetTypeID() {
 }
 
 CFBundleRef CFBundleGetMainBundle() {
-    if (simulator::admit("CFBundleGetMainBundle").isNull() || cf::paths().empty()) {
+    if (simulator::beginCall("CFBundleGetMainBundle").isNull() || cf::paths().empty()) {
         return nullptr;
     }
     return cf::bundleAt(cf::paths().front());
 }
 
 CFArrayRef CFBundleGetAllBundles() {
-    const simulator::Verdict verdict = simulator::admit("CFBundleGetAllBundles");
-    if (verdict.forcedResult) {
-        return verdict.forcedResult->is_array() ? cf::bundlesAt({}) : nullptr;
+    const simulator::CallFault fault = simulator::beginCall("CFBundleGetAllBundles");
+    if (fault.forcedResult) {
+        return fault.forcedResult->is_array() ? cf::bundlesAt({}) : nullptr;
     }
-    return verdict.performs ? cf::bundlesAt(cf::paths()) : nullptr;
+    return fault.performs ? cf::bundlesAt(cf::paths()) : nullptr;
 }
 
 CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle) {
     constexpr std::string_view function = "CFBundleCopyBundleURL";
     const std::string& path = cf::pathOf(bundle, CFBundleGetTypeID(), function);
-    if (simulator::admit(function).isNull()) {
+    if (simulator::beginCall(function).isNull()) {
         return nullptr;
     }
     return static_cast<CFURLRef>(cf::create(CFURLGetTypeID(), std::make_unique<cf::Place>(path)));
@@ -103,10 +108,10 @@ CFTypeID CFURLGetTypeID() {
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean, UInt8* buffer, CFIndex maxBufLen) {
     constexpr std::string_view function = "CFURLGetFileSystemRepresentation";
     const std::string& path = cf::pathOf(url, CFURLGetTypeID(), function);
-    const simulator::Verdict verdict = simulator::admit(function);
-    const bool succeeds = verdict.performs && static_cast<CFIndex>(path.size()) < maxBufLen;
+    const simulator::CallFault fault = simulator::beginCall(function);
+    const bool succeeds = fault.performs && static_cast<CFIndex>(path.size()) < maxBufLen;
     if (succeeds) {
         std::memcpy(buffer, path.c_str(), path.size() + 1);
     }
-    return verdict.resultOr(succeeds);
+    return fault.resultOr(succeeds);
 }

@@ -1,7 +1,7 @@
 // CFDate, and the current time as Core Foundation counts it: seconds since the start of 2001.
 
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/loop/clock.hpp"
 
 namespace simulator::cf {
@@ -29,9 +29,9 @@ CFAbsoluteTime CFAbsoluteTimeGetCurrent() {
     // Subtracted while still whole, for a double holds no date of today to the nanosecond.
     const std::int64_t sinceReference =
         simulator::clock::date() - reference * simulator::clock::second;
-    const simulator::Verdict verdict = simulator::admit("CFAbsoluteTimeGetCurrent");
-    return verdict.resultOr(
-        verdict.performs ? static_cast<double>(sinceReference) / simulator::clock::second : 0.0);
+    const simulator::CallFault fault = simulator::beginCall("CFAbsoluteTimeGetCurrent");
+    return fault.resultOr(
+        fault.performs ? static_cast<double>(sinceReference) / simulator::clock::second : 0.0);
 }
 
 CFTypeID CFDateGetTypeID() {

@@ -6,7 +6,7 @@
 
 #include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 
 namespace simulator::cf {
 namespace {
@@ -121,7 +121,7 @@ CFTypeID CFDictionaryGetTypeID() {
 CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values,
                                    CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
-    if (simulator::admit("CFDictionaryCreate").isNull()) {
+    if (simulator::beginCall("CFDictionaryCreate").isNull()) {
         return nullptr;
     }
     auto dictionary = std::make_unique<cf::Dictionary>(false, keyCallBacks, valueCallBacks);
@@ -136,7 +136,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks) {
-    if (simulator::admit("CFDictionaryCreateMutable").isNull()) {
+    if (simulator::beginCall("CFDictionaryCreateMutable").isNull()) {
         return nullptr;
     }
     return cf::createMutable(keyCallBacks, valueCallBacks);

@@ -15,11 +15,11 @@
 
 namespace simulator::cf {
 
-/// A new object, owned by the caller. Null for JSON's null, which is no property list; an entry
+/// A new object, owned by the caller. Null for JSON's null, which is not a property list; an entry
 /// whose value is null is left out of its list or object.
 CFTypeRef createFromJson(const nlohmann::json& value);
 
-/// The object's JSON form; null for a null reference and for an object that is no property list.
+/// The object's JSON form; null for a null reference and for an object that is not a property list.
 /// The reference stays the caller's.
 nlohmann::json toJson(CFTypeRef object);
 

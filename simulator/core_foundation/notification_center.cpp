@@ -3,9 +3,10 @@
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/loop/clock.hpp"
-#include "simulator/loop/notifications.hpp"
+#include "simulator/machine/call_record.hpp"
+#include "simulator/on_reset.hpp"
 #include "simulator/simulator.hpp"
 
 namespace cf = simulator::cf;
@@ -24,14 +25,12 @@ nlohmann::json& posted() {
     return list;
 }
 
+const simulator::OnReset forgetNotifications([] { posted() = nlohmann::json::array(); });
+
 }  // namespace
 
 nlohmann::json simulator::notifications() {
     return posted();
-}
-
-void simulator::forgetNotifications() {
-    posted() = nlohmann::json::array();
 }
 
 CFNotificationCenterRef CFNotificationCenterGetDistributedCenter() {
@@ -45,11 +44,11 @@ void CFNotificationCenterPostNotification(CFNotificationCenterRef center, CFNoti
     constexpr std::string_view function = "CFNotificationCenterPostNotification";
     cf::valueOf(center, centerType(), function);
     const nlohmann::json info = cf::toJson(userInfo);
-    if (simulator::admit(function).performs) {
+    if (simulator::beginCall(function).performs) {
         posted().push_back(
             {{"at", simulator::clock::seconds()}, {"name", cf::text(name)}, {"userInfo", info}});
     }
     // The distributed center's object is always a string.
-    simulator::record(function, {cf::text(name), cf::toJson(object), info, deliverImmediately != 0},
-                      nullptr);
+    simulator::recordCall(
+        function, {cf::text(name), cf::toJson(object), info, deliverImmediately != 0}, nullptr);
 }

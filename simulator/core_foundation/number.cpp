@@ -7,7 +7,7 @@
 
 #include "simulator/core_foundation/number.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 
 namespace simulator::cf {
 namespace {
@@ -46,7 +46,7 @@ struct Number final : Value {
         }
         const Number& whole = isFloat(type) ? number : *this;
         const Number& fraction = isFloat(type) ? *this : number;
-        // Converting the integer might round it to the fraction; the way back tells.
+        // Converting the integer might round it to the fraction; converting it back shows.
         return static_cast<double>(whole.integer) == fraction.real &&
                std::abs(fraction.real) < 9223372036854775808.0 &&
                static_cast<std::int64_t>(fraction.real) == whole.integer;
@@ -143,7 +143,7 @@ CFTypeID CFNumberGetTypeID() {
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* valuePtr) {
     constexpr std::string_view function = "CFNumberCreate";
-    if (simulator::admit(function).isNull()) {
+    if (simulator::beginCall(function).isNull()) {
         return nullptr;
     }
     const CFNumberType type = cf::canonical(theType, function);

@@ -22,11 +22,11 @@ struct Object {
     std::unique_ptr<Value> value;
 };
 
-// So many of the objects that went last are remembered as gone.
+// How many of the objects freed last are remembered.
 constexpr std::size_t graveyardLimit = 65536;
 
 struct Heap {
-    std::vector<std::string> typeNames{"nothing"};  // type 0 is no object's
+    std::vector<std::string> typeNames{"nothing"};  // no object has type 0
     std::size_t live = 0;
     std::deque<std::unique_ptr<Object>> graveyard;
 };

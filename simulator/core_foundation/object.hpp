@@ -60,7 +60,7 @@ template <typename Reference>
 class Owned {
   public:
     Owned() = default;
-    /// Takes over a reference that the caller owns; null is none.
+    /// Takes over a reference that the caller owns, or null.
     explicit Owned(Reference reference) : reference_(reference) {}
     Owned(Owned&& other) noexcept : reference_(std::exchange(other.reference_, nullptr)) {}
     Owned& operator=(Owned other) noexcept {

@@ -7,7 +7,8 @@
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
+#include "simulator/machine/call_record.hpp"
 #include "simulator/machine/machine.hpp"
 
 const CFStringRef kCFPreferencesAnyApplication = CFSTR("kCFPreferencesAnyApplication");
@@ -47,11 +48,11 @@ void store(const std::string& domainName, const std::string& key, const nlohmann
 
 CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef applicationID,
                                          CFStringRef userName, CFStringRef hostName) {
-    const simulator::Verdict verdict = simulator::admit("CFPreferencesCopyValue");
-    if (verdict.forcedResult) {
-        return cf::createFromJson(*verdict.forcedResult);
+    const simulator::CallFault fault = simulator::beginCall("CFPreferencesCopyValue");
+    if (fault.forcedResult) {
+        return cf::createFromJson(*fault.forcedResult);
     }
-    if (!verdict.performs || !isSimulated(userName, hostName)) {
+    if (!fault.performs || !isSimulated(userName, hostName)) {
         return nullptr;
     }
     const auto& preferences = simulator::mac().preferences;
@@ -68,12 +69,12 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
     constexpr std::string_view function = "CFPreferencesSetValue";
     const nlohmann::json plain = cf::toJson(value);
     if (value != nullptr && plain.is_null()) {
-        cf::misuse(function, "the value is no property list");
+        cf::misuse(function, "the value is not a property list");
     }
-    if (simulator::admit(function).performs && isSimulated(userName, hostName)) {
+    if (simulator::beginCall(function).performs && isSimulated(userName, hostName)) {
         store(domain(applicationID), cf::text(key), plain);
     }
-    simulator::record(
+    simulator::recordCall(
         function,
         {cf::text(key), plain, cf::text(applicationID), cf::text(userName), cf::text(hostName)},
         nullptr);
@@ -82,15 +83,15 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
 Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                  CFStringRef hostName) {
     constexpr std::string_view function = "CFPreferencesSynchronize";
-    const bool result = simulator::admit(function).resultOr(true);
-    simulator::record(function, {cf::text(applicationID), cf::text(userName), cf::text(hostName)},
-                      result);
+    const bool result = simulator::beginCall(function).resultOr(true);
+    simulator::recordCall(
+        function, {cf::text(applicationID), cf::text(userName), cf::text(hostName)}, result);
     return result;
 }
 
 Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
     constexpr std::string_view function = "CFPreferencesAppSynchronize";
-    const bool result = simulator::admit(function).resultOr(true);
-    simulator::record(function, nlohmann::json::array({cf::text(applicationID)}), result);
+    const bool result = simulator::beginCall(function).resultOr(true);
+    simulator::recordCall(function, nlohmann::json::array({cf::text(applicationID)}), result);
     return result;
 }

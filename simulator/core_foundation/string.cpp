@@ -5,7 +5,7 @@
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/core_foundation/unicode.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 
 namespace simulator::cf {
 namespace {
@@ -35,11 +35,11 @@ void requireEncoding(CFStringEncoding encoding, std::string_view function) {
     }
 }
 
-/// Null when the bytes do not make sense in the encoding.
+/// Null if the bytes are invalid in the encoding.
 CFStringRef createFromBytes(std::string_view function, std::string_view bytes,
                             CFStringEncoding encoding) {
     requireEncoding(encoding, function);
-    if (admit(function).isNull()) {
+    if (beginCall(function).isNull()) {
         return nullptr;
     }
     if (encoding == kCFStringEncodingASCII) {
@@ -54,7 +54,7 @@ CFStringRef createFromBytes(std::string_view function, std::string_view bytes,
     return text ? createFromUnits(std::move(*text)) : nullptr;
 }
 
-/// One code point in the encoding; empty when it has no form there.
+/// One code point in the encoding; empty if it cannot be encoded.
 std::string encode(const std::optional<CodePoint>& point, CFStringEncoding encoding) {
     if (!point || (encoding == kCFStringEncodingASCII && point->value > 0x7F)) {
         return {};

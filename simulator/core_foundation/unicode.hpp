@@ -7,7 +7,7 @@
 
 namespace simulator::cf {
 
-/// None when the bytes are not valid UTF-8.
+/// None if the bytes are not valid UTF-8.
 std::optional<std::u16string> utf16(std::string_view utf8);
 
 /// The code point that begins at `at`, and how many units it takes; none for a lone surrogate.

@@ -10,8 +10,9 @@
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/core_foundation/uuid.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/loop/clock.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator::cf {
 namespace {
@@ -85,9 +86,7 @@ CFUUIDRef createUUID(std::string_view text) {
     return createFromBytes(bytes);
 }
 
-void restartUUIDs() {
-    fixedSequence().seed();
-}
+static const OnReset restartUUIDs([] { fixedSequence().seed(); });
 
 }  // namespace simulator::cf
 
@@ -99,14 +98,14 @@ CFTypeID CFUUIDGetTypeID() {
 }
 
 CFUUIDRef CFUUIDCreate(CFAllocatorRef) {
-    if (simulator::admit("CFUUIDCreate").isNull()) {
+    if (simulator::beginCall("CFUUIDCreate").isNull()) {
         return nullptr;
     }
     return cf::createFromBytes(cf::newBytes());
 }
 
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr) {
-    if (uuidStr == nullptr || simulator::admit("CFUUIDCreateFromString").isNull()) {
+    if (uuidStr == nullptr || simulator::beginCall("CFUUIDCreateFromString").isNull()) {
         return nullptr;
     }
     return cf::createUUID(cf::text(uuidStr));
@@ -114,7 +113,7 @@ CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr) {
 
 CFStringRef CFUUIDCreateString(CFAllocatorRef, CFUUIDRef uuid) {
     constexpr std::string_view function = "CFUUIDCreateString";
-    if (simulator::admit(function).isNull()) {
+    if (simulator::beginCall(function).isNull()) {
         return nullptr;
     }
     const cf::Bytes& bytes =

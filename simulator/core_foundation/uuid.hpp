@@ -10,10 +10,7 @@ namespace simulator::cf {
 /// Whether `text` has the form 8-4-4-4-12 of hexadecimal digits of either case.
 bool isUUID(std::string_view text);
 
-/// A new UUID object, owned by the caller; null when isUUID(text) is false.
+/// A new UUID object, owned by the caller; null if isUUID(text) is false.
 CFUUIDRef createUUID(std::string_view text);
-
-/// Starts the fixed sequence of new UUIDs again; part of simulator::reset().
-void restartUUIDs();
 
 }  // namespace simulator::cf

@@ -7,41 +7,43 @@
 #include <type_traits>
 #include <utility>
 
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
+#include "simulator/machine/call_record.hpp"
 
 namespace simulator::devices {
 
 /// Performs one call of `function`, whose effect and own result are `body()`.
 /// @return what the call returns: the forced result where a fault sets one, else the body's; a
-///         value-initialised one (success, false, null) when a fault keeps the body from running
+///         value-initialised one (success, false, null) if a fault keeps the body from running
 template <typename Body>
 auto performCall(std::string_view function, Body body) -> decltype(body()) {
     using Result = decltype(body());
-    const Verdict verdict = admit(function);
+    const CallFault fault = beginCall(function);
     if constexpr (std::is_void_v<Result>) {
-        if (verdict.performs) {
+        if (fault.performs) {
             body();
         }
     } else {
-        return verdict.resultOr(verdict.performs ? body() : Result{});
+        return fault.resultOr(fault.performs ? body() : Result{});
     }
 }
 
-/// The same for a function that belongs in the list of calls. `body` takes the verdict, and
+/// Performs and records one call of a function that belongs in the list of calls. `body` takes the
+/// fault, and
 /// returns a value that JSON can hold; `args` is a JSON array.
 template <typename Body>
 auto recordedCall(std::string_view function, nlohmann::json args, Body body)
-    -> decltype(body(std::declval<const Verdict&>())) {
-    using Result = decltype(body(std::declval<const Verdict&>()));
-    const Verdict verdict = admit(function);
+    -> decltype(body(std::declval<const CallFault&>())) {
+    using Result = decltype(body(std::declval<const CallFault&>()));
+    const CallFault fault = beginCall(function);
     if constexpr (std::is_void_v<Result>) {
-        if (verdict.performs) {
-            body(verdict);
+        if (fault.performs) {
+            body(fault);
         }
-        record(function, std::move(args), nullptr);
+        recordCall(function, std::move(args), nullptr);
     } else {
-        const Result result = verdict.resultOr(verdict.performs ? body(verdict) : Result{});
-        record(function, std::move(args), result);
+        const Result result = fault.resultOr(fault.performs ? body(fault) : Result{});
+        recordCall(function, std::move(args), result);
         return result;
     }
 }

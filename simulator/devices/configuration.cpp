@@ -7,6 +7,7 @@
 
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/reconfiguration.hpp"
+#include "simulator/on_reset.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator::devices {
@@ -29,7 +30,7 @@ Configurations& configurations() {
     return all;
 }
 
-/// Where changes of this display are collected; null when the configuration is not open or the
+/// Where changes of this display are collected; null if the configuration is not open or the
 /// display not active.
 StagedChanges* stagedFor(CGDisplayConfigRef config, CGDirectDisplayID display) {
     const auto found = configurations().open.find(config);
@@ -83,9 +84,7 @@ CGError stageMode(CGDisplayConfigRef config, CGDirectDisplayID display, std::int
     return kCGErrorSuccess;
 }
 
-void resetConfigurations() {
-    configurations().open.clear();
-}
+static const OnReset closeConfigurations([] { configurations().open.clear(); });
 
 }  // namespace simulator::devices
 
@@ -102,7 +101,7 @@ using namespace simulator::devices;
 extern "C" {
 
 CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
-    return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::Verdict&) {
+    return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::CallFault&) {
         if (config == nullptr) {
             return kCGErrorIllegalArgument;
         }
@@ -116,7 +115,7 @@ CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
 CGError CGConfigureDisplayOrigin(CGDisplayConfigRef config, CGDirectDisplayID display,
                                  std::int32_t x, std::int32_t y) {
     const auto args = nlohmann::json::array({display, x, y});
-    return recordedCall(__func__, args, [&](const simulator::Verdict&) {
+    return recordedCall(__func__, args, [&](const simulator::CallFault&) {
         StagedChanges* const staged = stagedFor(config, display);
         if (staged == nullptr) {
             return kCGErrorIllegalArgument;
@@ -127,21 +126,22 @@ CGError CGConfigureDisplayOrigin(CGDisplayConfigRef config, CGDirectDisplayID di
 }
 
 CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config) {
-    return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::Verdict&) {
+    return recordedCall(__func__, nlohmann::json::array(), [&](const simulator::CallFault&) {
         const auto closed = configurations().open.erase(config);
         return closed == 0 ? kCGErrorIllegalArgument : kCGErrorSuccess;
     });
 }
 
 CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOption option) {
-    // Taken out first: completion ends the configuration even when it fails, be it by a fault.
+    // Taken out first: completion ends the configuration even if it fails.
     const auto closed = configurations().open.extract(config);
-    return recordedCall(__func__, nlohmann::json::array({option}), [&](const simulator::Verdict&) {
-        if (closed.empty() || option > kCGConfigurePermanently) {
-            return kCGErrorIllegalArgument;
-        }
-        return complete(closed.mapped());
-    });
+    return recordedCall(__func__, nlohmann::json::array({option}),
+                        [&](const simulator::CallFault&) {
+                            if (closed.empty() || option > kCGConfigurePermanently) {
+                                return kCGErrorIllegalArgument;
+                            }
+                            return complete(closed.mapped());
+                        });
 }
 
 }  // extern "C"

@@ -1,15 +1,12 @@
 // What the rest of the simulator needs of the device half as a whole: displays, display modes, the
 // menu bar, the Dock, the registry and the cursor. Their state is the machine (machine.hpp) plus
-// the few things that are no part of a Mac's description: open display configurations, registered
+// the few things that are not part of a Mac's description: open display configurations, registered
 // callbacks, registry objects not yet released, and menu bar overrides that have yet to show.
 #pragma once
 
 #include <cstddef>
 
 namespace simulator::devices {
-
-/// Forgets everything that the devices keep outside the machine. simulator::reset() calls it.
-void reset();
 
 /// Registry objects (iterators and services) not yet released; part of liveObjects().
 std::size_t liveRegistryObjects();

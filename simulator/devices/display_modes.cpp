@@ -9,6 +9,7 @@
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/configuration.hpp"
 #include "simulator/machine/machine.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator::devices {
 namespace {
@@ -54,9 +55,7 @@ void claimModeCount(CGDirectDisplayID display, std::int32_t count) {
     claimedCounts()[display] = count;
 }
 
-void resetModeCounts() {
-    claimedCounts().clear();
-}
+static const OnReset forgetClaims([] { claimedCounts().clear(); });
 
 }  // namespace simulator::devices
 
@@ -105,7 +104,7 @@ CGError CGSGetCurrentDisplayMode(CGDirectDisplayID display, std::int32_t* modeNu
 CGError CGSConfigureDisplayMode(CGDisplayConfigRef configuration, CGDirectDisplayID display,
                                 std::int32_t modeNumber) {
     const auto args = nlohmann::json::array({display, modeNumber});
-    return recordedCall(__func__, args, [&](const Verdict&) {
+    return recordedCall(__func__, args, [&](const CallFault&) {
         return stageMode(configuration, display, modeNumber);
     });
 }

@@ -14,10 +14,7 @@
 namespace simulator::devices {
 
 /// Makes the window server claim this number of modes for the display, whatever it lists: fewer,
-/// more, none, or a number that makes no sense.
+/// more, none, or a nonsensical number. reset() ends it.
 void claimModeCount(CGDirectDisplayID display, std::int32_t count);
-
-/// Forgets the claims.
-void resetModeCounts();
 
 }  // namespace simulator::devices

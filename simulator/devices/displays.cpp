@@ -91,12 +91,12 @@ CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* act
 }
 
 CGRect CGDisplayBounds(CGDirectDisplayID display) {
-    const Verdict verdict = admit(__func__);
-    if (verdict.forcedResult) {
-        const auto [x, y, width, height] = verdict.forcedResult->get<std::array<double, 4>>();
+    const CallFault fault = beginCall(__func__);
+    if (fault.forcedResult) {
+        const auto [x, y, width, height] = fault.forcedResult->get<std::array<double, 4>>();
         return CGRectMake(x, y, width, height);
     }
-    return verdict.performs ? fieldOf(display, &Display::frame) : CGRectZero;
+    return fault.performs ? fieldOf(display, &Display::frame) : CGRectZero;
 }
 
 boolean_t CGDisplayIsActive(CGDirectDisplayID display) {

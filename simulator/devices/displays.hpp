@@ -12,15 +12,15 @@
 namespace simulator::devices {
 
 /// The display joins the active list as its last element.
-/// @throws std::invalid_argument when a display of this ID is active already
+/// @throws std::invalid_argument if a display with this ID is active already
 void connect(Display display);
 
 /// The display leaves the active list.
-/// @throws std::invalid_argument when it is not active
+/// @throws std::invalid_argument if it is not active
 void disconnect(CGDirectDisplayID id);
 
 /// The displays named move to these origins (global display coordinates, points).
-/// @throws std::invalid_argument when one is not active; then none moves
+/// @throws std::invalid_argument if one is not active; then none moves
 void arrange(const std::map<CGDirectDisplayID, CGPoint>& origins);
 
 /// Nothing changes, and exactly this one callback follows; the display need not be active.

@@ -20,7 +20,7 @@ constexpr std::int32_t cornerCount = 4;
 // The functions of HIServices. They keep internal linkage, so that only a look-up reaches them.
 
 void CoreDockGetExposeCornerActionsWithModifiers(std::int32_t* actions, std::int32_t* modifiers) {
-    recordedCall(__func__, nlohmann::json::array(), [&](const Verdict&) {
+    recordedCall(__func__, nlohmann::json::array(), [&](const CallFault&) {
         std::ranges::copy(mac().dock.cornerActions, actions);
         std::ranges::copy(mac().dock.cornerModifiers, modifiers);
     });
@@ -29,7 +29,7 @@ void CoreDockGetExposeCornerActionsWithModifiers(std::int32_t* actions, std::int
 std::int32_t CoreDockSetExposeCornerActionWithModifier(std::int32_t action, std::int32_t corner,
                                                        std::int32_t modifier) {
     const auto args = nlohmann::json::array({action, corner, modifier});
-    return recordedCall(__func__, args, [&](const Verdict&) -> std::int32_t {
+    return recordedCall(__func__, args, [&](const CallFault&) -> std::int32_t {
         if (corner < 0 || corner >= cornerCount) {
             return kCGErrorIllegalArgument;
         }
@@ -46,13 +46,13 @@ extern "C" {
 
 Boolean CoreDockGetAutoHideEnabled(void) {
     const bool enabled = recordedCall(__func__, nlohmann::json::array(),
-                                      [](const Verdict&) { return mac().dock.autoHide; });
+                                      [](const CallFault&) { return mac().dock.autoHide; });
     return enabled ? 1 : 0;
 }
 
 void CoreDockSetAutoHideEnabled(Boolean enabled) {
     recordedCall(__func__, nlohmann::json::array({enabled != 0}),
-                 [&](const Verdict&) { mac().dock.autoHide = enabled != 0; });
+                 [&](const CallFault&) { mac().dock.autoHide = enabled != 0; });
 }
 
 }  // extern "C"

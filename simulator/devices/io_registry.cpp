@@ -1,4 +1,3 @@
-#include "simulator/devices/io_registry.hpp"
 
 #include <IOKit/IOKitLib.h>
 
@@ -14,6 +13,7 @@
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/devices.hpp"
 #include "simulator/machine/machine.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator::devices {
 namespace {
@@ -72,9 +72,7 @@ std::size_t liveRegistryObjects() {
     return objects().live.size();
 }
 
-void resetRegistryObjects() {
-    objects().live.clear();
-}
+static const OnReset forgetObjects([] { objects().live.clear(); });
 
 }  // namespace simulator::devices
 
@@ -101,8 +99,8 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
 }
 
 CFMutableDictionaryRef IOServiceMatching(const char* name) {
-    return admit(__func__).isNull() || name == nullptr ? nullptr
-                                                       : createDictionary({{classKey, name}});
+    return beginCall(__func__).isNull() || name == nullptr ? nullptr
+                                                           : createDictionary({{classKey, name}});
 }
 
 kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef matching,

@@ -11,13 +11,14 @@
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/symbols.hpp"
 #include "simulator/machine/machine.hpp"
+#include "simulator/on_reset.hpp"
 
 using namespace simulator;
 using namespace simulator::devices;
 
 namespace {
 
-// Any number will do; an unusual one shows up where it does not belong.
+// Any number will do; an unusual one stands out where it does not belong.
 constexpr std::int32_t mainConnection = 0x6B3F;
 
 /// An override that was accepted but shows only after some more reads.
@@ -35,6 +36,8 @@ State& state() {
     static State all;
     return all;
 }
+
+const OnReset forgetState([] { state() = {}; });
 
 void setOverride(Display& display, bool value, std::int64_t delayReads) {
     state().hiddenOverrides.erase(display.id);
@@ -96,7 +99,7 @@ std::int32_t SLSGetMenuBarAutohideEnabled(std::int32_t connection, Boolean* enab
 Boolean SLSGetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
                                                  CGDirectDisplayID display) {
     const auto args = nlohmann::json::array({display});
-    const bool visible = recordedCall(__func__, args, [&](const Verdict&) {
+    const bool visible = recordedCall(__func__, args, [&](const CallFault&) {
         Display* const found = findDisplay(display);
         return connection == mainConnection && found != nullptr && readOverride(*found);
     });
@@ -106,7 +109,7 @@ Boolean SLSGetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
 std::int32_t SLSSetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
                                                       CGDirectDisplayID display, Boolean visible) {
     const auto args = nlohmann::json::array({display, visible != 0});
-    return recordedCall(__func__, args, [&](const Verdict& verdict) -> std::int32_t {
+    return recordedCall(__func__, args, [&](const CallFault& fault) -> std::int32_t {
         if (connection != mainConnection) {
             return kCGErrorInvalidConnection;
         }
@@ -114,7 +117,7 @@ std::int32_t SLSSetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
         if (found == nullptr) {
             return kCGErrorIllegalArgument;
         }
-        setOverride(*found, visible != 0, verdict.delayReads);
+        setOverride(*found, visible != 0, fault.delayReads);
         return kCGErrorSuccess;
     });
 }
@@ -129,11 +132,11 @@ CFStringRef SLSCopyActiveMenuBarDisplayIdentifier(std::int32_t connection) {
 }
 
 CFArrayRef SLSCopyManagedDisplaySpaces(std::int32_t connection) {
-    const Verdict verdict = admit(__func__);
-    if (verdict.forcedResult) {
-        return static_cast<CFArrayRef>(cf::createFromJson(*verdict.forcedResult));
+    const CallFault fault = beginCall(__func__);
+    if (fault.forcedResult) {
+        return static_cast<CFArrayRef>(cf::createFromJson(*fault.forcedResult));
     }
-    if (!verdict.performs || connection != mainConnection) {
+    if (!fault.performs || connection != mainConnection) {
         return nullptr;
     }
     const auto& replacement = state().managedDisplaySpaces;
@@ -152,7 +155,7 @@ std::int32_t CGSMainConnectionID(void) {
 CGError CGSSetMenuBarAutohideEnabled(std::int32_t connection, Boolean enabled) {
     const auto args = nlohmann::json::array({enabled != 0});
     return recordedCall(__func__, args,
-                        [&](const Verdict&) { return setAutohide(connection, enabled != 0); });
+                        [&](const CallFault&) { return setAutohide(connection, enabled != 0); });
 }
 
 }  // extern "C"
@@ -161,10 +164,6 @@ namespace simulator::devices {
 
 void replaceManagedDisplaySpaces(nlohmann::json value) {
     state().managedDisplaySpaces = std::move(value);
-}
-
-void resetMenuBar() {
-    state() = {};
 }
 
 void registerMenuBarSymbols() {

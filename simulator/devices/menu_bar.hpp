@@ -12,10 +12,8 @@ namespace simulator::devices {
 /// Makes SLSCopyManagedDisplaySpaces() return this value, of whatever shape (null: null), instead
 /// of the list that the machine's displays give: for each display with a port UUID, a dictionary
 /// of its "Display Identifier" and its "Current Space", whose "type" is the display's spaceType.
+/// reset() ends it.
 void replaceManagedDisplaySpaces(nlohmann::json value);
-
-/// Forgets the replacement and the overrides that have yet to show.
-void resetMenuBar();
 
 /// Offers the SkyLight functions for look-up at run time.
 void registerMenuBarSymbols();

@@ -8,6 +8,7 @@
 
 #include "simulator/devices/call.hpp"
 #include "simulator/loop/main_queue.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator::devices {
 namespace {
@@ -39,7 +40,7 @@ bool isAtOrigin(const Display& display) {
     return CGPointEqualToPoint(display.frame.origin, CGPointZero);
 }
 
-/// Whether the main display is where it was, or as far away as it was described.
+/// Whether the main display is still where it was.
 bool mainDisplayStays(const Machine& now, const Arrangement& before) {
     const Display* const was = find(before.displays, before.mainDisplay);
     const Display* const is = find(now.displays, now.mainDisplay);
@@ -49,7 +50,7 @@ bool mainDisplayStays(const Machine& now, const Arrangement& before) {
     return CGPointEqualToPoint(was->frame.origin, is->frame.origin);
 }
 
-/// The display that is the main one when it did not stay; null when there are no displays.
+/// The new main display if the old one did not stay; null if there are no displays.
 const Display* mainDisplayAfterMoves(const Machine& machine) {
     const Display* const main = find(machine.displays, machine.mainDisplay);
     if (main != nullptr && isAtOrigin(*main)) {
@@ -168,9 +169,7 @@ void queueCallback(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags)
     });
 }
 
-void resetCallbacks() {
-    registrations().clear();
-}
+static const OnReset forgetCallbacks([] { registrations().clear(); });
 
 }  // namespace simulator::devices
 

@@ -21,7 +21,7 @@ namespace simulator::devices {
 /// until that display moves. Overlaps and gaps stay as they are: unlike a Mac's, this window server
 /// shows exactly what it was asked to.
 ///
-/// The active menu bar: when the display that has it is gone, it is on the main display.
+/// The active menu bar moves to the main display when its own display goes.
 ///
 /// The callbacks: none when nothing differs afterwards. Otherwise one with the begin flag for each
 /// display that was active before, then one for each display that was or is, with the flags of
@@ -31,8 +31,5 @@ void changeDisplays(const std::function<void(Machine&)>& change);
 
 /// Queues one call of every registered callback.
 void queueCallback(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags);
-
-/// Forgets the registered callbacks.
-void resetCallbacks();
 
 }  // namespace simulator::devices

@@ -2,6 +2,7 @@
 
 #include <crt_externs.h>
 
+#include "simulator/on_reset.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator {
@@ -18,6 +19,8 @@ Arguments& arguments() {
     static Arguments& instance = *new Arguments;
     return instance;
 }
+
+const OnReset setUsualArguments([] { setArguments({"tolvaran_helper"}); });
 
 }  // namespace
 

@@ -7,7 +7,7 @@
 #include <map>
 #include <string_view>
 
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/host/host_calls.hpp"
 #include "simulator/machine/machine.hpp"
 
@@ -59,7 +59,7 @@ void* find(const Library& library, std::string_view name) {
 }
 
 bool succeeds(std::string_view function, const char* subject) {
-    return !admit(function, subject).isNull();
+    return !beginCall(function, subject).isNull();
 }
 
 }  // namespace
@@ -126,9 +126,9 @@ int __wrap_dlclose(void* handle) {
     if (library->openings == 0) {
         return -1;
     }
-    const simulator::Verdict verdict = simulator::admit("dlclose", library->path);
-    library->openings -= verdict.performs ? 1 : 0;
-    return verdict.resultOr(0);
+    const simulator::CallFault fault = simulator::beginCall("dlclose", library->path);
+    library->openings -= fault.performs ? 1 : 0;
+    return fault.resultOr(0);
 }
 
 }  // extern "C"

@@ -2,10 +2,10 @@
 // dlsym and dlclose reach this through the linker; they serve these two from the functions
 // registered here and everything else from the host.
 //
-// A library opens under its full path in /System/Library; it does not when its name is among the
-// machine's `unavailable`. A symbol is found through its library's handle, and HIServices's
-// symbols, which the system has linked already, through RTLD_DEFAULT as well; it is not when its
-// name or its library's is among the machine's `unavailable`. A handle is valid from dlopen until
+// A library opens under its full path in /System/Library, unless its name is among the machine's
+// `unavailable`. A symbol is found through its library's handle, and HIServices's
+// symbols, which the system has linked already, through RTLD_DEFAULT as well, unless its name or
+// its library's is among the machine's `unavailable`. A handle is valid from dlopen until
 // it has been closed as often as it was opened.
 #pragma once
 

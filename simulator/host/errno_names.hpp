@@ -6,7 +6,7 @@
 
 namespace simulator {
 
-/// The code of a name such as "ENOSPC"; none when the name is not known.
+/// The code of a name such as "ENOSPC"; none if the name is not known.
 std::optional<int> errorCode(std::string_view name);
 
 }  // namespace simulator

@@ -15,11 +15,11 @@
 #include <vector>
 
 #include "simulator/faults/faults.hpp"
-#include "simulator/faults/recorder.hpp"
 #include "simulator/host/host_calls.hpp"
 #include "simulator/host/processes.hpp"
 #include "simulator/loop/clock.hpp"
 #include "simulator/loop/event_loop.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator {
 namespace {
@@ -38,6 +38,12 @@ State& state() {
     static State& instance = *new State;
     return instance;
 }
+
+const OnReset forgetSettings([] {
+    state().observe = nullptr;
+    state().exposed.clear();
+    state().processID.reset();
+});
 
 /// Whether the path names its file in one way only: from the root, without detours.
 bool isNormal(std::string_view path) {
@@ -88,7 +94,7 @@ Subject subject(DIR* directory) {
     return callsAreWatched() ? subject(dirfd(directory)) : std::nullopt;
 }
 
-/// Where a file was and where it goes: the latter tells what the call is for.
+/// Of a call with two paths, the new one: it says what the call is for.
 Subject subject(const char* from, const char* to) {
     const Subject target = subject(to);
     return target || !subject(from) ? target : Subject(to);
@@ -99,19 +105,19 @@ Subject nothing() {
     return callsAreWatched() ? Subject("") : std::nullopt;
 }
 
-/// What becomes of a call that met `verdict`. `failed` is what it returns when it fails, `idle()`
-/// when a fault makes it report success without doing anything.
+/// Performs a call as `fault` says. `failed` is what it returns if it fails, `idle()` if the fault
+/// makes it report success without doing anything.
 /// @param error errno before the call
 template <typename Result, typename Idle, typename Body>
-Result conclude(const Verdict& verdict, int error, Result failed, Idle idle, Body body) {
-    if (!verdict.forcedResult) {
+Result conclude(const CallFault& fault, int error, Result failed, Idle idle, Body body) {
+    if (!fault.forcedResult) {
         errno = error;
-        return verdict.performs ? body() : idle();
+        return fault.performs ? body() : idle();
     }
-    if (verdict.performs) {
+    if (fault.performs) {
         body();
     }
-    errno = verdict.forcedResult->get<int>();
+    errno = fault.forcedResult->get<int>();
     return failed;
 }
 
@@ -123,7 +129,7 @@ Result call(std::string_view function, const Subject& subject, Result failed, Id
         return body();
     }
     const int error = errno;
-    return conclude(admit(function, *subject), error, failed, idle, body);
+    return conclude(beginCall(function, *subject), error, failed, idle, body);
 }
 
 template <typename Body>
@@ -132,7 +138,7 @@ int call(std::string_view function, const Subject& subject, Body body) {
         function, subject, -1, [] { return 0; }, body);
 }
 
-/// A read or write, of which a fault may let only the first few bytes through.
+/// A read or write; a fault may let only its first few bytes through.
 /// `body(size)` performs it.
 template <typename Idle, typename Body>
 ssize_t transfer(std::string_view function, const Subject& subject, size_t size, Idle idle,
@@ -141,12 +147,12 @@ ssize_t transfer(std::string_view function, const Subject& subject, size_t size,
         return body(size);
     }
     const int error = errno;
-    const Verdict verdict = admit(function, *subject);
-    if (verdict.forcedResult && verdict.forcedResult->is_object()) {
+    const CallFault fault = beginCall(function, *subject);
+    if (fault.forcedResult && fault.forcedResult->is_object()) {
         errno = error;
-        return body(std::min(size, verdict.forcedResult->at("bytes").get<size_t>()));
+        return body(std::min(size, fault.forcedResult->at("bytes").get<size_t>()));
     }
-    return conclude<ssize_t>(verdict, error, -1, idle, [&] { return body(size); });
+    return conclude<ssize_t>(fault, error, -1, idle, [&] { return body(size); });
 }
 
 /// The host's result, after showing the call to the observer unless it failed.
@@ -178,7 +184,7 @@ DIR* opened(const char* path, DIR* directory) {
     return directory;
 }
 
-/// What was open goes by its new name.
+/// Notes the new name of an open file.
 int renamed(const char* from, const char* to, int result) {
     for (auto& [descriptor, path] : state().open) {
         if (result == 0 && path == normal(from)) {
@@ -246,12 +252,6 @@ void observeFileCalls(std::function<void(const FileCall& call)> observe) {
     state().observe = std::move(observe);
 }
 
-void clearFileCalls() {
-    state().observe = nullptr;
-    state().exposed.clear();
-    state().processID.reset();
-}
-
 }  // namespace simulator
 
 using simulator::call;
@@ -262,14 +262,6 @@ using simulator::transfer;
 
 // What stands here is exactly what the linker redirects (CMakeLists.txt).
 extern "C" {
-
-int __wrap_access(const char* path, int mode) {
-    return call("access", subject(path), [=] { return __real_access(path, mode); });
-}
-
-int __wrap_chmod(const char* path, mode_t mode) {
-    return call("chmod", subject(path), [=] { return __real_chmod(path, mode); });
-}
 
 int __wrap_close(int descriptor) {
     return call("close", subject(descriptor), [=] {
@@ -283,10 +275,6 @@ int __wrap_closedir(DIR* directory) {
         simulator::state().open.erase(dirfd(directory));
         return __real_closedir(directory);
     });
-}
-
-int __wrap_fchmod(int descriptor, mode_t mode) {
-    return call("fchmod", subject(descriptor), [=] { return __real_fchmod(descriptor, mode); });
 }
 
 int __wrap_fcntl(int descriptor, int command, ...) {
@@ -310,16 +298,9 @@ int __wrap_fsync(int descriptor) {
     });
 }
 
-int __wrap_ftruncate(int descriptor, off_t length) {
-    return call("ftruncate", subject(descriptor), [=] {
-        return shown({.function = "ftruncate", .descriptor = descriptor},
-                     __real_ftruncate(descriptor, length));
-    });
-}
-
 pid_t __wrap_getpid() {
-    const simulator::Verdict verdict = simulator::admit("getpid");
-    return verdict.resultOr(verdict.performs ? simulator::processID() : 0);
+    const simulator::CallFault fault = simulator::beginCall("getpid");
+    return fault.resultOr(fault.performs ? simulator::processID() : 0);
 }
 
 int __wrap_kill(pid_t pid, int signal) {
@@ -336,10 +317,6 @@ off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
     return call<off_t>(
         "lseek", subject(descriptor), -1, [] { return 0; },
         [=] { return __real_lseek(descriptor, offset, whence); });
-}
-
-int __wrap_lstat(const char* path, struct stat* result) {
-    return call("lstat", subject(path), [=] { return __real_lstat(path, result); });
 }
 
 tm* __wrap_localtime_r(const time_t* time, tm* result) {
@@ -388,7 +365,7 @@ int __wrap_open(const char* path, int flags, ...) {
 }
 
 passwd* __wrap_getpwuid(uid_t user) {
-    return simulator::admit("getpwuid").isNull() ? nullptr : __real_getpwuid(user);
+    return simulator::beginCall("getpwuid").isNull() ? nullptr : __real_getpwuid(user);
 }
 
 DIR* __wrap_opendir(const char* path) {
@@ -414,11 +391,6 @@ int __wrap_rename(const char* from, const char* to) {
         return shown({.function = "rename", .path = from, .newPath = to},
                      simulator::renamed(from, to, __real_rename(from, to)));
     });
-}
-
-int __wrap_rmdir(const char* path) {
-    return call("rmdir", subject(path),
-                [=] { return shown({.function = "rmdir", .path = path}, __real_rmdir(path)); });
 }
 
 simulator::SignalHandler __wrap_signal(int number, simulator::SignalHandler handler) {

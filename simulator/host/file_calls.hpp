@@ -38,7 +38,7 @@ using StandardErrorSink = std::function<bool(std::string_view text)>;
 /// Sets the sink; empty for none. A reset keeps it.
 void setStandardErrorSink(StandardErrorSink sink);
 
-/// What getpid() returns; none: the host's answer.
+/// What getpid() returns until the next reset; none: the host's answer.
 void setProcessID(std::optional<pid_t> pid);
 
 /// A redirected call that changed a file, opened or closed one, or flushed it.
@@ -52,12 +52,9 @@ struct FileCall {
     std::int64_t result = 0;        // what the host returned: no failure
 };
 
-/// Shows `observe` every call of close, fcntl, fsync, ftruncate, link, mkdir, mkostemp, open,
-/// rename, rmdir, unlink and write, wherever the file lies, when the host has performed it. A call
+/// Shows `observe` every call of close, fcntl, fsync, link, mkdir, mkostemp, open, rename,
+/// unlink and write, wherever the file lies, after the host has performed it. A call
 /// that fails, or that a fault keeps from having its effect, is not shown. reset() ends it.
 void observeFileCalls(std::function<void(const FileCall& call)> observe);
-
-/// Forgets the exposed directories, the process ID and the observer; part of simulator::reset().
-void clearFileCalls();
 
 }  // namespace simulator

@@ -11,7 +11,7 @@
 namespace simulator {
 
 /// A relative path that stays below its directory.
-/// @throws std::invalid_argument naming the key, when it is none
+/// @throws std::invalid_argument naming the key, if it is not one
 std::string readFilePath(const JsonReader& path);
 
 /// Fails where the content is {"$data": BASE64} without being base64.
@@ -20,15 +20,15 @@ void checkFileContent(const JsonReader& content);
 
 /// Writes a file, creating its directories: a string as it stands, {"$data": BASE64} as the bytes
 /// it stands for, anything else as JSON.
-/// @throws std::runtime_error when the host refuses, or the variable is not set
+/// @throws std::runtime_error if the host refuses, or the variable is not set
 void writeStateFile(const std::string& path, const nlohmann::json& content);
 
 /// Removes a file.
-/// @throws std::runtime_error when there is none, the host refuses, or the variable is not set
+/// @throws std::runtime_error if there is none, the host refuses, or the variable is not set
 void removeStateFile(const std::string& path);
 
-/// Every file below the directory by its path, JSON where it parses and is not nested too deeply,
-/// else as a string (bytes that are no UTF-8 replaced by U+FFFD).
+/// Every file below the directory by its path, as JSON if it parses and is not nested too deeply,
+/// else as a string (bytes that are not UTF-8 replaced by U+FFFD).
 /// @param except a directory whose files are left out; it need not lie below
 nlohmann::json stateFiles(const std::string& except);
 

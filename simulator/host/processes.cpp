@@ -16,6 +16,7 @@
 #include "simulator/host/host_calls.hpp"
 #include "simulator/loop/workspace_events.hpp"
 #include "simulator/machine/machine.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator {
 namespace {
@@ -89,6 +90,17 @@ timespec remaining(clock::Time time) {
     return {rest / clock::second, rest % clock::second};
 }
 
+void killChildren() {
+    state().watches.clear();
+    while (!state().children.empty()) {
+        const auto child = state().children.begin();
+        __real_kill(child->first, SIGKILL);
+        reap(child);
+    }
+}
+
+const OnReset clear(killChildren);
+
 }  // namespace
 
 pid_t startProcess() {
@@ -148,15 +160,6 @@ void waitForProcesses(clock::Time time) {
             reap(state().children.find(pids[i]));
             noticeExit(pids[i]);
         }
-    }
-}
-
-void clearProcesses() {
-    state().watches.clear();
-    while (!state().children.empty()) {
-        const auto child = state().children.begin();
-        __real_kill(child->first, SIGKILL);
-        reap(child);
     }
 }
 

@@ -1,6 +1,6 @@
 // The processes behind the running applications. A process is alive while its application is
 // listed. With the real clock a launched application is a child process of this one, and the
-// kernel tells when it ends, however that came about.
+// kernel reports its end, whatever the cause.
 #pragma once
 
 #include <sys/types.h>
@@ -12,8 +12,9 @@
 
 namespace simulator {
 
-/// Starts a child process that does nothing until it is killed, and dies with this one.
-/// @throws std::system_error when the host refuses
+/// Starts a child process that does nothing until it is killed. It dies with this one, and with
+/// reset().
+/// @throws std::system_error if the host refuses
 pid_t startProcess();
 
 /// Ends a process: a child by SIGKILL, which is noticed when the event loop next waits; one that
@@ -22,7 +23,7 @@ void killProcess(pid_t pid);
 
 bool isAlive(pid_t pid);
 
-/// Tells when a process ends. Called once, then forgotten.
+/// Called once when a process ends, then forgotten.
 using ExitHandler = std::function<void()>;
 using ExitWatch = std::uint64_t;
 ExitWatch watchExit(pid_t pid, ExitHandler handler);
@@ -31,8 +32,5 @@ void unwatchExit(ExitWatch watch);
 /// Waits in the kernel until `time`, or until a child ends; that one is then taken off the list of
 /// applications, its watches are called, and did-terminate is posted. For the real clock.
 void waitForProcesses(clock::Time time);
-
-/// Kills the children that are left and forgets all watches.
-void clearProcesses();
 
 }  // namespace simulator

@@ -1,4 +1,5 @@
 #include "simulator/loop/clock.hpp"
+#include "simulator/on_reset.hpp"
 
 #include <algorithm>
 #include <ctime>
@@ -26,6 +27,8 @@ std::int64_t read(clockid_t id) {
 }
 
 }  // namespace
+
+static const OnReset restartVirtually([] { restart(Kind::virtualTime); });
 
 void restart(Kind kind) {
     state() = {kind, 0, kind == Kind::realTime ? read(CLOCK_MONOTONIC) : 0};

@@ -1,5 +1,5 @@
 // The simulator's time. The virtual clock stands still until it is moved, so an hour passes in
-// milliseconds and every run is the same; the real clock is the host's. Everything that tells or
+// milliseconds and every run is the same; the real clock is the host's. Everything that reads or
 // waits for time goes through here: the event loop (event_loop.hpp), dispatch, Core Foundation's
 // dates, and nanosleep.
 #pragma once

@@ -15,7 +15,7 @@
 #include <optional>
 
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/host/processes.hpp"
 #include "simulator/loop/dispatch_objects.hpp"
 #include "simulator/loop/event_loop.hpp"
@@ -58,7 +58,7 @@ struct Source {
     std::optional<WorkID> exitEvent;
 };
 
-// So many of the sources that went last are remembered as gone.
+// How many of the sources freed last are remembered.
 constexpr std::size_t graveyardLimit = 1024;
 
 struct State {
@@ -91,7 +91,7 @@ Source& sourceOf(dispatch_object_t object, std::string_view function) {
         cf::misuse(function, "the source is gone: its last reference was given up");
     }
     if (source.mark != aliveMark) {
-        cf::misuse(function, "the object is no dispatch source");
+        cf::misuse(function, "the object is not a dispatch source");
     }
     return source;
 }
@@ -212,7 +212,7 @@ std::size_t liveDispatchObjects() {
 
 }  // namespace simulator
 
-using simulator::admit;
+using simulator::beginCall;
 using simulator::isMainQueue;
 using simulator::sourceOf;
 
@@ -287,7 +287,7 @@ dispatch_queue_main_t dispatch_get_main_queue() noexcept {
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept {
     constexpr std::string_view function = "dispatch_async_f";
     simulator::requireMainQueue(queue, function);
-    if (admit(function).performs) {
+    if (beginCall(function).performs) {
         simulator::queueWork(simulator::clock::now(), [context, work] { work(context); });
     }
 }
@@ -297,7 +297,7 @@ void dispatch_after_f(dispatch_time_t when, dispatch_queue_t queue, void* contex
     constexpr std::string_view function = "dispatch_after_f";
     simulator::requireMainQueue(queue, function);
     const simulator::clock::Time due = simulator::fromDispatchTime(when);
-    if (admit(function).performs && due != simulator::clock::never) {
+    if (beginCall(function).performs && due != simulator::clock::never) {
         simulator::queueWork(due, [context, work] { work(context); });
     }
 }
@@ -308,7 +308,7 @@ dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintp
     simulator::requireMainQueue(queue, function);
     const bool isExit = type == DISPATCH_SOURCE_TYPE_PROC && mask == DISPATCH_PROC_EXIT;
     const bool isTimer = type == DISPATCH_SOURCE_TYPE_TIMER && mask == 0;
-    if (admit(function).isNull() || (!isExit && !isTimer)) {
+    if (beginCall(function).isNull() || (!isExit && !isTimer)) {
         return nullptr;
     }
     auto* const source = new simulator::Source;
@@ -328,9 +328,9 @@ void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start,
     constexpr std::string_view function = "dispatch_source_set_timer";
     simulator::Source& timerSource = sourceOf(source, function);
     if (timerSource.type != DISPATCH_SOURCE_TYPE_TIMER) {
-        simulator::cf::misuse(function, "the source is no timer");
+        simulator::cf::misuse(function, "the source is not a timer");
     }
-    if (!admit(function).performs || timerSource.cancelled) {
+    if (!beginCall(function).performs || timerSource.cancelled) {
         return;
     }
     constexpr auto limit = static_cast<std::uint64_t>(simulator::clock::never);

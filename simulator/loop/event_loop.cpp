@@ -8,6 +8,7 @@
 #include "simulator/core_foundation/object.hpp"
 #include "simulator/host/processes.hpp"
 #include "simulator/loop/workspace_events.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator {
 namespace {
@@ -22,7 +23,7 @@ struct Place {
     auto operator<=>(const Place&) const = default;
 };
 
-// So much work may run while the virtual clock stands still. A process that answers everything it
+// How much work may run while the virtual clock stands still. A process that answers everything it
 // does itself, such as its own display reconfigurations, would otherwise never come to the end of
 // its run; no process that comes to rest needs nearly as much.
 constexpr int mostWorkAtOnce = 1000;
@@ -38,9 +39,9 @@ struct State {
     std::map<WorkID, Place> places;  // of the queued work
     std::uint64_t lastNumber = 0;
     clock::Time endOfRun = 0;
-    bool running = false;    // queued work runs
-    bool happening = false;  // an event happens
-    int workAtOnce = 0;      // how much has run since time passed by itself
+    bool running = false;  // queued work runs
+    bool isEvent = false;  // an event is performed
+    int workAtOnce = 0;    // how much has run since time passed by itself
     std::function<void(LoopMoment)> observer;
     // Work that was dropped may hold the only pointers to what it was to free, as in any process
     // that is killed. Kept, so that this does not look like a leak.
@@ -73,7 +74,7 @@ clock::Time nextDue(const List& list) {
 WorkID add(clock::Time due, Work work) {
     State& all = state();
     const WorkID id = ++all.lastNumber;
-    const Place place{std::max(due, clock::now()), !all.happening, id};
+    const Place place{std::max(due, clock::now()), !all.isEvent, id};
     all.queue.emplace(place, std::move(work));
     all.places.emplace(id, place);
     return id;
@@ -93,7 +94,7 @@ void tellObserver(LoopMoment moment) {
 void runNextEvent() {
     auto next = state().events.extract(state().events.begin());
     tellObserver(LoopMoment::beforeEvent);
-    happen(next.mapped());
+    performEvent(next.mapped());
     tellObserver(LoopMoment::afterEvent);
 }
 
@@ -106,7 +107,7 @@ void runNextWork() {
     next.mapped().run();
 }
 
-/// Lets time pass until `time`, or less when a process ends before.
+/// Lets time pass until `time`, or until a process ends.
 void waitUntil(clock::Time time) {
     state().workAtOnce = 0;
     if (clock::isVirtual()) {
@@ -129,14 +130,33 @@ bool takeTime(clock::Time end) {
     return over <= end;
 }
 
+/// Drops everything planned and queued, except lasting work, which it runs.
+void clear() {
+    State& all = state();
+    all.observer = nullptr;
+    all.events.clear();
+    all.places.clear();
+    all.endOfRun = 0;
+    std::map<Place, Work> dropped = std::exchange(all.queue, {});
+    for (auto& [place, work] : dropped) {
+        if (work.lasting) {
+            work.run();
+        } else {
+            all.abandoned.push_back(std::move(work));
+        }
+    }
+}
+
+const OnReset clearLoop(clear);
+
 }  // namespace
 
 void planEvent(clock::Time due, std::function<void()> event) {
     state().events.emplace(Place{due, false, ++state().lastNumber}, std::move(event));
 }
 
-void happen(const std::function<void()>& event) {
-    const Marked happening(state().happening);
+void performEvent(const std::function<void()>& event) {
+    const Marked marked(state().isEvent);
     event();
 }
 
@@ -206,22 +226,6 @@ clock::Time endOfRun() {
 
 void observeLoop(std::function<void(LoopMoment)> observer) {
     state().observer = std::move(observer);
-}
-
-void clearEventLoop() {
-    State& all = state();
-    all.observer = nullptr;
-    all.events.clear();
-    all.places.clear();
-    all.endOfRun = 0;
-    std::map<Place, Work> dropped = std::exchange(all.queue, {});
-    for (auto& [place, work] : dropped) {
-        if (work.lasting) {
-            work.run();
-        } else {
-            all.abandoned.push_back(std::move(work));
-        }
-    }
 }
 
 }  // namespace simulator

@@ -2,7 +2,7 @@
 // the outside world's events (the timeline) and the main queue (the process's own work, among it
 // the handlers of timers, process exits and notifications).
 //
-// Events happen when they are due, whatever the process is doing, so also while it sleeps. Work on
+// Events happen when they are due, whatever the process is doing, even while it sleeps. Work on
 // the main queue runs one item after the other, never inside another. What is due at one time runs
 // in this order: events as they were planned, then the work that events have queued, then other
 // work, each as it was queued.
@@ -24,17 +24,17 @@ namespace simulator {
 /// Plans an event of the outside world.
 void planEvent(clock::Time due, std::function<void()> event);
 
-/// Lets an event of the outside world happen now.
-void happen(const std::function<void()>& event);
+/// Performs an event of the outside world now.
+void performEvent(const std::function<void()>& event);
 
 /// Names one piece of queued work.
 using WorkID = std::uint64_t;
 
 /// Queues work on the main queue that becomes due at a time (a past one: now).
 WorkID queueWork(clock::Time due, std::function<void()> work);
-/// Takes work off the queue; does nothing when it has run or is running.
+/// Takes work off the queue; does nothing if it has run or is running.
 void dropWork(WorkID work);
-/// Queues work that is due now and is run by clearEventLoop() if it has not run by then: the
+/// Queues work that is due now and is run by reset() if it has not run by then: the
 /// finalizers, so that what they free is freed in any case.
 void queueLastingWork(std::function<void()> work);
 
@@ -43,7 +43,7 @@ void queueLastingWork(std::function<void()> work);
 /// Not to be called from within an event or work.
 void runUntil(clock::Time end);
 
-/// Lets time pass while the process does nothing of its own: events happen, queued work waits.
+/// Lets time pass while the process waits: events happen, queued work does not run.
 void sleepUntil(clock::Time end);
 
 /// When the event loop of the shared application returns; 0 after a reset, so that a process whose
@@ -53,11 +53,8 @@ clock::Time endOfRun();
 
 /// What the loop is about to do, or has just done.
 enum class LoopMoment { beforeWork, beforeEvent, afterEvent };
-/// Calls `observer` at each of these moments, until clearEventLoop(): for who wants to know whether
+/// Calls `observer` at each of these moments, until reset(): for who wants to know whether
 /// it was the process or the outside world that changed something.
 void observeLoop(std::function<void(LoopMoment)> observer);
-
-/// Drops everything planned and queued, and the observer.
-void clearEventLoop();
 
 }  // namespace simulator

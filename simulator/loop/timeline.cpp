@@ -13,6 +13,7 @@
 #include "simulator/loop/clock.hpp"
 #include "simulator/loop/workspace_events.hpp"
 #include "simulator/machine/mac_json.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator {
 namespace {
@@ -21,6 +22,8 @@ std::map<std::string, pid_t>& processNames() {
     static std::map<std::string, pid_t> names;
     return names;
 }
+
+const OnReset forgetProcessNames([] { processNames().clear(); });
 
 /// A reader's value may be gone by the time of the event; its path is what errors need.
 struct Place {
@@ -223,10 +226,6 @@ Event readEvent(const JsonReader& event, Launching launching) {
 
 Event readEvent(const JsonReader& event) {
     return readEvent(event, clock::isVirtual() ? Launching::simulated : Launching::childProcesses);
-}
-
-void forgetProcessNames() {
-    processNames().clear();
 }
 
 }  // namespace simulator

@@ -1,5 +1,5 @@
 // Timeline events: what happens to the Mac from outside. An event is read first, which finds every
-// error of form, and performed when its time comes.
+// malformed one, and performed when it is due.
 #pragma once
 
 #include <functional>
@@ -26,8 +26,5 @@ Event readEvent(const JsonReader& event);
 /// Whether a launch starts a child process (real clock) or takes a pid (virtual clock).
 enum class Launching { simulated, childProcesses };
 Event readEvent(const JsonReader& event, Launching launching);
-
-/// Forgets the names that launches have given.
-void forgetProcessNames();
 
 }  // namespace simulator

@@ -6,9 +6,10 @@
 #include <list>
 #include <vector>
 
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/loop/event_loop.hpp"
 #include "simulator/loop/workspace_events.hpp"
+#include "simulator/on_reset.hpp"
 
 namespace simulator {
 namespace {
@@ -34,6 +35,8 @@ State& state() {
     return instance;
 }
 
+const OnReset forgetObservers([] { state() = {}; });
+
 std::optional<RunningApplication> running(const std::optional<Application>& application) {
     if (!application) {
         return std::nullopt;
@@ -54,7 +57,7 @@ void post(Observers& observers, const std::optional<Application>& application) {
 
 Observation observe(std::string_view function, Observers& observers, ApplicationHandler handler) {
     auto token = std::make_shared<ApplicationHandler>(std::move(handler));
-    if (admit(function).performs) {
+    if (beginCall(function).performs) {
         observers.push_back(token);
     }
     return Observation(std::move(token));
@@ -86,10 +89,6 @@ void postWake() {
     post(state().wakes, std::nullopt);
 }
 
-void clearWorkspace() {
-    state() = {};
-}
-
 bool activationIsProhibited() {
     return state().activationIsProhibited;
 }
@@ -104,7 +103,7 @@ std::vector<RunningApplication> runningApplications() {
     const auto& held = simulator::state().heldApplications;
     const auto& applications = held ? *held : simulator::mac().applications;
     std::vector<RunningApplication> list;
-    if (!simulator::admit("runningApplications").performs) {
+    if (!simulator::beginCall("runningApplications").performs) {
         return list;
     }
     std::transform(
@@ -129,7 +128,8 @@ Observation observeWakes(std::function<void()> handler) {
 
 void prohibitActivation() {
     // Not among the recorded calls: it is about the process itself, not about the Mac.
-    simulator::state().activationIsProhibited = simulator::admit("setActivationPolicy").performs;
+    simulator::state().activationIsProhibited =
+        simulator::beginCall("setActivationPolicy").performs;
 }
 
 void withAutoreleasePool(const std::function<void()>& work) {

@@ -28,7 +28,4 @@ class ApplicationsHold {
     bool isOutermost_;
 };
 
-/// Removes all observers.
-void clearWorkspace();
-
 }  // namespace simulator

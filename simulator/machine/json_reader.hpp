@@ -40,9 +40,9 @@ class JsonReader {
 
     /// Fails unless the value is an object with no key but these.
     void requireKeys(std::initializer_list<std::string_view> known) const;
-    /// The value under a key; none when the key is missing.
+    /// The value under a key; none if the key is missing.
     std::optional<JsonReader> find(const std::string& key) const;
-    /// The value under a key; fails when the key is missing.
+    /// The value under a key; fails if the key is missing.
     JsonReader at(const std::string& key) const;
     /// All entries, in key order.
     std::vector<std::pair<std::string, JsonReader>> entries() const;
@@ -53,8 +53,8 @@ class JsonReader {
     /// Fails unless there are exactly `count`.
     std::vector<JsonReader> elements(std::size_t count) const;
 
-    // Single values. A boolean is no number and a number no boolean; a whole number may be written
-    // with a fraction of 0.
+    // Single values. A boolean is not a number, nor a number a boolean; a whole number may be
+    // written with a fraction of 0.
 
     bool boolean() const;
     double number() const;

@@ -169,7 +169,7 @@ void readUnavailable(const JsonReader& list, Machine& machine) {
     machine.unavailable.clear();
     for (const JsonReader& name : list.elements()) {
         if (!isKnownToLibraries(name.text())) {
-            name.fail("is no private symbol or library that is looked up at run time");
+            name.fail("is not a private symbol or library that is looked up at run time");
         }
         machine.unavailable.insert(name.text());
     }

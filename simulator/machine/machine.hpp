@@ -70,9 +70,9 @@ struct Machine {
 };
 
 Machine& mac();
-Display* findDisplay(CGDirectDisplayID id);  // null when it is not active
+Display* findDisplay(CGDirectDisplayID id);  // null if it is not active
 
-/// Empty when there is no main display, or no UUID for it.
+/// Empty if there is no main display, or no UUID for it.
 std::string portUUIDOfMainDisplay(const Machine& machine);
 
 }  // namespace simulator

@@ -5,7 +5,7 @@
 
 namespace simulator {
 
-/// `bytes` with everything that is no UTF-8 replaced by U+FFFD.
+/// `bytes` with everything that is not UTF-8 replaced by U+FFFD.
 std::string readableText(const std::string& bytes);
 
 }  // namespace simulator

@@ -9,8 +9,8 @@
 
 #include <limits>
 
+#include "simulator/faults/outside_calls.hpp"
 #include "tests/faults/expected_lines.hpp"
-#include "tests/faults/failure_forms.hpp"
 #include "tests/faults/findings.hpp"
 #include "tests/faults/torture.hpp"
 
@@ -24,7 +24,7 @@ constexpr std::size_t forGood = std::numeric_limits<std::size_t>::max();
 
 /// The forms to try on the call with this number.
 std::vector<json> formsFor(const std::string& function, std::size_t index) {
-    const std::vector<json>& all = failureForms(function);
+    const std::vector<json>& all = simulator::failureForms(function);
     if (all.empty() || effort() == Effort::all) {
         return all;
     }

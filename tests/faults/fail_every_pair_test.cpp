@@ -18,7 +18,7 @@
 #include <tuple>
 #include <utility>
 
-#include "tests/faults/failure_forms.hpp"
+#include "simulator/faults/outside_calls.hpp"
 #include "tests/faults/findings.hpp"
 #include "tests/faults/torture.hpp"
 
@@ -71,7 +71,7 @@ class Pairs {
 
 /// One form of the function's failures, another one for another number; null when it cannot fail.
 json oneForm(const std::string& function, std::uint64_t number) {
-    const std::vector<json>& forms = failureForms(function);
+    const std::vector<json>& forms = simulator::failureForms(function);
     return forms.empty() ? json() : forms[number % forms.size()];
 }
 

@@ -1,4 +1,4 @@
-// The umbrella header of the application services, as far as the simulator has them.
+// The umbrella header of the application services that the simulator has.
 #pragma once
 
 #include <ColorSync/ColorSync.h>

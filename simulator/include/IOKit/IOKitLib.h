@@ -29,7 +29,7 @@ extern const mach_port_t kIOMainPortDefault;
 kern_return_t IOObjectRelease(io_object_t object);
 io_object_t IOIteratorNext(io_iterator_t iterator);
 CFMutableDictionaryRef IOServiceMatching(const char* name);
-// Consumes one reference to `matching`, also when it fails.
+// Consumes one reference to `matching`, even if it fails.
 kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef matching,
                                            io_iterator_t* existing);
 kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry,

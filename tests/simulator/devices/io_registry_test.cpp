@@ -1,5 +1,3 @@
-#include "simulator/devices/io_registry.hpp"
-
 #include <IOKit/IOKitLib.h>
 
 #include <vector>

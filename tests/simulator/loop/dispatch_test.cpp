@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/loop/clock.hpp"
 #include "simulator/loop/event_loop.hpp"
 #include "tests/simulator/simulator_test.hpp"
@@ -310,7 +310,7 @@ TEST_F(DispatchDeathTest, MisuseAbortsWithAMessage) {
              dispatch_resume(timer);
          }},
         {"dispatch_retain: the object is null", [] { dispatch_retain(nullptr); }},
-        {"dispatch_source_set_timer: the source is no timer",
+        {"dispatch_source_set_timer: the source is not a timer",
          [] { dispatch_source_set_timer(makeExitWatch("", 1), DISPATCH_TIME_NOW, 1, 0); }},
         {"dispatch_source_cancel: the source is gone",
          [] {

@@ -64,7 +64,7 @@ TEST_F(EventLoop, WorkThatAnEventQueuesRunsBeforeOtherWorkOfThatTime) {
 
 TEST_F(EventLoop, AnEventThatATestPerformsIsOne) {
     onMainQueue(note("own"));
-    happen([&] { onMainQueue(note("caused")); });
+    performEvent([&] { onMainQueue(note("caused")); });
     onMainQueue(note("own, later"));
     runUntil(0);
     EXPECT_THAT(noted_, ElementsAre("caused", "own", "own, later"));
@@ -153,7 +153,7 @@ TEST_F(EventLoop, ClearingDropsEverythingButLastingWork) {
     queueLastingWork(note("lasting"));
     planEvent(0, note("event"));
     setEndOfRun(second);
-    clearEventLoop();
+    reset();
     EXPECT_EQ(endOfRun(), 0);
     runUntil(second);
     EXPECT_THAT(noted_, ElementsAre("lasting"));

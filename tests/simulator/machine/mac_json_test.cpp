@@ -162,7 +162,7 @@ TEST_F(MacJson, MalformedMachinesAreRefused) {
          "applications[0].name: unknown key"},
         {R"({"unavailable": "SkyLight"})", "unavailable: must be a list"},
         {R"({"unavailable": ["Skylight"]})",
-         "unavailable[0]: is no private symbol or library that is looked up at run time"},
+         "unavailable[0]: is not a private symbol or library that is looked up at run time"},
     };
     reset({{"cursorAssociated", false}});
     const json before = machine();

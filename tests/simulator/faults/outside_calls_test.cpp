@@ -1,4 +1,4 @@
-#include "simulator/faults/fault_results.hpp"
+#include "simulator/faults/outside_calls.hpp"
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <ColorSync/ColorSync.h>
@@ -15,14 +15,14 @@
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 #include "simulator/host/file_calls.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
 namespace simulator {
 namespace {
 
-class FaultResults : public SimulatorTest {};
+class OutsideCalls : public SimulatorTest {};
 
 /// What a result of this function is read as; the error where it is refused.
 json readAs(const std::string& function, const json& result) {
@@ -33,14 +33,14 @@ json readAs(const std::string& function, const json& result) {
     }
 }
 
-TEST_F(FaultResults, AreOfTheTypeOfTheFunction) {
+TEST_F(OutsideCalls, ResultsAreOfTheTypeOfTheFunction) {
     const std::string int32 = "result: must be a whole number from -2147483648 to 2147483647";
     const std::string uint32 = "result: must be a whole number from 0 to 4294967295";
     const std::string boolean = "result: must be true or false";
     const std::string null = "result: must be null";
     const std::string nothing =
         "result: must be left out, for the function returns nothing that a fault can choose";
-    const std::string noError = "result: is no name of an error that the simulator knows";
+    const std::string notAnError = "result: is not the name of an error that the simulator knows";
     const std::string uuid = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
     const struct {
         const char* function;
@@ -95,7 +95,7 @@ TEST_F(FaultResults, AreOfTheTypeOfTheFunction) {
         {"runningApplications", json::array(), nothing},
         {"unlink", "ENOSPC", ENOSPC},
         {"unlink", ENOSPC, ENOSPC},
-        {"unlink", "ENOSUCH", noError},
+        {"unlink", "ENOSUCH", notAnError},
         {"unlink", 0, "result: must be a whole number from 1 to 2147483647"},
         {"unlink", nullptr, "result: must be a string"},
         {"unlink", {{"bytes", 2}}, "result: must be a string"},
@@ -115,13 +115,30 @@ TEST_F(FaultResults, AreOfTheTypeOfTheFunction) {
     }
 }
 
-TEST_F(FaultResults, TheFunctionMustBeOneThatCanFail) {
+TEST_F(OutsideCalls, TheFunctionMustBeOneThatCanFail) {
     EXPECT_TRUE(canFail("CGMainDisplayID"));
     EXPECT_FALSE(canFail("CGNope"));
     EXPECT_FALSE(canFail(""));
 }
 
-TEST_F(FaultResults, AreReturned) {
+TEST_F(OutsideCalls, EveryFailureFormIsAFaultOfItsFunction) {
+    for (const std::string& function : outsideFunctions()) {
+        for (json fault : failureForms(function)) {
+            fault["call"] = function;
+            EXPECT_EQ(thrownBy([&] { addFault(fault); }), "") << fault;
+        }
+    }
+}
+
+TEST_F(OutsideCalls, FailAsOnARealSystem) {
+    const std::vector<json> closes{{{"result", "EIO"}, {"effect", true}},
+                                   {{"result", "EINTR"}, {"effect", true}}};
+    EXPECT_EQ(failureForms("close"), closes) << "it has closed all the same";
+    EXPECT_EQ(failureForms("getpid"), std::vector<json>{});
+    EXPECT_THROW(failureForms("CGNope"), std::out_of_range);
+}
+
+TEST_F(OutsideCalls, ResultsAreReturned) {
     const cf::Owned<CFStringRef> key(cf::createString("key"));
     const auto synchronizes = [] {
         return CFPreferencesSynchronize(kCFPreferencesAnyApplication, kCFPreferencesCurrentUser,
@@ -151,7 +168,7 @@ TEST_F(FaultResults, AreReturned) {
     EXPECT_EQ(cf::text(text.get()), uuid);
 }
 
-TEST_F(FaultResults, ACallWithoutEffectAndResultReturnsTheEmptyResult) {
+TEST_F(OutsideCalls, ACallWithoutEffectAndResultReturnsTheEmptyResult) {
     set({{"preferences", {{"global", {{"key", 1}}}}}});
     for (const char* const function :
          {"CFPreferencesCopyValue", "dispatch_source_create", "CFUUIDCreate",

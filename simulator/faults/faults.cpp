@@ -1,4 +1,4 @@
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 
 #include <algorithm>
 #include <functional>
@@ -10,9 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "simulator/faults/fault_results.hpp"
-#include "simulator/faults/faults.hpp"
-#include "simulator/loop/clock.hpp"
+#include "simulator/faults/outside_calls.hpp"
+#include "simulator/on_reset.hpp"
 #include "simulator/simulator.hpp"
 
 namespace simulator {
@@ -24,7 +23,7 @@ struct Fault {
     std::string call;
     std::int64_t skip = 0;
     std::int64_t times = std::numeric_limits<std::int64_t>::max();
-    Verdict verdict;
+    CallFault effect;
     std::int64_t callsSeen = 0;
 };
 
@@ -34,7 +33,6 @@ struct State {
     std::function<json(const std::string&)> decide;
     std::string subject;
     std::size_t faultsMet = 0;
-    json calls = json::array();
 };
 
 State& state() {
@@ -42,11 +40,13 @@ State& state() {
     return instance;
 }
 
-/// How many read-backs a new value stays hidden from; 0 where the fault does not say.
+const OnReset clearFaultsAndHooks([] { state() = {}; });
+
+/// How many read-backs a new value stays hidden from; 0 if the fault does not say.
 std::int64_t readDelay(const JsonReader& fault, const std::string& call) {
     const auto delay = fault.find("delayReads");
     if (delay && call != "SLSSetMenuBarVisibilityOverrideOnDisplay") {
-        delay->fail("only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time");
+        delay->fail("only SLSSetMenuBarVisibilityOverrideOnDisplay can be delayed");
     }
     return delay ? delay->integer<std::int64_t>(0) : 0;
 }
@@ -56,7 +56,7 @@ Fault readFault(const JsonReader& fault) {
     Fault read;
     read.call = fault.at("call").text();
     if (!canFail(read.call)) {
-        fault.at("call").fail("is no function that can be made to fail");
+        fault.at("call").fail("is not a function that can be made to fail");
     }
     const auto result = fault.find("result");
     const auto effect = fault.find("effect");
@@ -64,10 +64,10 @@ Fault readFault(const JsonReader& fault) {
         fault.fail("must have a result, an effect or delayReads");
     }
     if (result) {
-        read.verdict.forcedResult = readFaultResult(read.call, *result);
+        read.effect.forcedResult = readFaultResult(read.call, *result);
     }
-    read.verdict.performs = effect ? effect->boolean() : !result;
-    read.verdict.delayReads = readDelay(fault, read.call);
+    read.effect.performs = effect ? effect->boolean() : !result;
+    read.effect.delayReads = readDelay(fault, read.call);
     if (const auto skip = fault.find("skip")) {
         read.skip = skip->integer<std::int64_t>(0);
     }
@@ -87,8 +87,8 @@ void runHooks(std::string_view function) {
     }
 }
 
-/// The fault that a test decides on for this call; none when it decides on none.
-std::optional<Verdict> decided(std::string_view function) {
+/// The fault that a test decides on for this call, if it does.
+std::optional<CallFault> decided(std::string_view function) {
     if (!state().decide) {
         return std::nullopt;
     }
@@ -97,50 +97,43 @@ std::optional<Verdict> decided(std::string_view function) {
         return std::nullopt;
     }
     fault["call"] = function;
-    return readFault(JsonReader(fault, "")).verdict;
+    return readFault(JsonReader(fault, "")).effect;
 }
 
 }  // namespace
 
-Verdict admit(std::string_view function, std::string_view subject) {
+CallFault beginCall(std::string_view function, std::string_view subject) {
     state().subject = subject;
     runHooks(function);
-    if (const std::optional<Verdict> verdict = decided(function)) {
+    if (const std::optional<CallFault> fault = decided(function)) {
         ++state().faultsMet;
-        return *verdict;
+        return *fault;
     }
-    Verdict verdict;
+    CallFault result;
     bool met = false;
     for (Fault& fault : state().faults) {
         if (fault.call == function) {
             const std::int64_t call = fault.callsSeen++;
             if (!met && call >= fault.skip && call - fault.skip < fault.times) {
                 met = true;
-                verdict = fault.verdict;
+                result = fault.effect;
             }
         }
     }
     state().faultsMet += met ? 1 : 0;
-    return verdict;
+    return result;
 }
 
-void record(std::string_view function, json args, json result) {
-    state().calls.push_back({{"at", clock::seconds()},
-                             {"call", function},
-                             {"args", std::move(args)},
-                             {"result", std::move(result)}});
+void addFaultAt(const JsonReader& place) {
+    state().faults.push_back(readFault(place));
 }
 
-void addFault(const JsonReader& fault) {
-    state().faults.push_back(readFault(fault));
-}
-
-void checkFault(const JsonReader& fault) {
-    readFault(fault);
+void checkFault(const JsonReader& place) {
+    readFault(place);
 }
 
 void addFault(const json& fault) {
-    addFault(JsonReader(fault, ""));
+    addFaultAt(JsonReader(fault, ""));
 }
 
 void clearFaults() {
@@ -166,23 +159,6 @@ void decideCalls(std::function<json(const std::string&)> decide) {
 
 void onCall(const std::string& function, std::function<void()> work) {
     state().hooks.emplace(function, std::move(work));
-}
-
-void clearHooks() {
-    state().hooks.clear();
-    state().decide = nullptr;
-}
-
-json calls() {
-    return state().calls;
-}
-
-std::size_t recordedCalls() {
-    return state().calls.size();
-}
-
-void forgetCalls() {
-    state().calls = json::array();
 }
 
 }  // namespace simulator

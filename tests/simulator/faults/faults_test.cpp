@@ -1,4 +1,4 @@
-#include "simulator/faults/recorder.hpp"
+#include "simulator/faults/faults.hpp"
 
 #include <string>
 #include <vector>
@@ -8,17 +8,17 @@
 namespace simulator {
 namespace {
 
-class Recorder : public SimulatorTest {};
+class Faults : public SimulatorTest {};
 
 std::vector<int> results(int calls) {
     std::vector<int> all;
     for (int i = 0; i < calls; ++i) {
-        all.push_back(admit("CGMainDisplayID").resultOr(0));
+        all.push_back(beginCall("CGMainDisplayID").resultOr(0));
     }
     return all;
 }
 
-TEST_F(Recorder, FaultsMeetTheCallsTheyName) {
+TEST_F(Faults, FaultsMeetTheCallsTheyName) {
     const struct {
         json fault;
         std::vector<int> results;
@@ -39,7 +39,7 @@ TEST_F(Recorder, FaultsMeetTheCallsTheyName) {
     }
 }
 
-TEST_F(Recorder, TheEffectGoesWithTheResultUnlessTold) {
+TEST_F(Faults, AForcedResultSuppressesTheEffectByDefault) {
     const struct {
         json fault;
         bool performs;
@@ -58,21 +58,21 @@ TEST_F(Recorder, TheEffectGoesWithTheResultUnlessTold) {
         json fault = keys;
         fault["call"] = function;
         addFault(fault);
-        const Verdict verdict = admit(function);
-        EXPECT_EQ(verdict.performs, performs) << fault;
-        EXPECT_EQ(verdict.forcedResult.has_value(), forced) << fault;
-        EXPECT_EQ(verdict.delayReads, delayReads) << fault;
+        const CallFault met = beginCall(function);
+        EXPECT_EQ(met.performs, performs) << fault;
+        EXPECT_EQ(met.forcedResult.has_value(), forced) << fault;
+        EXPECT_EQ(met.delayReads, delayReads) << fault;
     }
 }
 
-TEST_F(Recorder, OfSeveralFaultsTheFirstThatAppliesCounts) {
+TEST_F(Faults, OfSeveralFaultsTheFirstThatAppliesCounts) {
     addFault({{"call", "CGMainDisplayID"}, {"result", 1}, {"times", 1}});
     addFault({{"call", "CGMainDisplayID"}, {"result", 2}, {"skip", 1}, {"times", 1}});
     addFault({{"call", "CGMainDisplayID"}, {"result", 3}, {"times", 3}});
     EXPECT_EQ(results(4), (std::vector{1, 2, 3, 0}));
 }
 
-TEST_F(Recorder, MalformedFaultsAreRefused) {
+TEST_F(Faults, MalformedFaultsAreRefused) {
     const struct {
         const char* fault;
         const char* message;
@@ -87,14 +87,14 @@ TEST_F(Recorder, MalformedFaultsAreRefused) {
          "skip: must be a whole number from 0 to 9223372036854775807"},
         {R"({"call": "CGMainDisplayID", "result": 1, "times": "2"})",
          "times: must be a whole number from 0 to 9223372036854775807"},
-        {R"({"call": "CGNope", "result": 1})", "call: is no function that can be made to fail"},
+        {R"({"call": "CGNope", "result": 1})", "call: is not a function that can be made to fail"},
         {R"({"call": "CGMainDisplayID", "delayReads": 1})",
-         "delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time"},
+         "delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can be delayed"},
         {R"({"call": "SLSSetMenuBarVisibilityOverrideOnDisplay", "delayReads": 0.5})",
          "delayReads: must be a whole number from 0 to 9223372036854775807"},
         {R"({"call": "CGMainDisplayID", "result": 1, "time": 2})", "time: unknown key"},
         {R"({"call": "write", "result": "ENOSUCH"})",
-         "result: is no name of an error that the simulator knows"},
+         "result: is not the name of an error that the simulator knows"},
         {R"({"call": "CGMainDisplayID", "result": "text"})",
          "result: must be a whole number from 0 to 4294967295"},
     };
@@ -104,7 +104,7 @@ TEST_F(Recorder, MalformedFaultsAreRefused) {
     EXPECT_EQ(results(1), std::vector{0}) << "none was added";
 }
 
-TEST_F(Recorder, WorkHappensAtTheStartOfACall) {
+TEST_F(Faults, WorkIsPerformedAtTheStartOfACall) {
     std::vector<std::string> happened;
     onCall("CGMainDisplayID", [&] {
         happened.emplace_back("first");
@@ -117,17 +117,6 @@ TEST_F(Recorder, WorkHappensAtTheStartOfACall) {
     reset();
     EXPECT_EQ(results(1), std::vector{0});
     EXPECT_EQ(happened.size(), 2U);
-}
-
-TEST_F(Recorder, CallsAreStampedAndKeptInOrder) {
-    record("first", json::array({1, nullptr}), true);
-    advance(2.5);
-    record("second", json::array(), nullptr);
-    EXPECT_EQ(calls(), json::parse(R"([
-        {"at": 0, "call": "first", "args": [1, null], "result": true},
-        {"at": 2.5, "call": "second", "args": [], "result": null}])"));
-    reset();
-    EXPECT_EQ(calls(), json::array());
 }
 
 }  // namespace
