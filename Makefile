@@ -2,7 +2,7 @@
 # and the programs.
 .DEFAULT_GOAL := help
 .PHONY: help setup build configured run check test browser-test gallery sanitize torture
-.PHONY: fuzz coverage bench mac contract-apple install uninstall clean
+.PHONY: fuzz coverage bench mac contract-apple mac-check replay install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -90,6 +90,15 @@ mac: ## Build and check the Mac product, universal (elsewhere than on a Mac: MAC
 
 install: mac ## On a Mac: install the helper for this user and start it
 	build/mac/product/install
+
+replay: setup ## Play reports that tolvaran_describe has written (REPORTS="FILE...")
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build --preset $(PRESET) -j $(JOBS) --target tolvaran_simulator
+	@for report in $(or $(REPORTS),$(error REPORTS="FILE..." names the reports)); do \
+		build/$(PRESET)/player/tolvaran_simulator "$$report" || exit 1; done
+
+mac-check: ## On a Mac without Tolvaran: test, install, kill, describe and remove the helper
+	@tools/mac-check
 
 # From the source, so that nothing need be built for it.
 IDENTIFIER = $(shell sed -n 's/^set(TOLVARAN_HELPER_IDENTIFIER \(.*\))/\1/p' packaging/macos/CMakeLists.txt)
