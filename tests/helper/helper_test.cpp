@@ -1,7 +1,6 @@
 #include "helper/helper.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,10 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "helper/entry.hpp"
 #include "restore/paths/helper_heartbeat.hpp"
-#include "restore/support/process_wide.hpp"
-#include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/simulated_process.hpp"
 
@@ -38,74 +34,6 @@ std::string cursorLine(const std::string& tag) {
 
 std::int64_t heartbeatAt(double seconds) {
     return std::llround((HelperHeartbeat::currentDate() - simulator::now() + seconds) * 1000);
-}
-
-/// Collects, from now on, what a helper process does that others can tell, in order: that it opens
-/// its log, the calls that tie it to its Mac, the lines of the log, and each heartbeat.
-void watchStart(Lines& done) {
-    simulator::decideCalls([&done](const std::string& function) {
-        const std::vector<std::string> steps = {"setActivationPolicy",
-                                                "observeLaunches",
-                                                "observeTerminations",
-                                                "observeWakes",
-                                                "CGDisplayRegisterReconfigurationCallback",
-                                                "dispatch_source_create",
-                                                "runningApplications"};
-        if (std::find(steps.begin(), steps.end(), function) != steps.end()) {
-            done.push_back(function);
-        }
-        return json();
-    });
-    simulator::observeFileCalls([&done](const simulator::FileCall& call) {
-        const std::string marker = "] [helper] ";
-        const auto message = call.data.find(marker);
-        if (call.function == "open" && std::string(call.path).ends_with("helper.log")) {
-            done.emplace_back("log opened");
-        } else if (call.descriptor != STDERR_FILENO && message != call.data.npos) {
-            done.emplace_back(call.data.substr(message + marker.size()));
-        } else if (call.newPath != nullptr && std::string(call.newPath).ends_with("heartbeat")) {
-            done.emplace_back("heartbeat");
-        }
-    });
-}
-
-TEST(HelperProcessStart, GoesItsStepsInOrder) {
-    const HelperProcess process(running);
-    process.restart();
-    Lines done;
-    watchStart(done);
-    EXPECT_EQ(helperMain(), 0);
-    EXPECT_EQ(done, (Lines{
-                        "log opened",
-                        "setActivationPolicy",
-                        "[info] Helper starting (pid " + std::to_string(::getpid()) + ")\n",
-                        "heartbeat",
-                        "observeLaunches",
-                        "observeTerminations",
-                        "observeWakes",
-                        "CGDisplayRegisterReconfigurationCallback",
-                        "dispatch_source_create",  // the safety timer
-                        "runningApplications",
-                        "[info] Tolvaran already running at helper start (pid 812)\n",
-                        "dispatch_source_create",  // the watch
-                        "[info] Watching PROC_EXIT for Tolvaran pid 812\n",
-                    }));
-}
-
-TEST(HelperProcessStart, TakesNoPlaceOfAStandardStreamThatIsClosed) {
-    HelperProcess process(running);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        process.restart();
-        ::close(STDERR_FILENO);
-        ::_exit(helperMain());
-    }
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(process.takeLog(), (Lines{"info: Helper starting (pid " + std::to_string(child) + ")",
-                                        "info: Tolvaran already running at helper start (pid 812)",
-                                        "info: Watching PROC_EXIT for Tolvaran pid 812"}));
 }
 
 TEST(Helper, BeginsWithEveryFieldEmpty) {

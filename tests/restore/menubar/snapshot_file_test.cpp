@@ -6,7 +6,6 @@
 #include "restore/menubar/formats.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
-#include "tests/support/bad_input.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -22,16 +21,6 @@ const MenuBarAutohideSnapshot snapshot{
 
 class MenuBarSnapshotFile : public testing::Test {
   protected:
-    /// Writes the file and expects it to be no snapshot and to stay as it is.
-    void expectUndecodable(const BadInput& bad) {
-        writeFile(path, bad.text);
-        EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), std::nullopt);
-        EXPECT_THAT(process.takeWarnings(),
-                    ElementsAre(StartsWith("menu bar snapshot at " + path + " failed to decode: ")))
-            << bad.what;
-        EXPECT_TRUE(readFile(path) == bad.text) << bad.what;
-    }
-
     SimulatedProcess process;
     const std::string path = process.path("State/menubar-state.json");
 };
@@ -49,14 +38,6 @@ TEST_F(MenuBarSnapshotFile, IsLoadedAsItWasSaved) {
     EXPECT_THAT(process.takeWarnings(), IsEmpty());
 }
 
-TEST_F(MenuBarSnapshotFile, IsNoneWithoutAWordWhenThereIsNoReadableFile) {
-    EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), std::nullopt);
-    EXPECT_EQ(MenuBarAutohide::loadSnapshot(""), std::nullopt);
-    std::filesystem::create_directories(path);
-    EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), std::nullopt);
-    EXPECT_THAT(process.takeWarnings(), IsEmpty());
-}
-
 TEST_F(MenuBarSnapshotFile, SaysWhyItCannotBeDecoded) {
     writeFile(path, R"({"displayVisibilityOverrides":[{"canonicalID":"c","enabled":true}]})");
     EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), std::nullopt);
@@ -64,37 +45,6 @@ TEST_F(MenuBarSnapshotFile, SaysWhyItCannotBeDecoded) {
                 ElementsAre("menu bar snapshot at " + path +
                             R"( failed to decode: "displayVisibilityOverrides": "portUUID" is )"
                             "missing"));
-}
-
-TEST_F(MenuBarSnapshotFile, CutAtAnyByteIsUndecodable) {
-    for (const BadInput& bad : truncations(json::write(snapshot))) {
-        expectUndecodable(bad);
-    }
-}
-
-TEST_F(MenuBarSnapshotFile, HostileContentIsUndecodable) {
-    for (const BadInput& bad : wrongText(json::write(snapshot))) {
-        expectUndecodable(bad);
-    }
-}
-
-TEST_F(MenuBarSnapshotFile, ARecordWithAWrongFieldMakesAllOfItUndecodable) {
-    const std::string record = "/displayVisibilityOverrides/1";
-    const std::vector<RequiredField> fields = {{record, Holds::object},
-                                               {record + "/canonicalID", Holds::text},
-                                               {record + "/portUUID", Holds::text},
-                                               {record + "/enabled", Holds::boolean}};
-    for (const BadInput& bad : wrongFields(nlohmann::json::parse(json::write(snapshot)), fields)) {
-        expectUndecodable(bad);
-    }
-}
-
-TEST_F(MenuBarSnapshotFile, MayBeHuge) {
-    const std::string beginning = R"({"hideMenuBar":1,"other":")";
-    writeFile(path, beginning + std::string(5'000'000, 'x') + "\"}");
-    EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), MenuBarAutohideSnapshot{.hideMenuBar = 1});
-    EXPECT_THAT(process.takeWarnings(), IsEmpty());
-    expectUndecodable({"50 MB without an end", beginning + std::string(50'000'000, 'x')});
 }
 
 TEST_F(MenuBarSnapshotFile, IsNotWrittenWhenItCannotBeEncoded) {

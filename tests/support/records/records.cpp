@@ -297,7 +297,13 @@ Record preferences() {
         .losses = {{reading, "Settings/preferences\\.json",
                     "mac/displays/[0-9]+/(mode|frame/[0-9])",
                     "without readable preferences every display has its own name"}},
-        .read = [](const auto& path) { return AliasMap::load(path).canonicalID("B"); }};
+        .read = [](const auto& path) {
+            std::string text;
+            for (const AliasMap::Entry& entry : AliasMap::load(path).entries) {
+                text += json(entry.ids).dump();
+            }
+            return text;
+        }};
 }
 
 const std::vector<Change> separatedChanges = {
@@ -309,8 +315,14 @@ const std::vector<Change> separatedChanges = {
 /// The document that the content is. Text with a zero byte is none, nor is one nested deeper than
 /// anybody would write.
 json parsed(const std::string& content) {
-    return content.find('\0') == std::string::npos ? json::parse(content, nullptr, false)
-                                                   : json(json::value_t::discarded);
+    constexpr int deepest = 512;
+    bool isTooDeep = content.find('\0') != std::string::npos;
+    const auto measure = [&](int depth, json::parse_event_t /*event*/, json& /*value*/) {
+        isTooDeep = isTooDeep || depth > deepest;
+        return !isTooDeep;
+    };
+    json document = json::parse(content, measure, false);
+    return isTooDeep ? json(json::value_t::discarded) : document;
 }
 
 }  // namespace

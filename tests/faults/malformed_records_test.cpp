@@ -1,0 +1,182 @@
+// Reads every kind of record from files that hold something else: cut off at every length, with
+// every field missing, doubled, null and of every other type, of another version, and wrong
+// whatever they were meant to hold. What is not a record by the design's word
+// (tests/support/records) counts as none, the log says so in the record's own words, and the file
+// stays as it is.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "simulator/simulator.hpp"
+#include "tests/faults/corruptions.hpp"
+#include "tests/support/records/records.hpp"
+#include "tests/support/simulated_process.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+std::string repeated(const std::string& text, std::size_t times) {
+    std::string result;
+    result.reserve(text.size() * times);
+    for (std::size_t i = 0; i < times; ++i) {
+        result += text;
+    }
+    return result;
+}
+
+/// `good` with one more member, whose value is `text` as it stands.
+std::string withIgnoredKey(const std::string& good, const std::string& text) {
+    return good.substr(0, good.size() - 1) + ",\"ignored\":" + text + "}";
+}
+
+/// What is wrong whatever it was meant to be; some of it in a key that a reader would otherwise
+/// ignore.
+std::vector<Corruption> wrongText(const std::string& good) {
+    constexpr std::size_t tooDeep = 100'000;
+    constexpr std::size_t huge = 50'000'000;
+    return {
+        {"nothing but blanks", " \n\t "},
+        {"a list", "[" + good + "]"},
+        {"two values", good + good},
+        {"something after the end", good + " trailing"},
+        {"a comment", good + "// end"},
+        {"a comma too many", good.substr(0, good.size() - 1) + ",}"},
+        {"zero bytes", std::string(64, '\0')},
+        {"a zero byte at the end", good + std::string(1, '\0')},
+        {"UTF-16", std::string("\xff\xfe{\0}\0", 6)},
+        {"a byte that no UTF-8 has", withIgnoredKey(good, "\"\xff\"")},
+        {"an unfinished UTF-8 sequence", withIgnoredKey(good, "\"\xe2\x82\"")},
+        {"an overlong UTF-8 sequence", withIgnoredKey(good, "\"\xc0\xaf\"")},
+        {"a surrogate in UTF-8", withIgnoredKey(good, "\"\xed\xa0\x80\"")},
+        {"a lone surrogate", withIgnoredKey(good, R"("\ud800")")},
+        {"a line end within a text", withIgnoredKey(good, "\"\n\"")},
+        {"NaN", withIgnoredKey(good, "NaN")},
+        {"Infinity", withIgnoredKey(good, "-Infinity")},
+        {"nested objects",
+         withIgnoredKey(good, repeated("{\"a\":", tooDeep) + "1" + repeated("}", tooDeep))},
+        {"nested lists", withIgnoredKey(good, repeated("[", tooDeep) + repeated("]", tooDeep))},
+        {"lists that never end", std::string(tooDeep, '[')},
+        {"50 MB of lists that never end", std::string(huge, '[')},
+        {"50 MB that are not JSON", std::string(huge, 'x')},
+        {"50 MB without an end",
+         good.substr(0, good.size() - 1) + ",\"a\":\"" + std::string(huge, 'x')},
+    };
+}
+
+/// The record with other version numbers; none if it has no version.
+std::vector<Corruption> otherVersions(const std::string& good) {
+    const json document = json::parse(good);
+    std::vector<Corruption> result;
+    if (!document.contains("version")) {
+        return result;
+    }
+    const int version = document["version"];
+    for (const json& other : std::vector<json>{0, -1, -version, version - 1, version + 1,
+                                               version + 0.5, version + (std::int64_t{1} << 32),
+                                               9223372036854775807, 18446744073709551615U, 1e308}) {
+        json changed = document;
+        changed["version"] = other;
+        result.push_back({"version " + other.dump(), changed.dump()});
+    }
+    return result;
+}
+
+class MalformedRecord : public testing::TestWithParam<Record>, protected SimulatedProcess {
+  protected:
+    /// What the library makes of this content.
+    std::string reading(const std::string& content) {
+        writeFile(path_, content);
+        return GetParam().read(path_);
+    }
+
+    /// The beginning of the line that tells of an unusable file, with the file's path.
+    std::string unusableLine() const {
+        std::string line = GetParam().unusableLine;
+        const auto place = line.find(GetParam().path);
+        return place == line.npos ? line : line.replace(place, GetParam().path.size(), path_);
+    }
+
+    void expectUnusable() {
+        const Lines log = takeLog();
+        ASSERT_EQ(log.size(), unusableLine().empty() ? 0U : 1U);
+        EXPECT_TRUE(log.empty() || log[0].starts_with(unusableLine())) << log[0];
+    }
+
+    void check(const std::vector<Corruption>& corruptions) {
+        for (const Corruption& corruption : corruptions) {
+            SCOPED_TRACE(corruption.what);
+            const std::string read = reading(corruption.content);
+            if (isUsable(GetParam(), corruption.content)) {
+                EXPECT_EQ(takeLog(), Lines{});
+            } else {
+                EXPECT_EQ(read, unusable_);
+                expectUnusable();
+            }
+            EXPECT_TRUE(readFile(path_) == corruption.content) << "the file did not stay";
+        }
+    }
+
+    const std::string path_ = path(GetParam().path);
+    const std::string none_ = GetParam().read(path_);
+    // That there is a marker is told even if nothing can be read from it.
+    const std::string unusable_ = GetParam().fate == Fate::discarded ? none_ + ", pending" : none_;
+};
+
+TEST_P(MalformedRecord, CountsAsNoneAndStays) {
+    const std::string& good = GetParam().example;
+    ASSERT_TRUE(isUsable(GetParam(), good));
+    ASSERT_NE(reading(good), none_);
+    check(cuts(good));
+    check(fieldCorruptions(good));
+    check(otherVersions(good));
+    check(wrongText(good));
+}
+
+TEST_P(MalformedRecord, IsToldFromOneOfFiftyMegabytes) {
+    const std::string& good = GetParam().example;
+    const std::string expected = reading(good);
+    const std::string blanks(50'000'000, ' ');
+    for (const std::string& padded : {blanks + good, withIgnoredKey(good, '"' + blanks + '"')}) {
+        EXPECT_EQ(reading(padded), expected);
+        EXPECT_EQ(takeLog(), Lines{});
+    }
+}
+
+TEST_P(MalformedRecord, IsToldFromOneThatIsMissing) {
+    const auto expectNone = [&](const std::string& place) {
+        EXPECT_EQ(GetParam().read(place).substr(0, none_.size()), none_) << place;
+        EXPECT_EQ(takeLog(), Lines{}) << place;
+    };
+    expectNone(path_);
+    expectNone("");
+    expectNone(path("no such directory/record"));
+    expectNone(path(""));
+    EXPECT_EQ(files(), Lines{});
+    const std::string pipe = path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    expectNone(pipe);
+    writeFile(path_, GetParam().example);
+    failCalls("read", "EIO");
+    expectNone(path_);
+}
+
+/// Every record that is read.
+std::vector<Record> readRecords() {
+    std::vector<Record> read = records();
+    std::erase_if(read, [](const Record& record) { return record.fate == Fate::unread; });
+    return read;
+}
+
+INSTANTIATE_TEST_SUITE_P(Records, MalformedRecord, testing::ValuesIn(readRecords()),
+                         [](const auto& record) {
+                             std::string name = record.param.name;
+                             std::erase_if(name, [](unsigned char c) { return !std::isalnum(c); });
+                             return name;
+                         });
+
+}  // namespace
+}  // namespace tolvaran::tests

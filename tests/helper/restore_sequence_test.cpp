@@ -1,0 +1,76 @@
+#include "helper/restore_sequence.hpp"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <nlohmann/json.hpp>
+
+#include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+const Lines steps = {"checkInvariant",    "restoreResolutions",  "restoreMenuBar",
+                     "restoreHotCorners", "restoreDockAutoHide", "restoreCursorAssociation"};
+
+const std::string cursorIsBack = "info: restoreCursorAssociation [proc-exit]: re-associated cursor";
+
+const json withTolvaran = {
+    {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
+
+/// A process that has a mode to put back: without one its step does not even ask for Tolvaran.
+class SequenceProcess : public HelperProcess {
+  public:
+    explicit SequenceProcess(const json& mac = json::object()) : HelperProcess(mac) {
+        writeFile(
+            state(".resolution-originals"),
+            R"({"version":1,"entries":{"away":{"width":1,"height":1,"scaled":true,"hz":0}}})");
+    }
+};
+
+TEST(RestoreSequence, RunsEveryStepInOneOrderWithItsTag) {
+    SequenceProcess process(withTolvaran);
+    runRestoreSequence("proc-exit", 811);
+    Lines expected;
+    for (const std::string& step : steps) {
+        expected.push_back("debug: " + step + " [proc-exit]: Tolvaran running (pid 812), skipping");
+    }
+    EXPECT_EQ(process.takeLog(), expected);
+}
+
+TEST(RestoreSequence, TellsEveryStepWhichInstanceHasExited) {
+    SequenceProcess process(withTolvaran);
+    runRestoreSequence("proc-exit", 812);
+    const Lines log = process.takeLog();
+    for (const std::string& line : log) {
+        EXPECT_EQ(line.find("skipping"), line.npos) << line;
+    }
+    EXPECT_EQ(log.back(), cursorIsBack);
+}
+
+// Every step asks once whether Tolvaran is running, so that this call finds it.
+TEST(RestoreSequence, AStepThatRunsOutOfMemoryDoesNotStopTheLaterOnes) {
+    for (std::size_t failing = 0; failing < steps.size(); ++failing) {
+        SequenceProcess process;
+        std::size_t calls = 0;
+        simulator::onCall("runningApplications", [&] {
+            if (calls++ == failing) {
+                throw std::bad_alloc();
+            }
+        });
+        runRestoreSequence("proc-exit", std::nullopt);
+        Lines errors;
+        const Lines log = process.takeLog();
+        std::ranges::copy_if(log, std::back_inserter(errors),
+                             [](const std::string& line) { return line.starts_with("error: "); });
+        EXPECT_EQ(errors, Lines{"error: " + steps[failing] +
+                                " [proc-exit]: gave up: " + std::bad_alloc().what()});
+        EXPECT_EQ(log.back(), steps[failing] == steps.back() ? errors.back() : cursorIsBack);
+    }
+}
+
+}  // namespace
+}  // namespace tolvaran::tests
