@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "simulator/core_foundation/number.hpp"
 #include "simulator/core_foundation/object.hpp"
@@ -83,12 +84,24 @@ void store(void* to, T value) {
     }
 }
 
+/// Whether a number is taken for an unsigned one of 8 or 16 bits, whose bits these types give
+/// without complaint: 255 is -1 of 8 bits.
+template <typename Integer>
+bool isUnsignedInDisguise(std::int64_t number) {
+    constexpr std::uint64_t greatest = std::numeric_limits<std::make_unsigned_t<Integer>>::max();
+    return sizeof(Integer) <= 2 && number >= 0 && static_cast<std::uint64_t>(number) <= greatest;
+}
+
 template <typename Integer>
 bool storeInteger(const Number& number, void* to) {
     using Limits = std::numeric_limits<Integer>;
     if (!isFloat(number.type)) {
         const auto value = static_cast<Integer>(number.integer);
         const bool fits = value == number.integer;
+        if (!fits && isUnsignedInDisguise<Integer>(number.integer)) {
+            store<Integer>(to, value);
+            return true;
+        }
         const Integer nearest = number.integer < 0 ? Limits::min() : Limits::max();
         store<Integer>(to, fits ? value : nearest);
         return fits;
@@ -113,7 +126,8 @@ bool storeReal(const Number& number, void* to) {
     if (isFloat(number.type)) {
         const auto value = static_cast<Real>(number.real);
         store(to, value);
-        return std::isnan(number.real) || static_cast<double>(value) == number.real;
+        // Every NaN is kept as a double, and equals nothing, not even itself on the way back.
+        return std::is_same_v<Real, double> || static_cast<double>(value) == number.real;
     }
     const auto value = static_cast<Real>(number.integer);
     store(to, value);

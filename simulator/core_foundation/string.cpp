@@ -50,6 +50,11 @@ CFStringRef createFromBytes(std::string_view function, std::string_view bytes,
         }
         return createFromUnits(std::move(text));
     }
+    // A byte order mark at the beginning is left out, in an external representation or not.
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (bytes.starts_with(byteOrderMark)) {
+        bytes.remove_prefix(byteOrderMark.size());
+    }
     std::optional<std::u16string> text = utf16(bytes);
     return text ? createFromUnits(std::move(*text)) : nullptr;
 }
@@ -67,17 +72,12 @@ struct Conversion {
     std::string bytes;
 };
 
-/// Converts until the text ends, `limit` bytes are full, or something has no form and `lossByte`
-/// is 0.
-Conversion convert(std::u16string_view text, CFStringEncoding encoding, UInt8 lossByte,
-                   std::size_t limit) {
+/// Converts until the text ends, `limit` bytes are full, or something has no form.
+Conversion convert(std::u16string_view text, CFStringEncoding encoding, std::size_t limit) {
     Conversion result;
     while (result.unitsConverted < text.size()) {
         const std::optional<CodePoint> point = codePoint(text, result.unitsConverted);
-        std::string bytes = encode(point, encoding);
-        if (bytes.empty() && lossByte != 0) {
-            bytes = static_cast<char>(lossByte);
-        }
+        const std::string bytes = encode(point, encoding);
         if (bytes.empty() || result.bytes.size() + bytes.size() > limit) {
             break;
         }
@@ -128,13 +128,9 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
 }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes,
-                                    CFStringEncoding encoding, Boolean isExternalRepresentation) {
-    std::string_view text(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(numBytes));
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (isExternalRepresentation != 0 && encoding == kCFStringEncodingUTF8 &&
-        text.substr(0, byteOrderMark.size()) == byteOrderMark) {
-        text.remove_prefix(byteOrderMark.size());
-    }
+                                    CFStringEncoding encoding, Boolean) {
+    const std::string_view text(reinterpret_cast<const char*>(bytes),
+                                static_cast<std::size_t>(numBytes));
     return cf::createFromBytes("CFStringCreateWithBytes", text, encoding);
 }
 
@@ -156,6 +152,10 @@ CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding 
     constexpr std::string_view function = "CFStringGetBytes";
     const std::u16string_view all = cf::units(theString, function);
     cf::requireEncoding(encoding, function);
+    // In UTF-8 only a lone surrogate has no form, and Apple's loss byte does not replace it.
+    if (lossByte != 0 && encoding != kCFStringEncodingUTF8) {
+        cf::misuse(function, "the simulator replaces nothing by a loss byte");
+    }
     const auto start = static_cast<std::size_t>(range.location);
     const auto length = static_cast<std::size_t>(range.length);
     if (range.location < 0 || range.length < 0 || start > all.size() ||
@@ -164,7 +164,7 @@ CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding 
     }
     const std::size_t limit =
         buffer == nullptr ? std::string::npos : static_cast<std::size_t>(maxBufLen);
-    const cf::Conversion result = cf::convert(all.substr(start, length), encoding, lossByte, limit);
+    const cf::Conversion result = cf::convert(all.substr(start, length), encoding, limit);
     if (buffer != nullptr) {
         result.bytes.copy(reinterpret_cast<char*>(buffer), result.bytes.size());
     }
@@ -179,7 +179,7 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
     constexpr std::string_view function = "CFStringGetCString";
     const std::u16string& all = cf::units(theString, function);
     cf::requireEncoding(encoding, function);
-    const cf::Conversion result = cf::convert(all, encoding, 0, std::string::npos);
+    const cf::Conversion result = cf::convert(all, encoding, std::string::npos);
     if (result.unitsConverted != all.size() ||
         static_cast<CFIndex>(result.bytes.size()) >= bufferSize) {
         return false;

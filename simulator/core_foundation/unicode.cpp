@@ -18,6 +18,11 @@ constexpr std::array<Form, 4> forms{{
     {0xF8, 0xF0, 0x10000},
 }};
 
+// Core Foundation refuses bytes that are not UTF-8, with one exception for old applications: the
+// copyright sign of other encodings.
+constexpr unsigned char strayCopyrightSign = 0xA9;
+constexpr char32_t replacementCharacter = 0xFFFD;
+
 constexpr bool isSurrogate(char32_t value) {
     return value >= 0xD800 && value <= 0xDFFF;
 }
@@ -25,6 +30,10 @@ constexpr bool isSurrogate(char32_t value) {
 /// The code point at the start of `bytes`, which are shortened by it.
 std::optional<char32_t> take(std::string_view& bytes) {
     const auto lead = static_cast<unsigned char>(bytes.front());
+    if (lead == strayCopyrightSign) {
+        bytes.remove_prefix(1);
+        return replacementCharacter;
+    }
     std::size_t length = 0;
     while (length < forms.size() && (lead & forms[length].mask) != forms[length].lead) {
         ++length;

@@ -1,6 +1,7 @@
 // CFUUID. With the virtual clock new UUIDs come from a fixed sequence that reset() starts again;
 // with the real clock they are random.
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdint>
@@ -51,8 +52,35 @@ CFUUIDRef createFromBytes(const Bytes& bytes) {
     return static_cast<CFUUIDRef>(create(CFUUIDGetTypeID(), std::make_unique<UUID>(bytes)));
 }
 
+constexpr std::string_view hexadecimalDigits = "0123456789ABCDEFabcdef";
+
 int digit(char c) {
     return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+}
+
+/// The byte of two digits; 0 if one of them is not a digit.
+std::uint8_t pair(char high, char low) {
+    const bool areDigits = hexadecimalDigits.find(high) != std::string_view::npos &&
+                           hexadecimalDigits.find(low) != std::string_view::npos;
+    return areDigits ? static_cast<std::uint8_t>(digit(high) * 16 + digit(low)) : 0;
+}
+
+/// Reads as a Mac does, which refuses nothing: what comes before the first digit is skipped, and a
+/// byte that is not written as two digits is 0.
+CFUUIDRef createFromText(std::string_view text) {
+    constexpr std::size_t mostRead = 100;
+    text = text.substr(0, mostRead);
+    std::size_t at = std::min(text.find_first_of(hexadecimalDigits), text.size());
+    Bytes bytes{};
+    for (std::size_t index = 0; index < bytes.size(); ++index) {
+        if (at + 1 < text.size()) {
+            bytes[index] = pair(text[at], text[at + 1]);
+            at += 2;
+        }
+        // One character stands between two groups, whichever it is.
+        at += index == 3 || index == 5 || index == 7 || index == 9 ? 1 : 0;
+    }
+    return createFromBytes(bytes);
 }
 
 }  // namespace
@@ -69,21 +97,6 @@ bool isUUID(std::string_view text) {
         }
     }
     return true;
-}
-
-CFUUIDRef createUUID(std::string_view text) {
-    if (!isUUID(text)) {
-        return nullptr;
-    }
-    Bytes bytes{};
-    std::size_t digits = 0;
-    for (const char c : text) {
-        if (c != '-') {
-            std::uint8_t& byte = bytes[digits++ / 2];
-            byte = static_cast<std::uint8_t>(byte * 16 + digit(c));
-        }
-    }
-    return createFromBytes(bytes);
 }
 
 static const OnReset restartUUIDs([] { fixedSequence().seed(); });
@@ -105,10 +118,11 @@ CFUUIDRef CFUUIDCreate(CFAllocatorRef) {
 }
 
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr) {
-    if (uuidStr == nullptr || simulator::beginCall("CFUUIDCreateFromString").isNull()) {
+    if (uuidStr == nullptr || simulator::beginCall("CFUUIDCreateFromString").isNull() ||
+        CFStringGetLength(uuidStr) == 0) {
         return nullptr;
     }
-    return cf::createUUID(cf::text(uuidStr));
+    return cf::createFromText(cf::text(uuidStr));
 }
 
 CFStringRef CFUUIDCreateString(CFAllocatorRef, CFUUIDRef uuid) {

@@ -1,7 +1,5 @@
-// UUIDs for the parts of the simulator that hand them out or read their text.
+// UUIDs for the parts of the simulator that read their text.
 #pragma once
-
-#include <CoreFoundation/CoreFoundation.h>
 
 #include <string_view>
 
@@ -10,7 +8,5 @@ namespace simulator::cf {
 /// Whether `text` has the form 8-4-4-4-12 of hexadecimal digits of either case.
 bool isUUID(std::string_view text);
 
-/// A new UUID object, owned by the caller; null if isUUID(text) is false.
-CFUUIDRef createUUID(std::string_view text);
 
 }  // namespace simulator::cf

@@ -1,5 +1,6 @@
 // Core Foundation's preferences, in a domain of the test's own.
 #include <cstdint>
+#include <iterator>
 #include <optional>
 
 #include "restore/support/cf_ref.hpp"
@@ -103,6 +104,43 @@ TEST_F(Preferences, AnApplicationsPreferencesSynchronise) {
     set(kCFBooleanTrue);
     EXPECT_TRUE(CFPreferencesAppSynchronize(domain()));
     EXPECT_EQ(tolvaran::cf::boolean(copy().get()), true);
+}
+
+/// A dictionary in an array in a dictionary, with values of every type in it.
+CFRef<CFDictionaryRef> nestedList() {
+    const auto number = tolvaran::cf::makeNumber(-7);
+    const double half = 0.5;
+    const auto real =
+        CFRef<CFNumberRef>::assume(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &half));
+    const UInt8 bytes[] = {0, 255};
+    const auto data = CFRef<CFDataRef>::assume(CFDataCreate(kCFAllocatorDefault, bytes, 2));
+    const auto date = CFRef<CFDateRef>::assume(CFDateCreate(kCFAllocatorDefault, 1000));
+    const auto empty = CFRef<CFArrayRef>::assume(
+        CFArrayCreate(kCFAllocatorDefault, nullptr, 0, &kCFTypeArrayCallBacks));
+    const auto inner = tolvaran::cf::makeDictionary(CFSTR("gr\xC3\xBC\xC3\x9F"), number.get());
+    const void* elements[] = {inner.get(), real.get(), data.get(),     date.get(),
+                              empty.get(), CFSTR(""),  kCFBooleanTrue, number.get()};
+    const auto array = CFRef<CFArrayRef>::assume(
+        CFArrayCreate(kCFAllocatorDefault, elements, std::size(elements), &kCFTypeArrayCallBacks));
+    return tolvaran::cf::makeDictionary(CFSTR("list"), array.get());
+}
+
+// Documented: a property list may hold property lists. The spaces of displays and the Dock's
+// settings are read from such.
+TEST_F(Preferences, APropertyListIsReadBackWithEverythingInIt) {
+    const auto list = nestedList();
+    set(list.get());
+    EXPECT_TRUE(CFEqual(copy().get(), list.get()));
+    EXPECT_TRUE(synchronize());
+    const auto read = copy();
+    EXPECT_TRUE(CFEqual(read.get(), list.get()));
+    const CFDictionaryRef outer = tolvaran::cf::dictionary(read.get());
+    ASSERT_NE(outer, nullptr);
+    const CFArrayRef array = tolvaran::cf::array(tolvaran::cf::value(outer, CFSTR("list")));
+    ASSERT_NE(array, nullptr);
+    EXPECT_EQ(CFArrayGetCount(array), 8);
+    EXPECT_EQ(tolvaran::cf::boolean(CFArrayGetValueAtIndex(array, 6)), true);
+    EXPECT_EQ(tolvaran::cf::boolean(CFArrayGetValueAtIndex(array, 7)), std::nullopt);
 }
 
 }  // namespace

@@ -5,9 +5,12 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "restore/support/cf_ref.hpp"
+#include "restore/support/cf_values.hpp"
 #include "tests/contract/the_mac.hpp"
 
 namespace {
@@ -219,6 +222,166 @@ TEST_F(Values, AbsoluteTimeCountsFromTheBeginningOf2001AndAdvances) {
     EXPECT_GT(before, 0);
     the_mac::letPass(0.05);
     EXPECT_GE(CFAbsoluteTimeGetCurrent(), before + 0.049);
+}
+
+/// What the product reads from one object.
+struct Readings {
+    std::optional<std::int64_t> integer;
+    std::optional<std::uint32_t> unsigned32;
+    std::optional<bool> boolean;
+
+    static Readings of(CFTypeRef object) {
+        return {tolvaran::cf::integer(object), tolvaran::cf::unsigned32(object),
+                tolvaran::cf::boolean(object)};
+    }
+    bool operator==(const Readings&) const = default;
+};
+
+// The system's own preferences hold numbers of every type, as whoever wrote them liked it.
+TEST_F(Values, NumbersOfEveryTypeAreReadAsWhatTheyAre) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr auto greatest = std::numeric_limits<std::int64_t>::max();
+    const struct {
+        CFRef<CFNumberRef> number;
+        Readings readings;
+    } rows[] = {
+        {numberOf(kCFNumberSInt8Type, std::int8_t{-1}), {-1, {}, {}}},
+        {numberOf(kCFNumberSInt16Type, std::int16_t{300}), {300, 300, {}}},
+        {numberOf(kCFNumberSInt32Type, std::int32_t{-70000}), {-70000, {}, {}}},
+        {numberOf(kCFNumberSInt64Type, std::int64_t{1} << 32), {std::int64_t{1} << 32, {}, {}}},
+        {numberOf(kCFNumberSInt64Type, greatest), {greatest, {}, {}}},
+        {numberOf(kCFNumberCharType, char{1}), {1, 1, {}}},
+        {numberOf(kCFNumberShortType, short{2}), {2, 2, {}}},
+        {numberOf(kCFNumberIntType, 3), {3, 3, {}}},
+        {numberOf(kCFNumberLongType, 4L), {4, 4, {}}},
+        {numberOf(kCFNumberLongLongType, 5LL), {5, 5, {}}},
+        {numberOf(kCFNumberCFIndexType, CFIndex{6}), {6, 6, {}}},
+        {numberOf(kCFNumberFloat32Type, 7.0F), {7, 7, {}}},
+        {numberOf(kCFNumberFloatType, -7.5F), {-7, {}, {}}},
+        {numberOf(kCFNumberFloat64Type, 8.25), {8, {}, {}}},
+        {numberOf(kCFNumberDoubleType, 4294967295.0), {4294967295, 4294967295U, {}}},
+        {numberOf(kCFNumberDoubleType, 4294967296.0), {4294967296, {}, {}}},
+        {numberOf(kCFNumberDoubleType, 9223372036854775808.0), {{}, {}, {}}},
+        {numberOf(kCFNumberDoubleType, infinity), {{}, {}, {}}},
+        {numberOf(kCFNumberDoubleType, std::nan("")), {{}, {}, {}}},
+        {numberOf(kCFNumberFloat32Type, std::nanf("")), {{}, {}, {}}},
+    };
+    for (const auto& [number, readings] : rows) {
+        EXPECT_EQ(Readings::of(number.get()), readings)
+            << readings.integer.value_or(0) << ", type " << CFNumberGetType(number.get());
+    }
+    EXPECT_EQ(Readings::of(kCFBooleanTrue), (Readings{1, 1, true}));
+    EXPECT_EQ(Readings::of(kCFBooleanFalse), (Readings{0, 0, false}));
+    EXPECT_EQ(Readings::of(stringOf("1").get()), Readings());
+    EXPECT_EQ(Readings::of(nullptr), Readings());
+}
+
+// Left open: that 255 and 65535 survive as 8 and 16 bits with a sign, whose bits they are. There is
+// no unsigned type, and old applications keep such numbers all the same.
+TEST_F(Values, SmallUnsignedNumbersPassAsSignedOnes) {
+    std::int8_t byte = 0;
+    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{255}).get(),
+                                 kCFNumberSInt8Type, &byte));
+    EXPECT_EQ(byte, -1);
+    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{256}).get(),
+                                  kCFNumberSInt8Type, &byte));
+    std::int16_t two = 0;
+    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{65535}).get(),
+                                 kCFNumberSInt16Type, &two));
+    EXPECT_EQ(two, -1);
+    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{-129}).get(),
+                                  kCFNumberSInt8Type, &byte));
+}
+
+// A NaN is kept as a double, and lost as anything else.
+TEST_F(Values, ANaNSurvivesAsADoubleOnly) {
+    double real = 0;
+    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberFloat32Type, std::nanf("")).get(),
+                                 kCFNumberDoubleType, &real));
+    EXPECT_TRUE(std::isnan(real));
+    float narrow = 0;
+    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberDoubleType, std::nan("")).get(),
+                                  kCFNumberFloat32Type, &narrow));
+    std::int64_t whole = 0;
+    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberDoubleType, std::nan("")).get(),
+                                  kCFNumberSInt64Type, &whole));
+}
+
+// Documented: text that is not in the named encoding gives null. Left open: what is done to a byte
+// order mark, which is dropped, and to the copyright sign of other encodings, which is replaced.
+TEST_F(Values, DamagedTextIsRefused) {
+    const struct {
+        std::string bytes;
+        std::optional<std::string> text;
+    } rows[] = {
+        {"a\x80", {}},     // a continuation without a beginning
+        {"\xC3", {}},      // a beginning without a continuation, at the end
+        {"\xC3(", {}},     // and before something else
+        {"\xE2\x82", {}},  // too short
+        {"\xE2\x82(", {}},
+        {"\xF0\x90\x80", {}},
+        {"\xC0\x80", {}},  // longer than need be
+        {"\xE0\x9F\xBF", {}},
+        {"\xF0\x8F\xBF\xBF", {}},
+        {"\xED\xA0\x80", {}},  // a surrogate, high or low
+        {"\xED\xBF\xBF", {}},
+        {"\xF4\x90\x80\x80", {}},      // beyond the last code point
+        {"\xF8\x88\x80\x80\x80", {}},  // forms that no longer exist
+        {"\xFC\x84\x80\x80\x80\x80", {}},
+        {"\xFE", {}},
+        {"\xFF", {}},
+        {"\xED\x9F\xBF\xEE\x80\x80", "\xED\x9F\xBF\xEE\x80\x80"},  // beside the surrogates
+        {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},                  // the last code point
+        {"\xEF\xBF\xBF", "\xEF\xBF\xBF"},                          // not a character
+        {"\xEF\xBB\xBFx", "x"},
+        {"x\xEF\xBB\xBF", "x\xEF\xBB\xBF"},
+        {"x\xA9", "x\xEF\xBF\xBD"},
+        {"\xC2\xA9", "\xC2\xA9"},
+    };
+    for (const auto& [bytes, text] : rows) {
+        EXPECT_EQ(tolvaran::cf::string(stringOf(bytes).get()), text)
+            << testing::PrintToString(bytes);
+    }
+}
+
+// A string of UTF-16 units may hold what no text does; the product then reads none.
+TEST_F(Values, ALoneSurrogateAnywhereMakesAStringUnreadable) {
+    const std::vector<std::vector<UniChar>> broken = {{0xD800},         {0xDC00},
+                                                      {'a', 0xD83D},    {0xDDA5, 'a'},
+                                                      {0xDDA5, 0xD83D}, {0xD83D, 0xD83D, 0xDDA5}};
+    for (const std::vector<UniChar>& units : broken) {
+        const auto string = CFRef<CFStringRef>::assume(CFStringCreateWithCharacters(
+            kCFAllocatorDefault, units.data(), static_cast<CFIndex>(units.size())));
+        EXPECT_EQ(tolvaran::cf::string(string.get()), std::nullopt)
+            << testing::PrintToString(units);
+    }
+    const UniChar whole[] = {0xD83D, 0xDDA5};
+    const auto string =
+        CFRef<CFStringRef>::assume(CFStringCreateWithCharacters(kCFAllocatorDefault, whole, 2));
+    EXPECT_EQ(tolvaran::cf::string(string.get()), "\xF0\x9F\x96\xA5");
+}
+
+// Left open: what becomes of text that is not a UUID. It is read as far as it goes.
+TEST_F(Values, ADamagedUUIDIsReadAsFarAsItGoes) {
+    const struct {
+        const char* text;
+        const char* uuid;
+    } rows[] = {
+        {"3f2504e0-4f89-41d3-9a0c-0305e82c3301", "3F2504E0-4F89-41D3-9A0C-0305E82C3301"},
+        {"{3F2504E0-4F89-41D3-9A0C-0305E82C3301}", "3F2504E0-4F89-41D3-9A0C-0305E82C3301"},
+        {"3F2504E0-4F89-41D3-9A0C-0305E82C33", "3F2504E0-4F89-41D3-9A0C-0305E82C3300"},
+        {"3F2504E0-4F89-41D3-9A0C-0305E82C33GG", "3F2504E0-4F89-41D3-9A0C-0305E82C3300"},
+        {"none", "00000000-0000-0000-0000-000000000000"},
+    };
+    for (const auto& [text, uuid] : rows) {
+        const auto read = CFRef<CFUUIDRef>::assume(
+            CFUUIDCreateFromString(kCFAllocatorDefault, stringOf(text).get()));
+        ASSERT_TRUE(read) << text;
+        const auto written =
+            CFRef<CFStringRef>::assume(CFUUIDCreateString(kCFAllocatorDefault, read.get()));
+        EXPECT_EQ(bytesOf(written.get()), uuid) << text;
+    }
+    EXPECT_EQ(CFUUIDCreateFromString(kCFAllocatorDefault, stringOf("").get()), nullptr);
 }
 
 }  // namespace

@@ -118,7 +118,8 @@ CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType theType, const
 CFNumberType CFNumberGetType(CFNumberRef number);
 Boolean CFNumberIsFloatType(CFNumberRef number);
 // False whenever the value does not survive the way there and back; what does not fit is stored as
-// the nearest value of the type, and a fraction is cut off.
+// the nearest value of the type, and a fraction is cut off. A number that fits in 8 or 16 bits
+// without a sign survives as the signed number of the same bits.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
 
 extern const CFBooleanRef kCFBooleanTrue;
@@ -211,7 +212,7 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, co
 
 CFTypeID CFUUIDGetTypeID(void);
 CFUUIDRef CFUUIDCreate(CFAllocatorRef alloc);
-// Null for anything but the form 8-4-4-4-12 of hexadecimal digits.
+// Null for an empty text only. Bytes that the text does not give are 0.
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef alloc, CFStringRef uuidStr);
 CFStringRef CFUUIDCreateString(CFAllocatorRef alloc, CFUUIDRef uuid);
 

@@ -57,9 +57,10 @@ TEST_F(String, TakesValidUTF8Only) {
     }
 }
 
-TEST_F(String, SkipsAByteOrderMarkOnlyFromOutside) {
+TEST_F(String, SkipsAByteOrderMark) {
     EXPECT_EQ(text(fromBytes("\xEF\xBB\xBFx", kCFStringEncodingUTF8, true).get()), "x");
-    EXPECT_EQ(text(fromBytes("\xEF\xBB\xBFx").get()), "\xEF\xBB\xBFx");
+    EXPECT_EQ(text(fromBytes("\xEF\xBB\xBFx").get()), "x");
+    EXPECT_EQ(text(fromBytes("x\xEF\xBB\xBF").get()), "x\xEF\xBB\xBF");
 }
 
 TEST_F(String, TakesASCIIBytesAsCodePoints) {
@@ -80,9 +81,9 @@ TEST_F(String, GivesBytesOfARange) {
         {{5, 0}, 100, 0, 0, ""},
         {{0, 5}, 3, 0, 1, "a"},  // whole characters only
         {{0, 5}, 4, 0, 2, "a\xE2\x82\xAC"},
-        {{2, 1}, 100, 0, 0, ""},  // half a character has no form
-        {{2, 1}, 100, '?', 1, "?"},
-        {{3, 2}, 100, '?', 2, "?z"},
+        {{2, 1}, 100, 0, 0, ""},    // half a character has no form
+        {{2, 1}, 100, '?', 0, ""},  // and nothing replaces it
+        {{3, 2}, 100, '?', 0, ""},
     };
     for (const auto& row : rows) {
         std::string buffer(100, '\0');
@@ -133,6 +134,9 @@ TEST_F(StringDeathTest, OtherEncodingsAndRangesAreMisuse) {
     EXPECT_DEATH(CFStringGetBytes(CFSTR("abc"), {2, 2}, kCFStringEncodingUTF8, 0, false, nullptr, 0,
                                   nullptr),
                  "CFStringGetBytes: the range is outside the string");
+    EXPECT_DEATH(CFStringGetBytes(CFSTR("abc"), {0, 3}, kCFStringEncodingASCII, '?', false, nullptr,
+                                  0, nullptr),
+                 "CFStringGetBytes: the simulator replaces nothing by a loss byte");
 }
 
 }  // namespace
