@@ -8,5 +8,4 @@ namespace simulator::cf {
 /// Whether `text` has the form 8-4-4-4-12 of hexadecimal digits of either case.
 bool isUUID(std::string_view text);
 
-
 }  // namespace simulator::cf
