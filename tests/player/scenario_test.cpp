@@ -107,9 +107,9 @@ TEST_F(ScenarioReading, FaultsAreChecked) {
         const char* message;
     } rows[] = {
         {R"({"call": "CGNope", "result": 1000})",
-         "faults[0].call: is no function that can be made to fail"},
+         "faults[0].call: is not a function that can be made to fail"},
         {R"({"call": "CGMainDisplayID", "delayReads": 1})",
-         "faults[0].delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time"},
+         "faults[0].delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can be delayed"},
         {R"({"call": "CGBeginDisplayConfiguration", "result": 1099511627776})",
          "faults[0].result: must be a whole number from -2147483648 to 2147483647"},
         {R"({"call": "CFPreferencesSynchronize", "result": "no"})",
@@ -150,9 +150,9 @@ TEST_F(ScenarioReading, FaultsThatCannotBeAreRefused) {
         const char* message;
     } rows[] = {
         {R"({"call": "CGNope", "result": 1000})",
-         "faults[0].call: is no function that can be made to fail"},
+         "faults[0].call: is not a function that can be made to fail"},
         {R"({"call": "CGMainDisplayID", "delayReads": 1})",
-         "faults[0].delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can take its time"},
+         "faults[0].delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can be delayed"},
         {R"({"call": "CGBeginDisplayConfiguration", "result": 1099511627776})",
          "faults[0].result: must be a whole number from -2147483648 to 2147483647"},
         {R"({"call": "CFPreferencesSynchronize", "result": "no"})",

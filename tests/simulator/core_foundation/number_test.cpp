@@ -45,9 +45,15 @@ TEST_F(Number, ConvertsIntegersToIntegers) {
     expectConversions<std::int64_t, std::int64_t>(
         kCFNumberSInt64Type, {{least64, true, least64}, {greatest64, true, greatest64}});
     expectConversions<std::int8_t, std::int64_t>(kCFNumberSInt8Type,
-                                                 {{127, true, 127}, {128, false, 127}});
-    expectConversions<std::int16_t, std::int64_t>(
-        kCFNumberShortType, {{-32768, true, -32768}, {-32769, false, -32768}});
+                                                 {{127, true, 127},
+                                                  {128, true, -128},  // as if without a sign
+                                                  {255, true, -1},
+                                                  {256, false, 127},
+                                                  {-129, false, -128}});
+    expectConversions<std::int16_t, std::int64_t>(kCFNumberShortType, {{-32768, true, -32768},
+                                                                       {-32769, false, -32768},
+                                                                       {65535, true, -1},
+                                                                       {65536, false, 32767}});
 }
 
 TEST_F(Number, ConvertsFractionsToIntegers) {

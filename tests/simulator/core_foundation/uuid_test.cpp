@@ -22,28 +22,28 @@ std::string newUUID() {
     return textOf(uuid.get());
 }
 
-TEST_F(UUID, ReadsTheStandardFormOnly) {
+TEST_F(UUID, ReadsAnyTextAsFarAsItGoes) {
     const struct {
         const char* text;
-        bool valid;
+        const char* uuid;
     } rows[] = {
-        {"01234567-89AB-CDEF-0123-456789ABCDEF", true},
-        {"01234567-89ab-cdef-0123-456789abcdef", true},
-        {"", false},
-        {"01234567-89AB-CDEF-0123-456789ABCDE", false},
-        {"01234567-89AB-CDEF-0123-456789ABCDEF0", false},
-        {"0123456789ABCDEF0123456789ABCDEF", false},
-        {"01234567-89AB-CDEF-0123-456789ABCDEG", false},
-        {"01234567-89AB-CDEF-01234-56789ABCDEF", false},
+        {"01234567-89AB-CDEF-0123-456789ABCDEF", "01234567-89AB-CDEF-0123-456789ABCDEF"},
+        {"01234567-89ab-cdef-0123-456789abcdef", "01234567-89AB-CDEF-0123-456789ABCDEF"},
+        {"01234567-89AB-CDEF-0123-456789ABCDE", "01234567-89AB-CDEF-0123-456789ABCD00"},
+        {"01234567-89AB-CDEF-0123-456789ABCDEF0", "01234567-89AB-CDEF-0123-456789ABCDEF"},
+        {"0123456789ABCDEF0123456789ABCDEF", "01234567-9ABC-EF01-3456-89ABCDEF0000"},
+        {"01234567-89AB-CDEF-0123-456789ABCDEG", "01234567-89AB-CDEF-0123-456789ABCD00"},
+        {"01234567-89AB-CDEF-01234-56789ABCDEF", "01234567-89AB-CDEF-0123-006789ABCDEF"},
+        {"{01234567-89AB-CDEF-0123-456789ABCDEF}", "01234567-89AB-CDEF-0123-456789ABCDEF"},
     };
-    for (const auto& [text, valid] : rows) {
+    for (const auto& [text, uuid] : rows) {
         const Owned<CFStringRef> string(createString(text));
-        const Owned<CFUUIDRef> uuid(CFUUIDCreateFromString(kCFAllocatorDefault, string.get()));
-        EXPECT_EQ(uuid.get() != nullptr, valid) << text;
-        if (valid) {
-            EXPECT_EQ(textOf(uuid.get()), "01234567-89AB-CDEF-0123-456789ABCDEF");
-        }
+        const Owned<CFUUIDRef> read(CFUUIDCreateFromString(kCFAllocatorDefault, string.get()));
+        ASSERT_NE(read.get(), nullptr) << text;
+        EXPECT_EQ(textOf(read.get()), uuid) << text;
     }
+    const Owned<CFStringRef> empty(createString(""));
+    EXPECT_EQ(CFUUIDCreateFromString(kCFAllocatorDefault, empty.get()), nullptr);
 }
 
 TEST_F(UUID, NewOnesAreTheSameInEveryVirtualRun) {
