@@ -19,7 +19,6 @@ namespace tolvaran::MenuBarAutohide {
 
 // The menu bar of each display. Every function here degrades to none or false on a Mac that lacks
 // the private function it needs; the first one called then logs what PerDisplayMenuBarAPI logs.
-// (visibility.cpp)
 
 /// Whether overrides of single displays can be read and set on this Mac.
 bool supportsPerDisplayVisibility();
@@ -44,12 +43,12 @@ std::optional<std::string> activeMenuBarDisplayIdentifier();
 /// Whether the display shows a full-screen space; none when that cannot be told.
 std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID);
 
-// The snapshot file. (snapshot_file.cpp)
+// The snapshot file.
 
 /// "menubar-state.json" in the state directory.
 std::string defaultSnapshotPath();
 
-/// The snapshot in the file. None without a word when there is no readable file; none after logging
+/// The snapshot in the file. None if there is no readable file; none after logging
 /// "menu bar snapshot at " + path + " failed to decode: " + error through RestoreLog.warn when it
 /// holds no snapshot.
 std::optional<MenuBarAutohideSnapshot> loadSnapshot(const std::string& path);
@@ -65,7 +64,7 @@ bool saveSnapshot(const MenuBarAutohideSnapshot& snapshot, const std::string& pa
 /// @return whether there is no such file now; there need not have been one
 bool deleteSnapshot(const std::string& path);
 
-// The two global preferences. (global_preferences.cpp)
+// The two global preferences.
 
 /// The distributed notifications that tell running programs of a change, in posting order.
 inline const std::array<std::string, 2> changeNotificationNames = {
@@ -75,7 +74,7 @@ inline const std::array<std::string, 2> changeNotificationNames = {
 /// The global preferences as they are now, each 0, 1 or absent; no records, no flags.
 MenuBarAutohideSnapshot readCurrent();
 
-/// The same with one record for each of the displays, in the given order; none unless
+/// The global preferences and one record for each of the displays, in the given order; none unless
 /// supportsPerDisplayVisibility(), which may be the first here to log "Per-display menu bar API is
 /// unavailable on this macOS build".
 std::optional<MenuBarAutohideSnapshot> readCurrent(
@@ -87,8 +86,9 @@ std::optional<MenuBarAutohideSnapshot> readCurrent(
 /// @return whether they were synchronised
 bool writeStoredPreference(const MenuBarAutohideSnapshot& snapshot);
 
-/// Hides the menu bar everywhere, in full screen too: applies 1 and 0 as applyGlobal() does
-/// (global_preferences.hpp).
+/// Hides the menu bar everywhere, in full screen too: stores 1 and 0, switches auto-hide on and
+/// posts the change notifications. Logs through RestoreLog.warn "CFPreferencesSynchronize returned
+/// false for menu bar prefs" and "CGSSetMenuBarAutohideEnabled returned " + code.
 /// @return whether preferences and switch both took
 bool writeAlways();
 
@@ -97,16 +97,16 @@ bool writeAlways();
 ///                 for the whole notification); null when it has none
 bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
 
-// Putting a snapshot back. (restore.cpp)
+// Putting a snapshot back.
 
 /// Puts back the global preferences, unless an earlier attempt has done so, and the override of
 /// every record whose display is connected. Waits up to 175 ms for each override to take effect.
-/// Logs what applyGlobal() logs and, where there are records, in this order: "Per-display menu bar
+/// Logs what writeAlways() logs and, where there are records, in this order: "Per-display menu bar
 /// API is unavailable on this macOS build" when nobody has before, what AliasMap::load() logs, what
 /// displayUUID() logs of identical monitors, and what setVisibilityOverride() logs.
 MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot);
 
-/// The same; true when nothing at all is left to restore.
+/// Restores as restoreDetailed() does; true when nothing at all is left to restore.
 bool restore(const MenuBarAutohideSnapshot& snapshot);
 
 /// Those of the displays, in the same order, that none of the records belongs to: the snapshot does

@@ -25,7 +25,7 @@ class PerDisplayMenuBarAPI {
     /// copyActiveDisplay, which only tells which display shows the menu bar.
     bool isComplete() const;
 
-    // Declared, and so looked up, in this order. private_interfaces.hpp says what each one does.
+    // Declared, and so looked up, in this order.
 
     /// SkyLight, which stays open as long as this lives. Without it every function is null.
     DynamicLibrary handle;

@@ -1,8 +1,8 @@
 // The display modes of the displays that are connected now: listing them, finding a saved one among
 // them, switching to one, and what the main application's mode pickers need to know of a list.
 // Used by the resolution restore and by the main application. Nothing here throws, nothing is
-// kept between calls, and nothing logs but a number that no display can have, which stops the
-// program (checked.hpp).
+// kept between calls, and nothing logs but a number that no display can have: it stops the program,
+// after a line through RestoreLog.warn that begins with "stopping: ".
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

@@ -38,10 +38,12 @@ Date currentDate() {
 }
 
 bool touch(const std::string& path, Date now) {
-    const std::int64_t milliseconds =
-        checked::int64(now * 1000.0, "heartbeat date in milliseconds");
+    const std::optional<std::int64_t> milliseconds = checked::int64(now * 1000.0);
+    if (!milliseconds) {
+        return false;
+    }
     try {
-        files::store(path, std::to_string(milliseconds));
+        files::store(path, std::to_string(*milliseconds));
         return true;
     } catch (const files::Error&) {
         return false;

@@ -1,6 +1,6 @@
 // The file by which others can tell that the helper is alive: the time of its last sign of life.
 // The helper touches it at start, on every safety tick and on every wake; the main application
-// reads it. Nothing here throws, and nothing logs but a touch() that stops the program.
+// reads it. Nothing here throws or logs. Any thread may call it.
 #pragma once
 
 #include <optional>
@@ -20,15 +20,16 @@ inline constexpr double defaultStaleThreshold = 300.0;
 /// The present moment by the system's clock.
 Date currentDate();
 
-/// Writes `now` as whole milliseconds, truncated toward zero, after creating the directory. False
-/// when it could not be written; the old file is then left as it was. A date whose milliseconds do
-/// not fit in 64 bits stops the program (checked.hpp).
+/// Writes `now` as whole milliseconds, truncated toward zero, after creating the directory.
+/// @return false if the file could not be written, or the milliseconds are not finite or do not fit
+///         in 64 bits; the old file then stays as it was
 bool touch(const std::string& path, Date now);
 
-/// The time of the last touch; none when the file is missing, unreadable or no decimal integer.
+/// The time of the last touch; none if the file is missing, cannot be read or does not hold a
+/// decimal integer.
 std::optional<Date> lastTouch(const std::string& path);
 
-/// Seconds from the last touch to `now`, negative when it lies in the future.
+/// Seconds from the last touch to `now`, negative if it lies in the future; none without a touch.
 std::optional<double> age(const std::string& path, Date now);
 
 /// Whether the last touch is at most `threshold` seconds old. One in the future counts as fresh,

@@ -1,20 +1,23 @@
 #include "restore/paths/restore_log.hpp"
 
 namespace tolvaran::RestoreLog {
-namespace {
 
-void drop(const std::string&) {}
+// Empty before any code of the process runs, so that none of a host's is undone.
+constinit Sink debug;
+constinit Sink info;
+constinit Sink warn;
 
-}  // namespace
-
-Sink debug = drop;
-Sink info = drop;
-Sink warn = drop;
+void Sink::operator()(const std::string& message) const {
+    // Held here, because the function may put another in its own place.
+    if (const auto function = function_; function != nullptr && *function) {
+        (*function)(message);
+    }
+}
 
 void silence() {
-    debug = drop;
-    info = drop;
-    warn = drop;
+    debug = nullptr;
+    info = nullptr;
+    warn = nullptr;
 }
 
 }  // namespace tolvaran::RestoreLog

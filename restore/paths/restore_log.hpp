@@ -2,21 +2,42 @@
 // sinks, and the host (the helper, the main application, a test) decides what becomes of them.
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace tolvaran::RestoreLog {
 
-/// Takes one message without a line end.
-using Sink = std::function<void(const std::string& message)>;
+/// Takes messages, each without a line end; an empty sink drops them. Assign it any function that
+/// takes a const std::string&, or nullptr.
+class Sink {
+  public:
+    constexpr Sink() = default;
+    constexpr Sink(std::nullptr_t) {}
+    template <typename Function>
+    requires(!std::same_as<Function, Sink> && std::invocable<Function&, const std::string&>)
+        Sink(Function function)
+        : function_(std::make_shared<const Call>(std::move(function))) {}
 
-/// The sinks. Until a host sets them they drop every message. They are process-wide and, like the
-/// rest of the library, used from one thread at a time.
+    void operator()(const std::string& message) const;
+
+  private:
+    using Call = std::function<void(const std::string& message)>;
+
+    std::shared_ptr<const Call> function_;
+};
+
+/// The sinks. They are empty until a host sets them, which it may do as early as during its static
+/// initialisation. They are process-wide and, like the rest of the library, used from one thread at
+/// a time.
 extern Sink debug;
 extern Sink info;
 extern Sink warn;
 
-/// Puts back the three sinks that drop every message.
+/// Empties all three sinks.
 void silence();
 
 }  // namespace tolvaran::RestoreLog

@@ -20,8 +20,10 @@
 namespace tolvaran::TolvaranPaths {
 namespace {
 
+/// `name` below `directory`, with one separator between them.
 std::string joined(const std::string& directory, const std::string& name) {
-    return directory + (directory.ends_with('/') ? "" : "/") + name;
+    const std::size_t start = std::min(name.find_first_not_of('/'), name.size());
+    return directory + (directory.ends_with('/') ? "" : "/") + name.substr(start);
 }
 
 std::string homeDirectory() {

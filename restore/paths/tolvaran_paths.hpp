@@ -3,6 +3,7 @@
 //
 // Nothing here touches the disk or creates a directory, and nothing fails. Every function looks at
 // the environment and the arguments afresh; only the defaults and the test root are computed once.
+// Any thread may call it while none changes the environment.
 #pragma once
 
 #include <string>
@@ -52,7 +53,8 @@ std::string maintainerConfigDir();
 /// The user's real "~/.config/tolvaran", always.
 std::string legacyConfigDir();
 
-// The file of this name in the directory of the same name above.
+// The file of this name in the directory of the same name above; a "/" at the beginning of the name
+// does not count.
 std::string profilePath(const std::string& name);
 std::string settingsPath(const std::string& name);
 std::string applicationSupportPath(const std::string& name);

@@ -4,6 +4,8 @@
 #include <limits>
 #include <new>
 
+#include "restore/support/checked.hpp"
+
 namespace tolvaran::cf {
 namespace {
 
@@ -19,44 +21,35 @@ std::optional<double> floatingPoint(CFNumberRef number) {
     return value;
 }
 
-std::optional<std::int64_t> truncated(double value) {
-    // 2^63 is exactly representable as a double; the greatest 64-bit integer is not.
-    constexpr double limit = 9223372036854775808.0;
-    if (!(value >= -limit && value < limit)) {
-        return std::nullopt;
-    }
-    return static_cast<std::int64_t>(value);
-}
-
 /// Takes over what a Create function returned. Going on without the object could remove a
 /// preference that was to be set, so its absence is an exception.
 template <typename T>
-CFRef<T> made(T created) {
-    auto owned = CFRef<T>::assume(created);
-    if (!owned) {
+CFRef<T> owned(T created) {
+    auto reference = CFRef<T>::assume(created);
+    if (!reference) {
         throw std::bad_alloc();
     }
-    return owned;
+    return reference;
 }
 
 }  // namespace
 
 CFRef<CFStringRef> makeString(std::string_view text) {
-    return made(
+    return owned(
         CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                                 static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
 }
 
 CFRef<CFNumberRef> makeNumber(std::int64_t value) {
-    return made(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value));
+    return owned(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value));
 }
 
 CFRef<CFDictionaryRef> makeDictionary(CFStringRef key, CFTypeRef value) {
     const void* keys[] = {key};
     const void* values[] = {value};
-    return made(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
-                                   &kCFTypeDictionaryKeyCallBacks,
-                                   &kCFTypeDictionaryValueCallBacks));
+    return owned(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
+                                    &kCFTypeDictionaryKeyCallBacks,
+                                    &kCFTypeDictionaryValueCallBacks));
 }
 
 std::optional<std::string> string(CFTypeRef object) {
@@ -86,7 +79,7 @@ std::optional<std::int64_t> integer(CFTypeRef object) {
     const auto* const number = static_cast<CFNumberRef>(object);
     if (CFNumberIsFloatType(number)) {
         const std::optional<double> value = floatingPoint(number);
-        return value ? truncated(*value) : std::nullopt;
+        return value ? checked::int64(*value) : std::nullopt;
     }
     std::int64_t value = 0;
     if (!CFNumberGetValue(number, kCFNumberSInt64Type, &value)) {

@@ -14,7 +14,7 @@
 
 namespace tolvaran::cf {
 
-// Each of the makers throws std::bad_alloc when Core Foundation cannot make the object.
+// Each of the makers throws std::bad_alloc if Core Foundation cannot create the object.
 
 /// A new string with this text, which must be valid UTF-8.
 CFRef<CFStringRef> makeString(std::string_view text);
@@ -33,7 +33,8 @@ std::optional<std::string> string(CFTypeRef object);
 /// booleans that it documents as numbers.
 std::optional<std::int64_t> integer(CFTypeRef object);
 
-/// The same, only when the value is whole and fits in 32 unsigned bits.
+/// The value of a number or a boolean that is whole and fits in 32 unsigned bits; none for all
+/// else.
 std::optional<std::uint32_t> unsigned32(CFTypeRef object);
 
 /// The value of a boolean object; none for null and for other types, numbers included.
@@ -45,7 +46,7 @@ CFDictionaryRef dictionary(CFTypeRef object);
 /// `object` as an array, not retained; null otherwise.
 CFArrayRef array(CFTypeRef object);
 
-/// The value under a key, not retained; null when there is none.
+/// The value under a key, not retained; null if there is none.
 CFTypeRef value(CFDictionaryRef dictionary, CFStringRef key);
 
 }  // namespace tolvaran::cf

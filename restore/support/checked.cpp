@@ -18,24 +18,36 @@ std::string text(double value) {
     return out.str();
 }
 
-/// `value` truncated, when that fits in Integer; stops otherwise.
+/// `value` truncated toward zero; none if that does not fit in Integer.
 template <typename Integer>
-Integer truncated(double value, const std::string& what) {
+std::optional<Integer> fitting(double value) {
     // Both bounds are powers of two and so exact as doubles, unlike the greatest integer itself.
     constexpr double lower = static_cast<double>(std::numeric_limits<Integer>::min());
     const double whole = std::trunc(value);
-    if (!(whole >= lower && whole < -lower)) {
-        stop(what + " is " + text(value) + ", which is no " +
-             std::to_string(std::numeric_limits<Integer>::digits + 1) + "-bit integer");
+    return whole >= lower && whole < -lower ? std::optional(static_cast<Integer>(whole))
+                                            : std::nullopt;
+}
+
+/// `value` truncated, if that fits in Integer; stops the program otherwise.
+template <typename Integer>
+Integer truncated(double value, const std::string& what) {
+    const std::optional<Integer> whole = fitting<Integer>(value);
+    if (!whole) {
+        stopProgram(what + " is " + text(value) + ", which does not fit in " +
+                    std::to_string(std::numeric_limits<Integer>::digits + 1) + " bits");
     }
-    return static_cast<Integer>(whole);
+    return *whole;
 }
 
 }  // namespace
 
-void stop(const std::string& reason) {
+void stopProgram(const std::string& reason) {
     RestoreLog::warn("stopping: " + reason);
     std::abort();
+}
+
+std::optional<std::int64_t> int64(double value) {
+    return fitting<std::int64_t>(value);
 }
 
 std::int32_t int32(double value, const std::string& what) {
@@ -49,8 +61,8 @@ std::int64_t int64(double value, const std::string& what) {
 std::int64_t product(std::int64_t a, std::int64_t b, const std::string& what) {
     std::int64_t result = 0;
     if (__builtin_mul_overflow(a, b, &result)) {
-        stop(what + " is " + std::to_string(a) + " times " + std::to_string(b) +
-             ", which is no 64-bit integer");
+        stopProgram(what + " is " + std::to_string(a) + " times " + std::to_string(b) +
+                    ", which does not fit in 64 bits");
     }
     return result;
 }

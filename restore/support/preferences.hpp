@@ -24,7 +24,7 @@ class PreferenceDomain {
     /// first.
     CFRef<CFPropertyListRef> value(const std::string& key) const;
 
-    /// The integer value of a number or boolean (fractions cut off); none when the key is not set
+    /// The integer value of a number or boolean (fractions cut off); none if the key is not set
     /// or holds anything else. Reads without synchronising first.
     std::optional<std::int64_t> integer(const std::string& key) const;
 

@@ -7,6 +7,7 @@
 #include <iomanip>
 #include <locale>
 #include <sstream>
+#include <utility>
 
 namespace tolvaran::text {
 namespace {
@@ -21,11 +22,46 @@ constexpr std::array<std::string_view, 25> whitespace{
     "\xE3\x80\x80",
 };
 
-/// The length of the blank of which `has` says that the text has it; 0 when it has none.
+/// The length of the blank that the text has, as `has` tells; 0 if it has none.
 template <typename Has>
 std::size_t blank(Has has) {
     const auto found = std::ranges::find_if(whitespace, has);
     return found == whitespace.end() ? 0 : found->size();
+}
+
+/// What is not shown as it is in a quoted text, and what is shown instead. Line ends that are not
+/// ASCII are here, too: whoever reads the log may break lines at them.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 8> escapes{{
+    {"\"", "\\\""},
+    {"\\", "\\\\"},
+    {"\n", "\\n"},
+    {"\r", "\\r"},
+    {"\t", "\\t"},
+    {"\xC2\x85", "\\u{85}"},
+    {"\xE2\x80\xA8", "\\u{2028}"},
+    {"\xE2\x80\xA9", "\\u{2029}"},
+}};
+
+/// `value` between quotation marks.
+std::string inQuotes(std::string_view value) {
+    constexpr std::string_view hexadecimal = "0123456789ABCDEF";
+    std::string result = "\"";
+    while (!value.empty()) {
+        const auto escape = std::ranges::find_if(
+            escapes, [&](const auto& one) { return value.starts_with(one.first); });
+        const auto byte = static_cast<unsigned char>(value.front());
+        std::size_t length = 1;
+        if (escape != escapes.end()) {
+            result += escape->second;
+            length = escape->first.size();
+        } else if (byte < 0x20 || byte == 0x7F) {
+            result += {'\\', 'u', '{', hexadecimal[byte / 16U], hexadecimal[byte % 16U], '}'};
+        } else {
+            result += value.front();
+        }
+        value.remove_prefix(length);
+    }
+    return result + "\"";
 }
 
 /// Of a character in UTF-8 that begins with a byte from `first` to `last`: how many bytes follow,
@@ -102,7 +138,7 @@ std::string fixed(double value, int decimals, int width) {
 std::string describe(const std::map<std::string, std::string>& mapping) {
     std::string entries;
     for (const auto& [key, value] : mapping) {
-        entries += (entries.empty() ? "\"" : ", \"") + key + "\": \"" + value + "\"";
+        entries += (entries.empty() ? "" : ", ") + inQuotes(key) + ": " + inQuotes(value);
     }
     return entries.empty() ? "[:]" : "[" + entries + "]";
 }

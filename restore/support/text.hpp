@@ -1,4 +1,5 @@
-// Text that must come out the same on every Mac, whatever its language and region.
+// Text that must come out the same on every Mac, whatever its language and region. Any thread may
+// use it.
 #pragma once
 
 #include <cstddef>
@@ -19,8 +20,9 @@ inline bool isUTF8(std::string_view bytes) {
     return findInvalidUTF8(bytes) == std::string_view::npos;
 }
 
-/// `mapping` as log lines show it, in key order: ["old": "new", "older": "new"], and [:] when
-/// empty.
+/// `mapping` as log lines show it, in key order: ["old": "new", "older": "new"], or [:] if it is
+/// empty. Quotation marks, backslashes, line ends and control characters are escaped, as \", \\, \n
+/// or \u{2028}.
 std::string describe(const std::map<std::string, std::string>& mapping);
 
 /// `value` without white space and line ends on either side.

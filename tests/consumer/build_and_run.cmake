@@ -29,6 +29,26 @@ endfunction()
 file(REMOVE_RECURSE ${work})
 run(${CMAKE_COMMAND} --install ${BUILD} --component library --prefix ${work}/prefix)
 
+# What an installed header mentions must be installed, and nobody needs this system's JSON.
+set(headers ${work}/prefix/include/tolvaran)
+file(GLOB_RECURSE public RELATIVE ${headers} ${headers}/restore/*.hpp)
+if(NOT public)
+    message(FATAL_ERROR "no header was installed in ${headers}/restore")
+endif()
+foreach(header ${public})
+    file(READ ${headers}/${header} content)
+    string(REGEX MATCHALL "[a-z_/]+\\.[hc]pp" mentioned "${content}")
+    get_filename_component(folder ${header} DIRECTORY)
+    foreach(other ${mentioned})
+        if(NOT EXISTS ${headers}/${other} AND NOT EXISTS ${headers}/${folder}/${other})
+            message(FATAL_ERROR "${header} mentions ${other}, which is not installed")
+        endif()
+    endforeach()
+    if(content MATCHES "json::|nlohmann|rapidjson")
+        message(FATAL_ERROR "${header} mentions ${CMAKE_MATCH_0}")
+    endif()
+endforeach()
+
 run(${CMAKE_COMMAND} -S ${source} -B ${work}/build -G Ninja
     -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=${FLAGS}"
     -DCMAKE_PREFIX_PATH=${work}/prefix -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)

@@ -3,15 +3,30 @@
 // directory that TOLVARAN_APPLICATION_SUPPORT_DIR names.
 #include <restore/tolvaran_restore.hpp>
 
+#include <cstdint>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+// Programs that use the library may use other names as well.
 using namespace tolvaran;
+using nlohmann::json;
 
 namespace {
 
+static_assert(std::is_same_v<json, nlohmann::json>);
+
 int failures = 0;
+
+std::vector<CGDirectDisplayID> activeDisplays() {
+    std::vector<CGDirectDisplayID> displays(32);
+    std::uint32_t count = 0;
+    CGGetActiveDisplayList(32, displays.data(), &count);
+    displays.resize(count);
+    return displays;
+}
 
 void check(bool holds, const std::string& what) {
     if (!holds) {
@@ -94,7 +109,7 @@ int main() {
     };
     std::vector<std::string> displays;
     std::vector<OriginalsEntry> entries;
-    for (const CGDirectDisplayID display : activeDisplays(32)) {
+    for (const CGDirectDisplayID display : activeDisplays()) {
         const CGPoint origin = CGDisplayBounds(display).origin;
         displays.push_back(displayUUID(display));
         entries.push_back({.uuid = displays.back(), .x = origin.x, .y = origin.y});

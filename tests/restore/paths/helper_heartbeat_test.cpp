@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,17 @@ TEST(HelperHeartbeat, AFailedTouchLeavesTheOldFile) {
     writeFile(directory / "heartbeat/x", "");
     EXPECT_FALSE(touch(directory / "heartbeat", 1));
     EXPECT_TRUE(readFile(directory / "heartbeat/x").has_value());
+}
+
+TEST(HelperHeartbeat, ADateThatCannotBeWrittenLeavesTheOldFile) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "heartbeat";
+    constexpr Date infinity = std::numeric_limits<Date>::infinity();
+    for (const Date date : {std::nan(""), infinity, -infinity, 1e300, 9223372036854775.808}) {
+        EXPECT_TRUE(touch(path, 5));
+        EXPECT_FALSE(touch(path, date)) << date;
+        EXPECT_EQ(readFile(path), "5000");
+    }
 }
 
 TEST(HelperHeartbeat, ReadsDecimalIntegersOnly) {

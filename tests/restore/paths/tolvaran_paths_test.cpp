@@ -226,6 +226,15 @@ TEST_F(Paths, WithoutAHomeVariableTheUsersAccountTellsTheHome) {
     simulator::clearFaults();
 }
 
+TEST_F(Paths, OneSeparatorStandsBeforeTheName) {
+    set("TOLVARAN_APPLICATION_SUPPORT_DIR", "/as");
+    EXPECT_EQ(statePath("/name"), "/as/State/name");
+    EXPECT_EQ(statePath("//deep/name"), "/as/State/deep/name");
+    EXPECT_EQ(applicationSupportPath("/"), "/as/");
+    set("TOLVARAN_LOGS_DIR", "/logs/");
+    EXPECT_EQ(logsPath("/name"), "/logs/name");
+}
+
 TEST_F(Paths, AMigrationRunNeedsNoFurtherFlags) {
     simulator::setArguments({"helper", homebrewMigrationPrepareFlag});
     EXPECT_EQ(logsDir(), "/home/ada/Library/Logs/Tolvaran");

@@ -29,18 +29,28 @@ TEST_F(Checked, TruncatesTowardZero) {
     EXPECT_EQ(int32(2147483647.9, "x"), 2147483647);
     EXPECT_EQ(int32(-2147483648.9, "x"), std::numeric_limits<std::int32_t>::min());
     EXPECT_EQ(int64(-9223372036854775808.0, "x"), std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(int64(-1.9), -1);
     EXPECT_EQ(product(-3, 4, "x"), -12);
+}
+
+TEST_F(Checked, SaysWhetherANumberFits) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const double tooMuch :
+         {9223372036854775808.0, -9223372036854777856.0, infinity, -infinity, std::nan("")}) {
+        EXPECT_EQ(int64(tooMuch), std::nullopt) << tooMuch;
+    }
 }
 
 TEST_F(CheckedDeathTest, StopsAndSaysWhatItRefused) {
     EXPECT_DEATH(int32(2147483648.0, "origin x"),
-                 "stopping: origin x is 2147483648, which is no 32-bit integer");
-    EXPECT_DEATH(int32(-2147483649.0, "origin x"), "is -2147483649, which is no 32-bit");
+                 "stopping: origin x is 2147483648, which does not fit in 32 bits");
+    EXPECT_DEATH(int32(-2147483649.0, "origin x"), "is -2147483649, which does not fit in 32 bits");
     EXPECT_DEATH(int32(std::nan(""), "origin x"), "origin x is nan");
     EXPECT_DEATH(int32(std::numeric_limits<double>::infinity(), "origin x"), "origin x is inf");
-    EXPECT_DEATH(int64(1e300, "date"), "stopping: date is 1.*e\\+300, which is no 64-bit integer");
+    EXPECT_DEATH(int64(1e300, "date"),
+                 "stopping: date is 1.*e\\+300, which does not fit in 64 bits");
     EXPECT_DEATH(product(std::numeric_limits<std::int64_t>::max(), 2, "area"),
-                 "stopping: area is 9223372036854775807 times 2, which is no 64-bit integer");
+                 "stopping: area is 9223372036854775807 times 2, which does not fit in 64 bits");
 }
 
 }  // namespace

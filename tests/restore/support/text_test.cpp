@@ -30,6 +30,43 @@ TEST(Text, FormatsNumbersAlikeInEveryLocale) {
 TEST(Text, DescribesMappings) {
     EXPECT_EQ(describe({}), "[:]");
     EXPECT_EQ(describe({{"b", "x"}, {"a", "y"}}), R"(["a": "y", "b": "x"])");
+    EXPECT_EQ(describe({{"", "\xC3\xA9\xE2\x80\x94"}}), "[\"\": \"\xC3\xA9\xE2\x80\x94\"]");
+    EXPECT_EQ(describe({{"a\"b\\", "1\n2\r\t3\x1B\x7F"}}),
+              R"(["a\"b\\": "1\n2\r\t3\u{1B}\u{7F}"])");
+    EXPECT_EQ(describe({{std::string(1, '\0'), "\xC2\x85\xE2\x80\xA8\xE2\x80\xA9"}}),
+              R"(["\u{00}": "\u{85}\u{2028}\u{2029}"])");
+}
+
+TEST(Text, FindsWhatIsNotUTF8) {
+    constexpr std::size_t none = std::string_view::npos;
+    const std::vector<std::pair<std::string, std::size_t>> rows = {
+        {"", none},
+        {std::string("a\0", 2), none},
+        {"0123456789abcde\xC3\xA9", none},
+        {"\xC2\x80\xDF\xBF", none},
+        {"\xE0\xA0\x80\xEF\xBF\xBF", none},
+        {"\xED\x9F\xBF\xEE\x80\x80", none},
+        {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", none},
+        {"\x80", 0},
+        {"0123456789abcdef\xBF", 16},
+        {"\xC0\xAF", 0},
+        {"\xC1\xBF", 0},
+        {"\xC3(", 1},
+        {"a\xC3", 2},
+        {"\xE0\x9F\xBF", 1},
+        {"\xE2\x82", 2},
+        {"\xE2\x82\xC0", 2},
+        {"\xED\xA0\x80", 1},
+        {"\xF0\x8F\xBF\xBF", 1},
+        {"\xF0\x90\x80(", 3},
+        {"\xF4\x90\x80\x80", 1},
+        {"\xF5\x80\x80\x80", 0},
+        {"\xFF", 0},
+    };
+    for (const auto& [bytes, where] : rows) {
+        EXPECT_EQ(findInvalidUTF8(bytes), where) << testing::PrintToString(bytes);
+        EXPECT_EQ(isUTF8(bytes), where == none);
+    }
 }
 
 TEST(Text, TrimsEveryBlankAndLineEndOfUnicode) {
