@@ -15,8 +15,8 @@ namespace simulator {
 /// @param errors takes one line for each failed expectation, or the one line that says what is
 ///        wrong with the scenario, the arguments or the host
 /// @param terminal what `out` is
-/// @return the exit status: 0 when everything expected held, 1 when an expectation failed or the
-///         report could not be written, 2 when the scenario could not be played or `out` not
+/// @return the exit status: 0 if everything expected held, 1 if an expectation failed or the
+///         report could not be written, 2 if the scenario could not be played or `out` not
 ///         written
 int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
                    std::ostream& errors, const report::Terminal& terminal = {});

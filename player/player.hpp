@@ -38,7 +38,7 @@ struct Outcome {
 /// Plays the scenario. Everything that a process has to itself is as if it had just started: the
 /// library's process-wide values, the simulator, and the environment variables that the helper
 /// reads; the simulator is reset again at the end.
-/// @throws ScenarioError when the machine does not let an event happen, or when the files cannot be
+/// @throws ScenarioError if the machine does not let an event happen, or if the files cannot be
 ///         laid out. What the helper itself throws is not caught: it would have ended the process.
 Outcome play(const Scenario& scenario, const PlayOptions& options = {});
 

@@ -67,7 +67,7 @@ Frame boundsOf(const std::vector<ShownDisplay>& displays);
 /// vendor and model; "Display ID · vendor/model" where there is none.
 std::string displayName(const nlohmann::json& mac, const nlohmann::json& display);
 
-/// A display's current mode in words; "no mode" when its number is that of none.
+/// A display's current mode in words; "no mode" if it has none.
 std::string modeText(const nlohmann::json& display);
 
 /// An arrangement in one sentence, for who cannot see the picture.

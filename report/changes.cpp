@@ -47,7 +47,7 @@ std::string modifierText(const json& modifier) {
     return " with " + (known == names.end() ? "modifier " + compact(modifier) : known->second);
 }
 
-/// A preference; null when it is not set.
+/// A preference; null if it is not set.
 json preference(const json& mac, const std::string& domain, const std::string& key) {
     const json values = mac["preferences"].value(domain, json::object());
     return values.value(key, json());

@@ -45,7 +45,7 @@ struct FileChange {
 /// Every file of either side by its path. JSON is compared as it is written with one value a line.
 std::vector<FileChange> fileChanges(const nlohmann::json& before, const nlohmann::json& after);
 
-/// What changed, a few words for each subject: "2 displays moved", "menu bar", … Empty when nothing
+/// What changed, a few words for each subject: "2 displays moved", "menu bar", … Empty if nothing
 /// did.
 std::vector<std::string> headlines(const nlohmann::json& result);
 

@@ -52,7 +52,7 @@ constexpr std::array<std::pair<std::string_view, std::size_t>, 9> callsOfSteps{{
 constexpr std::size_t menuBarStep = 2;
 constexpr std::size_t cornerStep = 3;
 
-/// The step that a call to the Mac belongs to; none when its name and arguments do not tell.
+/// The step that a call to the Mac belongs to; none if its name and arguments do not say.
 std::optional<std::size_t> stepOf(const json& call) {
     const auto name = call["call"].get<std::string>();
     const json& args = call["args"];

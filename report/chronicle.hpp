@@ -30,7 +30,7 @@ std::vector<Entry> chronicleOf(const nlohmann::json& result);
 
 /// A call as it is written in a program, with what it returned: "f(1, true) → 0".
 std::string callText(const nlohmann::json& call);
-/// The same in ASCII: "f(1, true) -> 0".
+/// callText() in ASCII: "f(1, true) -> 0".
 std::string plainCallText(const nlohmann::json& call);
 
 }  // namespace simulator::report

@@ -31,8 +31,8 @@ struct LogComparison {
 /// Compares level and message of each line; process IDs may differ.
 ///
 /// A scenario with events tells a story, so the user's log is compared from the last start of the
-/// helper on. One without events is a Mac as it was found, after the last run that the user's log
-/// tells of: then that run is compared with the first one of the replay, and what set them off may
+/// helper on. One without events is a Mac as it was found, after the last run in the user's
+/// log: then that run is compared with the first one of the replay, and what set them off may
 /// differ as well.
 /// @param result of a run whose scenario has a log
 LogComparison compareLogs(const nlohmann::json& result);

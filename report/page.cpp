@@ -23,7 +23,7 @@ std::string element(const std::string& name, const std::string& style, const std
            "</" + name + ">";
 }
 
-/// The same around markup.
+/// <name class="style">markup</name>.
 std::string around(const std::string& name, const std::string& style, const std::string& markup) {
     return "<" + name + (style.empty() ? "" : " class=\"" + style + "\"") + ">" + markup + "</" +
            name + ">\n";

@@ -89,8 +89,8 @@ std::string textAt(const std::string& style, double x, double y, double size,
            ">" + escaped(text) + "</text>";
 }
 
-/// The labels in the middle of their room; those at the end are left out when it is too small.
-/// Empty when not even the first has room, which is the ID and means nothing when it is cut.
+/// The labels in the middle of their room; those at the end are left out if it is too small.
+/// Empty if not even the first has room, which is the ID and means nothing if it is cut.
 std::string labelText(std::vector<Label> labels, const Frame& room) {
     const double size = textSize(labels, room);
     const auto fits = static_cast<std::size_t>(std::max(room.height / (size * lineHeight), 0.0));
@@ -157,7 +157,7 @@ std::string hotCorners(const Desk& desk, const Frame& frame) {
     return result;
 }
 
-/// A pointer, struck out when the mouse does not move it.
+/// A pointer, struck out if the mouse does not move it.
 std::string cursor(const Desk& desk, const Frame& frame) {
     const double size = std::clamp(frame.height * .14, 3.0, 10.0);
     const double x = frame.right() - size * 1.6;

@@ -157,7 +157,7 @@ std::vector<std::u32string> labelsOf(const ShownDisplay& display, bool isASCII) 
             codePoints("at " + number(frame.x) + "," + number(frame.y))};
 }
 
-/// The labels that fit, in the middle of the box; the ID stands on the frame when nothing fits.
+/// The labels that fit, in the middle of the box; the ID stands on the frame if nothing fits.
 void drawLabels(Grid& grid, const Box& box, const ShownDisplay& display, bool isASCII) {
     const int width = box.right - box.left - 1;
     const int height = box.bottom - box.top - 1;

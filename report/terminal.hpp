@@ -32,8 +32,8 @@ Terminal terminalOfStandardOutput();
 /// beside each other where there is room. Lines end with "\n".
 std::string characterPicture(const nlohmann::json& result, const Terminal& terminal);
 
-/// The same as text, in ASCII but for the displays' names: for each display its origin, mode and
-/// menu bar on either side; "the same" where nothing changed.
+/// The displays before and after as text, in ASCII but for their names: for each its origin, mode
+/// and menu bar on either side; "the same" where nothing changed.
 std::string displayTable(const nlohmann::json& result);
 
 }  // namespace simulator::report

@@ -22,7 +22,7 @@ bool isIn(const std::array<Range, size>& ranges, char32_t c) {
                        [c](const Range& range) { return range.first <= c && c <= range.last; });
 }
 
-// They change how the text around them is read, or are no characters at all.
+// They change how the text around them is read, or are not characters at all.
 constexpr std::array<Range, 8> harmful{{{0x80, 0x9F},
                                         {0x061C, 0x061C},
                                         {0x200E, 0x200F},
@@ -56,7 +56,7 @@ char32_t harmlessCharacter(char32_t c) {
     return isNone || isIn(harmful, c) ? replacement : c;
 }
 
-/// The length of the sequence that this byte begins, 0 when it begins none.
+/// The length of the sequence that this byte begins, 0 if it begins none.
 std::size_t sequenceLength(unsigned char lead) {
     constexpr std::array<std::size_t, 16> lengths{1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 2, 2, 3, 4};
     return lead >= 0xF8 ? 0 : lengths[lead >> 4U];

@@ -9,7 +9,7 @@
 
 namespace simulator::report {
 
-/// UTF-8 as code points; bytes that are no UTF-8 become U+FFFD.
+/// UTF-8 as code points; bytes that are not UTF-8 become U+FFFD.
 std::u32string codePoints(std::string_view text);
 std::string utf8(std::u32string_view text);
 

@@ -12,7 +12,7 @@ namespace tolvaran::describe {
 struct ArrangementPlan {
     bool isNeeded = false;   // the displays stand in a layout that only Tolvaran makes
     bool hasRecord = false;  // there are saved arrangements, whether they help or not
-    bool isMarked = false;   // a mark tells of this set of displays
+    bool isMarked = false;   // this set of displays is marked
     /// Around the main display at (0, 0). Empty if no saved arrangement helps and no row is made.
     std::vector<HardwarePosition> positions = {};
 };

@@ -22,7 +22,7 @@ struct Description {
 Description describeMac();
 
 /// Writes the description to `out` and its notes to `errors`.
-/// @return the exit status: 0, or 1 when it could not be written
+/// @return the exit status: 0, or 1 if it could not be written
 int writeDescription(std::ostream& out, std::ostream& errors);
 
 }  // namespace tolvaran::describe

@@ -15,7 +15,7 @@
 namespace tolvaran::describe {
 namespace {
 
-constexpr std::size_t mostLines = 100000;  // of the log; it tells when the helper started
+constexpr std::size_t mostLines = 100000;  // of the log; it says when the helper started
 
 /// What the lack of functions whose names begin like this costs; the first row that fits counts.
 constexpr std::array<std::pair<std::string_view, const char*>, 5> costs{{

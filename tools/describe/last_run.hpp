@@ -22,7 +22,7 @@ struct HelperStart {
 };
 
 struct LastRun {
-    std::optional<HelperStart> start;  // the last one that the log tells of
+    std::optional<HelperStart> start;  // the last one in the log
     /// The warnings and errors of the last run that was finished, by matter.
     std::array<std::vector<std::string>, matterCount> failures;
 };

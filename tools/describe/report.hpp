@@ -19,7 +19,7 @@ struct Report {
 /// @param macOS the system's version
 Report makeReport(const std::string& macOS, Settings settings);
 
-/// What the report holds that tells of its user, one line each.
+/// What is personal in the report, one line each.
 std::vector<std::string> personalContent(const nlohmann::json& scenario);
 
 }  // namespace tolvaran::describe

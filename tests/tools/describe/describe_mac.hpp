@@ -14,14 +14,14 @@
 
 namespace tolvaran::tests {
 
-/// A Mac of which everything is other than usual.
+/// A Mac with nothing as usual.
 inline nlohmann::json fullMac() {
     std::ifstream file(TOLVARAN_FULL_MAC);
     return nlohmann::json::parse(file);
 }
 
-/// The description that a fresh process gives of the Mac, which must stay as it is, and of which
-/// nothing may be left.
+/// The description that a fresh process gives of the Mac. It must change nothing and leave nothing
+/// behind.
 inline describe::Description described(const nlohmann::json& mac,
                                        const nlohmann::json& faults = nlohmann::json::array()) {
     endProcess();
