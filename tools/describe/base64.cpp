@@ -6,10 +6,11 @@
 namespace tolvaran::describe {
 namespace {
 
+constexpr std::string_view digits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 /// Up to three bytes as four characters.
 std::string group(std::string_view bytes) {
-    constexpr std::string_view digits =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::uint32_t bits = 0;
     for (std::size_t index = 0; index < 3; ++index) {
         const auto byte = index < bytes.size() ? static_cast<unsigned char>(bytes[index]) : 0U;
@@ -30,6 +31,21 @@ std::string base64(std::string_view bytes) {
         text += group(bytes.substr(start, 3));
     }
     return text;
+}
+
+std::string base64Decoded(std::string_view text) {
+    std::string bytes;
+    std::uint32_t bits = 0;
+    unsigned count = 0;  // of bits that are not in `bytes` yet
+    for (const char digit : text.substr(0, text.find('='))) {
+        bits = bits << 6U | static_cast<std::uint32_t>(digits.find(digit));
+        count += 6;
+        if (count >= 8) {
+            count -= 8;
+            bytes += static_cast<char>(bits >> count & 0xFFU);
+        }
+    }
+    return bytes;
 }
 
 }  // namespace tolvaran::describe

@@ -1,11 +1,16 @@
 #include "tools/describe/command_line.hpp"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "platform/workspace.hpp"
 #include "report/text.hpp"
 #include "restore/support/files.hpp"
+#include "tools/describe/anonymous.hpp"
 #include "tools/describe/describe.hpp"
 #include "tools/describe/health_text.hpp"
 #include "tools/describe/json_text.hpp"
@@ -16,11 +21,14 @@ namespace {
 
 constexpr const char* usage =
     "usage: tolvaran_describe --health [--json]\n"
-    "       tolvaran_describe --report FILE.json [--all-settings]\n"
+    "       tolvaran_describe --report FILE.json [--anonymous] [--all-settings]\n"
     "       tolvaran_describe\n"
     "  --health            say whether the helper lives and what waits to be put back\n"
     "  --json              say it as JSON\n"
     "  --report FILE.json  write a report of this Mac, which can be played as a scenario\n"
+    "  --anonymous         give displays other names and serial numbers in it, and leave the "
+    "user's "
+    "name out\n"
     "  --all-settings      put all of Tolvaran's settings into it, not only those that the helper "
     "reads\n"
     "  Without arguments, write the scenario's mac object alone to standard output.\n";
@@ -29,6 +37,7 @@ struct Command {
     bool asksForHealth = false;
     bool printsJSON = false;
     std::optional<std::string> report;
+    bool isAnonymous = false;
     Settings settings = Settings::thoseRead;
 };
 
@@ -40,6 +49,8 @@ std::optional<Command> readArguments(const std::vector<std::string>& arguments) 
             command.report = *++argument;
         } else if (*argument == "--all-settings") {
             command.settings = Settings::all;
+        } else if (*argument == "--anonymous") {
+            command.isAnonymous = true;
         } else if (*argument == "--health") {
             command.asksForHealth = true;
         } else if (*argument == "--json") {
@@ -48,7 +59,7 @@ std::optional<Command> readArguments(const std::vector<std::string>& arguments) 
             return std::nullopt;
         }
     }
-    const bool isForReport = command.settings == Settings::all;
+    const bool isForReport = command.settings == Settings::all || command.isAnonymous;
     const bool isSensible = arguments.empty() ||
                             (command.asksForHealth && !command.report && !isForReport) ||
                             (command.report && !command.asksForHealth && !command.printsJSON);
@@ -64,16 +75,36 @@ void list(const std::string& title, const std::vector<std::string>& lines, std::
     }
 }
 
+/// Makes the report anonymous. False, with a line to `errors`, if that is not possible.
+bool makeAnonymous(Report& report, std::ostream& errors) {
+    const char* const home = std::getenv("HOME");
+    Anonymous anonymous = anonymized(report.scenario, home != nullptr ? home : "");
+    if (anonymous.isLeaky) {
+        errors << "the report cannot be made anonymous; nothing is written\n";
+        return false;
+    }
+    report.scenario = std::move(anonymous.scenario);
+    std::ranges::copy(anonymous.notes, std::back_inserter(report.notes));
+    return true;
+}
+
 int writeReport(const Command& command, const Host& host, std::ostream& out, std::ostream& errors) {
-    const Report report = makeReport(host.macOS, command.settings);
+    Report report = makeReport(host.macOS, command.settings);
+    if (command.isAnonymous && !makeAnonymous(report, errors)) {
+        return 1;
+    }
     try {
         files::writeAtomically(*command.report, written(report.scenario) + "\n");
     } catch (const files::Error& error) {
         errors << simulator::report::oneLine(error.what()) << "\n";
         return 1;
     }
-    out << *command.report << " is written. What it tells of you and your Mac:\n";
-    list("", personalContent(report.scenario), out);
+    out << *command.report << " is written. ";
+    if (command.isAnonymous) {
+        out << "Names, serial numbers and UUIDs in it are made up.\n";
+    } else {
+        list("What it tells of you and your Mac:", personalContent(report.scenario), out);
+    }
     list("What it does not tell:", report.notes, out);
     return 0;
 }
