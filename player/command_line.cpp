@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "player/player.hpp"
+#include "player/reduction.hpp"
 #include "report/chronicle.hpp"
 #include "report/page.hpp"
 #include "report/text.hpp"
@@ -17,18 +18,33 @@ using nlohmann::json;
 
 constexpr const char* usage =
     "usage: tolvaran_simulator [--json] [--report FILE.html] [--root DIR] SCENARIO.json\n"
+    "       tolvaran_simulator --reduce SCENARIO.json [--keep TEXT] -o SMALL.json\n"
     "  --json              print the result as JSON instead of a summary\n"
     "  --report FILE.html  write a page that shows what happened\n"
-    "  --root DIR          keep the application-support directory and the logs under DIR\n";
+    "  --root DIR          keep the application-support directory and the logs under DIR\n"
+    "  --reduce            write the smallest scenario in which the first expectation that fails "
+    "still fails\n"
+    "  --keep TEXT         write the smallest one in which a log line or call with this text still "
+    "appears\n";
 
 struct Command {
     std::string scenario;
     bool printsJson = false;
     std::optional<std::string> report;
     PlayOptions options;
+    bool reduces = false;
+    std::string kept;  // what a reduced scenario must show; empty: a failed expectation
+    std::string reducedTo;
+
+    bool makesSense() const {
+        const bool asksForReduction = reduces && !reducedTo.empty();
+        const bool asksForPlay = !reduces && reducedTo.empty() && kept.empty();
+        const bool hasPlayOptions = printsJson || report || options.root;
+        return !scenario.empty() && (asksForPlay || (asksForReduction && !hasPlayOptions));
+    }
 };
 
-/// None when the arguments make no sense.
+/// None if the arguments make no sense.
 std::optional<Command> readArguments(const std::vector<std::string>& arguments) {
     Command command;
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
@@ -38,13 +54,19 @@ std::optional<Command> readArguments(const std::vector<std::string>& arguments) 
             command.options.root = *++argument;
         } else if (*argument == "--report" && argument + 1 != arguments.end()) {
             command.report = *++argument;
+        } else if (*argument == "--reduce") {
+            command.reduces = true;
+        } else if (*argument == "--keep" && argument + 1 != arguments.end()) {
+            command.kept = *++argument;
+        } else if (*argument == "-o" && argument + 1 != arguments.end()) {
+            command.reducedTo = *++argument;
         } else if (command.scenario.empty() && !argument->empty() && argument->front() != '-') {
             command.scenario = *argument;
         } else {
             return std::nullopt;
         }
     }
-    return command.scenario.empty() ? std::nullopt : std::optional(command);
+    return command.makesSense() ? std::optional(command) : std::nullopt;
 }
 
 void printCalls(const json& calls, std::ostream& out) {
@@ -75,7 +97,7 @@ void printSummary(const Scenario& scenario, const Outcome& outcome,
     }
 }
 
-/// Whether the page was written; says so when it was not.
+/// Whether the page was written; says so if it was not.
 bool writeReport(const std::string& path, const json& result, std::ostream& errors) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file << report::page(result);
@@ -104,6 +126,33 @@ int playCommand(const Command& command, const report::Terminal& terminal, std::o
     return outcome.failures.empty() && isReported ? 0 : 1;
 }
 
+int reduceCommand(const Command& command, std::ostream& out, std::ostream& errors) {
+    const json document = loadDocument(command.scenario);
+    readScenario(document, "", "");  // says what is wrong with it
+    const std::string failure = command.kept.empty() ? firstFailure(document) : "";
+    const auto shows = [&](const json& scenario) {
+        return command.kept.empty() ? !failure.empty() && firstFailure(scenario) == failure
+                                    : showsText(scenario, command.kept);
+    };
+    if (!shows(document)) {
+        errors << (command.kept.empty() ? "no expectation fails"
+                                        : "no log line or call has this text")
+               << "\n";
+        return 1;
+    }
+    const Reduction reduction = reduced(document, shows);
+    std::ofstream file(command.reducedTo, std::ios::binary | std::ios::trunc);
+    file << reduction.scenario.dump(2, ' ', false, json::error_handler_t::replace) << "\n";
+    file.close();
+    if (!file) {
+        errors << command.reducedTo << ": cannot be written\n";
+        return 1;
+    }
+    out << "reduced from " << document.dump().size() << " to " << reduction.scenario.dump().size()
+        << " bytes in " << report::counted(reduction.plays, "play", "plays") << "\n";
+    return 0;
+}
+
 int run(const std::vector<std::string>& arguments, const report::Terminal& terminal,
         std::ostream& out, std::ostream& errors) {
     if (arguments == std::vector<std::string>{"--help"}) {
@@ -116,7 +165,8 @@ int run(const std::vector<std::string>& arguments, const report::Terminal& termi
         return 2;
     }
     try {
-        return playCommand(*command, terminal, out, errors);
+        return command->reduces ? reduceCommand(*command, out, errors)
+                                : playCommand(*command, terminal, out, errors);
     } catch (const std::exception& error) {
         errors << report::oneLine(command->scenario + ": " + error.what()) << "\n";
         return 2;

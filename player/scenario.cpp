@@ -5,11 +5,13 @@
 #include <fstream>
 #include <sstream>
 
+#include "simulator/core_foundation/base64.hpp"
 #include "simulator/devices/devices.hpp"
 #include "simulator/faults/faults.hpp"
 #include "simulator/host/files.hpp"
 #include "simulator/machine/json_reader.hpp"
 #include "simulator/machine/mac_json.hpp"
+#include "simulator/machine/readable_text.hpp"
 
 namespace simulator {
 namespace {
@@ -158,7 +160,30 @@ json parse(const std::string& text) {
     }
 }
 
+/// A file's content as a scenario has it.
+json contentOf(const fs::path& path) {
+    const std::string bytes = read(path.string());
+    return readableText(bytes) == bytes ? json(bytes) : json{{"$data", cf::base64Encoded(bytes)}};
+}
+
 }  // namespace
+
+json loadDocument(const std::string& path) {
+    json document = parse(read(path));
+    const std::string from = document.is_object() ? document.value("filesFrom", "") : "";
+    if (from.empty()) {
+        return document;
+    }
+    const fs::path directory = fs::path(path).parent_path() / from;
+    for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+        const std::string name = entry.path().lexically_relative(directory).generic_string();
+        if (entry.is_regular_file() && !document["files"].contains(name)) {
+            document["files"][name] = contentOf(entry.path());
+        }
+    }
+    document.erase("filesFrom");
+    return document;
+}
 
 Scenario readScenario(const json& document, const std::string& directory, const std::string& name) {
     try {

@@ -46,6 +46,10 @@ struct Scenario {
 Scenario readScenario(const nlohmann::json& document, const std::string& directory,
                       const std::string& name);
 
+/// The JSON document in a file, with the files of `filesFrom` under `files`.
+/// @throws ScenarioError, also if the file cannot be read or is not JSON
+nlohmann::json loadDocument(const std::string& path);
+
 /// Reads the scenario in a file.
 /// @throws ScenarioError, also if the file cannot be read or is not JSON
 Scenario loadScenario(const std::string& path);

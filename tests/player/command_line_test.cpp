@@ -41,6 +41,41 @@ class CommandLine : public SimulatorTest {
     tolvaran::tests::TemporaryDirectory directory_;
 };
 
+TEST_F(CommandLine, ReducesAScenario) {
+    const std::string small = directory_ / "small.json";
+    const std::string path =
+        scenario(R"({"name": "n", "until": 2, "mac": {"cursorAssociated": true},
+        "expect": {"mac": {"cursorAssociated": false, "mainDisplay": 1}}})");
+    const Run reduced = run({"--reduce", path, "-o", small});
+    EXPECT_EQ(reduced.status, 0) << reduced.errors;
+    EXPECT_THAT(reduced.out, StartsWith("reduced from "));
+    EXPECT_EQ(json::parse(*readFile(small)),
+              json::parse(R"({"expect": {"mac": {"cursorAssociated": false}}})"));
+    EXPECT_EQ(run({"--reduce", path, "--keep", "re-associated", "-o", small}).status, 0);
+    EXPECT_EQ(json::parse(*readFile(small)), json::object());
+    EXPECT_EQ(run({"--reduce", path, "--keep", "nobody says this", "-o", small}).errors,
+              "no log line or call has this text\n");
+    EXPECT_EQ(run({"--reduce", scenario("{}"), "-o", small}).errors, "no expectation fails\n");
+    EXPECT_EQ(run({"--reduce", scenario("[]"), "-o", small}).status, 2);
+    EXPECT_EQ(run({"--reduce", path}).status, 2);
+    EXPECT_EQ(run({path, "-o", small}).status, 2);
+    EXPECT_EQ(run({"--reduce", path, "-o", small, "--json"}).status, 2);
+}
+
+TEST_F(CommandLine, AReducedScenarioHoldsTheFilesItself) {
+    writeFile(directory_ / "files/State/dock-autohide-pending.json",
+              R"({"version": 1, "restoreTo": true})");
+    writeFile(directory_ / "files/State/other", "\xff");
+    const std::string small = directory_ / "small.json";
+    const Run reduced = run({"--reduce", scenario(R"({"filesFrom": "files"})"), "--keep",
+                             "forced back to true", "-o", small});
+    EXPECT_EQ(reduced.status, 0) << reduced.errors;
+    EXPECT_EQ(
+        json::parse(*readFile(small)),
+        (json{{"files",
+               {{"State/dock-autohide-pending.json", R"({"version": 1, "restoreTo": true})"}}}}));
+}
+
 TEST_F(CommandLine, TheExitStatusSaysHowItWent) {
     const struct {
         const char* scenario;
