@@ -54,9 +54,9 @@ TEST_F(ReductionTest, ShowsLinesAndCalls) {
     const json document = {
         {"mac", {{"dock", {{"autoHide", true}}}}},
         {"files", {{"State/dock-autohide-pending.json", {{"version", 1}, {"restoreTo", false}}}}}};
-    EXPECT_TRUE(showsText(document, "CoreDockSetAutoHideEnabled(0)"));
+    EXPECT_TRUE(showsText(document, "CoreDockSetAutoHideEnabled(false)"));
     EXPECT_TRUE(showsText(document, "info: dock auto-hide restoreIfPending"));
-    EXPECT_FALSE(showsText(document, "CoreDockSetAutoHideEnabled(1)"));
+    EXPECT_FALSE(showsText(document, "CoreDockSetAutoHideEnabled(true)"));
     EXPECT_FALSE(showsText({{"mac", 1}}, ""));
 }
 

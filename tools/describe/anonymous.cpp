@@ -277,10 +277,25 @@ std::size_t literalEnd(const std::string& text, std::size_t begin, std::size_t l
     return std::min(at, limit);
 }
 
+/// Replaces a number that begins here if it is as long as a serial number; returns its last digit's
+/// place.
+std::size_t maskNumber(std::string& text, std::size_t begin, std::size_t limit) {
+    constexpr std::size_t shortest = 5;
+    const std::size_t end = std::min(text.find_first_not_of("0123456789", begin), limit);
+    if (end - begin >= shortest) {
+        std::fill(text.begin() + static_cast<std::ptrdiff_t>(begin),
+                  text.begin() + static_cast<std::ptrdiff_t>(end), '1');
+    }
+    return end - 1;
+}
+
 /// Text that is not JSON, wrong at the same place and with nothing to be read in it.
 std::string masked(std::string text) {
     const std::size_t wrong = errorPlace(text);
     for (std::size_t at = 0; at < wrong; ++at) {
+        if (std::isdigit(static_cast<unsigned char>(text[at])) != 0) {
+            at = maskNumber(text, at, wrong);
+        }
         if (text[at] != '"') {
             continue;
         }

@@ -31,13 +31,19 @@ json anonymous(const json& report) {
 }
 
 /// What happened, as a report tells it but for the names: they are replaced here as they were
-/// there. What is a name in the result of the original must be one in that of the other.
+/// there. What is a name in the result of the original must be one in that of the other. Files that
+/// are not JSON are compared by size.
 std::string withoutNames(const json& result) {
+    json comparable = result;
+    for (json& content : comparable["files"]) {
+        content = content.is_string() ? json(content.get<std::string>().size()) : content;
+    }
     static const std::regex uuid("[0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}");
     static const std::regex hardware(R"((\d+-\d+-)(\d+|S[A-Za-z0-9\x80-\xff]+))");
-    static const std::regex serial(R"(("(DisplaySerialString|serial)": )[^,\n]+)");
-    static const std::regex length(R"(\(\d+ bytes\))");
-    std::string text = result.dump(1);
+    static const std::regex serial(R"re(("(DisplaySerialString|serial)": )[^,\n]+)re");
+    static const std::regex port(R"re(("portUUID": )"[^"]*")re");
+    std::string text = comparable.dump(1);
+    text = std::regex_replace(text, port, "$1UUID");
     text = std::regex_replace(text, uuid, "UUID");
     text = std::regex_replace(text, hardware, "$1#");
     return std::regex_replace(text, serial, "$1#");
@@ -103,6 +109,9 @@ json personalReport() {
                 "HW-99-99-98765432": {"width": 1, "height": 2, "scaled": false, "hz": 60}}},
             "State/separated-sets.json": "{\"version\": 1, \"signatures\": [\"Annas left one,HW-1552-41040-42510",
             "State/note": {"$data": "QW5uYf8="},
+            "State/copy.json": {"portUUID": "5c0f1a4e-9b1d-4e8c-8a55-1f6d3a1b7c02",
+                                "other": "12345678-9b1d-4e8c-8a55-1f6d3a1b7c02"},
+            "State/number": "4251086178 and more",
             "State/menubar-state.json": {"pendingOnly": true, "displayVisibilityOverrides": [
                 {"canonicalID": "HW-10-20-SCN0ÄF42", "hardwareID": "HW-10-20-SCN0ÄF42",
                  "portUUID": "12345678-9b1d-4e8c-8a55-1f6d3a1b7c02", "enabled": false}]}}})"),
