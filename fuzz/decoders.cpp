@@ -50,7 +50,7 @@ using tests::LogCapture;
 struct Input {
     std::string path;
     std::string content;
-    // How the one line begins with which the file is refused; empty: it is refused without a word.
+    // How the one line begins that refuses the file; empty if it is refused silently.
     std::string refusal;
 };
 
@@ -105,7 +105,7 @@ bool requireRefusalOrSilence(const Input& input, LogCapture& log) {
                          lines[0].starts_with("warn: " + input.refusal)),
             "reading logged: " + joined(lines));
     require(refused || input.refusal.empty() || !isNoObject(input.content),
-            "what is no record was taken without a word");
+            "something else was taken for a record, silently");
     return refused;
 }
 
@@ -148,7 +148,7 @@ void aliases(const Input& input) {
                                 [&](const AliasMap::Entry& other) {
                                     return !other.ids.empty() && other.ids.front() == canonical;
                                 }),
-                    "the canonical ID is no first one");
+                    "the canonical ID is not the first of an entry");
         }
     }
     require(tests::readFile(input.path) == input.content, "reading changed the file");
@@ -322,7 +322,7 @@ void modes(const Input& input) {
     for (const DisplayModeDescriptor& mode : DisplayModeControl::dedupedModes(all)) {
         require(mode.isUsable() && mode.width > 0, "a mode is offered that may not be used");
     }
-    // A width in pixels that is no 64-bit integer stops the program.
+    // A width in pixels that does not fit in 64 bits stops the program.
     const bool hasWidths = std::all_of(all.begin(), all.end(), [](const auto& mode) {
         return std::fabs(mode.density * static_cast<float>(mode.width)) < 1e18F;
     });

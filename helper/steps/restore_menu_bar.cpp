@@ -38,7 +38,7 @@ void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID) {
     if (!snapshot) {
         return;
     }
-    // A display may stay away for weeks; the log need not tell of every run that waits for it.
+    // A display may stay away for weeks. The log need not show every run that waits for it.
     if (!snapshot->isPendingOnly()) {
         step.log("info", "applying snapshot");
     }

@@ -7,7 +7,7 @@
 
 namespace tolvaran {
 
-/// Folds display UUIDs into canonical display IDs. Without entries it leaves every ID as it is.
+/// Folds display UUIDs into canonical display IDs. Without entries every ID stays as it is.
 struct AliasMap {
     /// One physical display.
     struct Entry {
@@ -23,12 +23,12 @@ struct AliasMap {
     /// "preferences.json" in the profile directory.
     static std::string defaultPreferencesPath();
 
-    /// The map in the file; without entries when there is no readable file. When the file does not
+    /// The map in the file; without entries if there is no readable file. If the file does not
     /// decode, also without entries, and "AliasMap: preferences.json unparseable, falling back to
     /// identity" goes to RestoreLog.warn.
     static AliasMap load(const std::string& path);
 
-    /// The first ID of the first entry that contains `id`; `id` itself when none does.
+    /// The first ID of the first entry that contains `id`; `id` itself if none does.
     std::string canonicalID(const std::string& id) const;
 };
 

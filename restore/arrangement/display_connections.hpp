@@ -1,5 +1,5 @@
-// The registry's display-connect services, which know of a display what Core Graphics does not
-// tell. Used by display identity, and by tolvaran_describe. Macs with Apple's own processors have
+// The registry's display-connect services, which know more about a display than Core Graphics
+// does. Used by display identity, and by tolvaran_describe. Macs with Apple's own processors have
 // none.
 #pragma once
 
@@ -20,12 +20,12 @@ inline CFStringRef serialProperty() {
     return CFSTR("DisplaySerialString");
 }
 
-/// Takes a service's properties, which it does not own; null where the registry does not tell them.
+/// Takes a service's properties, which it does not own; null if the registry does not have them.
 /// Returns whether to go on.
 using DisplayConnectionVisitor = std::function<bool(CFDictionaryRef properties)>;
 
 /// Shows the services one after the other, in the registry's order, until `visit` returns false.
-/// @return false when the registry refused to list them
+/// @return false if the registry refused to list them
 bool visitDisplayConnections(const DisplayConnectionVisitor& visit);
 
 }  // namespace tolvaran

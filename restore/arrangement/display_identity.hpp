@@ -16,19 +16,19 @@
 namespace tolvaran {
 
 /// The display's vendor, model and serial numbers in decimal, joined with "-". Without a serial
-/// number "S" and the serial string from its EDID stand in its place, or else "0". None when the
+/// number "S" and the serial string from its EDID stand in its place, or else "0". None if the
 /// vendor or the model is 0, as for a display that is gone.
 std::optional<std::string> displayHardwareFingerprint(CGDirectDisplayID displayID);
 
 /// The non-empty serial string of the first display in the I/O Kit registry with these numbers;
-/// none when there is none or the registry cannot be read.
+/// none if no display has one or the registry cannot be read.
 std::optional<std::string> edidSerialString(std::uint32_t vendorID, std::uint32_t modelID);
 
 /// The window server's UUID for the display at its present port, in upper-case 8-4-4-4-12 form;
-/// "Display-" and the display number when it has none.
+/// "Display-" and the display number if it has none.
 std::string displayPortUUID(CGDirectDisplayID displayID);
 
-/// The display UUID: "HW-" and the hardware fingerprint, or the port UUID when there is no
+/// The display UUID: "HW-" and the hardware fingerprint, or the port UUID if there is no
 /// fingerprint or more than one display of `allDisplayIDs` has this one. The latter is logged
 /// through RestoreLog.warn as "Multiple displays with fingerprint " + the fingerprint +
 /// ", disambiguating via port-UUID".

@@ -23,7 +23,7 @@ class OriginalsCommitCache {
     /// Whether the signature's arrangement is committed.
     bool isCommitted(const std::string& signature) const;
 
-    /// The entries that are held only in memory; none when there are none for the signature.
+    /// The entries that are held only in memory; none if the signature has none.
     std::optional<std::vector<OriginalsEntry>> volatileEntries(const std::string& signature) const;
 
     /// The signature's arrangement now lives on disk; entries in memory are dropped.

@@ -36,7 +36,7 @@ inline constexpr std::int64_t fileVersion = 2;
 /// ".display-originals" in the state directory.
 std::string defaultPath();
 
-/// The store in the file; an empty one when there is no readable file. A file that does not decode
+/// The store in the file; an empty one if there is no readable file. A file that does not decode
 /// or has another version also counts as empty, stays as it is, and is reported through
 /// RestoreLog.warn: "originals file missing/wrong version/unparseable, starting fresh".
 OriginalsFile load(const std::string& path);

@@ -252,7 +252,7 @@ TEST_F(DisplayIdentityTest, DisplayUUIDTellsTwinsApart) {
          warning},
         {"listed twice", json::array({one}), {{7, 7}}, uuid1, warning},
         {"the twin is gone", json::array({one}), {{7, 8}}, "HW-10-20-30", {}},
-        {"twins of which one has no port UUID",
+        {"twins, one without a port UUID",
          json::array({display(7, {10, 20, 30}, nullptr), twin}),
          {{7, 8}},
          "Display-7",
