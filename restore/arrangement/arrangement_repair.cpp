@@ -196,11 +196,17 @@ bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string&
     return outcome == Outcome::settled;
 }
 
-/// Tries to put the displays into one row. Only for a full zigzag: any other layout may be in part
-/// the user's own, and a made-up row would destroy that.
+/// Whether a made-up row may take the layout's place: only that of a full zigzag, since any other
+/// may be in part the user's own, or of a zigzag that saved arrangements have left again and again.
+bool mayBecomeRow(const std::vector<DisplayFrame>& frames) {
+    return Zigzag::isFullZigzag(frames) ||
+           (repair_attempts::haveLeftZigzag() && Zigzag::isZigzag(frames));
+}
+
+/// Tries to put the displays into one row.
 bool tryStackedFallback(Repair& repair) {
     const std::vector<DisplayFrame> frames = currentFrames(repair.hardware.displays);
-    if (!Zigzag::isFullZigzag(frames)) {
+    if (!mayBecomeRow(frames)) {
         repair.log("warn",
                    "no saved arrangement was usable, but layout is not a full zigzag; leaving "
                    "hardware unchanged");

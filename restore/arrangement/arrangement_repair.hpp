@@ -15,7 +15,8 @@
 //   nothing has moved           The window server accepts a configuration without effect; that is
 //                               no repair either, and the next arrangement is tried.
 //   moved again and again       Arrangements that move the displays to and fro are left alone for
-//                               a while (repair_attempts.hpp); the row then ends the zigzag.
+//                               a while (repair_attempts.hpp); the row then ends the zigzag,
+//                               even one that is not full: it is not the user's layout.
 //   24 configurations           One check makes no more, however many arrangements a file holds.
 #pragma once
 

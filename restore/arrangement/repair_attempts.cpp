@@ -27,6 +27,7 @@ struct Memory {
     std::vector<CGDirectDisplayID> displays = {};  // in ascending order
     std::vector<Move> moves = {};
     std::vector<Exclusion> exclusions = {};
+    bool leftZigzag = false;  // the last move, and the displays have not been in order since
 };
 
 ProcessWide<Memory> memory;
@@ -59,12 +60,15 @@ void forget() {
 
 void noteOrder() {
     std::erase_if(memory.get().moves, [](const Move& move) { return !move.leftZigzag; });
+    memory.get().leftZigzag = false;
 }
 
 Verdict noteMove(const Arrangement& arrangement, bool leftZigzag) {
     const CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
     dropWhatIsOver(now);
-    auto& [displays, moves, exclusions] = memory.get();
+    memory.get().leftZigzag = leftZigzag;
+    auto& moves = memory.get().moves;
+    auto& exclusions = memory.get().exclusions;
     moves.push_back({.arrangement = arrangement, .at = now, .leftZigzag = leftZigzag});
     if (moves.size() >= mostOfAll) {
         exclusions.push_back({.arrangement = std::nullopt, .since = now});
@@ -86,6 +90,10 @@ bool mayTry(const Arrangement& arrangement) {
     return std::ranges::none_of(memory.get().exclusions, [&](const Exclusion& exclusion) {
         return exclusion.arrangement.value_or(arrangement) == arrangement;
     });
+}
+
+bool haveLeftZigzag() {
+    return memory.get().leftZigzag && !memory.get().exclusions.empty();
 }
 
 }  // namespace tolvaran::repair_attempts

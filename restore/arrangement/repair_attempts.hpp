@@ -47,4 +47,7 @@ Verdict noteMove(const std::vector<HardwarePosition>& arrangement, bool leftZigz
 /// Whether the arrangement may be tried now.
 bool mayTry(const std::vector<HardwarePosition>& arrangement);
 
+/// Whether the displays stand in a zigzag that arrangements have left which are now left alone.
+bool haveLeftZigzag();
+
 }  // namespace tolvaran::repair_attempts

@@ -10,8 +10,8 @@ namespace tolvaran::tests {
 
 /// The most configurations that any minute of a story may see, and how many more for each event of
 /// the story: a display that comes or goes, or a run of Tolvaran, is a new situation.
-inline constexpr std::size_t mostConfigurationsPerMinute = 24;
-inline constexpr std::size_t mostConfigurationsPerEvent = 8;
+inline constexpr std::size_t mostConfigurationsPerMinute = 12;
+inline constexpr std::size_t mostConfigurationsPerEvent = 6;
 
 /// Counts the configurations of one play.
 class ConfigurationRate {
