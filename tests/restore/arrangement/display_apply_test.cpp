@@ -248,33 +248,35 @@ constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 INSTANTIATE_TEST_SUITE_P(
     DisplayApply, DisplayApplyDeathTest,
     testing::Values(
-        Refusal{"InfiniteX", position(5, infinity, 0),
-                applying + "stopping: x of the origin of display 5 is inf, which is no 64-bit "
-                           "integer\n"},
-        Refusal{"NoY", position(5, 0, notANumber),
-                applying + "stopping: y of the origin of display 5 is nan, which is no 64-bit "
-                           "integer\n"},
+        Refusal{
+            "InfiniteX", position(5, infinity, 0),
+            applying +
+                "stopping: x of the origin of display 5 is inf, which does not fit in 64 bits\n"},
+        Refusal{
+            "NoY", position(5, 0, notANumber),
+            applying +
+                "stopping: y of the origin of display 5 is nan, which does not fit in 64 bits\n"},
         Refusal{"YOf64Bits", position(7, 0, -1e308),
                 applying + "stopping: y of the origin of display 7 is "
-                           "-1e+308, which is no 64-bit integer\n"},
+                           "-1e+308, which does not fit in 64 bits\n"},
         Refusal{"XOf64Bits", position(5, 9223372036854775808.0, 0),
                 applying + "stopping: x of the origin of display 5 is 9.2233720368547758e+18, "
-                           "which is no 64-bit integer\n"},
+                           "which does not fit in 64 bits\n"},
         Refusal{"XOf32Bits", position(5, 2147483648.0, 0),
                 applying + "  display 5 -> (2147483648,0)\n"
-                           "stopping: x of the origin of display 5 is 2147483648, which is no "
-                           "32-bit integer\n"},
+                           "stopping: x of the origin of display 5 is 2147483648, which does not "
+                           "fit in 32 bits\n"},
         Refusal{"YOf32Bits", position(5, 0, -2147483649.0),
                 applying + "  display 5 -> (0,-2147483649)\n"
-                           "stopping: y of the origin of display 5 is -2147483649, which is no "
-                           "32-bit integer\n"},
+                           "stopping: y of the origin of display 5 is -2147483649, which does not "
+                           "fit in 32 bits\n"},
         // The main display's own origin is also the shift, which is logged first.
-        Refusal{"InfiniteShift", position(3, infinity, 0),
-                "stopping: x of the shift to the main display is inf, which is no 64-bit "
-                "integer\n"},
+        Refusal{
+            "InfiniteShift", position(3, infinity, 0),
+            "stopping: x of the shift to the main display is inf, which does not fit in 64 bits\n"},
         Refusal{"NoShift", position(3, 0, notANumber),
-                "stopping: y of the shift to the main display is nan, which is no 64-bit "
-                "integer\n"}),
+                "stopping: y of the shift to the main display is nan, which does not fit in 64 "
+                "bits\n"}),
     [](const auto& refusal) { return refusal.param.name; });
 
 TEST(HardwarePosition, IsComparedMemberByMember) {
