@@ -21,13 +21,14 @@ void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
     };
     const Hardware hardware = readHardware();
     repair_attempts::beginCheck(hardware.displays);
-    if (MainApplicationLayout::isInForce(hardware)) {
+    const MainApplicationLayout::Look look = MainApplicationLayout::look(hardware);
+    if (look.isMainApplications) {
         repairArrangement(hardware, log);
         return;
     }
     log("debug", "hardware not a Tolvaran layout, invariant holds");
     repair_attempts::noteOrder();
-    MainApplicationLayout::clearStaleMarks(hardware, log);
+    MainApplicationLayout::clearStaleMarks(hardware, look, log);
 }
 
 }  // namespace tolvaran

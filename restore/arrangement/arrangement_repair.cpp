@@ -24,7 +24,7 @@ using Positions = std::vector<HardwarePosition>;
 using MainApplicationLayout::Marks;
 
 // How often one check configures the displays with saved arrangements, however many a file holds.
-constexpr std::size_t mostConfigurations = 24;
+constexpr std::size_t mostConfigurations = repair_attempts::mostOfAll;
 
 /// One repair under way.
 struct Repair {

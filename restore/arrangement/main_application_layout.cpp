@@ -20,38 +20,49 @@ using Origins = std::map<std::string, CGPoint>;
 struct MarkStore {
     const char* mark;  // as the log calls it
     std::string (*path)();
+    bool (*mayBeStale)(const Look& first);
     /// Whether the signature is marked and the displays do not stand where the mark says.
     bool (*isStale)(const std::string& signature, const Origins& origins, const std::string& path);
     void (*clear)(const std::string& signature, const std::string& path);
 };
 
-/// A separated mark holds no positions.
+/// A separated mark holds no positions, and nobody has looked for it before.
 bool isSeparated(const std::string& signature, const Origins& /*origins*/,
                  const std::string& path) {
     const std::vector<std::string> marked = SeparatedSetsStore::signatures(path);
     return std::ranges::find(marked, signature) != marked.end();
 }
 
+template <MarkFinding (&find)(const std::string&, const Origins&, const std::string&)>
+bool isOutOfDate(const std::string& signature, const Origins& origins, const std::string& path) {
+    const MarkFinding found = find(signature, origins, path);
+    return found.isMarked && !found.isInForce;
+}
+
 /// The native-mirrored one stands last.
 constexpr std::array<MarkStore, 3> stores{{
-    {"separated mark", SeparatedSetsStore::defaultPath, isSeparated,
-     SeparatedSetsStore::clearSeparated},
-    {"stale side-pin mark", SidePinnedSetsStore::defaultPath, SidePinnedSetsStore::isStale,
-     SidePinnedSetsStore::clearSidePinned},
+    {"separated mark", SeparatedSetsStore::defaultPath, [](const Look&) { return true; },
+     isSeparated, SeparatedSetsStore::clearSeparated},
+    {"stale side-pin mark", SidePinnedSetsStore::defaultPath,
+     [](const Look& first) { return first.isSidePinMarked; },
+     isOutOfDate<SidePinnedSetsStore::find>, SidePinnedSetsStore::clearSidePinned},
     {"stale native-mirror mark", NativeMirroredSetsStore::defaultPath,
-     NativeMirroredSetsStore::isStale, NativeMirroredSetsStore::clearNativeMirrored},
+     [](const Look& first) { return first.isNativeMirrorMarked; },
+     isOutOfDate<NativeMirroredSetsStore::find>, NativeMirroredSetsStore::clearNativeMirrored},
 }};
 
 }  // namespace
 
-bool isInForce(const Hardware& hardware) {
+Look look(const Hardware& hardware) {
     const bool zigzag = Zigzag::isZigzag(presentFrames(hardware));
     const Origins origins = currentOrigins(hardware);
-    const bool sidePinned = SidePinnedSetsStore::matchesCurrentHardware(
-        hardware.signature, origins, SidePinnedSetsStore::defaultPath());
-    const bool nativeMirrored = NativeMirroredSetsStore::matchesCurrentHardware(
+    const MarkFinding sidePinned =
+        SidePinnedSetsStore::find(hardware.signature, origins, SidePinnedSetsStore::defaultPath());
+    const MarkFinding nativeMirrored = NativeMirroredSetsStore::find(
         hardware.signature, origins, NativeMirroredSetsStore::defaultPath());
-    return zigzag || sidePinned || nativeMirrored;
+    return {.isMainApplications = zigzag || sidePinned.isInForce || nativeMirrored.isInForce,
+            .isSidePinMarked = sidePinned.isMarked,
+            .isNativeMirrorMarked = nativeMirrored.isMarked};
 }
 
 void clear(Marks marks, const std::string& signature) {
@@ -61,10 +72,10 @@ void clear(Marks marks, const std::string& signature) {
     }
 }
 
-void clearStaleMarks(const Hardware& hardware, const CheckLog& log) {
+void clearStaleMarks(const Hardware& hardware, const Look& first, const CheckLog& log) {
     const Origins origins = currentOrigins(hardware);
     for (const MarkStore& store : stores) {
-        if (!store.isStale(hardware.signature, origins, store.path())) {
+        if (!store.mayBeStale(first) || !store.isStale(hardware.signature, origins, store.path())) {
             continue;
         }
         if (Zigzag::isZigzag(currentFrames(hardware.displays))) {

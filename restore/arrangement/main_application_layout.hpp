@@ -13,9 +13,16 @@ namespace tolvaran::MainApplicationLayout {
 /// mark must still be recognised as the main application's.
 enum class Marks { all, allButNativeMirrored };
 
-/// Whether the displays stand in a zigzag or in a side-pinned or native-mirrored layout that is
-/// marked for them. Asks for all three, so that each logs what it finds.
-bool isInForce(const Hardware& hardware);
+/// What a look at the displays and at the marks shows.
+struct Look {
+    bool isMainApplications = false;  // a zigzag, or a side-pinned or native-mirrored layout
+    bool isSidePinMarked = false;     // whether these displays have such a mark at all
+    bool isNativeMirrorMarked = false;
+};
+
+/// Looks at where the displays stand, and then, whatever that is, at both stores of layouts, so
+/// that each logs what it finds. Each store is read once.
+Look look(const Hardware& hardware);
 
 /// Removes this set of displays from the stores.
 void clear(Marks marks, const std::string& signature);
@@ -23,7 +30,8 @@ void clear(Marks marks, const std::string& signature);
 /// For displays in healthy order: removes them from every store that marks them, and logs each at
 /// "info", as in "cleared stale side-pin mark for healthy sig=" and the signature. Looks a second
 /// time before it does: a display or a file that could not be read at first must not cost a mark
-/// that is all that is known of the main application's layout.
-void clearStaleMarks(const Hardware& hardware, const CheckLog& log);
+/// that is all that is known of the main application's layout. A store that did not mark them at
+/// the first look is not read again.
+void clearStaleMarks(const Hardware& hardware, const Look& first, const CheckLog& log);
 
 }  // namespace tolvaran::MainApplicationLayout

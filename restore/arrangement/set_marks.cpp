@@ -236,19 +236,22 @@ void LayoutSetsStore<marks>::migrateCanonicalIDs(const Mapping& mapping, const s
 }
 
 template <const SetMarks& marks>
-bool LayoutSetsStore<marks>::matchesCurrentHardware(
-    const std::string& signature, const std::map<std::string, CGPoint>& currentOriginsByUUID,
-    const std::string& path) {
-    return matchesAny(candidates(signature, path), currentOriginsByUUID);
+MarkFinding LayoutSetsStore<marks>::find(const std::string& signature,
+                                         const std::map<std::string, CGPoint>& currentOriginsByUUID,
+                                         const std::string& path) {
+    const File file = load(path);
+    const auto marked = file.arrangements.find(signature);
+    if (marked == file.arrangements.end()) {
+        return {};
+    }
+    return {.isMarked = true, .isInForce = matchesAny(marked->second, currentOriginsByUUID)};
 }
 
 template <const SetMarks& marks>
-bool LayoutSetsStore<marks>::isStale(const std::string& signature,
-                                     const std::map<std::string, CGPoint>& currentOriginsByUUID,
-                                     const std::string& path) {
-    const File file = load(path);
-    const auto marked = file.arrangements.find(signature);
-    return marked != file.arrangements.end() && !matchesAny(marked->second, currentOriginsByUUID);
+bool LayoutSetsStore<marks>::matchesCurrentHardware(
+    const std::string& signature, const std::map<std::string, CGPoint>& currentOriginsByUUID,
+    const std::string& path) {
+    return find(signature, currentOriginsByUUID, path).isInForce;
 }
 
 template struct LayoutSetsStore<sidePinnedSets>;

@@ -1,5 +1,5 @@
 // The set marks: which sets of displays the main application has put into a layout that only it
-// makes and that is no zigzag. Three stores, each a small file by signature:
+// makes and that is not a zigzag. Three stores, each a small file by signature:
 //
 //   SeparatedSetsStore       sets that it has separated; the signatures alone
 //   SidePinnedSetsStore      the side-pinned layouts that it planned or made for a set
@@ -85,6 +85,12 @@ void migrateCanonicalIDs(const std::map<std::string, std::string>& mapping,
 
 }  // namespace SeparatedSetsStore
 
+/// What one reading of a store of layouts shows about a set of displays.
+struct MarkFinding {
+    bool isMarked = false;   // whether any layout is marked for them
+    bool isInForce = false;  // whether they stand in one of these
+};
+
 /// The operations of a store of layouts, which SidePinnedSetsStore and NativeMirroredSetsStore
 /// offer under their own names.
 template <const SetMarks& marks>
@@ -100,7 +106,7 @@ struct LayoutSetsStore {
     /// The marked signatures, in ascending order.
     static std::vector<std::string> signatures(const std::string& path);
 
-    /// The layouts marked for the signature; empty when there are none.
+    /// The layouts marked for the signature; empty if there are none.
     static std::vector<MarkedLayout> candidates(const std::string& signature,
                                                 const std::string& path);
 
@@ -114,7 +120,7 @@ struct LayoutSetsStore {
     static void mark(const std::string& signature, const MarkedLayout& entries,
                      const std::string& path);
 
-    /// Makes these the signature's layouts; when there are none, removes the signature. Does
+    /// Makes these the signature's layouts; if there are none, removes the signature. Does
     /// nothing when the signature is empty, or is to be removed and not there.
     static void restoreCandidates(const std::string& signature,
                                   const std::vector<MarkedLayout>& candidates,
@@ -131,20 +137,18 @@ struct LayoutSetsStore {
     static void migrateCanonicalIDs(const std::map<std::string, std::string>& mapping,
                                     const std::string& path);
 
-    /// Whether the displays now stand in a layout marked for the signature: each display that the
-    /// layout names is present, at most `matchTolerance` from its place in x and in y. An empty
-    /// layout matches nothing.
+    /// Reads the file once. The displays stand in a layout if each display that the layout names is
+    /// present, at most `matchTolerance` from its place in x and in y. An empty layout matches
+    /// nothing.
     /// @param currentOriginsByUUID origins by canonical ID, in global display coordinates, points
+    static MarkFinding find(const std::string& signature,
+                            const std::map<std::string, CGPoint>& currentOriginsByUUID,
+                            const std::string& path);
+
+    /// Whether the displays now stand in a layout marked for the signature, as find() says.
     static bool matchesCurrentHardware(const std::string& signature,
                                        const std::map<std::string, CGPoint>& currentOriginsByUUID,
                                        const std::string& path);
-
-    /// Whether the signature is marked and the displays stand in none of its layouts. Both are
-    /// taken from one reading of the file, so that a file that cannot be read for a moment makes no
-    /// mark look out of date.
-    static bool isStale(const std::string& signature,
-                        const std::map<std::string, CGPoint>& currentOriginsByUUID,
-                        const std::string& path);
 };
 
 /// How far, in points, a display may stand from its place in a marked layout.
@@ -165,7 +169,7 @@ inline constexpr auto& restoreCandidates = Operations::restoreCandidates;
 inline constexpr auto& clearSidePinned = Operations::clear;
 inline constexpr auto& migrateCanonicalIDs = Operations::migrateCanonicalIDs;
 inline constexpr auto& matchesCurrentHardware = Operations::matchesCurrentHardware;
-inline constexpr auto& isStale = Operations::isStale;
+inline constexpr auto& find = Operations::find;
 
 }  // namespace SidePinnedSetsStore
 
@@ -184,7 +188,7 @@ inline constexpr auto& restoreCandidates = Operations::restoreCandidates;
 inline constexpr auto& clearNativeMirrored = Operations::clear;
 inline constexpr auto& migrateCanonicalIDs = Operations::migrateCanonicalIDs;
 inline constexpr auto& matchesCurrentHardware = Operations::matchesCurrentHardware;
-inline constexpr auto& isStale = Operations::isStale;
+inline constexpr auto& find = Operations::find;
 
 }  // namespace NativeMirroredSetsStore
 }  // namespace tolvaran

@@ -111,7 +111,7 @@ Positions bestPositions(const Hardware& hardware, const Arrangements& arrangemen
 
 ArrangementPlan planArrangement(const Hardware& hardware) {
     const OriginalsFile originals = OriginalsStore::load(OriginalsStore::defaultPath());
-    ArrangementPlan plan{.isNeeded = MainApplicationLayout::isInForce(hardware),
+    ArrangementPlan plan{.isNeeded = MainApplicationLayout::look(hardware).isMainApplications,
                          .hasRecord = !originals.arrangements.empty(),
                          .isMarked = isMarked(hardware.signature)};
     if (plan.isNeeded) {

@@ -309,7 +309,7 @@ struct LayoutStore {
         restoreCandidates;
     std::function<void(const Mapping&, const std::string&)> migrate;
     std::function<bool(const std::string&, const Origins&, const std::string&)> matches;
-    std::function<bool(const std::string&, const Origins&, const std::string&)> isStale;
+    std::function<MarkFinding(const std::string&, const Origins&, const std::string&)> find;
 };
 
 void PrintTo(const LayoutStore& store, std::ostream* out) {
@@ -323,13 +323,13 @@ const std::vector<LayoutStore>& layoutStores() {
          SidePinnedSetsStore::candidates, SidePinnedSetsStore::premarkSidePinned,
          SidePinnedSetsStore::markSidePinned, SidePinnedSetsStore::restoreCandidates,
          SidePinnedSetsStore::migrateCanonicalIDs, SidePinnedSetsStore::matchesCurrentHardware,
-         SidePinnedSetsStore::isStale},
+         SidePinnedSetsStore::find},
         {"native-mirrored", 1,
          [](const std::string& path) { return NativeMirroredSetsStore::load(path).arrangements; },
          NativeMirroredSetsStore::candidates, NativeMirroredSetsStore::premarkNativeMirrored,
          NativeMirroredSetsStore::markNativeMirrored, NativeMirroredSetsStore::restoreCandidates,
          NativeMirroredSetsStore::migrateCanonicalIDs,
-         NativeMirroredSetsStore::matchesCurrentHardware, NativeMirroredSetsStore::isStale},
+         NativeMirroredSetsStore::matchesCurrentHardware, NativeMirroredSetsStore::find},
     };
     return list;
 }
@@ -480,9 +480,11 @@ TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
         EXPECT_EQ(GetParam().matches("A,B", c.origins, path), c.matches) << c.what;
         EXPECT_FALSE(GetParam().matches("X", c.origins, path)) << c.what;
         EXPECT_FALSE(GetParam().matches("unknown", c.origins, path)) << c.what;
-        EXPECT_EQ(GetParam().isStale("A,B", c.origins, path), !c.matches) << c.what;
-        EXPECT_TRUE(GetParam().isStale("X", c.origins, path)) << c.what;
-        EXPECT_FALSE(GetParam().isStale("unknown", c.origins, path)) << c.what;
+        EXPECT_EQ(GetParam().find("A,B", c.origins, path).isInForce, c.matches) << c.what;
+        EXPECT_TRUE(GetParam().find("A,B", c.origins, path).isMarked) << c.what;
+        EXPECT_TRUE(GetParam().find("X", c.origins, path).isMarked) << c.what;
+        EXPECT_FALSE(GetParam().find("X", c.origins, path).isInForce) << c.what;
+        EXPECT_FALSE(GetParam().find("unknown", c.origins, path).isMarked) << c.what;
     }
     EXPECT_EQ(log.lines(), Lines());
 }
