@@ -30,7 +30,7 @@ int helperMain() {
     // Losing whoever reads standard error must not end the helper.
     std::signal(SIGPIPE, SIG_IGN);
     setUpLogging();
-    // A helper that was killed while it rewrote a record has left its unfinished copy behind.
+    // A helper that was killed while it changed a record has left something behind.
     files::removeAbandonedFiles(TolvaranPaths::stateDir());
     workspace::prohibitActivation();
 

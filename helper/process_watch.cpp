@@ -4,6 +4,8 @@
 #include "helper/helper_log.hpp"
 #include "helper/main_application.hpp"
 #include "helper/restore_sequence.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran {
 
@@ -62,6 +64,8 @@ void Helper::rearmAfterExit(const std::weak_ptr<Helper>& weak, pid_t exitedPID) 
             helper->watch(*other);
         }
     }
+    // Tolvaran may have been killed while it changed a record.
+    files::removeAbandonedFiles(TolvaranPaths::stateDir());
     runRestoreSequence("proc-exit", exitedPID);
 }
 

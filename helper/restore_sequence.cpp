@@ -5,6 +5,8 @@
 
 #include "helper/step_log.hpp"
 #include "helper/steps/steps.hpp"
+#include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran {
 namespace {
@@ -26,6 +28,14 @@ constexpr std::array<Step, 6> steps{{
 }  // namespace
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
+    // What the main application writes from here on is left to it, or to the next run: no step sees
+    // that it has started.
+    std::optional<files::Recovery> recovery;
+    try {
+        recovery.emplace(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
+    } catch (const std::bad_alloc&) {
+        // Each step then sees to its own record from where it begins.
+    }
     for (const Step& step : steps) {
         try {
             step.run(tag, exitedPID);

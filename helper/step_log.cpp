@@ -2,6 +2,7 @@
 
 #include "helper/helper_log.hpp"
 #include "helper/main_application.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran {
 
@@ -15,6 +16,14 @@ bool StepLog::mainAppIsRunning(std::optional<pid_t> exitedPID) const {
         log("debug", "Tolvaran running (pid " + std::to_string(*running) + "), skipping");
     }
     return running.has_value();
+}
+
+bool StepLog::recordHasChanged(const std::string& path) const {
+    const bool hasChanged = files::isChangedByAnother(path);
+    if (hasChanged) {
+        log("debug", files::leftToNextRun(path));
+    }
+    return hasChanged;
 }
 
 }  // namespace tolvaran

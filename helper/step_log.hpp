@@ -24,6 +24,14 @@ class StepLog {
     /// returns.
     bool mainAppIsRunning(std::optional<pid_t> exitedPID) const;
 
+    /// Whether another process has changed the record since the run began. Then logs at "debug"
+    /// that the step leaves it to the next run; the caller returns.
+    ///
+    /// All steps of a run see the applications that ran when it began. A record that was changed
+    /// since tells of a main application that has started in the meantime, and of changes to the
+    /// Mac that it may not have made yet.
+    bool recordHasChanged(const std::string& path) const;
+
   private:
     std::string prefix_;
 };

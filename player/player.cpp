@@ -59,12 +59,12 @@ class Root {
 class Process {
   public:
     explicit Process(const json& mac) {
-        tolvaran::endProcess();
+        tolvaran::forgetProcessWideValues();
         reset(mac);
     }
     ~Process() {
         setStandardErrorSink({});
-        tolvaran::endProcess();
+        tolvaran::forgetProcessWideValues();
         reset();
     }
     Process(const Process&) = delete;

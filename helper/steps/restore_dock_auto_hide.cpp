@@ -11,7 +11,7 @@ void restoreDockAutoHide(const std::string& tag, std::optional<pid_t> exitedPID)
         return;
     }
     const std::string marker = DockAutoHideOverride::defaultSnapshotPath();
-    if (!DockAutoHideOverride::isPending(marker)) {
+    if (!DockAutoHideOverride::isPending(marker) || step.recordHasChanged(marker)) {
         return;
     }
     step.log("info", "marker found, restoring");

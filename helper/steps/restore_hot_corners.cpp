@@ -2,6 +2,7 @@
 
 #include "helper/step_log.hpp"
 #include "restore/dock/dock_hot_corner_override.hpp"
+#include "restore/dock/hot_corner_lease_state.hpp"
 #include "restore/dock/screen_saver_hot_corner_hold.hpp"
 
 namespace tolvaran {
@@ -13,20 +14,21 @@ void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
     }
     // The hold comes first: it needs nothing but a notification, while the snapshot may fail and
     // stay.
-    if (ScreenSaverHotCornerHold::recoverIfPending(ScreenSaverHotCornerHold::defaultMarkerPath())) {
+    const std::string hold = ScreenSaverHotCornerHold::defaultMarkerPath();
+    if (ScreenSaverHotCornerHold::isPending(hold) && !step.recordHasChanged(hold) &&
+        ScreenSaverHotCornerHold::recoverIfPending(hold)) {
         step.log("info", "screen saver hold released");
     }
     const std::string snapshot = DockHotCornerOverride::defaultSnapshotPath();
-    if (!DockHotCornerOverride::isPending(snapshot)) {
+    if (!DockHotCornerOverride::isPending(snapshot) || step.recordHasChanged(snapshot)) {
         return;
     }
     step.log("info", "applying snapshot");
+    // Every run starts from the file: since the last one Tolvaran may have come and gone, and left
+    // a newer snapshot there.
+    DockHotCornerOverride::forgetSnapshotInMemory();
     if (DockHotCornerOverride::restoreIfPending(snapshot, DockHotCornerOverride::dockAppID)) {
         step.log("info", "snapshot applied + deleted");
-    } else {
-        // The next run must start from the file: Tolvaran may have come and gone by then, and left
-        // a newer snapshot there.
-        DockHotCornerOverride::forgetSnapshotOnDisk(snapshot);
     }
 }
 

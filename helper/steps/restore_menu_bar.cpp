@@ -2,6 +2,7 @@
 
 #include "helper/step_log.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran {
 namespace {
@@ -16,10 +17,13 @@ void logResult(const StepLog& step, bool succeeded, const std::string& done,
 void keepRemaining(const StepLog& step, const std::string& path,
                    const MenuBarAutohideSnapshot& snapshot, const MenuBarRestoreOutcome& outcome) {
     const auto remaining = snapshot.settled(outcome);
+    if (remaining == snapshot || step.recordHasChanged(path)) {
+        return;
+    }
     if (!remaining) {
         logResult(step, MenuBarAutohide::deleteSnapshot(path), "snapshot deleted",
                   "snapshot could not be deleted");
-    } else if (*remaining != snapshot) {
+    } else {
         logResult(step, MenuBarAutohide::saveSnapshot(*remaining, path),
                   "kept " + std::to_string(outcome.unsettled.size()) + " unsettled display(s)",
                   "pending records could not be saved");
@@ -34,8 +38,9 @@ void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID) {
         return;
     }
     const std::string path = MenuBarAutohide::defaultSnapshotPath();
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
     const auto snapshot = MenuBarAutohide::loadSnapshot(path);
-    if (!snapshot) {
+    if (!snapshot || step.recordHasChanged(path)) {
         return;
     }
     // A display may stay away for weeks. The log need not show every run that waits for it.

@@ -3,6 +3,7 @@
 #include "helper/step_log.hpp"
 #include "restore/modes/resolution_originals_store.hpp"
 #include "restore/modes/resolution_restore.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran {
 
@@ -13,6 +14,10 @@ void restoreResolutions(const std::string& tag, std::optional<pid_t> exitedPID) 
         return;
     }
     if (step.mainAppIsRunning(exitedPID)) {
+        return;
+    }
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
+    if (step.recordHasChanged(path)) {
         return;
     }
     const std::int64_t count = ResolutionRestore::restorePendingUsingSystemDisplays(path);

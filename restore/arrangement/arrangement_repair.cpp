@@ -323,7 +323,7 @@ void repairArrangement(const Hardware& hardware, const CheckLog& log) {
     for (const Way& way : ways) {
         if (const auto success = way.attempt(repair, originals.arrangements)) {
             log("info", *success);
-            MainApplicationLayout::clear(way.settledMarks, hardware.signature);
+            MainApplicationLayout::clear(way.settledMarks, hardware.signature, log);
             return;
         }
     }

@@ -10,6 +10,7 @@
 
 #include "restore/arrangement/set_marks.hpp"
 #include "restore/arrangement/zigzag.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran::MainApplicationLayout {
 
@@ -51,6 +52,14 @@ constexpr std::array<MarkStore, 3> stores{{
      isOutOfDate<NativeMirroredSetsStore::find>, NativeMirroredSetsStore::clearNativeMirrored},
 }};
 
+bool hasChanged(const MarkStore& store, const CheckLog& log) {
+    const bool isLeftAlone = files::isChangedByAnother(store.path());
+    if (isLeftAlone) {
+        log("debug", files::leftToNextRun(store.path()));
+    }
+    return isLeftAlone;
+}
+
 }  // namespace
 
 Look look(const Hardware& hardware) {
@@ -65,17 +74,20 @@ Look look(const Hardware& hardware) {
             .isNativeMirrorMarked = nativeMirrored.isMarked};
 }
 
-void clear(Marks marks, const std::string& signature) {
+void clear(Marks marks, const std::string& signature, const CheckLog& log) {
     const std::span<const MarkStore> all = stores;
     for (const MarkStore& store : marks == Marks::all ? all : all.first<2>()) {
-        store.clear(signature, store.path());
+        if (!hasChanged(store, log)) {
+            store.clear(signature, store.path());
+        }
     }
 }
 
 void clearStaleMarks(const Hardware& hardware, const Look& first, const CheckLog& log) {
     const Origins origins = currentOrigins(hardware);
     for (const MarkStore& store : stores) {
-        if (!store.mayBeStale(first) || !store.isStale(hardware.signature, origins, store.path())) {
+        if (!store.mayBeStale(first) || !store.isStale(hardware.signature, origins, store.path()) ||
+            hasChanged(store, log)) {
             continue;
         }
         if (Zigzag::isZigzag(currentFrames(hardware.displays))) {

@@ -24,14 +24,15 @@ struct Look {
 /// that each logs what it finds. Each store is read once.
 Look look(const Hardware& hardware);
 
-/// Removes this set of displays from the stores.
-void clear(Marks marks, const std::string& signature);
+/// Removes this set of displays from the stores. One that another process has changed since the
+/// recovery in progress began is left alone, which is logged at "debug".
+void clear(Marks marks, const std::string& signature, const CheckLog& log);
 
 /// For displays in healthy order: removes them from every store that marks them, and logs each at
 /// "info", as in "cleared stale side-pin mark for healthy sig=" and the signature. Looks a second
 /// time before it does: a display or a file that could not be read at first must not cost a mark
 /// that is all that is known of the main application's layout. A store that did not mark them at
-/// the first look is not read again.
+/// the first look is not read again. Leaves alone what clear() does.
 void clearStaleMarks(const Hardware& hardware, const Look& first, const CheckLog& log);
 
 }  // namespace tolvaran::MainApplicationLayout

@@ -6,6 +6,7 @@
 #include "restore/arrangement/id_migration.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
 #include "restore/support/record_file.hpp"
 #include "restore/support/text.hpp"
 
@@ -15,6 +16,11 @@ namespace OriginalsStore {
 namespace {
 
 using Arrangements = decltype(OriginalsFile::arrangements);
+
+constexpr const char* recordName = "originals file";
+const record_file::Expectation usable{
+    .version = fileVersion,
+    .warning = "originals file missing/wrong version/unparseable, starting fresh"};
 
 Arrangements migrated(const Arrangements& stored,
                       const std::map<std::string, std::string>& mapping) {
@@ -36,28 +42,28 @@ std::string defaultPath() {
 }
 
 OriginalsFile load(const std::string& path) {
-    return record_file::load<OriginalsFile>(
-               path,
-               {.version = fileVersion,
-                .warning = "originals file missing/wrong version/unparseable, starting fresh"})
-        .value_or(OriginalsFile());
+    return record_file::load<OriginalsFile>(path, usable).value_or(OriginalsFile());
 }
 
 void save(const OriginalsFile& file, const std::string& path) {
-    record_file::save(file, path, "originals file");
+    record_file::save(file, path, recordName);
 }
 
 void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::string& path) {
     if (mapping.empty()) {
         return;
     }
-    const OriginalsFile file = load(path);
-    const OriginalsFile result{.version = fileVersion,
-                               .arrangements = migrated(file.arrangements, mapping)};
-    if (result == file) {
+    using Kind = files::Change::Kind;
+    const auto migrate = [&](OriginalsFile& file) {
+        Arrangements renamed = migrated(file.arrangements, mapping);
+        const bool isChanged = renamed != file.arrangements;
+        file.arrangements = std::move(renamed);
+        return isChanged ? Kind::replacement : Kind::nothing;
+    };
+    if (record_file::update<OriginalsFile>(path, usable, recordName, migrate) !=
+        Kind::replacement) {
         return;
     }
-    save(result, path);
     RestoreLog::info("Migrated originals UUIDs: " + text::describe(mapping));
 }
 

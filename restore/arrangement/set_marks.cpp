@@ -8,6 +8,7 @@
 #include "restore/arrangement/id_migration.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
+#include "restore/support/files.hpp"
 #include "restore/support/record_file.hpp"
 #include "restore/support/text.hpp"
 
@@ -15,6 +16,7 @@ namespace tolvaran {
 namespace {
 
 using id_migration::Mapping;
+using Kind = files::Change::Kind;
 using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
 
 // What all three stores do, whatever their records hold.
@@ -27,36 +29,32 @@ std::string pathOf(const SetMarks& marks) {
     return TolvaranPaths::statePath(nameOf(marks) + ".json");
 }
 
-template <typename File>
-File loadFile(const SetMarks& marks, const std::string& path) {
-    return record_file::load<File>(
-               path,
-               {.version = marks.version,
-                .warning = nameOf(marks) + " file wrong version/unparseable, treating as empty"})
-        .value_or(File());
+record_file::Expectation usable(const SetMarks& marks) {
+    return {.version = marks.version,
+            .warning = nameOf(marks) + " file wrong version/unparseable, treating as empty"};
 }
 
-/// Saves what `change` made of the stored record, unless it returned false for no change.
+template <typename File>
+File loadFile(const SetMarks& marks, const std::string& path) {
+    return record_file::load<File>(path, usable(marks)).value_or(File());
+}
+
+/// Does with the stored record what `change` says, which may alter it.
 template <typename File, typename Change>
-bool update(const SetMarks& marks, const std::string& path, Change change) {
-    auto file = loadFile<File>(marks, path);
-    if (!change(file)) {
-        return false;
-    }
-    record_file::save(file, path, nameOf(marks) + " file");
-    return true;
+Kind update(const SetMarks& marks, const std::string& path, Change change) {
+    return record_file::update<File>(path, usable(marks), nameOf(marks) + " file", change);
 }
 
 /// Saves what `migrated` makes of the record, when that differs, and says so.
 template <typename File, typename Migrated>
 void migrate(const SetMarks& marks, const Mapping& mapping, const std::string& path,
              Migrated migrated) {
-    const bool changed = !mapping.empty() && update<File>(marks, path, [&](File& file) {
+    const auto change = [&](File& file) {
         const File before = file;
         file = migrated(before);
-        return file != before;
-    });
-    if (changed) {
+        return file == before ? Kind::nothing : Kind::replacement;
+    };
+    if (!mapping.empty() && update<File>(marks, path, change) == Kind::replacement) {
         RestoreLog::info(std::string("Migrated ") + marks.kind +
                          "-set signatures: " + text::describe(mapping));
     }
@@ -135,13 +133,13 @@ void markSeparated(const std::string& signature, const std::string& path) {
         if (isNew) {
             list.push_back(signature);
         }
-        return isNew;
+        return isNew ? Kind::replacement : Kind::reliedOn;
     });
 }
 
 void clearSeparated(const std::string& signature, const std::string& path) {
     update<SeparatedSetsFile>(separatedSets, path, [&](SeparatedSetsFile& file) {
-        return std::erase(file.signatures, signature) > 0;
+        return std::erase(file.signatures, signature) > 0 ? Kind::replacement : Kind::nothing;
     });
 }
 
@@ -194,7 +192,7 @@ void LayoutSetsStore<marks>::premark(const std::string& signature,
         if (isNew) {
             layouts.push_back(plannedEntries);
         }
-        return isNew;
+        return isNew ? Kind::replacement : Kind::reliedOn;
     });
 }
 
@@ -219,13 +217,15 @@ void LayoutSetsStore<marks>::restoreCandidates(const std::string& signature,
     }
     update<File>(marks, path, [&](File& file) {
         file.arrangements[signature] = candidates;
-        return true;
+        return Kind::replacement;
     });
 }
 
 template <const SetMarks& marks>
 void LayoutSetsStore<marks>::clear(const std::string& signature, const std::string& path) {
-    update<File>(marks, path, [&](File& file) { return file.arrangements.erase(signature) > 0; });
+    update<File>(marks, path, [&](File& file) {
+        return file.arrangements.erase(signature) > 0 ? Kind::replacement : Kind::nothing;
+    });
 }
 
 template <const SetMarks& marks>

@@ -8,7 +8,10 @@
 // The main application marks; the arrangement invariant recognises its layouts by the marks and
 // clears them. All three follow one rule, which is told once:
 //
-// Every operation takes the file's path last and works on fresh content; nothing throws. A missing
+// Every operation takes the file's path last and works on fresh content; nothing throws but
+// std::bad_alloc if memory runs out. Two processes may change a store at the same time, and the
+// changes of both are kept. A mark that is already there when it is made again stays, too, though a
+// helper that has read it before may be about to clear it. A missing
 // file is an empty store. A file that does not decode or has another version counts as empty, stays
 // until the next change replaces it, and is reported through RestoreLog.warn:
 // "separated-sets file wrong version/unparseable, treating as empty". A change replaces the file,

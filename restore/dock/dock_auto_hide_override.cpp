@@ -20,7 +20,8 @@ std::string defaultSnapshotPath() {
 
 void markPending(bool restoreTo, const std::string& path) {
     try {
-        files::store(path, json::write(Snapshot{.version = recordVersion, .restoreTo = restoreTo}));
+        files::writeCreatingDirectory(
+            path, json::write(Snapshot{.version = recordVersion, .restoreTo = restoreTo}));
     } catch (const files::Error&) {
         // The older marker, if any, is still in place.
     }
@@ -40,6 +41,7 @@ void clearPending(const std::string& path) {
 }
 
 bool restoreIfPending(const std::string& path) {
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
     const std::optional<bool> value = pendingRestoreValue(path);
     const bool mustChange = value && (CoreDockGetAutoHideEnabled() != 0) != *value;
     if (mustChange) {
@@ -47,8 +49,11 @@ bool restoreIfPending(const std::string& path) {
         RestoreLog::info(std::string("dock auto-hide restoreIfPending: forced back to ") +
                          (*value ? "true" : "false"));
     }
-    if (value || isPending(path)) {
-        clearPending(path);
+    if ((value || isPending(path)) && files::removeIfPossible(path)) {
+        RestoreLog::info(
+            "dock auto-hide restoreIfPending: marker was changed by another process meanwhile and "
+            "is left alone");
+        return false;
     }
     return mustChange;
 }

@@ -1,6 +1,11 @@
 // The Dock's auto-hide while the main application overrides it: a pending marker on disk holds the
 // value to put back. The main application marks and clears it; the helper restores from it.
-// Nothing here throws, and a failure to write or remove the marker is silent.
+// Nothing here throws but std::bad_alloc if memory runs out, and a failure to write or remove the
+// marker is silent.
+//
+// A marker that another process writes during restoreIfPending() stays. So markPending() may be
+// called at any time, also beside a helper that is restoring; the helper may then still change the
+// Dock once.
 #pragma once
 
 #include <cstdint>
@@ -37,8 +42,9 @@ void clearPending(const std::string& path);
 /// Forces the Dock to the recorded value, whatever the user may have changed since, and removes the
 /// marker, also one that cannot be decoded: a bad file must not block later restores.
 /// Logs through RestoreLog.info "dock auto-hide restoreIfPending: forced back to true" (or "false")
-/// when the Dock had to be changed.
-/// @return true only when the Dock had to be changed
+/// when the Dock had to be changed, and "dock auto-hide restoreIfPending: marker was changed by
+/// another process meanwhile and is left alone".
+/// @return true only when the Dock had to be changed and the marker was removed
 bool restoreIfPending(const std::string& path);
 
 }  // namespace tolvaran::DockAutoHideOverride

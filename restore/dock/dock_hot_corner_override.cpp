@@ -1,5 +1,7 @@
 #include "restore/dock/dock_hot_corner_override.hpp"
 
+#include <new>
+
 #include "restore/dock/hot_corner_lease_state.hpp"
 #include "restore/paths/restore_log.hpp"
 #include "restore/support/files.hpp"
@@ -10,28 +12,28 @@ namespace {
 
 using Outcome = DockHotCornerLeaseExitOutcome;
 
-// How the warnings of exit() and restoreIfPending() begin that end with an error or a path.
+// How the warnings of exit() and restoreIfPending() begin that end with an error.
 constexpr const char* releaseNotRetained =
     "hot-corner release could not re-persist its recovery snapshot: ";
 constexpr const char* pendingNotRetained =
     "hot-corner restoreIfPending could not re-persist its recovery snapshot: ";
-constexpr const char* exitNotRestored = "hot-corner exit: CFPreferencesAppSynchronize failed";
-constexpr const char* pendingNotRestored =
-    "hot-corner restoreIfPending: CFPreferencesAppSynchronize failed";
 
-/// Keeps the snapshot in memory and on disk; a file that holds it already is left alone.
-void retain(const DockHotCornerSnapshot& snapshot, const std::string& path) {
+// How the lines begin that say what became of a snapshot.
+constexpr const char* enterOperation = "hot-corner enter";
+constexpr const char* exitOperation = "hot-corner exit";
+constexpr const char* pendingOperation = "hot-corner restoreIfPending";
+
+/// Keeps the snapshot in memory and on disk; a file that holds it already is left as it is.
+void retain(const DockHotCornerSnapshot& snapshot, const std::string& path, Purpose purpose) {
     leaseState().recoverySnapshot = snapshot;
-    if (loadSnapshot(path) != snapshot) {
-        saveSnapshotOrThrow(snapshot, path);
-    }
+    ensureSnapshotOrThrow(snapshot, path, purpose);
 }
 
-/// The same; a failure is logged behind `complaint`.
-bool retainOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path,
+/// Retains the snapshot as retain() does; a failure is logged behind `complaint`.
+bool retainOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path, Purpose purpose,
                   const std::string& complaint) {
     try {
-        retain(snapshot, path);
+        retain(snapshot, path, purpose);
         return true;
     } catch (const OverrideError& error) {
         RestoreLog::warn(complaint + error.what());
@@ -39,10 +41,16 @@ bool retainOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path
     }
 }
 
-/// What a restored snapshot leaves behind: nothing.
-void forget(const std::string& path) {
-    deleteSnapshot(path);
+/// Removes what a restored snapshot has left. False, after a line that begins with `operation`, if
+/// another process has put a snapshot of its own there meanwhile, which stays.
+bool forget(const std::string& path, const std::string& operation) {
     leaseState().recoverySnapshot.reset();
+    if (!files::removeIfPossible(path)) {
+        return true;
+    }
+    RestoreLog::info(operation + ": snapshot at " + path +
+                     " was changed by another process meanwhile and is left alone");
+    return false;
 }
 
 /// The snapshot that the leases already held go back to, in memory and on disk.
@@ -51,7 +59,7 @@ DockHotCornerSnapshot snapshotInForce(const std::string& path, const std::string
     if (!snapshot) {
         throw OverrideError::persistenceFailed(whenMissing);
     }
-    retain(*snapshot, path);
+    retain(*snapshot, path, Purpose::suppressing);
     return *snapshot;
 }
 
@@ -87,44 +95,71 @@ void recoverFirst(const std::string& path, const std::string& appID) {
     }
 }
 
-DockHotCornerSnapshot suppress(DockHotCornerLeaseOwner owner, const std::string& path,
-                               const std::string& appID) {
-    recoverFirst(path, appID);
-    DockHotCornerSnapshot snapshot = readCurrent(appID);
-    saveSnapshotOrThrow(snapshot, path);
-    leaseState().recoverySnapshot = snapshot;
-    if (!writeDisabled(appID)) {
-        if (restore(snapshot, appID)) {
-            forget(path);
-        }
-        throw OverrideError::syncFailed();
+/// Puts the corners back after a suppression that did not come about. Where that fails, the
+/// snapshot stays for a later recovery.
+void undoSuppression(const DockHotCornerSnapshot& snapshot, const std::string& path,
+                     const std::string& appID) {
+    if (restore(snapshot, appID)) {
+        forget(path, enterOperation);
     }
-    leaseState().owners.insert(rawValue(owner));
-    return snapshot;
 }
 
-/// Restores a snapshot that is retained, and forgets it once it is in force. A failure, whatever it
-/// was, is logged with `complaint` in front.
-bool restoreAndForget(const DockHotCornerSnapshot& snapshot, const std::string& path,
-                      const std::string& appID, const std::string& complaint) {
-    if (!restore(snapshot, appID)) {
-        RestoreLog::warn(complaint + "; snapshot kept at " + path + " for retry");
+/// Suppresses the corners and adds the lease. False if the Dock does not take it.
+bool addFirstLease(DockHotCornerLeaseOwner owner, const DockHotCornerSnapshot& snapshot,
+                   const std::string& appID) {
+    leaseState().recoverySnapshot = snapshot;
+    if (!writeDisabled(appID)) {
         return false;
     }
-    forget(path);
+    leaseState().owners.insert(rawValue(owner));
     return true;
 }
 
+DockHotCornerSnapshot suppress(DockHotCornerLeaseOwner owner, const std::string& path,
+                               const std::string& appID) {
+    // A snapshot that another process saves from here on is not replaced by this one's.
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
+    recoverFirst(path, appID);
+    DockHotCornerSnapshot snapshot = readCurrent(appID);
+    saveSnapshotOrThrow(snapshot, path);
+    try {
+        if (addFirstLease(owner, snapshot, appID)) {
+            return snapshot;
+        }
+    } catch (const std::bad_alloc&) {
+        undoSuppression(snapshot, path, appID);
+        throw;
+    }
+    undoSuppression(snapshot, path, appID);
+    throw OverrideError::syncFailed();
+}
+
+/// Restores a snapshot that is retained. A failure, whatever it was, is logged with `operation` in
+/// front.
+bool restoreOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path,
+                   const std::string& appID, const std::string& operation) {
+    if (restore(snapshot, appID)) {
+        return true;
+    }
+    RestoreLog::warn(operation + ": CFPreferencesAppSynchronize failed; snapshot kept at " + path +
+                     " for retry");
+    return false;
+}
+
 Outcome releaseLast(const std::string& path, const std::string& appID) {
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
     const std::optional<DockHotCornerSnapshot> snapshot = recoverableSnapshot(path);
     if (!snapshot) {
         RestoreLog::warn("hot-corner release found no recoverable snapshot for the final owner");
         return Outcome::snapshotUnavailable;
     }
     // Worth a try even when the snapshot is in memory only: nothing is lost by restoring now.
-    retainOrWarn(*snapshot, path, releaseNotRetained);
-    return restoreAndForget(*snapshot, path, appID, exitNotRestored) ? Outcome::restored
-                                                                     : Outcome::restoreFailed;
+    retainOrWarn(*snapshot, path, Purpose::restoring, releaseNotRetained);
+    if (!restoreOrWarn(*snapshot, path, appID, exitOperation)) {
+        return Outcome::restoreFailed;
+    }
+    forget(path, exitOperation);
+    return Outcome::restored;
 }
 
 Outcome releaseOneOfSeveral(const std::string& path, const std::string& appID) {
@@ -134,7 +169,7 @@ Outcome releaseOneOfSeveral(const std::string& path, const std::string& appID) {
             "hot-corner release found no recoverable snapshot while other owners remain");
         return Outcome::suppressionReassertFailed;
     }
-    if (!retainOrWarn(*snapshot, path, releaseNotRetained)) {
+    if (!retainOrWarn(*snapshot, path, Purpose::suppressing, releaseNotRetained)) {
         return Outcome::suppressionReassertFailed;
     }
     if (!ensureDisabled(appID)) {
@@ -174,12 +209,17 @@ bool restoreIfPending(const std::string& path, const std::string& appID) {
             "hot-corner restoreIfPending refused while suppression leases remain active");
         return false;
     }
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
     const std::optional<DockHotCornerSnapshot> snapshot = recoverableSnapshot(path);
     if (!snapshot) {
         return false;
     }
-    retainOrWarn(*snapshot, path, pendingNotRetained);
-    return restoreAndForget(*snapshot, path, appID, pendingNotRestored);
+    const bool isRetained = retainOrWarn(*snapshot, path, Purpose::restoring, pendingNotRetained);
+    if (!isRetained && files::isChangedByAnother(path)) {
+        return false;
+    }
+    return restoreOrWarn(*snapshot, path, appID, pendingOperation) &&
+           forget(path, pendingOperation);
 }
 
 std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path) {
@@ -187,10 +227,8 @@ std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path
     return inMemory ? inMemory : loadSnapshot(path);
 }
 
-void forgetSnapshotOnDisk(const std::string& path) {
-    // Not read again to compare: where that fails, a copy would be kept that is out of date by the
-    // time of the next attempt.
-    if (!isActive() && files::mayExist(path)) {
+void forgetSnapshotInMemory() {
+    if (!isActive()) {
         leaseState().recoverySnapshot.reset();
     }
 }

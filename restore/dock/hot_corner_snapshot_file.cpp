@@ -25,16 +25,35 @@ std::string defaultSnapshotPath() {
     return TolvaranPaths::statePath("hot-corners-snapshot.json");
 }
 
-void saveSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path) {
+namespace {
+
+/// Does something about the file; what goes wrong is thrown as persistenceFailed.
+template <typename Action>
+void persist(const std::string& path, Action action) {
     try {
-        const std::string content = json::write(snapshot);
-        files::createParentDirectory(path);
-        files::writeAtomically(path, content);
+        action();
     } catch (const json::EncodingError& error) {
         throw OverrideError::persistenceFailed(std::string("encode: ") + error.what());
     } catch (const files::Error& error) {
         throw OverrideError::persistenceFailed("write " + path + ": " + error.what());
     }
+}
+
+std::optional<DockHotCornerSnapshot> decoded(const std::optional<std::string>& content,
+                                             const std::string& path) {
+    return record_file::decode<DockHotCornerSnapshot>(
+        content,
+        {.warning = "hot-corner snapshot at " + path + " failed to decode: ", .tellsWhy = true});
+}
+
+}  // namespace
+
+void saveSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path) {
+    persist(path, [&] {
+        const std::string content = json::write(snapshot);
+        files::createParentDirectory(path);
+        files::writeAtomically(path, content);
+    });
 }
 
 void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path) {
@@ -45,10 +64,22 @@ void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path
     }
 }
 
+void ensureSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path,
+                           Purpose purpose) {
+    using Kind = files::Change::Kind;
+    const auto decide = [&](const std::optional<std::string>& content) -> files::Change {
+        if (decoded(content, path) == snapshot) {
+            return {.kind = purpose == Purpose::suppressing ? Kind::reliedOn : Kind::nothing};
+        }
+        std::string written = json::write(snapshot);
+        files::createParentDirectory(path);
+        return {.kind = Kind::replacement, .content = std::move(written)};
+    };
+    persist(path, [&] { files::update(path, decide); });
+}
+
 std::optional<DockHotCornerSnapshot> loadSnapshot(const std::string& path) {
-    return record_file::load<DockHotCornerSnapshot>(
-        path,
-        {.warning = "hot-corner snapshot at " + path + " failed to decode: ", .tellsWhy = true});
+    return decoded(files::read(path), path);
 }
 
 void deleteSnapshot(const std::string& path) {

@@ -43,10 +43,22 @@ std::string defaultSnapshotPath();
 ///         is then left as it was.
 void saveSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path);
 
-/// The same; every failure is ignored.
+/// Writes the snapshot as saveSnapshotOrThrow() does; every failure is ignored.
 void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path);
 
-/// The snapshot in the file. None without a word when there is no readable file; none after logging
+/// What a snapshot is kept for.
+enum class Purpose {
+    suppressing,  // the corners are switched off, relying on it
+    restoring,    // the corners are put back from it
+};
+
+/// Writes the snapshot unless the file holds it already. Such a file keeps its content; if it is
+/// relied on, no other process that has read it before removes it any more.
+/// Logs as loadSnapshot() does. @throws OverrideError as saveSnapshotOrThrow() does
+void ensureSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path,
+                           Purpose purpose);
+
+/// The snapshot in the file; none if there is no readable file. None, too, after logging
 /// through RestoreLog.warn "hot-corner snapshot at " + path + " failed to decode: " and why.
 std::optional<DockHotCornerSnapshot> loadSnapshot(const std::string& path);
 

@@ -45,6 +45,7 @@ bool begin(const std::string& path) {
 }
 
 bool end(const std::string& path) {
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
     post(Action::endHold);
     try {
         files::remove(path);
@@ -58,6 +59,7 @@ bool end(const std::string& path) {
 }
 
 bool recoverIfPending(const std::string& path) {
+    const files::Recovery recovery(path, files::Recovery::Scope::record);
     return isPending(path) && end(path);
 }
 

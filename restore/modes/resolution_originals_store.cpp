@@ -11,20 +11,41 @@
 namespace tolvaran {
 
 namespace ResolutionOriginalsStore {
+namespace {
+
+using Kind = files::Change::Kind;
+
+const record_file::Expectation usable{
+    .version = fileVersion,
+    .warning = "resolution originals file missing/wrong version/unparseable, starting fresh"};
+
+void dropInvalidEntries(ResolutionOriginalsFile& file) {
+    std::erase_if(file.entries, [](const auto& entry) { return !entry.second.isValid(); });
+}
+
+/// @param alter alters the entries and says what is to become of the file
+template <typename Alter>
+void update(const std::string& path, Alter alter) {
+    record_file::update<ResolutionOriginalsFile>(path, usable, "resolution originals file",
+                                                 [&](ResolutionOriginalsFile& file) {
+                                                     dropInvalidEntries(file);
+                                                     return alter(file.entries);
+                                                 });
+}
+
+}  // namespace
 
 std::string defaultPath() {
     return TolvaranPaths::statePath(".resolution-originals");
 }
 
 ResolutionOriginalsFile load(const std::string& path) {
-    std::optional<ResolutionOriginalsFile> file = record_file::load<ResolutionOriginalsFile>(
-        path,
-        {.version = fileVersion,
-         .warning = "resolution originals file missing/wrong version/unparseable, starting fresh"});
+    std::optional<ResolutionOriginalsFile> file =
+        record_file::load<ResolutionOriginalsFile>(path, usable);
     if (!file) {
         return {.version = fileVersion, .entries = {}};
     }
-    std::erase_if(file->entries, [](const auto& entry) { return !entry.second.isValid(); });
+    dropInvalidEntries(*file);
     return *std::move(file);
 }
 
@@ -37,17 +58,18 @@ void save(const ResolutionOriginalsFile& file, const std::string& path) {
 }
 
 void recordIfAbsent(const std::string& uuid, const DisplayModeSpec& spec, const std::string& path) {
-    ResolutionOriginalsFile file = load(path);
-    if (file.entries.emplace(uuid, spec).second) {
-        save(file, path);
-    }
+    update(path, [&](auto& entries) {
+        return entries.emplace(uuid, spec).second ? Kind::replacement : Kind::reliedOn;
+    });
 }
 
 void clear(const std::string& uuid, const std::string& path) {
-    ResolutionOriginalsFile file = load(path);
-    if (file.entries.erase(uuid) > 0) {
-        save(file, path);
-    }
+    update(path, [&](auto& entries) {
+        if (entries.erase(uuid) == 0) {
+            return Kind::nothing;
+        }
+        return entries.empty() ? Kind::removal : Kind::replacement;
+    });
 }
 
 std::map<std::string, DisplayModeSpec> pendingEntries(const std::string& path) {

@@ -1,7 +1,8 @@
 // The display modes that displays had before the main application changed them, in a file of their
 // own. The main application records and clears them; the restore reads them and clears each one
-// that it has put back. There is no lock between the two, so every change here starts from what the
-// file holds at that moment. Nothing here throws.
+// that it has put back. Both may do so at the same time: recordIfAbsent() and clear() change what
+// the file holds at that moment, and neither process's changes are lost. save() replaces all of it.
+// Nothing here throws but std::bad_alloc if memory runs out; the file is then as it was.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +40,9 @@ ResolutionOriginalsFile load(const std::string& path);
 /// is passed over silently.
 void save(const ResolutionOriginalsFile& file, const std::string& path);
 
-/// Adds an entry, unless the display has one: the first one recorded is the true original. Logs as
-/// load() and save() do.
+/// Adds an entry, unless the display has one: the first one recorded is the true original. If there
+/// is such an entry, or has been one when this was called, a helper that is restoring it at this
+/// moment keeps it. Logs as load() and save() do.
 void recordIfAbsent(const std::string& uuid, const DisplayModeSpec& spec, const std::string& path);
 
 /// Removes an entry; writes nothing when there is none. Logs as load() and save() do.

@@ -7,6 +7,7 @@
 #include "restore/modes/display_mode_control.hpp"
 #include "restore/modes/resolution_originals_store.hpp"
 #include "restore/paths/restore_log.hpp"
+#include "restore/support/files.hpp"
 
 namespace tolvaran::ResolutionRestore {
 namespace {
@@ -47,7 +48,12 @@ std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idBy
         }
         const bool alreadyShown = shows(display->second, spec);
         const bool applied = !alreadyShown && switchMode(key, spec, display->second);
-        if (alreadyShown || applied) {
+        if ((alreadyShown || applied) && files::isChangedByAnother(path)) {
+            RestoreLog::info(
+                "resolution restore: the records were changed by another process meanwhile; "
+                "keeping entry for " +
+                key);
+        } else if (alreadyShown || applied) {
             // Starts from the file as it is now: the main application may have added or cleared
             // records since it was read above, and those changes must stand.
             ResolutionOriginalsStore::clear(key, path);

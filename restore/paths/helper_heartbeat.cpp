@@ -43,7 +43,7 @@ bool touch(const std::string& path, Date now) {
         return false;
     }
     try {
-        files::store(path, std::to_string(*milliseconds));
+        files::writeUnflushed(path, std::to_string(*milliseconds));
         return true;
     } catch (const files::Error&) {
         return false;

@@ -6,12 +6,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <new>
+#include <random>
 #include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include "restore/support/sleep.hpp"
 
 namespace tolvaran::files {
 namespace {
@@ -38,8 +43,8 @@ auto uninterrupted(Call call) {
 class Descriptor {
   public:
     explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&&) = delete;
     ~Descriptor() {
         if (isOpen()) {
             ::close(number_);
@@ -54,6 +59,12 @@ class Descriptor {
 
 int openFile(const std::string& path, int flags) {
     return uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC); });
+}
+
+/// Opens a file to read it, or to see which it is.
+int openToLook(const std::string& path) {
+    // Without O_NONBLOCK, opening a named pipe would wait for a writer that may never come.
+    return openFile(path, O_RDONLY | O_NONBLOCK);
 }
 
 /// Makes sure that what was written cannot be overtaken by what is written later. F_BARRIERFSYNC is
@@ -90,23 +101,40 @@ std::string lastComponent(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-// An unfinished file is named ".", the target's name, this marker, the writer's process ID, "-" and
-// six characters that nobody can guess.
-constexpr std::string_view unfinishedMarker = ".unfinished-";
-
-std::string unfinishedTemplate(const std::string& path) {
-    const std::string name = lastComponent(path);
-    return path.substr(0, path.size() - name.size()) + "." + name + std::string(unfinishedMarker) +
-           std::to_string(::getpid()) + "-XXXXXX";
+std::string directoryOf(const std::string& path) {
+    return path.substr(0, path.size() - lastComponent(path).size());
 }
 
-/// The process that was writing the file of this name; none when it is not an unfinished file.
-std::optional<pid_t> writerOf(const std::string& name) {
-    const auto marker = name.rfind(unfinishedMarker);
+// Beside a record lie, while somebody changes it, hidden files whose names tell what they are: ".",
+// the record's name, one of these markers, the process ID, "-", and what makes the name unique.
+// Before "claim-" was added, unfinished files were not removed by other writers; those of a main
+// application that does not know the custom must not be.
+constexpr std::string_view unfinishedMarker = ".unfinished-";  // new content
+constexpr std::string_view asideMarker = ".removing-";         // the record, about to be removed
+constexpr std::string_view claim = "claim-";                   // behind the process ID
+
+std::string hiddenName(const std::string& path, std::string_view marker) {
+    return "." + lastComponent(path) + std::string(marker);
+}
+
+std::string unfinishedTemplate(const std::string& path) {
+    return directoryOf(path) + hiddenName(path, unfinishedMarker) + std::to_string(::getpid()) +
+           "-" + std::string(claim) + "XXXXXX";
+}
+
+std::string asidePath(const std::string& path) {
+    std::random_device random;
+    return directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-" +
+           std::to_string(random());
+}
+
+/// The process that made the hidden file of this name; none if the name has no such marker.
+std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMarker) {
+    const auto marker = name.rfind(hiddenMarker);
     if (name.empty() || name.front() != '.' || marker == std::string::npos) {
         return std::nullopt;
     }
-    const char* const digits = name.c_str() + marker + unfinishedMarker.size();
+    const char* const digits = name.c_str() + marker + hiddenMarker.size();
     char* end = nullptr;
     errno = 0;
     const long pid = std::strtol(digits, &end, 10);
@@ -116,11 +144,31 @@ std::optional<pid_t> writerOf(const std::string& name) {
     return static_cast<pid_t>(pid);
 }
 
-/// Whether the writer of an unfinished file may still be at work on it. This process is at work on
-/// none while it looks, so that one of its number was left by a process that had the number before,
-/// as after a restart of the Mac.
-bool isAtWork(pid_t writer) {
-    return writer != ::getpid() && (::kill(writer, 0) == 0 || errno != ESRCH);
+/// Whether the process that made a hidden file may still need it. This process needs none while it
+/// looks, so that one of its number was left by a process that had the number before, as after a
+/// restart of the Mac.
+bool mayStillNeedIt(pid_t maker) {
+    return maker != ::getpid() && (::kill(maker, 0) == 0 || errno != ESRCH);
+}
+
+/// The names in a directory; none if they cannot all be told.
+std::optional<std::vector<std::string>> namesIn(const std::string& directory) {
+    DIR* const entries = ::opendir(directory.empty() ? "." : directory.c_str());
+    if (entries == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    errno = 0;
+    while (const struct dirent* const entry = ::readdir(entries)) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(name);
+        }
+        errno = 0;
+    }
+    const bool isWhole = errno == 0;
+    ::closedir(entries);
+    return isWhole ? std::optional(std::move(names)) : std::nullopt;
 }
 
 /// Lets the changes of a directory's entries reach the disk, where the volume can do that. Many
@@ -129,6 +177,15 @@ void flushDirectory(const std::string& path) {
     const Descriptor opened(openFile(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
     if (opened.isOpen()) {
         flush(opened.number());
+    }
+}
+
+/// Creates the parent directory; where that fails, the write that follows fails as well and says
+/// why.
+void createParentDirectoryIfPossible(const std::string& path) {
+    try {
+        createParentDirectory(path);
+    } catch (const Error&) {
     }
 }
 
@@ -161,19 +218,253 @@ void moveToOtherVolume(const std::string& from, const std::string& to) {
     }
 }
 
-/// Fills the new, unfinished file and puts it in the target's place.
-void finish(const std::string& unfinished, int descriptor, const std::string& path,
-            std::string_view content) {
-    errno = 0;
-    if (!writeAll(descriptor, content)) {
-        throw Error("write", path, errno == 0 ? ENOSPC : errno);
+/// What tells one file from another, and a file from what it was before.
+struct Identity {
+    dev_t device;
+    ino_t file;
+    off_t size;
+    time_t seconds;  // when it was changed
+    long nanoseconds;
+
+    bool operator==(const Identity&) const = default;
+};
+
+}  // namespace
+
+struct Version::State {
+    std::shared_ptr<const Descriptor> file;  // keeps the file's identity from passing to another
+    std::optional<Identity> identity;        // none if the file system does not tell
+};
+
+namespace {
+
+/// Puts a record back that was moved aside, unless there is a newer one.
+void putBack(const std::string& aside, const std::string& path) {
+    const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
+    if (isBack || errno == EEXIST) {
+        unlinkFile(aside);
+    } else if (!exists(path)) {
+        // A volume without hard links.
+        uninterrupted([&] { return ::rename(aside.c_str(), path.c_str()); });
     }
-    if (flush(descriptor) != 0) {
-        throw Error("flush", path, errno);
+}
+
+/// Lets every other process that is changing the record fail and begin anew, also one that is
+/// stopped or was killed.
+void overtakeOthers(const std::string& path, const std::string& own = "") {
+    const std::string prefix = hiddenName(path, unfinishedMarker);
+    for (const std::string& name :
+         namesIn(parentDirectory(path)).value_or(std::vector<std::string>())) {
+        const bool isClaim =
+            name.starts_with(prefix) && name.find(claim, prefix.size()) != name.npos;
+        if (isClaim && name != lastComponent(own)) {
+            unlinkFile(directoryOf(path) + name);
+        }
     }
-    if (uninterrupted([&] { return ::rename(unfinished.c_str(), path.c_str()); }) != 0) {
-        throw Error("rename", path, errno);
+}
+
+// Beside the records hardly anything lies in their directory. Of more files a recovery does not
+// keep the versions: each takes a descriptor.
+constexpr std::size_t maximumRecords = 64;
+
+Identity identityOf(const struct stat& status) {
+    return {.device = status.st_dev,
+            .file = status.st_ino,
+            .size = status.st_size,
+            .seconds = status.st_mtimespec.tv_sec,
+            .nanoseconds = status.st_mtimespec.tv_nsec};
+}
+
+Version versionOf(Descriptor file, const struct stat& status) {
+    return Version(std::make_shared<Version::State>(
+        std::make_shared<const Descriptor>(std::move(file)), identityOf(status)));
+}
+
+/// The same file with another time of change; none if that cannot be set.
+std::optional<Version> touch(const Version& version) {
+    if (version.state() == nullptr || !version.state()->file || !version.state()->file->isOpen()) {
+        return std::nullopt;
     }
+    // Two seconds is the coarsest that any volume keeps.
+    const Identity& identity = *version.state()->identity;
+    const struct timespec times[] = {{0, UTIME_OMIT}, {identity.seconds + 2, identity.nanoseconds}};
+    const auto& file = version.state()->file;
+    struct stat status {};
+    if (uninterrupted([&] { return ::futimens(file->number(), times); }) != 0 ||
+        ::fstat(file->number(), &status) != 0) {
+        return std::nullopt;
+    }
+    return Version(std::make_shared<Version::State>(file, identityOf(status)));
+}
+
+/// A record's new content on its way into the record's place; removed unless it gets there.
+class UnfinishedFile {
+  public:
+    explicit UnfinishedFile(const std::string& path)
+        : path_(path), file_(uninterrupted([&] {
+              name_ = unfinishedTemplate(path);
+              return ::mkostemp(name_.data(), O_CLOEXEC);
+          })) {
+        if (!file_.isOpen()) {
+            throw Error("create", path, errno);
+        }
+    }
+    UnfinishedFile(const UnfinishedFile&) = delete;
+    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+    ~UnfinishedFile() {
+        if (!name_.empty()) {
+            unlinkFile(name_);
+        }
+    }
+
+    const std::string& name() const { return name_; }
+
+    void write(std::string_view content) {
+        errno = 0;
+        if (!writeAll(file_.number(), content)) {
+            throw Error("write", path_, errno == 0 ? ENOSPC : errno);
+        }
+    }
+
+    void flushToDisk() {
+        if (flush(file_.number()) != 0) {
+            throw Error("flush", path_, errno);
+        }
+    }
+
+    /// Replaces the record. False if another process has removed this file.
+    bool replaceRecord() {
+        if (uninterrupted([&] { return ::rename(name_.c_str(), path_.c_str()); }) == 0) {
+            name_.clear();
+            return true;
+        }
+        if (errno != ENOENT) {
+            throw Error("rename", path_, errno);
+        }
+        return false;
+    }
+
+    /// The record that this has become.
+    Version version() && {
+        struct stat status {};
+        return ::fstat(file_.number(), &status) == 0 ? versionOf(std::move(file_), status)
+                                                     : Version::at(path_);
+    }
+
+  private:
+    std::string path_;
+    std::string name_;
+    Descriptor file_;
+};
+
+/// Replaces the record. False if another process has overtaken this one, or if the record is no
+/// longer the `expected` one.
+bool tryToReplace(const std::string& path, std::string_view content,
+                  const std::optional<Version>& expected) {
+    UnfinishedFile unfinished(path);
+    unfinished.write(content);
+    unfinished.flushToDisk();
+    overtakeOthers(path, unfinished.name());
+    if ((expected && !expected->isAt(path)) || !unfinished.replaceRecord()) {
+        return false;
+    }
+    flushDirectory(parentDirectory(path));
+    Recovery::note(path, std::move(unfinished).version());
+    return true;
+}
+
+void removeUnconditionally(const std::string& path) {
+    if (unlinkFile(path) != 0) {
+        throw Error("remove", path, errno);
+    }
+    overtakeOthers(path);
+    flushDirectory(parentDirectory(path));
+}
+
+/// Removes the record if it is still the expected one; false if it is not.
+bool tryToRemove(const std::string& path, const Version& expected) {
+    const std::string aside = asidePath(path);
+    if (!expected.isAt(path)) {
+        return false;
+    }
+    if (uninterrupted([&] { return ::rename(path.c_str(), aside.c_str()); }) != 0) {
+        // Where it cannot be moved, it is removed where it stands, if that can be done.
+        removeUnconditionally(path);
+        Recovery::note(path, Version());
+        return true;
+    }
+    overtakeOthers(path);
+    if (!expected.isAt(aside)) {
+        putBack(aside, path);
+        return false;
+    }
+    if (unlinkFile(aside) != 0) {
+        const int failure = errno;
+        putBack(aside, path);
+        throw Error("remove", path, failure);
+    }
+    flushDirectory(parentDirectory(path));
+    Recovery::note(path, Version());
+    return true;
+}
+
+/// Changes the record's time of change, and with it its version; whoever is changing the record
+/// begins anew. False if it cannot be touched or is no longer the expected one.
+bool tryToTouch(const std::string& path, const Version& expected) {
+    const std::optional<Version> touched = touch(expected);
+    if (!touched) {
+        return false;
+    }
+    overtakeOthers(path);
+    if (!touched->isAt(path)) {
+        return false;
+    }
+    Recovery::note(path, *touched);
+    return true;
+}
+
+// Another process that is at work on the same record is done with it within milliseconds; only
+// several that overtake each other again and again could need all of this time.
+constexpr int maximumTries = 20;
+constexpr double longestPause = 0.005;  // seconds
+
+/// Waits until another process may be done, each process for another time.
+void pause() {
+    std::random_device random;
+    sleepFor(longestPause * (random() % 1000 + 1) / 1000);
+}
+
+/// Does `attempt` again as long as it returns false because another process comes in between.
+template <typename Attempt>
+void untilUndisturbed(const std::string& operation, const std::string& path, Attempt attempt) {
+    for (int n = 0; !attempt(); ++n) {
+        if (isChangedByAnother(path)) {
+            throw Error::changedByAnother(operation, path);
+        }
+        if (n == maximumTries) {
+            throw Error(operation, path, EBUSY);
+        }
+        pause();
+    }
+}
+
+/// Carries out what was decided on a record of this version; false if another process has changed
+/// the record since.
+bool tryTo(const Change& change, const std::string& path, const Version& version,
+           const std::optional<std::string>& content) {
+    switch (change.kind) {
+        case Change::Kind::nothing:
+            return true;
+        case Change::Kind::reliedOn:
+            return tryToTouch(path, version) ||
+                   (version.isAt(path) && tryToReplace(path, content.value_or(""), version));
+        case Change::Kind::replacement:
+            createParentDirectoryIfPossible(path);
+            return tryToReplace(path, change.content, version);
+        case Change::Kind::removal:
+            return tryToRemove(path, version);
+    }
+    return true;
 }
 
 }  // namespace
@@ -182,13 +473,22 @@ Error::Error(const std::string& operation, const std::string& path, int code)
     : std::runtime_error(operation + " " + path + ": " + std::generic_category().message(code)),
       code_(code) {}
 
+Error::Error(const std::string& description) : std::runtime_error(description), code_(0) {}
+
+Error Error::changedByAnother(const std::string& operation, const std::string& path) {
+    return Error(operation + " " + path + ": another process has changed it");
+}
+
 bool Error::isNoSuchFile() const {
     return code_ == ENOENT;
 }
 
+bool Error::isChangedByAnother() const {
+    return code_ == 0;
+}
+
 std::optional<std::string> read(const std::string& path) {
-    // Without O_NONBLOCK, opening a named pipe would wait for a writer that may never come.
-    const Descriptor file(openFile(path, O_RDONLY | O_NONBLOCK));
+    const Descriptor file(openToLook(path));
     struct stat status {};
     if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
@@ -209,23 +509,30 @@ std::optional<std::string> read(const std::string& path) {
 }
 
 void writeAtomically(const std::string& path, std::string_view content) {
-    std::string unfinished;
-    {
-        const Descriptor file(uninterrupted([&] {
-            unfinished = unfinishedTemplate(path);
-            return ::mkostemp(unfinished.data(), O_CLOEXEC);
-        }));
-        if (!file.isOpen()) {
-            throw Error("create", path, errno);
-        }
-        try {
-            finish(unfinished, file.number(), path, content);
-        } catch (...) {
-            unlinkFile(unfinished);
-            throw;
-        }
+    untilUndisturbed("replace", path,
+                     [&] { return tryToReplace(path, content, Recovery::expected(path)); });
+}
+
+void writeUnflushed(const std::string& path, std::string_view content) {
+    createParentDirectoryIfPossible(path);
+    UnfinishedFile unfinished(path);
+    unfinished.write(content);
+    if (!unfinished.replaceRecord()) {
+        throw Error("rename", path, ENOENT);
     }
-    flushDirectory(parentDirectory(path));
+}
+
+Change::Kind update(const std::string& path,
+                    const std::function<Change(const std::optional<std::string>&)>& decide) {
+    Change change;
+    untilUndisturbed("replace", path, [&] {
+        const Version version = Recovery::expected(path).value_or(Version::at(path));
+        const std::optional<std::string> content = read(path);
+        change = decide(content);
+        return change.kind == Change::Kind::nothing ||
+               (version.isAt(path) && tryTo(change, path, version, content));
+    });
+    return change.kind;
 }
 
 void createDirectories(const std::string& path) {
@@ -264,12 +571,8 @@ void createParentDirectory(const std::string& path) {
     }
 }
 
-void store(const std::string& path, std::string_view content) {
-    try {
-        createParentDirectory(path);
-    } catch (const Error&) {
-        // The write below then fails as well, and says why.
-    }
+void writeCreatingDirectory(const std::string& path, std::string_view content) {
+    createParentDirectoryIfPossible(path);
     writeAtomically(path, content);
 }
 
@@ -287,15 +590,22 @@ std::optional<std::int64_t> size(const std::string& path) {
 }
 
 void remove(const std::string& path) {
-    if (unlinkFile(path) != 0) {
+    const std::optional<Version> expected = Recovery::expected(path);
+    if (!expected) {
+        removeUnconditionally(path);
+    } else if (!exists(path)) {
         throw Error("remove", path, errno);
+    } else {
+        untilUndisturbed("remove", path, [&] { return tryToRemove(path, *expected); });
     }
-    flushDirectory(parentDirectory(path));
 }
 
-void removeIfPossible(const std::string& path) {
-    if (unlinkFile(path) == 0) {
-        flushDirectory(parentDirectory(path));
+bool removeIfPossible(const std::string& path) {
+    try {
+        remove(path);
+        return false;
+    } catch (const Error& error) {
+        return error.isChangedByAnother();
     }
 }
 
@@ -306,20 +616,17 @@ void moveIfPossible(const std::string& from, const std::string& to) {
 }
 
 void removeAbandonedFiles(const std::string& directory) {
-    DIR* const entries = ::opendir(directory.c_str());
-    if (entries == nullptr) {
-        return;
-    }
-    std::vector<std::string> abandoned;
-    while (const struct dirent* const entry = ::readdir(entries)) {
-        const std::optional<pid_t> writer = writerOf(entry->d_name);
-        if (writer && !isAtWork(*writer)) {
-            abandoned.push_back(directory + "/" + entry->d_name);
+    for (const std::string& name : namesIn(directory).value_or(std::vector<std::string>())) {
+        const std::string path = directory + "/" + name;
+        if (const auto writer = makerOf(name, unfinishedMarker)) {
+            if (!mayStillNeedIt(*writer)) {
+                unlinkFile(path);
+            }
+        } else if (const auto remover = makerOf(name, asideMarker)) {
+            if (!mayStillNeedIt(*remover)) {
+                putBack(path, directory + "/" + name.substr(1, name.rfind(asideMarker) - 1));
+            }
         }
-    }
-    ::closedir(entries);
-    for (const std::string& path : abandoned) {
-        unlinkFile(path);
     }
 }
 
@@ -334,6 +641,99 @@ void openStandardStreams() {
 
 void writeToStandardError(std::string_view text) noexcept {
     writeAll(STDERR_FILENO, text);
+}
+
+Version Version::at(const std::string& path) {
+    Descriptor file(openToLook(path));
+    struct stat status {};
+    if (file.isOpen() && ::fstat(file.number(), &status) == 0) {
+        return versionOf(std::move(file), status);
+    }
+    if (uninterrupted([&] { return ::stat(path.c_str(), &status); }) == 0) {
+        return versionOf(Descriptor(-1), status);
+    }
+    return errno == ENOENT || errno == ENOTDIR ? Version() : Version(std::make_shared<State>());
+}
+
+bool Version::isAt(const std::string& path) const {
+    struct stat now {};
+    if (uninterrupted([&] { return ::stat(path.c_str(), &now); }) != 0) {
+        return state_ == nullptr && (errno == ENOENT || errno == ENOTDIR);
+    }
+    return state_ != nullptr && (!state_->identity || *state_->identity == identityOf(now));
+}
+
+namespace {
+
+thread_local Recovery* innermostRecovery = nullptr;
+
+}  // namespace
+
+Recovery::Recovery(const std::string& path, Scope scope) noexcept : outer_(innermostRecovery) {
+    try {
+        lookAt(path, scope);
+    } catch (const std::bad_alloc&) {
+        // Out of memory: it concerns nothing, and each step has to see to its own record.
+        directory_.clear();
+        versions_.clear();
+    }
+    innermostRecovery = this;
+}
+
+Recovery::~Recovery() {
+    innermostRecovery = outer_;
+}
+
+void Recovery::lookAt(const std::string& path, Scope scope) {
+    if (scope == Scope::record) {
+        if (!expected(path)) {
+            versions_[path] = Version::at(path);
+        }
+        return;
+    }
+    const std::optional<std::vector<std::string>> names = namesIn(path);
+    if (!names && exists(path)) {
+        return;
+    }
+    for (const std::string& name : names.value_or(std::vector<std::string>())) {
+        if (!makerOf(name, unfinishedMarker) && versions_.size() < maximumRecords) {
+            versions_[path + "/" + name] = Version::at(path + "/" + name);
+        }
+    }
+    directory_ = path;
+}
+
+bool Recovery::concerns(const std::string& path) const {
+    return versions_.contains(path) || (!directory_.empty() && parentDirectory(path) == directory_);
+}
+
+std::optional<Version> Recovery::expected(const std::string& path) {
+    std::optional<Version> oldest;
+    for (const Recovery* recovery = innermostRecovery; recovery != nullptr;
+         recovery = recovery->outer_) {
+        if (recovery->concerns(path)) {
+            const auto found = recovery->versions_.find(path);
+            oldest = found == recovery->versions_.end() ? Version() : found->second;
+        }
+    }
+    return oldest;
+}
+
+void Recovery::note(const std::string& path, const Version& version) {
+    for (Recovery* recovery = innermostRecovery; recovery != nullptr; recovery = recovery->outer_) {
+        if (recovery->concerns(path)) {
+            recovery->versions_[path] = version;
+        }
+    }
+}
+
+std::string leftToNextRun(const std::string& path) {
+    return lastComponent(path) + " was changed by another process meanwhile; left to the next run";
+}
+
+bool isChangedByAnother(const std::string& path) {
+    const std::optional<Version> expected = Recovery::expected(path);
+    return expected && !expected->isAt(path);
 }
 
 std::optional<Appender> Appender::open(const std::string& path) {

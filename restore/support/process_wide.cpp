@@ -7,20 +7,22 @@
 namespace tolvaran {
 namespace {
 
-struct Endings {
+thread_local int playedProcess = 0;
+
+struct Registered {
     std::mutex changing;
-    std::vector<std::function<void()>> list;
+    std::map<int, std::vector<std::function<void()>>> byProcess;
 };
 
-Endings& endings() {
-    static Endings instance;
+Registered& registered() {
+    static Registered instance;
     return instance;
 }
 
-/// Takes the ending that was registered last off the list; empty when there is none.
+/// Takes what this process registered last off its list; empty if there is nothing.
 std::function<void()> takeLast() {
-    const std::lock_guard lock(endings().changing);
-    std::vector<std::function<void()>>& list = endings().list;
+    const std::lock_guard lock(registered().changing);
+    std::vector<std::function<void()>>& list = registered().byProcess[playedProcess];
     if (list.empty()) {
         return {};
     }
@@ -31,16 +33,26 @@ std::function<void()> takeLast() {
 
 }  // namespace
 
-void atEndOfProcess(std::function<void()> forget) {
-    const std::lock_guard lock(endings().changing);
-    endings().list.push_back(std::move(forget));
+void whenForgotten(std::function<void()> forget) {
+    const std::lock_guard lock(registered().changing);
+    registered().byProcess[playedProcess].push_back(std::move(forget));
 }
 
-void endProcess() {
-    // In reverse order of creation; forgetting one value may still use an earlier one.
+void forgetProcessWideValues() {
+    // Forgetting one value may still use an earlier one.
     while (const std::function<void()> forget = takeLast()) {
         forget();
     }
+}
+
+PlayedProcess::PlayedProcess(int number) : before_(std::exchange(playedProcess, number)) {}
+
+PlayedProcess::~PlayedProcess() {
+    playedProcess = before_;
+}
+
+int PlayedProcess::current() {
+    return playedProcess;
 }
 
 }  // namespace tolvaran

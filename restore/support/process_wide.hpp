@@ -1,23 +1,44 @@
 // State that lives as long as the process. Almost everything here is computed afresh on every call;
 // the few exceptions (caches of what cannot change, the leases, the one Helper) are declared as
-// ProcessWide values, so that they can all be found and, where one program plays the lives of
-// several processes, all be ended together. The log sinks (paths/restore_log.hpp) are the one
-// exception: they belong to the host.
+// ProcessWide values, so that they can all be found. The log sinks (paths/restore_log.hpp) are the
+// one exception: they belong to the host.
+//
+// On a user's Mac a program is one process, and this is a static variable with a lock. Tests play
+// more than that: one process after another on the same records, and the main application beside
+// the helper. For them each process has values of its own (PlayedProcess), which end together
+// (forgetProcessWideValues()).
 #pragma once
 
 #include <functional>
+#include <map>
 #include <mutex>
-#include <optional>
 
 namespace tolvaran {
 
-/// Registers what is to happen when the process's life ends. May be called by any thread.
-void atEndOfProcess(std::function<void()> forget);
+/// Registers what is to happen when the process's values are forgotten. May be called by any
+/// thread.
+void whenForgotten(std::function<void()> forget);
 
-/// Forgets every ProcessWide value, as the end of the process would; each is made anew when it is
-/// asked for again. For simulation only; nothing that runs on a user's Mac calls it. No other
-/// thread may use a value meanwhile.
-void endProcess();
+/// Forgets every ProcessWide value of this process, as its end would, the newest first; each is
+/// made anew when it is asked for again. For tests and the player only; nothing that runs on a
+/// user's Mac calls it. No other thread may use a value of the process meanwhile.
+void forgetProcessWideValues();
+
+/// Makes this thread play another process, one with values of its own, in a scope. For tests only.
+class PlayedProcess {
+  public:
+    /// @param number tells the processes apart; 0 is what every thread plays otherwise
+    explicit PlayedProcess(int number);
+    ~PlayedProcess();
+    PlayedProcess(const PlayedProcess&) = delete;
+    PlayedProcess& operator=(const PlayedProcess&) = delete;
+
+    /// The process that this thread plays.
+    static int current();
+
+  private:
+    int before_;
+};
 
 /// A value made on first use, once, and kept for the life of the process. Threads that ask for it
 /// at the same time wait for it to be made: the main application may first need one on another
@@ -33,17 +54,24 @@ class ProcessWide {
     /// The value; made by `make` on first use, which must not ask for the same value.
     template <typename Make>
     T& get(Make make) {
+        const int process = PlayedProcess::current();
         const std::lock_guard lock(making_);
-        if (!value_) {
-            value_.emplace(make());
-            atEndOfProcess([this] { value_.reset(); });
+        auto value = values_.find(process);
+        if (value == values_.end()) {
+            value = values_.emplace(process, make()).first;
+            whenForgotten([this, process] { forget(process); });
         }
-        return *value_;
+        return value->second;
     }
 
   private:
+    void forget(int process) {
+        const std::lock_guard lock(making_);
+        values_.erase(process);
+    }
+
     std::mutex making_;
-    std::optional<T> value_;
+    std::map<int, T> values_;  // by process
 };
 
 }  // namespace tolvaran

@@ -36,12 +36,9 @@ void requireVersion(const Record& record, const std::optional<std::int64_t>& ver
 
 }  // namespace detail
 
-/// The record in the file. None without a line in the log if there is no file that can be read;
-/// none after the expectation's warning if the file does not hold such a record. The file stays as
-/// it is.
+/// The record in a file's content, as load() gives it.
 template <typename Record>
-std::optional<Record> load(const std::string& path, const Expectation& expected) {
-    std::optional<std::string> content = files::read(path);
+std::optional<Record> decode(std::optional<std::string> content, const Expectation& expected) {
     if (!content) {
         return std::nullopt;
     }
@@ -57,6 +54,14 @@ std::optional<Record> load(const std::string& path, const Expectation& expected)
     }
 }
 
+/// The record in the file. None without a line in the log if there is no file that can be read;
+/// none after the expectation's warning if the file does not hold such a record. The file stays as
+/// it is.
+template <typename Record>
+std::optional<Record> load(const std::string& path, const Expectation& expected) {
+    return decode<Record>(files::read(path), expected);
+}
+
 /// Writes the record, creating the directory. If that fails the file stays as it was, and
 /// RestoreLog.warn gets "Failed to encode " + name, or "Failed to write " + name + ": " + the
 /// error.
@@ -64,12 +69,42 @@ std::optional<Record> load(const std::string& path, const Expectation& expected)
 template <typename Record>
 void save(const Record& record, const std::string& path, const std::string& name) {
     try {
-        files::store(path, json::write(record));
+        files::writeCreatingDirectory(path, json::write(record));
     } catch (const json::EncodingError&) {
         RestoreLog::warn("Failed to encode " + name);
     } catch (const files::Error& error) {
         RestoreLog::warn("Failed to write " + name + ": " + error.what());
     }
+}
+
+/// Changes the record in the file; what another process changes at the same time is kept
+/// (files::update()). Logs as load() and save() do; a file that cannot be removed is passed over
+/// silently. After a failure the file is as it was.
+/// @param name what the log calls the file, such as "originals file"
+/// @param alter alters the record that it is given, an empty one if the file holds none that can be
+///              used, and says what is to become of the file. May be called several times.
+/// @return what was to become of the file
+template <typename Record, typename Alter>
+files::Change::Kind update(const std::string& path, const Expectation& expected,
+                           const std::string& name, Alter alter) {
+    using Kind = files::Change::Kind;
+    Kind kind = Kind::nothing;
+    const auto decide = [&](const std::optional<std::string>& content) -> files::Change {
+        auto record = decode<Record>(content, expected).value_or(Record());
+        kind = alter(record);
+        return {.kind = kind,
+                .content = kind == Kind::replacement ? json::write(record) : std::string()};
+    };
+    try {
+        files::update(path, decide);
+    } catch (const json::EncodingError&) {
+        RestoreLog::warn("Failed to encode " + name);
+    } catch (const files::Error& error) {
+        if (kind != Kind::removal) {
+            RestoreLog::warn("Failed to write " + name + ": " + error.what());
+        }
+    }
+    return kind;
 }
 
 }  // namespace tolvaran::record_file

@@ -298,6 +298,11 @@ int __wrap_fsync(int descriptor) {
     });
 }
 
+int __wrap_futimens(int descriptor, const timespec* times) {
+    return call("futimens", subject(descriptor),
+                [=] { return __real_futimens(descriptor, times); });
+}
+
 pid_t __wrap_getpid() {
     const simulator::CallFault fault = simulator::beginCall("getpid");
     return fault.resultOr(fault.performs ? simulator::processID() : 0);

@@ -6,6 +6,8 @@
 // record that tells what the user had is on the disk, wherever the cut falls.
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include <functional>
 #include <optional>
 #include <vector>
@@ -153,14 +155,16 @@ INSTANTIATE_TEST_SUITE_P(Records, PowerCutRecordsTest, testing::ValuesIn(written
 
 TEST(PowerCutRecords, TheFirstRecordEverSavedIsNotLostWithItsNewDirectory) {
     const FollowedDirectory directory;
-    files::store(directory.pathOf("record"), "content");
+    files::writeCreatingDirectory(directory.pathOf("record"), "content");
     EXPECT_EQ(directory.disk().cut().trees, std::set<Tree>{directory.disk().whole()});
 }
 
 TEST(PowerCutRecords, ARemovedRecordDoesNotComeBack) {
     const FollowedDirectory directory;
-    for (void (*const remove)(const std::string&) : {files::remove, files::removeIfPossible}) {
-        files::store(directory.pathOf("record"), "content");
+    const auto removeIfPossible = [](const std::string& path) { files::removeIfPossible(path); };
+    for (void (*const remove)(const std::string&) :
+         std::array<void (*)(const std::string&), 2>{files::remove, removeIfPossible}) {
+        files::writeCreatingDirectory(directory.pathOf("record"), "content");
         remove(directory.pathOf("record"));
         EXPECT_EQ(directory.disk().cut().trees, std::set<Tree>{directory.disk().whole()});
     }
@@ -174,7 +178,7 @@ const json usersMac = {
 
 TEST(PowerCutRecords, SuppressedCornersHaveASnapshotOnTheDisk) {
     using Owner = DockHotCornerLeaseOwner;
-    endProcess();
+    forgetProcessWideValues();
     const FollowedDirectory directory(usersMac);
     const std::string path = directory.pathOf("record");
     const Record& hotCorners = *findRecord("State/hot-corners-snapshot.json");
@@ -200,7 +204,7 @@ TEST(PowerCutRecords, SuppressedCornersHaveASnapshotOnTheDisk) {
     EXPECT_EQ(simulator::machine().at("dock"), usersDock);
     EXPECT_EQ(reader.possibleTexts(), std::set<std::string>{"none"});
     addStatistics({{"power-cut states", reader.states()}});
-    endProcess();
+    forgetProcessWideValues();
 }
 
 TEST(PowerCutRecords, AHoldHasAMarkerOnTheDisk) {

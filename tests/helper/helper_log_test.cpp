@@ -25,9 +25,9 @@ class HelperLog : public testing::Test {
   protected:
     void SetUp() override {
         simulator::reset();
-        endProcess();
+        forgetProcessWideValues();
     }
-    void TearDown() override { endProcess(); }
+    void TearDown() override { forgetProcessWideValues(); }
 
     /// What `action` writes to standard error.
     template <typename Action>

@@ -45,11 +45,11 @@ void SimulatedProcess::start(const nlohmann::json& mac) {
 }
 
 void SimulatedProcess::restart() const {
-    endProcess();
+    forgetProcessWideValues();
 }
 
 void SimulatedProcess::begin(const nlohmann::json& mac) {
-    endProcess();
+    forgetProcessWideValues();
     simulator::reset(mac);
     takenCalls_ = 0;
     objectsBefore_ = simulator::liveObjects();
@@ -61,7 +61,7 @@ void SimulatedProcess::begin(const nlohmann::json& mac) {
 }
 
 void SimulatedProcess::end() const {
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(simulator::liveObjects(), objectsBefore_) << "objects were not released";
     EXPECT_EQ(simulator::openConfigurations(), 0U) << "a configuration was left open";
 }

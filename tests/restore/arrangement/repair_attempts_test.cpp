@@ -123,7 +123,7 @@ TEST_F(RepairAttemptsTest, AClockSetBackForgets) {
 
 TEST_F(RepairAttemptsTest, EndsWithTheProcess) {
     exhaust(at(1));
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_TRUE(mayTry(at(1)));
 }
 

@@ -276,7 +276,7 @@ TEST_F(HotCornerLeases, RenewingLeavesAGoodFileAlone) {
 
 TEST_F(HotCornerLeases, ASnapshotThatALeaseNeedsIsNotForgotten) {
     enter(gameMode);
-    DockHotCornerOverride::forgetSnapshotOnDisk(path_);
+    DockHotCornerOverride::forgetSnapshotInMemory();
     DockHotCornerOverride::deleteSnapshot(path_);
     EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
     EXPECT_EQ(enter(gameMode), usersSnapshot());

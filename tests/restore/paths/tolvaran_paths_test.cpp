@@ -38,9 +38,9 @@ class Paths : public testing::Test {
         }
         simulator::setArguments({"/opt/tolvaran_helper"});
         simulator::setBundlePaths({"/opt/Helper.app"});
-        endProcess();
+        forgetProcessWideValues();
     }
-    void TearDown() override { endProcess(); }
+    void TearDown() override { forgetProcessWideValues(); }
 
     void set(const std::string& name, const std::string& value) {
         environment_.emplace_back(name, value);
@@ -199,7 +199,7 @@ TEST_F(Paths, UnderATestRunnerEverythingLiesBelowOneTemporaryDirectory) {
     EXPECT_EQ(profileDir(), support + "/Settings");
     EXPECT_EQ(legacyConfigDir(), "/home/ada/.config/tolvaran");
 
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_NE(applicationSupportDir(), support);  // another process has another root
 }
 
@@ -214,14 +214,14 @@ TEST_F(Paths, WithoutAHomeVariableTheUsersAccountTellsTheHome) {
     const std::string home = ::getpwuid(::getuid())->pw_dir;
     for (const char* const unusable : {"", "relative"}) {
         set("HOME", unusable);
-        endProcess();
+        forgetProcessWideValues();
         EXPECT_EQ(legacyConfigDir(), home + "/.config/tolvaran") << unusable;
     }
     const ScopedEnvironment none("HOME", std::nullopt);
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(legacyConfigDir(), home + "/.config/tolvaran");
     simulator::addFault({{"call", "getpwuid"}, {"result", nullptr}});
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(legacyConfigDir(), "/.config/tolvaran");
     simulator::clearFaults();
 }
@@ -247,7 +247,7 @@ TEST_F(Paths, TheTestRootIsMadeOfWhatTheSystemGives) {
     const std::string root = "/tmp/tolvaran-tests-" + std::to_string(::getpid()) + "-";
     EXPECT_EQ(logsDir(), root + "/Library/Logs/Tolvaran");
     const ScopedEnvironment none("TMPDIR", std::nullopt);
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(logsDir(), root + "/Library/Logs/Tolvaran");
     simulator::clearFaults();
 }

@@ -152,11 +152,11 @@ TEST(Files, NamesParentDirectories) {
     }
 }
 
-TEST(Files, StoreCreatesTheDirectoryFirst) {
+TEST(Files, AWriteCanCreateTheDirectoryFirst) {
     const TemporaryDirectory directory;
-    store(directory / "State/record", "x");
+    writeCreatingDirectory(directory / "State/record", "x");
     EXPECT_EQ(readFile(directory / "State/record"), "x");
-    EXPECT_EQ(errorOf([&] { store(directory / "State/record/below", "x"); }),
+    EXPECT_EQ(errorOf([&] { writeCreatingDirectory(directory / "State/record/below", "x"); }),
               "create " + directory / "State/record/below: Not a directory");
 }
 

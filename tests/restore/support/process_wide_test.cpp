@@ -18,9 +18,9 @@ TEST(ProcessWide, IsMadeOnceUntilTheProcessEnds) {
     const auto make = [&] { return ++made; };
     EXPECT_EQ(value.get(make), 1);
     EXPECT_EQ(value.get(make), 1);
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(value.get(make), 2);
-    endProcess();
+    forgetProcessWideValues();
 }
 
 TEST(ProcessWide, IsMadeOnceForThreadsThatAskAtTheSameTime) {
@@ -44,7 +44,7 @@ TEST(ProcessWide, IsMadeOnceForThreadsThatAskAtTheSameTime) {
         EXPECT_EQ(made, 1);
         EXPECT_EQ(own, 1);
         EXPECT_EQ(other, 1);
-        endProcess();
+        forgetProcessWideValues();
     }
 }
 
@@ -56,14 +56,14 @@ TEST(ProcessWide, EndsAllThatSeveralThreadsHaveMade) {
     for (int number = 0; number < threadCount; ++number) {
         threads.emplace_back([&] {
             for (int value = 0; value < valuesOfEach; ++value) {
-                atEndOfProcess([&ended] { ++ended; });
+                whenForgotten([&ended] { ++ended; });
             }
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(ended, threadCount * valuesOfEach);
 }
 
@@ -85,8 +85,27 @@ TEST(ProcessWide, EndsInReverseOrderOfCreation) {
     ProcessWide<Entry> second;
     first.get([&] { return Entry("first", &ended); });
     second.get([&] { return Entry("second", &ended); });
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(ended, (std::vector<std::string>{"second", "first"}));
+}
+
+TEST(ProcessWide, IsOfOneProcessAlone) {
+    ProcessWide<std::string> value;
+    value.get() = "first";
+    {
+        const PlayedProcess second(1);
+        EXPECT_EQ(value.get(), "");
+        value.get() = "second";
+        std::thread([&] { EXPECT_EQ(value.get(), "first"); }).join();
+    }
+    EXPECT_EQ(value.get(), "first");
+    forgetProcessWideValues();
+    EXPECT_EQ(value.get(), "");
+    const PlayedProcess second(1);
+    EXPECT_EQ(value.get(), "second");
+    forgetProcessWideValues();
+    EXPECT_EQ(value.get(), "");
+    forgetProcessWideValues();
 }
 
 }  // namespace

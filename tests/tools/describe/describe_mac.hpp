@@ -24,7 +24,7 @@ inline nlohmann::json fullMac() {
 /// behind.
 inline describe::Description described(const nlohmann::json& mac,
                                        const nlohmann::json& faults = nlohmann::json::array()) {
-    endProcess();
+    forgetProcessWideValues();
     simulator::reset(mac);
     for (const nlohmann::json& fault : faults) {
         simulator::addFault(fault);
@@ -34,7 +34,7 @@ inline describe::Description described(const nlohmann::json& mac,
     describe::Description description = describe::describeMac();
     EXPECT_EQ(simulator::machine(), before);
     EXPECT_EQ(simulator::notifications(), nlohmann::json::array());
-    endProcess();
+    forgetProcessWideValues();
     EXPECT_EQ(simulator::liveObjects(), objects);
     return description;
 }

@@ -94,7 +94,7 @@ TEST(Describe, AModeThatIsNotDescribedStaysAsTheHelperSeesIt) {
 
 TEST(Describe, ANumberOfModesThatMakesNoSenseIsNoted) {
     for (const std::int32_t count : {-1, 4097}) {
-        endProcess();
+        forgetProcessWideValues();
         simulator::reset(fullMac());
         simulator::devices::claimModeCount(1, count);
         const auto [mac, notes] = describe::describeMac();
@@ -117,7 +117,7 @@ TEST(Describe, RatesAreWrittenAsPeopleWriteThem) {
 }
 
 TEST(Describe, AnActiveDisplayThatIsNamedOtherwiseIsNoted) {
-    endProcess();
+    forgetProcessWideValues();
     simulator::reset(fullMac());
     simulator::mac().menuBar.activeDisplay = "Main";
     const auto [mac, notes] = describe::describeMac();
@@ -128,7 +128,7 @@ TEST(Describe, AnActiveDisplayThatIsNamedOtherwiseIsNoted) {
 
 TEST(Describe, AValueThatJSONCannotHoldIsNoted) {
     json endless = std::numeric_limits<double>::infinity();
-    endProcess();
+    forgetProcessWideValues();
     simulator::reset(fullMac());
     simulator::mac().preferences["global"]["_HIHideMenuBar"] = endless;
     simulator::mac().registry[0]["DisplayVendorID"] = endless;
@@ -154,7 +154,7 @@ TEST(Describe, UUIDsHaveOneForm) {
 
 TEST(Describe, IsWrittenAsJSONWithTheNotesApart) {
     const auto [mac, notes] = described(fullMac());
-    endProcess();
+    forgetProcessWideValues();
     simulator::reset(fullMac());
     std::ostringstream out;
     std::ostringstream errors;

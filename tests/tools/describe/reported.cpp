@@ -41,12 +41,12 @@ void FoundMac::visit(const std::function<void()>& work) const {
     const ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR",
                                     root_ / "ApplicationSupport");
     const ScopedEnvironment logs("TOLVARAN_LOGS_DIR", root_ / "Logs");
-    endProcess();
+    forgetProcessWideValues();
     simulator::reset(mac_);
     // The run of the helper has left them to its log.
     RestoreLog::silence();
     work();
-    endProcess();
+    forgetProcessWideValues();
 }
 
 json FoundMac::report(describe::Settings settings) const {

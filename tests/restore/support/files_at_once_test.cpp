@@ -1,0 +1,296 @@
+// Two processes at work on one record: whatever one of them does happens between any two calls of
+// the other.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "restore/support/files.hpp"
+#include "simulator/host/file_calls.hpp"
+#include "simulator/simulator.hpp"
+#include "tests/support/other_process.hpp"
+#include "tests/support/temporary_directory.hpp"
+
+namespace tolvaran::files {
+namespace {
+
+using tests::duringCall;
+using tests::inAnotherProcess;
+using tests::readFile;
+using tests::TemporaryDirectory;
+using tests::writeFile;
+using Names = std::vector<std::string>;
+
+/// Adds a letter to the record, in which none stands twice.
+void add(const std::string& path, char letter) {
+    update(path, [letter](const std::optional<std::string>& content) -> Change {
+        const std::string before = content.value_or("");
+        if (before.find(letter) != std::string::npos) {
+            return {.kind = Change::Kind::reliedOn};
+        }
+        return {.kind = Change::Kind::replacement, .content = before + letter};
+    });
+}
+
+/// Takes a letter out of the record; the last one with the record itself.
+void take(const std::string& path, char letter) {
+    update(path, [letter](const std::optional<std::string>& content) -> Change {
+        std::string rest = content.value_or("");
+        if (std::erase(rest, letter) == 0) {
+            return {};
+        }
+        return {.kind = rest.empty() ? Change::Kind::removal : Change::Kind::replacement,
+                .content = rest};
+    });
+}
+
+class FilesAtOnce : public testing::Test {
+  protected:
+    void SetUp() override { simulator::reset(); }
+    void TearDown() override { simulator::reset(); }
+
+    using Work = std::function<void(const std::string& path)>;
+
+    /// Has another process do `other` during each call of `own` in turn, on a record of this
+    /// content (none: on no record), and lets `check` judge what is left.
+    void forEveryCall(const std::optional<std::string>& before, const Work& own, const Work& other,
+                      const std::function<void(const std::optional<std::string>& after)>& check) {
+        for (std::size_t k = 0;; ++k) {
+            SCOPED_TRACE("during call " + std::to_string(k));
+            const TemporaryDirectory directory;
+            const std::string path = directory / "record";
+            if (before) {
+                writeFile(path, *before);
+            }
+            simulator::reset();
+            simulator::exposeToFaults(directory.path());
+            const auto count = duringCall(k, [&] { other(path); });
+            own(path);
+            simulator::decideCalls(nullptr);
+            if (*count <= k) {
+                EXPECT_GT(k, 3U);
+                return;
+            }
+            const std::optional<std::string> after = readFile(path);
+            EXPECT_EQ(directory.list(), after ? Names{"record"} : Names{});
+            check(after);
+        }
+    }
+};
+
+bool has(const std::optional<std::string>& content, char letter) {
+    return content && content->find(letter) != std::string::npos;
+}
+
+TEST_F(FilesAtOnce, NoAdditionIsLost) {
+    for (const std::optional<std::string>& before :
+         std::vector<std::optional<std::string>>{std::nullopt, "", "x"}) {
+        forEveryCall(
+            before, [](const auto& path) { add(path, 'a'); },
+            [](const auto& path) { add(path, 'b'); },
+            [&](const auto& after) {
+                EXPECT_TRUE(has(after, 'a') && has(after, 'b')) << after.value_or("none");
+                EXPECT_EQ(has(after, 'x'), before == "x");
+            });
+    }
+}
+
+TEST_F(FilesAtOnce, WhatIsTakenOutDoesNotComeBack) {
+    forEveryCall(
+        "ab", [](const auto& path) { take(path, 'a'); }, [](const auto& path) { take(path, 'b'); },
+        [](const auto& after) { EXPECT_EQ(after, std::nullopt); });
+    forEveryCall(
+        "a", [](const auto& path) { add(path, 'b'); }, [](const auto& path) { take(path, 'a'); },
+        [](const auto& after) { EXPECT_EQ(after, "b"); });
+    forEveryCall(
+        "a", [](const auto& path) { take(path, 'a'); }, [](const auto& path) { add(path, 'b'); },
+        [](const auto& after) { EXPECT_EQ(after, "b"); });
+}
+
+TEST_F(FilesAtOnce, ARemovalByOneIsNotUndoneByAnUpdateOfTheOther) {
+    forEveryCall(
+        "a", [](const auto& path) { add(path, 'b'); }, [](const auto& path) { remove(path); },
+        [](const auto& after) { EXPECT_TRUE(!after || after == "b") << *after; });
+}
+
+TEST_F(FilesAtOnce, AWriteFromMemoryStaysWhole) {
+    forEveryCall(
+        "a", [](const auto& path) { writeAtomically(path, "b"); },
+        [](const auto& path) { writeAtomically(path, "c"); },
+        [](const auto& after) { EXPECT_TRUE(after == "b" || after == "c"); });
+    forEveryCall(
+        "a", [](const auto& path) { add(path, 'b'); },
+        [](const auto& path) { writeAtomically(path, "c"); },
+        [](const auto& after) { EXPECT_TRUE(after == "c" || after == "cb") << *after; });
+}
+
+/// What a recovery does that ends in removing the record.
+void recover(const std::string& path) {
+    const Recovery recovery(path, Recovery::Scope::record);
+    static_cast<void>(read(path));
+    static_cast<void>(removeIfPossible(path));
+}
+
+/// The calls, from the first, before a recovery has seen which record it goes by.
+constexpr int callsBeforeItHasSeen = 2;
+
+TEST_F(FilesAtOnce, ARecoveryRemovesOnlyWhatItHasFound) {
+    for (const Work& other : std::vector<Work>{
+             [](const auto& path) { writeAtomically(path, "a"); },
+             [](const auto& path) { add(path, 'a'); },  // which relies on what is there
+         }) {
+        forEveryCall("a", recover, other, [k = 0](const auto& after) mutable {
+            const bool mayBeGone = k++ < callsBeforeItHasSeen;
+            EXPECT_TRUE(after == "a" || (mayBeGone && !after));
+        });
+    }
+}
+
+TEST_F(FilesAtOnce, ARecoveryWritesOnlyWhereItFoundTheRecordThatItGoesBy) {
+    forEveryCall(
+        "a",
+        [](const auto& path) {
+            const Recovery recovery(path, Recovery::Scope::record);
+            try {
+                writeAtomically(path, "from a");
+            } catch (const Error& error) {
+                EXPECT_TRUE(error.isChangedByAnother());
+                EXPECT_EQ(error.what(), "replace " + path + ": another process has changed it");
+            }
+        },
+        [](const auto& path) { writeAtomically(path, "b"); },
+        [k = 0](const auto& after) mutable {
+            const bool mayBeReplaced = k++ < callsBeforeItHasSeen;
+            EXPECT_TRUE(after == "b" || (mayBeReplaced && after == "from a")) << *after;
+        });
+}
+
+TEST_F(FilesAtOnce, AProcessThatIsKilledHalfwayHoldsNobodyBack) {
+    std::size_t calls = 1;
+    for (std::size_t k = 0; k < calls; ++k) {
+        for (const Work& work :
+             std::vector<Work>{[](const auto& path) { add(path, 'b'); },
+                               [](const auto& path) { take(path, 'a'); }, recover,
+                               [](const auto& path) { add(path, 'a'); }}) {
+            const TemporaryDirectory directory;
+            const std::string path = directory / "record";
+            writeFile(path, "a");
+            const pid_t child = ::fork();
+            if (child == 0) {
+                simulator::reset();
+                simulator::exposeToFaults(directory.path());
+                std::size_t count = 0;
+                simulator::decideCalls([&](const std::string&) {
+                    if (count++ == k) {
+                        ::_exit(1);
+                    }
+                    return nlohmann::json();
+                });
+                work(path);
+                ::_exit(0);
+            }
+            int status = 0;
+            ::waitpid(child, &status, 0);
+            calls = std::max(calls, status == 0 ? calls : k + 2);
+            simulator::reset();
+            removeAbandonedFiles(directory.path());
+            add(path, 'c');
+            EXPECT_TRUE(has(readFile(path), 'c')) << k;
+            EXPECT_EQ(directory.list(), Names{"record"}) << k;
+        }
+    }
+    EXPECT_GT(calls, 10U);
+}
+
+TEST_F(FilesAtOnce, AnOlderMainApplicationsUnfinishedFileIsLeftAlone) {
+    const TemporaryDirectory directory;
+    const std::string name = ".record.unfinished-4711-AbCdEf";
+    writeFile(directory / name, "x");
+    writeAtomically(directory / "record", "a");
+    add(directory / "record", 'b');
+    EXPECT_EQ(directory.list(), (Names{name, "record"}));
+}
+
+TEST_F(FilesAtOnce, ARecordThatAKilledProcessMovedAsideIsPutBack) {
+    const TemporaryDirectory directory;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
+    const std::string aside = ".record.removing-" + std::to_string(child) + "-17";
+    writeFile(directory / aside, "old");
+    removeAbandonedFiles(directory.path());
+    EXPECT_EQ(readFile(directory / "record"), "old");
+    writeFile(directory / aside, "older");
+    removeAbandonedFiles(directory.path());
+    EXPECT_EQ(readFile(directory / "record"), "old") << "a newer one is there";
+    EXPECT_EQ(directory.list(), Names{"record"});
+}
+
+TEST_F(FilesAtOnce, NobodyTriesForEver) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    simulator::addFault({{"call", "rename"}, {"result", "ENOENT"}});
+    const double start = simulator::now();
+    try {
+        writeAtomically(directory / "record", "x");
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.code(), EBUSY);
+    }
+    EXPECT_LE(simulator::now() - start, 0.11);
+    EXPECT_EQ(directory.list(), Names{});
+}
+
+TEST_F(FilesAtOnce, WhatCannotBeTouchedIsWrittenOnceMore) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    writeFile(path, "a");
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    simulator::addFault({{"call", "futimens"}, {"result", "EPERM"}});
+    const Recovery recovery(path, Recovery::Scope::record);
+    inAnotherProcess([&] { add(path, 'a'); });
+    EXPECT_EQ(simulator::faultsMet(), 1U);
+    EXPECT_TRUE(isChangedByAnother(path));
+    EXPECT_EQ(readFile(path), "a");
+}
+
+TEST_F(FilesAtOnce, ARecoveryKnowsItsOwnChanges) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    writeFile(path, "a");
+    const Recovery all(directory.path(), Recovery::Scope::directory);
+    add(path, 'b');
+    add(path, 'b');
+    EXPECT_FALSE(isChangedByAnother(path));
+    const Recovery inner(path, Recovery::Scope::record);
+    remove(path);
+    EXPECT_FALSE(isChangedByAnother(path));
+    writeAtomically(path, "c");
+    EXPECT_FALSE(isChangedByAnother(path));
+    inAnotherProcess([&] { remove(path); });
+    EXPECT_TRUE(isChangedByAnother(path));
+    EXPECT_THROW(writeAtomically(path, "d"), Error);
+    EXPECT_EQ(directory.list(), Names{});
+}
+
+TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    const Recovery all(directory.path(), Recovery::Scope::directory);
+    inAnotherProcess([&] { writeAtomically(path, "b"); });
+    const Recovery inner(path, Recovery::Scope::record);
+    EXPECT_TRUE(isChangedByAnother(path));
+    EXPECT_TRUE(removeIfPossible(path));
+    EXPECT_EQ(readFile(path), "b");
+    EXPECT_FALSE(isChangedByAnother(directory / "below/record"));
+}
+
+}  // namespace
+}  // namespace tolvaran::files

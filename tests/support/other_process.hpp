@@ -1,0 +1,21 @@
+// Another process at work on the same Mac and the same files, in one program with the one that is
+// tested.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <memory>
+
+namespace tolvaran::tests {
+
+/// Does `work` as another process would: with process-wide values of its own, which are then
+/// forgotten, and with another process ID. The calling thread waits.
+void inAnotherProcess(const std::function<void()>& work, pid_t pid = 4000);
+
+/// Has another process do `work` at the beginning of this process's call with the number `index`,
+/// from 0, of those to the outside that faults could meet. simulator::reset() ends it.
+/// @return how many such calls there have been since, which goes on counting
+std::shared_ptr<const std::size_t> duringCall(std::size_t index, const std::function<void()>& work);
+
+}  // namespace tolvaran::tests
