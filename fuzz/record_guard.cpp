@@ -32,6 +32,14 @@ json parsed(const std::optional<std::string>& content) {
     return value.is_discarded() ? json() : value;
 }
 
+/// The record that was moved aside to this name, to be removed; else the name itself.
+std::string recordName(const std::string& name) {
+    const auto begin = name.rfind('/') + 1;
+    const auto marker = name.rfind(".removing-");
+    return marker == name.npos ? name
+                               : name.substr(0, begin) + name.substr(begin + 1, marker - begin - 1);
+}
+
 }  // namespace
 
 RecordGuard::RecordGuard(std::string root, const std::vector<std::string>& faulty)
@@ -44,7 +52,7 @@ void RecordGuard::watch(const std::string& function) {
     const std::string directory = root_ + "/ApplicationSupport/";
     const std::string path = simulator::callSubject();
     if (path.starts_with(directory)) {
-        check(path.substr(directory.size()), path, function);
+        check(recordName(path.substr(directory.size())), path, function);
     }
 }
 

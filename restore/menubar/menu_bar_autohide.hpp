@@ -2,7 +2,13 @@
 // putting that back. The main application uses all of it; the helper loads, restores, keeps and
 // deletes the snapshot that a crashed main application has left.
 //
-// Nothing here throws. Main thread only.
+// A helper may be restoring from the snapshot when the main application starts. A snapshot that is
+// saved meanwhile stays, whatever the helper is about to do with the one that it has loaded. So the
+// main application goes by the snapshot in the file if there is one, rather than by what it reads
+// from the Mac, and saves it again, even as it is, before it changes anything.
+//
+// Nothing here throws but std::bad_alloc if memory runs out; the file is then as it was, and what
+// was not put back is still in it. Main thread only.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

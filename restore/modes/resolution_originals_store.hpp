@@ -40,9 +40,10 @@ ResolutionOriginalsFile load(const std::string& path);
 /// is passed over silently.
 void save(const ResolutionOriginalsFile& file, const std::string& path);
 
-/// Adds an entry, unless the display has one: the first one recorded is the true original. If there
-/// is such an entry, or has been one when this was called, a helper that is restoring it at this
-/// moment keeps it. Logs as load() and save() do.
+/// Adds an entry, unless the display has one: the first one recorded is the true original. A helper
+/// that is putting that mode back at this moment keeps the entry. Logs as load() and save() do.
+/// @param spec the entry of pendingEntries() if there is one, else the mode that the display shows:
+///             before a helper has put a crashed display back, it shows another than the user's
 void recordIfAbsent(const std::string& uuid, const DisplayModeSpec& spec, const std::string& path);
 
 /// Removes an entry; writes nothing when there is none. Logs as load() and save() do.

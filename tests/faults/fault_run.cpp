@@ -25,6 +25,7 @@ constexpr double healingSeconds = 61;
 constexpr pid_t nextProcessID = 502;
 
 constexpr std::string_view unfinishedMarker = ".unfinished-";
+constexpr std::string_view asideMarker = ".removing-";
 
 /// Thrown by a call, and so through the product, when a run does not come to its end. No
 /// std::exception, which somebody might catch.
@@ -54,9 +55,10 @@ std::vector<std::string> logLines(const json& result) {
     return lines;
 }
 
-/// The name that a file is to have which is still being written.
+/// The name of the record of which a file is the new content, or which was moved aside to be
+/// removed.
 std::string finishedName(const std::string& path) {
-    const auto marker = path.rfind(unfinishedMarker);
+    const auto marker = std::min(path.rfind(unfinishedMarker), path.rfind(asideMarker));
     const auto name = path.rfind('/') + 1;
     return marker == std::string::npos
                ? path
@@ -116,8 +118,9 @@ std::size_t openDescriptors() {
 std::vector<std::string> unfinishedFiles(const std::string& root, const std::string& when) {
     std::vector<std::string> found;
     for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        if (entry.path().filename().string().find(unfinishedMarker) != std::string::npos) {
-            found.push_back(when + ": " + entry.path().filename().string());
+        const std::string name = entry.path().filename().string();
+        if (name.find(unfinishedMarker) != name.npos || name.find(asideMarker) != name.npos) {
+            found.push_back(when + ": " + name);
         }
     }
     return found;

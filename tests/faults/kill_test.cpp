@@ -44,8 +44,9 @@ std::string fingerprint(const std::string& root) {
     json files = simulator::stateFiles(root + "/Logs");
     json stable;
     for (const auto& [path, content] : files.items()) {
-        const bool isUnfinished = path.find(".unfinished-") != std::string::npos;
-        stable[isUnfinished ? path.substr(0, path.size() - 6) : path] =
+        const bool isUnfinished = path.find(".unfinished-") != std::string::npos ||
+                                  path.find(".removing-") != std::string::npos;
+        stable[isUnfinished ? path.substr(0, path.rfind('-')) : path] =
             path.find(".helper-heartbeat") == std::string::npos ? content : json();
     }
     return stable.dump();
