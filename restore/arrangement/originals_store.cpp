@@ -18,9 +18,10 @@ namespace {
 using Arrangements = decltype(OriginalsFile::arrangements);
 
 constexpr const char* recordName = "originals file";
-const record_file::Expectation usable{
-    .version = fileVersion,
-    .warning = "originals file missing/wrong version/unparseable, starting fresh"};
+record_file::Expectation usable() {
+    return {.version = fileVersion,
+            .warning = "originals file missing/wrong version/unparseable, starting fresh"};
+}
 
 Arrangements migrated(const Arrangements& stored,
                       const std::map<std::string, std::string>& mapping) {
@@ -42,7 +43,7 @@ std::string defaultPath() {
 }
 
 OriginalsFile load(const std::string& path) {
-    return record_file::load<OriginalsFile>(path, usable).value_or(OriginalsFile());
+    return record_file::load<OriginalsFile>(path, usable()).value_or(OriginalsFile());
 }
 
 void save(const OriginalsFile& file, const std::string& path) {
@@ -60,7 +61,7 @@ void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::
         file.arrangements = std::move(renamed);
         return isChanged ? Kind::replacement : Kind::nothing;
     };
-    if (record_file::update<OriginalsFile>(path, usable, recordName, migrate) !=
+    if (record_file::update<OriginalsFile>(path, usable(), recordName, migrate) !=
         Kind::replacement) {
         return;
     }

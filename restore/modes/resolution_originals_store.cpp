@@ -15,9 +15,11 @@ namespace {
 
 using Kind = files::Change::Kind;
 
-const record_file::Expectation usable{
-    .version = fileVersion,
-    .warning = "resolution originals file missing/wrong version/unparseable, starting fresh"};
+record_file::Expectation usable() {
+    return {
+        .version = fileVersion,
+        .warning = "resolution originals file missing/wrong version/unparseable, starting fresh"};
+}
 
 void dropInvalidEntries(ResolutionOriginalsFile& file) {
     std::erase_if(file.entries, [](const auto& entry) { return !entry.second.isValid(); });
@@ -26,7 +28,7 @@ void dropInvalidEntries(ResolutionOriginalsFile& file) {
 /// @param alter alters the entries and says what is to become of the file
 template <typename Alter>
 void update(const std::string& path, Alter alter) {
-    record_file::update<ResolutionOriginalsFile>(path, usable, "resolution originals file",
+    record_file::update<ResolutionOriginalsFile>(path, usable(), "resolution originals file",
                                                  [&](ResolutionOriginalsFile& file) {
                                                      dropInvalidEntries(file);
                                                      return alter(file.entries);
@@ -41,7 +43,7 @@ std::string defaultPath() {
 
 ResolutionOriginalsFile load(const std::string& path) {
     std::optional<ResolutionOriginalsFile> file =
-        record_file::load<ResolutionOriginalsFile>(path, usable);
+        record_file::load<ResolutionOriginalsFile>(path, usable());
     if (!file) {
         return {.version = fileVersion, .entries = {}};
     }

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <new>
-#include <random>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -123,9 +122,14 @@ std::string unfinishedTemplate(const std::string& path) {
 }
 
 std::string asidePath(const std::string& path) {
-    std::random_device random;
-    return directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-" +
-           std::to_string(random());
+    const std::string name =
+        directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-";
+    // A process that had this one's number before may have left some.
+    int number = 0;
+    while (exists(name + std::to_string(number)) && number < maximumAttempts) {
+        ++number;
+    }
+    return name + std::to_string(number);
 }
 
 /// The process that made the hidden file of this name; none if the name has no such marker.
@@ -430,8 +434,8 @@ constexpr double longestPause = 0.005;  // seconds
 
 /// Waits until another process may be done, each process for another time.
 void pause() {
-    std::random_device random;
-    sleepFor(longestPause * (random() % 1000 + 1) / 1000);
+    constexpr int lengths = 7;
+    sleepFor(longestPause * (::getpid() % lengths + 1) / lengths);
 }
 
 /// Does `attempt` again as long as it returns false because another process comes in between.

@@ -239,6 +239,8 @@ void DiskModel::takePathCall(const simulator::FileCall& call) {
         perform({{place->directory, place->name, add({.isDirectory = true})}});
     } else if (call.function == "unlink") {
         perform({{place->directory, place->name, std::nullopt}});
+    } else if (const auto linked = call.function == "link" ? find(call.newPath) : std::nullopt) {
+        perform({{linked->directory, linked->name, place->node}});
     } else if (const auto to = call.function == "rename" ? find(call.newPath) : std::nullopt) {
         perform({{to->directory, to->name, place->node},
                  {place->directory, place->name, std::nullopt}});

@@ -158,9 +158,18 @@ TEST_F(DiskModelTest, TakesOthersChangesForFlushedAndOtherPlacesForNone) {
 TEST_F(DiskModelTest, TellsOfCallsThatItDoesNotKnow) {
     const int file = create(unfinished);
     EXPECT_EQ(disk->unknownCalls(), Texts{});
-    EXPECT_EQ(::link(record.c_str(), (root / "link").c_str()), 0);
-    EXPECT_EQ(disk->unknownCalls(), Texts{"link"});
+    disk->take({.function = "ftruncate", .descriptor = file});
+    disk->take({.function = "rmdir", .path = record.c_str()});
+    EXPECT_EQ(disk->unknownCalls(), (Texts{"ftruncate", "rmdir"}));
     ::close(file);
+}
+
+TEST_F(DiskModelTest, FollowsALink) {
+    ASSERT_EQ(::link(record.c_str(), (root / "link").c_str()), 0);
+    ::unlink(record.c_str());
+    EXPECT_EQ(disk->unknownCalls(), Texts{});
+    EXPECT_EQ(disk->whole(), treeBelow(root.path()));
+    EXPECT_EQ(disk->whole(), (Tree{{"link", "old"}}));
 }
 
 TEST(Trees, AreLaidOutAsTheyWereRead) {

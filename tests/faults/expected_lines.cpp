@@ -106,6 +106,8 @@ const std::set<std::string>& untold() {
         // A file that cannot be read counts as one that is missing, and a directory that cannot be
         // created is left to the write to report.
         "open", "fstat", "read", "stat", "mkdir",
+        // What cannot be touched is written once more, and what cannot be linked is renamed.
+        "futimens", "link",
         // A volume without barriers gets the ordinary flush.
         "fcntl",
         // Displays of which nothing is known have another name, or no part in the layout; a mode of

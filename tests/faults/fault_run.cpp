@@ -81,8 +81,9 @@ std::string shortSubject(const std::string& subject, const std::string& root) {
 Call callNow(const std::string& function, const std::string& root) {
     const std::string path = simulator::callSubject();
     const bool cleansUp = function == "unlink" && path.find(unfinishedMarker) != std::string::npos;
-    return {.function = function,
-            .subject = (cleansUp ? "unfinished " : "") + shortSubject(path, root)};
+    const bool movesAside = function == "rename" && path.find(asideMarker) != std::string::npos;
+    const std::string prefix = cleansUp ? "unfinished " : movesAside ? "aside " : "";
+    return {.function = function, .subject = prefix + shortSubject(path, root)};
 }
 
 /// What a process must not hold when it is at rest.

@@ -18,7 +18,8 @@ struct Call {
     std::string function;
     /// What it is about: a file by its path below the application-support directory or, behind
     /// "Logs/", below the log directory (an unfinished file by the name that it is to have, behind
-    /// "unfinished " when it is removed), a library or a symbol by its name; else empty.
+    /// "unfinished " when it is removed; a record that is moved aside behind "aside "), a library
+    /// or a symbol by its name; else empty.
     std::string subject;
     std::string error =
         "";  // of a call that was made to fail: the name of its error, if it has one
