@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 
 namespace tolvaran {
 
@@ -55,23 +56,30 @@ class ProcessWide {
     template <typename Make>
     T& get(Make make) {
         const int process = PlayedProcess::current();
-        const std::lock_guard lock(making_);
-        auto value = values_.find(process);
-        if (value == values_.end()) {
-            value = values_.emplace(process, make()).first;
-            whenForgotten([this, process] { forget(process); });
+        Slot& slot = slotOf(process);
+        const std::lock_guard lock(slot.making);
+        if (!slot.value) {
+            slot.value.emplace(make());
+            whenForgotten([this, process] { slotOf(process).value.reset(); });
         }
-        return value->second;
+        return *slot.value;
     }
 
   private:
-    void forget(int process) {
-        const std::lock_guard lock(making_);
-        values_.erase(process);
+    // Each process has a lock of its own: one that is stopped while it makes its value must not
+    // hold another one back.
+    struct Slot {
+        std::mutex making;
+        std::optional<T> value;
+    };
+
+    Slot& slotOf(int process) {
+        const std::lock_guard lock(finding_);
+        return slots_[process];
     }
 
-    std::mutex making_;
-    std::map<int, T> values_;  // by process
+    std::mutex finding_;
+    std::map<int, Slot> slots_;  // by process
 };
 
 }  // namespace tolvaran

@@ -178,7 +178,7 @@ TEST(Imports, EveryHarmlessFunctionIsStillCalled) {
 
 /// Functions that are known although no story calls them: the tests on a real Mac do.
 const Names uncalled{"CFArrayCreate", "CGCancelDisplayConfiguration", "CGDisplayIsActive",
-                     "CGDisplayRemoveReconfigurationCallback", "link"};
+                     "CGDisplayRemoveReconfigurationCallback"};
 
 TEST(Imports, EveryKnownFunctionIsCalledInSomeStory) {
     Names called;
