@@ -1,8 +1,8 @@
 # The front door. Every target installs what it needs first, then leaves the work to CMake, CTest
 # and the programs.
 .DEFAULT_GOAL := help
-.PHONY: help setup build configured run check test browser-test gallery sanitize torture
-.PHONY: fuzz coverage bench mac contract-apple mac-check replay install uninstall clean
+.PHONY: help setup build configured run check test browser-test gallery sanitize lint torture
+.PHONY: fuzz coverage mutate bench mac contract-apple mac-check replay install uninstall clean
 
 PRESET ?= plain
 JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
@@ -47,15 +47,20 @@ gallery: configured ## Draw the scenarios again (scenarios/README.md and its pic
 	build/$(PRESET)/player/tolvaran_gallery scenarios
 
 sanitize: ## Build and run every test with the address, undefined-behaviour and leak sanitizers
+	@tools/install-dependencies sanitize
 	@$(MAKE) --no-print-directory test PRESET=sanitize
+
+lint: configured ## Check formats, sources and scripts without running them
+	@tools/install-dependencies lint
+	@tools/lint -j $(JOBS)
 
 torture: export TOLVARAN_STATISTICS = $(CURDIR)/build/torture-counts
 torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N: at most N pairs of a story)
-	@$(MAKE) --no-print-directory setup
+	@tools/install-dependencies build bench
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release -j $(JOBS) --target faults_tests
 	@rm -f build/torture-counts
-	@TOLVARAN_TORTURE_PAIRS=$(PAIRS) ctest --preset torture -j $(JOBS); result=$$?; \
+	@TOLVARAN_TORTURE_PAIRS=$(PAIRS) tools/progress torture ctest --preset torture -j $(JOBS); result=$$?; \
 		$(MAKE) --no-print-directory fuzz FUZZ_SECONDS=$(or $(FUZZ_SECONDS),600) || result=1; \
 		TOLVARAN_STATISTICS= $(MAKE) --no-print-directory coverage || result=1; \
 		tools/torture-summary build/torture-counts; exit $$result
@@ -74,9 +79,15 @@ coverage: ## Show which lines and branches of helper/ and restore/ the tests do 
 	ctest --preset coverage -j $(JOBS)
 	@tools/coverage
 
-bench: ## Measure speed
-	@$(MAKE) --no-print-directory build PRESET=release
-	build/release/benchmarks/benchmarks
+mutate: ## Make N single changes to the product, each of which a test must notice (N=300)
+	@tools/install-dependencies build
+	@tools/mutate --count $(or $(N),300) -j $(JOBS)
+
+bench: ## Measure speed, memory, system calls and instructions, and compare each with its limit
+	@tools/install-dependencies build bench
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j $(JOBS) --target benchmarks tolvaran_simulator
+	@tools/bench build/release
 
 export CORE_FOUNDATION_SOURCE LIBDISPATCH_SOURCE
 

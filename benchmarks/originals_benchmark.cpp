@@ -1,9 +1,13 @@
-// Reading the saved arrangements, from the file to the checked records.
+// Reading the saved arrangements, from the file to the checked records, beside a bare parse of the
+// same bytes by the JSON library, which keeps nothing: the limit of what reading can cost.
 #include <benchmark/benchmark.h>
+#include <rapidjson/reader.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "restore/arrangement/originals_store.hpp"
@@ -31,25 +35,56 @@ OriginalsFile storeOf(std::int64_t arrangements) {
     return file;
 }
 
-void loadOriginals(benchmark::State& state) {
-    std::string name = (std::filesystem::temp_directory_path() / "tolvaran-XXXXXX").string();
-    const std::filesystem::path directory = ::mkdtemp(name.data());
-    const std::string path = directory / ".display-originals";
-    const OriginalsFile stored = storeOf(state.range(0));
-    OriginalsStore::save(stored, path);
-    if (OriginalsStore::load(path) != stored) {
-        state.SkipWithError("the store was not read as it was written");
-    } else {
-        for (auto _ : state) {
-            benchmark::DoNotOptimize(OriginalsStore::load(path));
-        }
-        state.SetBytesProcessed(state.iterations() *
-                                static_cast<std::int64_t>(std::filesystem::file_size(path)));
+/// A saved store in a directory of its own, which goes with it.
+class SavedStore {
+  public:
+    explicit SavedStore(const OriginalsFile& file) {
+        std::string name = (std::filesystem::temp_directory_path() / "tolvaran-XXXXXX").string();
+        directory_ = ::mkdtemp(name.data());
+        OriginalsStore::save(file, path());
     }
-    std::filesystem::remove_all(directory);
+    ~SavedStore() { std::filesystem::remove_all(directory_); }
+    SavedStore(const SavedStore&) = delete;
+    SavedStore& operator=(const SavedStore&) = delete;
+
+    std::string path() const { return directory_ / ".display-originals"; }
+    std::int64_t size() const {
+        return static_cast<std::int64_t>(std::filesystem::file_size(path()));
+    }
+
+  private:
+    std::filesystem::path directory_;
+};
+
+void loadOriginals(benchmark::State& state) {
+    const OriginalsFile stored = storeOf(state.range(0));
+    const SavedStore store(stored);
+    if (OriginalsStore::load(store.path()) != stored) {
+        state.SkipWithError("the store was not read as it was written");
+        return;
+    }
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(OriginalsStore::load(store.path()));
+    }
+    state.SetBytesProcessed(state.iterations() * store.size());
+}
+
+void parseOriginals(benchmark::State& state) {
+    const SavedStore store(storeOf(state.range(0)));
+    for (auto _ : state) {
+        std::ifstream file(store.path(), std::ios::binary);
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        rapidjson::StringStream stream(text.c_str());
+        rapidjson::BaseReaderHandler<> ignored;
+        if (!rapidjson::Reader().Parse<rapidjson::kParseFullPrecisionFlag>(stream, ignored)) {
+            state.SkipWithError("the store is not JSON");
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * store.size());
 }
 
 BENCHMARK(loadOriginals)->RangeMultiplier(10)->Range(1, 10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(parseOriginals)->RangeMultiplier(10)->Range(1, 10000)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace tolvaran::benchmarks

@@ -12,17 +12,17 @@ namespace tolvaran {
 namespace {
 
 struct Step {
-    const char* name;  // as its log lines show it
+    const char* name;
     void (*run)(const std::string& tag, std::optional<pid_t> exitedPID);
 };
 
 constexpr std::array<Step, 6> steps{{
-    {"checkInvariant", checkInvariant},
-    {"restoreResolutions", restoreResolutions},
-    {"restoreMenuBar", restoreMenuBar},
-    {"restoreHotCorners", restoreHotCorners},
-    {"restoreDockAutoHide", restoreDockAutoHide},
-    {"restoreCursorAssociation", restoreCursorAssociation},
+    {step_names::checkInvariant, checkInvariant},
+    {step_names::restoreResolutions, restoreResolutions},
+    {step_names::restoreMenuBar, restoreMenuBar},
+    {step_names::restoreHotCorners, restoreHotCorners},
+    {step_names::restoreDockAutoHide, restoreDockAutoHide},
+    {step_names::restoreCursorAssociation, restoreCursorAssociation},
 }};
 
 }  // namespace

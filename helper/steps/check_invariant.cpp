@@ -8,7 +8,7 @@
 namespace tolvaran {
 
 void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const StepLog step("checkInvariant", tag);
+    const StepLog step(step_names::checkInvariant, tag);
     const bool isRunning = step.mainAppIsRunning(exitedPID);
     if (isRunning || exitedPID) {
         repair_attempts::forget();

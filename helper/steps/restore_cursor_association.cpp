@@ -7,7 +7,7 @@
 namespace tolvaran {
 
 void restoreCursorAssociation(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const StepLog step("restoreCursorAssociation", tag);
+    const StepLog step(step_names::restoreCursorAssociation, tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

@@ -6,7 +6,7 @@
 namespace tolvaran {
 
 void restoreDockAutoHide(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const StepLog step("restoreDockAutoHide", tag);
+    const StepLog step(step_names::restoreDockAutoHide, tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

@@ -8,7 +8,7 @@
 namespace tolvaran {
 
 void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const StepLog step("restoreHotCorners", tag);
+    const StepLog step(step_names::restoreHotCorners, tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

@@ -33,7 +33,7 @@ void keepRemaining(const StepLog& step, const std::string& path,
 }  // namespace
 
 void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const StepLog step("restoreMenuBar", tag);
+    const StepLog step(step_names::restoreMenuBar, tag);
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }

@@ -8,7 +8,7 @@
 namespace tolvaran {
 
 void restoreResolutions(const std::string& tag, std::optional<pid_t> exitedPID) {
-    const StepLog step("restoreResolutions", tag);
+    const StepLog step(step_names::restoreResolutions, tag);
     const std::string path = ResolutionOriginalsStore::defaultPath();
     if (ResolutionOriginalsStore::pendingEntries(path).empty()) {
         return;

@@ -13,6 +13,18 @@
 
 namespace tolvaran {
 
+/// The steps' names as their log lines show them.
+namespace step_names {
+
+inline constexpr const char* checkInvariant = "checkInvariant";
+inline constexpr const char* restoreResolutions = "restoreResolutions";
+inline constexpr const char* restoreMenuBar = "restoreMenuBar";
+inline constexpr const char* restoreHotCorners = "restoreHotCorners";
+inline constexpr const char* restoreDockAutoHide = "restoreDockAutoHide";
+inline constexpr const char* restoreCursorAssociation = "restoreCursorAssociation";
+
+}  // namespace step_names
+
 /// Puts the displays back from a layout that only the main application makes: a zigzag, or one that
 /// a side-pinned or native-mirrored mark describes. They go to the arrangement saved for them, else
 /// to one saved for some of them, else, if the layout consists of corner touches alone, to one

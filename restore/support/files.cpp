@@ -281,7 +281,7 @@ Identity identityOf(const struct stat& status) {
 
 Version versionOf(Descriptor file, const struct stat& status) {
     return Version(std::make_shared<Version::State>(
-        std::make_shared<const Descriptor>(std::move(file)), identityOf(status)));
+        Version::State{std::make_shared<const Descriptor>(std::move(file)), identityOf(status)}));
 }
 
 /// The same file with another time of change; none if that cannot be set.
@@ -298,7 +298,7 @@ std::optional<Version> touch(const Version& version) {
         ::fstat(file->number(), &status) != 0) {
         return std::nullopt;
     }
-    return Version(std::make_shared<Version::State>(file, identityOf(status)));
+    return Version(std::make_shared<Version::State>(Version::State{file, identityOf(status)}));
 }
 
 /// A record's new content on its way into the record's place; removed unless it gets there.

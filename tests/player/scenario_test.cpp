@@ -124,25 +124,5 @@ TEST_F(ScenarioReading, FilesThatAreNoJSONAreRefused) {
     }
 }
 
-TEST_F(ScenarioReading, FaultsThatCannotBeAreRefused) {
-    const struct {
-        const char* fault;
-        const char* message;
-    } rows[] = {
-        {R"({"call": "CGNope", "result": 1000})",
-         "faults[0].call: is not a function that can be made to fail"},
-        {R"({"call": "CGMainDisplayID", "delayReads": 1})",
-         "faults[0].delayReads: only SLSSetMenuBarVisibilityOverrideOnDisplay can be delayed"},
-        {R"({"call": "CGBeginDisplayConfiguration", "result": 1099511627776})",
-         "faults[0].result: must be a whole number from -2147483648 to 2147483647"},
-        {R"({"call": "CFPreferencesSynchronize", "result": "no"})",
-         "faults[0].result: must be true or false"},
-    };
-    for (const auto& [fault, message] : rows) {
-        const json document{{"faults", json::array({json::parse(fault)})}};
-        EXPECT_EQ(thrownBy<ScenarioError>([&] { readScenario(document, "", "test"); }), message);
-    }
-}
-
 }  // namespace
 }  // namespace simulator

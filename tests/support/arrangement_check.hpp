@@ -106,7 +106,7 @@ struct CheckRow {
     nlohmann::json machine;
     nlohmann::json saved = nlohmann::json();  // arrangements by signature
     std::optional<Places> marked = {};  // marked in all stores for all displays of the machine
-    nlohmann::json faults = nlohmann::json::array();
+    std::vector<nlohmann::json> faults = {};
     Lines log;
     Lines calls = {};
     /// The kinds of mark that are left, if any were there; none for all of them.

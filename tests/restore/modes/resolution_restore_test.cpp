@@ -184,7 +184,7 @@ TEST_F(ResolutionRestoring, AppliesAModeOfAnyRateEvenWhereItMayBeShownAlready) {
 
 TEST_F(ResolutionRestoring, ForgetsAModeOfUnknownRateThatIsShownWithoutOne) {
     json panel = display(1);
-    panel["modes"] = {mode(6, 1280, 720, 0.25)};
+    panel["modes"] = json::array({mode(6, 1280, 720, 0.25)});
     panel["mode"] = 6;
     resetMac({panel});
     record({{canonicalID(1), {1280, 720, false, 0}}});

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <limits>
+#include <string>
 
 #include "platform/private_interfaces.hpp"
 #include "tests/simulator/devices/device_test.hpp"
@@ -13,8 +14,8 @@ namespace {
 constexpr const char* hiServicesPath =
     "/System/Library/Frameworks/ApplicationServices.framework/Frameworks/HIServices.framework/"
     "HIServices";
-constexpr const char* getterName = "CoreDockGetExposeCornerActionsWithModifiers";
-constexpr const char* setterName = "CoreDockSetExposeCornerActionWithModifier";
+const std::string getterName = "CoreDockGetExposeCornerActionsWithModifiers";
+const std::string setterName = "CoreDockSetExposeCornerActionWithModifier";
 constexpr std::int32_t sentinel = std::numeric_limits<std::int32_t>::min();
 
 using Corners = std::array<std::int32_t, 4>;
@@ -29,14 +30,14 @@ class Dock : public DeviceTest {
     }
 
     void read() {
-        auto* const getter = hiServices_.find<void(std::int32_t*, std::int32_t*)>(getterName);
+        auto* const getter = hiServices_.find<void(std::int32_t*, std::int32_t*)>(getterName.c_str());
         ASSERT_NE(getter, nullptr);
         getter(actions_.data(), modifiers_.data());
     }
 
     std::int32_t set(std::int32_t action, std::int32_t corner, std::int32_t modifier) {
         auto* const setter =
-            hiServices_.find<std::int32_t(std::int32_t, std::int32_t, std::int32_t)>(setterName);
+            hiServices_.find<std::int32_t(std::int32_t, std::int32_t, std::int32_t)>(setterName.c_str());
         EXPECT_NE(setter, nullptr);
         return setter(action, corner, modifier);
     }
@@ -117,10 +118,10 @@ TEST_F(Dock, ASetterThatFailsLeavesTheCorners) {
 }
 
 TEST_F(Dock, FunctionsMayBeMissing) {
-    for (const char* const name : {getterName, setterName}) {
+    for (const std::string& name : {getterName, setterName}) {
         simulator::set({{"unavailable", nlohmann::json::array({name})}});
-        EXPECT_EQ(hiServices_.find<void()>(name), nullptr);
-        EXPECT_EQ(dlsym(RTLD_DEFAULT, name), nullptr);
+        EXPECT_EQ(hiServices_.find<void()>(name.c_str()), nullptr);
+        EXPECT_EQ(dlsym(RTLD_DEFAULT, name.c_str()), nullptr);
     }
     simulator::set({{"unavailable", nlohmann::json::array({"HIServices"})}});
     EXPECT_EQ(RunTimeLibrary(hiServicesPath).handle, nullptr);

@@ -98,8 +98,8 @@ TEST_F(Faults, MalformedFaultsAreRefused) {
         {R"({"call": "CGMainDisplayID", "result": "text"})",
          "result: must be a whole number from 0 to 4294967295"},
     };
-    for (const auto& [fault, message] : rows) {
-        EXPECT_EQ(thrownBy([&] { addFault(json::parse(fault)); }), message);
+    for (const auto& row : rows) {
+        EXPECT_EQ(thrownBy([&] { addFault(json::parse(row.fault)); }), row.message);
     }
     EXPECT_EQ(results(1), std::vector{0}) << "none was added";
 }

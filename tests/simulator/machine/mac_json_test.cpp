@@ -166,8 +166,8 @@ TEST_F(MacJson, MalformedMachinesAreRefused) {
     };
     reset({{"cursorAssociated", false}});
     const json before = machine();
-    for (const auto& [mac, message] : rows) {
-        EXPECT_EQ(thrownBy([&] { reset(json::parse(mac)); }), message);
+    for (const auto& row : rows) {
+        EXPECT_EQ(thrownBy([&] { reset(json::parse(row.mac)); }), row.message);
     }
     EXPECT_EQ(machine(), before) << "a refused machine changes nothing";
 }

@@ -1,0 +1,100 @@
+"""tools/mutate: which changes it makes, and which it knows to change nothing."""
+
+import importlib.machinery
+import importlib.util
+import pathlib
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
+loader = importlib.machinery.SourceFileLoader("mutate", str(ROOT / "tools/mutate"))
+mutate = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutate", loader))
+sys.modules["mutate"] = mutate
+loader.exec_module(mutate)
+
+# A line of a source, and every line that one change makes of it.
+ROWS = [
+    ("    return a == b;", ["    return a != b;"]),
+    ("    return a < b && c;", ["    return a <= b && c;", "    return a < b || c;"]),
+    ("    if (isReady()) {", ["    if (!(isReady())) {"]),
+    ('    if (name == "a // b") {', ['    if (name != "a // b") {', '    if (!(name == "a // b")) {']),
+    ("    return x ? 1 : y;", ["    return x ? 2 : y;", "    return x ? y : 1;"]),
+    ("    constexpr int limit = 16;", ["    constexpr int limit = 17;"]),
+    ("    bool done = true;", ["    bool done = false;"]),
+    ("    files::remove(path);", ["    ;"]),
+    ('    log("a == 1 && true");', ["    ;"]),
+    ("    // a == b && true", []),
+    ("    return call(x);", []),
+    ("    std::vector<int> list;", []),
+    ("    case 3:", []),
+    ("#include <a>", []),
+    ("    const auto value32 = 0x10;", []),
+]
+
+
+class FakeTree:
+    """Notices what its table says."""
+
+    def __init__(self, outcomes):
+        self.outcomes = outcomes
+
+    def attempt(self, change):
+        return self.outcomes[change.line - 1]
+
+
+def change(line):
+    return mutate.Change("a.cpp", line, "call", f"  f{line}();", "  ;")
+
+
+class Mutate(unittest.TestCase):
+    def test_each_line_is_changed_in_every_way(self):
+        for line, expected in ROWS:
+            with self.subTest(line):
+                changes = mutate.changes_of("a.cpp", line)
+                self.assertEqual(sorted(made.after for made in changes), sorted(expected))
+
+    def test_every_kind_is_possible_in_the_product(self):
+        kinds = {made.kind for folder in ("helper", "restore")
+                 for path in (ROOT / folder).rglob("*.cpp")
+                 for made in mutate.changes_of(str(path), path.read_text())}
+        self.assertEqual(kinds, {"comparison", "condition", "constant", "branches", "call"})
+
+    def test_what_does_not_compile_is_replaced_and_what_is_known_is_not_reported(self):
+        known = {("a.cpp", "f3();", ";")}
+        tree = FakeTree(["", "nobody", "nobody", "concerned", "others", "nobody"])
+        changes = [change(line) for line in range(1, 7)]
+        self.assertEqual(mutate.attempt_all(tree, changes, 4, known), [change(2)])
+
+    def test_the_list_of_changes_that_change_nothing_is_in_order(self):
+        known = mutate.equivalents(mutate.EQUIVALENT)
+        self.assertEqual(list(mutate.outdated(known, ROOT)), [])
+
+    def test_an_entry_without_a_reason_or_without_its_line_is_refused(self):
+        with tempfile.TemporaryDirectory() as directory:
+            path = pathlib.Path(directory, "list")
+            path.write_text("# list\n\na.cpp\n- x();\n+ ;\n")
+            with self.assertRaises(ValueError):
+                mutate.equivalents(path)
+            path.write_text("# list\n\na.cpp\n- x();\n+ ;\nIt does nothing.\n")
+            known = mutate.equivalents(path)
+            self.assertEqual(known, {("a.cpp", "x();", ";")})
+            self.assertEqual(list(mutate.outdated(known, pathlib.Path(directory))), ["a.cpp: x();"])
+            pathlib.Path(directory, "a.cpp").write_text("    x();\n")
+            self.assertEqual(list(mutate.outdated(known, pathlib.Path(directory))), [])
+
+    def test_a_change_is_undone_after_it_was_tried(self):
+        with tempfile.TemporaryDirectory() as directory:
+            tree = mutate.Tree(pathlib.Path(directory), 1)
+            file = pathlib.Path(directory, "a.cpp")
+            file.write_text("one();\n  f2();\n")
+            seen = []
+            tree.notices = lambda _: seen.append(file.read_text()) or "nobody"
+            self.assertEqual(tree.attempt(change(2)), "nobody")
+            self.assertEqual(seen, ["one();\n  ;\n"])
+            self.assertEqual(file.read_text(), "one();\n  f2();\n")
+
+
+if __name__ == "__main__":
+    unittest.main()
