@@ -24,6 +24,8 @@ install(TARGETS ${targets} EXPORT TolvaranRestoreTargets
 install(EXPORT TolvaranRestoreTargets NAMESPACE TolvaranRestore::
         DESTINATION ${package_directory} COMPONENT library)
 
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/module.modulemap
+        DESTINATION ${header_directory} COMPONENT library)
 install(CODE "set(source_directory \"${PROJECT_SOURCE_DIR}\")
 set(header_directory \"${header_directory}\")" COMPONENT library)
 install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/install_public_headers.cmake COMPONENT library)

@@ -3,6 +3,8 @@
 #   BUILD     the build tree
 #   COMPILER  the C++ compiler
 #   FLAGS     what everything must be compiled and linked with
+#   CLANG     Clang, if there is one: it imports the library as a module
+#   GUIDE     docs/library.md, whose example is built and run as well
 cmake_minimum_required(VERSION 3.25)
 set(source ${CMAKE_CURRENT_LIST_DIR})
 set(work ${BUILD}/consumer)
@@ -61,3 +63,25 @@ execute_process(COMMAND pkg-config --cflags --libs TolvaranRestore OUTPUT_VARIAB
 separate_arguments(options UNIX_COMMAND "${FLAGS} ${options}")
 run(${COMPILER} -std=c++20 ${source}/main.cpp -o ${work}/found_by_pkg_config ${options})
 run_consumer(${work}/found_by_pkg_config ${work}/state)
+
+# The guide's example, which leaves nothing that is still to be put back.
+file(READ ${GUIDE} guide)
+if(NOT guide MATCHES "\n```cpp\n(.*\n})\n```\n")
+    message(FATAL_ERROR "there is no example in ${GUIDE}")
+endif()
+file(WRITE ${work}/example.cpp "${CMAKE_MATCH_1}\n")
+run(${COMPILER} -std=c++20 ${work}/example.cpp -o ${work}/example ${options})
+file(REMOVE_RECURSE ${work}/state)
+run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${work}/state ${work}/example)
+file(GLOB left LIST_DIRECTORIES FALSE ${work}/state/State/* ${work}/state/State/.*)
+if(left)
+    message(FATAL_ERROR "the guide's example left ${left}")
+endif()
+
+if(CLANG)
+    execute_process(COMMAND pkg-config --cflags TolvaranRestore OUTPUT_VARIABLE cflags
+                    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    separate_arguments(cflags UNIX_COMMAND "${cflags}")
+    run(${CLANG} -std=c++20 -fmodules -fcxx-modules -fmodules-cache-path=${work}/modules
+        -fsyntax-only ${source}/imports_module.cpp ${cflags})
+endif()

@@ -1,0 +1,7 @@
+// Imports the library as a module of Clang's, and includes nothing.
+#pragma clang module import TolvaranRestore
+
+int main() {
+    tolvaran::RestoreLog::silence();
+    return tolvaran::HelperHeartbeat::defaultStaleThreshold == 300.0 ? 0 : 1;
+}
