@@ -237,7 +237,8 @@ struct Readings {
     bool operator==(const Readings&) const = default;
 };
 
-// The system's own preferences hold numbers of every type, as whoever wrote them liked it.
+// Documented: a number converts to any numeric type. The system's own preferences hold numbers of
+// every type.
 TEST_F(Values, NumbersOfEveryTypeAreReadAsWhatTheyAre) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     constexpr auto greatest = std::numeric_limits<std::int64_t>::max();
@@ -293,7 +294,7 @@ TEST_F(Values, SmallUnsignedNumbersPassAsSignedOnes) {
                                   kCFNumberSInt8Type, &byte));
 }
 
-// A NaN is kept as a double, and lost as anything else.
+// Left open: what a NaN converts to. It is kept as a double, and lost as anything else.
 TEST_F(Values, ANaNSurvivesAsADoubleOnly) {
     double real = 0;
     EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberFloat32Type, std::nanf("")).get(),
@@ -344,7 +345,8 @@ TEST_F(Values, DamagedTextIsRefused) {
     }
 }
 
-// A string of UTF-16 units may hold what no text does; the product then reads none.
+// Documented: converting reports how much it could convert. A string of UTF-16 units may hold what
+// no text does; the product then reads none.
 TEST_F(Values, ALoneSurrogateAnywhereMakesAStringUnreadable) {
     const std::vector<std::vector<UniChar>> broken = {{0xD800},         {0xDC00},
                                                       {'a', 0xD83D},    {0xDDA5, 'a'},
