@@ -37,7 +37,7 @@ std::string withIgnoredKey(const std::string& good, const std::string& text) {
 /// ignore.
 std::vector<Corruption> wrongText(const std::string& good) {
     constexpr std::size_t tooDeep = 100'000;
-    constexpr std::size_t huge = 50'000'000;
+    constexpr std::size_t huge = 5'000'000;
     return {
         {"nothing but blanks", " \n\t "},
         {"a list", "[" + good + "]"},
@@ -60,9 +60,9 @@ std::vector<Corruption> wrongText(const std::string& good) {
          withIgnoredKey(good, repeated("{\"a\":", tooDeep) + "1" + repeated("}", tooDeep))},
         {"nested lists", withIgnoredKey(good, repeated("[", tooDeep) + repeated("]", tooDeep))},
         {"lists that never end", std::string(tooDeep, '[')},
-        {"50 MB of lists that never end", std::string(huge, '[')},
-        {"50 MB that are not JSON", std::string(huge, 'x')},
-        {"50 MB without an end",
+        {"5 MB of lists that never end", std::string(huge, '[')},
+        {"5 MB that are not JSON", std::string(huge, 'x')},
+        {"5 MB without an end",
          good.substr(0, good.size() - 1) + ",\"a\":\"" + std::string(huge, 'x')},
     };
 }
@@ -140,10 +140,12 @@ TEST_P(MalformedRecord, IsToldFromOneOfFiftyMegabytes) {
     const std::string& good = GetParam().example;
     const std::string expected = reading(good);
     const std::string blanks(50'000'000, ' ');
-    for (const std::string& padded : {blanks + good, withIgnoredKey(good, '"' + blanks + '"')}) {
-        EXPECT_EQ(reading(padded), expected);
-        EXPECT_EQ(takeLog(), Lines{});
-    }
+    EXPECT_EQ(reading(withIgnoredKey(good, '"' + blanks + '"')), expected);
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(reading(blanks.substr(45'000'000) + good), expected);
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(reading(std::string(50'000'000, '[')), unusable_);
+    expectUnusable();
 }
 
 TEST_P(MalformedRecord, IsToldFromOneThatIsMissing) {

@@ -1,6 +1,9 @@
 #include "tests/support/records/records.hpp"
 
 #include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
 #include <map>
 #include <optional>
 #include <regex>
@@ -312,6 +315,29 @@ const std::vector<Change> separatedChanges = {
     [](const auto& path) { SeparatedSetsStore::migrateCanonicalIDs(renaming, path); },
     [](const auto& path) { SeparatedSetsStore::clearSeparated("HW-3", path); }};
 
+/// The text with something that no field accepts in place of each number beyond every double. JSON
+/// allows those, and they may stand where nobody reads them. Those of a very large text stay.
+std::string withoutHugeNumbers(const std::string& text) {
+    constexpr std::size_t largest = 1'000'000;
+    if (text.size() > largest) {
+        return text;
+    }
+    std::string result;
+    bool isInText = false;
+    for (const char* at = text.c_str(); at != text.c_str() + text.size();) {
+        const bool isEscaped = isInText && *at == '\\' && at[1] != '\0';
+        isInText = isInText != (*at == '"');
+        char* end = nullptr;
+        const char digit = *at == '-' ? at[1] : *at;
+        const bool isNumber = !isInText && std::isdigit(static_cast<unsigned char>(digit)) != 0;
+        const bool isHuge = isNumber && std::isinf(std::strtod(at, &end));
+        const char* const next = isNumber && end != at ? end : at + (isEscaped ? 2 : 1);
+        result += isHuge ? "[{}]" : std::string(at, next);
+        at = next;
+    }
+    return result;
+}
+
 /// The document that the content is. Text with a zero byte is none, nor is one nested deeper than
 /// anybody would write.
 json parsed(const std::string& content) {
@@ -321,7 +347,7 @@ json parsed(const std::string& content) {
         isTooDeep = isTooDeep || depth > deepest;
         return !isTooDeep;
     };
-    json document = json::parse(content, measure, false);
+    json document = json::parse(withoutHugeNumbers(content), measure, false);
     return isTooDeep ? json(json::value_t::discarded) : document;
 }
 
