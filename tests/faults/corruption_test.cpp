@@ -84,9 +84,8 @@ Outcome play(const Scenario& scenario, const std::string& path) {
     const std::size_t descriptors = openDescriptors();
     const std::size_t objects = simulator::liveObjects();
     const auto prepare = [&] {
-        simulator::observeFileCalls([&](const simulator::FileCall& call) {
-            outcome.wasRead |= call.function == "open" && call.path == file;
-        });
+        // Not when it is opened: a recovery opens every record to know which file it is.
+        simulator::onCall("read", [&] { outcome.wasRead |= simulator::callSubject() == file; });
         simulator::decideCalls([calls = std::size_t{0}](const std::string& function) mutable {
             // Apple's functions, unlike those on files, are never called where nothing may be
             // thrown.

@@ -144,8 +144,11 @@ bool passesForSuccess(const Call& call, const json& form) {
 }
 
 /// Whether one such failure is made up for by the next call.
-bool isMadeUpFor(const Row& row, const json& form, Lasting lasting) {
-    return lasting == Lasting::once && (row.isRetried || form.value("result", json()) == "EINTR");
+bool isMadeUpFor(const Row& row, const Call& call, const json& form, Lasting lasting) {
+    const json result = form.value("result", json());
+    // An unfinished file that has gone means that another process was quicker: it is made again.
+    const bool isOvertaken = call.function == "rename" && result == "ENOENT";
+    return lasting == Lasting::once && (row.isRetried || isOvertaken || result == "EINTR");
 }
 
 std::string withCode(std::string line, const json& form) {
@@ -171,7 +174,7 @@ std::string missingLine(const Call& call, const json& form, Lasting lasting,
             call.function != "CoreDockGetExposeCornerActionsWithModifiers") {
             return "";
         }
-        if (isMadeUpFor(row, form, lasting)) {
+        if (isMadeUpFor(row, call, form, lasting)) {
             return "";
         }
         const std::regex line(withCode(row.line, form));
