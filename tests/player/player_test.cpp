@@ -304,7 +304,7 @@ TEST_F(Player, ARunThatItsOwnReconfigurationsKeepGoingReachesItsEnd) {
         "timeline": [{"at": 1, "write": {"path": "State/end", "content": "reached"}}],
         "until": 1})");
     const json result = playQuietly(document).result;
-    EXPECT_GT(result["log"].size(), 100U);
+    EXPECT_GT(result["log"].size(), 50U);
     EXPECT_EQ(result["files"]["State/end"], "reached");
     EXPECT_EQ(playQuietly(document).result, result);
 }
