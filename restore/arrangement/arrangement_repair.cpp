@@ -114,44 +114,52 @@ bool haveMoved(const std::map<CGDirectDisplayID, CGRect>& before,
     });
 }
 
-void noteMove(const Repair& repair, const Positions& positions, const std::string& what,
-              bool leftZigzag) {
+using repair_attempts::Effect;
+
+void noteAttempt(const Repair& repair, const Positions& positions, const std::string& what,
+                 Effect effect) {
     using repair_attempts::Verdict;
-    const Verdict verdict = repair_attempts::noteMove(positions, leftZigzag);
+    const Verdict verdict = repair_attempts::noteAttempt(positions, effect);
     if (verdict == Verdict::goOn) {
         return;
     }
-    const std::string subject =
-        verdict == Verdict::leaveAll ? "saved arrangements keep" : what + " keeps";
+    const bool isAll = verdict == Verdict::leaveAll;
+    const std::string subject = isAll ? "saved arrangements were" : what + " was";
+    const auto times = isAll ? repair_attempts::mostOfAll : repair_attempts::mostOfOne;
     const long minutes = std::lround(repair_attempts::goodWhile / 60);
-    repair.log("warn", subject + " moving the displays without settling them; skipping for " +
+    repair.log("warn", subject + " applied " + std::to_string(times) +
+                           " times without settling the displays; skipping for " +
                            std::to_string(minutes) + " minutes");
 }
 
-enum class Outcome {
-    refused,
-    withoutEffect,  // accepted, but no display has moved
-    zigzag,         // the displays have moved, and a zigzag is left
-    settled,
-};
-
-/// Applies the positions, and looks at the displays again. A refusal is logged.
-Outcome configure(Repair& repair, const Positions& positions, const std::string& refusal) {
-    if (++repair.configurations == mostConfigurations) {
-        repair.log("debug", "trying no further saved arrangement in this check");
-    }
-    if (!DisplayApply::applyOriginalsToHardware(positions)) {
-        repair.log("error", refusal);
-        return Outcome::refused;
-    }
+/// What the positions, which the window server has accepted, have done to the displays.
+Effect lookAgain(Repair& repair) {
     const auto before = repair.frames;
     const std::vector<DisplayFrame> now = carefullyReadFrames(repair.hardware);
     const bool zigzag = Zigzag::isZigzag(now);
     noteFrames(repair, now);
     if (!haveMoved(before, repair.frames)) {
-        return Outcome::withoutEffect;
+        return Effect::none;
     }
-    return zigzag ? Outcome::zigzag : Outcome::settled;
+    return zigzag ? Effect::leftZigzag : Effect::settled;
+}
+
+/// Applies the positions, and looks at the displays again. A refusal is logged.
+/// @param what    what the log calls the arrangement where it is left alone from now on
+/// @param refusal the log line of a refusal
+/// @return whether the displays have moved and no zigzag is left
+bool configure(Repair& repair, const Positions& positions, const std::string& what,
+               const std::string& refusal) {
+    if (++repair.configurations == mostConfigurations) {
+        repair.log("debug", "trying no further saved arrangement in this check");
+    }
+    if (!DisplayApply::applyOriginalsToHardware(positions)) {
+        repair.log("error", refusal);
+        return false;
+    }
+    const Effect effect = lookAgain(repair);
+    noteAttempt(repair, positions, what, effect);
+    return effect == Effect::settled;
 }
 
 /// Whether the positions may be configured. If not, says why.
@@ -189,11 +197,7 @@ bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string&
         repair.log("debug", candidate + " is already in force, skipping");
         return false;
     }
-    const Outcome outcome = configure(repair, positions, "CG configure rejected for " + label);
-    if (outcome == Outcome::zigzag || outcome == Outcome::settled) {
-        noteMove(repair, positions, candidate, outcome == Outcome::zigzag);
-    }
-    return outcome == Outcome::settled;
+    return configure(repair, positions, candidate, "CG configure rejected for " + label);
 }
 
 /// Whether a made-up row may take the layout's place: only that of a full zigzag, since any other
@@ -213,7 +217,7 @@ bool tryStackedFallback(Repair& repair) {
         return false;
     }
     const Positions positions = DisplayApply::stackedFallbackPositions(frames, CGMainDisplayID());
-    if (positions.empty()) {
+    if (positions.empty() || !repair_attempts::mayTryRow(positions)) {
         return false;
     }
     if (isInForce(repair, positions)) {
@@ -221,8 +225,8 @@ bool tryStackedFallback(Repair& repair) {
         return false;
     }
     repair.log("warn", "applying stacked fallback because no saved arrangement was usable");
-    return configure(repair, positions, "CG configure rejected stacked fallback") ==
-           Outcome::settled;
+    return configure(repair, positions, "stacked fallback",
+                     "CG configure rejected stacked fallback");
 }
 
 // The ways to repair the layout. Each returns what the log is to say of its success, or none.

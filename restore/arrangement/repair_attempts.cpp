@@ -12,10 +12,10 @@ namespace {
 
 using Arrangement = std::vector<HardwarePosition>;
 
-struct Move {
+struct Attempt {
     Arrangement arrangement;
     CFAbsoluteTime at;
-    bool leftZigzag;
+    Effect effect;
 };
 
 struct Exclusion {
@@ -25,7 +25,7 @@ struct Exclusion {
 
 struct Memory {
     std::vector<CGDirectDisplayID> displays = {};  // in ascending order
-    std::vector<Move> moves = {};
+    std::vector<Attempt> attempts = {};
     std::vector<Exclusion> exclusions = {};
     bool leftZigzag = false;  // the last move, and the displays have not been in order since
 };
@@ -38,11 +38,21 @@ bool isWithin(double seconds, CFAbsoluteTime since, CFAbsoluteTime now) {
 }
 
 void dropWhatIsOver(CFAbsoluteTime now) {
-    std::erase_if(memory.get().moves,
-                  [&](const Move& move) { return !isWithin(quickSuccession, move.at, now); });
+    std::erase_if(memory.get().attempts, [&](const Attempt& attempt) {
+        return !isWithin(quickSuccession, attempt.at, now);
+    });
     std::erase_if(memory.get().exclusions, [&](const Exclusion& exclusion) {
         return !isWithin(goodWhile, exclusion.since, now);
     });
+}
+
+template <typename Concerns>
+bool isExcluded(Concerns concerns) {
+    if (memory.get().exclusions.empty()) {
+        return false;
+    }
+    dropWhatIsOver(CFAbsoluteTimeGetCurrent());
+    return std::ranges::any_of(memory.get().exclusions, concerns);
 }
 
 }  // namespace
@@ -59,37 +69,39 @@ void forget() {
 }
 
 void noteOrder() {
-    std::erase_if(memory.get().moves, [](const Move& move) { return !move.leftZigzag; });
+    std::erase_if(memory.get().attempts,
+                  [](const Attempt& attempt) { return attempt.effect == Effect::settled; });
     memory.get().leftZigzag = false;
 }
 
-Verdict noteMove(const Arrangement& arrangement, bool leftZigzag) {
+Verdict noteAttempt(const Arrangement& arrangement, Effect effect) {
     const CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
     dropWhatIsOver(now);
-    memory.get().leftZigzag = leftZigzag;
-    auto& moves = memory.get().moves;
+    if (effect != Effect::none) {
+        memory.get().leftZigzag = effect == Effect::leftZigzag;
+    }
+    auto& attempts = memory.get().attempts;
     auto& exclusions = memory.get().exclusions;
-    moves.push_back({.arrangement = arrangement, .at = now, .leftZigzag = leftZigzag});
-    if (moves.size() >= mostOfAll) {
+    attempts.push_back({.arrangement = arrangement, .at = now, .effect = effect});
+    const auto count = std::ranges::count(attempts, arrangement, &Attempt::arrangement);
+    const bool isExhausted = static_cast<std::size_t>(count) >= mostOfOne;
+    if (isExhausted) {
+        exclusions.push_back({.arrangement = arrangement, .since = now});
+    }
+    if (attempts.size() >= mostOfAll) {
         exclusions.push_back({.arrangement = std::nullopt, .since = now});
         return Verdict::leaveAll;
     }
-    const auto count = std::ranges::count(moves, arrangement, &Move::arrangement);
-    if (static_cast<std::size_t>(count) < mostOfOne) {
-        return Verdict::goOn;
-    }
-    exclusions.push_back({.arrangement = arrangement, .since = now});
-    return Verdict::leaveThisOne;
+    return isExhausted ? Verdict::leaveThisOne : Verdict::goOn;
 }
 
 bool mayTry(const Arrangement& arrangement) {
-    if (memory.get().exclusions.empty()) {
-        return true;
-    }
-    dropWhatIsOver(CFAbsoluteTimeGetCurrent());
-    return std::ranges::none_of(memory.get().exclusions, [&](const Exclusion& exclusion) {
-        return exclusion.arrangement.value_or(arrangement) == arrangement;
-    });
+    return !isExcluded(
+        [&](const Exclusion& one) { return one.arrangement.value_or(arrangement) == arrangement; });
+}
+
+bool mayTryRow(const Arrangement& row) {
+    return !isExcluded([&](const Exclusion& one) { return one.arrangement == row; });
 }
 
 bool haveLeftZigzag() {

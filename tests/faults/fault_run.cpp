@@ -161,7 +161,6 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
     std::size_t count = 0;
     ConfigurationRate rate;
     const auto ask = [&](const std::string& function) {
-        rate.note(function);
         // Apple's functions, unlike those on files, are never called where nothing may be thrown.
         if (++count > longest_ && std::isupper(function.front()) != 0) {
             throw EndlessRun();
@@ -171,7 +170,10 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
             run.failed.push_back(callNow(function, root));
             const json result = fault.value("result", json());
             run.failed.back().error = result.is_string() ? result.get<std::string>() : "";
-        } else if (isCalm_) {
+            return fault;
+        }
+        rate.note(function);
+        if (isCalm_) {
             run.calls.push_back(callNow(function, root));
         }
         return fault;

@@ -7,7 +7,7 @@
 namespace tolvaran::tests {
 
 void ConfigurationRate::note(const std::string& function) {
-    if (function == "CGBeginDisplayConfiguration") {
+    if (function == "CGCompleteDisplayConfiguration" && simulator::openConfigurations() > 0) {
         times_.push_back(simulator::now());
     }
 }

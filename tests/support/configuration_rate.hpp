@@ -16,7 +16,8 @@ inline constexpr std::size_t mostConfigurationsPerEvent = 6;
 /// Counts the configurations of one play.
 class ConfigurationRate {
   public:
-    /// Is told of every outside call before it is made.
+    /// Is told of every outside call before it is made, unless the call is made to fail: what the
+    /// window server refuses moves nothing.
     void note(const std::string& function);
 
     /// The number of configurations in the minute that has the most of them.

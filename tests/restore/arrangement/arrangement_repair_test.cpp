@@ -428,7 +428,7 @@ std::size_t configurationsUntilRest(ArrangementCheck& invariant, Lines& log) {
 
 std::string leftAlone(const std::string& what) {
     return said("warn", what +
-                            " moving the displays without settling them; skipping for 10 "
+                            " applied 3 times without settling the displays; skipping for 10 "
                             "minutes");
 }
 
@@ -438,8 +438,8 @@ TEST(ArrangementRepair, ArrangementsThatMoveTheDisplaysToAndFroAreLeftAlone) {
         {{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})}, {sig({3}), entries({{3, 0, -300}})}});
     Lines log;
     EXPECT_LE(configurationsUntilRest(invariant, log), 7U);
-    EXPECT_EQ(count(log, leftAlone("candidate subset(2) keeps")), 1U);
-    EXPECT_EQ(count(log, leftAlone("candidate subset(1) keeps")), 1U);
+    EXPECT_EQ(count(log, leftAlone("candidate subset(2) was")), 1U);
+    EXPECT_EQ(count(log, leftAlone("candidate subset(1) was")), 1U);
     EXPECT_EQ(count(log, restoredStacked(sig({1, 2, 3}))), 1U);
     EXPECT_EQ(invariant.run(), Lines{healthy});
     // What stands in an ambiguous zigzag later is not theirs.
@@ -467,7 +467,7 @@ TEST(ArrangementRepair, ArrangementsThatAllSucceedAreLeftAloneTooWhereTheyMoveTo
         {{"version", 1}, {"arrangements", {{sig({1, 2}), {entries(right), entries(below)}}}}});
     Lines log;
     EXPECT_EQ(configurationsUntilRest(invariant, log), 6U);
-    EXPECT_EQ(count(log, leftAlone("candidate subset(1) keeps")), 2U);
+    EXPECT_EQ(count(log, leftAlone("candidate subset(1) was")), 2U);
 }
 
 TEST(ArrangementRepair, RepairsThatOthersUndoAreNotHeldBack) {
@@ -488,9 +488,23 @@ TEST(ArrangementRepair, OneCheckConfiguresOnlySoOften) {
         saved["a" + std::to_string(1000 + place)] = entries({{3, 1000 + place, 0}});
     }
     invariant.save(saved);
+    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
+    EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
+    EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
+}
+
+TEST(ArrangementRepair, WhatHasNoEffectIsNotTriedWithoutEnd) {
+    ArrangementCheck invariant(two);
+    invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
-    EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
-    EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
+    Lines log;
+    EXPECT_EQ(configurationsUntilRest(invariant, log), 6U);
+    EXPECT_EQ(count(log, leftAlone("candidate sig=" + sig({1, 2}) + " was")), 1U);
+    EXPECT_EQ(count(log, leftAlone("stacked fallback was")), 1U);
+    simulator::advance(600);
+    simulator::clearFaults();
+    EXPECT_EQ(invariant.run().back(),
+              said("info", "restored exact arrangement for sig=" + sig({1, 2})));
 }
 
 /// The least processor time of three.

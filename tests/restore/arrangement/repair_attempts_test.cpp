@@ -10,8 +10,10 @@
 namespace tolvaran {
 namespace {
 
+using repair_attempts::Effect;
 using repair_attempts::mayTry;
-using repair_attempts::noteMove;
+using repair_attempts::mayTryRow;
+using repair_attempts::noteAttempt;
 using repair_attempts::Verdict;
 using Arrangement = std::vector<HardwarePosition>;
 
@@ -29,9 +31,9 @@ class RepairAttemptsTest : public testing::Test {
 
     /// Moves the displays there until the arrangement is left alone.
     static void exhaust(const Arrangement& arrangement) {
-        EXPECT_EQ(noteMove(arrangement, true), Verdict::goOn);
-        EXPECT_EQ(noteMove(arrangement, true), Verdict::goOn);
-        EXPECT_EQ(noteMove(arrangement, true), Verdict::leaveThisOne);
+        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::goOn);
+        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::goOn);
+        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::leaveThisOne);
         EXPECT_FALSE(mayTry(arrangement));
     }
 };
@@ -40,7 +42,7 @@ TEST_F(RepairAttemptsTest, AnArrangementThatMovesTheDisplaysThreeTimesIsLeftAlon
     EXPECT_TRUE(mayTry(at(1)));
     exhaust(at(1));
     EXPECT_TRUE(mayTry(at(2)));
-    EXPECT_EQ(noteMove(at(2), true), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(2), Effect::leftZigzag), Verdict::goOn);
     EXPECT_TRUE(mayTry(at(2)));
 }
 
@@ -55,12 +57,12 @@ TEST_F(RepairAttemptsTest, ItMayBeTriedAgainAfterAWhile) {
 
 TEST_F(RepairAttemptsTest, OnlyMovesInQuickSuccessionCount) {
     for (int move = 0; move < 10; ++move) {
-        EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+        EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
         simulator::advance(150);
     }
     EXPECT_TRUE(mayTry(at(1)));
-    EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
-    EXPECT_EQ(noteMove(at(1), true), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::leaveThisOne);
 }
 
 TEST_F(RepairAttemptsTest, AnotherSetOfDisplaysIsANewSituation) {
@@ -83,32 +85,51 @@ TEST_F(RepairAttemptsTest, ARunOfTheMainApplicationIsANewSituation) {
 
 TEST_F(RepairAttemptsTest, WhatBroughtTheDisplaysIntoOrderIsNotHeldAgainstIt) {
     for (int move = 0; move < 10; ++move) {
-        EXPECT_EQ(noteMove(at(1), false), Verdict::goOn);
+        EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::goOn);
         repair_attempts::noteOrder();
     }
-    EXPECT_EQ(noteMove(at(1), false), Verdict::goOn);
-    EXPECT_EQ(noteMove(at(1), false), Verdict::goOn);
-    EXPECT_EQ(noteMove(at(1), false), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::leaveThisOne);
 }
 
 TEST_F(RepairAttemptsTest, OrderDoesNotExcuseWhatLeftAZigzag) {
-    EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
     repair_attempts::noteOrder();
-    EXPECT_EQ(noteMove(at(1), true), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
     repair_attempts::noteOrder();
-    EXPECT_EQ(noteMove(at(1), true), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::leaveThisOne);
     repair_attempts::noteOrder();
     EXPECT_FALSE(mayTry(at(1)));
+}
+
+TEST_F(RepairAttemptsTest, WhatHasNoEffectThreeTimesIsLeftAlone) {
+    EXPECT_EQ(noteAttempt(at(1), Effect::none), Verdict::goOn);
+    repair_attempts::noteOrder();  // of a layout that only a mark recognises
+    EXPECT_EQ(noteAttempt(at(1), Effect::none), Verdict::goOn);
+    EXPECT_TRUE(mayTryRow(at(1)));
+    EXPECT_EQ(noteAttempt(at(1), Effect::none), Verdict::leaveThisOne);
+    EXPECT_FALSE(mayTry(at(1)));
+    EXPECT_FALSE(mayTryRow(at(1)));
+    EXPECT_FALSE(repair_attempts::haveLeftZigzag());
+}
+
+TEST_F(RepairAttemptsTest, WhatHasNoEffectLeavesAnOlderZigzag) {
+    exhaust(at(1));
+    EXPECT_TRUE(repair_attempts::haveLeftZigzag());
+    EXPECT_EQ(noteAttempt(at(2), Effect::none), Verdict::goOn);
+    EXPECT_TRUE(repair_attempts::haveLeftZigzag());
 }
 
 TEST_F(RepairAttemptsTest, ManyArrangementsTogetherAreLeftAloneToo) {
     for (int move = 1; move < 24; ++move) {
-        EXPECT_EQ(noteMove(at(move), true), Verdict::goOn) << move;
+        EXPECT_EQ(noteAttempt(at(move), Effect::leftZigzag), Verdict::goOn) << move;
     }
     EXPECT_TRUE(mayTry(at(99)));
-    EXPECT_EQ(noteMove(at(24), true), Verdict::leaveAll);
+    EXPECT_EQ(noteAttempt(at(24), Effect::leftZigzag), Verdict::leaveAll);
     EXPECT_FALSE(mayTry(at(1)));
     EXPECT_FALSE(mayTry(at(99)));
+    EXPECT_TRUE(mayTryRow(at(99)));
     simulator::advance(600);
     EXPECT_TRUE(mayTry(at(99)));
 }
