@@ -246,6 +246,8 @@ namespace {
 void putBack(const std::string& aside, const std::string& path) {
     const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
     if (isBack || errno == EEXIST) {
+        // A power cut must not undo the one without the other.
+        flushDirectory(parentDirectory(path));
         unlinkFile(aside);
     } else if (!exists(path)) {
         // A volume without hard links.
