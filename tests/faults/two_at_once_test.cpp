@@ -2,16 +2,15 @@
 // has crashed; the helper's run, which began when none was running, and what a new one does share
 // the time in every way. When both have ended, and the helper has run once more, the user's Mac
 // must be as it was before the first of them started, and nothing may be left.
-#include <CoreGraphics/CoreGraphics.h>
 #include <gtest/gtest.h>
 
 #include "helper/restore_sequence.hpp"
-#include "platform/private_interfaces.hpp"
 #include "restore/support/files.hpp"
 #include "restore/tolvaran_restore.hpp"
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/faults/duet.hpp"
+#include "tests/faults/main_application_parts.hpp"
 #include "tests/faults/torture.hpp"
 #include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
@@ -20,210 +19,7 @@
 namespace tolvaran::tests {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
-using Owner = DockHotCornerLeaseOwner;
-
-const json usersMac = json::parse(R"({
-    "displays": [
-        {"id": 1, "vendor": 1552, "model": 41040, "serial": 17, "mode": 1,
-         "portUUID": "37D8832A-2D66-02CA-B9F7-8F30A301B230", "frame": [0, 0, 1512, 982],
-         "modes": [{"number": 1, "flags": 1, "width": 1512, "height": 982},
-                   {"number": 2, "flags": 1, "width": 1024, "height": 768}]},
-        {"id": 2, "vendor": 4268, "model": 16609, "serial": 18,
-         "portUUID": "5C0F1A4E-9B1D-4E8C-8A55-1F6D3A1B7C02", "frame": [1512, 0, 1920, 1080]}],
-    "preferences": {"global": {"_HIHideMenuBar": false, "AppleMenuBarVisibleInFullscreen": true},
-                    "com.apple.dock": {"wvous-tl-corner": 5, "wvous-tl-modifier": 0,
-                                       "wvous-br-corner": 13, "wvous-br-modifier": 0}},
-    "dock": {"autoHide": false, "cornerActions": [5, 1, 1, 13], "cornerModifiers": [0, 0, 0, 0]},
-    "menuBar": {"autoHide": false, "activeDisplay": "37D8832A-2D66-02CA-B9F7-8F30A301B230"}
-})");
-
-constexpr CGDirectDisplayID firstDisplay = 1;
-constexpr CGDirectDisplayID secondDisplay = 2;
-const std::string firstID = "HW-1552-41040-17";
-const std::string secondID = "HW-4268-16609-18";
-const std::string bothIDs = firstID + "," + secondID;
-
-// What the main application does, each as one that may start beside a helper has to.
-
-std::string corners() {
-    return DockHotCornerOverride::defaultSnapshotPath();
-}
-
-/// Whether the lease was granted.
-bool enter(Owner owner) {
-    try {
-        DockHotCornerOverride::enter(owner, corners(), DockHotCornerOverride::dockAppID);
-        return true;
-    } catch (const DockHotCornerOverride::OverrideError&) {
-        return false;
-    }
-}
-
-void leave(Owner owner) {
-    DockHotCornerOverride::exit(owner, corners(), DockHotCornerOverride::dockAppID);
-}
-
-void suppressCorners() {
-    if (enter(Owner::gameMode) && enter(Owner::customHotCorners)) {
-        leave(Owner::gameMode);
-        enter(Owner::customHotCorners);
-    }
-}
-
-void releaseCorners() {
-    leave(Owner::customHotCorners);
-    leave(Owner::gameMode);
-}
-
-void holdScreenSaver() {
-    ScreenSaverHotCornerHold::begin(ScreenSaverHotCornerHold::defaultMarkerPath());
-}
-
-void releaseScreenSaver() {
-    ScreenSaverHotCornerHold::end(ScreenSaverHotCornerHold::defaultMarkerPath());
-}
-
-void hideDock() {
-    const std::string marker = DockAutoHideOverride::defaultSnapshotPath();
-    const std::optional<bool> pending = DockAutoHideOverride::pendingRestoreValue(marker);
-    DockAutoHideOverride::markPending(pending.value_or(CoreDockGetAutoHideEnabled() != 0), marker);
-    CoreDockSetAutoHideEnabled(1);
-}
-
-void showDock() {
-    const std::string marker = DockAutoHideOverride::defaultSnapshotPath();
-    if (const std::optional<bool> value = DockAutoHideOverride::pendingRestoreValue(marker)) {
-        CoreDockSetAutoHideEnabled(*value ? 1 : 0);
-        DockAutoHideOverride::clearPending(marker);
-    }
-}
-
-/// What the user's menu bar was like, as far as the file knows, else as it is.
-std::optional<MenuBarAutohideSnapshot> usersMenuBar(const std::string& path) {
-    const auto pending = MenuBarAutohide::loadSnapshot(path);
-    if (!pending) {
-        return MenuBarAutohide::readCurrent({MenuBarDisplayIdentity(
-            firstDisplay, firstID, firstID, "37D8832A-2D66-02CA-B9F7-8F30A301B230")});
-    }
-    return pending->hasRestoredGlobal() ? pending->reopeningLease(MenuBarAutohide::readCurrent())
-                                        : pending;
-}
-
-void hideMenuBar() {
-    const std::string path = MenuBarAutohide::defaultSnapshotPath();
-    const auto snapshot = usersMenuBar(path);
-    if (snapshot && MenuBarAutohide::saveSnapshot(*snapshot, path)) {
-        MenuBarAutohide::writeAlways();
-        MenuBarAutohide::setVisibilityOverride(false, firstDisplay);
-    }
-}
-
-void showMenuBar() {
-    const std::string path = MenuBarAutohide::defaultSnapshotPath();
-    if (const auto snapshot = MenuBarAutohide::loadSnapshot(path)) {
-        const auto left = snapshot->settled(MenuBarAutohide::restoreDetailed(*snapshot));
-        left ? MenuBarAutohide::saveSnapshot(*left, path) : MenuBarAutohide::deleteSnapshot(path);
-    }
-}
-
-void changeMode() {
-    const std::string path = ResolutionOriginalsStore::defaultPath();
-    const auto pending = ResolutionOriginalsStore::pendingEntries(path);
-    const auto known = pending.find(firstID);
-    const auto mode = DisplayModeControl::currentMode(firstDisplay);
-    if (known == pending.end() && !mode) {
-        return;
-    }
-    ResolutionOriginalsStore::recordIfAbsent(
-        firstID, known == pending.end() ? mode->spec() : known->second, path);
-    if (ResolutionOriginalsStore::pendingEntries(path).contains(firstID)) {
-        DisplayModeControl::apply(2, firstDisplay);
-    }
-}
-
-void changeModeBack() {
-    const std::string path = ResolutionOriginalsStore::defaultPath();
-    DisplayModeControl::apply(1, firstDisplay);
-    ResolutionOriginalsStore::clear(firstID, path);
-}
-
-std::vector<OriginalsEntry> usersArrangement() {
-    return {{.uuid = firstID}, {.uuid = secondID, .x = 1512}};
-}
-
-void saveArrangement() {
-    OriginalsFile file = OriginalsStore::load(OriginalsStore::defaultPath());
-    file.arrangements[bothIDs] = usersArrangement();
-    OriginalsStore::save(file, OriginalsStore::defaultPath());
-}
-
-void separateDisplays() {
-    saveArrangement();
-    SeparatedSetsStore::markSeparated(bothIDs, SeparatedSetsStore::defaultPath());
-    DisplayApply::applyOriginalsToHardware(
-        {{.displayID = secondDisplay, .origin = CGPointMake(1512, 982)}});
-}
-
-void joinDisplays() {
-    DisplayApply::applyOriginalsToHardware(
-        {{.displayID = secondDisplay, .origin = CGPointMake(1512, 0)}});
-    SeparatedSetsStore::clearSeparated(bothIDs, SeparatedSetsStore::defaultPath());
-}
-
-const std::vector<OriginalsEntry> pinned = {{.uuid = firstID},
-                                            {.uuid = secondID, .x = 1512, .y = 300}};
-
-void pinDisplays() {
-    const std::string path = SidePinnedSetsStore::defaultPath();
-    saveArrangement();
-    SidePinnedSetsStore::premarkSidePinned(bothIDs, pinned, path);
-    DisplayApply::applyOriginalsToHardware(
-        {{.displayID = secondDisplay, .origin = CGPointMake(1512, 300)}});
-    SidePinnedSetsStore::markSidePinned(bothIDs, pinned, path);
-}
-
-void unpinDisplays() {
-    DisplayApply::applyOriginalsToHardware(
-        {{.displayID = secondDisplay, .origin = CGPointMake(1512, 0)}});
-    SidePinnedSetsStore::clearSidePinned(bothIDs, SidePinnedSetsStore::defaultPath());
-}
-
-void mirrorDisplays() {
-    const std::string path = NativeMirroredSetsStore::defaultPath();
-    saveArrangement();
-    NativeMirroredSetsStore::premarkNativeMirrored(bothIDs, pinned, path);
-    DisplayApply::applyOriginalsToHardware(
-        {{.displayID = secondDisplay, .origin = CGPointMake(1512, 300)}});
-}
-
-void migrateNames() {
-    const std::map<std::string, std::string> mapping{{"old", "new"}};
-    SeparatedSetsStore::markSeparated("old,other", SeparatedSetsStore::defaultPath());
-    OriginalsStore::migrateUUIDs(mapping, OriginalsStore::defaultPath());
-    SeparatedSetsStore::migrateCanonicalIDs(mapping, SeparatedSetsStore::defaultPath());
-    SeparatedSetsStore::clearSeparated("new,other", SeparatedSetsStore::defaultPath());
-}
-
-/// What the main application does to one thing, and how it puts it back.
-struct Part {
-    const char* name;
-    void (*take)();
-    void (*giveBack)();
-};
-
-constexpr Part parts[] = {
-    {"corners", suppressCorners, releaseCorners},
-    {"screen_saver", holdScreenSaver, releaseScreenSaver},
-    {"dock", hideDock, showDock},
-    {"menu_bar", hideMenuBar, showMenuBar},
-    {"mode", changeMode, changeModeBack},
-    {"separated", separateDisplays, joinDisplays},
-    {"pinned", pinDisplays, unpinDisplays},
-    {"mirrored", mirrorDisplays, joinDisplays},
-    {"names", separateDisplays, migrateNames},
-};
 
 /// One main application that has crashed, if it has, and the next one.
 struct TwoAtOnceCase {
@@ -234,7 +30,7 @@ struct TwoAtOnceCase {
 
 std::vector<TwoAtOnceCase> cases() {
     std::vector<TwoAtOnceCase> all;
-    for (const Part& part : parts) {
+    for (const Part& part : parts()) {
         const std::string name = part.name;
         const auto both = [part] {
             part.take();
@@ -252,13 +48,13 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
   protected:
     /// Lets both share the time in these turns, and checks what comes of it.
     CallCounts check(const std::vector<Turn>& turns) {
-        HelperProcess process(usersMac);
+        HelperProcess process(usersMac());
         const json before = settings();
         inAnotherProcess(GetParam().crashed, 700);
         const CallCounts counts = playFromTheRunsBeginning(turns);
         // A new helper, which first clears away what a killed process has left.
         files::removeAbandonedFiles(TolvaranPaths::stateDir());
-        EXPECT_EQ(leftOver(), std::vector<std::string>{});
+        EXPECT_EQ(unfinishedRecords(), std::vector<std::string>{});
         runRestoreSequence("safety-tick", std::nullopt);
         runRestoreSequence("safety-tick", std::nullopt);
         EXPECT_EQ(json::diff(before, settings()), json::array());
@@ -278,49 +74,6 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
         return play({.helper = [] { runRestoreSequence("safety-tick", std::nullopt); },
                      .mainApplication = GetParam().next},
                     turns);
-    }
-
-    static json settings() {
-        const json mac = simulator::machine();
-        return {{"displays", mac.at("displays")},
-                {"preferences", mac.at("preferences")},
-                {"dock", mac.at("dock")},
-                {"menuBar", mac.at("menuBar")}};
-    }
-
-    static std::vector<std::string> filesWhere(bool (*isMeant)(const std::string& name)) {
-        std::vector<std::string> names;
-        if (fs::exists(TolvaranPaths::stateDir())) {
-            for (const auto& entry : fs::directory_iterator(TolvaranPaths::stateDir())) {
-                const std::string name = entry.path().filename().string();
-                if (isMeant(name)) {
-                    names.push_back(name);
-                }
-            }
-        }
-        return names;
-    }
-
-    static std::vector<std::string> leftOver() {
-        return filesWhere([](const std::string& name) {
-            return name.find(".unfinished-") != name.npos || name.find(".removing-") != name.npos;
-        });
-    }
-
-    /// Records of something that has yet to be put back. Marks remain, without entries.
-    static std::vector<std::string> pendingRecords() {
-        std::vector<std::string> names = filesWhere([](const std::string& name) {
-            return name != ".display-originals" && !name.ends_with("-sets.json");
-        });
-        const auto add = [&](const std::vector<std::string>& marks) {
-            names.insert(names.end(), marks.begin(), marks.end());
-        };
-        add(SeparatedSetsStore::signatures(SeparatedSetsStore::defaultPath()));
-        add(SidePinnedSetsStore::signatures(SidePinnedSetsStore::defaultPath()));
-        add(NativeMirroredSetsStore::signatures(NativeMirroredSetsStore::defaultPath()));
-        std::erase(names, "old,other");  // no display of these is connected
-        std::erase(names, "new,other");
-        return names;
     }
 
     bool hasTold_ = false;

@@ -1,0 +1,184 @@
+// The helper's restore runs and main applications as real processes, by the real clock, on one
+// directory. Main application after main application starts, changes things and is killed at a
+// random moment; the helper goes from one run to the next, and now and then it is stopped for a
+// while or killed. Whenever all main applications have gone and the helper has run, the user's Mac
+// must be as it was before the first of them started.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <thread>
+
+#include "helper/restore_sequence.hpp"
+#include "restore/support/files.hpp"
+#include "restore/support/process_wide.hpp"
+#include "restore/tolvaran_restore.hpp"
+#include "simulator/host/host_calls.hpp"
+#include "simulator/loop/clock.hpp"
+#include "tests/faults/main_application_parts.hpp"
+#include "tests/faults/shared_mac.hpp"
+#include "tests/faults/torture.hpp"
+#include "tests/support/simulated_process.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using nlohmann::json;
+
+/// What the processes tell each other.
+struct Board {
+    std::atomic<bool> mainApplicationRuns = false;
+    std::atomic<unsigned> runsEnded = 0;
+};
+
+class RealProcesses : public testing::Test {
+  protected:
+    RealProcesses() {
+        simulator::clock::restart(simulator::clock::Kind::realTime);
+        mac_.join();
+        startHelper();
+    }
+
+    ~RealProcesses() override {
+        end(helper_);
+        ::munmap(board_, sizeof(Board));
+    }
+
+    int upTo(int most) { return std::uniform_int_distribution(0, most)(random_); }
+
+    /// A main application that lives for a random time of a few milliseconds.
+    void runMainApplication() {
+        const auto choices = static_cast<unsigned>(random_());
+        board_->mainApplicationRuns = true;
+        const pid_t pid = start([&] { changeThings(choices); });
+        if (upTo(9) == 0) {
+            stopHelper();
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(upTo(6000)));
+        end(pid);
+        board_->mainApplicationRuns = false;
+        __real_kill(helper_, SIGCONT);
+    }
+
+    void restartHelper() {
+        end(helper_);
+        startHelper();
+    }
+
+    /// Until the helper has done two runs that began after this call.
+    void awaitHelper() const {
+        const unsigned before = board_->runsEnded;
+        while (board_->runsEnded - before < 3) {
+            ASSERT_EQ(::waitpid(helper_, nullptr, WNOHANG), 0) << "the helper has ended";
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+    }
+
+    void checkMac() {
+        mac_.alone([&] { EXPECT_EQ(json::diff(before_, settings()), json::array()); });
+        EXPECT_EQ(pendingRecords(), Lines{});
+        EXPECT_EQ(unfinishedRecords(), Lines{});
+    }
+
+    Lines takeLog() { return process_.takeLog(); }
+
+  private:
+    template <typename Work>
+    pid_t start(Work work) const {
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            forgetProcessWideValues();
+            work();
+            ::_exit(0);
+        }
+        return pid;
+    }
+
+    static void end(pid_t pid) {
+        __real_kill(pid, SIGKILL);
+        ::waitpid(pid, nullptr, 0);
+    }
+
+    void startHelper() {
+        helper_ = start([&] {
+            mac_.join();
+            while (true) {
+                restoreOnce();
+                mac_.alone([] {});
+                ++board_->runsEnded;
+            }
+        });
+    }
+
+    void restoreOnce() const {
+        // The helper knows which applications run from before its run begins.
+        const files::Recovery begun(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
+        if (!board_->mainApplicationRuns) {
+            files::removeAbandonedFiles(TolvaranPaths::stateDir());
+            runRestoreSequence("safety-tick", std::nullopt);
+        }
+    }
+
+    /// While the helper is within no call to the Mac: a stopped process keeps nobody from the Mac.
+    void stopHelper() {
+        mac_.alone([&] {
+            __real_kill(helper_, SIGSTOP);
+            ::waitpid(helper_, nullptr, WUNTRACED);
+        });
+    }
+
+    void changeThings(unsigned choices) {
+        mac_.join();
+        std::minstd_rand random(choices);
+        for (int n = 0; n < 3; ++n) {
+            const Part& part = parts()[random() % parts().size()];
+            part.take();
+            if (random() % 2 == 0) {
+                part.giveBack();
+            }
+        }
+        mac_.alone([] {});
+    }
+
+    HelperProcess process_{usersMac()};
+    json before_ = settings();
+    TemporaryDirectory directory_;
+    SharedMac mac_{directory_.path()};
+    Board* board_ = new (::mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE,
+                                MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Board;
+    std::minstd_rand random_{1};
+    pid_t helper_ = 0;
+};
+
+TEST_F(RealProcesses, LoseNothing) {
+    const int mainApplications = effort() == Effort::all ? 10000 : 200;
+    for (int n = 1; n <= mainApplications && !HasFailure(); ++n) {
+        runMainApplication();
+        if (upTo(19) == 0) {
+            restartHelper();
+        }
+        if (upTo(3) == 0) {
+            awaitHelper();
+            checkMac();
+            EXPECT_FALSE(HasFailure()) << "after main application " << n;
+        }
+    }
+    if (HasFailure()) {
+        const Lines log = takeLog();
+        for (std::size_t n = log.size() - std::min<std::size_t>(log.size(), 60); n < log.size();
+             ++n) {
+            ADD_FAILURE() << log[n];
+        }
+    }
+    addStatistics({{"killed main applications", mainApplications}});
+}
+
+}  // namespace
+}  // namespace tolvaran::tests
