@@ -86,11 +86,14 @@ def header(declarations):
 
 class Declarations(unittest.TestCase):
     def check(self, ours, theirs):
+        return self.check_headers(header(ours), header(theirs))
+
+    def check_headers(self, ours, theirs):
         with tempfile.TemporaryDirectory() as directory:
             root = pathlib.Path(directory).resolve()
-            for name, declarations in (("ours", ours), ("theirs", theirs)):
+            for name, text in (("ours", ours), ("theirs", theirs)):
                 (root / name / "Kit").mkdir(parents=True)
-                (root / name / "Kit/Kit.h").write_text(header(declarations))
+                (root / name / "Kit/Kit.h").write_text(text)
             return subprocess.run(
                 [ROOT / "tools/check-declarations", "--headers", root / "ours"]
                 + ["--work", root / "work", "--", *COMPILER, "-isystem", root / "theirs"],
@@ -116,7 +119,15 @@ class Declarations(unittest.TestCase):
         self.assertEqual(result.returncode, 1)
         self.assertIn("ours_alone", result.stderr)
 
-    def test_what_cannot_be_compared_is_no_silence(self):
+    def test_a_field_under_the_name_of_the_other_side_is_looked_for_there(self):
+        ours = "#include_next <Kit/Kit.h>\n#define st_mtimespec st_mtim\n"
+        result = self.check_headers(ours, "struct stat { int st_mtimespec; };\n")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        result = self.check_headers(ours, "struct stat { int st_mtime; };\n")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("st_mtimespec", result.stderr)
+
+    def test_what_cannot_be_compared_is_not_passed_over(self):
         for declaration, message in UNKNOWN:
             with self.subTest(declaration):
                 result = self.check([declaration], [declaration])
