@@ -316,6 +316,14 @@ std::string timeSection(const json& result) {
 
 // The user's log beside the helper's.
 
+/// One line of either log. What the user's log does not tell of a line is left out.
+std::string comparedLine(const std::string& at, const json& line) {
+    const auto level = line["level"].get<std::string>();
+    return (at.empty() ? "" : element("span", "at", at) + " ") +
+           (level.empty() ? "" : element("span", "level", level) + " ") +
+           element("span", "message", line["message"].get<std::string>());
+}
+
 std::string comparedCell(const json& log, const std::optional<std::size_t>& line,
                          const char* timeKey) {
     if (!line) {
@@ -323,11 +331,8 @@ std::string comparedCell(const json& log, const std::optional<std::size_t>& line
     }
     const json& told = log[*line];
     const json& at = told[timeKey];
-    const auto level = told["level"].get<std::string>();
-    return around("td", levelStyle(level),
-                  element("span", "at", at.is_number() ? seconds(at) : at.get<std::string>()) +
-                      " " + element("span", "level", level) + " " +
-                      element("span", "message", told["message"].get<std::string>()));
+    return around("td", levelStyle(told["level"].get<std::string>()),
+                  comparedLine(at.is_number() ? seconds(at) : at.get<std::string>(), told));
 }
 
 std::string comparedRow(const json& result, const ComparedLine& row, bool parts) {
@@ -363,11 +368,8 @@ std::string earlierLines(const json& log, std::size_t count) {
     }
     std::string items;
     for (std::size_t i = 0; i < count; ++i) {
-        const auto level = log[i]["level"].get<std::string>();
-        items += around("li", levelStyle(level),
-                        element("span", "at", log[i]["time"].get<std::string>()) + " " +
-                            element("span", "level", level) + " " +
-                            element("span", "message", log[i]["message"].get<std::string>()));
+        items += around("li", levelStyle(log[i]["level"].get<std::string>()),
+                        comparedLine(log[i]["time"].get<std::string>(), log[i]));
     }
     return "<details class=\"earlier\"><summary>" +
            escaped(counted(count, "earlier line", "earlier lines") + " of the user’s log") +

@@ -30,7 +30,7 @@ function timeLine() {
 }
 
 function logLines() {
-    return all('.log-lines li').map(line => ({
+    return all('#time .log-lines li').map(line => ({
         at: line.querySelector('.at').textContent,
         level: line.querySelector('.level').textContent,
         message: line.querySelector('.message').textContent,
@@ -47,13 +47,30 @@ function files() {
 }
 
 function tables() {
-    return all('table').map(table => ({
+    return all('table.facts-table').map(table => ({
         caption: table.caption && table.caption.textContent,
         headersWithoutScope: all('th:not([scope])', table).length,
         groups: all('tbody', table).map(group => ({
             title: group.querySelector('th[scope=rowgroup]').textContent,
             rows: all('tr:not(.group)', group).map(row =>
                 [...row.cells].map(cell => cell.textContent)) })) }));
+}
+
+function about() {
+    return all('table.about tr').map(row => [...row.cells].map(cell => cell.textContent));
+}
+
+/// Of the user's log beside the replay's: the messages of each row, null where a side has none,
+/// and where the two part.
+function twoLogs() {
+    const message = cell => cell.querySelector('.message')?.textContent ?? null;
+    const rows = all('.two-logs tbody tr');
+    return {
+        earlier: all('.earlier .message').map(line => line.textContent),
+        rows: rows.filter(row => row.id !== 'parting').map(row => ({
+            isCommon: row.classList.contains('common'), messages: [...row.cells].map(message) })),
+        parting: rows.findIndex(row => row.id === 'parting'),
+        verdict: document.querySelector('#logs > p')?.textContent ?? null };
 }
 
 function colour(text) {
@@ -131,7 +148,7 @@ return ({
         foreign: all('script, img, iframe, object, embed, link, base, form').length,
         verdict: document.querySelector('.verdict').textContent,
         pictures: pictures(), tables: tables(), timeLine: timeLine(), log: logLines(),
-        files: files() }),
+        files: files(), about: about(), twoLogs: twoLogs() }),
     contrasts: () => ({ text: textContrasts(), drawing: drawingContrasts() }),
     narrow: () => ({ width: document.documentElement.scrollWidth, pictures: pictures() }),
     shownLevels: () => [...new Set(logLines().filter(line => line.isShown)

@@ -10,6 +10,7 @@ Needs what `tools/install-dependencies browser` installs.
 """
 import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -72,6 +73,11 @@ def corner_touches(mac):
 
 def number(value):
     return str(int(value)) if value == int(value) else str(value)
+
+
+def visible(texts):
+    """The texts without what the page shows in another way: white space and control characters."""
+    return [re.sub(r"[^ -~\u00a1-\u1fff]", "", text) for text in texts]
 
 
 def origin(mac, identifier):
@@ -198,6 +204,32 @@ class Report(unittest.TestCase):
         self.assertEqual([(line["at"], line["level"], line["isShown"]) for line in self.seen["log"]],
                          [(f"{line['at']:.3f}", line["level"], True)
                           for line in self.result["log"]])
+
+    def test_the_two_logs_stand_side_by_side(self):
+        seen = self.seen["twoLogs"]
+        theirs = [line["message"] for line in self.result["scenario"].get("log", [])]
+        told = [row["messages"][0] for row in seen["rows"] if row["messages"][0] is not None]
+        self.assertEqual(visible(seen["earlier"] + told), visible(theirs))
+        ours = [row["messages"][1] for row in seen["rows"] if row["messages"][1] is not None]
+        all_ours = [line["message"] for line in self.result["log"]]
+        self.assertIn("\n".join(visible(ours)), "\n".join(visible(all_ours)))
+        differing = [place for place, row in enumerate(seen["rows"]) if not row["isCommon"]]
+        self.assertEqual(seen["parting"], differing[0] if differing else -1)
+        for row in seen["rows"]:
+            if row["isCommon"]:
+                self.assertEqual(*(re.sub(r"\(pid \d+\)", "", m) for m in row["messages"]))
+        if "log" in self.result["scenario"]:
+            self.assertRegex(seen["verdict"], "part|differ" if differing else "say the same")
+        else:
+            self.assertIsNone(seen["verdict"])
+
+    def test_every_fact_about_the_scenario_is_told(self):
+        about = self.result["scenario"].get("about", {})
+        self.assertEqual(visible(name for name, _ in self.seen["about"]), visible(about))
+        for (_, told), value in zip(self.seen["about"], about.values()):
+            for text in value if isinstance(value, list) else [value]:
+                if isinstance(text, str):
+                    self.assertIn(visible([text])[0], visible([told])[0])
 
     def test_files_are_told_with_what_became_of_them(self):
         before, after = self.result["before"]["files"], self.result["files"]

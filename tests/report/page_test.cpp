@@ -105,6 +105,21 @@ TEST(Page, ShowsAUsersLogBesideItsOwn) {
     EXPECT_THAT(page(result), Not(HasSubstr("id=\"parting\"")));
 }
 
+TEST(Page, WhatALineOfTheUsersLogLacksIsLeftOut) {
+    json result = quietResult();
+    const json line = {{"time", ""}, {"level", ""}, {"message", "no log line"}};
+    result["scenario"]["log"] = {line};
+    EXPECT_THAT(page(result),
+                HasSubstr("<td class=\"level-other\"><span class=\"message\">no log"));
+    const json start = {{"time", ""}, {"level", "info"}, {"message", "Helper starting (pid 5)"}};
+    result["scenario"]["log"] = {line, start};
+    addEvent(result, 0, {{"wake", true}});
+    EXPECT_THAT(page(result),
+                HasSubstr("<li class=\"level-other\"><span class=\"message\">no log"));
+    EXPECT_THAT(page(result), Not(HasSubstr("<span class=\"at\"></span>")));
+    EXPECT_THAT(page(result), Not(HasSubstr("<span class=\"level\"></span>")));
+}
+
 TEST(Page, ShowsWhatTheScenarioSaysOfItself) {
     json result = quietResult();
     EXPECT_THAT(page(result), Not(HasSubstr("id=\"about\"")));
