@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "restore/support/text.hpp"
@@ -15,6 +16,26 @@ namespace {
 
 constexpr std::size_t maximumDepth = 512;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+/// Where RapidJSON takes its memory from. Its own allocator calls realloc, whose failure it does
+/// not check; this one throws std::bad_alloc like everything else.
+class Allocator {
+  public:
+    void* Malloc(std::size_t size) { return size == 0 ? nullptr : ::operator new(size); }
+    void* Realloc(void* old, std::size_t oldSize, std::size_t size) {
+        void* const larger = Malloc(size);
+        std::copy_n(static_cast<const char*>(old), std::min(oldSize, size),
+                    static_cast<char*>(larger));
+        Free(old);
+        return larger;
+    }
+    static void Free(void* memory) { ::operator delete(memory); }
+};
+
+using UTF8 = rapidjson::UTF8<>;
+using Reader = rapidjson::GenericReader<UTF8, UTF8, Allocator>;
+using Buffer = rapidjson::GenericStringBuffer<UTF8, Allocator>;
+using Writer = rapidjson::Writer<Buffer, UTF8, UTF8, Allocator>;
 
 // What stands for a number that no double can hold while a text is read: text that is not UTF-8 and
 // so cannot have been there.
@@ -74,7 +95,7 @@ struct Place {
 /// Puts the parser's events into a record. A value that does not fit is remembered until its
 /// container ends, as a repeated key may still make up for it, and as text that is not JSON at all
 /// matters more.
-class Decoder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Decoder> {
+class Decoder : public rapidjson::BaseReaderHandler<UTF8, Decoder> {
   public:
     /// @param shape that of a std::optional, in which the value is put
     Decoder(const Shape& shape, void* optional) : root_{shape.element, shape.add(optional, {})} {}
@@ -353,9 +374,8 @@ std::size_t endOfString(const std::string& text, std::size_t start) {
 bool isOutOfRange(const char* number) {
     rapidjson::BaseReaderHandler<> ignored;
     rapidjson::StringStream stream(number);
-    return rapidjson::Reader()
-               .Parse<parseFlags | rapidjson::kParseStopWhenDoneFlag>(stream, ignored)
-               .Code() == rapidjson::kParseErrorNumberTooBig;
+    return Reader().Parse<parseFlags | rapidjson::kParseStopWhenDoneFlag>(stream, ignored).Code() ==
+           rapidjson::kParseErrorNumberTooBig;
 }
 
 /// Puts `outOfRange` in the place of every number that no double can hold. The parser stops at such
@@ -385,7 +405,7 @@ bool readUnlessOutOfRange(const std::string& text, const Shape& shape, void* opt
     Decoder decoder(shape, optional);
     const std::size_t start = text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
     rapidjson::StringStream stream(text.c_str() + start);
-    const rapidjson::ParseResult result = rapidjson::Reader().Parse<parseFlags>(stream, decoder);
+    const rapidjson::ParseResult result = Reader().Parse<parseFlags>(stream, decoder);
     if (result.Code() == rapidjson::kParseErrorNumberTooBig) {
         return false;
     }
@@ -416,8 +436,8 @@ class Encoder {
     void map(const Shape& shape, const void* value);
     void record(const Shape& shape, const void* value);
 
-    rapidjson::StringBuffer buffer_;
-    rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
+    Buffer buffer_;
+    Writer writer_{buffer_};
 };
 
 /// What an optional holds; null if it is empty. Other values are theirs.

@@ -81,9 +81,19 @@ namespace detail {
 
 enum class Kind : std::uint8_t { boolean, integer, number, text, optional, list, map, record };
 
-struct Field;
 /// Is called with a value in a container and, in a map, its key.
 using Visitor = std::function<void(const std::string& key, const void* value)>;
+
+struct Shape;
+
+/// A row of a record's table.
+struct Field {
+    std::string_view key;
+    bool isRequired;
+    const Shape* shape;
+    void* (*memberOf)(void* record);
+    void (*reset)(void* member);  // to the default value of its type
+};
 
 /// How the values of one C++ type are read and written, apart from the type itself: the decoder and
 /// the encoder are compiled once instead of once for each type.
@@ -101,14 +111,6 @@ struct Shape {
     std::span<const Field> fields = {};
     void (*checkRead)(const void* record) = nullptr;
     void (*checkWritten)(const void* record) = nullptr;
-};
-
-struct Field {
-    std::string_view key;
-    bool isRequired;
-    const Shape* shape;
-    void* (*memberOf)(void* record);
-    void (*reset)(void* member);  // to the default value of its type
 };
 
 template <typename T>

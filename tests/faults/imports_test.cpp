@@ -73,7 +73,6 @@ const std::map<std::string, Names>& harmless() {
           "strftime", "strlen",  "strtod",  "strtol", "strtoll",    "strtoull", "trunc"}},
         {"tells of the process itself, and always can",
          {"_NSGetArgc", "_NSGetArgv", "__errno_location", "getenv", "getuid"}},
-        {"takes and gives memory, like operator new", {"free", "realloc"}},
         {"ends the program", {"abort", "__assert_fail"}},
         {"is the process's own, and never destroyed while in use",
          {"pthread_mutex_lock", "pthread_mutex_unlock"}},
