@@ -62,13 +62,36 @@ bool isBelow(std::string_view path, std::string_view directory) {
     return path.starts_with(top) && (path.size() == top.size() || path[top.size()] == '/');
 }
 
-bool isExposed(const std::string& place) {
-    const std::string path = normal(place);
-    for (const char* const variable : {"TOLVARAN_APPLICATION_SUPPORT_DIR", "TOLVARAN_LOGS_DIR"}) {
-        const char* const directory = std::getenv(variable);
-        if (directory != nullptr && *directory != '\0' && isBelow(path, normal(directory))) {
-            return true;
+/// A directory that an environment variable names.
+class NamedDirectory {
+  public:
+    explicit NamedDirectory(const char* variable) : variable_(variable) {}
+
+    /// Whether the normal path is in it; false if the variable names none.
+    bool contains(std::string_view path) {
+        const char* const value = std::getenv(variable_);
+        if (value == nullptr || *value == '\0') {
+            return false;
         }
+        if (value != value_ || *value != '/') {
+            value_ = value;
+            directory_ = normal(value_);
+        }
+        return isBelow(path, directory_);
+    }
+
+  private:
+    const char* variable_;
+    std::string value_;      // of the variable when it was last looked at
+    std::string directory_;  // what it names, normal
+};
+
+/// The path is normal.
+bool isExposed(std::string_view path) {
+    static NamedDirectory support("TOLVARAN_APPLICATION_SUPPORT_DIR");
+    static NamedDirectory logs("TOLVARAN_LOGS_DIR");
+    if (support.contains(path) || logs.contains(path)) {
+        return true;
     }
     return std::any_of(state().exposed.begin(), state().exposed.end(),
                        [&](const std::string& directory) { return isBelow(path, directory); });
@@ -78,7 +101,8 @@ bool isExposed(const std::string& place) {
 using Subject = std::optional<std::string>;
 
 Subject subject(const char* path) {
-    return callsAreWatched() && path != nullptr && isExposed(path) ? Subject(path) : std::nullopt;
+    return callsAreWatched() && path != nullptr && isExposed(normal(path)) ? Subject(path)
+                                                                           : std::nullopt;
 }
 
 Subject subject(int descriptor) {
