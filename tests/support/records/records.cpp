@@ -49,16 +49,15 @@ void saveOriginals(const MarkedLayout& entries, const std::string& path) {
     OriginalsStore::save({.arrangements = {{pair, entries}}}, path);
 }
 
-template <typename Store>
-std::vector<Change> layoutWrites() {
-    return {[](const auto& path) { Store::premark(pair, layout, path); },
-            [](const auto& path) { Store::premark(pair, otherLayout, path); },
-            [](const auto& path) { Store::mark(pair, layout, path); },
-            [](const auto& path) {
-                Store::restoreCandidates(pair, {otherLayout, layout}, path);
+std::vector<Change> layoutWrites(const SetMarks& marks) {
+    return {[=](const auto& path) { LayoutSets::premark(marks, pair, layout, path); },
+            [=](const auto& path) { LayoutSets::premark(marks, pair, otherLayout, path); },
+            [=](const auto& path) { LayoutSets::mark(marks, pair, layout, path); },
+            [=](const auto& path) {
+                LayoutSets::restoreCandidates(marks, pair, {otherLayout, layout}, path);
             },
-            [](const auto& path) { Store::migrateCanonicalIDs(renaming, path); },
-            [](const auto& path) { Store::clear("HW-1,HW-3", path); }};
+            [=](const auto& path) { LayoutSets::migrateCanonicalIDs(marks, renaming, path); },
+            [=](const auto& path) { LayoutSets::clear(marks, "HW-1,HW-3", path); }};
 }
 
 const DisplayModeSpec mode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
@@ -361,10 +360,10 @@ const std::vector<Record>& records() {
               separatedChanges,
               [](const auto& path) { return textOf(SeparatedSetsStore::signatures(path)); }),
         marks("side-pinned", formats::isSidePinnedSets, R"({"version":2,)" + layoutsExample,
-              layoutWrites<SidePinnedSetsStore::Operations>(),
+              layoutWrites(sidePinnedSets),
               [](const auto& path) { return textOf(SidePinnedSetsStore::load(path)); }),
         marks("native-mirrored", formats::isNativeMirroredSets, R"({"version":1,)" + layoutsExample,
-              layoutWrites<NativeMirroredSetsStore::Operations>(),
+              layoutWrites(nativeMirroredSets),
               [](const auto& path) { return textOf(NativeMirroredSetsStore::load(path)); }),
         menuBar(),
         hotCorners(),
