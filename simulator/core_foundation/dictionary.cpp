@@ -133,15 +133,6 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
     return static_cast<CFDictionaryRef>(cf::create(CFDictionaryGetTypeID(), std::move(dictionary)));
 }
 
-CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
-                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
-                                                 const CFDictionaryValueCallBacks* valueCallBacks) {
-    if (simulator::beginCall("CFDictionaryCreateMutable").isNull()) {
-        return nullptr;
-    }
-    return cf::createMutable(keyCallBacks, valueCallBacks);
-}
-
 void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
     constexpr std::string_view function = "CFDictionarySetValue";
     cf::Dictionary& dictionary = cf::dictionaryOf(theDict, function);

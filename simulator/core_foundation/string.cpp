@@ -134,10 +134,6 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
     return cf::createFromBytes("CFStringCreateWithBytes", text, encoding);
 }
 
-CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* cStr, CFStringEncoding encoding) {
-    return cf::createFromBytes("CFStringCreateWithCString", cStr, encoding);
-}
-
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
     return cf::createFromUnits(std::u16string(chars, chars + numChars));
 }
@@ -187,9 +183,4 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
     result.bytes.copy(buffer, result.bytes.size());
     buffer[result.bytes.size()] = '\0';
     return true;
-}
-
-CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
-    cf::requireEncoding(encoding, "CFStringGetMaximumSizeForEncoding");
-    return encoding == kCFStringEncodingUTF8 ? length * 3 : length;
 }

@@ -1,8 +1,8 @@
 // Dispatch: the main queue, timer sources and process sources.
 //
-// A source is counted like every dispatch object. While it is active it delivers events; it stops
-// when it is cancelled and when its last reference is given up, whichever comes first. After the
-// last reference its finalizer runs on the main queue, with the context that the source then has.
+// A source has one reference. While it is active it delivers events; it stops when it is cancelled
+// or its reference is given up. Then its finalizer runs on the main queue, with the context that
+// the source has at that time.
 
 #include <dispatch/dispatch.h>
 #include <sys/types.h>
@@ -47,7 +47,6 @@ struct Source {
     std::uint64_t mark = aliveMark;
     dispatch_source_type_t type = nullptr;
     std::uintptr_t handle = 0;
-    long references = 1;
     bool active = false;
     bool cancelled = false;
     void* context = nullptr;
@@ -88,7 +87,7 @@ Source& sourceOf(dispatch_object_t object, std::string_view function) {
     }
     auto& source = *reinterpret_cast<Source*>(object);
     if (source.mark == deadMark) {
-        cf::misuse(function, "the source is gone: its last reference was given up");
+        cf::misuse(function, "the source is gone: its reference was given up");
     }
     if (source.mark != aliveMark) {
         cf::misuse(function, "the object is not a dispatch source");
@@ -216,21 +215,12 @@ using simulator::beginCall;
 using simulator::isMainQueue;
 using simulator::sourceOf;
 
-void dispatch_retain(dispatch_object_t object) noexcept {
-    if (!isMainQueue(object)) {
-        ++sourceOf(object, "dispatch_retain").references;
-    }
-}
-
 void dispatch_release(dispatch_object_t object) noexcept {
     constexpr std::string_view function = "dispatch_release";
     if (isMainQueue(object)) {
         return;
     }
     simulator::Source& source = sourceOf(object, function);
-    if (--source.references > 0) {
-        return;
-    }
     if (!source.active) {
         simulator::cf::misuse(function, "the source was never resumed");
     }
@@ -247,13 +237,6 @@ void* dispatch_get_context(dispatch_object_t object) noexcept {
 
 void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer) noexcept {
     sourceOf(object, "dispatch_set_finalizer_f").finalizer = finalizer;
-}
-
-void dispatch_activate(dispatch_object_t object) noexcept {
-    simulator::Source& source = sourceOf(object, "dispatch_activate");
-    if (!source.active) {
-        simulator::activate(source);
-    }
 }
 
 void dispatch_resume(dispatch_object_t object) noexcept {

@@ -47,12 +47,10 @@ static inline CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat hei
     return {{x, y}, {width, height}};
 }
 
-// All of these take a rectangle with negative sides for the standard one that covers the same area.
+// All of these treat a rectangle with negative sides as the standard one that covers the same area.
 CGFloat CGRectGetMinX(CGRect rect);
-CGFloat CGRectGetMidX(CGRect rect);
 CGFloat CGRectGetMaxX(CGRect rect);
 CGFloat CGRectGetMinY(CGRect rect);
-CGFloat CGRectGetMidY(CGRect rect);
 CGFloat CGRectGetMaxY(CGRect rect);
 CGFloat CGRectGetWidth(CGRect rect);
 CGFloat CGRectGetHeight(CGRect rect);
