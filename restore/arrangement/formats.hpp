@@ -1,4 +1,4 @@
-// What the records of the arrangements look like in JSON. Used by their stores; not installed.
+// The arrangements' records in JSON. Used by their stores; not installed.
 #pragma once
 
 #include <tuple>

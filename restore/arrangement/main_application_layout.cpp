@@ -22,12 +22,12 @@ struct MarkStore {
     const char* mark;  // as the log calls it
     std::string (*path)();
     bool (*mayBeStale)(const Look& first);
-    /// Whether the signature is marked and the displays do not stand where the mark says.
+    /// Whether the signature is marked and the displays are not where the mark says.
     bool (*isStale)(const std::string& signature, const Origins& origins, const std::string& path);
     void (*clear)(const std::string& signature, const std::string& path);
 };
 
-/// A separated mark holds no positions, and nobody has looked for it before.
+/// A separated mark holds no positions, and look() does not look for it.
 bool isSeparated(const std::string& signature, const Origins& /*origins*/,
                  const std::string& path) {
     const std::vector<std::string> marked = SeparatedSetsStore::signatures(path);
@@ -38,7 +38,7 @@ bool isOutOfDate(const MarkFinding& found) {
     return found.isMarked && !found.isInForce;
 }
 
-/// The native-mirrored one stands last.
+/// The native-mirrored store must be last.
 constexpr std::array<MarkStore, 3> stores{{
     {"separated mark", SeparatedSetsStore::defaultPath, [](const Look&) { return true; },
      isSeparated, SeparatedSetsStore::clearSeparated},

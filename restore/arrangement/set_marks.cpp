@@ -22,7 +22,7 @@ using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
 /// The file of either store of layouts, which differ in the version alone.
 using LayoutsOfEitherStore = LayoutSetsFile<0>;
 
-// What all three stores do, whatever their records hold.
+// What all three stores do, whatever their files hold.
 
 std::string nameOf(const SetMarks& marks) {
     return std::string(marks.kind) + "-sets";
@@ -42,7 +42,7 @@ File loadFile(const SetMarks& marks, const std::string& path) {
     return record_file::load<File>(path, usable(marks)).value_or(File());
 }
 
-/// Does with the stored record what `change` says, which may alter it.
+/// Lets `change` alter the stored record, and does with it what that returns.
 template <typename File, typename Change>
 Kind update(const SetMarks& marks, const std::string& path, Change change) {
     const auto changeCurrent = [&](File& file) {
@@ -52,7 +52,7 @@ Kind update(const SetMarks& marks, const std::string& path, Change change) {
     return record_file::update<File>(path, usable(marks), nameOf(marks) + " file", changeCurrent);
 }
 
-/// Saves what `migrated` makes of the record, if that differs, and says so.
+/// Saves and logs what `migrated` makes of the record, if that differs.
 template <typename File, typename Migrated>
 void migrate(const SetMarks& marks, const Mapping& mapping, const std::string& path,
              Migrated migrated) {
@@ -80,8 +80,8 @@ std::vector<std::string> migratedSignatures(const std::vector<std::string>& stor
     return result;
 }
 
-/// The key of renamed layouts. It is formed from the entries wherever the old one was, since a
-/// signature cannot be taken apart if an ID holds a comma.
+/// The key of renamed layouts. It is formed from the entries if the old one was, since a signature
+/// with a comma inside an ID cannot be split.
 std::string renamedKey(const std::string& signature, const std::vector<MarkedLayout>& layouts,
                        const Mapping& mapping) {
     const auto formed = std::ranges::find(layouts, signature, id_migration::signatureOf);
