@@ -1,5 +1,5 @@
-// CFDictionary, immutable and mutable. Small and searched from the front, so that its order is
-// that of putting in and every run is the same.
+// CFDictionary, immutable and mutable. It is small and searched from the front, so its order is the
+// order of insertion and every run is the same.
 
 #include <algorithm>
 #include <vector>

@@ -1,9 +1,9 @@
-// CFPreferences over the machine's preferences, which are those of the current user on any host.
+// CFPreferences for the machine's preferences, which are those of the current user on any host.
 // Other users and the current host have none: reading there finds nothing, writing has no effect.
 // kCFPreferencesAnyApplication is the machine's domain "global".
 //
-// The list of calls shows writing and synchronising, with the names of domain, user and host as
-// they were given ("com.apple.dock", "kCFPreferencesAnyApplication").
+// Writing and synchronising are recorded as calls, with domain, user and host as they were given
+// ("com.apple.dock", "kCFPreferencesAnyApplication").
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"

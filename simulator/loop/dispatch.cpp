@@ -1,7 +1,7 @@
 // Dispatch: the main queue, timer sources and process sources.
 //
 // A source has one reference. While it is active it delivers events; it stops when it is cancelled
-// or its reference is given up. Then its finalizer runs on the main queue, with the context that
+// or its reference is released. Then its finalizer runs on the main queue, with the context that
 // the source has at that time.
 
 #include <dispatch/dispatch.h>
@@ -31,7 +31,7 @@ namespace {
 
 using clock::Time;
 
-// The host's uptime at time 0 of the clock. Not 0, for that means "now" to dispatch_time().
+// The host's uptime at time 0 of the clock. Not 0, which means "now" to dispatch_time().
 constexpr Time uptimeAtStart = 1000 * clock::second;
 
 constexpr std::uint64_t aliveMark = 0x536f757263652121;
@@ -57,7 +57,7 @@ struct Source {
     std::optional<WorkID> exitEvent;
 };
 
-// How many of the sources freed last are remembered.
+// How many of the most recently freed sources are remembered.
 constexpr std::size_t graveyardLimit = 1024;
 
 struct State {
@@ -95,7 +95,7 @@ Source& sourceOf(dispatch_object_t object, std::string_view function) {
     return source;
 }
 
-/// When a dispatch time comes, on the simulator's clock.
+/// A dispatch time on the simulator's clock.
 Time fromDispatchTime(dispatch_time_t when) {
     if (when == DISPATCH_TIME_NOW) {
         return clock::now();
@@ -106,7 +106,7 @@ Time fromDispatchTime(dispatch_time_t when) {
     return std::max<Time>(static_cast<Time>(when) - uptimeAtStart, 0);
 }
 
-/// The last thing done with a source on an event: its handler may give it up.
+/// The last thing done with a source on an event, since its handler may release it.
 void callHandler(const Source& source) {
     if (source.handler != nullptr) {
         source.handler(source.context);
@@ -118,7 +118,7 @@ void schedule(Source& source);
 void fireTimer(Source& source) {
     Timer& timer = source.timer;
     timer.queued.reset();
-    // Firings that were missed meanwhile are one with this; the next is on the beat again.
+    // Missed firings are merged into this one; the next is on schedule again.
     const Time missed =
         timer.interval == clock::never ? 0 : (clock::now() - timer.nextFire) / timer.interval;
     const bool overflows = timer.interval == clock::never ||

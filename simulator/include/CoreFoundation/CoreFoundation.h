@@ -1,6 +1,6 @@
-// The part of Core Foundation that the restore library, the helper and the simulator use, for
-// hosts that lack it. Declared as on a Mac; the simulator supplies the functions. A comment stands
-// only where the simulated Mac settles what Apple leaves open.
+// The part of Core Foundation that the restore library, the helper and the simulator use, for hosts
+// that lack it. Declared as on a Mac; the simulator supplies the functions. Comments say only what
+// the simulated Mac defines and Apple leaves open.
 #pragma once
 
 #include <cstdint>
@@ -114,9 +114,9 @@ CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType theType, const
 // The fixed-width type that the number's own type stands for.
 CFNumberType CFNumberGetType(CFNumberRef number);
 Boolean CFNumberIsFloatType(CFNumberRef number);
-// False whenever the value does not survive the way there and back; what does not fit is stored as
-// the nearest value of the type, and a fraction is cut off. A number that fits in 8 or 16 bits
-// without a sign survives as the signed number of the same bits.
+// False if the value would not survive conversion there and back; a value that does not fit is
+// stored as the nearest value of the type, and a fraction is truncated. An unsigned number that
+// fits in 8 or 16 bits survives as the signed number with the same bits.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
 
 extern const CFBooleanRef kCFBooleanTrue;
@@ -166,7 +166,7 @@ CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex 
 CFIndex CFArrayGetCount(CFArrayRef theArray);
 const void* CFArrayGetValueAtIndex(CFArrayRef theArray, CFIndex idx);
 
-// Dictionaries. The simulator keeps the entries in the order in which they were put in.
+// Dictionaries. The simulator keeps the entries in the order of insertion.
 
 typedef const void* (*CFDictionaryRetainCallBack)(CFAllocatorRef allocator, const void* value);
 typedef void (*CFDictionaryReleaseCallBack)(CFAllocatorRef allocator, const void* value);
@@ -202,11 +202,11 @@ const void* CFDictionaryGetValue(CFDictionaryRef theDict, const void* key);
 Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef theDict, const void* key, const void** value);
 void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, const void** values);
 
-// UUIDs. With the virtual clock the new ones are the same in every run.
+// UUIDs. With the virtual clock new ones are the same in every run.
 
 CFTypeID CFUUIDGetTypeID(void);
 CFUUIDRef CFUUIDCreate(CFAllocatorRef alloc);
-// Null for an empty text only. Bytes that the text does not give are 0.
+// Null only for an empty text. Bytes that the text does not give are 0.
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef alloc, CFStringRef uuidStr);
 CFStringRef CFUUIDCreateString(CFAllocatorRef alloc, CFUUIDRef uuid);
 

@@ -1,7 +1,7 @@
 // The part of dispatch that the helper uses, in its function forms, for hosts that lack it: the
 // main queue, delayed work, timer sources and process sources. Declared as on a Mac; the simulator
-// supplies the functions. A comment stands only where the simulated Mac settles what Apple leaves
-// open. None of these functions throws, and their types say so.
+// supplies the functions. Comments say only what the simulated Mac defines and Apple leaves open.
+// None of these functions throws, and their types say so.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +22,7 @@ typedef struct dispatch_source_s : public dispatch_object_s{} * dispatch_source_
 
 typedef void (*dispatch_function_t)(void*);
 
-// Objects. Releasing a source that was never resumed aborts, as does any use of an object that is
-// gone.
+// Objects. Releasing a source that was never resumed aborts, as does using an object that is gone.
 
 void dispatch_release(dispatch_object_t object) noexcept;
 void dispatch_set_context(dispatch_object_t object, void* context) noexcept;
