@@ -26,7 +26,7 @@ struct Group {
     const char* prefix;  // of the scenarios' file names
     const char* title;
 };
-// In the order of the page. The last one takes what fits nowhere else.
+// In the order of the page. The last group takes all other scenarios.
 constexpr std::array<Group, 10> groups{{
     {"crash", "Everything at once"},
     {"start", "The helper starts, and what sets it off"},
@@ -52,7 +52,7 @@ constexpr const char* introduction =
     "whole story of one; [docs/scenarios.md](../docs/scenarios.md) says how one is written.\n\n"
     "`make gallery` writes this page and its pictures.\n";
 
-/// Text that Markdown leaves alone.
+/// The text, escaped for Markdown.
 std::string plainText(const std::string& text) {
     std::string result;
     for (const char c : report::oneLine(text)) {
@@ -127,7 +127,7 @@ std::optional<std::string> contentOf(const fs::path& path) {
     return std::string{std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Pictures that belong to no scenario.
+/// Pictures without a scenario.
 std::vector<fs::path> leftOvers(const fs::path& directory, const Files& gallery) {
     std::vector<fs::path> found = filesIn(directory / pictures, ".svg");
     std::erase_if(found, [&](const fs::path& path) {

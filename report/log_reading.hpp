@@ -1,5 +1,5 @@
 // What the lines of the helper's log say: their parts, and the steps of a restore run. Used by the
-// time line, by the comparison of two logs, by the player, and by tolvaran_describe.
+// timeline, by the comparison of two logs, by the player, and by tolvaran_describe.
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ struct LogLine {
 /// None for text that does not have the form.
 std::optional<LogLine> readLogLine(std::string_view line);
 
-/// The steps of a restore run in their order.
+/// The steps of a restore run, in order.
 struct Step {
     std::string_view name;  // in the log
     const char* title;      // for people
@@ -39,7 +39,7 @@ inline constexpr std::array<Step, 6> steps{{
 
 /// A message of the form "STEP [TAG]: TEXT".
 struct StepLine {
-    std::size_t step;  // its place in `steps`
+    std::size_t step;  // its index in `steps`
     std::string tag;
     std::string text;
 

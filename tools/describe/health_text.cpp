@@ -31,7 +31,7 @@ std::string duration(double seconds) {
     return "";
 }
 
-/// Marks text up where the terminal has colour, and keeps to ASCII where it has no more.
+/// Writes in colour if the terminal has it, and in ASCII if it has no more.
 class Writer {
   public:
     explicit Writer(const Terminal& terminal) : terminal_(terminal) {}
@@ -91,7 +91,7 @@ std::string factText(const Fact& fact) {
 std::string recordText(const WaitingRecord& record, const Writer& writer) {
     std::string text = "\n" + writer.bold(record.title) + "\n";
     for (const FactGroup& group : record.changes) {
-        // The record is often about nothing else, and its title says so already.
+        // Often the record covers nothing else, and its title says so already.
         const bool isTold = group.title == record.title;
         text += isTold ? "" : "  " + writer.shown(group.title) + "\n";
         for (const Fact& fact : group.facts) {

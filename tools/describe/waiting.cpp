@@ -25,7 +25,7 @@ namespace {
 using nlohmann::json;
 using simulator::report::FactGroup;
 
-/// The Mac with a value for every key that the report's words are made from.
+/// The Mac with a value for every key that the report's words need.
 json completed(json mac) {
     const json empty = {{"displays", json::array()},
                         {"registry", json::array()},
@@ -52,14 +52,14 @@ json completed(json mac) {
     return mac;
 }
 
-/// Works out one record: what the Mac would be like, and what keeps it from being so.
+/// Evaluates one record: what the Mac would be like, and what prevents that.
 class Outlook {
   public:
     Outlook(const json& mac, const Hardware& hardware, std::vector<std::string> failures)
         : mac_(mac), after_(mac), hardware_(hardware), failures_(std::move(failures)) {}
 
     const Hardware& hardware() const { return hardware_; }
-    /// The Mac as it would be.
+    /// The Mac as it would be afterwards.
     json& after() { return after_; }
     json* display(CGDirectDisplayID id) {
         for (json& each : after_["displays"]) {
@@ -69,7 +69,7 @@ class Outlook {
         }
         return nullptr;
     }
-    /// Something that cannot be seen on this Mac now.
+    /// Adds something that cannot be read from this Mac now.
     void add(FactGroup group) { others_.push_back(std::move(group)); }
     void keep(const std::string& reason) { reasons_.push_back(reason); }
 
@@ -110,7 +110,7 @@ FactGroup absentDisplay(const std::string& id, const std::string& fact, const st
     return {id + ", not connected", {{fact, "", value}}};
 }
 
-// Each of these says whether there is a record that waits, and what of it.
+// Each of these returns whether a record waits, and fills in the outlook.
 
 bool lookAtArrangement(Outlook& outlook) {
     const ArrangementPlan plan = planArrangement(outlook.hardware());
@@ -287,7 +287,7 @@ constexpr std::array<Record, matterCount> records{{
     {Matter::dock, "Dock", "State/dock-autohide-pending.json", lookAtDock},
 }};
 
-/// Keeps what the library warns of, each warning once.
+/// Collects the library's warnings, each once.
 class Warnings {
   public:
     Warnings() {
@@ -307,7 +307,7 @@ class Warnings {
     std::vector<std::string> texts_;
 };
 
-/// Of what the library warned, what says that a record cannot be read.
+/// Those warnings that say that a record cannot be read.
 std::vector<std::string> unreadable(std::vector<std::string> warnings) {
     std::erase_if(warnings, [](const std::string& warning) {
         return warning.find("unparseable") == std::string::npos &&
