@@ -64,7 +64,7 @@ void Observation::look(LoopMoment moment) {
     latest_ = std::move(present);
 }
 
-void Observation::finish(json& result) {
+void Observation::addTo(json& result) {
     noteCalls();
     look(LoopMoment::beforeWork);
     result["timeline"] = timeline_;

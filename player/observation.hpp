@@ -24,7 +24,7 @@ class Observation {
     void begin(const std::string& logs);
     /// Looks a last time, and adds what was observed to the result of the run: `timeline`, `order`,
     /// `before`.
-    void finish(nlohmann::json& result);
+    void addTo(nlohmann::json& result);
 
   private:
     void noteCalls();

@@ -188,7 +188,7 @@ json run(const Scenario& scenario, const Root& root, const PlayOptions& options)
     }
     observation->begin(root.logs());
     json result = live(root, log, options);
-    observation->finish(result);
+    observation->addTo(result);
     result["scenario"] = scenarioFacts(scenario);
     return result;
 }

@@ -27,7 +27,7 @@ class Reducer {
         } while (document_.dump().size() < before);
     }
 
-    Reduction finish() { return {std::move(document_), plays_}; }
+    Reduction result() { return {std::move(document_), plays_}; }
 
   private:
     /// Whether the smaller document still shows it, and is therefore kept.
@@ -94,7 +94,7 @@ Outcome played(const json& scenario) {
 Reduction reduced(json scenario, const std::function<bool(const json&)>& shows) {
     Reducer reducer(std::move(scenario), shows);
     reducer.reduce();
-    return reducer.finish();
+    return reducer.result();
 }
 
 bool showsText(const json& scenario, const std::string& text) {

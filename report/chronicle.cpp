@@ -101,7 +101,7 @@ class Chronicler {
         ++lines_;
     }
 
-    std::vector<Entry> finish() { return std::move(entries_); }
+    std::vector<Entry> takeEntries() { return std::move(entries_); }
 
   private:
     /// A run in progress: the indices of its entry and of its present step.
@@ -194,7 +194,7 @@ std::vector<Entry> chronicleOf(const json& result) {
             chronicler.takeLine();
         }
     }
-    return chronicler.finish();
+    return chronicler.takeEntries();
 }
 
 std::string callText(const json& call) {

@@ -108,7 +108,7 @@ class Rows {
         }
     }
 
-    std::vector<ComparedLine> finish() { return std::move(rows_); }
+    std::vector<ComparedLine> takeRows() { return std::move(rows_); }
 
   private:
     std::vector<ComparedLine> rows_;
@@ -123,7 +123,7 @@ std::vector<ComparedLine> rowsOf(const std::vector<DifferenceLine>& difference, 
     for (const DifferenceLine& line : difference) {
         rows.take(line.fate);
     }
-    return rows.finish();
+    return rows.takeRows();
 }
 
 }  // namespace

@@ -338,7 +338,7 @@ std::string comparedCell(const json& log, const std::optional<std::size_t>& line
 std::string comparedRow(const json& result, const ComparedLine& row, bool parts) {
     const std::string mark =
         parts ? "<tr class=\"parting\" id=\"parting\"><th colspan=\"2\" scope=\"rowgroup\">"
-                "Here the two logs part</th></tr>\n"
+                "Here the two logs diverge</th></tr>\n"
               : "";
     return mark + around("tr", row.isCommon ? "common" : "differs",
                          comparedCell(result["scenario"]["log"], row.theirs, "time") +
@@ -423,7 +423,8 @@ std::string aboutSection(const json& result) {
             "<th scope=\"row\">" + escaped(name) + "</th>" + around("td", "", factValue(value)));
     }
     return section("about", "About this scenario",
-                   "<table class=\"about\">\n" + element("caption", "", "What it says of itself") +
+                   "<table class=\"about\">\n" +
+                       element("caption", "", "What it says about itself") +
                        around("tbody", "", rows) + "</table>\n");
 }
 

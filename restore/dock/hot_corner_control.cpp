@@ -41,7 +41,7 @@ bool announce(const PreferenceDomain& preferences) {
 }
 
 /// Gives the Dock this state. False if a value does not fit; corners already set stay set.
-bool apply(const NativeHotCorners::State& state) {
+bool setLiveState(const NativeHotCorners::State& state) {
     for (std::size_t corner = 0; corner < hotCornerCount; ++corner) {
         const std::int64_t action = state.actions[corner];
         const std::int64_t modifier = state.modifiers[corner];
@@ -60,7 +60,7 @@ bool disableNatively() {
             "hot-corner disable failed because required CoreDock functions are unavailable");
         return false;
     }
-    return apply(disabledState()) && NativeHotCorners::read() == disabledState();
+    return setLiveState(disabledState()) && NativeHotCorners::read() == disabledState();
 }
 
 bool restoreNatively(const NativeHotCorners::State& wanted) {
@@ -72,7 +72,7 @@ bool restoreNatively(const NativeHotCorners::State& wanted) {
             "only");
         return false;
     }
-    if (!apply(wanted)) {
+    if (!setLiveState(wanted)) {
         RestoreLog::warn("hot-corner restore could not convert a snapshot value");
         return false;
     }

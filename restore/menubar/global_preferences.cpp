@@ -32,7 +32,7 @@ void writeSwitch(const std::string& key, const std::optional<std::int64_t>& valu
 }
 
 /// Writes and synchronises both preferences; logs `complaint` if that is refused.
-bool store(const MenuBarAutohideSnapshot& snapshot, const std::string& complaint) {
+bool writePreferences(const MenuBarAutohideSnapshot& snapshot, const std::string& complaint) {
     writeSwitch(hideKey, snapshot.hideMenuBar);
     writeSwitch(visibleInFullscreenKey, snapshot.visibleInFullscreen);
     const bool synchronized = PreferenceDomain::anyApplication().synchronize();
@@ -74,12 +74,13 @@ std::optional<MenuBarAutohideSnapshot> readCurrent(
 }
 
 bool writeStoredPreference(const MenuBarAutohideSnapshot& snapshot) {
-    return store(snapshot, "CFPreferencesSynchronize returned false for stored menu bar prefs");
+    return writePreferences(snapshot,
+                            "CFPreferencesSynchronize returned false for stored menu bar prefs");
 }
 
 bool applyGlobal(const MenuBarAutohideSnapshot& snapshot) {
     const bool stored =
-        store(snapshot, "CFPreferencesSynchronize returned false for menu bar prefs");
+        writePreferences(snapshot, "CFPreferencesSynchronize returned false for menu bar prefs");
     // The preferences take effect in programs that start later, the switch in the window server,
     // the notifications in running programs. So none depends on another's success.
     const CGError error =

@@ -44,15 +44,15 @@ Object& objectOf(CFTypeRef reference, std::string_view function) {
         misuse(function, "the reference is null");
     }
     if (reinterpret_cast<std::uintptr_t>(reference) % alignof(Object) != 0) {
-        misuse(function, "the reference is to no Core Foundation object");
+        misuse(function, "the reference is not to a Core Foundation object");
     }
     auto* const object = static_cast<Object*>(const_cast<void*>(reference));
     if (object->mark == deadMark) {
         misuse(function,
-               "the " + nameOf(object->type) + " is gone: its last reference was given up");
+               "the " + nameOf(object->type) + " is gone: its last reference was released");
     }
     if (object->mark != aliveMark) {
-        misuse(function, "the reference is to no Core Foundation object");
+        misuse(function, "the reference is not to a Core Foundation object");
     }
     return *object;
 }

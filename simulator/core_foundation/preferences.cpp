@@ -32,7 +32,7 @@ std::string domain(CFStringRef applicationID) {
                                                                      : cf::text(applicationID);
 }
 
-void store(const std::string& domainName, const std::string& key, const nlohmann::json& value) {
+void setValue(const std::string& domainName, const std::string& key, const nlohmann::json& value) {
     auto& preferences = simulator::mac().preferences;
     if (!value.is_null()) {
         preferences[domainName][key] = value;
@@ -72,7 +72,7 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
         cf::misuse(function, "the value is not a property list");
     }
     if (simulator::beginCall(function).performs && isSimulated(userName, hostName)) {
-        store(domain(applicationID), cf::text(key), plain);
+        setValue(domain(applicationID), cf::text(key), plain);
     }
     simulator::recordCall(
         function,

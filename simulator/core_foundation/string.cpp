@@ -150,7 +150,7 @@ CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding 
     cf::requireEncoding(encoding, function);
     // In UTF-8 only a lone surrogate cannot be encoded, and Apple's loss byte does not replace it.
     if (lossByte != 0 && encoding != kCFStringEncodingUTF8) {
-        cf::misuse(function, "the simulator replaces nothing by a loss byte");
+        cf::misuse(function, "the simulator does not support loss bytes");
     }
     const auto start = static_cast<std::size_t>(range.location);
     const auto length = static_cast<std::size_t>(range.length);

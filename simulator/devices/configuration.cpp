@@ -50,7 +50,7 @@ bool isSupported(const StagedChanges& changes) {
     });
 }
 
-void apply(const StagedChanges& changes) {
+void makeChanges(const StagedChanges& changes) {
     for (const auto& [id, number] : changes.modes) {
         if (Display* const display = findDisplay(id)) {
             const DisplayMode& mode = *findMode(*display, number);
@@ -69,7 +69,7 @@ CGError complete(const StagedChanges& changes) {
     if (!isSupported(changes)) {
         return kCGErrorIllegalArgument;
     }
-    changeDisplays([&](Machine&) { apply(changes); });
+    changeDisplays([&](Machine&) { makeChanges(changes); });
     return kCGErrorSuccess;
 }
 

@@ -43,7 +43,7 @@ json boolean(const JsonReader& result) {
 }
 
 json nothing(const JsonReader& result) {
-    result.fail("must be left out, for the function returns nothing that a fault can choose");
+    result.fail("must be left out: the function returns nothing that a fault can choose");
 }
 
 /// For a function whose other results cannot be written down.

@@ -87,7 +87,7 @@ Source& sourceOf(dispatch_object_t object, std::string_view function) {
     }
     auto& source = *reinterpret_cast<Source*>(object);
     if (source.mark == deadMark) {
-        cf::misuse(function, "the source is gone: its reference was given up");
+        cf::misuse(function, "the source is gone: its reference was released");
     }
     if (source.mark != aliveMark) {
         cf::misuse(function, "the object is not a dispatch source");

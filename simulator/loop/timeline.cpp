@@ -90,7 +90,7 @@ Event readExit(const JsonReader& argument, Launching) {
         return [name = argument.text(), place = Place(argument)] {
             const auto named = processNames().find(name);
             if (named == processNames().end()) {
-                place.fail("no launch before has given this name");
+                place.fail("no earlier launch has given this name");
             }
             applicationOf(named->second, place);
             killProcess(named->second);
@@ -215,7 +215,7 @@ Event readEvent(const JsonReader& event, Launching launching) {
             argument.fail("unknown event");
         }
         if (result) {
-            event.fail("must have one event only");
+            event.fail("must have exactly one event");
         }
         result = reader->second(argument, launching);
     }

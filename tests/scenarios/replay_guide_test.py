@@ -65,7 +65,7 @@ class ReplayGuide(unittest.TestCase):
         environment = self.user(path)
         done = run("bash", "-u", "-c", "\n".join(typed), env=environment)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertTrue(done.stdout.startswith("The helper was never here."), done.stdout)
+        self.assertTrue(done.stdout.startswith("The helper has never run."), done.stdout)
         report = pathlib.Path(environment["HOME"]) / "Desktop/tolvaran.json"
         self.assertEqual(len(self.play(json.loads(report.read_text()))["mac"]["displays"]), 3)
 

@@ -103,9 +103,9 @@ int writeReport(const Command& command, const Host& host, std::ostream& out, std
     if (command.isAnonymous) {
         out << "Names, serial numbers and UUIDs in it are made up.\n";
     } else {
-        list("What it tells of you and your Mac:", personalContent(report.scenario), out);
+        list("What it says about you and your Mac:", personalContent(report.scenario), out);
     }
-    list("What it does not tell:", report.notes, out);
+    list("What it leaves out:", report.notes, out);
     return 0;
 }
 

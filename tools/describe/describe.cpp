@@ -68,7 +68,7 @@ void putRegistry(Section& mac) {
     const bool isListed = visitDisplayConnections([&](CFDictionaryRef properties) {
         const std::string name = element("registry", index++);
         if (properties == nullptr) {
-            mac.leaveOut(name, "the registry did not tell its properties");
+            mac.leaveOut(name, "the registry did not give its properties");
         } else {
             list.push_back(describeConnection(properties, mac.below(name)));
         }
@@ -133,7 +133,7 @@ void putActiveDisplay(Section& menuBar) {
 void putMenuBar(Section& mac) {
     Section menuBar = mac.below("menuBar");
     menuBar.put("autoHide", MenuBarAutohide::runtimeAutohideEnabled(),
-                "the window server did not tell it");
+                "the window server did not say");
     putActiveDisplay(menuBar);
     mac.put("menuBar", menuBar.object());
 }
@@ -174,7 +174,7 @@ Description describeMac() {
     putDock(mac);
     putMenuBar(mac);
     // macOS offers no way to read it; a scenario without the key has the usual value.
-    mac.leaveOut("cursorAssociated", "macOS does not tell it; a scenario then takes true");
+    mac.leaveOut("cursorAssociated", "macOS does not say; a scenario then assumes true");
     putApplications(mac);
     putUnavailable(mac);
     description.mac = mac.object();

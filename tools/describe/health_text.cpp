@@ -67,7 +67,7 @@ class Writer {
 
 std::string helperText(const Health& health, const Writer& writer) {
     if (health.helper == Health::Helper::neverThere) {
-        return writer.bad("The helper was never here.") + " Nothing puts this Mac back.\n";
+        return writer.bad("The helper has never run.") + " Nothing puts this Mac back.\n";
     }
     const bool isAlive = health.helper == Health::Helper::alive;
     std::string text = isAlive ? writer.good("The helper is alive.")

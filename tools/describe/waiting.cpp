@@ -73,7 +73,7 @@ class Outlook {
     void add(FactGroup group) { others_.push_back(std::move(group)); }
     void keep(const std::string& reason) { reasons_.push_back(reason); }
 
-    WaitingRecord finish(const std::string& title, const std::string& file) {
+    WaitingRecord result(const std::string& title, const std::string& file) {
         WaitingRecord record{.title = title, .file = file, .changes = {}, .reasons = reasons_};
         using namespace simulator::report;
         addChanged(displayFacts(mac_, after_), record.changes);
@@ -83,7 +83,8 @@ class Outlook {
             record.reasons.push_back("the last run says: " + failure);
         }
         if (record.changes.empty() && record.reasons.empty()) {
-            record.reasons.emplace_back("all is as recorded; only the record is left to remove");
+            record.reasons.emplace_back(
+                "everything is as recorded; only the record is left to remove");
         }
         return record;
     }
@@ -123,7 +124,7 @@ bool lookAtArrangement(Outlook& outlook) {
     if (plan.isNeeded && plan.positions.empty()) {
         outlook.keep("no saved arrangement fits the displays that are connected");
     } else if (!plan.isNeeded && plan.isMarked) {
-        outlook.keep("the displays are in order; only a mark of theirs is left to remove");
+        outlook.keep("the displays are in order; only their mark is left to remove");
     }
     return plan.isNeeded || plan.isMarked;
 }
@@ -332,7 +333,7 @@ std::vector<WaitingRecord> waitingRecords(const json& mac, const LastRun& last) 
             outlook.keep("a record cannot be read: " + warning);
         }
         if (waits || !damage.empty()) {
-            waiting.push_back(outlook.finish(record.title, record.file));
+            waiting.push_back(outlook.result(record.title, record.file));
         }
     }
     return waiting;

@@ -154,12 +154,12 @@ TEST_F(ObjectDeathTest, MisuseAbortsWithAMessage) {
         const char* message;
         std::function<void()> misuse;
     } cases[] = {
-        {"CFRelease: the CFString is gone: its last reference was given up",
+        {"CFRelease: the CFString is gone: its last reference was released",
          [=] { CFRelease(gone); }},
         {"CFStringGetLength: the CFString is gone", [=] { CFStringGetLength(gone); }},
         {"CFRetain: the reference is null", [] { CFRetain(nullptr); }},
         {"CFRelease: the reference is null", [] { CFRelease(nullptr); }},
-        {"CFGetTypeID: the reference is to no Core Foundation object",
+        {"CFGetTypeID: the reference is not to a Core Foundation object",
          [&] { CFGetTypeID(foreign); }},
         {"CFStringGetLength: the object is a CFBoolean, not a CFString",
          [] { CFStringGetLength(reinterpret_cast<CFStringRef>(kCFBooleanTrue)); }},

@@ -135,7 +135,7 @@ TEST_F(StringDeathTest, OtherEncodingsAndRangesAreMisuse) {
                  "CFStringGetBytes: the range is outside the string");
     EXPECT_DEATH(CFStringGetBytes(CFSTR("abc"), {0, 3}, kCFStringEncodingASCII, '?', false, nullptr,
                                   0, nullptr),
-                 "CFStringGetBytes: the simulator replaces nothing by a loss byte");
+                 "CFStringGetBytes: the simulator does not support loss bytes");
 }
 
 }  // namespace
