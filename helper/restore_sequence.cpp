@@ -1,6 +1,5 @@
 #include "helper/restore_sequence.hpp"
 
-#include <array>
 #include <new>
 
 #include "helper/step_log.hpp"
@@ -9,23 +8,6 @@
 #include "restore/support/files.hpp"
 
 namespace tolvaran {
-namespace {
-
-struct Step {
-    const char* name;
-    void (*run)(const std::string& tag, std::optional<pid_t> exitedPID);
-};
-
-constexpr std::array<Step, 6> steps{{
-    {step_names::checkInvariant, checkInvariant},
-    {step_names::restoreResolutions, restoreResolutions},
-    {step_names::restoreMenuBar, restoreMenuBar},
-    {step_names::restoreHotCorners, restoreHotCorners},
-    {step_names::restoreDockAutoHide, restoreDockAutoHide},
-    {step_names::restoreCursorAssociation, restoreCursorAssociation},
-}};
-
-}  // namespace
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
     // Records that the main application writes from here on are left alone: this run's steps do not

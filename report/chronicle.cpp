@@ -37,18 +37,6 @@ std::string eventText(const json& event) {
     return "nothing";
 }
 
-// Calls whose names begin like this belong to that step.
-constexpr std::array<std::pair<std::string_view, std::size_t>, 9> callsOfSteps{{
-    {"CGConfigureDisplayOrigin", 0},
-    {"CGSConfigureDisplayMode", 1},
-    {"CGSSetMenuBar", 2},
-    {"SLS", 2},
-    {"CoreDockGetExpose", 3},
-    {"CoreDockSetExpose", 3},
-    {"CoreDockGetAutoHide", 4},
-    {"CoreDockSetAutoHide", 4},
-    {"CGAssociateMouse", 5},
-}};
 constexpr std::size_t menuBarStep = 2;
 constexpr std::size_t cornerStep = 3;
 
@@ -56,8 +44,11 @@ constexpr std::size_t cornerStep = 3;
 std::optional<std::size_t> stepOf(const json& call) {
     const auto name = call["call"].get<std::string>();
     const json& args = call["args"];
-    for (const auto& [start, step] : callsOfSteps) {
-        if (name.starts_with(start)) {
+    for (std::size_t step = 0; step < steps.size(); ++step) {
+        const auto begins = [&](std::string_view start) {
+            return !start.empty() && name.starts_with(start);
+        };
+        if (std::ranges::any_of(steps.at(step).calls, begins)) {
             return step;
         }
     }

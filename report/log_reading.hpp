@@ -25,16 +25,17 @@ std::optional<LogLine> readLogLine(std::string_view line);
 
 /// The steps of a restore run, in order.
 struct Step {
-    std::string_view name;  // in the log
-    const char* title;      // for people
+    std::string_view name;                  // in the log
+    const char* title;                      // for people
+    std::array<std::string_view, 2> calls;  // how the names of its own calls begin; may be empty
 };
 inline constexpr std::array<Step, 6> steps{{
-    {"checkInvariant", "Arrangement"},
-    {"restoreResolutions", "Display modes"},
-    {"restoreMenuBar", "Menu bar"},
-    {"restoreHotCorners", "Hot corners"},
-    {"restoreDockAutoHide", "Dock"},
-    {"restoreCursorAssociation", "Cursor"},
+    {"checkInvariant", "Arrangement", {"CGConfigureDisplayOrigin"}},
+    {"restoreResolutions", "Display modes", {"CGSConfigureDisplayMode"}},
+    {"restoreMenuBar", "Menu bar", {"CGSSetMenuBar", "SLS"}},
+    {"restoreHotCorners", "Hot corners", {"CoreDockGetExpose", "CoreDockSetExpose"}},
+    {"restoreDockAutoHide", "Dock", {"CoreDockGetAutoHide", "CoreDockSetAutoHide"}},
+    {"restoreCursorAssociation", "Cursor", {"CGAssociateMouse"}},
 }};
 
 /// A message of the form "STEP [TAG]: TEXT".

@@ -8,6 +8,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <optional>
 #include <string>
 
@@ -55,5 +56,20 @@ void restoreDockAutoHide(const std::string& tag, std::optional<pid_t> exitedPID)
 /// Associates the cursor with the mouse. There is no record of its state, so this happens, and logs
 /// one line, on every run while the main application is not running.
 void restoreCursorAssociation(const std::string& tag, std::optional<pid_t> exitedPID);
+
+struct Step {
+    const char* name;
+    void (*run)(const std::string& tag, std::optional<pid_t> exitedPID);
+};
+
+/// The steps in the order of a run.
+inline constexpr std::array<Step, 6> steps{{
+    {step_names::checkInvariant, checkInvariant},
+    {step_names::restoreResolutions, restoreResolutions},
+    {step_names::restoreMenuBar, restoreMenuBar},
+    {step_names::restoreHotCorners, restoreHotCorners},
+    {step_names::restoreDockAutoHide, restoreDockAutoHide},
+    {step_names::restoreCursorAssociation, restoreCursorAssociation},
+}};
 
 }  // namespace tolvaran

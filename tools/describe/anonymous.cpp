@@ -7,9 +7,14 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "report/text.hpp"
+#include "restore/arrangement/formats.hpp"
+#include "restore/dock/formats.hpp"
+#include "restore/menubar/formats.hpp"
+#include "restore/modes/formats.hpp"
 #include "tools/describe/base64.hpp"
 #include "tools/describe/displays.hpp"
 #include "tools/describe/json_text.hpp"
@@ -24,41 +29,26 @@ using Texts = std::set<std::string>;
 
 constexpr const char* settingsPath = "Settings/preferences.json";
 
-/// The keys of every record. Other keys are display IDs or unknown.
+template <typename Record>
+void addKeys(Texts& keys) {
+    std::apply([&](const auto&... rows) { (keys.insert(rows.key), ...); },
+               tolvaran::json::Format<Record>::fields);
+}
+
+template <typename... Records>
+Texts keysOf() {
+    Texts keys;
+    (addKeys<Records>(keys), ...);
+    return keys;
+}
+
+/// Whether a record has a field with this key. Other keys are display IDs or unknown.
 bool isKey(const std::string& text) {
-    static const Texts keys = {"version",
-                               "arrangements",
-                               "uuid",
-                               "x",
-                               "y",
-                               "signatures",
-                               "entries",
-                               "width",
-                               "height",
-                               "scaled",
-                               "hz",
-                               "restoreTo",
-                               "hideMenuBar",
-                               "pendingOnly",
-                               "globalRestored",
-                               "visibleInFullscreen",
-                               "canonicalID",
-                               "hardwareID",
-                               "portUUID",
-                               "enabled",
-                               "displayVisibilityOverrides",
-                               "knownDisplays",
-                               "ids",
-                               "tlCorner",
-                               "tlModifier",
-                               "trCorner",
-                               "trModifier",
-                               "blCorner",
-                               "blModifier",
-                               "brCorner",
-                               "brModifier",
-                               "liveActions",
-                               "liveModifiers"};
+    static const Texts keys =
+        keysOf<AliasMap, AliasMap::Entry, OriginalsFile, OriginalsEntry, SeparatedSetsFile,
+               SidePinnedSetsFile, ResolutionOriginalsFile, DisplayModeSpec,
+               MenuBarAutohideSnapshot, MenuBarDisplayVisibilityOverride, DockHotCornerSnapshot,
+               DockAutoHideOverride::Snapshot>();
     return keys.contains(text);
 }
 

@@ -200,9 +200,12 @@ Record menuBar() {
         .fate = Fate::kept,
         .unusableLine = "warn: menu bar snapshot at State/menubar-state.json failed to decode: ",
         .places = "mac/(preferences/global.*|menuBar/autoHide|displays/[0-9]+/menuBarOverride)",
-        .example = R"({"displayVisibilityOverrides":[{"canonicalID":"A","enabled":true,)"
-                   R"("hardwareID":"H","portUUID":"P"}],"globalRestored":false,)"
-                   R"("hideMenuBar":0,"pendingOnly":false,"visibleInFullscreen":1})",
+        .example = R"({"displayVisibilityOverrides":[{)"
+                   R"("canonicalID":"HW-1552-41040-4251086178","enabled":true,)"
+                   R"("hardwareID":"HW-1552-41040-4251086178",)"
+                   R"("portUUID":"37D8832A-2D66-02CA-B9F7-8F30A301B230"}],)"
+                   R"("globalRestored":false,"hideMenuBar":0,"pendingOnly":false,)"
+                   R"("visibleInFullscreen":1})",
         .mayBecome = in_force::menuBarMayBecome,
         .isRewritten = true,
         .notWritten = "warn: Failed to write menu bar snapshot: .*",
@@ -295,7 +298,8 @@ Record preferences() {
         .fate = Fate::kept,
         .unusableLine = "warn: AliasMap: preferences.json unparseable, falling back to identity",
         .places = "mac/displays/[0-9]+/(frame/[0-9]|mode|menuBarOverride)|files/State~1.*",
-        .example = R"({"knownDisplays":[{"ids":["A","B"],"name":"built-in"}]})",
+        .example = R"({"knownDisplays":[{"ids":["HW-1552-41040-4251086178","another"],)"
+                   R"("name":"built-in"}]})",
         .losses = {{reading, "Settings/preferences\\.json",
                     "mac/displays/[0-9]+/(mode|frame/[0-9])",
                     "without readable preferences every display has its own name"}},
