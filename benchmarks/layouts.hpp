@@ -1,4 +1,4 @@
-// Layouts of any number of displays to measure with.
+// Layouts of any number of displays for the benchmarks.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -13,7 +13,7 @@ namespace tolvaran::benchmarks {
 inline constexpr CGFloat displayWidth = 1920;
 inline constexpr CGFloat displayHeight = 1080;
 
-/// The display in one cell of a raster.
+/// The display in one cell of a grid.
 inline DisplayFrame displayInCell(int index, int column, int row) {
     return {.displayID = static_cast<CGDirectDisplayID>(index + 1),
             .frame = CGRectMake(column * displayWidth, row * displayHeight, displayWidth,
@@ -29,7 +29,7 @@ inline std::vector<DisplayFrame> row(int count) {
     return displays;
 }
 
-/// As square as it gets: many corners touch, each bridged by a third display.
+/// As square as possible: many corners touch, each bridged by a third display.
 inline std::vector<DisplayFrame> grid(int count) {
     const int columns = static_cast<int>(std::ceil(std::sqrt(count)));
     std::vector<DisplayFrame> displays;

@@ -1,5 +1,5 @@
-// Reading the saved arrangements, from the file to the checked records, beside a bare parse of the
-// same bytes by the JSON library, which keeps nothing: the limit of what reading can cost.
+// Reads the saved arrangements, from the file to the checked records, and for comparison only
+// parses the same bytes with the JSON library, keeping nothing: the least that reading can cost.
 #include <benchmark/benchmark.h>
 #include <rapidjson/reader.h>
 
@@ -35,7 +35,7 @@ OriginalsFile storeOf(std::int64_t arrangements) {
     return file;
 }
 
-/// A saved store in a directory of its own, which goes with it.
+/// A saved store in a directory of its own, which is removed with it.
 class SavedStore {
   public:
     explicit SavedStore(const OriginalsFile& file) {

@@ -15,13 +15,13 @@
 namespace tolvaran::benchmarks {
 namespace {
 
-/// Runs the sequence once; whether it did all that there was to do, and nothing else.
+/// Runs the sequence once; whether it did what there was to do and nothing else.
 bool runsIdly() {
     runRestoreSequence("safety-tick", std::nullopt);
     return simulator::machine().at("cursorAssociated") == true && simulator::calls().size() == 1;
 }
 
-/// The helper's log also goes to standard error, where the results of other benchmarks stand.
+/// The helper's log also goes to standard error, where other benchmarks print their results.
 class SilentStandardError {
   public:
     SilentStandardError() {
@@ -55,7 +55,7 @@ nlohmann::json macWithDisplays(int count) {
 }
 
 void idleRestoreSequence(benchmark::State& state) {
-    // The simulator keeps every call; it may forget them now and then.
+    // The simulator keeps every call, so it is reset now and then.
     constexpr std::int64_t runsBetweenResets = 10000;
     const SilentStandardError silent;
     const nlohmann::json mac = macWithDisplays(static_cast<int>(state.range(0)));

@@ -12,8 +12,8 @@ namespace {
 using Layout = std::vector<DisplayFrame> (*)(int count);
 using Test = bool (*)(const std::vector<DisplayFrame>& displays);
 
-/// One test of one layout, for as many displays as the range says. A wrong answer is an error, so
-/// that nothing is measured that does not do its work.
+/// One test of one layout, with as many displays as the range says. A wrong answer is an error, so
+/// that only correct code is measured.
 void recognise(benchmark::State& state, Test test, Layout layout, bool expected) {
     const std::vector<DisplayFrame> displays = layout(static_cast<int>(state.range(0)));
     if (test(displays) != expected) {

@@ -1,6 +1,6 @@
 # `cmake --install`, component "library": what the main application needs to build with the library.
-# On hosts that are no Mac that includes the simulator, since the library cannot be linked without a
-# platform.
+# On hosts other than a Mac that includes the simulator, since the library cannot be linked without
+# a platform.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/TolvaranRestore)
@@ -42,7 +42,7 @@ install(FILES ${PROJECT_BINARY_DIR}/TolvaranRestoreConfig.cmake
               ${PROJECT_BINARY_DIR}/TolvaranRestoreConfigVersion.cmake
         DESTINATION ${package_directory} COMPONENT library)
 
-# pkg-config has no targets, so it gets what stands behind them.
+# pkg-config has no targets, so it gets the libraries behind them.
 set(pc_directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH pc_prefix /${pc_directory} /)
 set(pc_includes "-I\${includedir}/tolvaran")

@@ -183,19 +183,19 @@ void separatedSets(const Input& input) {
                  });
 }
 
-template <typename Store>
-void layoutSets(const Input& input) {
-    const auto rewrite = [](const auto& file, const std::string& path) {
+void layoutSets(const SetMarks& marks, const Input& input) {
+    using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
+    const auto load = [&](const std::string& path) { return LayoutSets::load(marks, path); };
+    const auto rewrite = [&](const Arrangements& arrangements, const std::string& path) {
         std::vector<std::string> signatures;
-        for (const auto& [signature, layouts] : file.arrangements) {
+        for (const auto& [signature, layouts] : arrangements) {
             signatures.push_back(signature);
         }
         const std::string added = newSignature(signatures);
-        Store::premark(added, {OriginalsEntry{.uuid = "A", .x = 0, .y = 0}}, path);
-        Store::clear(added, path);
+        LayoutSets::premark(marks, added, {OriginalsEntry{.uuid = "A", .x = 0, .y = 0}}, path);
+        LayoutSets::clear(marks, added, path);
     };
-    const auto file = readAndWrite(input, Store::load, rewrite);
-    for (const auto& [signature, layouts] : file.arrangements) {
+    for (const auto& [signature, layouts] : readAndWrite(input, load, rewrite)) {
         for (const MarkedLayout& layout : layouts) {
             std::map<std::string, CGPoint> origins;
             for (const OriginalsEntry& entry : layout) {
@@ -203,7 +203,7 @@ void layoutSets(const Input& input) {
             }
             const bool eachOnce = origins.size() == layout.size();
             require(layout.empty() || !eachOnce ||
-                        Store::matchesCurrentHardware(signature, origins, input.path),
+                        LayoutSets::find(marks, signature, origins, input.path).isInForce,
                     "a marked layout does not match itself");
         }
     }
@@ -395,9 +395,9 @@ constexpr std::array decoders = {
     Decoder{'r', resolutionOriginals,
             "resolution originals file missing/wrong version/unparseable, starting fresh"},
     Decoder{'s', separatedSets, "separated-sets file wrong version/unparseable, treating as empty"},
-    Decoder{'p', layoutSets<SidePinnedSetsStore::Operations>,
+    Decoder{'p', [](const Input& input) { layoutSets(sidePinnedSets, input); },
             "side-pinned-sets file wrong version/unparseable, treating as empty"},
-    Decoder{'n', layoutSets<NativeMirroredSetsStore::Operations>,
+    Decoder{'n', [](const Input& input) { layoutSets(nativeMirroredSets, input); },
             "native-mirrored-sets file wrong version/unparseable, treating as empty"},
     Decoder{'m', menuBar, "menu bar snapshot at "},
     Decoder{'h', hotCorners, "hot-corner snapshot at "},

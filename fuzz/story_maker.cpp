@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "simulator/faults/outside_calls.hpp"
+#include "tests/support/records/records.hpp"
 
 namespace tolvaran::fuzz {
 namespace {
@@ -370,11 +371,18 @@ json content(Choices& choices, const Record& record, const std::vector<std::size
     return good;
 }
 
+/// A record that has no maker of its own is as its example.
 json makeFiles(Choices& choices, const std::vector<std::size_t>& connected) {
     json files = json::object();
     for (const Record& record : records) {
         if (choices.chance(8)) {
             files[record.path] = content(choices, record, connected);
+        }
+    }
+    for (const tests::Record& other : tests::records()) {
+        if (std::ranges::find(records, other.path, &Record::path) == records.end() &&
+            choices.chance(8)) {
+            files[other.path] = json::parse(other.example);
         }
     }
     return files;

@@ -25,12 +25,12 @@ void setUpLogging() {
 }
 
 int helperMain() {
-    // Otherwise the first files opened would take the streams' numbers, and the log its own echo.
+    // Otherwise the first file opened would get a stream's number, and the log its own echo.
     files::openStandardStreams();
-    // Losing whoever reads standard error must not end the helper.
+    // The helper must survive the end of the process that reads its standard error.
     std::signal(SIGPIPE, SIG_IGN);
     setUpLogging();
-    // A helper that was killed while it changed a record has left something behind.
+    // A helper that was killed while changing a record left something behind.
     files::removeAbandonedFiles(TolvaranPaths::stateDir());
     workspace::prohibitActivation();
 

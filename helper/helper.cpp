@@ -38,7 +38,7 @@ void reconfigurationCallback(CGDirectDisplayID /*display*/, CGDisplayChangeSumma
     if ((flags & kCGDisplayBeginConfigurationFlag) != 0) {
         return;
     }
-    // Each callback gets its own run: every run reads the hardware afresh, and merging some could
+    // Each callback gets its own run: every run reads the hardware afresh, and merging runs could
     // miss the state that the last one would have seen.
     main_queue::async([] { runRestoreSequence("display-reconfig", std::nullopt); });
 }

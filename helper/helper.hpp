@@ -1,5 +1,5 @@
-// The helper's one long-lived object: what it watches and what wakes it. Created by the entry
-// point and kept until the process is killed; there is no shut-down path.
+// The helper's only long-lived object: what it watches and what wakes it. Created by the entry
+// point and kept until the process is killed; there is no shutdown path.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -24,8 +24,8 @@ inline constexpr double relaunchGrace = 0.2;
 void reconfigurationCallback(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags,
                              void* userInfo);
 
-/// Main thread only. Handlers reach a Helper through weak references, so none of them extends its
-/// life; a handler that finds it gone skips the work that needs it.
+/// Main thread only. Handlers hold weak references, so none keeps the Helper alive; a handler that
+/// finds it gone skips the work that needs it.
 class Helper {
   public:
     /// A Helper with every field empty. A shared pointer must own it, so there is no constructor.
@@ -42,17 +42,17 @@ class Helper {
     void watch(pid_t pid);
     /// A new instance was launched: watches it, unless an earlier one is watched and still lives.
     void mainAppLaunched(pid_t pid);
-    /// The workspace reports that an instance terminated. Only logged: after an exit the watch
-    /// alone triggers a restore, so no exit is handled twice.
+    /// The workspace reports that an instance terminated. This is only logged: the watch alone
+    /// triggers a restore, so no exit is handled twice.
     void mainAppTerminated(pid_t pid);
     /// The watched process has exited: ends the watch and schedules rearmAfterExit().
     static void procExitFired(const std::weak_ptr<Helper>& helper, pid_t pid);
     /// Watches another live instance if there is one, then always runs the restore sequence tagged
-    /// "proc-exit", even if the Helper is gone. With another instance alive every step skips: that
-    /// is how a relaunch is told from a crash.
+    /// "proc-exit", even if the Helper is gone. While another instance lives every step skips; that
+    /// distinguishes a relaunch from a crash.
     static void rearmAfterExit(const std::weak_ptr<Helper>& helper, pid_t exitedPID);
 
-    main_queue::Source processSource;  // the exit watch; empty when nothing is watched
+    main_queue::Source processSource;  // the exit watch; empty if nothing is watched
     std::optional<pid_t> watchedPID;   // the process that it watches
     main_queue::Source safetyTimer;
     std::optional<workspace::Observation> launchObserver;

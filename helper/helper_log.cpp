@@ -60,7 +60,7 @@ void rotateIfTooLarge() {
     }
     writer().file.reset();
     moveCurrentToPrevious();
-    // Emptied if it could not be moved: a log that grows without bound could fill the disk that the
+    // Emptied if it could not be moved: an endlessly growing log could fill the disk that the
     // records need.
     openCurrent(files::Appender::Existing::emptied);
 }
@@ -79,7 +79,7 @@ void appendToFile(const std::string& line) {
 
 /// Local time as "yyyy-MM-dd HH:mm:ss.SSS", the same in every locale.
 std::string timestamp(CFAbsoluteTime time) {
-    // Rounded to microseconds first: no double holds 0.123 s exactly, so it could show as 122 ms.
+    // Rounded to microseconds first: no double is exactly 0.123 s, so it could show as 122 ms.
     const auto microseconds = std::llround((time + kCFAbsoluteTimeIntervalSince1970) * 1e6);
     const auto seconds = static_cast<std::time_t>(microseconds / 1'000'000);
     std::tm local{};

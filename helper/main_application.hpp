@@ -18,8 +18,7 @@ bool isMainApp(const workspace::RunningApplication& application);
 
 /// The first live instance in the workspace's order whose process ID is not `excluding`; none if
 /// there is none. An instance is live if it is listed and not flagged terminated.
-/// @param excluding an instance that has just exited and may still be listed; none to exclude
-/// nobody
+/// @param excluding an instance that has just exited and may still be listed, if any
 std::optional<pid_t> runningMainAppPID(std::optional<pid_t> excluding);
 
 /// Whether a live instance has exactly this process ID.

@@ -10,7 +10,7 @@
 namespace tolvaran::main_queue {
 namespace {
 
-// Work travels through dispatch's function forms as a heap-allocated Work in the context pointer.
+// Dispatch's function forms carry work as a heap-allocated Work in the context pointer.
 
 void performOnce(void* context) {
     const std::unique_ptr<Work> work(static_cast<Work*>(context));
@@ -50,8 +50,8 @@ Source::Source(dispatch_source_t source, Work handler) : source_(source) {
         return;
     }
     dispatch_set_context(source_, new Work(std::move(handler)));
-    // The source may be in the middle of its handler when we release it, so the handler is deleted
-    // with the source, not with this object.
+    // The source may be running its handler when it is released, so the handler is deleted with the
+    // source, not with this object.
     dispatch_set_finalizer_f(source_, deleteWork);
     dispatch_source_set_event_handler_f(source_, performEachTime);
 }

@@ -64,7 +64,7 @@ void Helper::rearmAfterExit(const std::weak_ptr<Helper>& weak, pid_t exitedPID) 
             helper->watch(*other);
         }
     }
-    // Tolvaran may have been killed while it changed a record.
+    // Tolvaran may have been killed while changing a record.
     files::removeAbandonedFiles(TolvaranPaths::stateDir());
     runRestoreSequence("proc-exit", exitedPID);
 }

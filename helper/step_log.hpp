@@ -1,4 +1,5 @@
-// What all restore steps have in common: the form of their log lines, and the running test.
+// What all restore steps share: the form of their log lines, and the running test. Main thread
+// only.
 #pragma once
 
 #include <sys/types.h>
@@ -24,12 +25,12 @@ class StepLog {
     /// returns.
     bool mainAppIsRunning(std::optional<pid_t> exitedPID) const;
 
-    /// Whether another process has changed the record since the run began. Then logs at "debug"
-    /// that the step leaves it to the next run; the caller returns.
+    /// Whether another process has changed the record since the run began. If so, logs at "debug"
+    /// that the record is left to the next run; the caller returns.
     ///
-    /// All steps of a run see the applications that ran when it began. A record that was changed
-    /// since tells of a main application that has started in the meantime, and of changes to the
-    /// Mac that it may not have made yet.
+    /// All steps of a run see the applications that were running when it began. A record that was
+    /// changed since comes from a main application that has started in the meantime, and may be for
+    /// a change that it has not made yet.
     bool recordHasChanged(const std::string& path) const;
 
   private:

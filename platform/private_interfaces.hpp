@@ -26,9 +26,8 @@ struct RunTimeFunction {
     const char* name;  // the symbol
 };
 
-/// The menu bar of single displays: functions of the SkyLight framework. Each but the first takes
-/// this process's connection, and where it returns a std::int32_t that is an error code, 0 for
-/// success.
+/// The menu bar of single displays: functions of the SkyLight framework. Each except the first
+/// takes this process's connection; a returned std::int32_t is an error code, 0 for success.
 namespace sky_light {
 
 inline constexpr const char* path =
@@ -62,8 +61,8 @@ inline constexpr const char* path =
     "/System/Library/Frameworks/ApplicationServices.framework/Frameworks/HIServices.framework/"
     "HIServices";
 
-/// Fills two arrays of four, in corner order. Reports no failure: what it could not read it leaves
-/// as it was.
+/// Fills two arrays of four, in corner order. Reports no failure: it leaves values that it could
+/// not read as they were.
 inline constexpr RunTimeFunction<void(std::int32_t* actions, std::int32_t* modifiers)>
     getCornerActions{"CoreDockGetExposeCornerActionsWithModifiers"};
 /// Gives one corner its action and modifier. The result means nothing.
@@ -84,7 +83,7 @@ CGError CGSGetNumberOfDisplayModes(CGDirectDisplayID display, std::int32_t* coun
 CGError CGSGetDisplayModeDescriptionOfLength(CGDirectDisplayID display, std::int32_t index,
                                              void* record, std::int32_t length);
 
-/// Stores the number of the display's current mode; leaves `modeNumber` alone when it fails.
+/// Stores the number of the display's current mode; leaves `modeNumber` alone if it fails.
 CGError CGSGetCurrentDisplayMode(CGDirectDisplayID display, std::int32_t* modeNumber);
 
 /// Records a mode change in an open display configuration.

@@ -1,5 +1,4 @@
-// The workspace and the shared application, as the Mac has them. Compiled with automatic reference
-// counting.
+// The workspace and the shared application on a Mac. Compiled with automatic reference counting.
 #include "platform/workspace.hpp"
 
 #import <AppKit/AppKit.h>

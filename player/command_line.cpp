@@ -33,7 +33,7 @@ struct Command {
     std::optional<std::string> report;
     PlayOptions options;
     bool reduces = false;
-    std::string kept;  // what a reduced scenario must show; empty: a failed expectation
+    std::string kept;  // what a reduced scenario must still show; empty: a failed expectation
     std::string reducedTo;
 
     bool makesSense() const {
@@ -97,7 +97,7 @@ void printSummary(const Scenario& scenario, const Outcome& outcome,
     }
 }
 
-/// Whether the page was written; says so if it was not.
+/// Writes the page; false, after a line to `errors`, if that failed.
 bool writeReport(const std::string& path, const json& result, std::ostream& errors) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file << report::page(result);
@@ -128,7 +128,7 @@ int playCommand(const Command& command, const report::Terminal& terminal, std::o
 
 int reduceCommand(const Command& command, std::ostream& out, std::ostream& errors) {
     const json document = loadDocument(command.scenario);
-    readScenario(document, "", "");  // says what is wrong with it
+    readScenario(document, "", "");  // throws what is wrong with it
     const std::string failure = command.kept.empty() ? firstFailure(document) : "";
     const auto shows = [&](const json& scenario) {
         return command.kept.empty() ? !failure.empty() && firstFailure(scenario) == failure

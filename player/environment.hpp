@@ -1,4 +1,4 @@
-// Changing the process's environment for a while.
+// Changes the process's environment temporarily.
 #pragma once
 
 #include <map>
@@ -7,7 +7,7 @@
 
 namespace simulator {
 
-/// Gives environment variables other values, and the old ones back at the end.
+/// Gives environment variables other values while it lives.
 class TemporaryEnvironment {
   public:
     /// @param values by name; a variable without a value is removed

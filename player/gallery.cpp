@@ -26,7 +26,7 @@ struct Group {
     const char* prefix;  // of the scenarios' file names
     const char* title;
 };
-// In the order of the page. The last one takes what fits nowhere else.
+// In the order of the page. The last group takes all other scenarios.
 constexpr std::array<Group, 10> groups{{
     {"crash", "Everything at once"},
     {"start", "The helper starts, and what sets it off"},
@@ -40,19 +40,19 @@ constexpr std::array<Group, 10> groups{{
     {"", "More"},
 }};
 
-constexpr const char* introduction =
-    "# The scenarios\n\n"
-    "What became of the displays in each of them: on the left just before the helper first "
-    "changed\n"
-    "something, on the right at the end. The main display has a stronger edge; rings stand where\n"
-    "displays touch at a corner only; the bars are the menu bar and the Dock, dashed when they "
-    "are\n"
-    "hidden; filled corners are hot corners that act; the cursor is struck out when it does not\n"
-    "follow the mouse. A report (`tolvaran_simulator --report PAGE.html SCENARIO.json`) tells the\n"
-    "whole story of one; [docs/scenarios.md](../docs/scenarios.md) says how one is written.\n\n"
-    "`make gallery` writes this page and its pictures.\n";
+constexpr const char* introduction = R"(# The scenarios
 
-/// Text that Markdown leaves alone.
+What happens to the displays in each: on the left just before the helper's first change, on the
+right at the end. The main display has a thicker edge; rings mark displays that touch only at a
+corner; bars are the menu bar and the Dock, dashed if hidden; filled corners are active hot corners;
+the cursor is struck out if it does not follow the mouse. A report
+(`tolvaran_simulator --report PAGE.html SCENARIO.json`) tells the whole story of one;
+[docs/scenarios.md](../docs/scenarios.md) says how to write one.
+
+`make gallery` writes this page and its pictures.
+)";
+
+/// The text, escaped for Markdown.
 std::string plainText(const std::string& text) {
     std::string result;
     for (const char c : report::oneLine(text)) {
@@ -127,7 +127,7 @@ std::optional<std::string> contentOf(const fs::path& path) {
     return std::string{std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Pictures that belong to no scenario.
+/// Pictures without a scenario.
 std::vector<fs::path> leftOvers(const fs::path& directory, const Files& gallery) {
     std::vector<fs::path> found = filesIn(directory / pictures, ".svg");
     std::erase_if(found, [&](const fs::path& path) {

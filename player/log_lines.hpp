@@ -1,4 +1,4 @@
-// The helper's log, taken from what it writes to standard error.
+// Collects the helper's log from what it writes to standard error.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,7 @@
 
 namespace simulator {
 
-/// Puts lines together from pieces as they are written. Only lines of the log's form count:
+/// Assembles lines from pieces as they are written. Only lines in the log's form count:
 /// "[timestamp] [elapsed] [helper] [level] message".
 class LogLines {
   public:
@@ -19,8 +19,8 @@ class LogLines {
     /// Takes the next piece, which may hold any part of any number of lines.
     void take(std::string_view text);
 
-    /// The complete lines so far, each {"at", "level", "message"}, stamped with the time at which
-    /// its end was written.
+    /// The complete lines so far, each {"at", "level", "message"}, with the time at which its end
+    /// was written.
     const nlohmann::json& entries() const { return entries_; }
 
   private:

@@ -64,7 +64,7 @@ json logLines(const json& log) {
     return lines;
 }
 
-/// A file that holds JSON's null is there all the same.
+/// A file that contains JSON's null exists nevertheless.
 void compareFiles(const json& expected, const json& found, Failures& failures) {
     for (const auto& [path, content] : expected.items()) {
         if (!content.is_null()) {

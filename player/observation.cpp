@@ -10,8 +10,8 @@ namespace {
 
 using nlohmann::json;
 
-/// What the helper changes when it restores something: neither the list of applications, which it
-/// only reads, nor its own sign of life.
+/// What the helper may restore: everything but the list of applications, which it only reads, and
+/// its own sign of life.
 json restorable(json moment) {
     moment.erase("at");
     moment["mac"].erase("applications");
@@ -56,7 +56,7 @@ void Observation::look(LoopMoment moment) {
         return;
     }
     json present = presentMoment(logs_);
-    // What changed during an event was not the helper's doing.
+    // The helper did not make changes during an event.
     if (moment != LoopMoment::afterEvent && restorable(present) != restorable(latest_)) {
         isFound_ = true;
         return;
@@ -64,7 +64,7 @@ void Observation::look(LoopMoment moment) {
     latest_ = std::move(present);
 }
 
-void Observation::finish(json& result) {
+void Observation::addTo(json& result) {
     noteCalls();
     look(LoopMoment::beforeWork);
     result["timeline"] = timeline_;

@@ -1,5 +1,5 @@
-// What a report tells beyond the plain result of a run: in which order things happened, and what
-// the Mac was like before the helper changed it. Used by the player where PlayOptions ask for it.
+// What a report shows beyond the plain result of a run: in which order things happened, and what
+// the Mac was like before the helper changed it. Used by the player if PlayOptions ask for it.
 #pragma once
 
 #include <functional>
@@ -11,8 +11,7 @@
 
 namespace simulator {
 
-/// Watches one run. Looking costs a copy of the Mac and of its files each time that the process
-/// turns to something.
+/// Watches one run. This costs a copy of the Mac and its files at each piece of work.
 class Observation {
   public:
     /// Adds a played event to the timeline, and performs it.
@@ -20,12 +19,12 @@ class Observation {
     /// Notes that the helper has logged a line.
     void logged();
 
-    /// Begins to look for the helper's first change; to be called just before its process begins.
+    /// Starts looking for the helper's first change. Call it just before the process begins.
     /// @param logs the helper's log directory, whose files do not count
     void begin(const std::string& logs);
-    /// Looks a last time, and adds what was seen to the result of the run: `timeline`, `order`,
+    /// Looks a last time, and adds what was observed to the result of the run: `timeline`, `order`,
     /// `before`.
-    void finish(nlohmann::json& result);
+    void addTo(nlohmann::json& result);
 
   private:
     void noteCalls();
@@ -35,8 +34,8 @@ class Observation {
     nlohmann::json timeline_ = nlohmann::json::array();
     nlohmann::json order_ = nlohmann::json::array();
     std::size_t callsNoted_ = 0;
-    nlohmann::json latest_;  // the Mac and the files when last looked at: {"at", "mac", "files"}
-    bool isFound_ = false;   // latest_ is what the helper was to change
+    nlohmann::json latest_;  // the Mac and the files at the last look: {"at", "mac", "files"}
+    bool isFound_ = false;   // latest_ is the state before the helper's first change
 };
 
 }  // namespace simulator

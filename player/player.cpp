@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-/// A directory of its own, removed at the end unless it was asked for by name.
+/// The run's own directory, removed at the end unless its name was given.
 class Root {
   public:
     explicit Root(const std::optional<std::string>& kept) : isKept_(kept.has_value()) {
@@ -55,7 +55,7 @@ class Root {
     bool isKept_;
 };
 
-/// The life of one process: it starts with nothing, and nothing is left of it.
+/// The life of one process, which starts with no state and leaves none.
 class Process {
   public:
     explicit Process(const json& mac) {
@@ -95,8 +95,8 @@ void setFaults(const json& faults) {
 // The helper's process ID in every virtual run.
 constexpr pid_t virtualProcessID = 501;
 
-/// Starts the clock and plans what will happen. The helper's own time begins at 0 as well, after
-/// the events of that time.
+/// Starts the clock and plans what will happen. The helper also starts at time 0, after the events
+/// of that time.
 void planTimeline(const Scenario& scenario, Observation* observation) {
     clock::restart(scenario.clock);
     if (clock::isVirtual()) {
@@ -113,8 +113,8 @@ void planTimeline(const Scenario& scenario, Observation* observation) {
     sleepUntil(0);
 }
 
-/// The log with the files below the application-support directory named as in a scenario, by their
-/// path below it: the directory itself is another one in every run.
+/// The log with files below the application-support directory named as in a scenario, by their path
+/// below it, since the directory differs in every run.
 json withShortPaths(json log, const std::string& applicationSupport) {
     const std::string directory = applicationSupport + "/";
     for (json& entry : log) {
@@ -127,7 +127,7 @@ json withShortPaths(json log, const std::string& applicationSupport) {
     return log;
 }
 
-/// The lines of a user's log; one that is not of the log's form is all message.
+/// The lines of a user's log; a line that does not have the log's form is all message.
 json readLines(const std::vector<std::string>& log) {
     json lines = json::array();
     for (const std::string& line : log) {
@@ -150,7 +150,7 @@ json scenarioFacts(const Scenario& scenario) {
     return facts;
 }
 
-/// The life of the process, and what the Mac is like after it.
+/// Runs the process, and returns what the Mac is like afterwards.
 json live(const Root& root, const LogLines& log, const PlayOptions& options) {
     if (options.program) {
         options.program();
@@ -188,7 +188,7 @@ json run(const Scenario& scenario, const Root& root, const PlayOptions& options)
     }
     observation->begin(root.logs());
     json result = live(root, log, options);
-    observation->finish(result);
+    observation->addTo(result);
     result["scenario"] = scenarioFacts(scenario);
     return result;
 }

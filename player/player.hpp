@@ -14,19 +14,19 @@
 namespace simulator {
 
 struct PlayOptions {
-    /// Keeps the application-support directory as "ApplicationSupport" and the logs as "Logs" under
-    /// this directory; what lies there already takes part. None: a fresh temporary directory, which
-    /// is removed at the end.
+    /// Keeps the application-support directory as "ApplicationSupport" and the logs as "Logs" in
+    /// this directory; files already there take part. None: a new temporary directory, which is
+    /// removed at the end.
     std::optional<std::string> root = {};
     /// Keeps the helper's log off standard error.
     bool quiet = false;
-    /// Tells more of the run: scenario, timeline, order, before. It takes longer.
+    /// Adds scenario, timeline, order and before to the result. Takes longer.
     bool observes = false;
-    /// Called when everything is laid out, just before the process begins.
+    /// Called when everything is prepared, just before the process begins.
     std::function<void()> prepare = {};
     /// What the process does. None: it is the helper.
     std::function<void()> program = {};
-    /// Called when the process has ended, before anything that it held is cleared away.
+    /// Called when the process has ended, before anything that it held is cleaned up.
     std::function<void()> atEnd = {};
 };
 
@@ -35,11 +35,11 @@ struct Outcome {
     std::vector<std::string> failures;  // one line for each expectation that failed
 };
 
-/// Plays the scenario. Everything that a process has to itself is as if it had just started: the
-/// library's process-wide values, the simulator, and the environment variables that the helper
-/// reads; the simulator is reset again at the end.
-/// @throws ScenarioError if the machine does not let an event happen, or if the files cannot be
-///         laid out. What the helper itself throws is not caught: it would have ended the process.
+/// Plays the scenario as a newly started process: the library's process-wide values, the simulator,
+/// and the environment variables that the helper reads are all fresh. The simulator is reset again
+/// at the end.
+/// @throws ScenarioError if an event is impossible on the machine, or the files cannot be written.
+///         Exceptions of the helper itself pass through: they would have ended the process.
 Outcome play(const Scenario& scenario, const PlayOptions& options = {});
 
 }  // namespace simulator

@@ -13,7 +13,7 @@ namespace {
 using nlohmann::json;
 using Pointer = json::json_pointer;
 
-/// Drops parts of one document for as long as it shows what is looked for.
+/// Drops parts of a document while it still shows what is wanted.
 class Reducer {
   public:
     Reducer(json document, const std::function<bool(const json&)>& shows)
@@ -27,10 +27,10 @@ class Reducer {
         } while (document_.dump().size() < before);
     }
 
-    Reduction finish() { return {std::move(document_), plays_}; }
+    Reduction result() { return {std::move(document_), plays_}; }
 
   private:
-    /// Whether the smaller document still shows it; it is then kept.
+    /// Whether the smaller document still shows it, and is therefore kept.
     bool keepIfShown(json smaller) {
         ++plays_;
         if (!shows_(smaller)) {
@@ -62,7 +62,8 @@ class Reducer {
         }
     }
 
-    /// Half of the elements at a time, then a quarter, and so on: a display has hundreds of modes.
+    /// Drops half of the elements at a time, then a quarter, and so on: a display has hundreds of
+    /// modes.
     void reduceList(const Pointer& place) {
         for (std::size_t count = (document_[place].size() + 1) / 2; count > 0; count /= 2) {
             for (std::size_t i = 0; i < document_[place].size();) {
@@ -93,7 +94,7 @@ Outcome played(const json& scenario) {
 Reduction reduced(json scenario, const std::function<bool(const json&)>& shows) {
     Reducer reducer(std::move(scenario), shows);
     reducer.reduce();
-    return reducer.finish();
+    return reducer.result();
 }
 
 bool showsText(const json& scenario, const std::string& text) {

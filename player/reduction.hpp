@@ -1,5 +1,5 @@
-// Makes a scenario as small as it can be while it still shows what is looked for: the beginning of
-// a test from a user's report. Used by tolvaran_simulator --reduce.
+// Makes a scenario as small as possible while it still shows something, to turn a user's report
+// into a test. Used by tolvaran_simulator --reduce.
 #pragma once
 
 #include <cstddef>
@@ -11,13 +11,13 @@ namespace simulator {
 
 struct Reduction {
     nlohmann::json scenario;
-    std::size_t plays = 0;  // how many scenarios were played on the way
+    std::size_t plays = 0;  // how many scenarios were played for this
 };
 
 /// Drops whatever can be dropped: events, faults, files, displays, their modes, entries of records,
-/// expectations. What is left is needed, piece by piece.
-/// @param scenario which `shows` holds for; with `files` in place of `filesFrom`
-/// @param shows    whether a scenario still shows what is looked for; false for one that cannot be
+/// expectations. Every piece that remains is needed.
+/// @param scenario one for which `shows` is true; with `files` in place of `filesFrom`
+/// @param shows    whether a scenario still shows what is wanted; false for one that cannot be
 ///                 played
 Reduction reduced(nlohmann::json scenario, const std::function<bool(const nlohmann::json&)>& shows);
 

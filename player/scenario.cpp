@@ -111,7 +111,7 @@ void readLog(const JsonReader& log, Scenario& scenario) {
 Scenario readDocument(const JsonReader& document, const std::string& directory) {
     document.requireKeys({"name", "clock", "mac", "files", "filesFrom", "timeline", "until",
                           "faults", "expect", "about", "log"});
-    // Reading the machine needs to know which symbols a Mac may lack.
+    // Reading the machine requires knowing which symbols a Mac may lack.
     devices::registerPrivateSymbols();
     Scenario scenario;
     const auto ifPresent = [&](const char* key, auto read) {
@@ -160,7 +160,7 @@ json parse(const std::string& text) {
     }
 }
 
-/// A file's content as a scenario has it.
+/// A file's content in a scenario's form.
 json contentOf(const fs::path& path) {
     const std::string bytes = read(path.string());
     return readableText(bytes) == bytes ? json(bytes) : json{{"$data", cf::base64Encoded(bytes)}};

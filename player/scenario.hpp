@@ -22,7 +22,7 @@ class ScenarioError : public std::runtime_error {
 struct PlannedEvent {
     clock::Time at = 0;
     Event perform;
-    nlohmann::json document;  // as the scenario gives it, without "at"
+    nlohmann::json document;  // as in the scenario, without "at"
 };
 
 struct Scenario {
@@ -35,18 +35,18 @@ struct Scenario {
     clock::Time until = clock::second;
     nlohmann::json faults = nlohmann::json::array();
     nlohmann::json expect = nlohmann::json::object();
-    nlohmann::json about = nlohmann::json::object();  // facts, told but not acted on
+    nlohmann::json about = nlohmann::json::object();  // facts for the report only
     std::optional<std::vector<std::string>> log;      // the user's helper's, line by line
 };
 
 /// Reads a scenario.
-/// @param directory what `filesFrom` is relative to
-/// @param name the scenario's name where it gives none itself
+/// @param directory the directory to which `filesFrom` is relative
+/// @param name the scenario's name if it gives none itself
 /// @throws ScenarioError
 Scenario readScenario(const nlohmann::json& document, const std::string& directory,
                       const std::string& name);
 
-/// The JSON document in a file, with the files of `filesFrom` under `files`.
+/// Reads the JSON document in a file, with the files of `filesFrom` under `files`.
 /// @throws ScenarioError, also if the file cannot be read or is not JSON
 nlohmann::json loadDocument(const std::string& path);
 

@@ -8,7 +8,7 @@
 #include "player/command_line.hpp"
 
 int main(int argc, char** argv) {
-    // The helper puts something in the place of a standard stream that is closed.
+    // The helper opens /dev/null in place of a closed standard stream.
     if (fcntl(STDOUT_FILENO, F_GETFD) < 0) {
         std::cout.setstate(std::ios::badbit);
     }

@@ -29,7 +29,7 @@ double overlap(const Span& a, const Span& b) {
     return std::min(a.max, b.max) - std::max(a.min, b.min);
 }
 
-/// Where an end of one lies on the opposite end of the other: in the middle between the two.
+/// Where an end of one touches the opposite end of the other: the middle between the two.
 std::optional<double> meeting(const Span& a, const Span& b) {
     if (std::abs(a.max - b.min) <= tolerance) {
         return (a.max + b.min) / 2;
@@ -67,7 +67,7 @@ std::optional<std::size_t> bridgeBetween(const std::vector<Frame>& frames, std::
     return std::nullopt;
 }
 
-/// A product name stands as text, or as one text for each language.
+/// A product name is a text, or one text for each language.
 std::string productName(const json& service) {
     const json name = service.value("DisplayProductName", json());
     if (name.is_string()) {

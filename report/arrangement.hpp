@@ -1,5 +1,5 @@
-// The displays of a Mac as pictures show them, taken from the `mac` object of a result. Used by the
-// page, the terminal's picture and the gallery.
+// The displays of a Mac for pictures, taken from the `mac` object of a result. Used by the page,
+// the terminal's picture and the gallery.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ struct Point {
     bool operator==(const Point&) const = default;
 };
 
-/// In points, as the window server counts them: y grows downwards.
+/// In points; y grows downwards, as in the window server.
 struct Frame {
     double x = 0;
     double y = 0;
@@ -31,7 +31,7 @@ struct Frame {
 
 struct ShownDisplay {
     std::int64_t id = 0;
-    std::string name;  // as the Mac tells it, else "Display 2 · 4268/16609"
+    std::string name;  // from the Mac, else "Display 2 · 4268/16609"
     Frame frame;
     std::string mode;  // "1920 × 1080, 60 Hz"
     bool isMain = false;
@@ -40,11 +40,11 @@ struct ShownDisplay {
 
 /// Two displays that meet at a corner and share no side.
 struct CornerTouch {
-    std::size_t first = 0;  // places in the list of displays
+    std::size_t first = 0;  // indices in the list of displays
     std::size_t second = 0;
     Point at;
-    /// A third display that shares a side with both. Such a touch is found in ordinary layouts; the
-    /// others are what Tolvaran makes and leaves behind.
+    /// A third display that shares a side with both. Such touches occur in ordinary layouts; the
+    /// others come from Tolvaran.
     std::optional<std::size_t> bridge;
 
     bool operator==(const CornerTouch&) const = default;
@@ -60,17 +60,17 @@ Arrangement arrangementOf(const nlohmann::json& mac);
 /// Every pair of displays that touches at a corner, within 1 point in either direction.
 std::vector<CornerTouch> cornerTouches(const std::vector<Frame>& frames);
 
-/// The smallest frame around all; empty around none.
+/// The smallest frame around all of them; empty if there are none.
 Frame boundsOf(const std::vector<ShownDisplay>& displays);
 
-/// What the Mac calls a display: the product name of the display-connect service that has its
-/// vendor and model; "Display ID · vendor/model" where there is none.
+/// What the Mac calls a display: the product name of the display-connect service with its vendor
+/// and model, or "Display ID · vendor/model" if there is none.
 std::string displayName(const nlohmann::json& mac, const nlohmann::json& display);
 
 /// A display's current mode in words; "no mode" if it has none.
 std::string modeText(const nlohmann::json& display);
 
-/// An arrangement in one sentence, for who cannot see the picture.
+/// An arrangement in one sentence, for readers who cannot see the picture.
 std::string described(const Arrangement& arrangement);
 /// A touch in words: "Display A and display B touch at a corner (100, 200)".
 std::string described(const CornerTouch& touch, const Arrangement& arrangement);

@@ -208,7 +208,7 @@ bool anyChanged(const FactGroup& group) {
                        [](const Fact& fact) { return fact.isChanged(); });
 }
 
-/// Of how many displays that are there on both sides this fact is another one afterwards.
+/// For how many displays present on both sides this fact has changed.
 std::size_t changedDisplays(const std::vector<FactGroup>& groups, const std::string& name) {
     return static_cast<std::size_t>(
         std::count_if(groups.begin(), groups.end(), [&](const FactGroup& group) {

@@ -1,5 +1,5 @@
-// What is the same and what is different between the Mac before and the Mac after, in words: tables
-// of facts, and the state files. Used by the page; the short form by the terminal's summary.
+// What is the same and what differs between the Mac before and after, in words: tables of facts,
+// and the state files. Used by the page; the short form by the terminal's summary.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,7 +10,7 @@
 
 namespace simulator::report {
 
-/// One row of a table. A side is empty where there is nothing to tell.
+/// One row of a table. A side is empty if there is nothing to say.
 struct Fact {
     std::string name;
     std::string before;
@@ -26,7 +26,7 @@ struct FactGroup {
 };
 
 /// A group for each display of either side, in the order of the first and then the second. Whether
-/// it is connected and the main display is a fact only where it changed.
+/// it is connected, and whether it is the main display, are facts only if they changed.
 std::vector<FactGroup> displayFacts(const nlohmann::json& before, const nlohmann::json& after);
 
 /// Hot corners, menu bar, Dock and cursor.
@@ -42,11 +42,10 @@ struct FileChange {
     std::vector<DifferenceLine> lines;
 };
 
-/// Every file of either side by its path. JSON is compared as it is written with one value a line.
+/// Every file of either side by its path. JSON is compared with one value on each line.
 std::vector<FileChange> fileChanges(const nlohmann::json& before, const nlohmann::json& after);
 
-/// What changed, a few words for each subject: "2 displays moved", "menu bar", … Empty if nothing
-/// did.
+/// What changed, in a few words each: "2 displays moved", "menu bar", … Empty if nothing did.
 std::vector<std::string> headlines(const nlohmann::json& result);
 
 }  // namespace simulator::report

@@ -37,27 +37,18 @@ std::string eventText(const json& event) {
     return "nothing";
 }
 
-// Where a call's name begins like this, it belongs to that step.
-constexpr std::array<std::pair<std::string_view, std::size_t>, 9> callsOfSteps{{
-    {"CGConfigureDisplayOrigin", 0},
-    {"CGSConfigureDisplayMode", 1},
-    {"CGSSetMenuBar", 2},
-    {"SLS", 2},
-    {"CoreDockGetExpose", 3},
-    {"CoreDockSetExpose", 3},
-    {"CoreDockGetAutoHide", 4},
-    {"CoreDockSetAutoHide", 4},
-    {"CGAssociateMouse", 5},
-}};
 constexpr std::size_t menuBarStep = 2;
 constexpr std::size_t cornerStep = 3;
 
-/// The step that a call to the Mac belongs to; none if its name and arguments do not say.
+/// The step to which a call to the Mac belongs; none if its name and arguments do not say.
 std::optional<std::size_t> stepOf(const json& call) {
     const auto name = call["call"].get<std::string>();
     const json& args = call["args"];
-    for (const auto& [start, step] : callsOfSteps) {
-        if (name.starts_with(start)) {
+    for (std::size_t step = 0; step < steps.size(); ++step) {
+        const auto begins = [&](std::string_view start) {
+            return !start.empty() && name.starts_with(start);
+        };
+        if (std::ranges::any_of(steps.at(step).calls, begins)) {
             return step;
         }
     }
@@ -71,8 +62,8 @@ std::optional<std::size_t> stepOf(const json& call) {
     return std::nullopt;
 }
 
-/// Puts the entries together one happening after the other. The calls and the lines of a restore
-/// run come step by step, so that one of an earlier step, or anything after the line that ends the
+/// Builds the entries from one happening after the other. The calls and lines of a restore run come
+/// step by step, so one that belongs to an earlier step, or anything after the line that ends the
 /// last step, begins another run.
 class Chronicler {
   public:
@@ -101,10 +92,10 @@ class Chronicler {
         ++lines_;
     }
 
-    std::vector<Entry> finish() { return std::move(entries_); }
+    std::vector<Entry> takeEntries() { return std::move(entries_); }
 
   private:
-    /// A run that is under way: its place among the entries, and that of its present step.
+    /// A run in progress: the indices of its entry and of its present step.
     struct Run {
         std::size_t entry = 0;
         std::optional<std::string> tag;
@@ -117,8 +108,8 @@ class Chronicler {
         return entries_.back();
     }
 
-    /// The step of the next call. What begins a configuration belongs to the step of what is
-    /// configured, what ends one to the present step.
+    /// The step of the next call. A call that begins a configuration belongs to the step of what is
+    /// configured; one that ends it, to the present step.
     std::size_t stepOfCall() const {
         const json& calls = result_["calls"];
         for (std::size_t i = calls_; i < calls.size(); ++i) {
@@ -194,7 +185,7 @@ std::vector<Entry> chronicleOf(const json& result) {
             chronicler.takeLine();
         }
     }
-    return chronicler.finish();
+    return chronicler.takeEntries();
 }
 
 std::string callText(const json& call) {

@@ -1,5 +1,5 @@
-// What happened in a run, in its order: the scenario's events, what set the helper off, the steps
-// it took and its calls to the Mac. Read from a result; the triggers and the steps from the log.
+// What happened in a run, in order: the scenario's events, what triggered the helper, its steps and
+// its calls to the Mac. Read from a result; the triggers and the steps from the log.
 #pragma once
 
 #include <cstddef>
@@ -20,15 +20,15 @@ struct Entry {
     Happening kind = Happening::event;
     std::string what = {};                     // one line
     std::vector<std::string> details = {};     // what a step logged, line by line
-    std::optional<std::size_t> logIndex = {};  // the first line of the log that it was read from
+    std::optional<std::size_t> logIndex = {};  // the first log line that it was read from
 
     bool operator==(const Entry&) const = default;
 };
 
-/// All of it, in the order in which it happened.
+/// Everything that happened, in order.
 std::vector<Entry> chronicleOf(const nlohmann::json& result);
 
-/// A call as it is written in a program, with what it returned: "f(1, true) → 0".
+/// A call as in a program, with what it returned: "f(1, true) → 0".
 std::string callText(const nlohmann::json& call);
 /// callText() in ASCII: "f(1, true) -> 0".
 std::string plainCallText(const nlohmann::json& call);

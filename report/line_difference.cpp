@@ -22,7 +22,7 @@ struct Part {
     }
 };
 
-/// How many lines two texts have in common, in order: for what is left of each from any line on.
+/// How many lines the rests of two texts have in common, in order, from any line of each on.
 class CommonLines {
   public:
     CommonLines(const Part& a, const Part& b)

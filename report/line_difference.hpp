@@ -1,5 +1,4 @@
-// Which lines of a text are gone, which are new, which stayed. Used for the state files of a
-// report.
+// Which lines of a text were removed, added or kept. Used for the state files of a report.
 #pragma once
 
 #include <string>
@@ -16,9 +15,9 @@ struct DifferenceLine {
     bool operator==(const DifferenceLine&) const = default;
 };
 
-/// The shortest way from one text to the other. Of lines that change place, removed ones come
-/// before added ones. Texts that are both very long and very different are told as all removed, all
-/// added, but for what they have in common at their beginning and end.
+/// The shortest way from one text to the other. Removed lines come before the lines that replace
+/// them. Texts that are both very long and very different are shown as all removed and all added,
+/// except what they have in common at the beginning and the end.
 std::vector<DifferenceLine> lineDifference(const std::vector<std::string>& before,
                                            const std::vector<std::string>& after);
 

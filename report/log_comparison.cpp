@@ -21,7 +21,7 @@ std::string messageOf(const json& line) {
     return line["message"].get<std::string>();
 }
 
-/// The digits after each "pid " left out.
+/// The text without the digits after each "pid ".
 std::string withoutProcessIDs(std::string text) {
     const std::string word = "pid ";
     for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at)) {
@@ -60,7 +60,7 @@ bool endsRun(const json& line) {
     return step && step->endsRun();
 }
 
-/// The stretch without what the helper says before its run.
+/// The stretch without what the helper logs before its run.
 Stretch withoutIntroduction(const json& log, Stretch stretch) {
     while (stretch.begin < stretch.end && isAboutProcesses(messageOf(log[stretch.begin]))) {
         ++stretch.begin;
@@ -89,7 +89,7 @@ Stretch lastRun(const json& log) {
     return withoutIntroduction(log, {begin, end});
 }
 
-/// Puts the rows together, lines that differ beside each other.
+/// Builds the rows, with lines that differ beside each other.
 class Rows {
   public:
     Rows(std::size_t theirs, std::size_t ours) : theirs_(theirs), ours_(ours) {}
@@ -108,13 +108,12 @@ class Rows {
         }
     }
 
-    std::vector<ComparedLine> finish() { return std::move(rows_); }
+    std::vector<ComparedLine> takeRows() { return std::move(rows_); }
 
   private:
     std::vector<ComparedLine> rows_;
-    std::size_t unpaired_ =
-        0;                // the first row since the last common one that has room on the right
-    std::size_t theirs_;  // the next lines
+    std::size_t unpaired_ = 0;  // the first row since the last common one that is free on the right
+    std::size_t theirs_;        // the next lines
     std::size_t ours_;
 };
 
@@ -124,7 +123,7 @@ std::vector<ComparedLine> rowsOf(const std::vector<DifferenceLine>& difference, 
     for (const DifferenceLine& line : difference) {
         rows.take(line.fate);
     }
-    return rows.finish();
+    return rows.takeRows();
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A user's log beside that of the replay, and where the two part. Used by the page.
+// Compares a user's log with that of the replay, and finds where they diverge. Used by the page.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@ namespace simulator::report {
 
 /// One row: a line of both logs, or of either.
 struct ComparedLine {
-    std::optional<std::size_t> theirs;  // places in the two logs
+    std::optional<std::size_t> theirs;  // indices in the two logs
     std::optional<std::size_t> ours;
     bool isCommon = false;  // both say the same
 
@@ -18,22 +18,21 @@ struct ComparedLine {
 };
 
 struct LogComparison {
-    /// Whether the helper's whole life is compared, from its start on; otherwise one restore run.
+    /// Whether the helper's whole life is compared, from its start; otherwise one restore run.
     bool isWhole = false;
-    std::size_t theirsBegin = 0;  // what stands before is not compared
+    std::size_t theirsBegin = 0;  // earlier lines are not compared
     std::size_t oursBegin = 0;
-    std::size_t oursEnd = 0;         // nor is what stands from here on
+    std::size_t oursEnd = 0;         // nor are lines from here on
     std::vector<ComparedLine> rows;  // in order
-    /// The first row that is not common; none where both logs say the same.
+    /// The first row that is not common; none if both logs say the same.
     std::optional<std::size_t> parting;
 };
 
 /// Compares level and message of each line; process IDs may differ.
 ///
-/// A scenario with events tells a story, so the user's log is compared from the last start of the
-/// helper on. One without events is a Mac as it was found, after the last run in the user's
-/// log: then that run is compared with the first one of the replay, and what set them off may
-/// differ as well.
+/// If the scenario has events, the user's log is compared from the helper's last start on. A
+/// scenario without events is a Mac as it was after the last run in the user's log; that run is
+/// then compared with the first one of the replay, and their triggers may differ too.
 /// @param result of a run whose scenario has a log
 LogComparison compareLogs(const nlohmann::json& result);
 

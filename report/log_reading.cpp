@@ -5,7 +5,8 @@
 namespace simulator::report {
 namespace {
 
-/// Takes "[content] " from the front of the text; none if it does not begin like that.
+/// Removes "[content] " from the front of the text and returns the content; none if it does not
+/// begin like that.
 std::optional<std::string> takeBracketed(std::string_view& text) {
     constexpr std::string_view end = "] ";
     const std::size_t length = text.find(end);
@@ -17,7 +18,7 @@ std::optional<std::string> takeBracketed(std::string_view& text) {
     return content;
 }
 
-// What all of them begin with.
+// How these lines begin.
 constexpr std::array<std::string_view, 9> processLines{
     "Helper starting",     "Tolvaran not running", "Tolvaran already running", "Tolvaran launched",
     "NSWorkspace reports", "Watching PROC_EXIT",   "Re-arming PROC_EXIT",      "PROC_EXIT",

@@ -1,5 +1,5 @@
 // What the lines of the helper's log say: their parts, and the steps of a restore run. Used by the
-// time line, by the comparison of two logs, by the player, and by tolvaran_describe.
+// timeline, by the comparison of two logs, by the player, and by tolvaran_describe.
 #pragma once
 
 #include <array>
@@ -23,23 +23,24 @@ struct LogLine {
 /// None for text that does not have the form.
 std::optional<LogLine> readLogLine(std::string_view line);
 
-/// The steps of a restore run in their order.
+/// The steps of a restore run, in order.
 struct Step {
-    std::string_view name;  // in the log
-    const char* title;      // for people
+    std::string_view name;                  // in the log
+    const char* title;                      // for people
+    std::array<std::string_view, 2> calls;  // how the names of its own calls begin; may be empty
 };
 inline constexpr std::array<Step, 6> steps{{
-    {"checkInvariant", "Arrangement"},
-    {"restoreResolutions", "Display modes"},
-    {"restoreMenuBar", "Menu bar"},
-    {"restoreHotCorners", "Hot corners"},
-    {"restoreDockAutoHide", "Dock"},
-    {"restoreCursorAssociation", "Cursor"},
+    {"checkInvariant", "Arrangement", {"CGConfigureDisplayOrigin"}},
+    {"restoreResolutions", "Display modes", {"CGSConfigureDisplayMode"}},
+    {"restoreMenuBar", "Menu bar", {"CGSSetMenuBar", "SLS"}},
+    {"restoreHotCorners", "Hot corners", {"CoreDockGetExpose", "CoreDockSetExpose"}},
+    {"restoreDockAutoHide", "Dock", {"CoreDockGetAutoHide", "CoreDockSetAutoHide"}},
+    {"restoreCursorAssociation", "Cursor", {"CGAssociateMouse"}},
 }};
 
 /// A message of the form "STEP [TAG]: TEXT".
 struct StepLine {
-    std::size_t step;  // its place in `steps`
+    std::size_t step;  // its index in `steps`
     std::string tag;
     std::string text;
 

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-// Everything below that comes from a result goes through these two.
+// All text from a result goes through these two.
 
 /// <name class="style">text</name>, the text escaped.
 std::string element(const std::string& name, const std::string& style, const std::string& text) {
@@ -34,7 +34,7 @@ std::string section(const std::string& id, const std::string& title, const std::
            "-title\">" + escaped(title) + "</h2>\n" + markup + "</section>\n";
 }
 
-/// A part that scrolls by itself where the screen is wide; so the keyboard must reach it.
+/// A part that scrolls by itself on a wide screen, so the keyboard must reach it.
 std::string scrolling(const std::string& label, const std::string& markup) {
     return "<div class=\"scrolling\" role=\"region\" tabindex=\"0\" aria-label=\"" +
            escaped(label) + "\">\n" + markup + "</div>\n";
@@ -142,7 +142,7 @@ std::string figure(const Side& side, const Canvas& canvas, const std::string& ti
            touchList(side.arrangement) + "</figure>\n";
 }
 
-/// How pictures show what a screen reader is told in the tables.
+/// Explains how pictures show what the tables say in words.
 std::string legend() {
     const auto item = [](const char* drawing, const char* meaning) {
         return std::string(
@@ -172,7 +172,7 @@ std::string legend() {
            "</ul>\n";
 }
 
-/// Open where it is not long.
+/// Open unless it is long.
 std::string displayDetails(const json& before, const json& after) {
     constexpr std::size_t most = 6;
     const std::vector<FactGroup> groups = displayFacts(before, after);
@@ -201,7 +201,7 @@ std::string deskSection(const json& result) {
                              deskFacts(result["before"]["mac"], result["mac"])));
 }
 
-// Time line and log.
+// Timeline and log.
 
 std::string entryMarkup(const Entry& entry) {
     const std::string what = entry.kind == Happening::event || entry.kind == Happening::call
@@ -222,7 +222,7 @@ std::string entryMarkup(const Entry& entry) {
                       "</span>");
 }
 
-/// What shares a time stands under one.
+/// Entries with the same time share one heading.
 std::string moments(const std::vector<Entry>& entries) {
     std::string markup;
     for (std::size_t i = 0; i < entries.size();) {
@@ -263,13 +263,13 @@ std::string lanes(const std::vector<Entry>& entries, double until) {
 
 constexpr std::array<const char*, 4> levels{"debug", "info", "warn", "error"};
 
-/// A level of the log as a class of the page; one that the page does not know is always shown.
+/// The page's class for a log level; an unknown level is always shown.
 std::string levelStyle(const std::string& level) {
     const bool isKnown = std::find(levels.begin(), levels.end(), level) != levels.end();
     return isKnown ? "level-" + level : "level-other";
 }
 
-/// The boxes stand before the list that they filter, which is how the style sheet finds it.
+/// The boxes come before the list that they filter, because the style sheet requires it.
 std::string levelBoxes(const json& log) {
     std::map<std::string, std::size_t> counts;
     for (const json& line : log) {
@@ -338,7 +338,7 @@ std::string comparedCell(const json& log, const std::optional<std::size_t>& line
 std::string comparedRow(const json& result, const ComparedLine& row, bool parts) {
     const std::string mark =
         parts ? "<tr class=\"parting\" id=\"parting\"><th colspan=\"2\" scope=\"rowgroup\">"
-                "Here the two logs part</th></tr>\n"
+                "Here the two logs diverge</th></tr>\n"
               : "";
     return mark + around("tr", row.isCommon ? "common" : "differs",
                          comparedCell(result["scenario"]["log"], row.theirs, "time") +
@@ -423,7 +423,8 @@ std::string aboutSection(const json& result) {
             "<th scope=\"row\">" + escaped(name) + "</th>" + around("td", "", factValue(value)));
     }
     return section("about", "About this scenario",
-                   "<table class=\"about\">\n" + element("caption", "", "What it says of itself") +
+                   "<table class=\"about\">\n" +
+                       element("caption", "", "What it says about itself") +
                        around("tbody", "", rows) + "</table>\n");
 }
 
@@ -440,7 +441,7 @@ std::string foldedLines(std::size_t count) {
     return element("span", "line fold", "⋯ " + counted(count, "line", "lines") + " the same");
 }
 
-/// The lines, those far from any that differ folded into one.
+/// The lines; those far from any difference are folded into one.
 std::string differenceMarkup(const std::vector<DifferenceLine>& lines, bool folds) {
     constexpr std::size_t context = 3;
     std::vector<bool> isNear(lines.size(), !folds);

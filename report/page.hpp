@@ -1,5 +1,5 @@
-// The report of a run as one page: HTML that needs no network and no scripts. The command line
-// writes it.
+// The report of a run as one HTML page without scripts or network access. Written by
+// tolvaran_simulator --report.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -50,7 +50,7 @@ struct Label {
     bool isStrong = false;
 };
 
-/// As much of the text as has room, the cut marked.
+/// As much of the text as fits, with a mark where it is cut.
 std::string fitted(const std::string& text, double width, double size) {
     const auto room = static_cast<int>(width / (size * averageWidth));
     std::u32string characters = codePoints(oneLine(text));
@@ -72,7 +72,7 @@ std::vector<Label> labelsOf(const ShownDisplay& display) {
             {display.mode, false}};
 }
 
-/// The greatest size at which all labels fit; the smallest where none does.
+/// The greatest size at which all labels fit; the smallest if none does.
 double textSize(const std::vector<Label>& labels, const Frame& room) {
     int longest = 1;
     for (const Label& label : labels) {
@@ -89,8 +89,8 @@ std::string textAt(const std::string& style, double x, double y, double size,
            ">" + escaped(text) + "</text>";
 }
 
-/// The labels in the middle of their room; those at the end are left out if it is too small.
-/// Empty if not even the first has room, which is the ID and means nothing if it is cut.
+/// The labels, centred; those at the end are left out if there is too little room. Empty if not
+/// even the first fits, since that is the ID, which is meaningless if cut.
 std::string labelText(std::vector<Label> labels, const Frame& room) {
     const double size = textSize(labels, room);
     const auto fits = static_cast<std::size_t>(std::max(room.height / (size * lineHeight), 0.0));
@@ -110,7 +110,7 @@ std::string labelText(std::vector<Label> labels, const Frame& room) {
     return result;
 }
 
-/// The ID alone, as large as it may be: for pictures shown so small that labels are unreadable.
+/// The ID alone, as large as possible, for pictures so small that labels are unreadable.
 std::string shortLabel(const ShownDisplay& display, const Frame& frame, const std::string& style) {
     const std::string id = std::to_string(display.id);
     const double size =
@@ -119,7 +119,7 @@ std::string shortLabel(const ShownDisplay& display, const Frame& frame, const st
                   id);
 }
 
-/// The thickness of what stands on a display.
+/// The thickness of bars on a display.
 double barHeight(const Frame& frame) {
     return std::clamp(frame.height * .07, 1.5, 6.0);
 }
@@ -195,7 +195,7 @@ std::string displayGroup(const Side& side, const ShownDisplay& display, const Fr
            "</g>\n";
 }
 
-/// A ring around the point; only what Tolvaran may have left behind is filled.
+/// A ring around the point, filled only if Tolvaran may have caused the touch.
 std::string touchMark(const CornerTouch& touch, const Point& at, double largest) {
     const std::string style = touch.bridge ? "touch beside" : "touch";
     const double radius = std::clamp(largest, 2.0, touch.bridge ? 3.5 : 7.0);
@@ -208,7 +208,7 @@ std::string touchMark(const CornerTouch& touch, const Point& at, double largest)
     return result + "</g>\n";
 }
 
-/// A quarter of the shortest side, so that marks leave the displays to be seen.
+/// A quarter of the shortest side, so that marks do not hide the displays.
 double largestMark(const Arrangement& arrangement, const Canvas& canvas) {
     double side = canvas.width;
     for (const ShownDisplay& display : arrangement.displays) {

@@ -1,6 +1,5 @@
-// Pictures of arrangements as SVG: displays to scale, the main one and corner touches marked, and
-// on the displays what stands on them: menu bar, Dock, hot corners. Used by the page and by the
-// gallery.
+// Pictures of arrangements as SVG: displays to scale with their menu bar, Dock and hot corners; the
+// main one and corner touches are marked. Used by the page and by the gallery.
 #pragma once
 
 #include <array>
@@ -11,11 +10,11 @@
 
 namespace simulator::report {
 
-/// What the Dock and the hot corners look like; they are drawn on the main display.
+/// The Dock and the hot corners, which are drawn on the main display.
 struct Desk {
     bool dockHides = false;
     bool cursorFollows = true;
-    std::array<bool, 4> corners{};  // which hot corners do something: the Dock's order
+    std::array<bool, 4> corners{};  // which hot corners do something, in the Dock's order
 };
 
 struct Side {
@@ -26,27 +25,27 @@ struct Side {
 
 Side sideOf(const std::string& name, const nlohmann::json& mac);
 
-/// How points become units of a picture. Both sides share one, so that they can be compared.
+/// Converts points to a picture's units. Both sides share one, so that they can be compared.
 struct Canvas {
     double width = 0;   // units
     double height = 0;  // units
     double scale = 1;   // units a point
 };
 
-/// The canvas in which both sides have room.
+/// A canvas with room for both sides.
 /// @param width its width, in units
 /// @param tallest the greatest height that it may have, in units
 Canvas canvasFor(const Side& before, const Side& after, double width, double tallest);
 
-/// The place of a side's point on the canvas, in whose middle the arrangement stands.
+/// The place of a side's point on the canvas; the arrangement is centred.
 Point placeOn(const Canvas& canvas, const Frame& bounds, const Point& point);
 
-/// An <svg> element for a page, which has its style elsewhere (pictureStyle()). Every display's
-/// rectangle has the attributes data-side and data-display, every mark of a corner touch
-/// data-corner; positions are exact to a hundredth of a unit.
+/// An <svg> element for a page that includes pictureStyle(). Every display's rectangle has the
+/// attributes data-side and data-display, every mark of a corner touch data-corner; positions are
+/// exact to a hundredth of a unit.
 std::string arrangementSvg(const Side& side, const Canvas& canvas);
 
-/// A whole SVG file that shows both sides beside each other.
+/// A whole SVG file that shows both sides next to each other.
 std::string beforeAndAfterSvg(const std::string& title, const Side& before, const Side& after);
 
 /// The style sheet of the pictures, for light and dark.

@@ -20,15 +20,15 @@ namespace {
 using nlohmann::json;
 
 constexpr int tallest = 16;    // lines of a picture
-constexpr int narrowest = 60;  // columns that two pictures beside each other need
+constexpr int narrowest = 60;  // columns that two pictures side by side need
 
 enum class Ink { plain, main, text, touch };
 
-/// What begins each ink; all of them end alike.
+/// The sequence that starts each ink; one sequence ends all of them.
 constexpr std::array<const char*, 4> colours{"", "\x1b[36m", "\x1b[1m", "\x1b[1;33m"};
 constexpr const char* colourEnd = "\x1b[0m";
 
-/// The strokes of a frame: horizontal, vertical, and the corners as one reads.
+/// The strokes of a frame: horizontal, vertical, and the corners in reading order.
 struct Strokes {
     char32_t across, down, topLeft, topRight, bottomLeft, bottomRight;
 };
@@ -54,7 +54,7 @@ class Grid {
     int height() const { return static_cast<int>(cells_.size()) / width_; }
     int width() const { return width_; }
 
-    /// One line; spaces at its end stand only when `fills`.
+    /// One line; trailing spaces are kept only if `fills`.
     std::string line(int y, bool hasColour, bool fills) const {
         std::string result;
         Ink last = Ink::plain;
@@ -91,7 +91,7 @@ class Grid {
     std::vector<Cell> cells_;
 };
 
-/// How points become cells: the same for both sides.
+/// Converts points to cells, equally for both sides.
 struct Measure {
     double column = 1;  // points a column
     double line = 2;    // points a line
@@ -108,7 +108,7 @@ int cellOf(double points, double unit) {
     return static_cast<int>(std::lround(std::clamp(points / unit, 0.0, 1000.0)));
 }
 
-/// A display's cells; neighbours do not share any. Never less than one.
+/// A display's cells, at least one; neighbours do not share any.
 Box boxOf(const Frame& frame, const Frame& bounds, const Measure& measure) {
     const int left = cellOf(frame.x - bounds.x, measure.column);
     const int top = cellOf(frame.y - bounds.y, measure.line);
@@ -149,7 +149,7 @@ void write(Grid& grid, int x, int y, const std::u32string& text, Ink ink) {
     }
 }
 
-/// What is told of a display within its box, the most important first.
+/// The labels in a display's box, the most important first.
 std::vector<std::u32string> labelsOf(const ShownDisplay& display, bool isASCII) {
     const Frame& frame = display.frame;
     return {codePoints(std::to_string(display.id) + (display.isMain ? " main" : "")),
@@ -157,7 +157,7 @@ std::vector<std::u32string> labelsOf(const ShownDisplay& display, bool isASCII) 
             codePoints("at " + number(frame.x) + "," + number(frame.y))};
 }
 
-/// The labels that fit, in the middle of the box; the ID stands on the frame if nothing fits.
+/// The labels that fit, centred in the box; if none does, the ID goes on the frame.
 void drawLabels(Grid& grid, const Box& box, const ShownDisplay& display, bool isASCII) {
     const int width = box.right - box.left - 1;
     const int height = box.bottom - box.top - 1;
@@ -327,7 +327,7 @@ std::string characterPicture(const json& result, const Terminal& terminal) {
     const int width = isWide ? (room - 6) / 2 : room - 1;
     const Frame bounds = boundsOf(before.displays);
     const Measure measure = measureFor(bounds, boundsOf(after.displays), width);
-    // No wider than what is drawn, so that the other side stands close to it.
+    // No wider than what is drawn, so that the other side is close to it.
     const int used = std::max(cellOf(bounds.width, measure.column), 22);
     const bool isASCII = !terminal.hasBoxDrawing;
     const std::array<std::string, 2> titles{

@@ -22,7 +22,7 @@ bool isIn(const std::array<Range, size>& ranges, char32_t c) {
                        [c](const Range& range) { return range.first <= c && c <= range.last; });
 }
 
-// They change how the text around them is read, or are not characters at all.
+// These change how the text around them is read, or are not characters at all.
 constexpr std::array<Range, 8> harmful{{{0x80, 0x9F},
                                         {0x061C, 0x061C},
                                         {0x200E, 0x200F},
@@ -31,7 +31,7 @@ constexpr std::array<Range, 8> harmful{{{0x80, 0x9F},
                                         {0xFDD0, 0xFDEF},
                                         {0xFFF9, 0xFFFB},
                                         {0xE0000, 0xE007F}}};
-// They take no column of their own, or two.
+// These take no column, or two.
 constexpr std::array<Range, 3> combining{{{0x0300, 0x036F}, {0x200B, 0x200F}, {0xFE00, 0xFE0F}}};
 constexpr std::array<Range, 8> wide{{{0x1100, 0x115F},
                                      {0x2E80, 0xA4CF},
@@ -56,7 +56,7 @@ char32_t harmlessCharacter(char32_t c) {
     return isNone || isIn(harmful, c) ? replacement : c;
 }
 
-/// The length of the sequence that this byte begins, 0 if it begins none.
+/// The length of the sequence that begins with this byte; 0 if none does.
 std::size_t sequenceLength(unsigned char lead) {
     constexpr std::array<std::size_t, 16> lengths{1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 2, 2, 3, 4};
     return lead >= 0xF8 ? 0 : lengths[lead >> 4U];
@@ -67,7 +67,7 @@ bool isScalar(char32_t c, std::size_t length) {
     return c >= least[length] && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
 }
 
-/// Takes the next code point off `text`.
+/// Removes and returns the next code point of `text`.
 char32_t next(std::string_view& text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const std::size_t length = sequenceLength(byte(0));
@@ -91,7 +91,7 @@ std::string digits(std::int64_t scaled, std::int64_t unit, bool keepsZeros) {
            (fraction.empty() ? "" : "." + fraction);
 }
 
-/// What can be shown of a number that a picture cannot hold is its limit.
+/// A number that is too large for a picture is limited.
 std::int64_t rounded(double value, double unit) {
     constexpr double limit = 9e15;
     return std::isfinite(value) ? std::llround(std::clamp(value * unit, -limit, limit)) : 0;

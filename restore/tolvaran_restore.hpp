@@ -1,5 +1,6 @@
 // The whole public library TolvaranRestore: what the main application and the helper share.
-// Programs that use the library include this header and nothing else of it.
+// Programs that use the library include this header and nothing else of it. Use it from one thread
+// at a time; a header that says "main thread only" or "any thread" overrides this.
 #pragma once
 
 #include "restore/arrangement/alias_map.hpp"

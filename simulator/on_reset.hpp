@@ -1,14 +1,14 @@
-// How the parts of the simulator that keep something register what reset() must forget.
+// How parts of the simulator that keep state register what reset() must do.
 #pragma once
 
 #include <functional>
 
 namespace simulator {
 
-/// A part's state after a reset. Defined once at namespace scope, beside the state.
+/// Resets a part's state. Defined once at namespace scope, beside the state.
 class OnReset {
   public:
-    /// Performs `work` now and at every reset(), in no particular order among the parts.
+    /// Performs `work` now and at every reset(); the order of the parts is unspecified.
     explicit OnReset(std::function<void()> work);
 };
 

@@ -61,7 +61,7 @@ void reset(const nlohmann::json& machine) {
 
 namespace {
 
-// A program that links the simulator and never calls reset() has a Mac all the same.
+// A program that links the simulator and never calls reset() has a Mac too.
 [[maybe_unused]] const bool begun = [] {
     reset();
     return true;

@@ -1,5 +1,5 @@
-// The simulator as tests see it: replace the machine, set faults, look at what happened.
-// All values are in the forms of the scenario file and its result.
+// The simulator as tests see it: replace the machine, set faults, see what happened. All values are
+// in the forms of the scenario file and its result.
 #pragma once
 
 #include <cstddef>
@@ -10,10 +10,10 @@
 
 namespace simulator {
 
-/// Replaces the machine by the one that `mac` describes (the `mac` object of a scenario; keys left
-/// out have their defaults), puts the clock back to time 0 (virtual), empties the main queue, and
-/// clears calls, faults, notifications, observers and reconfiguration callbacks. The argument list
-/// and the bundles become those of a helper in its usual place. A program starts like this.
+/// Replaces the machine by the one that `mac` describes (the `mac` object of a scenario; missing
+/// keys have their defaults), sets the virtual clock to time 0, empties the main queue, and clears
+/// calls, faults, notifications, observers and reconfiguration callbacks. The argument list and the
+/// bundles become those of a helper in its usual place. A program starts like this.
 /// @throws std::invalid_argument naming the key that is wrong
 void reset(const nlohmann::json& mac = nlohmann::json::object());
 
@@ -25,13 +25,13 @@ void clearFaults();
 std::size_t faultsMet();
 
 /// Performs `work` at the start of every call of `function` from now on, before its fault or its
-/// effect: what another process does at that moment. May be used several times for one function.
-/// reset() ends it. Calls about files count only if a fault could meet them.
+/// effect, as another process might at that moment. May be used several times for one function.
+/// reset() ends it. Calls on files count only if a fault could meet them.
 void onCall(const std::string& function, std::function<void()> work);
 
-/// Asks `decide` at the start of every call to the outside that a fault could meet, with the
-/// function's name; it returns the call's fault ({"result", "effect"}), or null for none.
-/// reset() ends it, as does a null `decide`.
+/// Calls `decide` with the function's name at the start of every call to the outside that a fault
+/// could meet; it returns the call's fault ({"result", "effect"}), or null for none. reset() or a
+/// null `decide` ends it.
 void decideCalls(std::function<nlohmann::json(const std::string& function)> decide);
 
 /// The subject of the call for which `decide` or a hook is running: the path of a file (the new one
@@ -39,12 +39,12 @@ void decideCalls(std::function<nlohmann::json(const std::string& function)> deci
 /// of a symbol; else empty.
 std::string callSubject();
 
-/// Merges any part of `mac` except `displays` into the machine, silently.
+/// Merges any part of `mac` except `displays` into the machine, without notifications.
 void set(const nlohmann::json& mac);
 
 /// The machine, every key present.
 nlohmann::json machine();
-/// Every call that changes the Mac, asks it to, or reads a menu bar override or the Dock's live
+/// Every call that changes the Mac, tries to, or reads a menu bar override or the Dock's live
 /// state: {"at", "call", "args", "result"}.
 nlohmann::json calls();
 /// What was posted on the distributed center: {"at", "name", "userInfo"}.

@@ -12,7 +12,7 @@ void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
     if (step.mainAppIsRunning(exitedPID)) {
         return;
     }
-    // The hold comes first: it needs nothing but a notification, while the snapshot may fail and
+    // The hold comes first: ending it only takes a notification, while the snapshot may fail and
     // stay.
     const std::string hold = ScreenSaverHotCornerHold::defaultMarkerPath();
     if (ScreenSaverHotCornerHold::isPending(hold) && !step.recordHasChanged(hold) &&
@@ -24,8 +24,8 @@ void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID) {
         return;
     }
     step.log("info", "applying snapshot");
-    // Every run starts from the file: since the last one Tolvaran may have come and gone, and left
-    // a newer snapshot there.
+    // Every run starts from the file: since the last run Tolvaran may have come and gone, leaving a
+    // newer snapshot there.
     DockHotCornerOverride::forgetSnapshotInMemory();
     if (DockHotCornerOverride::restoreIfPending(snapshot, DockHotCornerOverride::dockAppID)) {
         step.log("info", "snapshot applied + deleted");

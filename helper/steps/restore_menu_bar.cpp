@@ -13,7 +13,7 @@ void logResult(const StepLog& step, bool succeeded, const std::string& done,
     step.log(succeeded ? "info" : "warn", succeeded ? done : failure);
 }
 
-/// Leaves in the file what is still to be restored after this outcome.
+/// Keeps in the file what is still to be restored after this outcome.
 void keepRemaining(const StepLog& step, const std::string& path,
                    const MenuBarAutohideSnapshot& snapshot, const MenuBarRestoreOutcome& outcome) {
     const auto remaining = snapshot.settled(outcome);
@@ -43,7 +43,7 @@ void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID) {
     if (!snapshot || step.recordHasChanged(path)) {
         return;
     }
-    // A display may stay away for weeks. The log need not show every run that waits for it.
+    // A display may be away for weeks, and the log need not show every run that waits for it.
     if (!snapshot->isPendingOnly()) {
         step.log("info", "applying snapshot");
     }

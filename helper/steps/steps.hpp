@@ -1,19 +1,20 @@
-// The six restore steps. Each puts back one kind of thing that the main application changes while
-// it runs, unless an instance of it lives, and leaves what it cannot put back to the next run.
+// The six restore steps. Unless the main application is running, each puts back one kind of change
+// that it makes, and leaves what it cannot put back to the next run. Main thread only.
 //
-// All take what triggered the run ("cold-start", "safety-tick", "display-reconfig" or "proc-exit")
+// All take the trigger of the run ("cold-start", "safety-tick", "display-reconfig" or "proc-exit")
 // and, for "proc-exit", the instance that has just exited, which does not count as running. Their
 // log lines begin with the step's name and the trigger in brackets.
 #pragma once
 
 #include <sys/types.h>
 
+#include <array>
 #include <optional>
 #include <string>
 
 namespace tolvaran {
 
-/// The steps' names as their log lines show them.
+/// The steps' names in the log.
 namespace step_names {
 
 inline constexpr const char* checkInvariant = "checkInvariant";
@@ -28,18 +29,18 @@ inline constexpr const char* restoreCursorAssociation = "restoreCursorAssociatio
 /// Puts the displays back from a layout that only the main application makes: a zigzag, or one that
 /// a side-pinned or native-mirrored mark describes. They go to the arrangement saved for them, else
 /// to one saved for some of them, else, if the layout consists of corner touches alone, to one
-/// saved for them and others, else into a plain row. Removes the set marks of these displays once
-/// they stand well; a native-mirrored mark outlives every repair but the exact one. Reads
-/// everything afresh on every run, and tries nothing twice in one.
+/// saved for them and others, else into a plain row. Removes the displays' set marks once they are
+/// in order; a native-mirrored mark outlives every repair except the exact one. Reads everything
+/// afresh on every run, and tries nothing twice in a run.
 void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID);
 
-/// Puts back the display modes recorded in ".resolution-originals", and logs how many if any.
-/// Without records nothing is done or logged, not even that the main application is running: the
-/// records are looked at first.
+/// Puts back the display modes recorded in ".resolution-originals", and logs how many, if any.
+/// Checks for records first: without any, it does and logs nothing, not even that the main
+/// application is running.
 void restoreResolutions(const std::string& tag, std::optional<pid_t> exitedPID);
 
 /// Puts back the menu bar's auto-hide and every display's visibility override from
-/// "menubar-state.json", and keeps there what could not be settled. Without that file nothing is
+/// "menubar-state.json", and keeps there what could not be put back. Without that file nothing is
 /// done or logged after the running test.
 void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID);
 
@@ -55,5 +56,20 @@ void restoreDockAutoHide(const std::string& tag, std::optional<pid_t> exitedPID)
 /// Associates the cursor with the mouse. There is no record of its state, so this happens, and logs
 /// one line, on every run while the main application is not running.
 void restoreCursorAssociation(const std::string& tag, std::optional<pid_t> exitedPID);
+
+struct Step {
+    const char* name;
+    void (*run)(const std::string& tag, std::optional<pid_t> exitedPID);
+};
+
+/// The steps in the order of a run.
+inline constexpr std::array<Step, 6> steps{{
+    {step_names::checkInvariant, checkInvariant},
+    {step_names::restoreResolutions, restoreResolutions},
+    {step_names::restoreMenuBar, restoreMenuBar},
+    {step_names::restoreHotCorners, restoreHotCorners},
+    {step_names::restoreDockAutoHide, restoreDockAutoHide},
+    {step_names::restoreCursorAssociation, restoreCursorAssociation},
+}};
 
 }  // namespace tolvaran

@@ -1,5 +1,5 @@
-// Which display UUIDs the main application knows to be one and the same display. It keeps the list
-// in its preferences.json; this system only reads it.
+// Which display UUIDs the main application knows to name the same display. It keeps the list in its
+// preferences.json; this system only reads it.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace tolvaran {
 struct AliasMap {
     /// One physical display.
     struct Entry {
-        std::vector<std::string> ids;  // its names, now and formerly; the first is canonical
+        std::vector<std::string> ids;  // its present and former names; the first is canonical
 
         bool operator==(const Entry&) const = default;
     };
@@ -23,9 +23,9 @@ struct AliasMap {
     /// "preferences.json" in the profile directory.
     static std::string defaultPreferencesPath();
 
-    /// The map in the file; without entries if there is no readable file. If the file does not
-    /// decode, also without entries, and "AliasMap: preferences.json unparseable, falling back to
-    /// identity" goes to RestoreLog.warn.
+    /// The map in the file; without entries if there is no readable file or, after logging
+    /// "AliasMap: preferences.json unparseable, falling back to identity" through RestoreLog.warn,
+    /// if the file does not decode.
     static AliasMap load(const std::string& path);
 
     /// The first ID of the first entry that contains `id`; `id` itself if none does.

@@ -16,7 +16,7 @@ bool HardwarePosition::operator==(const HardwarePosition& other) const {
 namespace DisplayApply {
 namespace {
 
-/// The element of a list that is about this display; the end if there is none.
+/// The element of a list for this display; the end if there is none.
 template <typename List>
 auto findDisplay(const List& list, CGDirectDisplayID displayID) {
     return std::find_if(list.begin(), list.end(), [displayID](const auto& element) {
@@ -24,13 +24,13 @@ auto findDisplay(const List& list, CGDirectDisplayID displayID) {
     });
 }
 
-/// "(x,y)" in whole points. `what` names the point if it has to be refused.
+/// "(x,y)" in whole points. `what` names the point in the message if a coordinate does not fit.
 std::string wholePoint(const CGPoint& point, const std::string& what) {
     return "(" + std::to_string(checked::int64(point.x, "x of " + what)) + "," +
            std::to_string(checked::int64(point.y, "y of " + what)) + ")";
 }
 
-/// Where the main display is to stand; (0, 0) if it is not among the positions.
+/// The main display's position; (0, 0) if it has none.
 CGPoint mainOrigin(const std::vector<HardwarePosition>& positions, CGDirectDisplayID mainID) {
     const auto main = findDisplay(positions, mainID);
     return main == positions.end() ? CGPointZero : main->origin;
@@ -46,7 +46,7 @@ std::vector<HardwarePosition> anchoredAtMain(const std::vector<HardwarePosition>
     return anchoredPositions(positions, mainID);
 }
 
-/// A display configuration that has been begun. Cancelled if it is not completed.
+/// A display configuration in progress. Cancelled unless it is completed.
 class OpenConfiguration {
   public:
     explicit OpenConfiguration(CGDisplayConfigRef configuration) : configuration_(configuration) {}
@@ -60,8 +60,8 @@ class OpenConfiguration {
 
     CGDisplayConfigRef get() const { return configuration_; }
 
-    /// Only for the session: the user's permanent arrangement is not ours to write. Nothing is
-    /// cancelled if this fails, since completing ends the configuration in either case.
+    /// For the session only: the user's permanent arrangement is not ours to write. A failure
+    /// cancels nothing, since completing ends the configuration in either case.
     CGError complete() {
         return CGCompleteDisplayConfiguration(std::exchange(configuration_, nullptr),
                                               kCGConfigureForSession);
@@ -75,8 +75,7 @@ void configureOrigin(CGDisplayConfigRef configuration, const HardwarePosition& p
     const std::string display = "display " + std::to_string(position.displayID);
     const std::string what = "the origin of " + display;
     RestoreLog::debug("  " + display + " -> " + wholePoint(position.origin, what));
-    // The result says nothing that matters: the window server judges the layout as a whole, on
-    // completion.
+    // The result does not matter: the window server judges the layout as a whole, on completion.
     CGConfigureDisplayOrigin(configuration, position.displayID,
                              checked::int32(position.origin.x, "x of " + what),
                              checked::int32(position.origin.y, "y of " + what));
@@ -135,8 +134,8 @@ std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<Display
             positions.push_back({.displayID = mainID, .origin = display.frame.origin});
             continue;
         }
-        // At 0 even where the main display's top is elsewhere: applying shifts the row so that the
-        // main display stands at (0, 0), as it does already on any desktop that is in order.
+        // At 0 even if the main display's top is elsewhere: applying shifts the row so that the
+        // main display is at (0, 0), where it is anyway on any desktop in order.
         positions.push_back({.displayID = display.displayID, .origin = CGPointMake(x, 0)});
         x += CGRectGetWidth(display.frame);
     }

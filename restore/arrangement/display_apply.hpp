@@ -11,7 +11,7 @@
 
 namespace tolvaran {
 
-/// Where a display is to be put.
+/// Where to put a display.
 struct HardwarePosition {
     CGDirectDisplayID displayID = 0;
     CGPoint origin{};  // its top-left corner in global display coordinates, points
@@ -21,7 +21,7 @@ struct HardwarePosition {
 
 namespace DisplayApply {
 
-/// Work to be done at one point of a configuration. May be empty.
+/// Called at one point of a configuration. May be empty.
 using Hook = std::function<void()>;
 
 /// Moves the displays in one configuration, for the login session. The positions are first shifted
@@ -31,7 +31,7 @@ using Hook = std::function<void()>;
 ///
 /// Logs "Applying " and the number of positions, and each of them, through RestoreLog.debug; before
 /// them, if the displays are shifted, "Re-anchored saved positions to current main " through
-/// RestoreLog.info. Failures are left to the caller to report.
+/// RestoreLog.info. Failures are not logged; the caller does that.
 /// @param beforeConfigure called in the configuration, before the first display is moved; if it
 ///                        throws, the configuration is cancelled and the exception passed on
 /// @param afterConfigure  called after the configuration was completed, successfully or not
@@ -46,9 +46,9 @@ bool applyOriginalsToHardware(const std::vector<HardwarePosition>& positions,
 std::vector<HardwarePosition> anchoredPositions(std::vector<HardwarePosition> positions,
                                                 CGDirectDisplayID mainID);
 
-/// One row: the main display where it is, all others side by side to its right in list order, with
-/// their tops at y = 0, which is level with the main display on any desktop that is in order. Empty
-/// if the main display is not in the list.
+/// One row: the main display where it is, all others side by side to its right in list order, their
+/// tops at y = 0, which is level with the main display on any desktop in order. Empty if the main
+/// display is not in the list.
 std::vector<HardwarePosition> stackedFallbackPositions(const std::vector<DisplayFrame>& displays,
                                                        CGDirectDisplayID mainID);
 

@@ -12,18 +12,18 @@
 namespace tolvaran {
 namespace {
 
-// Out parameters of I/O Kit are taken over before the result is looked at, so that a call that
-// fails halfway leaks nothing either.
+// I/O Kit's out parameters are owned before the result is checked, so that a call that fails
+// halfway leaks nothing.
 
-/// An iterator over the registry's display connections, which may be null where there are none; no
-/// iterator when the registry refuses.
+/// An iterator over the registry's display connections, which may be null if there are none; none
+/// if the registry refuses.
 std::optional<IOObject> displayConnections() {
     CFMutableDictionaryRef matching = IOServiceMatching("IODisplayConnect");
     if (matching == nullptr) {
         return std::nullopt;
     }
     io_iterator_t found = IO_OBJECT_NULL;
-    // This gives up the reference to `matching`, also when it fails.
+    // This consumes the reference to `matching`, even if it fails.
     const kern_return_t status = IOServiceGetMatchingServices(kIOMainPortDefault, matching, &found);
     IOObject iterator = IOObject::assume(found);
     return status == KERN_SUCCESS ? std::optional(std::move(iterator)) : std::nullopt;

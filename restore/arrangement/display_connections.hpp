@@ -1,6 +1,5 @@
-// The registry's display-connect services, which know more about a display than Core Graphics
-// does. Used by display identity, and by tolvaran_describe. Macs with Apple's own processors have
-// none.
+// The registry's display-connect services, which know more about a display than Core Graphics does.
+// Used by display identity and by tolvaran_describe. Macs with Apple's own processors have none.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -20,11 +19,11 @@ inline CFStringRef serialProperty() {
     return CFSTR("DisplaySerialString");
 }
 
-/// Takes a service's properties, which it does not own; null if the registry does not have them.
+/// Takes a service's properties, which it does not own; null if the registry cannot give them.
 /// Returns whether to go on.
 using DisplayConnectionVisitor = std::function<bool(CFDictionaryRef properties)>;
 
-/// Shows the services one after the other, in the registry's order, until `visit` returns false.
+/// Calls `visit` with one service after the other, in the registry's order, until it returns false.
 /// @return false if the registry refused to list them
 bool visitDisplayConnections(const DisplayConnectionVisitor& visit);
 

@@ -1,5 +1,5 @@
-// A display together with the place it takes on the desktop. Used wherever a whole layout is looked
-// at: zigzag detection, the stacked fallback and the arrangement invariant.
+// A display together with its place on the desktop. Used wherever a whole layout is examined:
+// zigzag detection, the stacked fallback and the arrangement invariant.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

@@ -9,7 +9,7 @@
 namespace tolvaran {
 namespace {
 
-/// The serial string in a service's properties when they are of this vendor and model and have one.
+/// The serial string in a service's properties, if they are of this vendor and model and have one.
 std::optional<std::string> serialString(CFDictionaryRef properties, std::uint32_t vendorID,
                                         std::uint32_t modelID) {
     if (properties == nullptr ||

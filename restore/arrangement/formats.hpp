@@ -1,4 +1,4 @@
-// What the records of the arrangements look like in JSON. Used by their stores; not installed.
+// The arrangements' records in JSON. Used by their stores; not installed.
 #pragma once
 
 #include <tuple>
@@ -41,11 +41,11 @@ struct Format<SeparatedSetsFile> {
                    required("signatures", &SeparatedSetsFile::signatures));
 };
 
-template <const SetMarks& marks>
-struct Format<LayoutSetsFile<marks>> {
+template <std::int64_t currentVersion>
+struct Format<LayoutSetsFile<currentVersion>> {
     static constexpr auto fields =
-        std::tuple(required("version", &LayoutSetsFile<marks>::version),
-                   required("arrangements", &LayoutSetsFile<marks>::arrangements));
+        std::tuple(required("version", &LayoutSetsFile<currentVersion>::version),
+                   required("arrangements", &LayoutSetsFile<currentVersion>::arrangements));
 };
 
 }  // namespace tolvaran::json

@@ -1,4 +1,5 @@
-// The displays as one check of the arrangement finds them: who they are, and where they stand.
+// The displays as one check of the arrangement finds them: their names and their places. Main
+// thread only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -12,7 +13,7 @@
 
 namespace tolvaran {
 
-/// Takes what a check has to say.
+/// Takes the log lines of a check.
 /// @param level "debug", "info", "warn" or "error"
 using CheckLog = std::function<void(const std::string& level, const std::string& message)>;
 
@@ -27,15 +28,15 @@ struct Hardware {
 /// and AliasMap::load() log.
 Hardware readHardware();
 
-/// Adds the display where it stands or is to stand. A display that has just gone has no area and is
-/// left out: taken for a point at the desktop's origin, it would make a zigzag of any layout.
+/// Adds a display at its present or planned place. A display that has just gone has no area and is
+/// left out: as a point at the desktop's origin it would make a zigzag of any layout.
 void addFrame(std::vector<DisplayFrame>& frames, CGDirectDisplayID display, const CGRect& frame);
 
-/// Where the displays stand now.
+/// Where the displays are now.
 std::vector<DisplayFrame> currentFrames(const std::vector<CGDirectDisplayID>& displays);
 
-/// Where the displays that are active by now stand; those of the check's beginning if they cannot
-/// be listed again.
+/// Where the currently active displays are; those from the beginning of the check if they cannot be
+/// listed again.
 std::vector<DisplayFrame> presentFrames(const Hardware& hardware);
 
 /// The origin of each display by its canonical ID.

@@ -22,34 +22,38 @@ struct MarkStore {
     const char* mark;  // as the log calls it
     std::string (*path)();
     bool (*mayBeStale)(const Look& first);
-    /// Whether the signature is marked and the displays do not stand where the mark says.
+    /// Whether the signature is marked and the displays are not where the mark says.
     bool (*isStale)(const std::string& signature, const Origins& origins, const std::string& path);
     void (*clear)(const std::string& signature, const std::string& path);
 };
 
-/// A separated mark holds no positions, and nobody has looked for it before.
+/// A separated mark holds no positions, and look() does not look for it.
 bool isSeparated(const std::string& signature, const Origins& /*origins*/,
                  const std::string& path) {
     const std::vector<std::string> marked = SeparatedSetsStore::signatures(path);
     return std::ranges::find(marked, signature) != marked.end();
 }
 
-template <MarkFinding (&find)(const std::string&, const Origins&, const std::string&)>
-bool isOutOfDate(const std::string& signature, const Origins& origins, const std::string& path) {
-    const MarkFinding found = find(signature, origins, path);
+bool isOutOfDate(const MarkFinding& found) {
     return found.isMarked && !found.isInForce;
 }
 
-/// The native-mirrored one stands last.
+/// The native-mirrored store must be last.
 constexpr std::array<MarkStore, 3> stores{{
     {"separated mark", SeparatedSetsStore::defaultPath, [](const Look&) { return true; },
      isSeparated, SeparatedSetsStore::clearSeparated},
     {"stale side-pin mark", SidePinnedSetsStore::defaultPath,
      [](const Look& first) { return first.isSidePinMarked; },
-     isOutOfDate<SidePinnedSetsStore::find>, SidePinnedSetsStore::clearSidePinned},
+     [](const std::string& signature, const Origins& origins, const std::string& path) {
+         return isOutOfDate(LayoutSets::find(sidePinnedSets, signature, origins, path));
+     },
+     SidePinnedSetsStore::clearSidePinned},
     {"stale native-mirror mark", NativeMirroredSetsStore::defaultPath,
      [](const Look& first) { return first.isNativeMirrorMarked; },
-     isOutOfDate<NativeMirroredSetsStore::find>, NativeMirroredSetsStore::clearNativeMirrored},
+     [](const std::string& signature, const Origins& origins, const std::string& path) {
+         return isOutOfDate(LayoutSets::find(nativeMirroredSets, signature, origins, path));
+     },
+     NativeMirroredSetsStore::clearNativeMirrored},
 }};
 
 bool hasChanged(const MarkStore& store, const CheckLog& log) {
@@ -65,10 +69,11 @@ bool hasChanged(const MarkStore& store, const CheckLog& log) {
 Look look(const Hardware& hardware) {
     const bool zigzag = Zigzag::isZigzag(presentFrames(hardware));
     const Origins origins = currentOrigins(hardware);
-    const MarkFinding sidePinned =
-        SidePinnedSetsStore::find(hardware.signature, origins, SidePinnedSetsStore::defaultPath());
-    const MarkFinding nativeMirrored = NativeMirroredSetsStore::find(
-        hardware.signature, origins, NativeMirroredSetsStore::defaultPath());
+    const auto find = [&](const SetMarks& marks) {
+        return LayoutSets::find(marks, hardware.signature, origins, LayoutSets::defaultPath(marks));
+    };
+    const MarkFinding sidePinned = find(sidePinnedSets);
+    const MarkFinding nativeMirrored = find(nativeMirroredSets);
     return {.isMainApplications = zigzag || sidePinned.isInForce || nativeMirrored.isInForce,
             .isSidePinMarked = sidePinned.isMarked,
             .isNativeMirrorMarked = nativeMirrored.isMarked};

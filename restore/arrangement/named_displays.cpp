@@ -20,8 +20,8 @@ FingerprintIDs fingerprintIDs(const std::vector<CGDirectDisplayID>& displays) {
     return result;
 }
 
-/// The fingerprint ID, if it tells the display apart; none if its port has to name it.
-/// @param all the fingerprint IDs of the displays among which it may have a twin
+/// The fingerprint ID, if it identifies the display; none if its port has to.
+/// @param all the fingerprint IDs of all displays, among which it may have a twin
 std::optional<std::string> distinctive(const std::optional<std::string>& own,
                                        const FingerprintIDs& all) {
     if (own && std::ranges::count(all, own) > 1) {
@@ -78,7 +78,7 @@ std::optional<std::string> displayFingerprintID(CGDirectDisplayID displayID) {
     return fingerprint ? std::optional(fingerprintPrefix + *fingerprint) : std::nullopt;
 }
 
-// Declared in display_identity.hpp. Written here, where the fingerprint becomes the name.
+// Declared in display_identity.hpp. Defined here, where the fingerprint becomes the name.
 std::string displayUUID(CGDirectDisplayID displayID,
                         const std::optional<std::vector<CGDirectDisplayID>>& allDisplayIDs) {
     const std::optional<std::string> own = displayFingerprintID(displayID);

@@ -1,6 +1,6 @@
-// The displays and the names under which records know them. Everything that reads saved
-// arrangements, modes or menu bar records begins here, and reads each display's hardware once.
-// Inner matter of the library; what programs may use is in display_identity.hpp.
+// The displays and the names that records use for them. Everything that reads saved arrangements,
+// modes or menu bar records begins here, and reads each display's hardware once. Internal to the
+// library; display_identity.hpp is what programs may use.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -15,7 +15,7 @@
 
 namespace tolvaran {
 
-/// How many displays a restore sees: as many as a Mac drives, and more.
+/// How many displays a restore sees: more than any Mac drives.
 inline constexpr std::uint32_t displayLimit = 16;
 
 /// The active displays in the window server's order, at most `limit`. Empty if the call fails.

@@ -1,5 +1,5 @@
-// The main application's memory of which originals it has taken: those on disk, and those that it
-// holds only in memory. The restore itself does not need it.
+// Which originals the main application has taken: those on disk, and those that it holds only in
+// memory. The restore itself does not need this.
 #pragma once
 
 #include <map>
@@ -23,13 +23,13 @@ class OriginalsCommitCache {
     /// Whether the signature's arrangement is committed.
     bool isCommitted(const std::string& signature) const;
 
-    /// The entries that are held only in memory; none if the signature has none.
+    /// The signature's entries if they are held only in memory; none otherwise.
     std::optional<std::vector<OriginalsEntry>> volatileEntries(const std::string& signature) const;
 
-    /// The signature's arrangement now lives on disk; entries in memory are dropped.
+    /// The signature's arrangement is now on disk; entries in memory are dropped.
     void commit(const std::string& signature);
 
-    /// The signature's arrangement counts as committed, but lives in memory only. Replaces earlier
+    /// The signature's arrangement counts as committed, but is in memory only. Replaces earlier
     /// entries of the signature.
     void commitVolatile(const std::string& signature, std::vector<OriginalsEntry> entries);
 

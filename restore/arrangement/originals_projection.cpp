@@ -38,7 +38,7 @@ std::vector<Arrangement> projectedSupersetArrangements(
     if (activeUUIDs.empty()) {
         return {};
     }
-    // Keyed by the order in which they are to be tried: size, then signature.
+    // Keyed by the order in which to try them: size, then signature.
     std::map<std::pair<std::size_t, std::string>, Arrangement> projections;
     for (const auto& [signature, arrangement] : arrangements) {
         const std::set<std::string> all = uuids(arrangement);

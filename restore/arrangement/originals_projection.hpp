@@ -15,10 +15,10 @@ namespace tolvaran::OriginalsProjection {
 /// The displays that an arrangement names, each once.
 std::set<std::string> uuids(const std::vector<OriginalsEntry>& arrangement);
 
-/// From each arrangement over all active displays and at least one more: the entries of the active
-/// displays, in stored order, where they were saved (the gaps that other displays leave stay open).
-/// The arrangement of the fewest displays comes first, of equally many the one with the lesser
-/// signature. Empty when nothing is active or no arrangement qualifies. Logs nothing.
+/// From each arrangement that covers all active displays and at least one more: the entries of the
+/// active displays, in stored order and at their saved places (gaps that other displays leave stay
+/// open). The arrangement of the fewest displays comes first; of equally many, the one with the
+/// lesser signature. Empty if no display is active or no arrangement qualifies. Logs nothing.
 /// @param arrangements the saved arrangements by signature
 /// @param activeUUIDs  the canonical IDs of the active displays
 std::vector<std::vector<OriginalsEntry>> projectedSupersetArrangements(

@@ -22,8 +22,8 @@ struct OriginalsEntry {
 /// The whole store.
 struct OriginalsFile {
     std::int64_t version = 2;  // any other value makes the file unusable
-    // By signature, one entry for each display of the set. Every writer keeps the signature that of
-    // the entries, and the entries' UUIDs different from each other.
+    // By signature, one entry for each display of the set. Every writer keeps the signature equal
+    // to that of the entries, and the entries' UUIDs distinct.
     std::map<std::string, std::vector<OriginalsEntry>> arrangements;
 
     bool operator==(const OriginalsFile&) const = default;
@@ -36,9 +36,9 @@ inline constexpr std::int64_t fileVersion = 2;
 /// ".display-originals" in the state directory.
 std::string defaultPath();
 
-/// The store in the file; an empty one if there is no readable file. A file that does not decode
-/// or has another version also counts as empty, stays as it is, and is reported through
-/// RestoreLog.warn: "originals file missing/wrong version/unparseable, starting fresh".
+/// The store in the file; empty if there is no readable file. A file that does not decode or has
+/// another version also counts as empty, stays as it is, and is reported through RestoreLog.warn:
+/// "originals file missing/wrong version/unparseable, starting fresh".
 OriginalsFile load(const std::string& path);
 
 /// Replaces the file, creating its directory. A failure leaves the old file and is reported through
@@ -47,11 +47,10 @@ OriginalsFile load(const std::string& path);
 void save(const OriginalsFile& file, const std::string& path);
 
 /// Renames displays throughout the store: every UUID that is a key of `mapping` becomes its value.
-/// Of entries that then share a UUID, and of arrangements that then share a signature, the first
-/// stays (in stored order, and in the order of the old signatures). Arrangements without entries
-/// are dropped.
-/// Logs through RestoreLog.info "Migrated originals UUIDs: " and the mapping when that changed
-/// anything; otherwise nothing is written. An empty mapping does not even read the file.
+/// If entries then share a UUID, or arrangements a signature, the first stays (in stored order, and
+/// in the order of the old signatures). Arrangements without entries are dropped. If this changed
+/// anything, saves and logs through RestoreLog.info "Migrated originals UUIDs: " and the mapping.
+/// An empty mapping reads no file.
 void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::string& path);
 
 }  // namespace OriginalsStore

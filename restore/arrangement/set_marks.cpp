@@ -19,7 +19,10 @@ using id_migration::Mapping;
 using Kind = files::Change::Kind;
 using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
 
-// What all three stores do, whatever their records hold.
+/// The file of either store of layouts, which differ in the version alone.
+using LayoutsOfEitherStore = LayoutSetsFile<0>;
+
+// What all three stores do, whatever their files hold.
 
 std::string nameOf(const SetMarks& marks) {
     return std::string(marks.kind) + "-sets";
@@ -39,13 +42,17 @@ File loadFile(const SetMarks& marks, const std::string& path) {
     return record_file::load<File>(path, usable(marks)).value_or(File());
 }
 
-/// Does with the stored record what `change` says, which may alter it.
+/// Lets `change` alter the stored record, and does with it what that returns.
 template <typename File, typename Change>
 Kind update(const SetMarks& marks, const std::string& path, Change change) {
-    return record_file::update<File>(path, usable(marks), nameOf(marks) + " file", change);
+    const auto changeCurrent = [&](File& file) {
+        file.version = marks.version;
+        return change(file);
+    };
+    return record_file::update<File>(path, usable(marks), nameOf(marks) + " file", changeCurrent);
 }
 
-/// Saves what `migrated` makes of the record, when that differs, and says so.
+/// Saves and logs what `migrated` makes of the record, if that differs.
 template <typename File, typename Migrated>
 void migrate(const SetMarks& marks, const Mapping& mapping, const std::string& path,
              Migrated migrated) {
@@ -73,8 +80,8 @@ std::vector<std::string> migratedSignatures(const std::vector<std::string>& stor
     return result;
 }
 
-/// The key of renamed layouts. It is formed from the entries wherever the old one was, since a
-/// signature cannot be taken apart if an ID holds a comma.
+/// The key of renamed layouts. It is formed from the entries if the old one was, since a signature
+/// with a comma inside an ID cannot be split.
 std::string renamedKey(const std::string& signature, const std::vector<MarkedLayout>& layouts,
                        const Mapping& mapping) {
     const auto formed = std::ranges::find(layouts, signature, id_migration::signatureOf);
@@ -99,8 +106,8 @@ bool matches(const MarkedLayout& layout, const std::map<std::string, CGPoint>& o
     const auto isInPlace = [&](const OriginalsEntry& entry) {
         const auto origin = origins.find(entry.uuid);
         return origin != origins.end() &&
-               std::abs(origin->second.x - entry.x) <= layoutMatchTolerance &&
-               std::abs(origin->second.y - entry.y) <= layoutMatchTolerance;
+               std::abs(origin->second.x - entry.x) <= LayoutSets::matchTolerance &&
+               std::abs(origin->second.y - entry.y) <= LayoutSets::matchTolerance;
     };
     return !layout.empty() && std::all_of(layout.begin(), layout.end(), isInPlace);
 }
@@ -152,40 +159,37 @@ void migrateCanonicalIDs(const Mapping& mapping, const std::string& path) {
 
 }  // namespace SeparatedSetsStore
 
-template <const SetMarks& marks>
-std::string LayoutSetsStore<marks>::defaultPath() {
+namespace LayoutSets {
+
+std::string defaultPath(const SetMarks& marks) {
     return pathOf(marks);
 }
 
-template <const SetMarks& marks>
-auto LayoutSetsStore<marks>::load(const std::string& path) -> File {
-    return loadFile<File>(marks, path);
+Arrangements load(const SetMarks& marks, const std::string& path) {
+    return loadFile<LayoutsOfEitherStore>(marks, path).arrangements;
 }
 
-template <const SetMarks& marks>
-std::vector<std::string> LayoutSetsStore<marks>::signatures(const std::string& path) {
+std::vector<std::string> signatures(const SetMarks& marks, const std::string& path) {
     std::vector<std::string> result;
-    for (const auto& [signature, layouts] : load(path).arrangements) {
+    for (const auto& [signature, layouts] : load(marks, path)) {
         result.push_back(signature);
     }
     return result;
 }
 
-template <const SetMarks& marks>
-std::vector<MarkedLayout> LayoutSetsStore<marks>::candidates(const std::string& signature,
-                                                             const std::string& path) {
-    const File file = load(path);
-    const auto found = file.arrangements.find(signature);
-    return found == file.arrangements.end() ? std::vector<MarkedLayout>() : found->second;
+std::vector<MarkedLayout> candidates(const SetMarks& marks, const std::string& signature,
+                                     const std::string& path) {
+    const Arrangements arrangements = load(marks, path);
+    const auto found = arrangements.find(signature);
+    return found == arrangements.end() ? std::vector<MarkedLayout>() : found->second;
 }
 
-template <const SetMarks& marks>
-void LayoutSetsStore<marks>::premark(const std::string& signature,
-                                     const MarkedLayout& plannedEntries, const std::string& path) {
+void premark(const SetMarks& marks, const std::string& signature,
+             const MarkedLayout& plannedEntries, const std::string& path) {
     if (signature.empty() || plannedEntries.empty()) {
         return;
     }
-    update<File>(marks, path, [&](File& file) {
+    update<LayoutsOfEitherStore>(marks, path, [&](LayoutsOfEitherStore& file) {
         auto& layouts = file.arrangements[signature];
         const bool isNew =
             std::find(layouts.begin(), layouts.end(), plannedEntries) == layouts.end();
@@ -196,65 +200,51 @@ void LayoutSetsStore<marks>::premark(const std::string& signature,
     });
 }
 
-template <const SetMarks& marks>
-void LayoutSetsStore<marks>::mark(const std::string& signature, const MarkedLayout& entries,
-                                  const std::string& path) {
+void mark(const SetMarks& marks, const std::string& signature, const MarkedLayout& entries,
+          const std::string& path) {
     if (!entries.empty()) {
-        restoreCandidates(signature, {entries}, path);
+        restoreCandidates(marks, signature, {entries}, path);
     }
 }
 
-template <const SetMarks& marks>
-void LayoutSetsStore<marks>::restoreCandidates(const std::string& signature,
-                                               const std::vector<MarkedLayout>& candidates,
-                                               const std::string& path) {
+void restoreCandidates(const SetMarks& marks, const std::string& signature,
+                       const std::vector<MarkedLayout>& candidates, const std::string& path) {
     if (signature.empty()) {
         return;
     }
     if (candidates.empty()) {
-        clear(signature, path);
+        clear(marks, signature, path);
         return;
     }
-    update<File>(marks, path, [&](File& file) {
+    update<LayoutsOfEitherStore>(marks, path, [&](LayoutsOfEitherStore& file) {
         file.arrangements[signature] = candidates;
         return Kind::replacement;
     });
 }
 
-template <const SetMarks& marks>
-void LayoutSetsStore<marks>::clear(const std::string& signature, const std::string& path) {
-    update<File>(marks, path, [&](File& file) {
+void clear(const SetMarks& marks, const std::string& signature, const std::string& path) {
+    update<LayoutsOfEitherStore>(marks, path, [&](LayoutsOfEitherStore& file) {
         return file.arrangements.erase(signature) > 0 ? Kind::replacement : Kind::nothing;
     });
 }
 
-template <const SetMarks& marks>
-void LayoutSetsStore<marks>::migrateCanonicalIDs(const Mapping& mapping, const std::string& path) {
-    migrate<File>(marks, mapping, path, [&](const File& file) -> File {
-        return {.arrangements = migratedArrangements(file.arrangements, mapping)};
+void migrateCanonicalIDs(const SetMarks& marks, const Mapping& mapping, const std::string& path) {
+    migrate<LayoutsOfEitherStore>(marks, mapping, path, [&](LayoutsOfEitherStore file) {
+        file.arrangements = migratedArrangements(file.arrangements, mapping);
+        return file;
     });
 }
 
-template <const SetMarks& marks>
-MarkFinding LayoutSetsStore<marks>::find(const std::string& signature,
-                                         const std::map<std::string, CGPoint>& currentOriginsByUUID,
-                                         const std::string& path) {
-    const File file = load(path);
-    const auto marked = file.arrangements.find(signature);
-    if (marked == file.arrangements.end()) {
+MarkFinding find(const SetMarks& marks, const std::string& signature,
+                 const std::map<std::string, CGPoint>& currentOriginsByUUID,
+                 const std::string& path) {
+    const Arrangements arrangements = load(marks, path);
+    const auto marked = arrangements.find(signature);
+    if (marked == arrangements.end()) {
         return {};
     }
     return {.isMarked = true, .isInForce = matchesAny(marked->second, currentOriginsByUUID)};
 }
 
-template <const SetMarks& marks>
-bool LayoutSetsStore<marks>::matchesCurrentHardware(
-    const std::string& signature, const std::map<std::string, CGPoint>& currentOriginsByUUID,
-    const std::string& path) {
-    return find(signature, currentOriginsByUUID, path).isInForce;
-}
-
-template struct LayoutSetsStore<sidePinnedSets>;
-template struct LayoutSetsStore<nativeMirroredSets>;
-
+}  // namespace LayoutSets
 }  // namespace tolvaran

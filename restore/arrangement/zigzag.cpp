@@ -38,7 +38,7 @@ bool touch(const Span& a, const Span& b) {
     return std::abs(a.max - b.min) <= touchTolerance || std::abs(b.max - a.min) <= touchTolerance;
 }
 
-/// The length that both cover, negative if they are apart; not a number if any end is not.
+/// The length that both cover, negative if they are apart; NaN if any end is NaN.
 double overlap(const Span& a, const Span& b) {
     // std::min and std::max keep or drop a NaN depending on which argument it is, which would let
     // the order of the displays decide.
@@ -63,13 +63,13 @@ Contact contact(const Extent& a, const Extent& b) {
     if ((touchX && overlapY > touchTolerance) || (touchY && overlapX > touchTolerance)) {
         return Contact::side;
     }
-    // Not simply what is left: a NaN is neither above nor at the tolerance.
+    // Not just the other case: a NaN is neither above nor within the tolerance.
     const bool corner =
         touchX && touchY && overlapX <= touchTolerance && overlapY <= touchTolerance;
     return corner ? Contact::corner : Contact::none;
 }
 
-/// A set of displays, by their places in the list.
+/// A set of displays, by their indices in the list.
 class DisplaySet {
   public:
     explicit DisplaySet(std::size_t size) : words_((size + bitsPerWord - 1) / bitsPerWord) {}
@@ -93,7 +93,7 @@ class DisplaySet {
 
 /// How the displays of a layout touch.
 struct Contacts {
-    std::vector<DisplaySet> sides;  // for each display those that share a side with it
+    std::vector<DisplaySet> sides;  // for each display, those that share a side with it
     std::vector<std::pair<std::size_t, std::size_t>> corners = {};  // the pairs, in list order
     bool anySide = false;
 };
@@ -120,7 +120,7 @@ Contacts contacts(const std::vector<DisplayFrame>& displays) {
 
 using Neighbours = std::vector<std::vector<std::size_t>>;
 
-/// For each of `count` displays those that touch it at a corner.
+/// For each of `count` displays, those that touch it at a corner.
 Neighbours cornerNeighbours(const Contacts& found, std::size_t count) {
     Neighbours neighbours(count);
     for (const auto& [i, j] : found.corners) {
@@ -153,7 +153,7 @@ bool isConnected(const Neighbours& neighbours) {
 bool isZigzag(const std::vector<DisplayFrame>& displays) {
     const Contacts found = contacts(displays);
     const auto isBridged = [&](const auto& corner) {
-        // By a third display that shares a side with both.
+        // A third display shares a side with both.
         return found.sides[corner.first].intersects(found.sides[corner.second]);
     };
     if (std::ranges::all_of(found.corners, isBridged)) {

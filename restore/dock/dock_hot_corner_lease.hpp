@@ -1,5 +1,5 @@
-// Who may have the hot corners suppressed, and what became of it when one of them no longer wants
-// it. Used by DockHotCornerOverride and its callers in the main application.
+// Who may suppress the hot corners, and what happened when one of them stopped doing so. Used by
+// DockHotCornerOverride and its callers in the main application.
 #pragma once
 
 #include <array>
@@ -15,18 +15,18 @@ inline constexpr std::array allDockHotCornerLeaseOwners = {
     DockHotCornerLeaseOwner::gameMode, DockHotCornerLeaseOwner::customHotCorners,
     DockHotCornerLeaseOwner::displayTransition};
 
-/// The owner's name as leases and messages hold it, such as "gameMode".
+/// The owner's name in leases and messages, such as "gameMode".
 std::string rawValue(DockHotCornerLeaseOwner owner);
 
 /// What DockHotCornerOverride::exit() did.
 enum class DockHotCornerLeaseExitOutcome {
     restored,                   // the last lease: the snapshot was restored
-    suppressionMaintained,      // others remain: the suppression was seen to be in force
-    noLease,                    // the owner held none: nothing was done
+    suppressionMaintained,      // others remain: the suppression is verified
+    noLease,                    // the owner held none; nothing was done
     snapshotUnavailable,        // the last lease, but there is no snapshot in memory or on disk
     restoreFailed,              // the last lease, but restoring failed: the snapshot is kept
     suppressionReassertFailed,  // others remain, but no snapshot could be found or kept on disk, or
-                                // the suppression could not be put in force again
+                                // the corners could not be suppressed again
     // exit() reports neither of these two.
     snapshotPersistenceFailed,
     dockSyncFailed,

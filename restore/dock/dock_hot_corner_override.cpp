@@ -12,24 +12,24 @@ namespace {
 
 using Outcome = DockHotCornerLeaseExitOutcome;
 
-// How the warnings of exit() and restoreIfPending() begin that end with an error.
+// How those warnings of exit() and restoreIfPending() begin that end with an error.
 constexpr const char* releaseNotRetained =
     "hot-corner release could not re-persist its recovery snapshot: ";
 constexpr const char* pendingNotRetained =
     "hot-corner restoreIfPending could not re-persist its recovery snapshot: ";
 
-// How the lines begin that say what became of a snapshot.
+// How the lines about a snapshot's fate begin.
 constexpr const char* enterOperation = "hot-corner enter";
 constexpr const char* exitOperation = "hot-corner exit";
 constexpr const char* pendingOperation = "hot-corner restoreIfPending";
 
-/// Keeps the snapshot in memory and on disk; a file that holds it already is left as it is.
+/// Keeps the snapshot in memory and on disk; a file that holds it already is not rewritten.
 void retain(const DockHotCornerSnapshot& snapshot, const std::string& path, Purpose purpose) {
     leaseState().recoverySnapshot = snapshot;
     ensureSnapshotOrThrow(snapshot, path, purpose);
 }
 
-/// Retains the snapshot as retain() does; a failure is logged behind `complaint`.
+/// Retains the snapshot as retain() does; logs a failure after `complaint`.
 bool retainOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path, Purpose purpose,
                   const std::string& complaint) {
     try {
@@ -41,8 +41,8 @@ bool retainOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path
     }
 }
 
-/// Removes what a restored snapshot has left. False, after a line that begins with `operation`, if
-/// another process has put a snapshot of its own there meanwhile, which stays.
+/// Removes a restored snapshot from memory and disk. False, after a line that begins with
+/// `operation`, if another process has written its own snapshot there meanwhile, which stays.
 bool forget(const std::string& path, const std::string& operation) {
     leaseState().recoverySnapshot.reset();
     if (!files::removeIfPossible(path)) {
@@ -53,7 +53,7 @@ bool forget(const std::string& path, const std::string& operation) {
     return false;
 }
 
-/// The snapshot that the leases already held go back to, in memory and on disk.
+/// Makes sure that the snapshot behind the present leases is in memory and on disk, and returns it.
 DockHotCornerSnapshot snapshotInForce(const std::string& path, const std::string& whenMissing) {
     const std::optional<DockHotCornerSnapshot> snapshot = recoverableSnapshot(path);
     if (!snapshot) {
@@ -84,8 +84,8 @@ DockHotCornerSnapshot join(DockHotCornerLeaseOwner owner, const std::string& pat
     return snapshot;
 }
 
-/// Undoes an earlier suppression that nobody has undone. What is in force until then may be that
-/// suppression, so no snapshot of it may replace the one that is pending.
+/// Undoes an earlier suppression that is still pending. Until then the corners may be the
+/// suppressed ones, so no snapshot of them may replace the pending one.
 void recoverFirst(const std::string& path, const std::string& appID) {
     if (hasRecoveryState(path) && !restoreIfPending(path, appID)) {
         RestoreLog::warn("hot-corner enter: pending snapshot at " + path +
@@ -95,8 +95,8 @@ void recoverFirst(const std::string& path, const std::string& appID) {
     }
 }
 
-/// Puts the corners back after a suppression that did not come about. Where that fails, the
-/// snapshot stays for a later recovery.
+/// Puts the corners back after a failed suppression. If that fails too, the snapshot stays for a
+/// later recovery.
 void undoSuppression(const DockHotCornerSnapshot& snapshot, const std::string& path,
                      const std::string& appID) {
     if (restore(snapshot, appID)) {
@@ -117,7 +117,7 @@ bool addFirstLease(DockHotCornerLeaseOwner owner, const DockHotCornerSnapshot& s
 
 DockHotCornerSnapshot suppress(DockHotCornerLeaseOwner owner, const std::string& path,
                                const std::string& appID) {
-    // A snapshot that another process saves from here on is not replaced by this one's.
+    // From here on, a snapshot that another process saves is not replaced by this one.
     const files::Recovery recovery(path, files::Recovery::Scope::record);
     recoverFirst(path, appID);
     DockHotCornerSnapshot snapshot = readCurrent(appID);
@@ -134,8 +134,7 @@ DockHotCornerSnapshot suppress(DockHotCornerLeaseOwner owner, const std::string&
     throw OverrideError::syncFailed();
 }
 
-/// Restores a snapshot that is retained. A failure, whatever it was, is logged with `operation` in
-/// front.
+/// Restores a retained snapshot. Any failure is logged with `operation` in front.
 bool restoreOrWarn(const DockHotCornerSnapshot& snapshot, const std::string& path,
                    const std::string& appID, const std::string& operation) {
     if (restore(snapshot, appID)) {
@@ -153,7 +152,7 @@ Outcome releaseLast(const std::string& path, const std::string& appID) {
         RestoreLog::warn("hot-corner release found no recoverable snapshot for the final owner");
         return Outcome::snapshotUnavailable;
     }
-    // Worth a try even when the snapshot is in memory only: nothing is lost by restoring now.
+    // Worth trying even if the snapshot is only in memory: nothing is lost by restoring now.
     retainOrWarn(*snapshot, path, Purpose::restoring, releaseNotRetained);
     if (!restoreOrWarn(*snapshot, path, appID, exitOperation)) {
         return Outcome::restoreFailed;
@@ -234,7 +233,7 @@ void forgetSnapshotInMemory() {
 }
 
 bool hasRecoveryState(const std::string& path) {
-    // A file that cannot be looked at may hold the user's corners.
+    // A file that cannot be examined may hold the user's corners.
     return files::mayExist(path) || leaseState().recoverySnapshot.has_value();
 }
 

@@ -1,8 +1,8 @@
-// The user's four hot corners as they stood before they were suppressed, so that they can be put
-// back exactly: the Dock's preferences, and the Dock's own live state where it can be read. Taken,
-// saved and restored by DockHotCornerOverride.
+// The user's four hot corners as they were before suppression, so that they can be put back
+// exactly: the Dock's preferences, and the Dock's own live state where it can be read. Taken, saved
+// and restored by DockHotCornerOverride.
 //
-// What the action and modifier codes mean is the Dock's affair; this system stores, compares and
+// Only the Dock knows what the action and modifier codes mean; this system stores, compares and
 // restores them.
 #pragma once
 
@@ -28,10 +28,10 @@ struct HotCornerAction {
     bool operator==(const HotCornerAction&) const = default;
 };
 
-/// Numbers are held in 64 bits, but the Dock's own have 32, and so must these.
+/// Numbers are held in 64 bits, but must fit in 32, like the Dock's own.
 struct DockHotCornerSnapshot {
-    // The Dock's preferences, such as "wvous-tl-corner"; none where a preference is not set or is
-    // no number.
+    // The Dock's preferences, such as "wvous-tl-corner"; none if a preference is not set or not a
+    // number.
     std::optional<std::int64_t> tlCorner;
     std::optional<std::int64_t> tlModifier;
     std::optional<std::int64_t> trCorner;
@@ -40,15 +40,15 @@ struct DockHotCornerSnapshot {
     std::optional<std::int64_t> blModifier;
     std::optional<std::int64_t> brCorner;
     std::optional<std::int64_t> brModifier;
-    // What the running Dock goes by: both or neither, of four elements each.
+    // What the running Dock uses: both or neither, with four elements each.
     std::optional<HotCornerValues> liveActions;
     std::optional<HotCornerValues> liveModifiers;
 
     /// A snapshot with every field absent.
     DockHotCornerSnapshot() = default;
 
-    /// Every field in order. Live lists that are no pair (see liveListsArePaired()) are dropped
-    /// without a word: the preferences alone can still be put back.
+    /// Every field in order. Live lists that are not a pair (see liveListsArePaired()) are dropped
+    /// silently: the preferences alone can still be put back.
     DockHotCornerSnapshot(
         std::optional<std::int64_t> tlCorner, std::optional<std::int64_t> tlModifier,
         std::optional<std::int64_t> trCorner, std::optional<std::int64_t> trModifier,
@@ -62,7 +62,7 @@ struct DockHotCornerSnapshot {
     bool preferencesFit() const;
     /// Whether the live lists are both absent, or both have four elements of 32 signed bits.
     bool liveListsArePaired() const;
-    /// Both of these: whether the snapshot may be saved and restored.
+    /// Whether both are true, so that the snapshot may be saved and restored.
     bool isValid() const { return preferencesFit() && liveListsArePaired(); }
 
     /// The four actions to put back: the live ones, else the preferences with 1 (no action) for

@@ -1,4 +1,4 @@
-// What the Dock's records look like in JSON. Used by their files; not installed.
+// The Dock's records in JSON. Used by their files; not installed.
 #pragma once
 
 #include <tuple>

@@ -11,7 +11,7 @@
 namespace tolvaran::DockHotCornerOverride {
 namespace {
 
-/// What the live state must be for every corner to be off.
+/// The live state with every corner off.
 NativeHotCorners::State disabledState() {
     constexpr std::int64_t noModifier = 0;
     return {.actions = HotCornerValues(hotCornerCount, disabledActionCode),
@@ -31,8 +31,8 @@ bool preferencesAreDisabled(const PreferenceDomain& preferences) {
     return true;
 }
 
-/// Makes written preferences known. The notifications go out even when the synchronisation failed:
-/// those who listen read the preferences anew and see at least what has got through.
+/// Publishes written preferences. The notifications go out even if the synchronisation failed:
+/// listeners read the preferences again and see at least what got through.
 bool announce(const PreferenceDomain& preferences) {
     const bool synchronized = preferences.synchronizeApplication();
     postDistributedNotification("com.apple.dock.prefchanged");
@@ -40,8 +40,8 @@ bool announce(const PreferenceDomain& preferences) {
     return synchronized;
 }
 
-/// Gives the Dock this state. False when a value does not fit; corners already set stay set.
-bool apply(const NativeHotCorners::State& state) {
+/// Gives the Dock this state. False if a value does not fit; corners already set stay set.
+bool setLiveState(const NativeHotCorners::State& state) {
     for (std::size_t corner = 0; corner < hotCornerCount; ++corner) {
         const std::int64_t action = state.actions[corner];
         const std::int64_t modifier = state.modifiers[corner];
@@ -60,19 +60,19 @@ bool disableNatively() {
             "hot-corner disable failed because required CoreDock functions are unavailable");
         return false;
     }
-    return apply(disabledState()) && NativeHotCorners::read() == disabledState();
+    return setLiveState(disabledState()) && NativeHotCorners::read() == disabledState();
 }
 
 bool restoreNatively(const NativeHotCorners::State& wanted) {
     if (!NativeHotCorners::areAvailable()) {
-        // A failure although the preferences are written, so that the snapshot is kept for a Mac
-        // that has the functions.
+        // A failure although the preferences are written, so that the snapshot is kept until a
+        // macOS version has the function.
         RestoreLog::warn(
             "hot-corner restore found the CoreDock setter unavailable and restored raw preferences "
             "only");
         return false;
     }
-    if (!apply(wanted)) {
+    if (!setLiveState(wanted)) {
         RestoreLog::warn("hot-corner restore could not convert a snapshot value");
         return false;
     }

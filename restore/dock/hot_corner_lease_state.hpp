@@ -1,6 +1,6 @@
-// What the hot-corner leases remember from one call to the next, and what a crash therefore
-// forgets. Used by dock_hot_corner_override.cpp, by the helper's step, which forgets it, and by the
-// leases' test, which copies this to go back to an earlier moment of the process's life.
+// What the hot-corner leases remember between calls, and a crash therefore forgets. Used by
+// dock_hot_corner_override.cpp, by the helper's step, which clears the snapshot, and by the leases'
+// test, which saves and restores this state.
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@ namespace tolvaran::DockHotCornerOverride {
 struct LeaseState {
     std::set<std::string> owners;  // raw values
     // The snapshot to recover from: set whenever one is taken, loaded or written again; cleared
-    // once it has been restored, and by a process that goes by the file alone
+    // once it has been restored, and by a process that relies on the file alone
     // (forgetSnapshotInMemory()).
     std::optional<DockHotCornerSnapshot> recoverySnapshot;
 
@@ -24,9 +24,9 @@ struct LeaseState {
 /// The one state of this process.
 LeaseState& leaseState();
 
-/// Forgets the snapshot in memory unless a lease needs it. For a process that only recovers, before
-/// each attempt: another process may have written a newer snapshot since the last one, and the file
-/// is what it goes by.
+/// Forgets the snapshot in memory unless a lease needs it. A process that only recovers calls it
+/// before each attempt and relies on the file, since another process may have written a newer
+/// snapshot.
 void forgetSnapshotInMemory();
 
 }  // namespace tolvaran::DockHotCornerOverride

@@ -27,7 +27,7 @@ std::string defaultSnapshotPath() {
 
 namespace {
 
-/// Does something about the file; what goes wrong is thrown as persistenceFailed.
+/// Does something with the file; a failure is thrown as persistenceFailed.
 template <typename Action>
 void persist(const std::string& path, Action action) {
     try {

@@ -10,12 +10,12 @@
 
 namespace tolvaran::DockHotCornerOverride {
 
-/// Why the corners could not be suppressed; what() is the text that belongs to the reason.
+/// Why the corners could not be suppressed; what() is one of the texts below.
 class OverrideError : public std::runtime_error {
   public:
     enum class Case {
         syncFailed,         // the Dock did not take the suppression
-        persistenceFailed,  // there is no snapshot on disk, and so none to recover from
+        persistenceFailed,  // no snapshot could be saved, so a crash could not be repaired
     };
 
     /// "could not sync com.apple.dock prefs after writing wvous-*-corner"
@@ -38,7 +38,7 @@ class OverrideError : public std::runtime_error {
 std::string defaultSnapshotPath();
 
 /// Writes the snapshot, creating the directory.
-/// @throws OverrideError persistenceFailed, for the reason "encode: " and what is wrong with the
+/// @throws OverrideError persistenceFailed, with the reason "encode: " and what is wrong with the
 ///         snapshot, or "write " + path + ": " and the error of the directory or the file. The file
 ///         is then left as it was.
 void saveSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path);
@@ -48,18 +48,19 @@ void saveSnapshot(const DockHotCornerSnapshot& snapshot, const std::string& path
 
 /// What a snapshot is kept for.
 enum class Purpose {
-    suppressing,  // the corners are switched off, relying on it
-    restoring,    // the corners are put back from it
+    suppressing,  // to switch the corners off; they are later put back from it
+    restoring,    // to put the corners back from it
 };
 
-/// Writes the snapshot unless the file holds it already. Such a file keeps its content; if it is
-/// relied on, no other process that has read it before removes it any more.
-/// Logs as loadSnapshot() does. @throws OverrideError as saveSnapshotOrThrow() does
+/// Writes the snapshot unless the file holds it already. In that case the content stays, and with
+/// Purpose::suppressing no process that has read the file before removes it any more. Logs as
+/// loadSnapshot() does. @throws OverrideError as saveSnapshotOrThrow() does
 void ensureSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path,
                            Purpose purpose);
 
-/// The snapshot in the file; none if there is no readable file. None, too, after logging
-/// through RestoreLog.warn "hot-corner snapshot at " + path + " failed to decode: " and why.
+/// The snapshot in the file; none if there is no readable file, or if it does not decode, after
+/// logging through RestoreLog.warn "hot-corner snapshot at " + path + " failed to decode: " and
+/// why.
 std::optional<DockHotCornerSnapshot> loadSnapshot(const std::string& path);
 
 /// Removes the file; failures are ignored.

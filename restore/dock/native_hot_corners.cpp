@@ -11,13 +11,13 @@
 namespace tolvaran::NativeHotCorners {
 namespace {
 
-/// Looks the function up in the library or, where that cannot be opened, in the process.
+/// Looks the function up in the library or, if that cannot be opened, in the process.
 template <typename Function>
 Function* find(const DynamicLibrary& library, const RunTimeFunction<Function>& wanted) {
     return library.isOpen() ? library.function(wanted) : DynamicLibrary::functionOfProcess(wanted);
 }
 
-/// The library and what was found in it. A function that this Mac lacks is null.
+/// The library and its functions. A function that this Mac lacks is null.
 struct Functions {
     DynamicLibrary library{hi_services::path};
     decltype(hi_services::getCornerActions)::Pointer getter =
@@ -31,7 +31,7 @@ const Functions& functions() {
     return cached.get();
 }
 
-// The getter reports no failure; a value that it did not fill in still holds this.
+// The getter reports no failures; a value that it did not fill in still holds this.
 constexpr std::int32_t unfilled = std::numeric_limits<std::int32_t>::min();
 
 using Buffer = std::array<std::int32_t, hotCornerCount>;

@@ -1,4 +1,4 @@
-// What the menu bar's snapshot looks like in JSON. Used by its file; not installed.
+// The menu bar's snapshot in JSON. Used by its file; not installed.
 #pragma once
 
 #include <tuple>

@@ -11,15 +11,15 @@
 namespace tolvaran::MenuBarAutohide {
 namespace {
 
-/// The user-info entry by which the main application, which observes the change notifications,
-/// knows those that this system caused itself.
+/// The user-info entry that marks change notifications which this system caused itself, for the
+/// main application, which observes them.
 const std::string markerKey = "TolvaranMenuBarPolicyChange";
 
 bool isOn(const std::optional<std::int64_t>& value) {
     return value.value_or(0) != 0;
 }
 
-/// The preference as 0 or 1; none when it is not set or no number.
+/// The preference as 0 or 1; none if it is not set or not a number.
 std::optional<std::int64_t> readSwitch(const std::string& key) {
     const auto value = PreferenceDomain::anyApplication().integer(key);
     return value ? std::optional<std::int64_t>(isOn(value) ? 1 : 0) : std::nullopt;
@@ -31,8 +31,8 @@ void writeSwitch(const std::string& key, const std::optional<std::int64_t>& valu
         key, value ? std::optional(isOn(value)) : std::nullopt);
 }
 
-/// Writes and synchronises both preferences; logs `complaint` when that is refused.
-bool store(const MenuBarAutohideSnapshot& snapshot, const std::string& complaint) {
+/// Writes and synchronises both preferences; logs `complaint` if that is refused.
+bool writePreferences(const MenuBarAutohideSnapshot& snapshot, const std::string& complaint) {
     writeSwitch(hideKey, snapshot.hideMenuBar);
     writeSwitch(visibleInFullscreenKey, snapshot.visibleInFullscreen);
     const bool synchronized = PreferenceDomain::anyApplication().synchronize();
@@ -74,14 +74,15 @@ std::optional<MenuBarAutohideSnapshot> readCurrent(
 }
 
 bool writeStoredPreference(const MenuBarAutohideSnapshot& snapshot) {
-    return store(snapshot, "CFPreferencesSynchronize returned false for stored menu bar prefs");
+    return writePreferences(snapshot,
+                            "CFPreferencesSynchronize returned false for stored menu bar prefs");
 }
 
 bool applyGlobal(const MenuBarAutohideSnapshot& snapshot) {
     const bool stored =
-        store(snapshot, "CFPreferencesSynchronize returned false for menu bar prefs");
-    // The preferences take effect in programs that start later; the switch, in the window server;
-    // the notifications, in the programs that run. So none waits for another's success.
+        writePreferences(snapshot, "CFPreferencesSynchronize returned false for menu bar prefs");
+    // The preferences take effect in programs that start later, the switch in the window server,
+    // the notifications in running programs. So none depends on another's success.
     const CGError error =
         CGSSetMenuBarAutohideEnabled(CGSMainConnectionID(), isOn(snapshot.hideMenuBar) ? 1 : 0);
     postChangeNotifications();

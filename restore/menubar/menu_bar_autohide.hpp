@@ -1,14 +1,14 @@
-// The menu bar's auto-hide: reading and changing it, keeping what the user had in a snapshot, and
-// putting that back. The main application uses all of it; the helper loads, restores, keeps and
-// deletes the snapshot that a crashed main application has left.
+// The menu bar's auto-hide: reads and changes it, keeps the user's settings in a snapshot, and puts
+// them back. The main application uses all of it; the helper loads, restores, keeps and deletes the
+// snapshot that a crashed main application has left.
 //
 // A helper may be restoring from the snapshot when the main application starts. A snapshot that is
-// saved meanwhile stays, whatever the helper is about to do with the one that it has loaded. So the
-// main application goes by the snapshot in the file if there is one, rather than by what it reads
-// from the Mac, and saves it again, even as it is, before it changes anything.
+// saved meanwhile stays, whatever the helper does with the one it has loaded. So the main
+// application uses the snapshot in the file if there is one, rather than the Mac's present
+// settings, and saves it again, even unchanged, before it changes anything.
 //
-// Nothing here throws but std::bad_alloc if memory runs out; the file is then as it was, and what
-// was not put back is still in it. Main thread only.
+// Nothing here throws, except std::bad_alloc if memory runs out; the file is then as it was and
+// still holds what was not put back. Main thread only.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -23,8 +23,8 @@
 
 namespace tolvaran::MenuBarAutohide {
 
-// The menu bar of each display. Every function here degrades to none or false on a Mac that lacks
-// the private function it needs; the first one called then logs what PerDisplayMenuBarAPI logs.
+// The menu bar of each display. On a Mac that lacks the private function it needs, each of these
+// returns none or false; the first one called then logs what PerDisplayMenuBarAPI logs.
 
 /// Whether overrides of single displays can be read and set on this Mac.
 bool supportsPerDisplayVisibility();
@@ -32,21 +32,21 @@ bool supportsPerDisplayVisibility();
 /// The display's override, true for visible; none unless supportsPerDisplayVisibility().
 std::optional<bool> visibilityOverride(CGDirectDisplayID displayID);
 
-/// Sets the display's override, which shows in visibilityOverride() only some time later. When the
+/// Sets the display's override, which shows in visibilityOverride() only some time later. If the
 /// window server refuses, logs through RestoreLog.warn "SLSSetMenuBarVisibilityOverrideOnDisplay
 /// returned " + code + " for display " + ID.
 /// @return whether it was accepted
 bool setVisibilityOverride(bool enabled, CGDirectDisplayID displayID);
 
-/// Whether the menu bar hides itself at present, whatever the preferences say; none when that
-/// cannot be told. A refusal is logged through RestoreLog.warn as "SLSGetMenuBarAutohideEnabled
-/// returned " + code.
+/// Whether the menu bar hides itself at present, whatever the preferences say; none if that is
+/// unknown. A refusal is logged through RestoreLog.warn as "SLSGetMenuBarAutohideEnabled returned "
+/// + code.
 std::optional<bool> runtimeAutohideEnabled();
 
 /// The display that carries the active menu bar, as its port UUID in upper or lower case.
 std::optional<std::string> activeMenuBarDisplayIdentifier();
 
-/// Whether the display shows a full-screen space; none when that cannot be told.
+/// Whether the display shows a full-screen space; none if that is unknown.
 std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID);
 
 // The snapshot file.
@@ -54,12 +54,11 @@ std::optional<bool> currentSpaceIsFullscreen(CGDirectDisplayID displayID);
 /// "menubar-state.json" in the state directory.
 std::string defaultSnapshotPath();
 
-/// The snapshot in the file. None if there is no readable file; none after logging
-/// "menu bar snapshot at " + path + " failed to decode: " + error through RestoreLog.warn when it
-/// holds no snapshot.
+/// The snapshot in the file; none if there is no readable file or, after logging "menu bar snapshot
+/// at " + path + " failed to decode: " + error through RestoreLog.warn, if it holds no snapshot.
 std::optional<MenuBarAutohideSnapshot> loadSnapshot(const std::string& path);
 
-/// Writes the snapshot, also an empty one, creating the directory. On failure the file is left as
+/// Writes the snapshot, even an empty one, creating the directory. On failure the file is left as
 /// it was, and RestoreLog.warn gets "Failed to encode menu bar snapshot", "Failed to create menu
 /// bar snapshot directory: " + error, or "Failed to write menu bar snapshot: " + error.
 /// @return whether it was written
@@ -67,12 +66,12 @@ bool saveSnapshot(const MenuBarAutohideSnapshot& snapshot, const std::string& pa
 
 /// Removes the file. On failure logs through RestoreLog.warn "menu bar snapshot at " + path +
 /// " could not be deleted: " + error.
-/// @return whether there is no such file now; there need not have been one
+/// @return whether there is no file now, even if there was none before
 bool deleteSnapshot(const std::string& path);
 
 // The two global preferences.
 
-/// The distributed notifications that tell running programs of a change, in posting order.
+/// The distributed notifications that inform running programs of a change, in posting order.
 inline const std::array<std::string, 2> changeNotificationNames = {
     "AppleInterfaceMenuBarHidingChangedNotification",
     "AppleInterfaceFullScreenMenuBarVisibilityChangedNotification"};
@@ -86,37 +85,37 @@ MenuBarAutohideSnapshot readCurrent();
 std::optional<MenuBarAutohideSnapshot> readCurrent(
     const std::vector<MenuBarDisplayIdentity>& displays);
 
-/// Stores the snapshot's two preferences, without applying them. When they cannot be synchronised,
+/// Stores the snapshot's two preferences, without applying them. If they cannot be synchronised,
 /// logs "CFPreferencesSynchronize returned false for stored menu bar prefs" through
 /// RestoreLog.warn.
 /// @return whether they were synchronised
 bool writeStoredPreference(const MenuBarAutohideSnapshot& snapshot);
 
-/// Hides the menu bar everywhere, in full screen too: stores 1 and 0, switches auto-hide on and
+/// Hides the menu bar everywhere, even in full screen: stores 1 and 0, switches auto-hide on and
 /// posts the change notifications. Logs through RestoreLog.warn "CFPreferencesSynchronize returned
 /// false for menu bar prefs" and "CGSSetMenuBarAutohideEnabled returned " + code.
-/// @return whether preferences and switch both took
+/// @return whether the preferences and the switch both succeeded
 bool writeAlways();
 
-/// Whether a change notification is one that this system posted itself.
-/// @param userInfo the notification's user info, all that is looked at (a C interface has no object
-///                 for the whole notification); null when it has none
+/// Whether this system posted the change notification itself.
+/// @param userInfo the notification's user info; null if it has none. Nothing else is needed, and
+///                 in C there is no object for the whole notification.
 bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
 
 // Putting a snapshot back.
 
 /// Puts back the global preferences, unless an earlier attempt has done so, and the override of
 /// every record whose display is connected. Waits up to 175 ms for each override to take effect.
-/// Logs what writeAlways() logs and, where there are records, in this order: "Per-display menu bar
-/// API is unavailable on this macOS build" when nobody has before, what AliasMap::load() logs, what
-/// displayUUID() logs of identical monitors, and what setVisibilityOverride() logs.
+/// Logs what writeAlways() logs and, if there are records, in this order: "Per-display menu bar API
+/// is unavailable on this macOS build" if not logged before, what AliasMap::load() logs, what
+/// displayUUID() logs about identical monitors, and what setVisibilityOverride() logs.
 MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot);
 
-/// Restores as restoreDetailed() does; true when nothing at all is left to restore.
+/// Restores as restoreDetailed() does; true if nothing at all is left to restore.
 bool restore(const MenuBarAutohideSnapshot& snapshot);
 
-/// Those of the displays, in the same order, that none of the records belongs to: the snapshot does
-/// not tell what they were like.
+/// Those of the displays, in the same order, that have no record: the snapshot does not say what
+/// they were like.
 std::vector<MenuBarDisplayIdentity> displaysWithoutBaseline(
     const std::vector<MenuBarDisplayIdentity>& displays,
     const std::vector<MenuBarDisplayVisibilityOverride>& records);

@@ -9,7 +9,7 @@ using Record = MenuBarDisplayVisibilityOverride;
 using Candidate = MenuBarRestoreCandidate;
 using Target = MenuBarRestoreTarget;
 
-/// By what a record and a display agree, from the weakest to the strongest.
+/// What a record and a display agree on, from the weakest to the strongest.
 enum class Basis {
     port,               // a record without hardware ID on the display's port
     portIsIdentity,     // a record on the display's port whose own identity (its hardware ID, else
@@ -32,9 +32,9 @@ bool fingerprintAgrees(const Record& record, const Candidate& candidate) {
                                        record.canonicalID == candidate.fingerprintID);
 }
 
-/// The basis on which a record and a display on the record's port agree, when nothing but the port
-/// does. The port alone proves little: a record with a hardware ID of its own must not go to
-/// another display that happens to be plugged in there.
+/// The basis on which a record and a display on the record's port agree, if only the port does. The
+/// port alone proves little: a record with a hardware ID of its own must not go to another display
+/// that happens to be plugged in there.
 std::optional<Basis> portBasis(const Record& record) {
     if (record.hardwareID.value_or(record.canonicalID) == record.portUUID) {
         return Basis::portIsIdentity;
@@ -42,7 +42,7 @@ std::optional<Basis> portBasis(const Record& record) {
     return record.hardwareID ? std::nullopt : std::optional(Basis::port);
 }
 
-/// The best basis on which they agree; none when they do not.
+/// The best basis on which they agree; none if they do not.
 std::optional<Basis> basis(const Record& record, const Candidate& candidate) {
     if (record.hardwareID == candidate.aliasID) {
         return Basis::hardwareIdentity;
@@ -64,7 +64,7 @@ std::optional<Agreement> agreement(const Record& record, const Candidate& candid
     return Agreement{.basis = *found, .samePort = record.portUUID == candidate.portUUID};
 }
 
-/// The display that fits the record best, as if there were no other record.
+/// The display that fits the record best, regardless of other records.
 Target bestDisplay(const Record& record, const std::vector<Candidate>& candidates) {
     std::optional<Agreement> best;
     Target target = Target::displayAbsent();
@@ -79,8 +79,8 @@ Target bestDisplay(const Record& record, const std::vector<Candidate>& candidate
     return target;
 }
 
-/// Leaves the display to the record that fits it best among those matched to it, the last one
-/// where several fit alike.
+/// Leaves the display to the record that fits it best among those matched to it, the last one if
+/// several fit equally well.
 void settleOwner(const Candidate& candidate, const std::vector<Record>& records,
                  std::vector<Target>& targets) {
     const Target here = Target::matched(candidate.displayID);

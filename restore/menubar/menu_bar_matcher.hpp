@@ -1,4 +1,4 @@
-// Finds out which connected display each saved menu bar record belongs to. A display may have
+// Finds the connected display to which each saved menu bar record belongs. A display may have
 // changed its port or its identity since the record was taken, and twins may have appeared, so
 // records and displays are matched by what they agree on, best agreement first.
 #pragma once
@@ -35,8 +35,8 @@ class MenuBarRestoreTarget {
     }
     /// Its display is not connected.
     static MenuBarRestoreTarget displayAbsent() { return {Kind::displayAbsent, 0}; }
-    /// Its display is connected, but belongs to another record, which fits it better, or as well
-    /// and stands later in the list.
+    /// Its display is connected, but belongs to another record, which fits it better, or equally
+    /// well and comes later in the list.
     static MenuBarRestoreTarget superseded() { return {Kind::superseded, 0}; }
     /// Several displays fit it equally well.
     static MenuBarRestoreTarget ambiguous() { return {Kind::ambiguous, 0}; }

@@ -5,7 +5,7 @@
 namespace tolvaran {
 namespace {
 
-/// A flag as the file holds it: true, or left out.
+/// A flag as the file holds it: true or absent.
 std::optional<bool> flag(bool value) {
     return value ? std::optional(true) : std::nullopt;
 }

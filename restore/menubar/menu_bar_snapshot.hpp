@@ -1,6 +1,7 @@
-// What the menu bar was like before the main application changed it: the records of
-// "menubar-state.json" and what can be told from them alone. The main application takes the
-// snapshot; the helper restores from it and keeps what is still pending.
+// What the menu bar was like before the main application changed it: the content of
+// "menubar-state.json" and what follows from it alone. The main application takes the snapshot; the
+// helper restores from it and keeps what is still pending. Nothing here logs or throws, except
+// std::bad_alloc.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -15,8 +16,8 @@ namespace tolvaran {
 /// One display's visibility override as it was.
 struct MenuBarDisplayVisibilityOverride {
     std::string canonicalID;
-    /// That of the display, its canonical ID where it had none (see MenuBarDisplayIdentity); none
-    /// only in records that other versions wrote.
+    /// The display's, or its canonical ID if it had none (see MenuBarDisplayIdentity); none only in
+    /// records that other versions wrote.
     std::optional<std::string> hardwareID = {};
     std::string portUUID;
     bool enabled = false;
@@ -27,7 +28,7 @@ struct MenuBarDisplayVisibilityOverride {
 /// A display that is connected now.
 struct MenuBarDisplayIdentity {
     /// @param hardwareID none for a display without one; the canonical ID then takes its place, so
-    ///                   that an identity always has a hardware ID
+    ///                   an identity always has a hardware ID
     MenuBarDisplayIdentity(CGDirectDisplayID displayID, std::string canonicalID,
                            const std::optional<std::string>& hardwareID, std::string portUUID);
 
@@ -39,15 +40,15 @@ struct MenuBarDisplayIdentity {
     bool operator==(const MenuBarDisplayIdentity&) const = default;
 };
 
-/// What became of an attempt to restore.
+/// The result of an attempt to restore.
 struct MenuBarRestoreOutcome {
-    bool globalRestored = false;  // the two global preferences are back, now or since earlier
+    bool globalRestored = false;  // the two global preferences are back, now or from earlier
     std::vector<MenuBarDisplayVisibilityOverride> unsettled = {};  // records that were not put back
     bool onlyAbsent = false;  // every unsettled record's display is not connected
 
     bool operator==(const MenuBarRestoreOutcome&) const = default;
 
-    /// Whether nothing went wrong. Records that only wait for their displays are no failure.
+    /// Whether nothing went wrong. Records that only wait for their displays are not a failure.
     bool succeeded() const { return globalRestored && onlyAbsent; }
 };
 
@@ -70,16 +71,16 @@ struct MenuBarAutohideSnapshot {
     /// This snapshot with the two global preferences of `other`.
     MenuBarAutohideSnapshot replacingGlobalPreference(const MenuBarAutohideSnapshot& other) const;
 
-    /// The same with both flags absent: the main application takes control again, and so the
-    /// global preferences must be put back again after it.
+    /// This snapshot with the two global preferences of `other` and both flags absent: the main
+    /// application takes control again, so the global preferences must be put back again after it.
     MenuBarAutohideSnapshot reopeningLease(const MenuBarAutohideSnapshot& other) const;
 
     /// Whether the user wants to see the menu bar, on the desktop or in a full-screen space.
     bool wantsMenuBarVisible(bool isFullscreen) const;
 
-    /// What to keep after an attempt to restore this snapshot; none when nothing is left to do.
-    /// While any record is unsettled, all of them are kept, so the next attempt puts the settled
-    /// ones back once more.
+    /// What to keep after an attempt to restore this snapshot; none if nothing is left to do. While
+    /// any record is unsettled, all of them are kept, so the next attempt puts the settled ones
+    /// back again.
     std::optional<MenuBarAutohideSnapshot> settled(const MenuBarRestoreOutcome& outcome) const;
 };
 

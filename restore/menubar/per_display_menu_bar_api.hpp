@@ -1,6 +1,6 @@
 // The private window-server functions that show or hide the menu bar display by display. Some macOS
-// versions lack them, so they are looked up at run time. MenuBarAutohide wraps each of them for
-// everybody else. Main thread only.
+// versions lack them, so they are looked up at run time. All other code uses them through
+// MenuBarAutohide. Main thread only.
 #pragma once
 
 #include <string>
@@ -15,21 +15,21 @@ namespace tolvaran {
 class PerDisplayMenuBarAPI {
   public:
     /// Opens SkyLight and looks the functions up. Logs through RestoreLog.warn "Per-display menu
-    /// bar API is unavailable on this macOS build" when the interface is not complete.
+    /// bar API is unavailable on this macOS build" if the interface is not complete.
     PerDisplayMenuBarAPI();
 
     /// The one instance of this process, made on first use.
     static const PerDisplayMenuBarAPI& shared();
 
     /// Whether everything is there that hiding and restoring need. That does not include
-    /// copyActiveDisplay, which only tells which display shows the menu bar.
+    /// copyActiveDisplay, which only says which display shows the menu bar.
     bool isComplete() const;
 
     // Declared, and so looked up, in this order.
 
-    /// SkyLight, which stays open as long as this lives. Without it every function is null.
+    /// SkyLight, open as long as this lives. Without it every function is null.
     DynamicLibrary handle;
-    /// The names of those functions that are null.
+    /// The names of the functions that are null.
     std::vector<std::string> missing;
     decltype(sky_light::mainConnection)::Pointer mainConnection;
     decltype(sky_light::getAutohide)::Pointer getAutohide;

@@ -8,7 +8,7 @@
 namespace tolvaran::MenuBarAutohide {
 namespace {
 
-/// Does something with a file; on failure logs `complaint` followed by the error.
+/// Does something with a file; on failure logs `complaint` and the error.
 template <typename Action>
 bool attempt(const std::string& complaint, Action action) {
     try {

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::int64_t fullscreenSpaceType = 4;
 
-/// The elements of an array of dictionaries with string keys, not retained; none for anything
-/// else, be it one element only.
+/// The elements of an array of dictionaries with string keys, not retained; none if the object, or
+/// any element, is anything else.
 std::optional<std::vector<CFDictionaryRef>> dictionaries(CFTypeRef object) {
     const CFArrayRef array = cf::array(object);
     if (array == nullptr) {
@@ -29,8 +29,8 @@ std::optional<std::vector<CFDictionaryRef>> dictionaries(CFTypeRef object) {
     return list;
 }
 
-/// Whether the entry is about the display at this port. The window server and Core Graphics spell
-/// the same UUID in different case.
+/// Whether the entry is for the display at this port. The window server and Core Graphics write the
+/// same UUID in different case.
 bool isAboutPort(CFDictionaryRef entry, const std::string& portUUID) {
     const auto identifier = cf::string(cf::value(entry, CFSTR("Display Identifier")));
     return identifier && text::uppercased(*identifier) == text::uppercased(portUUID);

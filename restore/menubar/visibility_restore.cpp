@@ -17,9 +17,8 @@ using Candidates = std::vector<MenuBarRestoreCandidate>;
 constexpr int maximumReads = 8;
 constexpr double secondsBetweenReads = 0.025;
 
-/// All connected displays; none if they cannot be listed. Unlike elsewhere a failure must not look
-/// like a Mac without displays: every record's display would seem to be unplugged, and the run a
-/// success.
+/// All connected displays; none if they cannot be listed. Unlike elsewhere, a failure must not look
+/// like a Mac without displays: every record's display would seem unplugged, and the run a success.
 std::optional<std::vector<CGDirectDisplayID>> connectedDisplays() {
     std::uint32_t count = 0;
     if (CGGetActiveDisplayList(0, nullptr, &count) != kCGErrorSuccess) {
@@ -53,7 +52,7 @@ std::optional<Candidates> connectedCandidates() {
     return candidates;
 }
 
-/// Whether the override reads as `enabled` soon. The window server accepts an override at once and
+/// Whether the override soon reads as `enabled`. The window server accepts an override at once and
 /// applies it later, so the first reads may still show the old one.
 bool takesEffect(bool enabled, CGDirectDisplayID displayID) {
     for (int read = 0; read < maximumReads; ++read) {
@@ -67,12 +66,12 @@ bool takesEffect(bool enabled, CGDirectDisplayID displayID) {
     return false;
 }
 
-/// Sets the override, and says whether that took effect.
+/// Sets the override; whether that took effect.
 bool putBack(bool enabled, CGDirectDisplayID displayID) {
     return setVisibilityOverride(enabled, displayID) && takesEffect(enabled, displayID);
 }
 
-/// Puts the record back where its target allows it, and adds it to the outcome where not.
+/// Puts the record back if its target allows it, and adds it to the outcome if not.
 void settle(const MenuBarDisplayVisibilityOverride& record, const MenuBarRestoreTarget& target,
             MenuBarRestoreOutcome& outcome) {
     if (target == MenuBarRestoreTarget::superseded()) {
@@ -89,7 +88,7 @@ void settle(const MenuBarDisplayVisibilityOverride& record, const MenuBarRestore
 }  // namespace
 
 MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot) {
-    // What an earlier attempt has put back may have been changed by the user since.
+    // The user may have changed since what an earlier attempt put back.
     const bool globalRestored = snapshot.hasRestoredGlobal() || applyGlobal(snapshot);
     const Records records = snapshot.displayVisibilityOverrides.value_or(Records());
     MenuBarRestoreOutcome outcome{.globalRestored = globalRestored, .onlyAbsent = true};

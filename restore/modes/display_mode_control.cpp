@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::uint32_t maximumModeCount = 4096;
 
-/// The memory that records are read into. A little longer than the length that the window server is
-/// told, so that a version of it that writes a word too many damages nothing.
+/// The memory that records are read into. A little longer than the length given to the window
+/// server, so that a version that writes a word too many damages nothing.
 using RecordBuffer = std::array<std::byte, 220>;
 
 DisplayModeDescriptor readMode(CGDirectDisplayID displayID, std::int32_t index) {
-    // Aligned for the 32-bit fields that the window server fills it with; zeros, so that what it
-    // leaves out reads as 0.
+    // Aligned for the 32-bit fields that the window server writes; zeroed, so that what it leaves
+    // out reads as 0.
     alignas(std::uint32_t) RecordBuffer buffer{};
     CGSGetDisplayModeDescriptionOfLength(displayID, index, buffer.data(),
                                          std::int32_t{displayModeRecordLength});
@@ -45,7 +45,7 @@ std::int64_t area(const DisplayModeDescriptor& mode) {
 }
 
 bool comesBefore(const DisplayModeDescriptor& a, const DisplayModeDescriptor& b) {
-    // Crosswise where the greater comes first.
+    // a and b are swapped where the greater value comes first.
     return std::tuple(area(b), b.scaled(), b.hz, a.modeNum) <
            std::tuple(area(a), a.scaled(), a.hz, b.modeNum);
 }
@@ -77,7 +77,7 @@ std::optional<DisplayModeDescriptor> currentMode(CGDirectDisplayID displayID) {
 }
 
 std::optional<std::int32_t> currentModeNumber(CGDirectDisplayID displayID) {
-    std::int32_t number = -1;  // stays when the call fails
+    std::int32_t number = -1;  // stays if the call fails
     CGSGetCurrentDisplayMode(displayID, &number);
     return number < 0 ? std::nullopt : std::optional(number);
 }
@@ -88,11 +88,11 @@ bool apply(std::int32_t modeNum, CGDirectDisplayID displayID) {
         configuration == nullptr) {
         return false;
     }
-    // Its result is passed over: only beginning and completion count, so that a mode which the
-    // window server refuses here passes for shown.
+    // The result is ignored: only beginning and completing count, so a mode that the window server
+    // refuses here counts as applied.
     CGSConfigureDisplayMode(configuration, displayID, modeNum);
-    // Completion ends the configuration even when it fails. Cancelling it then would hand the
-    // window server a handle that is already gone.
+    // Completing ends the configuration even if it fails. Cancelling it then would pass the window
+    // server a dangling handle.
     return CGCompleteDisplayConfiguration(configuration, kCGConfigureForSession) == kCGErrorSuccess;
 }
 

@@ -1,8 +1,8 @@
-// The display modes of the displays that are connected now: listing them, finding a saved one among
-// them, switching to one, and what the main application's mode pickers need to know of a list.
-// Used by the resolution restore and by the main application. Nothing here throws, nothing is
-// kept between calls, and nothing logs but a number that no display can have: it stops the program,
-// after a line through RestoreLog.warn that begins with "stopping: ".
+// The modes of the connected displays: lists them, finds a saved one among them, switches to one,
+// and answers what the main application's mode pickers ask about a list. Used by the resolution
+// restore and by the main application. Nothing here throws, and nothing is kept between calls. The
+// only log line is for a number that no display can have, which stops the program: it begins with
+// "stopping: " and goes to RestoreLog.warn.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -17,41 +17,38 @@
 namespace tolvaran::DisplayModeControl {
 
 /// Every mode of the display, in the window server's order. Modes that the window server refuses to
-/// describe are listed too, as zeros. Empty when the display claims no mode or more than 4096.
+/// describe are listed as zeros. Empty if the display claims no mode or more than 4096.
 std::vector<DisplayModeDescriptor> modes(CGDirectDisplayID displayID);
 
-/// The listed mode that the display shows now; none when it shows none or one not listed.
+/// The listed mode that the display shows now; none if it shows none, or one that is not listed.
 std::optional<DisplayModeDescriptor> currentMode(CGDirectDisplayID displayID);
 
-/// The number of the mode that the display shows now; none when the window server gives none or a
+/// The number of the mode that the display shows now; none if the window server gives none or a
 /// negative one.
 std::optional<std::int32_t> currentModeNumber(CGDirectDisplayID displayID);
 
 /// Switches the display to the mode of this number until the user logs out.
-/// @return whether a display configuration was begun and completed. That the window server refused
-///         to take the mode into it (CGSConfigureDisplayMode) does not count: such a change passes
-///         for made.
+/// @return whether a display configuration was begun and completed. A refusal to add the mode to it
+///         (CGSConfigureDisplayMode) is ignored: such a change counts as made.
 bool apply(std::int32_t modeNum, CGDirectDisplayID displayID);
 
-/// The usable mode that `spec` describes; none when there is none. A spec with a rate of 0 fits
-/// every rate. Of several, the one with the highest exact rate (60 before 59.94, which both round
-/// to 60), and of these the one with the lowest number.
+/// The usable mode that `spec` describes; none if there is none. A rate of 0 in the spec fits every
+/// rate. Of several, the one with the highest exact rate (60 before 59.94, which both round to 60),
+/// and of these the one with the lowest number.
 std::optional<DisplayModeDescriptor> exactMatch(const DisplayModeSpec& spec,
                                                 const std::vector<DisplayModeDescriptor>& modes);
 
-/// The panel's own width in pixels: the greatest among the usable modes of native timing; 0 when
+/// The panel's own width in pixels: the greatest among the usable modes of native timing; 0 if
 /// there is none. Stops the program where DisplayModeDescriptor::pixelWidth() does.
 std::int64_t nativePixelWidth(const std::vector<DisplayModeDescriptor>& modes);
 
 /// Whether the mode is rendered above the panel's own resolution: a HiDPI mode whose width in
-/// points already reaches the panel's in pixels. False when `nativePixelWidth` is unknown (below
-/// 1).
+/// points already reaches the panel's in pixels. False if `nativePixelWidth` is unknown (below 1).
 bool isSupersampled(const DisplayModeDescriptor& mode, std::int64_t nativePixelWidth);
 
-/// The usable modes with a positive size, one for each spec (the first one listed, even where a
-/// later one would come first in the order): larger areas first, then HiDPI modes, then higher
-/// exact rates, then lower mode numbers. Stops the program when an area or a rounded rate is no
-/// 64-bit integer.
+/// The usable modes with a positive size, one for each spec (the first one listed, even if a later
+/// one would sort before it): larger areas first, then HiDPI modes, then higher exact rates, then
+/// lower mode numbers. Stops the program if an area or a rounded rate does not fit in 64 bits.
 std::vector<DisplayModeDescriptor> dedupedModes(const std::vector<DisplayModeDescriptor>& modes);
 
 }  // namespace tolvaran::DisplayModeControl

@@ -1,6 +1,6 @@
-// A display mode as the window server lists it, with the number by which it can be applied, and the
-// reading of the window server's raw mode records. Used by DisplayModeControl and by the main
-// application's mode pickers.
+// A display mode as the window server lists it, with the number that applies it; also decodes the
+// window server's raw mode records. Used by DisplayModeControl and by the main application's mode
+// pickers.
 #pragma once
 
 #include <cstddef>
@@ -23,8 +23,8 @@ namespace tolvaran {
 inline constexpr std::size_t displayModeRecordLength = 212;
 using DisplayModeRecord = std::span<const std::byte, displayModeRecordLength>;
 
-/// One mode of one display. The mode number means something only for that display, and only while
-/// it is connected.
+/// One mode of one display. The mode number is valid only for that display, and only while it is
+/// connected.
 struct DisplayModeDescriptor {
     std::int32_t modeNum = 0;
     std::uint32_t flags = 0;  // I/O Kit display-mode flags
@@ -42,23 +42,23 @@ struct DisplayModeDescriptor {
     /// Whether this is a HiDPI mode: a density above 1.5.
     bool scaled() const;
 
-    /// Whether the display can show the mode. An index that the window server refused reads as a
-    /// mode of zeros, which this tells apart.
+    /// Whether the display can show the mode. False for the zeros of a mode that the window server
+    /// refused to describe.
     bool isValidForDisplay() const;
 
     /// Whether the mode uses the panel's own timing.
     bool isNativeTiming() const;
 
-    /// Whether the mode may be offered, matched or counted at all: valid for the display, and of
-    /// the one depth that is ever used.
+    /// Whether the mode may be offered, matched or counted: valid for the display, and of the only
+    /// depth in use.
     bool isUsable() const;
 
-    /// The width of what is rendered, in pixels: density times width in single precision,
-    /// rounded half away from zero. Stops the program when that is no 64-bit integer.
+    /// The rendered width in pixels: density times width in single precision, rounded half away
+    /// from zero. Stops the program if that does not fit in 64 bits.
     std::int64_t pixelWidth() const;
 
-    /// The refresh rate rounded half away from zero. Stops the program when that is no 64-bit
-    /// integer.
+    /// The refresh rate rounded half away from zero. Stops the program if that does not fit in 64
+    /// bits.
     std::int64_t roundedHz() const;
 
     /// The mode's portable description. Stops the program where roundedHz() does.

@@ -8,7 +8,7 @@
 namespace tolvaran {
 namespace {
 
-// Spelled in bytes, so that no compiler's idea of the source's character set changes the log.
+// Written as bytes, so that the log does not depend on the compiler's source character set.
 constexpr const char* multiplicationSign = "\xC3\x97";   // U+00D7
 constexpr const char* almostEqualSign = "\xE2\x89\x88";  // U+2248
 
@@ -63,7 +63,7 @@ std::size_t std::hash<tolvaran::DisplayModeSpec>::operator()(
     const tolvaran::DisplayModeSpec& spec) const noexcept {
     std::size_t seed = 0;
     for (const std::int64_t field : {spec.width, spec.height, std::int64_t{spec.scaled}, spec.hz}) {
-        // The golden ratio's digits spread small numbers, such as sizes, over the whole word.
+        // The golden ratio's bits spread small numbers, such as sizes, over the whole word.
         seed ^= std::hash<std::int64_t>{}(field) + 0x9E3779B9U + (seed << 6U) + (seed >> 2U);
     }
     return seed;

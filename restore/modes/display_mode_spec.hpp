@@ -1,6 +1,6 @@
 // A display mode as it is saved and compared: without the window server's mode number, which may
-// mean another mode after a reconnection. Used by the resolution originals, by their restore and by
-// the main application's mode pickers.
+// denote another mode after a reconnection. Used by the resolution originals, by their restore and
+// by the main application's mode pickers.
 #pragma once
 
 #include <cstddef>
@@ -20,25 +20,25 @@ struct DisplayModeSpec {
 
     bool operator==(const DisplayModeSpec&) const = default;
 
-    /// Whether a display could have such a mode at all: a positive size and no negative rate.
+    /// Whether a display could have such a mode: a positive size and a rate of 0 or more.
     bool isValid() const;
 
-    /// The size and, when it is known, the refresh rate: "2560 × 1440 @ 60 Hz", "2560 × 1440". This
-    /// is what log lines show; HiDPI is not mentioned.
+    /// The size and, if known, the refresh rate: "2560 × 1440 @ 60 Hz", "2560 × 1440". This is what
+    /// log lines show; HiDPI is not mentioned.
     std::string displayString() const;
 
-    /// The same, followed by " HiDPI" for a scaled mode.
+    /// displayString(), followed by " HiDPI" for a scaled mode.
     std::string logDescription() const;
 
-    /// The shape as people call it: "16:10", "16:9", "≈16:9" for what is within half a percent of
-    /// it, "≈21:9", else the reduced ratio such as "5:4", or "1.71:1" when that takes numbers above
-    /// 99. Empty unless width and height are positive.
+    /// The usual name of the shape: "16:10", "16:9", "≈16:9" within half a percent, "≈21:9", else
+    /// the reduced ratio such as "5:4", or "1.71:1" if that has numbers above 99. Empty unless
+    /// width and height are positive.
     std::string aspectRatioString() const;
 };
 
 }  // namespace tolvaran
 
-/// Over all four fields, as equality is.
+/// Covers all four fields, like equality.
 template <>
 struct std::hash<tolvaran::DisplayModeSpec> {
     std::size_t operator()(const tolvaran::DisplayModeSpec& spec) const noexcept;

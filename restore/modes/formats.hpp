@@ -1,4 +1,4 @@
-// What the records of the display modes look like in JSON. Used by their store; not installed.
+// The display modes' records in JSON. Used by their store; not installed.
 #pragma once
 
 #include <tuple>

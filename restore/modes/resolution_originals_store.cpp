@@ -25,7 +25,7 @@ void dropInvalidEntries(ResolutionOriginalsFile& file) {
     std::erase_if(file.entries, [](const auto& entry) { return !entry.second.isValid(); });
 }
 
-/// @param alter alters the entries and says what is to become of the file
+/// @param alter alters the entries and returns what to do with the file
 template <typename Alter>
 void update(const std::string& path, Alter alter) {
     record_file::update<ResolutionOriginalsFile>(path, usable(), "resolution originals file",

@@ -18,7 +18,7 @@ bool shows(CGDirectDisplayID displayID, const DisplayModeSpec& spec) {
     return current && current->spec() == spec;
 }
 
-/// Switches the display to the mode and says how that went.
+/// Switches the display to the mode and logs the result.
 bool switchMode(const std::string& key, const DisplayModeSpec& spec, CGDirectDisplayID displayID) {
     const std::optional<DisplayModeDescriptor> match =
         DisplayModeControl::exactMatch(spec, DisplayModeControl::modes(displayID));
@@ -55,7 +55,7 @@ std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idBy
                 key);
         } else if (alreadyShown || applied) {
             // Starts from the file as it is now: the main application may have added or cleared
-            // records since it was read above, and those changes must stand.
+            // records since it was read above, and those changes must stay.
             ResolutionOriginalsStore::clear(key, path);
         }
         count += applied ? 1 : 0;

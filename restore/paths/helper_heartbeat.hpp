@@ -1,6 +1,6 @@
-// The file by which others can tell that the helper is alive: the time of its last sign of life.
-// The helper touches it at start, on every safety tick and on every wake; the main application
-// reads it. Nothing here throws or logs. Any thread may call it.
+// The file that shows whether the helper is alive: it holds the time of its last sign of life. The
+// helper touches it at start, on every safety tick and on every wake; the main application reads
+// it. Nothing here throws or logs. Any thread may call it.
 #pragma once
 
 #include <optional>
@@ -17,7 +17,7 @@ std::string defaultPath();
 /// The age in seconds up to which a heartbeat counts as fresh by default.
 inline constexpr double defaultStaleThreshold = 300.0;
 
-/// The present moment by the system's clock.
+/// The current time by the system's clock.
 Date currentDate();
 
 /// Writes `now` as whole milliseconds, truncated toward zero, after creating the directory.
@@ -29,7 +29,7 @@ bool touch(const std::string& path, Date now);
 /// decimal integer.
 std::optional<Date> lastTouch(const std::string& path);
 
-/// Seconds from the last touch to `now`, negative if it lies in the future; none without a touch.
+/// Seconds from the last touch to `now`, negative if that is in the future; none without a touch.
 std::optional<double> age(const std::string& path, Date now);
 
 /// Whether the last touch is at most `threshold` seconds old. One in the future counts as fresh,

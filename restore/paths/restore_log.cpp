@@ -2,13 +2,13 @@
 
 namespace tolvaran::RestoreLog {
 
-// Empty before any code of the process runs, so that none of a host's is undone.
+// Empty before any code of the process runs, so that no sink that a host sets is cleared later.
 constinit Sink debug;
 constinit Sink info;
 constinit Sink warn;
 
 void Sink::operator()(const std::string& message) const {
-    // Held here, because the function may put another in its own place.
+    // Held here because the function may replace itself.
     if (const auto function = function_; function != nullptr && *function) {
         (*function)(message);
     }

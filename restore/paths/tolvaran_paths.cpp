@@ -82,7 +82,7 @@ std::string newUUID() {
     return cf::string(string.get()).value_or("");
 }
 
-/// What is computed once, so that every path of one process lies under the same roots.
+/// Computed once, so that every path of one process lies under the same roots.
 struct Defaults {
     std::string applicationSupport = expandingTilde("~/Library/Application Support/Tolvaran");
     std::string logs = expandingTilde("~/Library/Logs/Tolvaran");
@@ -108,7 +108,7 @@ std::string defaultOrTestDirectory(const std::string& usual, const std::string& 
     return isRunningUnderXCTest() ? joined(testRoot(), underTestRoot) : usual;
 }
 
-/// The order in which everything that can move a root is asked.
+/// Applies everything that can move a root, in order.
 std::string root(const std::string& variable, const std::string& flag, const std::string& usual,
                  const std::string& underTestRoot) {
     if (const auto value = environmentOverride(variable)) {

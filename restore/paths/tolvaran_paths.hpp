@@ -48,13 +48,13 @@ std::string developerDir();
 std::string calibrationDir();
 std::string bugMarkTraceDir();
 
-/// "~/.config/tolvaran", below the test root under a test runner; nothing else moves it.
+/// "~/.config/tolvaran", or below the test root under a test runner; nothing else moves it.
 std::string maintainerConfigDir();
 /// The user's real "~/.config/tolvaran", always.
 std::string legacyConfigDir();
 
-// The file of this name in the directory of the same name above; a "/" at the beginning of the name
-// does not count.
+// The file with this name in the directory named like the function; a leading "/" in the name is
+// ignored.
 std::string profilePath(const std::string& name);
 std::string settingsPath(const std::string& name);
 std::string applicationSupportPath(const std::string& name);
@@ -71,8 +71,8 @@ std::string healInstanceMarkerPath();
 /// "hot-corner-defaults.json" in the profile directory.
 std::string hotCornerDefaultsPath();
 
-/// Whether this process is a test runner: told by its environment, by a loaded ".xctest" bundle or
-/// by the process's name.
+/// Whether this process is a test runner, judging by its environment, by a loaded ".xctest" bundle
+/// or by its name.
 bool isRunningUnderXCTest();
 
 }  // namespace tolvaran::TolvaranPaths

@@ -1,5 +1,5 @@
-// Ownership of a Core Foundation object, from the line on which a Create or Copy function returns
-// it, or a Get function returns one that is to be kept.
+// Owns a Core Foundation object, from the line on which a Create or Copy function returns it, or on
+// which a Get function returns one that is to be kept.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -21,8 +21,8 @@ std::optional<double> floatingPoint(CFNumberRef number) {
     return value;
 }
 
-/// Takes over what a Create function returned. Going on without the object could remove a
-/// preference that was to be set, so its absence is an exception.
+/// Takes ownership of what a Create function returned. Going on without the object could remove a
+/// preference instead of setting it, so null throws.
 template <typename T>
 CFRef<T> owned(T created) {
     auto reference = CFRef<T>::assume(created);

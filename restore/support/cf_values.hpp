@@ -1,5 +1,5 @@
-// Values across the Core Foundation border. What comes from the system or from disk may be of any
-// type, so every reader here checks the type and yields none for what it did not expect.
+// Converts values to and from Core Foundation. What comes from the system or from disk may be of
+// any type, so every reader here checks the type and returns none for any other.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -28,13 +28,12 @@ CFRef<CFDictionaryRef> makeDictionary(CFStringRef key, CFTypeRef value);
 /// The text of a string object as UTF-8; none for null and for other types.
 std::optional<std::string> string(CFTypeRef object);
 
-/// The value of a number or a boolean (true is 1), fractions cut off; none for null, for other
-/// types and for what does not fit. Booleans count because the system stores many switches as
-/// booleans that it documents as numbers.
+/// The value of a number or a boolean (true is 1), truncated; none for null, for other types and
+/// for what does not fit. Booleans count because the system stores many switches as booleans that
+/// it documents as numbers.
 std::optional<std::int64_t> integer(CFTypeRef object);
 
-/// The value of a number or a boolean that is whole and fits in 32 unsigned bits; none for all
-/// else.
+/// The value of a number or a boolean that is whole and fits in 32 unsigned bits; none otherwise.
 std::optional<std::uint32_t> unsigned32(CFTypeRef object);
 
 /// The value of a boolean object; none for null and for other types, numbers included.

@@ -28,7 +28,7 @@ std::optional<Integer> fitting(double value) {
                                             : std::nullopt;
 }
 
-/// `value` truncated, if that fits in Integer; stops the program otherwise.
+/// `value` truncated toward zero; stops the program if that does not fit in Integer.
 template <typename Integer>
 Integer truncated(double value, const std::string& what) {
     const std::optional<Integer> whole = fitting<Integer>(value);

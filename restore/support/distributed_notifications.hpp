@@ -7,8 +7,8 @@
 
 namespace tolvaran {
 
-/// Posts `name` on the distributed notification center, without an object, delivered immediately
-/// also to processes that are suspended.
+/// Posts `name` on the distributed notification center, without an object, for immediate delivery
+/// even to suspended processes.
 /// @param userInfo property list values under string keys, not retained beyond the call; null for
 ///                 no user info
 void postDistributedNotification(const std::string& name, CFDictionaryRef userInfo = nullptr);

@@ -20,12 +20,12 @@
 namespace tolvaran::files {
 namespace {
 
-// An interrupted call is made again, but not for ever: a file system that only ever interrupts
-// must not hang the helper.
+// An interrupted call is made again, but not forever: a file system that keeps interrupting must
+// not hang the helper.
 constexpr int maximumAttempts = 100;
 
-// No record comes near this size. Of a file beyond it only the beginning is read, which then does
-// not decode; reading all of it could use up the memory that the other records need.
+// No record comes near this size. Only the beginning of a larger file is read, which then does not
+// decode; reading all of it could use up the memory that the other records need.
 constexpr std::size_t maximumContent = 64 * 1024 * 1024;
 
 /// Makes a call that returns a negative number on failure until it is no longer interrupted.
@@ -60,17 +60,17 @@ int openFile(const std::string& path, int flags) {
     return uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC); });
 }
 
-/// Opens a file to read it, or to see which it is.
+/// Opens a file to read it or to identify it.
 int openToLook(const std::string& path) {
     // Without O_NONBLOCK, opening a named pipe would wait for a writer that may never come.
     return openFile(path, O_RDONLY | O_NONBLOCK);
 }
 
-/// Makes sure that what was written cannot be overtaken by what is written later. F_BARRIERFSYNC is
-/// the cheapest call that keeps a rename from reaching the disk before the data that it names.
-/// Waiting for the disk's own cache (F_FULLFSYNC) would save the very last write from a power cut,
-/// too, but cost tens of milliseconds on every heartbeat; an older record that is whole is good
-/// enough. Volumes that know no barriers get the ordinary flush.
+/// Keeps later writes from reaching the disk before earlier ones. F_BARRIERFSYNC is the cheapest
+/// call that keeps a rename from reaching the disk before the data it names. Waiting for the disk's
+/// own cache (F_FULLFSYNC) would also save the very last write from a power cut, but at tens of
+/// milliseconds a write; an older record that is whole is good enough. Volumes without barriers get
+/// the ordinary flush.
 int flush(int descriptor) {
     const int barrier = uninterrupted([&] { return ::fcntl(descriptor, F_BARRIERFSYNC); });
     return barrier == 0 ? 0 : uninterrupted([&] { return ::fsync(descriptor); });
@@ -104,10 +104,10 @@ std::string directoryOf(const std::string& path) {
     return path.substr(0, path.size() - lastComponent(path).size());
 }
 
-// Beside a record lie, while somebody changes it, hidden files whose names tell what they are: ".",
-// the record's name, one of these markers, the process ID, "-", and what makes the name unique.
-// Before "claim-" was added, unfinished files were not removed by other writers; those of a main
-// application that does not know the custom must not be.
+// While a record is being changed, hidden files lie beside it. Their names consist of ".", the
+// record's name, one of these markers, the process ID, "-", and something that makes the name
+// unique. Only unfinished files with "claim-" in their names are removed by other writers: an older
+// main application does not expect to lose its own.
 constexpr std::string_view unfinishedMarker = ".unfinished-";  // new content
 constexpr std::string_view asideMarker = ".removing-";         // the record, about to be removed
 constexpr std::string_view claim = "claim-";                   // behind the process ID
@@ -124,7 +124,7 @@ std::string unfinishedTemplate(const std::string& path) {
 std::string asidePath(const std::string& path) {
     const std::string name =
         directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-";
-    // A process that had this one's number before may have left some.
+    // An earlier process with the same ID may have left some.
     int number = 0;
     while (exists(name + std::to_string(number)) && number < maximumAttempts) {
         ++number;
@@ -132,7 +132,7 @@ std::string asidePath(const std::string& path) {
     return name + std::to_string(number);
 }
 
-/// The process that made the hidden file of this name; none if the name has no such marker.
+/// The process that made the hidden file with this name; none if the name has no such marker.
 std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMarker) {
     const auto marker = name.rfind(hiddenMarker);
     if (name.empty() || name.front() != '.' || marker == std::string::npos) {
@@ -149,13 +149,13 @@ std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMar
 }
 
 /// Whether the process that made a hidden file may still need it. This process needs none while it
-/// looks, so that one of its number was left by a process that had the number before, as after a
-/// restart of the Mac.
+/// looks, so a file with its ID was left by an earlier process with the same ID, for example before
+/// a restart of the Mac.
 bool mayStillNeedIt(pid_t maker) {
     return maker != ::getpid() && (::kill(maker, 0) == 0 || errno != ESRCH);
 }
 
-/// The names in a directory; none if they cannot all be told.
+/// The names in a directory; none if they cannot all be read.
 std::optional<std::vector<std::string>> namesIn(const std::string& directory) {
     DIR* const entries = ::opendir(directory.empty() ? "." : directory.c_str());
     if (entries == nullptr) {
@@ -175,8 +175,8 @@ std::optional<std::vector<std::string>> namesIn(const std::string& directory) {
     return isWhole ? std::optional(std::move(names)) : std::nullopt;
 }
 
-/// Lets the changes of a directory's entries reach the disk, where the volume can do that. Many
-/// network volumes cannot; the change is made all the same, so this is no failure of it.
+/// Flushes changes to a directory's entries, if the volume can do that. Many network volumes
+/// cannot; the change is made nevertheless, so this does not count as a failure.
 void flushDirectory(const std::string& path) {
     const Descriptor opened(openFile(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
     if (opened.isOpen()) {
@@ -184,8 +184,7 @@ void flushDirectory(const std::string& path) {
     }
 }
 
-/// Creates the parent directory; where that fails, the write that follows fails as well and says
-/// why.
+/// Creates the parent directory; if that fails, the write that follows fails too and says why.
 void createParentDirectoryIfPossible(const std::string& path) {
     try {
         createParentDirectory(path);
@@ -193,13 +192,13 @@ void createParentDirectoryIfPossible(const std::string& path) {
     }
 }
 
-/// Removes a name; that it is gone may still be undone by a power cut. 0, or -1 with errno.
+/// Removes a name, without flushing: a power cut may bring it back. 0, or -1 with errno.
 int unlinkFile(const std::string& path) noexcept {
     return uninterrupted([&] { return ::unlink(path.c_str()); });
 }
 
-/// Creates one directory and lets its name reach the disk: without it, all that is written below
-/// would be lost with it. 0, or -1 with errno.
+/// Creates one directory and flushes its name: if a power cut loses that, everything below is lost
+/// too. 0, or -1 with errno.
 int createDirectory(const std::string& path) {
     if (uninterrupted([&] { return ::mkdir(path.c_str(), 0777); }) != 0) {
         return -1;
@@ -208,7 +207,7 @@ int createDirectory(const std::string& path) {
     return 0;
 }
 
-/// Copies the file, and removes it where it was once the whole of it is where it is to be.
+/// Copies the file, and removes the original once the copy is complete.
 void moveToOtherVolume(const std::string& from, const std::string& to) {
     const std::optional<std::string> content = read(from);
     if (!content || content->size() > maximumContent) {
@@ -222,7 +221,7 @@ void moveToOtherVolume(const std::string& from, const std::string& to) {
     }
 }
 
-/// What tells one file from another, and a file from what it was before.
+/// What distinguishes one file from another, and a file from its earlier state.
 struct Identity {
     dev_t device;
     ino_t file;
@@ -236,13 +235,13 @@ struct Identity {
 }  // namespace
 
 struct Version::State {
-    std::shared_ptr<const Descriptor> file;  // keeps the file's identity from passing to another
-    std::optional<Identity> identity;        // none if the file system does not tell
+    std::shared_ptr<const Descriptor> file;  // keeps another file from getting the same identity
+    std::optional<Identity> identity;        // none if the file system cannot say
 };
 
 namespace {
 
-/// Puts a record back that was moved aside, unless there is a newer one.
+/// Puts back a record that was moved aside, unless there is a newer one.
 void putBack(const std::string& aside, const std::string& path) {
     const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
     if (isBack || errno == EEXIST) {
@@ -255,8 +254,8 @@ void putBack(const std::string& aside, const std::string& path) {
     }
 }
 
-/// Lets every other process that is changing the record fail and begin anew, also one that is
-/// stopped or was killed.
+/// Makes every other process that is changing the record fail and start over, even one that is
+/// stopped.
 void overtakeOthers(const std::string& path, const std::string& own = "") {
     const std::string prefix = hiddenName(path, unfinishedMarker);
     for (const std::string& name :
@@ -269,8 +268,8 @@ void overtakeOthers(const std::string& path, const std::string& own = "") {
     }
 }
 
-// Beside the records hardly anything lies in their directory. Of more files a recovery does not
-// keep the versions: each takes a descriptor.
+// The records' directory holds little else. A recovery keeps no more versions than this, because
+// each takes a descriptor.
 constexpr std::size_t maximumRecords = 64;
 
 Identity identityOf(const struct stat& status) {
@@ -286,12 +285,12 @@ Version versionOf(Descriptor file, const struct stat& status) {
         Version::State{std::make_shared<const Descriptor>(std::move(file)), identityOf(status)}));
 }
 
-/// The same file with another time of change; none if that cannot be set.
+/// The version of the same file after changing its modification time; none if that cannot be set.
 std::optional<Version> touch(const Version& version) {
     if (version.state() == nullptr || !version.state()->file || !version.state()->file->isOpen()) {
         return std::nullopt;
     }
-    // Two seconds is the coarsest that any volume keeps.
+    // No volume stores times more coarsely than in steps of two seconds.
     const Identity& identity = *version.state()->identity;
     const struct timespec times[] = {{0, UTIME_OMIT}, {identity.seconds + 2, identity.nanoseconds}};
     const auto& file = version.state()->file;
@@ -303,7 +302,7 @@ std::optional<Version> touch(const Version& version) {
     return Version(std::make_shared<Version::State>(Version::State{file, identityOf(status)}));
 }
 
-/// A record's new content on its way into the record's place; removed unless it gets there.
+/// A record's new content on its way into place; removed unless it gets there.
 class UnfinishedFile {
   public:
     explicit UnfinishedFile(const std::string& path)
@@ -350,7 +349,7 @@ class UnfinishedFile {
         return false;
     }
 
-    /// The record that this has become.
+    /// The version of the record that this file has become.
     Version version() && {
         struct stat status {};
         return ::fstat(file_.number(), &status) == 0 ? versionOf(std::move(file_), status)
@@ -394,7 +393,7 @@ bool tryToRemove(const std::string& path, const Version& expected) {
         return false;
     }
     if (uninterrupted([&] { return ::rename(path.c_str(), aside.c_str()); }) != 0) {
-        // Where it cannot be moved, it is removed where it stands, if that can be done.
+        // If it cannot be moved, it is removed where it is, if possible.
         removeUnconditionally(path);
         Recovery::note(path, Version());
         return true;
@@ -414,8 +413,8 @@ bool tryToRemove(const std::string& path, const Version& expected) {
     return true;
 }
 
-/// Changes the record's time of change, and with it its version; whoever is changing the record
-/// begins anew. False if it cannot be touched or is no longer the expected one.
+/// Changes the record's modification time and thus its version; any process that is changing it has
+/// to start over. False if it cannot be touched or is no longer the expected one.
 bool tryToTouch(const std::string& path, const Version& expected) {
     const std::optional<Version> touched = touch(expected);
     if (!touched) {
@@ -429,18 +428,18 @@ bool tryToTouch(const std::string& path, const Version& expected) {
     return true;
 }
 
-// Another process that is at work on the same record is done with it within milliseconds; only
-// several that overtake each other again and again could need all of this time.
+// Another process that is changing the same record is done within milliseconds; only several that
+// keep overtaking each other could need all of this time.
 constexpr int maximumTries = 20;
 constexpr double longestPause = 0.005;  // seconds
 
-/// Waits until another process may be done, each process for another time.
+/// Waits until another process may be done; each process waits for a different time.
 void pause() {
     constexpr int lengths = 7;
     sleepFor(longestPause * (::getpid() % lengths + 1) / lengths);
 }
 
-/// Does `attempt` again as long as it returns false because another process comes in between.
+/// Repeats `attempt` while it returns false because another process has come in between.
 template <typename Attempt>
 void untilUndisturbed(const std::string& operation, const std::string& path, Attempt attempt) {
     for (int n = 0; !attempt(); ++n) {
@@ -639,7 +638,7 @@ void removeAbandonedFiles(const std::string& directory) {
 void openStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(stream, F_GETFD) < 0) {
-            // The lowest number that is free, which is this one. Open for as long as the process.
+            // Gets the lowest free number, which is this one. Stays open until the process ends.
             static_cast<void>(::open("/dev/null", O_RDWR));
         }
     }
@@ -679,7 +678,7 @@ Recovery::Recovery(const std::string& path, Scope scope) noexcept : outer_(inner
     try {
         lookAt(path, scope);
     } catch (const std::bad_alloc&) {
-        // Out of memory: it concerns nothing, and each step has to see to its own record.
+        // Out of memory: it covers nothing, so each step has to look after its own record.
         directory_.clear();
         versions_.clear();
     }

@@ -37,8 +37,8 @@ using Reader = rapidjson::GenericReader<UTF8, UTF8, Allocator>;
 using Buffer = rapidjson::GenericStringBuffer<UTF8, Allocator>;
 using Writer = rapidjson::Writer<Buffer, UTF8, UTF8, Allocator>;
 
-// What stands for a number that no double can hold while a text is read: text that is not UTF-8 and
-// so cannot have been there.
+// Replaces a number that no double can hold while a text is read. It is not valid UTF-8, so it
+// cannot occur in the text itself.
 constexpr std::string_view outOfRange = "\xFF";
 
 const char* expectation(Kind kind) {
@@ -69,38 +69,38 @@ DecodingError invalidAt(std::size_t offset) {
     return DecodingError("invalid JSON at byte " + std::to_string(offset + 1));
 }
 
-/// Why the value under a key, or an element of a list, could not be read.
+/// Why the value under a key, or one in a list, could not be read.
 struct Failure {
     std::string key;
     std::string reason;
 };
 
-/// A container that has been begun and not ended.
+/// A container that has been opened and not closed.
 struct Level {
-    const Shape* shape;  // null: nobody reads what is in it
+    const Shape* shape;  // null: its content is ignored
     void* container;
     std::string key = {};          // of the value that comes next
-    const Field* field = nullptr;  // in a record, the field of this key; null: nobody reads it
+    const Field* field = nullptr;  // in a record, the field of this key; null: ignored
     std::uint64_t seen = 0;        // in a record, one bit for each field that has come
     std::vector<Failure> failures = {};
 };
 
 /// Where a value goes.
 struct Place {
-    const Shape* shape = nullptr;  // null: nobody reads it
+    const Shape* shape = nullptr;  // null: ignored
     void* value = nullptr;
     bool mayBeNull = false;
 };
 
 /// Puts the parser's events into a record. A value that does not fit is remembered until its
-/// container ends, as a repeated key may still make up for it, and as text that is not JSON at all
-/// matters more.
+/// container ends, since a repeated key may still replace it, and since text that is not JSON at
+/// all matters more.
 class Decoder : public rapidjson::BaseReaderHandler<UTF8, Decoder> {
   public:
-    /// @param shape that of a std::optional, in which the value is put
+    /// @param shape that of the std::optional that receives the value
     Decoder(const Shape& shape, void* optional) : root_{shape.element, shape.add(optional, {})} {}
 
-    /// Why the parser was made to stop; empty if it was not.
+    /// Why the decoder stopped the parser; empty if it did not.
     const std::string& stopped() const { return stopped_; }
     /// Why the value is not of its shape; empty if it is.
     const std::string& failure() const { return failure_; }
@@ -154,12 +154,12 @@ Place Decoder::next() {
                            !level.field->isRequired};
     }
     if (level.shape->kind == Kind::list && !level.failures.empty()) {
-        return {};  // the list is lost, however many elements follow
+        return {};  // the list has failed already, however many elements follow
     }
     return {level.shape->element, level.shape->add(level.container, level.key), false};
 }
 
-/// The place in an optional for a value that is not null; other places as they are.
+/// The place inside an optional for a value that is not null; other places unchanged.
 Place inOptional(const Place& place) {
     return place.shape != nullptr && place.shape->kind == Kind::optional
                ? Place{place.shape->element, place.shape->add(place.value, {}), false}
@@ -225,8 +225,8 @@ bool Decoder::Double(double value) {
     } else if (value != std::trunc(value)) {
         fail(expectation(Kind::integer));
     } else if (!(value > -limit && value < limit)) {
-        // The least integer is refused as a double, which the integers just below it round to as
-        // well; written without a fraction it is an Int64.
+        // The least integer is refused as a double, because smaller integers round to the same
+        // double; written without a fraction it arrives as an Int64.
         fail("does not fit in 64 bits");
     } else {
         put(place, Kind::integer, static_cast<std::int64_t>(value));
@@ -378,8 +378,8 @@ bool isOutOfRange(const char* number) {
            rapidjson::kParseErrorNumberTooBig;
 }
 
-/// Puts `outOfRange` in the place of every number that no double can hold. The parser stops at such
-/// a number even if nobody reads it; this way it is an error only where it is read.
+/// Replaces every number that no double can hold by `outOfRange`. The parser stops at such a number
+/// even if the value is ignored; this way it is an error only where it is read.
 void replaceNumbersOutOfRange(std::string& text) {
     std::size_t at = 0;
     while (at < text.size()) {
@@ -440,7 +440,7 @@ class Encoder {
     Writer writer_{buffer_};
 };
 
-/// What an optional holds; null if it is empty. Other values are theirs.
+/// What an optional holds, null if it is empty; for other values the value itself.
 const void* contentOf(const Shape& shape, const void* value) {
     if (shape.kind != Kind::optional) {
         return value;
@@ -492,7 +492,7 @@ void Encoder::record(const Shape& shape, const void* value) {
     std::ranges::sort(sorted, {}, &Field::key);
     writer_.StartObject();
     for (const Field* const field : sorted) {
-        // The member is only read; what finds it serves the decoder, too.
+        // The member is only read; memberOf() is not const because the decoder uses it too.
         const void* const member = field->memberOf(const_cast<void*>(value));
         if (contentOf(*field->shape, member) != nullptr) {
             text(std::string(field->key));
@@ -538,7 +538,7 @@ void Encoder::write(const Shape& shape, const void* value) {
 }  // namespace
 
 void read(std::string text, const Shape& shape, void* optional) {
-    // The parser takes a zero byte for the end of the text and would not see what follows it.
+    // The parser would take a zero byte for the end of the text.
     const std::size_t bad = std::min(text.find('\0'), text::findInvalidUTF8(text));
     if (bad != std::string::npos) {
         throw invalidAt(bad);

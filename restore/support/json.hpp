@@ -10,8 +10,8 @@
 //                                                   required("y", &OriginalsEntry::y));
 //     };
 //
-// A record with rules beyond its fields' types states them in the same place, each of the two
-// functions only if it is needed:
+// A record with rules beyond its fields' types states them in the same place, with either or both
+// of these functions:
 //
 //     static void checkRead(const Record& record);     // throws DecodingError
 //     static void checkWritten(const Record& record);  // throws EncodingError
@@ -20,8 +20,8 @@
 // std::map from std::string or a std::optional of these.
 //
 // Reading never converts silently: a boolean is not a number and a number not a boolean, an integer
-// may be written 2 or 2.0 but not 2.5, and a number that does not fit is an error. Whatever stands
-// under other keys than those of the table only has to be well formed.
+// may be written 2 or 2.0 but not 2.5, and a number that does not fit is an error. Values under
+// keys that are not in the table only have to be well formed.
 #pragma once
 
 #include <array>
@@ -81,7 +81,7 @@ namespace detail {
 
 enum class Kind : std::uint8_t { boolean, integer, number, text, optional, list, map, record };
 
-/// Is called with a value in a container and, in a map, its key.
+/// Called with a value in a container and, in a map, its key.
 using Visitor = std::function<void(const std::string& key, const void* value)>;
 
 struct Shape;
@@ -95,19 +95,19 @@ struct Field {
     void (*reset)(void* member);  // to the default value of its type
 };
 
-/// How the values of one C++ type are read and written, apart from the type itself: the decoder and
-/// the encoder are compiled once instead of once for each type.
+/// How the values of one C++ type are read and written, without the type itself, so that the
+/// decoder and the encoder are compiled once instead of once for each type.
 struct Shape {
     Kind kind;
 
-    // Of an optional, a list and a map: the shape of what is in it, and access to that.
+    // For an optional, a list or a map: the shape of its elements, and access to them.
     const Shape* element = nullptr;
-    /// Puts a new default value into the container, under this key in a map, in place of any other
-    /// that was there. It stays where it is until the next one is added.
+    /// Puts a new default value into the container (in a map under this key, replacing any other).
+    /// The result stays valid until the next value is added.
     void* (*add)(void* container, std::string_view key) = nullptr;
     void (*visit)(const void* container, const Visitor& visitor) = nullptr;
 
-    // Of a record: its table and its rules.
+    // For a record: its table and its rules.
     std::span<const Field> fields = {};
     void (*checkRead)(const void* record) = nullptr;
     void (*checkWritten)(const void* record) = nullptr;
@@ -222,7 +222,7 @@ std::string write(const Shape& shape, const void* value);
 }  // namespace detail
 
 /// The record that `text` holds, or any other type that a member may have. If an object repeats a
-/// key, the last one counts. A byte order mark at the beginning is passed over.
+/// key, the last one counts. A byte order mark at the beginning is ignored.
 /// @throws DecodingError if `text` is not well-formed JSON in valid UTF-8, has more than 512 levels
 ///         of nesting or does not hold such a record
 template <typename Record>

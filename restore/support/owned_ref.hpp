@@ -1,8 +1,8 @@
-// Ownership of a reference that a system function has handed out. Such a reference goes into an
-// OwnedRef on the line that gets it, so that no path can leak it or release it twice. CFRef
-// (cf_ref.hpp) and IOObject (io_object.hpp) are the two kinds.
+// Owns a reference that a system function has returned. Such a reference goes into an OwnedRef on
+// the line that gets it, so that no path can leak it or release it twice. CFRef (cf_ref.hpp) and
+// IOObject (io_object.hpp) are the two kinds.
 //
-// An OwnedRef may be used by any thread, but by one at a time.
+// Any thread may use an OwnedRef, but only one at a time.
 #pragma once
 
 #include <utility>
@@ -22,10 +22,10 @@ class OwnedRef {
 
     OwnedRef() = default;
 
-    /// Takes over the reference that a function has just handed out; it may be none.
+    /// Takes ownership of the reference that a function has just returned; it may be none.
     static OwnedRef assume(Reference reference) { return OwnedRef(reference); }
 
-    /// Adds a reference to an object that somebody else owns; it may be none.
+    /// Adds a reference to an object that is owned elsewhere; it may be none.
     static OwnedRef retain(Reference reference) requires requires { Traits::retain(reference); }
     {
         if (reference != Traits::none) {

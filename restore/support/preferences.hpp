@@ -1,5 +1,5 @@
-// The preferences of one domain, for the current user on any host: the form in which the Dock's
-// and the global switches are stored.
+// The preferences of one domain, for the current user on any host, which is where the Dock's and
+// the global settings are stored.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -20,12 +20,11 @@ class PreferenceDomain {
     /// The domain that every application falls back to.
     static PreferenceDomain anyApplication();
 
-    /// The value, of whatever type; null when the key is not set. Reads without synchronising
-    /// first.
+    /// The value, of any type; null if the key is not set. Reads without synchronising first.
     CFRef<CFPropertyListRef> value(const std::string& key) const;
 
-    /// The integer value of a number or boolean (fractions cut off); none if the key is not set
-    /// or holds anything else. Reads without synchronising first.
+    /// The value of a number (truncated) or a boolean; none if the key is not set or holds anything
+    /// else. Reads without synchronising first.
     std::optional<std::int64_t> integer(const std::string& key) const;
 
     /// Stores a number, or removes the key for none. Takes effect with the next synchronise.
@@ -35,10 +34,10 @@ class PreferenceDomain {
     void setBoolean(const std::string& key, std::optional<bool> value) const;
 
     /// Writes pending changes of the domain for the current user on any host, and reads changes
-    /// that others made. False when the system refused.
+    /// made elsewhere. False if the system refused.
     bool synchronize() const;
 
-    /// The same for everything that the domain's application sees.
+    /// Synchronises every domain that the application sees. False if the system refused.
     bool synchronizeApplication() const;
 
   private:

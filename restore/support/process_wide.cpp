@@ -19,7 +19,7 @@ Registered& registered() {
     return instance;
 }
 
-/// Takes what this process registered last off its list; empty if there is nothing.
+/// Removes and returns what this process registered last; empty if there is nothing.
 std::function<void()> takeLast() {
     const std::lock_guard lock(registered().changing);
     std::vector<std::function<void()>>& list = registered().byProcess[playedProcess];

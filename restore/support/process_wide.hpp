@@ -1,12 +1,11 @@
-// State that lives as long as the process. Almost everything here is computed afresh on every call;
-// the few exceptions (caches of what cannot change, the leases, the one Helper) are declared as
-// ProcessWide values, so that they can all be found. The log sinks (paths/restore_log.hpp) are the
-// one exception: they belong to the host.
+// State that lives as long as the process. Almost everything in this system is computed afresh on
+// every call. The few exceptions (caches of what cannot change, the leases, the one Helper) are
+// declared as ProcessWide values, so that they can all be found. Only the log sinks
+// (paths/restore_log.hpp) are not: they belong to the host.
 //
-// On a user's Mac a program is one process, and this is a static variable with a lock. Tests play
-// more than that: one process after another on the same records, and the main application beside
-// the helper. For them each process has values of its own (PlayedProcess), which end together
-// (forgetProcessWideValues()).
+// On a user's Mac this is just a static variable with a lock. Tests play several processes in one:
+// one after another on the same records, and the main application beside the helper. So each played
+// process (PlayedProcess) has values of its own, which end together (forgetProcessWideValues()).
 #pragma once
 
 #include <functional>
@@ -16,19 +15,18 @@
 
 namespace tolvaran {
 
-/// Registers what is to happen when the process's values are forgotten. May be called by any
-/// thread.
+/// Registers a function to call when the process's values are forgotten. Any thread may call it.
 void whenForgotten(std::function<void()> forget);
 
 /// Forgets every ProcessWide value of this process, as its end would, the newest first; each is
-/// made anew when it is asked for again. For tests and the player only; nothing that runs on a
+/// made again when it is next asked for. For tests and the player only; nothing that runs on a
 /// user's Mac calls it. No other thread may use a value of the process meanwhile.
 void forgetProcessWideValues();
 
-/// Makes this thread play another process, one with values of its own, in a scope. For tests only.
+/// Makes this thread play another process, with values of its own, while it lives. For tests only.
 class PlayedProcess {
   public:
-    /// @param number tells the processes apart; 0 is what every thread plays otherwise
+    /// @param number identifies the process; threads without a PlayedProcess play 0
     explicit PlayedProcess(int number);
     ~PlayedProcess();
     PlayedProcess(const PlayedProcess&) = delete;
@@ -41,9 +39,9 @@ class PlayedProcess {
     int before_;
 };
 
-/// A value made on first use, once, and kept for the life of the process. Threads that ask for it
-/// at the same time wait for it to be made: the main application may first need one on another
-/// thread than the main one. What they do with the value is for them to order.
+/// A value that is made on first use and kept for the life of the process. Any thread may ask for
+/// it (the main application may first need one off the main thread); others wait while it is being
+/// made. Using the value is not synchronised.
 template <typename T>
 class ProcessWide {
   public:
@@ -52,7 +50,7 @@ class ProcessWide {
         return get([] { return T(); });
     }
 
-    /// The value; made by `make` on first use, which must not ask for the same value.
+    /// The value; made on first use by `make`, which must not ask for the same value.
     template <typename Make>
     T& get(Make make) {
         const int process = PlayedProcess::current();
@@ -66,8 +64,8 @@ class ProcessWide {
     }
 
   private:
-    // Each process has a lock of its own: one that is stopped while it makes its value must not
-    // hold another one back.
+    // Each process has a lock of its own: one that is stopped while making its value must not block
+    // another.
     struct Slot {
         std::mutex making;
         std::optional<T> value;

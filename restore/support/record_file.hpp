@@ -1,4 +1,4 @@
-// Reading and writing the records' files: one rule for all of them, so that a file that cannot be
+// Reads and writes the records' files by one rule for all of them, so that a file that cannot be
 // used is treated alike everywhere.
 #pragma once
 
@@ -13,13 +13,13 @@
 
 namespace tolvaran::record_file {
 
-/// What makes a file usable, and what is said of one that is not.
+/// What makes a file usable, and what is logged about one that is not.
 struct Expectation {
-    /// What the record's member `version` must be; none if any record will do.
+    /// What the record's member `version` must be; none if it does not matter.
     std::optional<std::int64_t> version = {};
-    /// The line for RestoreLog.warn; empty if nothing is to be said.
+    /// The line for RestoreLog.warn; empty to log nothing.
     std::string warning = {};
-    /// Whether what is wrong with the file follows the warning.
+    /// Whether the reason follows the warning.
     bool tellsWhy = false;
 };
 
@@ -54,9 +54,8 @@ std::optional<Record> decode(std::optional<std::string> content, const Expectati
     }
 }
 
-/// The record in the file. None without a line in the log if there is no file that can be read;
-/// none after the expectation's warning if the file does not hold such a record. The file stays as
-/// it is.
+/// The record in the file. None, silently, if there is no readable file; none, after the
+/// expectation's warning, if the file does not hold such a record. The file stays as it is.
 template <typename Record>
 std::optional<Record> load(const std::string& path, const Expectation& expected) {
     return decode<Record>(files::read(path), expected);
@@ -77,13 +76,13 @@ void save(const Record& record, const std::string& path, const std::string& name
     }
 }
 
-/// Changes the record in the file; what another process changes at the same time is kept
-/// (files::update()). Logs as load() and save() do; a file that cannot be removed is passed over
-/// silently. After a failure the file is as it was.
+/// Changes the record in the file; changes that another process makes at the same time are kept
+/// (files::update()). Logs as load() and save() do, except that a failed removal is silent. After a
+/// failure the file is as it was.
 /// @param name what the log calls the file, such as "originals file"
-/// @param alter alters the record that it is given, an empty one if the file holds none that can be
-///              used, and says what is to become of the file. May be called several times.
-/// @return what was to become of the file
+/// @param alter alters the record that it is given (an empty one if the file holds no usable
+///              record) and returns what to do with the file. May be called several times.
+/// @return what `alter` returned last
 template <typename Record, typename Alter>
 files::Change::Kind update(const std::string& path, const Expectation& expected,
                            const std::string& name, Alter alter) {

@@ -17,8 +17,8 @@ void sleepFor(double seconds) {
     struct timespec left {};
     left.tv_sec = static_cast<time_t>(whole);
     left.tv_nsec = static_cast<long>((seconds - whole) * nanosecondsPerSecond);
-    // After an interruption `left` holds what remains of the time. Signals without end, each before
-    // any of it has passed, must not keep the restore from going on.
+    // After an interruption `left` holds the remaining time. An endless stream of signals must not
+    // keep the restore from going on.
     for (int interruptions = 0; interruptions < maximumInterruptions; ++interruptions) {
         if (::nanosleep(&left, &left) == 0 || errno != EINTR) {
             return;

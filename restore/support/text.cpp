@@ -22,15 +22,15 @@ constexpr std::array<std::string_view, 25> whitespace{
     "\xE3\x80\x80",
 };
 
-/// The length of the blank that the text has, as `has` tells; 0 if it has none.
+/// The length of the blank for which `has` is true; 0 if there is none.
 template <typename Has>
 std::size_t blank(Has has) {
     const auto found = std::ranges::find_if(whitespace, has);
     return found == whitespace.end() ? 0 : found->size();
 }
 
-/// What is not shown as it is in a quoted text, and what is shown instead. Line ends that are not
-/// ASCII are here, too: whoever reads the log may break lines at them.
+/// What is escaped in quoted text, and how. This includes line ends that are not ASCII, because a
+/// reader of the log may break lines at them.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 8> escapes{{
     {"\"", "\\\""},
     {"\\", "\\\\"},
@@ -64,8 +64,8 @@ std::string inQuotes(std::string_view value) {
     return result + "\"";
 }
 
-/// Of a character in UTF-8 that begins with a byte from `first` to `last`: how many bytes follow,
-/// and between what the first of them lies. The others lie between 0x80 and 0xBF.
+/// How many bytes follow a first byte between `first` and `last` in UTF-8, and the range of the
+/// second byte. The others lie between 0x80 and 0xBF.
 struct Sequence {
     unsigned char first;
     unsigned char last;
@@ -84,7 +84,7 @@ constexpr std::array<Sequence, 8> sequences{{
     {0xF4, 0xF4, 3, 0x80, 0x8F},  // not beyond U+10FFFF
 }};
 
-/// Where the ASCII characters from `start` on end.
+/// The end of the ASCII characters that begin at `start`.
 std::size_t endOfASCII(std::string_view bytes, std::size_t start) {
     constexpr std::uint64_t highBits = 0x8080808080808080;
     std::uint64_t eight = 0;

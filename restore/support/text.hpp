@@ -13,7 +13,7 @@ namespace tolvaran::text {
 /// with blanks on the left).
 std::string fixed(double value, int decimals, int width = 0);
 
-/// Where the first byte stands that makes `bytes` invalid as UTF-8, or the end if the last
+/// The position of the first byte that makes `bytes` invalid as UTF-8, or the end if the last
 /// character is cut off; npos if all of it is valid.
 std::size_t findInvalidUTF8(std::string_view bytes);
 inline bool isUTF8(std::string_view bytes) {
@@ -25,7 +25,7 @@ inline bool isUTF8(std::string_view bytes) {
 /// or \u{2028}.
 std::string describe(const std::map<std::string, std::string>& mapping);
 
-/// `value` without white space and line ends on either side.
+/// `value` without white space and line ends at either end.
 std::string_view trimmed(std::string_view value);
 
 /// ASCII letters changed to the other case; other bytes stay.

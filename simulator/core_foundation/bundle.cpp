@@ -1,5 +1,5 @@
-// CFBundle and CFURL, enough for a process to ask where its bundles lie. Bundles and the list of
-// them belong to the system; one that was returned stays valid when the paths change.
+// CFBundle and CFURL, enough for a process to ask where its bundles are. Bundles and the list of
+// them belong to the system; a returned one stays valid when the paths change.
 
 #include <cstring>
 #include <map>

@@ -1,5 +1,5 @@
-// Making containers and data from C++ values, for the parts of the simulator that hand them out.
-// Unlike Core Foundation's own functions these meet no fault.
+// Makes containers and data from C++ values, for the parts of the simulator that return them.
+// Unlike Core Foundation's own functions these meet no faults.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

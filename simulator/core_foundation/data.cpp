@@ -4,7 +4,6 @@
 
 #include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/object.hpp"
-#include "simulator/faults/faults.hpp"
 
 namespace simulator::cf {
 namespace {
@@ -39,9 +38,6 @@ CFTypeID CFDataGetTypeID() {
 }
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
-    if (simulator::beginCall("CFDataCreate").isNull()) {
-        return nullptr;
-    }
     return cf::createData({reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length)});
 }
 

@@ -26,7 +26,7 @@ constexpr CFTimeInterval kCFAbsoluteTimeIntervalSince1970 = 978307200.0;
 
 CFAbsoluteTime CFAbsoluteTimeGetCurrent() {
     constexpr auto reference = static_cast<std::int64_t>(kCFAbsoluteTimeIntervalSince1970);
-    // Subtracted while still whole, for a double holds no date of today to the nanosecond.
+    // Subtracted as an integer, since a double cannot hold today's date to the nanosecond.
     const std::int64_t sinceReference =
         simulator::clock::date() - reference * simulator::clock::second;
     const simulator::CallFault fault = simulator::beginCall("CFAbsoluteTimeGetCurrent");

@@ -1,5 +1,5 @@
-// CFDictionary, immutable and mutable. Small and searched from the front, so that its order is
-// that of putting in and every run is the same.
+// CFDictionary, immutable and mutable. It is small and searched from the front, so its order is the
+// order of insertion and every run is the same.
 
 #include <algorithm>
 #include <vector>
@@ -131,15 +131,6 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
         }
     }
     return static_cast<CFDictionaryRef>(cf::create(CFDictionaryGetTypeID(), std::move(dictionary)));
-}
-
-CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
-                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
-                                                 const CFDictionaryValueCallBacks* valueCallBacks) {
-    if (simulator::beginCall("CFDictionaryCreateMutable").isNull()) {
-        return nullptr;
-    }
-    return cf::createMutable(keyCallBacks, valueCallBacks);
 }
 
 void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {

@@ -21,7 +21,7 @@ bool isTagged(const json& value, const char* key) {
 }
 
 CFTypeRef createInteger(const json& value) {
-    // Beyond 63 bits JSON's integers are unsigned; a number object holds them as doubles.
+    // Above 63 bits JSON's integers are unsigned; a number object holds them as doubles.
     constexpr auto limit = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     if (value.is_number_unsigned() && value.get<std::uint64_t>() > limit) {
         return createNumber(value.get<double>());

@@ -1,6 +1,5 @@
-// Property lists between their two forms: JSON in the simulated machine, Core Foundation objects
-// at the interface. Used wherever the machine hands values out or takes them in: preferences, the
-// registry, notifications.
+// Converts property lists between their two forms: JSON in the simulated machine, Core Foundation
+// objects at the interface. Used for preferences, the registry and notifications.
 //
 // Strings, booleans, integers, fractions, lists and objects stand for themselves. Data and dates
 // have no JSON form, so they are written as objects with one key: {"$data": BASE64} and

@@ -1,5 +1,5 @@
-// CFNotificationCenter: the distributed center, on which the system under test only posts. What is
-// posted enters both the list of notifications and the list of calls.
+// CFNotificationCenter: the distributed center, to which the system under test only posts. Posts
+// are recorded both as notifications and as calls.
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"

@@ -1,4 +1,4 @@
-// CFNumber: a 64-bit integer or a double, and the type it was made as.
+// CFNumber: a 64-bit integer or a double, and the type it was created with.
 
 #include <array>
 #include <cmath>
@@ -47,7 +47,7 @@ struct Number final : Value {
         }
         const Number& whole = isFloat(type) ? number : *this;
         const Number& fraction = isFloat(type) ? *this : number;
-        // Converting the integer might round it to the fraction; converting it back shows.
+        // Converting the integer might round it to the fraction; converting back reveals that.
         return static_cast<double>(whole.integer) == fraction.real &&
                std::abs(fraction.real) < 9223372036854775808.0 &&
                static_cast<std::int64_t>(fraction.real) == whole.integer;
@@ -84,8 +84,8 @@ void store(void* to, T value) {
     }
 }
 
-/// Whether a number is taken for an unsigned one of 8 or 16 bits, whose bits these types give
-/// without complaint: 255 is -1 of 8 bits.
+/// Whether the number is unsigned and fits in 8 or 16 bits, which these types return without
+/// complaint: 255 is -1 in 8 bits.
 template <typename Integer>
 bool isUnsignedInDisguise(std::int64_t number) {
     constexpr std::uint64_t greatest = std::numeric_limits<std::make_unsigned_t<Integer>>::max();
@@ -126,12 +126,12 @@ bool storeReal(const Number& number, void* to) {
     if (isFloat(number.type)) {
         const auto value = static_cast<Real>(number.real);
         store(to, value);
-        // Every NaN is kept as a double, and equals nothing, not even itself on the way back.
+        // Every NaN is kept as a double and equals nothing, not even itself when converted back.
         return std::is_same_v<Real, double> || static_cast<double>(value) == number.real;
     }
     const auto value = static_cast<Real>(number.integer);
     store(to, value);
-    // 2^63 as a floating-point value has no way back.
+    // 2^63 as a floating-point value cannot be converted back.
     return value < static_cast<Real>(9223372036854775808.0) &&
            static_cast<std::int64_t>(value) == number.integer;
 }

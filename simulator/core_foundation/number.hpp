@@ -1,4 +1,4 @@
-// Making numbers from C++ values; for the parts of the simulator that hand numbers out.
+// Makes numbers from C++ values, for the parts of the simulator that return them.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -12,8 +12,7 @@ namespace {
 constexpr std::uint64_t aliveMark = 0x5461726765743f21;
 constexpr std::uint64_t deadMark = 0x476f6e6547306e65;
 
-// What a reference points to. It outlives its value, so that a reference used too late is told
-// from a good one.
+// What a reference points to. It outlives its value, so that a reference used too late is detected.
 struct Object {
     std::uint64_t mark = aliveMark;
     CFTypeID type = 0;
@@ -22,7 +21,7 @@ struct Object {
     std::unique_ptr<Value> value;
 };
 
-// How many of the objects freed last are remembered.
+// How many of the most recently freed objects are remembered.
 constexpr std::size_t graveyardLimit = 65536;
 
 struct Heap {
@@ -45,15 +44,15 @@ Object& objectOf(CFTypeRef reference, std::string_view function) {
         misuse(function, "the reference is null");
     }
     if (reinterpret_cast<std::uintptr_t>(reference) % alignof(Object) != 0) {
-        misuse(function, "the reference is to no Core Foundation object");
+        misuse(function, "the reference is not to a Core Foundation object");
     }
     auto* const object = static_cast<Object*>(const_cast<void*>(reference));
     if (object->mark == deadMark) {
         misuse(function,
-               "the " + nameOf(object->type) + " is gone: its last reference was given up");
+               "the " + nameOf(object->type) + " is gone: its last reference was released");
     }
     if (object->mark != aliveMark) {
-        misuse(function, "the reference is to no Core Foundation object");
+        misuse(function, "the reference is not to a Core Foundation object");
     }
     return *object;
 }

@@ -1,11 +1,11 @@
-// Core Foundation objects as the simulator holds them: a counted header that every reference
-// points to, and a value behind it whose C++ type is the object's type. A new type of object is a
-// struct derived from Value and a type identifier from newType(); everything else (counting,
-// detecting a reference that was given up too often, equality) works for all alike.
+// Core Foundation objects as the simulator holds them: a counted header that every reference points
+// to, and a value behind it whose C++ type is the object's type. A new type of object is a struct
+// derived from Value and a type identifier from newType(); everything else (counting, detecting a
+// reference that was released too often, equality) works for all alike.
 //
-// Misuse aborts with a message on standard error that names what was done: a null or foreign
-// reference, an object used or released after its last reference was given up, an object of
-// another type than the function takes.
+// Misuse aborts with a message on standard error that says what was done: a null or foreign
+// reference, an object used or released after its last reference was released, or an object of the
+// wrong type.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -18,7 +18,7 @@
 
 namespace simulator::cf {
 
-/// What an object holds. The destructor gives up the references that the value owns.
+/// What an object holds. The destructor releases the references that the value owns.
 struct Value {
     Value() = default;
     Value(const Value&) = delete;
@@ -39,11 +39,12 @@ CFTypeID newType(std::string name);
 /// A new object with one reference, which the caller owns.
 CFTypeRef create(CFTypeID type, std::unique_ptr<Value> value);
 
-/// A new object that lives for ever: references to it are not counted, and neither is it in
-/// simulator::liveObjects().
+/// A new object that lives forever: neither its references nor, in simulator::liveObjects(), itself
+/// are counted.
 CFTypeRef createConstant(CFTypeID type, std::unique_ptr<Value> value);
 
-/// Makes an object live for ever, like one from createConstant(). Its references stop counting.
+/// Makes an object live forever, like one from createConstant(). Its references are no longer
+/// counted.
 void makeConstant(CFTypeRef object);
 
 /// The value of an object; aborts in the name of `function` unless it is a live object of `type`.
@@ -55,12 +56,12 @@ std::size_t liveObjects();
 /// Writes "simulator: " and the message to standard error, and aborts.
 [[noreturn]] void misuse(std::string_view function, std::string_view what);
 
-/// One reference to an object, given up at the end.
+/// Owns one reference to an object.
 template <typename Reference>
 class Owned {
   public:
     Owned() = default;
-    /// Takes over a reference that the caller owns, or null.
+    /// Takes ownership of a reference, or null.
     explicit Owned(Reference reference) : reference_(reference) {}
     Owned(Owned&& other) noexcept : reference_(std::exchange(other.reference_, nullptr)) {}
     Owned& operator=(Owned other) noexcept {

@@ -1,9 +1,9 @@
-// CFPreferences over the machine's preferences, which are those of the current user on any host.
+// CFPreferences for the machine's preferences, which are those of the current user on any host.
 // Other users and the current host have none: reading there finds nothing, writing has no effect.
 // kCFPreferencesAnyApplication is the machine's domain "global".
 //
-// The list of calls shows writing and synchronising, with the names of domain, user and host as
-// they were given ("com.apple.dock", "kCFPreferencesAnyApplication").
+// Writing and synchronising are recorded as calls, with domain, user and host as they were given
+// ("com.apple.dock", "kCFPreferencesAnyApplication").
 
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/object.hpp"
@@ -32,7 +32,7 @@ std::string domain(CFStringRef applicationID) {
                                                                      : cf::text(applicationID);
 }
 
-void store(const std::string& domainName, const std::string& key, const nlohmann::json& value) {
+void setValue(const std::string& domainName, const std::string& key, const nlohmann::json& value) {
     auto& preferences = simulator::mac().preferences;
     if (!value.is_null()) {
         preferences[domainName][key] = value;
@@ -72,7 +72,7 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
         cf::misuse(function, "the value is not a property list");
     }
     if (simulator::beginCall(function).performs && isSimulated(userName, hostName)) {
-        store(domain(applicationID), cf::text(key), plain);
+        setValue(domain(applicationID), cf::text(key), plain);
     }
     simulator::recordCall(
         function,

@@ -1,4 +1,4 @@
-// CFString: text as UTF-16, as its lengths and ranges count it.
+// CFString: text as UTF-16, which is what its lengths and ranges count.
 
 #include <map>
 
@@ -43,14 +43,14 @@ CFStringRef createFromBytes(std::string_view function, std::string_view bytes,
         return nullptr;
     }
     if (encoding == kCFStringEncodingASCII) {
-        // Bytes above 0x7F stand for the code points of their values.
+        // Bytes above 0x7F stand for the code points with the same values.
         std::u16string text;
         for (const char byte : bytes) {
             text.push_back(static_cast<unsigned char>(byte));
         }
         return createFromUnits(std::move(text));
     }
-    // A byte order mark at the beginning is left out, in an external representation or not.
+    // A leading byte order mark is dropped, in an external representation or not.
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (bytes.starts_with(byteOrderMark)) {
         bytes.remove_prefix(byteOrderMark.size());
@@ -72,7 +72,7 @@ struct Conversion {
     std::string bytes;
 };
 
-/// Converts until the text ends, `limit` bytes are full, or something has no form.
+/// Converts until the text ends, `limit` bytes are full, or something cannot be encoded.
 Conversion convert(std::u16string_view text, CFStringEncoding encoding, std::size_t limit) {
     Conversion result;
     while (result.unitsConverted < text.size()) {
@@ -134,10 +134,6 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
     return cf::createFromBytes("CFStringCreateWithBytes", text, encoding);
 }
 
-CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* cStr, CFStringEncoding encoding) {
-    return cf::createFromBytes("CFStringCreateWithCString", cStr, encoding);
-}
-
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
     return cf::createFromUnits(std::u16string(chars, chars + numChars));
 }
@@ -152,9 +148,9 @@ CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding 
     constexpr std::string_view function = "CFStringGetBytes";
     const std::u16string_view all = cf::units(theString, function);
     cf::requireEncoding(encoding, function);
-    // In UTF-8 only a lone surrogate has no form, and Apple's loss byte does not replace it.
+    // In UTF-8 only a lone surrogate cannot be encoded, and Apple's loss byte does not replace it.
     if (lossByte != 0 && encoding != kCFStringEncodingUTF8) {
-        cf::misuse(function, "the simulator replaces nothing by a loss byte");
+        cf::misuse(function, "the simulator does not support loss bytes");
     }
     const auto start = static_cast<std::size_t>(range.location);
     const auto length = static_cast<std::size_t>(range.length);
@@ -187,9 +183,4 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
     result.bytes.copy(buffer, result.bytes.size());
     buffer[result.bytes.size()] = '\0';
     return true;
-}
-
-CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
-    cf::requireEncoding(encoding, "CFStringGetMaximumSizeForEncoding");
-    return encoding == kCFStringEncodingUTF8 ? length * 3 : length;
 }

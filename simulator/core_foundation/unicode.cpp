@@ -5,7 +5,7 @@
 namespace simulator::cf {
 namespace {
 
-// How a sequence of so many bytes begins, and the least code point that needs so many.
+// How a sequence of this many bytes begins, and the least code point that needs so many.
 struct Form {
     unsigned char mask;
     unsigned char lead;
@@ -19,7 +19,7 @@ constexpr std::array<Form, 4> forms{{
 }};
 
 // Core Foundation refuses bytes that are not UTF-8, with one exception for old applications: the
-// copyright sign of other encodings.
+// copyright sign in other encodings.
 constexpr unsigned char strayCopyrightSign = 0xA9;
 constexpr char32_t replacementCharacter = 0xFFFD;
 
@@ -27,7 +27,7 @@ constexpr bool isSurrogate(char32_t value) {
     return value >= 0xD800 && value <= 0xDFFF;
 }
 
-/// The code point at the start of `bytes`, which are shortened by it.
+/// Removes the first code point from `bytes` and returns it.
 std::optional<char32_t> take(std::string_view& bytes) {
     const auto lead = static_cast<unsigned char>(bytes.front());
     if (lead == strayCopyrightSign) {

@@ -1,4 +1,4 @@
-// UTF-8 and UTF-16, strictly: no overlong forms, nothing above U+10FFFF, no encoded surrogates.
+// Strict UTF-8 and UTF-16: no overlong forms, nothing above U+10FFFF, no encoded surrogates.
 #pragma once
 
 #include <optional>

@@ -58,14 +58,14 @@ int digit(char c) {
     return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
 }
 
-/// The byte of two digits; 0 if one of them is not a digit.
+/// The byte that two digits give; 0 if either is not a digit.
 std::uint8_t pair(char high, char low) {
     const bool areDigits = hexadecimalDigits.find(high) != std::string_view::npos &&
                            hexadecimalDigits.find(low) != std::string_view::npos;
     return areDigits ? static_cast<std::uint8_t>(digit(high) * 16 + digit(low)) : 0;
 }
 
-/// Reads as a Mac does, which refuses nothing: what comes before the first digit is skipped, and a
+/// Reads as a Mac does, which refuses nothing: it skips what comes before the first digit, and a
 /// byte that is not written as two digits is 0.
 CFUUIDRef createFromText(std::string_view text) {
     constexpr std::size_t mostRead = 100;
@@ -77,7 +77,7 @@ CFUUIDRef createFromText(std::string_view text) {
             bytes[index] = pair(text[at], text[at + 1]);
             at += 2;
         }
-        // One character stands between two groups, whichever it is.
+        // Any one character separates two groups.
         at += index == 3 || index == 5 || index == 7 || index == 9 ? 1 : 0;
     }
     return createFromBytes(bytes);

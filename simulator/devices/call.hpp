@@ -1,5 +1,5 @@
 // How the functions of the devices are written: each is one performCall() or one recordedCall()
-// around what the function does when no fault keeps it from doing so.
+// around what the function does unless a fault prevents it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -13,7 +13,7 @@
 namespace simulator::devices {
 
 /// Performs one call of `function`, whose effect and own result are `body()`.
-/// @return what the call returns: the forced result where a fault sets one, else the body's; a
+/// @return what the call returns: the forced result if a fault sets one, else the body's; a
 ///         value-initialised one (success, false, null) if a fault keeps the body from running
 template <typename Body>
 auto performCall(std::string_view function, Body body) -> decltype(body()) {
@@ -29,8 +29,7 @@ auto performCall(std::string_view function, Body body) -> decltype(body()) {
 }
 
 /// Performs and records one call of a function that belongs in the list of calls. `body` takes the
-/// fault, and
-/// returns a value that JSON can hold; `args` is a JSON array.
+/// fault and returns a value that JSON can hold; `args` is a JSON array.
 template <typename Body>
 auto recordedCall(std::string_view function, nlohmann::json args, Body body)
     -> decltype(body(std::declval<const CallFault&>())) {

@@ -20,8 +20,8 @@ struct StagedChanges {
 
 struct Configurations {
     std::map<CGDisplayConfigRef, StagedChanges> open;
-    // A handle is the address of one of these. They are kept for good, so that no address comes
-    // again and a handle used after its end is always noticed.
+    // A handle is the address of one of these. They are never freed, so no address is reused and a
+    // handle used too late is always noticed.
     std::deque<char> handles;
 };
 
@@ -30,8 +30,8 @@ Configurations& configurations() {
     return all;
 }
 
-/// Where changes of this display are collected; null if the configuration is not open or the
-/// display not active.
+/// Collects this display's changes; null if the configuration is not open or the display not
+/// active.
 StagedChanges* stagedFor(CGDisplayConfigRef config, CGDirectDisplayID display) {
     const auto found = configurations().open.find(config);
     return found == configurations().open.end() || findDisplay(display) == nullptr ? nullptr
@@ -50,7 +50,7 @@ bool isSupported(const StagedChanges& changes) {
     });
 }
 
-void apply(const StagedChanges& changes) {
+void makeChanges(const StagedChanges& changes) {
     for (const auto& [id, number] : changes.modes) {
         if (Display* const display = findDisplay(id)) {
             const DisplayMode& mode = *findMode(*display, number);
@@ -69,7 +69,7 @@ CGError complete(const StagedChanges& changes) {
     if (!isSupported(changes)) {
         return kCGErrorIllegalArgument;
     }
-    changeDisplays([&](Machine&) { apply(changes); });
+    changeDisplays([&](Machine&) { makeChanges(changes); });
     return kCGErrorSuccess;
 }
 

@@ -1,10 +1,10 @@
-// Display configurations: changes that are collected from CGBeginDisplayConfiguration() on and
-// show only once they are completed. A configuration that is cancelled, or never completed, leaves
-// no trace but itself: openConfigurations() in simulator.hpp counts those still open.
+// Display configurations: changes that are collected from CGBeginDisplayConfiguration() on and take
+// effect only on completion. A configuration that is cancelled or never completed changes nothing;
+// openConfigurations() in simulator.hpp counts those still open.
 //
-// What is completed is exactly what shows: displays stand where they were asked to, even if they
-// then overlap or touch nothing. A Mac's window server moves them until there are neither gaps nor
-// overlaps, so that what it shows may differ from what it reported success for.
+// A completed configuration takes effect exactly as asked for, even if displays then overlap or
+// touch nothing. A Mac's window server moves them until there are neither gaps nor overlaps, so the
+// result may differ from what it reported success for.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -13,8 +13,8 @@
 
 namespace simulator::devices {
 
-/// Adds a mode change to an open configuration. Whether the display has such a mode is only looked
-/// at on completion.
+/// Adds a mode change to an open configuration. Whether the display has such a mode is checked only
+/// on completion.
 /// @return kCGErrorIllegalArgument if the configuration is not open or the display not active
 CGError stageMode(CGDisplayConfigRef config, CGDirectDisplayID display, std::int32_t modeNumber);
 

@@ -2,9 +2,9 @@
 // CGSGetDisplayModeDescriptionOfLength(), CGSGetCurrentDisplayMode() and CGSConfigureDisplayMode(),
 // which the product declares for itself and links directly.
 //
-// A call about a display that is not active, or an index that the display does not have, returns
+// A call for a display that is not active, or for an index that the display does not have, returns
 // an error and leaves the caller's memory alone. A record is filled as the window server does it:
-// only the bytes of the fields that it knows are written.
+// only the bytes of the known fields are written.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -14,7 +14,7 @@
 namespace simulator::devices {
 
 /// Makes the window server claim this number of modes for the display, whatever it lists: fewer,
-/// more, none, or a nonsensical number. reset() ends it.
+/// more, none, or an absurd number. reset() ends it.
 void claimModeCount(CGDirectDisplayID display, std::int32_t count);
 
 }  // namespace simulator::devices

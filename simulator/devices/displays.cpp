@@ -24,7 +24,7 @@ void requireActive(CGDirectDisplayID id) {
     }
 }
 
-/// What a query about one display answers: the field's value, or zero for a display that is gone.
+/// The answer to a query about one display: the field's value, or zero for a display that is gone.
 template <typename Value>
 Value fieldOf(CGDirectDisplayID id, Value Display::*field) {
     const Display* const display = findDisplay(id);

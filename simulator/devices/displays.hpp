@@ -1,6 +1,6 @@
-// What happens to the displays from outside: what a user does at the desk, and what other programs
-// do to the arrangement. The scenario player and tests call these. Each queues the
-// reconfiguration callbacks that follow (reconfiguration.hpp).
+// Changes of the displays from outside: by a user at the desk, or by other programs. The scenario
+// player and tests call these. Each queues the reconfiguration callbacks that follow
+// (reconfiguration.hpp).
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

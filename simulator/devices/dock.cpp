@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::int32_t cornerCount = 4;
 
-// The functions of HIServices. They keep internal linkage, so that only a look-up reaches them.
+// The functions of HIServices. They have internal linkage, so that only a look-up reaches them.
 
 void CoreDockGetExposeCornerActionsWithModifiers(std::int32_t* actions, std::int32_t* modifiers) {
     recordedCall(__func__, nlohmann::json::array(), [&](const CallFault&) {

@@ -1,8 +1,7 @@
 // The Dock: its auto-hide switch, which is linked, and the live hot corners behind HIServices'
 // functions, found at run time (platform/private_interfaces.hpp has their types).
 //
-// The Dock takes its corners only from the setter; preferences written behind its back do not
-// change them.
+// The Dock takes its corners only from the setter; writing preferences does not change them.
 #pragma once
 
 namespace simulator::devices {

@@ -32,20 +32,12 @@ CGFloat CGRectGetMinX(CGRect rect) {
     return CGRectStandardize(rect).origin.x;
 }
 
-CGFloat CGRectGetMidX(CGRect rect) {
-    return rect.origin.x + rect.size.width / 2;
-}
-
 CGFloat CGRectGetMaxX(CGRect rect) {
     return CGRectGetMinX(rect) + CGRectGetWidth(rect);
 }
 
 CGFloat CGRectGetMinY(CGRect rect) {
     return CGRectStandardize(rect).origin.y;
-}
-
-CGFloat CGRectGetMidY(CGRect rect) {
-    return rect.origin.y + rect.size.height / 2;
 }
 
 CGFloat CGRectGetMaxY(CGRect rect) {

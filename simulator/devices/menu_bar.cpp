@@ -18,10 +18,10 @@ using namespace simulator::devices;
 
 namespace {
 
-// Any number will do; an unusual one stands out where it does not belong.
+// Any number will do; an unusual one is easy to spot where it does not belong.
 constexpr std::int32_t mainConnection = 0x6B3F;
 
-/// An override that was accepted but shows only after some more reads.
+/// An accepted override that shows only after some more reads.
 struct HiddenOverride {
     bool value;
     std::int64_t readsLeft;
@@ -81,7 +81,7 @@ CGError setAutohide(std::int32_t connection, bool enabled) {
     return kCGErrorSuccess;
 }
 
-// The functions of SkyLight. They keep internal linkage, so that only a look-up reaches them.
+// The functions of SkyLight. They have internal linkage, so that only a look-up reaches them.
 
 std::int32_t SLSGetMenuBarAutohideEnabled(std::int32_t connection, Boolean* enabled) {
     return performCall(__func__, [&]() -> std::int32_t {

@@ -1,4 +1,4 @@
-// Offering the devices' own functions for look-up at run time.
+// Registers the devices' own functions for look-up at run time.
 #pragma once
 
 #include <type_traits>

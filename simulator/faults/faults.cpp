@@ -42,7 +42,7 @@ State& state() {
 
 const OnReset clearFaultsAndHooks([] { state() = {}; });
 
-/// How many read-backs a new value stays hidden from; 0 if the fault does not say.
+/// From how many read-backs a new value stays hidden; 0 if the fault does not say.
 std::int64_t readDelay(const JsonReader& fault, const std::string& call) {
     const auto delay = fault.find("delayReads");
     if (delay && call != "SLSSetMenuBarVisibilityOverrideOnDisplay") {
@@ -87,7 +87,7 @@ void runHooks(std::string_view function) {
     }
 }
 
-/// The fault that a test decides on for this call, if it does.
+/// The fault that a test decides on for this call, if any.
 std::optional<CallFault> decided(std::string_view function) {
     if (!state().decide) {
         return std::nullopt;

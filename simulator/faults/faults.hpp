@@ -17,7 +17,7 @@ struct CallFault {
     bool performs = true;  // whether the call has its effect
     // What it returns instead of its own result, of the function's type (outside_calls.hpp).
     std::optional<nlohmann::json> forcedResult;
-    std::int64_t delayReads = 0;  // how many read-backs the new value stays hidden from
+    std::int64_t delayReads = 0;  // from how many read-backs the new value stays hidden
 
     /// The forced result as the function's own type, or `own` if none is forced.
     template <typename Result>
@@ -38,16 +38,16 @@ struct CallFault {
 
 /// Runs the work that onCall() has set for this function, counts the call and looks up its fault.
 /// @param function the plain C name
-/// @param subject  the path or name that the call is about, for callSubject(); empty for most calls
+/// @param subject  the path or name that the call concerns, for callSubject(); empty for most calls
 CallFault beginCall(std::string_view function, std::string_view subject = {});
 
-/// Adds the fault that stands at this place of a document.
+/// Adds the fault described at this place of a document.
 /// @throws std::invalid_argument naming the key that is wrong
 void addFaultAt(const JsonReader& place);
-/// Throws as addFaultAt() does, but adds nothing.
+/// Checks a fault: throws as addFaultAt() does, but adds nothing.
 void checkFault(const JsonReader& place);
 
-/// Whether any fault, hook or decision is set; without one, no call need be looked at closely.
+/// Whether any fault, hook or decision is set; if not, calls need no closer look.
 bool callsAreWatched();
 
 }  // namespace simulator

@@ -43,10 +43,10 @@ json boolean(const JsonReader& result) {
 }
 
 json nothing(const JsonReader& result) {
-    result.fail("must be left out, for the function returns nothing that a fault can choose");
+    result.fail("must be left out: the function returns nothing that a fault can choose");
 }
 
-/// Of a function whose other results cannot be written down.
+/// For a function whose other results cannot be written down.
 json null(const JsonReader& result) {
     if (!result.isNull() && result.value() != 0 && result.value() != false) {
         result.fail("must be null");
@@ -128,7 +128,7 @@ Forms results(const Forms& values) {
     return all;
 }
 
-/// Failures that are reported although the call has done its work.
+/// Failures that are reported although the call has had its effect.
 Forms resultsAfterEffect(const Forms& values) {
     Forms all;
     for (const json& value : values) {
@@ -145,7 +145,7 @@ Forms errorsAfterEffect(const std::vector<std::string>& names) {
     return resultsAfterEffect(Forms(names.begin(), names.end()));
 }
 
-/// A read or write that moves only so many bytes.
+/// A read or write that moves only this many bytes.
 Forms shortTransfers(const std::vector<int>& sizes) {
     Forms all;
     for (const int size : sizes) {

@@ -1,4 +1,4 @@
-// The functions of the outside whose calls faults can meet: what each returns, and how it can fail.
+// The outside functions whose calls can meet faults: what each returns, and how it can fail.
 // outside_calls.def is the table. Faults, the fault tests and the fuzzer read it here.
 #pragma once
 
@@ -13,9 +13,9 @@ namespace simulator {
 /// Whether a fault can meet calls of this function (its plain C name).
 bool canFail(const std::string& function);
 
-/// Reads a fault's result in the form that the function finds in its CallFault, whatever form it
-/// was written in: a boolean for a function that returns one, though it may be written 0 or 1; a
-/// number that fits; the number of an error for a call about files.
+/// Reads a fault's result and converts it to the form that the function finds in its CallFault: a
+/// boolean for a function that returns one, even if written as 0 or 1; a number that fits; the
+/// error number for a call on files.
 /// @param function one that can fail
 /// @throws std::invalid_argument naming the key, if the function cannot return this
 nlohmann::json readFaultResult(const std::string& function, const JsonReader& result);

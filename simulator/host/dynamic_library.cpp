@@ -112,7 +112,7 @@ void* __wrap_dlopen(const char* path, int mode) {
     return library;
 }
 
-// Where a sanitizer is linked statically, its start-up comes here before it can check anything.
+// A statically linked sanitizer calls this while it starts, before it can check anything.
 __attribute__((no_sanitize("address", "undefined"))) void* __wrap_dlsym(void* handle,
                                                                         const char* name) {
     return handle == RTLD_NEXT ? __real_dlsym(handle, name) : simulator::look(handle, name);

@@ -1,20 +1,19 @@
-// The two libraries that a Mac offers for loading at run time, SkyLight and HIServices. dlopen,
-// dlsym and dlclose reach this through the linker; they serve these two from the functions
-// registered here and everything else from the host.
+// The two libraries that a Mac has for loading at run time, SkyLight and HIServices. The linker
+// redirects dlopen, dlsym and dlclose to here; they serve these two from the functions registered
+// here and everything else from the host.
 //
-// A library opens under its full path in /System/Library, unless its name is among the machine's
-// `unavailable`. A symbol is found through its library's handle, and HIServices's
-// symbols, which the system has linked already, through RTLD_DEFAULT as well, unless its name or
-// its library's is among the machine's `unavailable`. A handle is valid from dlopen until
-// it has been closed as often as it was opened.
+// A library opens under its full path in /System/Library, unless its name is in the machine's
+// `unavailable`. A symbol is found through its library's handle, and those of HIServices, which
+// every process has loaded, also through RTLD_DEFAULT, unless its own or its library's name is in
+// `unavailable`. A handle is valid until it has been closed as often as it was opened.
 #pragma once
 
 #include <string>
 
 namespace simulator {
 
-/// Offers `function` as `name` in the library ("SkyLight" or "HIServices"), for the whole run of
-/// the program. Offering a name again replaces its function.
+/// Registers `function` as `name` in the library ("SkyLight" or "HIServices"), for the whole run of
+/// the program. Registering a name again replaces its function.
 void registerSymbol(const std::string& library, const std::string& name, void* function);
 
 /// Whether `name` is one of the two libraries or a symbol registered in one.

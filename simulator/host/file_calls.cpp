@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 
 struct State {
     std::vector<std::string> exposed;
-    std::map<int, std::string> open;  // the paths of what redirected calls have opened
+    std::map<int, std::string> open;  // the paths that redirected calls have opened
     std::optional<pid_t> processID;
     StandardErrorSink standardError;
     std::function<void(const FileCall&)> observe;
@@ -45,7 +45,7 @@ const OnReset forgetSettings([] {
     state().processID.reset();
 });
 
-/// Whether the path names its file in one way only: from the root, without detours.
+/// Whether the path is absolute and has no "." or ".." or empty component.
 bool isNormal(std::string_view path) {
     const auto has = [&](std::string_view part) { return path.find(part) != path.npos; };
     return path.starts_with('/') && !has("//") && !has("/./") && !has("/../") &&
@@ -97,7 +97,7 @@ bool isExposed(std::string_view path) {
                        [&](const std::string& directory) { return isBelow(path, directory); });
 }
 
-/// The path that a call is about, when faults may meet it; none is set in nearly every call.
+/// The path that a call concerns, if faults may meet it; none for nearly every call.
 using Subject = std::optional<std::string>;
 
 Subject subject(const char* path) {
@@ -118,18 +118,18 @@ Subject subject(DIR* directory) {
     return callsAreWatched() ? subject(dirfd(directory)) : std::nullopt;
 }
 
-/// Of a call with two paths, the new one: it says what the call is for.
+/// For a call with two paths the new one, which says what the call is for.
 Subject subject(const char* from, const char* to) {
     const Subject target = subject(to);
     return target || !subject(from) ? target : Subject(to);
 }
 
-/// Of a call that is about no file.
+/// For a call that concerns no file.
 Subject nothing() {
     return callsAreWatched() ? Subject("") : std::nullopt;
 }
 
-/// Performs a call as `fault` says. `failed` is what it returns if it fails, `idle()` if the fault
+/// Performs a call as `fault` says. It returns `failed` if it fails, and `idle()` if the fault
 /// makes it report success without doing anything.
 /// @param error errno before the call
 template <typename Result, typename Idle, typename Body>
@@ -162,8 +162,7 @@ int call(std::string_view function, const Subject& subject, Body body) {
         function, subject, -1, [] { return 0; }, body);
 }
 
-/// A read or write; a fault may let only its first few bytes through.
-/// `body(size)` performs it.
+/// A read or write, performed by `body(size)`; a fault may let only its first few bytes through.
 template <typename Idle, typename Body>
 ssize_t transfer(std::string_view function, const Subject& subject, size_t size, Idle idle,
                  Body body) {
@@ -179,7 +178,7 @@ ssize_t transfer(std::string_view function, const Subject& subject, size_t size,
     return conclude<ssize_t>(fault, error, -1, idle, [&] { return body(size); });
 }
 
-/// The host's result, after showing the call to the observer unless it failed.
+/// Shows the call to the observer unless it failed, and returns the host's result.
 template <typename Result>
 Result shown(FileCall call, Result result) {
     if (result >= 0 && state().observe) {
@@ -191,7 +190,7 @@ Result shown(FileCall call, Result result) {
     return result;
 }
 
-/// A descriptor, or a failure to open one: what is now open there.
+/// Notes what a new descriptor has opened, unless opening failed.
 int opened(const char* path, int descriptor) {
     if (descriptor >= 0) {
         const int error = errno;
@@ -222,8 +221,8 @@ int openNothing() {
     return __real_open("/dev/null", O_RDWR | O_CLOEXEC);
 }
 
-/// A simulated Mac's files need not outlive a power cut of the host, and the host's disk would take
-/// most of the time of every run.
+/// A simulated Mac's files need not survive a power cut of the host, and flushing to the host's
+/// disk would take most of the time of every run.
 int flush(int descriptor) {
     return clock::isVirtual() ? __real_fcntl(descriptor, F_GETFD) < 0 ? -1 : 0
                               : __real_fsync(descriptor);
@@ -284,7 +283,7 @@ using simulator::shown;
 using simulator::subject;
 using simulator::transfer;
 
-// What stands here is exactly what the linker redirects (CMakeLists.txt).
+// These are exactly the functions that the linker redirects (CMakeLists.txt).
 extern "C" {
 
 int __wrap_close(int descriptor) {

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 fs::path root() {
     const char* const directory = std::getenv("TOLVARAN_APPLICATION_SUPPORT_DIR");
     if (directory == nullptr || *directory == '\0') {
-        throw std::runtime_error("TOLVARAN_APPLICATION_SUPPORT_DIR names no directory");
+        throw std::runtime_error("TOLVARAN_APPLICATION_SUPPORT_DIR does not name a directory");
     }
     return directory;
 }

@@ -1,6 +1,6 @@
-// The files of the simulated Mac's application-support directory, as scenarios name them: by a
-// path relative to that directory. They lie on the host's disk, in the directory that the
-// environment variable TOLVARAN_APPLICATION_SUPPORT_DIR names. No fault meets this access.
+// The files in the simulated Mac's application-support directory, as scenarios name them: by a path
+// relative to that directory. They are on the host's disk, in the directory that the environment
+// variable TOLVARAN_APPLICATION_SUPPORT_DIR names. No faults meet this access.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,16 +10,16 @@
 
 namespace simulator {
 
-/// A relative path that stays below its directory.
+/// Reads a relative path that stays below its directory.
 /// @throws std::invalid_argument naming the key, if it is not one
 std::string readFilePath(const JsonReader& path);
 
-/// Fails where the content is {"$data": BASE64} without being base64.
+/// Fails if the content is {"$data": BASE64} with invalid base64.
 /// @throws std::invalid_argument naming the key
 void checkFileContent(const JsonReader& content);
 
-/// Writes a file, creating its directories: a string as it stands, {"$data": BASE64} as the bytes
-/// it stands for, anything else as JSON.
+/// Writes a file, creating its directories: a string as it is, {"$data": BASE64} as the bytes it
+/// encodes, anything else as JSON.
 /// @throws std::runtime_error if the host refuses, or the variable is not set
 void writeStateFile(const std::string& path, const nlohmann::json& content);
 
@@ -29,7 +29,7 @@ void removeStateFile(const std::string& path);
 
 /// Every file below the directory by its path, as JSON if it parses and is not nested too deeply,
 /// else as a string (bytes that are not UTF-8 replaced by U+FFFD).
-/// @param except a directory whose files are left out; it need not lie below
+/// @param except a directory whose files are left out; it need not be below
 nlohmann::json stateFiles(const std::string& except);
 
 }  // namespace simulator

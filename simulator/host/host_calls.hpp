@@ -1,6 +1,6 @@
 // The host's own functions behind those that the linker redirects to the simulator (the HOST_CALLs
 // of outside_calls.def). The simulator calls these where it means the host itself, so that no fault
-// ever meets its own work.
+// meets its own work.
 #pragma once
 
 #include <dirent.h>

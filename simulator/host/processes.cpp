@@ -38,7 +38,7 @@ State& state() {
 }
 
 [[noreturn]] void beChild(pid_t parent) {
-    // Nothing of the parent's is kept open, so that nobody waits for this process by mistake.
+    // Nothing of the parent's stays open, so that nothing waits for this process by mistake.
     close_range(0, ~0U, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     while (getppid() == parent) {
@@ -51,7 +51,7 @@ int openProcess(pid_t pid) {
     return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
 }
 
-/// The process has ended: what the rest of the Mac does about it.
+/// Lets the rest of the Mac know that the process has ended.
 void noticeExit(pid_t pid) {
     std::vector<ExitHandler> handlers;
     for (auto watch = state().watches.begin(); watch != state().watches.end();) {

@@ -17,8 +17,8 @@ namespace simulator {
 /// @throws std::system_error if the host refuses
 pid_t startProcess();
 
-/// Ends a process: a child by SIGKILL, which is noticed when the event loop next waits; one that
-/// exists only in the machine at once.
+/// Ends a process: a child by SIGKILL, which is noticed when the event loop next waits; a process
+/// that exists only in the machine, immediately.
 void killProcess(pid_t pid);
 
 bool isAlive(pid_t pid);
@@ -29,8 +29,8 @@ using ExitWatch = std::uint64_t;
 ExitWatch watchExit(pid_t pid, ExitHandler handler);
 void unwatchExit(ExitWatch watch);
 
-/// Waits in the kernel until `time`, or until a child ends; that one is then taken off the list of
-/// applications, its watches are called, and did-terminate is posted. For the real clock.
+/// Waits in the kernel until `time`, or until a child ends; that child is then removed from the
+/// list of applications, its watches are called, and did-terminate is posted. For the real clock.
 void waitForProcesses(clock::Time time);
 
 }  // namespace simulator

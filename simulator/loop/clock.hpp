@@ -18,20 +18,20 @@ inline constexpr Time never = INT64_MAX;
 
 enum class Kind { virtualTime, realTime };
 
-/// Puts the clock back to time 0. The virtual one then shows 2026-01-01T00:00:00Z.
+/// Sets the clock back to time 0. The virtual one then shows 2026-01-01T00:00:00Z.
 void restart(Kind kind);
 bool isVirtual();
 
 Time now();
 /// now() in seconds.
 double seconds();
-/// Seconds as a time; a negative number is 0, and what is too far away is `never`.
+/// Seconds as a time; a negative number gives 0, and one that is too large `never`.
 Time fromSeconds(double seconds);
 
 /// Nanoseconds since the start of 1970, UTC.
 std::int64_t date();
 
-/// Moves the virtual clock to `time`; does nothing when that is past, or with the real clock.
+/// Moves the virtual clock to `time`; does nothing if that is past, or with the real clock.
 void moveTo(Time time);
 
 }  // namespace simulator::clock

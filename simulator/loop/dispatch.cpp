@@ -1,8 +1,8 @@
 // Dispatch: the main queue, timer sources and process sources.
 //
-// A source is counted like every dispatch object. While it is active it delivers events; it stops
-// when it is cancelled and when its last reference is given up, whichever comes first. After the
-// last reference its finalizer runs on the main queue, with the context that the source then has.
+// A source has one reference. While it is active it delivers events; it stops when it is cancelled
+// or its reference is released. Then its finalizer runs on the main queue, with the context that
+// the source has at that time.
 
 #include <dispatch/dispatch.h>
 #include <sys/types.h>
@@ -31,7 +31,7 @@ namespace {
 
 using clock::Time;
 
-// The host's uptime at time 0 of the clock. Not 0, for that means "now" to dispatch_time().
+// The host's uptime at time 0 of the clock. Not 0, which means "now" to dispatch_time().
 constexpr Time uptimeAtStart = 1000 * clock::second;
 
 constexpr std::uint64_t aliveMark = 0x536f757263652121;
@@ -47,7 +47,6 @@ struct Source {
     std::uint64_t mark = aliveMark;
     dispatch_source_type_t type = nullptr;
     std::uintptr_t handle = 0;
-    long references = 1;
     bool active = false;
     bool cancelled = false;
     void* context = nullptr;
@@ -58,7 +57,7 @@ struct Source {
     std::optional<WorkID> exitEvent;
 };
 
-// How many of the sources freed last are remembered.
+// How many of the most recently freed sources are remembered.
 constexpr std::size_t graveyardLimit = 1024;
 
 struct State {
@@ -88,7 +87,7 @@ Source& sourceOf(dispatch_object_t object, std::string_view function) {
     }
     auto& source = *reinterpret_cast<Source*>(object);
     if (source.mark == deadMark) {
-        cf::misuse(function, "the source is gone: its last reference was given up");
+        cf::misuse(function, "the source is gone: its reference was released");
     }
     if (source.mark != aliveMark) {
         cf::misuse(function, "the object is not a dispatch source");
@@ -96,7 +95,7 @@ Source& sourceOf(dispatch_object_t object, std::string_view function) {
     return source;
 }
 
-/// When a dispatch time comes, on the simulator's clock.
+/// A dispatch time on the simulator's clock.
 Time fromDispatchTime(dispatch_time_t when) {
     if (when == DISPATCH_TIME_NOW) {
         return clock::now();
@@ -107,7 +106,7 @@ Time fromDispatchTime(dispatch_time_t when) {
     return std::max<Time>(static_cast<Time>(when) - uptimeAtStart, 0);
 }
 
-/// The last thing done with a source on an event: its handler may give it up.
+/// The last thing done with a source on an event, since its handler may release it.
 void callHandler(const Source& source) {
     if (source.handler != nullptr) {
         source.handler(source.context);
@@ -119,7 +118,7 @@ void schedule(Source& source);
 void fireTimer(Source& source) {
     Timer& timer = source.timer;
     timer.queued.reset();
-    // Firings that were missed meanwhile are one with this; the next is on the beat again.
+    // Missed firings are merged into this one; the next is on schedule again.
     const Time missed =
         timer.interval == clock::never ? 0 : (clock::now() - timer.nextFire) / timer.interval;
     const bool overflows = timer.interval == clock::never ||
@@ -216,21 +215,12 @@ using simulator::beginCall;
 using simulator::isMainQueue;
 using simulator::sourceOf;
 
-void dispatch_retain(dispatch_object_t object) noexcept {
-    if (!isMainQueue(object)) {
-        ++sourceOf(object, "dispatch_retain").references;
-    }
-}
-
 void dispatch_release(dispatch_object_t object) noexcept {
     constexpr std::string_view function = "dispatch_release";
     if (isMainQueue(object)) {
         return;
     }
     simulator::Source& source = sourceOf(object, function);
-    if (--source.references > 0) {
-        return;
-    }
     if (!source.active) {
         simulator::cf::misuse(function, "the source was never resumed");
     }
@@ -247,13 +237,6 @@ void* dispatch_get_context(dispatch_object_t object) noexcept {
 
 void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer) noexcept {
     sourceOf(object, "dispatch_set_finalizer_f").finalizer = finalizer;
-}
-
-void dispatch_activate(dispatch_object_t object) noexcept {
-    simulator::Source& source = sourceOf(object, "dispatch_activate");
-    if (!source.active) {
-        simulator::activate(source);
-    }
 }
 
 void dispatch_resume(dispatch_object_t object) noexcept {

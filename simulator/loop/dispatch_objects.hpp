@@ -1,4 +1,4 @@
-// What simulator::liveObjects() needs of dispatch.
+// What simulator::liveObjects() needs from dispatch.
 #pragma once
 
 #include <cstddef>

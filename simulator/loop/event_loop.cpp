@@ -13,19 +13,19 @@
 namespace simulator {
 namespace {
 
-// When something is due, and its place among what is due at that time: first what an event of the
-// outside world has caused, and then by number.
+// When something is due, and its place among things due at the same time: first those that an
+// outside event has caused, then by number.
 struct Place {
     clock::Time due;
-    bool isOwn;  // the process's own: no event has caused it
+    bool isOwn;  // the process's own: not caused by an event
     std::uint64_t number;
 
     auto operator<=>(const Place&) const = default;
 };
 
-// How much work may run while the virtual clock stands still. A process that answers everything it
-// does itself, such as its own display reconfigurations, would otherwise never come to the end of
-// its run; no process that comes to rest needs nearly as much.
+// How much work may run while the virtual clock stands still. A process that reacts to everything
+// it does itself, such as its own display reconfigurations, would otherwise never reach the end of
+// its run; a process that comes to rest needs far less.
 constexpr int mostWorkAtOnce = 1000;
 
 struct Work {
@@ -39,12 +39,12 @@ struct State {
     std::map<WorkID, Place> places;  // of the queued work
     std::uint64_t lastNumber = 0;
     clock::Time endOfRun = 0;
-    bool running = false;  // queued work runs
-    bool isEvent = false;  // an event is performed
-    int workAtOnce = 0;    // how much has run since time passed by itself
+    bool running = false;  // queued work is running
+    bool isEvent = false;  // an event is being performed
+    int workAtOnce = 0;    // how much has run since time last moved
     std::function<void(LoopMoment)> observer;
-    // Work that was dropped may hold the only pointers to what it was to free, as in any process
-    // that is killed. Kept, so that this does not look like a leak.
+    // Dropped work may hold the only pointers to what it would have freed, as in any killed
+    // process. Kept so that this does not look like a leak.
     std::deque<Work> abandoned;
 };
 
@@ -53,7 +53,7 @@ State& state() {
     return instance;
 }
 
-/// Sets a mark for a while, also when that ends by an exception.
+/// Sets a flag for the length of a scope.
 class Marked {
   public:
     explicit Marked(bool& mark) : mark_(mark), before_(std::exchange(mark, true)) {}
@@ -117,7 +117,7 @@ void waitUntil(clock::Time time) {
     }
 }
 
-/// Lets the work that has just run take its time: none, unless there was too much of it at once.
+/// Makes the work that has just run take time: none, unless there was too much of it at once.
 /// @return whether that time is over by `end`
 bool takeTime(clock::Time end) {
     if (!clock::isVirtual() || ++state().workAtOnce <= mostWorkAtOnce) {

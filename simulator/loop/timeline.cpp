@@ -25,7 +25,8 @@ std::map<std::string, pid_t>& processNames() {
 
 const OnReset forgetProcessNames([] { processNames().clear(); });
 
-/// A reader's value may be gone by the time of the event; its path is what errors need.
+/// Keeps the path for error messages, since the reader's value may be gone by the time of the
+/// event.
 struct Place {
     explicit Place(const JsonReader& reader) : path(reader.path()) {}
     [[noreturn]] void fail(const std::string& what) const { throw EventError(path + ": " + what); }
@@ -53,7 +54,7 @@ Application& applicationOf(pid_t pid, const Place& place) {
     return *found;
 }
 
-/// A Mac may post the launch of an application that is listed already.
+/// A Mac may post the launch of an application that is already listed.
 void launchApplication(const Application& application) {
     if (!isAlive(application.pid)) {
         mac().applications.push_back(application);
@@ -89,7 +90,7 @@ Event readExit(const JsonReader& argument, Launching) {
         return [name = argument.text(), place = Place(argument)] {
             const auto named = processNames().find(name);
             if (named == processNames().end()) {
-                place.fail("no launch before has given this name");
+                place.fail("no earlier launch has given this name");
             }
             applicationOf(named->second, place);
             killProcess(named->second);
@@ -120,7 +121,7 @@ CGDirectDisplayID readDisplayID(const JsonReader& id) {
     return id.integer<CGDirectDisplayID>(1);
 }
 
-/// A display ID that stands as a key, and so as text.
+/// A display ID used as a key, and so written as text.
 CGDirectDisplayID readDisplayIDKey(const std::string& key, const JsonReader& value) {
     const nlohmann::json number = nlohmann::json::parse(key, nullptr, false);
     if (!number.is_number_unsigned()) {
@@ -160,7 +161,7 @@ Event readReconfigure(const JsonReader& argument, Launching) {
 }
 
 Event readSet(const JsonReader& argument, Launching) {
-    // Tried out now, so that errors of form are found before anything has happened.
+    // Tried out now, so that malformed input is found before anything has happened.
     mergedMachine(Machine{}, argument);
     return [part = argument.value(), place = Place(argument)] {
         mac() = mergedMachine(mac(), JsonReader(part, place.path));
@@ -214,7 +215,7 @@ Event readEvent(const JsonReader& event, Launching launching) {
             argument.fail("unknown event");
         }
         if (result) {
-            event.fail("must have one event only");
+            event.fail("must have exactly one event");
         }
         result = reader->second(argument, launching);
     }

@@ -1,5 +1,5 @@
-// Timeline events: what happens to the Mac from outside. An event is read first, which finds every
-// malformed one, and performed when it is due.
+// Timeline events: what happens to the Mac from outside. An event is read first, which finds
+// malformed ones, and performed when it is due.
 #pragma once
 
 #include <functional>
@@ -9,8 +9,8 @@
 
 namespace simulator {
 
-/// An event of correct form that the machine does not let happen: no such process, display, name
-/// or file. what() names the key.
+/// A well-formed event that is impossible on the machine: no such process, display, name or file.
+/// what() names the key.
 class EventError : public std::invalid_argument {
   public:
     using std::invalid_argument::invalid_argument;
@@ -19,7 +19,7 @@ class EventError : public std::invalid_argument {
 /// What an event does to the machine and to the files when it is performed. Throws EventError.
 using Event = std::function<void()>;
 
-/// Reads {EVENT: ARGUMENT}; a key `at` is passed over.
+/// Reads {EVENT: ARGUMENT}; a key `at` is ignored.
 /// @throws std::invalid_argument naming the key that is wrong
 Event readEvent(const JsonReader& event);
 

@@ -19,7 +19,7 @@ using tolvaran::workspace::Observation;
 using tolvaran::workspace::RunningApplication;
 
 // Observers, in the order of registration. Each list holds them weakly: an observer is its token,
-// and a notification still on its way to one that is gone reaches nobody.
+// and a notification queued for one that is gone is dropped.
 using Observers = std::list<std::weak_ptr<ApplicationHandler>>;
 
 struct State {
@@ -98,7 +98,7 @@ bool activationIsProhibited() {
 namespace tolvaran::workspace {
 
 // A Mac changes this list only between two pieces of the main run loop's work: a process that waits
-// within one does not see an application come or go before it has ended.
+// within a piece does not see an application come or go until that piece ends.
 std::vector<RunningApplication> runningApplications() {
     const auto& held = simulator::state().heldApplications;
     const auto& applications = held ? *held : simulator::mac().applications;
@@ -127,13 +127,13 @@ Observation observeWakes(std::function<void()> handler) {
 }
 
 void prohibitActivation() {
-    // Not among the recorded calls: it is about the process itself, not about the Mac.
+    // Not a recorded call: it concerns the process itself, not the Mac.
     simulator::state().activationIsProhibited =
         simulator::beginCall("setActivationPolicy").performs;
 }
 
 void withAutoreleasePool(const std::function<void()>& work) {
-    // A piece of work even where no event loop performs it, like the start of a process.
+    // A piece of work even if no event loop performs it, like the start of a process.
     const simulator::ApplicationsHold hold;
     work();
 }

@@ -1,5 +1,5 @@
-// What happens in the simulated workspace, towards the observers that platform/workspace.hpp
-// registers. Every observer that is registered now is called on the main queue, unless it has been
+// Posts what happens in the simulated workspace to the observers that platform/workspace.hpp
+// registers. Every currently registered observer is called on the main queue, unless it has been
 // removed by then.
 #pragma once
 
@@ -10,13 +10,13 @@
 namespace simulator {
 
 /// Posts did-launch, did-terminate or did-wake. Without an application the notification names none,
-/// which a well-behaved workspace does not do but an observer has to bear.
+/// which should not happen on a Mac but which an observer must survive.
 void postLaunch(const std::optional<Application>& application);
 void postTermination(const std::optional<Application>& application);
 void postWake();
 
-/// Holds the list of running applications that the workspace shows as it is now, for as long as it
-/// exists: what a piece of the process's own work sees. One within another changes nothing.
+/// While it exists, the workspace's list of running applications stays as it is, which is what a
+/// piece of the process's own work sees. One inside another changes nothing.
 class ApplicationsHold {
   public:
     ApplicationsHold();

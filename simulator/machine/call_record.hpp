@@ -1,5 +1,5 @@
-// The record of calls that change the Mac, ask it to, or read a menu bar override or the Dock's
-// live state. calls() in simulator.hpp returns it.
+// The record of calls that change the Mac, try to, or read a menu bar override or the Dock's live
+// state. calls() in simulator.hpp returns it.
 #pragma once
 
 #include <cstddef>

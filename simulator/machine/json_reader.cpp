@@ -11,7 +11,7 @@ std::string joined(const std::string& path, const std::string& key) {
     return path.empty() ? key : path + "." + key;
 }
 
-/// The value as an integer; none if it is not a whole number of 64 bits.
+/// The value as an integer; none if it is not a whole number or does not fit in 64 bits.
 std::optional<std::int64_t> wholeNumber(const nlohmann::json& value) {
     if (value.is_number_float()) {
         const auto number = value.get<double>();

@@ -1,6 +1,6 @@
-// Strict reading of JSON written by hand: the machine, timeline events, faults, scenario files. A
-// reader knows where its value stands, so that every error names the key, such as
-// "mac.displays[1].frame: must be a list of 4 numbers".
+// Strictly reads JSON written by hand: the machine, timeline events, faults, scenario files. A
+// reader knows the path of its value, so every error names the key, such as "mac.displays[1].frame:
+// must be a list of 4 numbers".
 #pragma once
 
 #include <cstddef>
@@ -16,17 +16,17 @@
 
 namespace simulator {
 
-// Much of what handles JSON calls itself for each level, so nothing is read that has more.
+// Much of the code that handles JSON recurses for each level, so deeper documents are refused.
 inline constexpr std::size_t deepestNesting = 100;
 
-/// Whether lists and objects stand more than `deepestNesting` levels deep in a JSON text.
+/// Whether a JSON text nests lists and objects more than `deepestNesting` levels deep.
 bool isNestedTooDeeply(std::string_view text);
 
-/// Every function that cannot do what its name says throws std::invalid_argument with the value's
-/// path and what is wrong with it. A reader refers to the value and must not outlive it.
+/// A function that cannot do what its name says throws std::invalid_argument with the value's path
+/// and what is wrong with it. A reader refers to the value and must not outlive it.
 class JsonReader {
   public:
-    /// @param path where the value stands; empty for a whole document
+    /// @param path the value's place in the document; empty for the whole document
     JsonReader(const nlohmann::json& value, std::string path)
         : value_(value), path_(std::move(path)) {}
 

@@ -18,7 +18,7 @@ using nlohmann::json;
 
 // Reading.
 
-/// Calls `read` with the value under `key`, where there is one.
+/// Calls `read` with the value under `key`, if there is one.
 template <typename Read>
 void ifPresent(const JsonReader& object, const std::string& key, Read read) {
     if (const std::optional<JsonReader> found = object.find(key)) {
@@ -119,7 +119,7 @@ void readRegistry(const JsonReader& list, Machine& machine) {
 
 void readPreferences(const JsonReader& domains, Machine& machine) {
     for (const auto& [domain, values] : domains.entries()) {
-        auto& stored = machine.preferences[domain];  // there even when nothing is set in it
+        auto& stored = machine.preferences[domain];  // exists even if nothing is set in it
         for (const auto& [key, value] : values.entries()) {
             if (value.isNull()) {
                 stored.erase(key);
@@ -217,7 +217,7 @@ Display defaultDisplay() {
 
 // Writing.
 
-/// Whole numbers without a fraction.
+/// A number; whole ones without a fraction.
 json number(double value) {
     constexpr double limit = 9007199254740992.0;  // all integers below are exact
     if (std::abs(value) < limit && value == std::trunc(value)) {

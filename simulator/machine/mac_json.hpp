@@ -9,7 +9,7 @@
 
 namespace simulator {
 
-/// The machine that a `mac` object describes; keys left out have their defaults.
+/// The machine that a `mac` object describes; missing keys have their defaults.
 /// @throws std::invalid_argument naming the key that is wrong
 Machine readMachine(const JsonReader& mac);
 
@@ -26,8 +26,8 @@ Display readDisplay(const JsonReader& display);
 std::optional<std::string> readBundle(const JsonReader& application);
 std::int32_t readPID(const JsonReader& pid);
 
-/// Fails unless the value stands for a property list: nothing in it is null, and data and dates are
-/// written as they should be.
+/// Fails unless the value represents a property list: it contains no null, and data and dates are
+/// written correctly.
 /// @throws std::invalid_argument naming the key that is wrong
 void requirePropertyList(const JsonReader& value);
 

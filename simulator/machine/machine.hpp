@@ -1,6 +1,6 @@
-// The simulated Mac: everything that the system under test can see or change, as plain values.
-// The functions that the simulator offers under Apple's names read and write the one mac();
-// tests and the scenario player reach it as JSON through simulator.hpp.
+// The simulated Mac: everything that the system under test can see or change, as plain values. The
+// functions that the simulator offers under Apple's names read and write mac(); tests and the
+// scenario player access it as JSON through simulator.hpp.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

@@ -1,4 +1,4 @@
-// Bytes from outside as text that JSON can hold.
+// Turns arbitrary bytes into text that JSON can hold.
 #pragma once
 
 #include <string>

@@ -214,26 +214,21 @@ class Trial {
     std::size_t tried_ = 0;
 };
 
-// Files that hold every field that a record of their kind can have, on a Mac with three displays
-// that all of them are about.
-const std::string fullScenario = TOLVARAN_SCENARIOS "/crash-in-full.json";
-const std::vector<StateFile> completeFiles = {
-    {fullScenario, "State/menubar-state.json",
-     R"({"displayVisibilityOverrides":[{"canonicalID":"HW-1552-41040-4251086178","enabled":true,)"
-     R"("hardwareID":"HW-1552-41040-4251086178","portUUID":"37D8832A-2D66-02CA-B9F7-8F30A301B230"}],)"
-     R"("globalRestored":false,"hideMenuBar":0,"pendingOnly":false,"visibleInFullscreen":1})"},
-    {fullScenario, "State/hot-corners-snapshot.json",
-     R"({"blCorner":4,"blModifier":0,"brCorner":1,"brModifier":131072,"liveActions":[2,5,4,13],)"
-     R"("liveModifiers":[0,1048576,0,131072],"tlCorner":2,"tlModifier":0,"trCorner":5,)"
-     R"("trModifier":1048576})"},
-    {fullScenario, "Settings/preferences.json",
-     R"({"knownDisplays":[{"ids":["HW-1552-41040-4251086178","another"],"name":"built-in"}]})"},
-};
+/// Records with every field, on a Mac with three displays, for which they are.
+std::vector<StateFile> completeFiles() {
+    std::vector<StateFile> files;
+    for (const char* const path : {"State/menubar-state.json", "State/hot-corners-snapshot.json",
+                                   "Settings/preferences.json"}) {
+        files.push_back(
+            {TOLVARAN_SCENARIOS "/crash-in-full.json", path, findRecord(path)->example});
+    }
+    return files;
+}
 
 /// Every file that the helper reads of every scenario with a virtual clock, and the complete ones.
 const std::vector<StateFile>& stateFiles() {
     static const std::vector<StateFile> all = [] {
-        std::vector<StateFile> files = completeFiles;
+        std::vector<StateFile> files = completeFiles();
         for (const auto& entry : fs::directory_iterator(TOLVARAN_SCENARIOS)) {
             if (entry.path().extension() != ".json") {
                 continue;

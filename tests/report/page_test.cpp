@@ -94,7 +94,7 @@ TEST(Page, ShowsAUsersLogBesideItsOwn) {
     EXPECT_THAT(page(result), HasSubstr("they part after 1 common line</a>"));
     addLine(result, 0, "warn", "ours");
     const std::string text = page(result);
-    EXPECT_EQ(occurrences(text, "Here the two logs part"), 1U);
+    EXPECT_EQ(occurrences(text, "Here the two logs diverge"), 1U);
     EXPECT_LT(text.find("<tr class=\"common\">"), text.find("id=\"parting\""));
     EXPECT_LT(text.find("id=\"parting\""), text.find("&lt;theirs&gt;"));
     EXPECT_THAT(text, HasSubstr("<td class=\"level-warn\"><span class=\"at\">10:01</span>"));

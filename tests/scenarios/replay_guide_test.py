@@ -57,7 +57,7 @@ class ReplayGuide(unittest.TestCase):
         return environment
 
     def test_what_the_user_types_writes_a_report_that_can_be_played(self):
-        typed = commands("1. The user looks, and sends a report")
+        typed = commands("1. The user checks, and sends a report")
         self.assertEqual(len(typed), 3)
         bundle = (ROOT / "packaging/macos/install.in").read_text()
         path = re.search(r"/Library/(.*)/tolvaran_describe", typed[0]).group(1)
@@ -65,7 +65,7 @@ class ReplayGuide(unittest.TestCase):
         environment = self.user(path)
         done = run("bash", "-u", "-c", "\n".join(typed), env=environment)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertTrue(done.stdout.startswith("The helper was never here."), done.stdout)
+        self.assertTrue(done.stdout.startswith("The helper has never run."), done.stdout)
         report = pathlib.Path(environment["HOME"]) / "Desktop/tolvaran.json"
         self.assertEqual(len(self.play(json.loads(report.read_text()))["mac"]["displays"]), 3)
 

@@ -7,9 +7,14 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "report/text.hpp"
+#include "restore/arrangement/formats.hpp"
+#include "restore/dock/formats.hpp"
+#include "restore/menubar/formats.hpp"
+#include "restore/modes/formats.hpp"
 #include "tools/describe/base64.hpp"
 #include "tools/describe/displays.hpp"
 #include "tools/describe/json_text.hpp"
@@ -24,41 +29,26 @@ using Texts = std::set<std::string>;
 
 constexpr const char* settingsPath = "Settings/preferences.json";
 
-/// The keys of every record. Other keys are display IDs or unknown.
+template <typename Record>
+void addKeys(Texts& keys) {
+    std::apply([&](const auto&... rows) { (keys.insert(rows.key), ...); },
+               tolvaran::json::Format<Record>::fields);
+}
+
+template <typename... Records>
+Texts keysOf() {
+    Texts keys;
+    (addKeys<Records>(keys), ...);
+    return keys;
+}
+
+/// Whether a record has a field with this key. Other keys are display IDs or unknown.
 bool isKey(const std::string& text) {
-    static const Texts keys = {"version",
-                               "arrangements",
-                               "uuid",
-                               "x",
-                               "y",
-                               "signatures",
-                               "entries",
-                               "width",
-                               "height",
-                               "scaled",
-                               "hz",
-                               "restoreTo",
-                               "hideMenuBar",
-                               "pendingOnly",
-                               "globalRestored",
-                               "visibleInFullscreen",
-                               "canonicalID",
-                               "hardwareID",
-                               "portUUID",
-                               "enabled",
-                               "displayVisibilityOverrides",
-                               "knownDisplays",
-                               "ids",
-                               "tlCorner",
-                               "tlModifier",
-                               "trCorner",
-                               "trModifier",
-                               "blCorner",
-                               "blModifier",
-                               "brCorner",
-                               "brModifier",
-                               "liveActions",
-                               "liveModifiers"};
+    static const Texts keys =
+        keysOf<AliasMap, AliasMap::Entry, OriginalsFile, OriginalsEntry, SeparatedSetsFile,
+               SidePinnedSetsFile, ResolutionOriginalsFile, DisplayModeSpec,
+               MenuBarAutohideSnapshot, MenuBarDisplayVisibilityOverride, DockHotCornerSnapshot,
+               DockAutoHideOverride::Snapshot>();
     return keys.contains(text);
 }
 
@@ -66,14 +56,14 @@ bool isAlphanumeric(char character) {
     return std::isalnum(static_cast<unsigned char>(character)) != 0;
 }
 
-// Where display IDs stand in a text of the log.
+// Where display IDs occur in log lines.
 
 struct Span {
     std::size_t begin = 0;
     std::size_t end = 0;
 };
 
-/// What stands between two texts, the second of several that may end it.
+/// The text between `before` and one of several texts that may follow.
 std::optional<Span> between(const std::string& text, std::string_view before,
                             const std::vector<std::string_view>& after) {
     const std::size_t start = text.find(before);
@@ -97,7 +87,7 @@ std::optional<Span> beforeMode(const std::string& text) {
     return span;
 }
 
-/// The one place of a log line at which the helper names displays in whatever form they have.
+/// The place in a log line at which the helper names displays in any form.
 std::optional<Span> namedSpan(const std::string& line) {
     if (auto span = between(
             line,
@@ -114,7 +104,7 @@ std::optional<Span> namedSpan(const std::string& line) {
                                                           : between(line, " for ", {"; keeping"});
 }
 
-/// The end of "1-2-3" from `begin` on: of three numbers, or two and a text that begins with S.
+/// The end of "1-2-3" from `begin` on: three numbers, or two and a text that begins with S.
 std::size_t fingerprintEnd(const std::string& text, std::size_t begin) {
     std::size_t at = begin;
     for (int dashes = 0; dashes < 2; ++dashes) {
@@ -153,7 +143,7 @@ void visitIDs(const std::string& text,
     }
 }
 
-// Looking for all that is to be replaced.
+// Finding everything to replace.
 
 struct Found {
     Texts ids;
@@ -229,7 +219,7 @@ std::string bytesOf(const json& content) {
     return content.is_string() ? content.get<std::string>() : content.dump();
 }
 
-/// Where the text stops being JSON; its end if only a value is out of range.
+/// Where the text stops being JSON; the end if only a value is out of range.
 std::size_t errorPlace(const std::string& text) {
     try {
         return json::parse(text).is_discarded() ? 0 : text.size();
@@ -252,8 +242,8 @@ std::size_t characterLength(const std::string& text, std::size_t at) {
     return 0;
 }
 
-/// Letters, digits and other characters replaced from `begin` to `end`, byte by byte. An escape
-/// such as "\n" stays.
+/// Replaces letters, digits and other characters from `begin` to `end`, byte by byte. Escapes such
+/// as "\n" stay.
 void mask(std::string& text, std::size_t begin, std::size_t end) {
     for (std::size_t at = begin; at < end; ++at) {
         if (text[at] == '\\') {
@@ -277,8 +267,8 @@ std::size_t literalEnd(const std::string& text, std::size_t begin, std::size_t l
     return std::min(at, limit);
 }
 
-/// Replaces a number that begins here if it is as long as a serial number; returns its last digit's
-/// place.
+/// Replaces a number that begins here if it is as long as a serial number; returns the position of
+/// its last digit.
 std::size_t maskNumber(std::string& text, std::size_t begin, std::size_t limit) {
     constexpr std::size_t shortest = 5;
     const std::size_t end = std::min(text.find_first_not_of("0123456789", begin), limit);
@@ -289,7 +279,7 @@ std::size_t maskNumber(std::string& text, std::size_t begin, std::size_t limit) 
     return end - 1;
 }
 
-/// Text that is not JSON, wrong at the same place and with nothing to be read in it.
+/// Text that is not JSON, unreadable but wrong at the same place.
 std::string masked(std::string text) {
     const std::size_t wrong = errorPlace(text);
     for (std::size_t at = 0; at < wrong; ++at) {
@@ -309,7 +299,7 @@ std::string masked(std::string text) {
     return text;
 }
 
-/// Replaces all that was found.
+/// Replaces everything that was found.
 class Disguise {
   public:
     Disguise(const Pseudonyms& pseudonyms, std::string home, std::vector<std::string>& notes)
@@ -415,7 +405,7 @@ class Disguise {
         std::string last;
         for (const auto& [key, part] : object.items()) {
             const std::string name = isKey(key) ? key : pseudonyms_.signature(key);
-            // Unknown keys among known ones do not count: only lists of displays are gone through.
+            // Unknown keys among known ones are ignored: only lists of displays are traversed.
             if (!isKey(key) && name < last) {
                 notes_.push_back("two displays' names have changed their order");
             }

@@ -41,7 +41,7 @@ Positions positionsOf(const Hardware& hardware, const Arrangement& arrangement) 
     return positions;
 }
 
-/// Whether the invariant would try them: a damaged record may ask for what no Mac can do.
+/// Whether the invariant would try them: a damaged record may ask for the impossible.
 bool areUsable(const Positions& positions) {
     constexpr double reach = 1 << 30;
     std::vector<DisplayFrame> frames;
@@ -58,7 +58,7 @@ bool areUsable(const Positions& positions) {
            !Zigzag::isZigzag(frames);
 }
 
-/// The saved arrangements that may help, the best first.
+/// The saved arrangements that may help, best first.
 std::vector<Arrangement> candidates(const Hardware& hardware, const Arrangements& arrangements) {
     std::set<std::string> active;
     for (const auto& [id, display] : hardware.displayIDByCanonicalID) {
@@ -86,7 +86,7 @@ std::vector<Arrangement> candidates(const Hardware& hardware, const Arrangements
     return all;
 }
 
-/// Whether the displays stand there already, which makes all but the exact arrangement useless.
+/// Whether the displays are already there, which makes all but the exact arrangement useless.
 bool areInForce(const Positions& positions) {
     return std::ranges::all_of(positions, [](const HardwarePosition& position) {
         return CGPointEqualToPoint(CGDisplayBounds(position.displayID).origin, position.origin);

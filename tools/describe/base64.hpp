@@ -1,4 +1,4 @@
-// Bytes as text, for what JSON cannot hold.
+// Encodes bytes that JSON cannot hold as text.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace tolvaran::describe {
 /// `bytes` as base64 with padding.
 std::string base64(std::string_view bytes);
 
-/// The bytes that base64() made the text of.
+/// The bytes that base64() encoded as this text.
 std::string base64Decoded(std::string_view text);
 
 }  // namespace tolvaran::describe

@@ -75,7 +75,7 @@ void list(const std::string& title, const std::vector<std::string>& lines, std::
     }
 }
 
-/// Makes the report anonymous. False, with a line to `errors`, if that is not possible.
+/// Makes the report anonymous. False, after a line to `errors`, if that is not possible.
 bool makeAnonymous(Report& report, std::ostream& errors) {
     const char* const home = std::getenv("HOME");
     Anonymous anonymous = anonymized(report.scenario, home != nullptr ? home : "");
@@ -103,13 +103,13 @@ int writeReport(const Command& command, const Host& host, std::ostream& out, std
     if (command.isAnonymous) {
         out << "Names, serial numbers and UUIDs in it are made up.\n";
     } else {
-        list("What it tells of you and your Mac:", personalContent(report.scenario), out);
+        list("What it says about you and your Mac:", personalContent(report.scenario), out);
     }
-    list("What it does not tell:", report.notes, out);
+    list("What it leaves out:", report.notes, out);
     return 0;
 }
 
-/// Whether there is such a process, and it is one of the user's: the helper runs as the user.
+/// Whether the process exists and belongs to the user, as the helper does.
 bool processExists(pid_t pid) {
     return ::kill(pid, 0) == 0;
 }

@@ -46,12 +46,12 @@ void putDisplays(Section& mac) {
     mac.put("displays", list);
 }
 
-/// Nothing but the report page reads it, to call a display what its owner calls it.
+/// Read only by the report page, to show the display's usual name.
 CFStringRef productNameProperty() {
     return CFSTR("DisplayProductName");
 }
 
-/// What this system and its reports read of one display-connect service.
+/// What this system and its reports read from one display-connect service.
 json describeConnection(CFDictionaryRef properties, Section section) {
     for (CFStringRef name :
          {vendorProperty(), modelProperty(), serialProperty(), productNameProperty()}) {
@@ -68,7 +68,7 @@ void putRegistry(Section& mac) {
     const bool isListed = visitDisplayConnections([&](CFDictionaryRef properties) {
         const std::string name = element("registry", index++);
         if (properties == nullptr) {
-            mac.leaveOut(name, "the registry did not tell its properties");
+            mac.leaveOut(name, "the registry did not give its properties");
         } else {
             list.push_back(describeConnection(properties, mac.below(name)));
         }
@@ -133,12 +133,12 @@ void putActiveDisplay(Section& menuBar) {
 void putMenuBar(Section& mac) {
     Section menuBar = mac.below("menuBar");
     menuBar.put("autoHide", MenuBarAutohide::runtimeAutohideEnabled(),
-                "the window server did not tell it");
+                "the window server did not say");
     putActiveDisplay(menuBar);
     mac.put("menuBar", menuBar.object());
 }
 
-/// Instances of Tolvaran only: what else the user runs means nothing to the helper.
+/// Only instances of Tolvaran: the helper ignores all other applications.
 void putApplications(Section& mac) {
     json list = json::array();
     for (const workspace::RunningApplication& application : workspace::runningApplications()) {
@@ -173,8 +173,8 @@ Description describeMac() {
     putPreferences(mac);
     putDock(mac);
     putMenuBar(mac);
-    // Nothing reads it back: a scenario without the key has what nearly every Mac has.
-    mac.leaveOut("cursorAssociated", "macOS does not tell it; a scenario then takes true");
+    // macOS offers no way to read it; a scenario without the key has the usual value.
+    mac.leaveOut("cursorAssociated", "macOS does not say; a scenario then assumes true");
     putApplications(mac);
     putUnavailable(mac);
     description.mac = mac.object();

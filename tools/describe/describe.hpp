@@ -1,6 +1,6 @@
 // Describes the Mac that the program runs on as the `mac` object of a scenario, so that what the
-// helper did on a user's Mac can be played again elsewhere. Only reads, and reads only what the
-// helper itself reads. Behind the program tolvaran_describe.
+// helper did on a user's Mac can be replayed elsewhere. Only reads, and only what the helper itself
+// reads. Used by the program tolvaran_describe.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -11,7 +11,7 @@
 namespace tolvaran::describe {
 
 struct Description {
-    /// Keys stand as docs/scenarios.md has them. Of preferences, registry and applications only
+    /// The keys are those of docs/scenarios.md. Preferences, registry and applications contain only
     /// what the helper reads or looks for; a key that could not be read is left out.
     nlohmann::json mac;
     /// What was left out and why, one line each, each beginning with the key's path.

@@ -25,15 +25,15 @@ std::string refusal(const std::string& function, CGError error) {
     return function + " returned " + std::to_string(static_cast<std::int32_t>(error));
 }
 
-/// Whole numbers without a fraction, as a person would write them.
+/// A number; whole ones without a fraction, as a person would write them.
 json plainNumber(double value) {
     constexpr double exactBelow = 9007199254740992.0;
     const bool isWhole = value == std::trunc(value) && std::abs(value) < exactBelow;
     return isWhole ? json(static_cast<std::int64_t>(value)) : json(value);
 }
 
-/// The shortest decimal that the window server, which counts in parts of 65536, keeps as this rate:
-/// 59.94 and not 59.94000244140625.
+/// The shortest decimal that the window server, which counts in units of 1/65536, stores as this
+/// rate: 59.94 instead of 59.94000244140625.
 double shortestRate(double hz) {
     constexpr double one = 65536.0;
     double scale = 1.0;
@@ -55,7 +55,7 @@ json describeMode(const DisplayModeDescriptor& mode) {
             {"density", plainNumber(mode.density)}};
 }
 
-/// None for a display without one, which is a fact and not a failure.
+/// None for a display without one, which is not a failure.
 std::optional<std::string> portUUID(CGDirectDisplayID display) {
     const auto uuid = CFRef<CFUUIDRef>::assume(CGDisplayCreateUUIDFromDisplayID(display));
     if (!uuid) {
@@ -72,7 +72,7 @@ void putModes(CGDirectDisplayID display, Section& section) {
         section.leaveOut("modes", refusal("CGSGetNumberOfDisplayModes", error));
         return;
     }
-    // The list that the helper sees; it is empty as well for a number that makes no sense.
+    // The list that the helper sees; also empty if the window server claims an absurd number.
     const auto modes = DisplayModeControl::modes(display);
     if (modes.size() != static_cast<std::size_t>(count)) {
         section.leaveOut("modes", "the display claims " + std::to_string(count) + " modes");

@@ -15,8 +15,8 @@ namespace tolvaran::describe {
 /// The active displays in the window server's listing order; none if it refuses to list them.
 std::optional<std::vector<CGDirectDisplayID>> listedDisplays();
 
-/// What is known of one display.
-/// @param section empty, and where the display stands in the description
+/// What is known about one display.
+/// @param section an empty section at the display's place in the description
 nlohmann::json describeDisplay(CGDirectDisplayID display, Section section);
 
 /// Whether the text is a UUID in its standard 8-4-4-4-12 form.

@@ -15,9 +15,9 @@
 namespace tolvaran::describe {
 namespace {
 
-constexpr std::size_t mostLines = 100000;  // of the log; it says when the helper started
+constexpr std::size_t mostLines = 100000;  // of the log, which says when the helper started
 
-/// What the lack of functions whose names begin like this costs; the first row that fits counts.
+/// What does not work without functions whose names begin like this; the first match counts.
 constexpr std::array<std::pair<std::string_view, const char*>, 5> costs{{
     {"SLSCopyActive", "nothing that is put back depends on it"},
     {"SkyLight", "the menu bar of single displays is not put back; its global setting is"},
@@ -56,7 +56,7 @@ void checkHelper(const std::optional<HelperStart>& start,
     }
 }
 
-/// What holds for every record.
+/// Adds the reasons that apply to every record.
 void addCommonReasons(Health& health) {
     for (WaitingRecord& record : health.waiting) {
         std::vector<std::string>& reasons = record.reasons;

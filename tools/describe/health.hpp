@@ -1,5 +1,5 @@
-// How things stand on a user's Mac: whether the helper lives, and what waits to be put back. It
-// changes nothing. Behind tolvaran_describe --health.
+// The state of a user's Mac: whether the helper lives, and what waits to be put back. It changes
+// nothing. Used by tolvaran_describe --health.
 #pragma once
 
 #include <sys/types.h>
@@ -23,7 +23,7 @@ struct LackingFunction {
 struct WaitingRecord {
     std::string title;  // "Display modes"
     std::string file;   // its path below the application-support directory
-    /// What it would put back, in the words of a report's page: only facts that would change.
+    /// What it would put back, in the report page's words: only facts that would change.
     std::vector<simulator::report::FactGroup> changes;
     std::vector<std::string> reasons;  // what keeps it waiting
 };
@@ -32,19 +32,19 @@ struct Health {
     enum class Helper { alive, dead, neverThere };
     Helper helper = Helper::neverThere;
     std::optional<double> heartbeatAge;  // seconds
-    std::optional<pid_t> helperPID;      // as the log tells it
-    std::string helperStart;             // local time; empty if the log does not tell it
+    std::optional<pid_t> helperPID;      // from the log
+    std::string helperStart;             // local time; empty if not in the log
     std::optional<pid_t> tolvaranPID;    // if it runs
     std::vector<LackingFunction> lacking;
     std::vector<WaitingRecord> waiting;
 
     /// 0 if the helper lives and nothing waits, 1 if something waits, 2 if the helper is dead or
-    /// was never there.
+    /// was never started.
     int exitStatus() const;
 };
 
 /// Main thread only, since it asks the workspace.
-/// @param processExists whether one of the user's processes has this ID
+/// @param processExists returns whether one of the user's processes has this ID
 Health checkHealth(const std::function<bool(pid_t)>& processExists);
 
 }  // namespace tolvaran::describe

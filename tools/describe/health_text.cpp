@@ -31,7 +31,7 @@ std::string duration(double seconds) {
     return "";
 }
 
-/// Marks text up where the terminal has colour, and keeps to ASCII where it has no more.
+/// Writes in colour if the terminal has it, and in ASCII if it has no more.
 class Writer {
   public:
     explicit Writer(const Terminal& terminal) : terminal_(terminal) {}
@@ -67,7 +67,7 @@ class Writer {
 
 std::string helperText(const Health& health, const Writer& writer) {
     if (health.helper == Health::Helper::neverThere) {
-        return writer.bad("The helper was never here.") + " Nothing puts this Mac back.\n";
+        return writer.bad("The helper has never run.") + " Nothing puts this Mac back.\n";
     }
     const bool isAlive = health.helper == Health::Helper::alive;
     std::string text = isAlive ? writer.good("The helper is alive.")
@@ -91,7 +91,7 @@ std::string factText(const Fact& fact) {
 std::string recordText(const WaitingRecord& record, const Writer& writer) {
     std::string text = "\n" + writer.bold(record.title) + "\n";
     for (const FactGroup& group : record.changes) {
-        // The record is often about nothing else, and its title says so already.
+        // Often the record covers nothing else, and its title says so already.
         const bool isTold = group.title == record.title;
         text += isTold ? "" : "  " + writer.shown(group.title) + "\n";
         for (const Fact& fact : group.facts) {

@@ -1,4 +1,4 @@
-// How a user's Mac stands, in words for people and as JSON for programs.
+// The state of a user's Mac, in words for people and as JSON for programs.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -9,10 +9,10 @@
 
 namespace tolvaran::describe {
 
-/// A few lines for a terminal, in colour where it has that; ASCII only where it shows no more.
+/// A few lines for a terminal, in colour if it has that, and in ASCII if it shows no more.
 std::string healthText(const Health& health, const simulator::report::Terminal& terminal);
 
-/// {"status", "helper", "tolvaran", "lacking", "waiting"}, as docs/mac.md has it.
+/// {"status", "helper", "tolvaran", "lacking", "waiting"}, as described in docs/mac.md.
 nlohmann::json healthJSON(const Health& health);
 
 }  // namespace tolvaran::describe

@@ -7,7 +7,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int deepest = 60;  // levels; the document that it becomes a part of adds a few
+constexpr int deepest = 60;  // levels; the document around it adds a few
 
 bool isOneLine(const json& value) {
     const bool isListOfTexts = value.is_array() && std::ranges::any_of(value, [](const json& part) {
@@ -43,7 +43,7 @@ std::optional<json> parsed(std::string_view text) {
         isTooDeep = isTooDeep || depth > deepest;
         return !isTooDeep;
     };
-    // The parser takes a zero byte for the end of the text.
+    // The parser would take a zero byte for the end of the text.
     const bool isCut = text.find('\0') != std::string_view::npos;
     json value = isCut ? json(json::value_t::discarded) : json::parse(text, watchDepth, false);
     return value.is_discarded() || isTooDeep ? std::nullopt : std::optional(std::move(value));

@@ -10,8 +10,7 @@ namespace {
 using simulator::report::LogLine;
 using simulator::report::readStepLine;
 
-// The library names its store or operation in each line. What is not here belongs to the
-// arrangement.
+// The library names its store or operation in each line. All other lines belong to the arrangement.
 constexpr std::array<std::pair<std::string_view, Matter>, 12> beginnings{{
     {"resolution restore", Matter::modes},
     {"resolution originals", Matter::modes},
@@ -27,7 +26,7 @@ constexpr std::array<std::pair<std::string_view, Matter>, 12> beginnings{{
     {"screen-saver", Matter::screenSaver},
 }};
 
-// The steps of a run in their order.
+// The steps of a run, in order.
 constexpr std::array<Matter, 5> matterOfStep{Matter::arrangement, Matter::modes, Matter::menuBar,
                                              Matter::hotCorners, Matter::dock};
 
@@ -55,7 +54,7 @@ std::optional<HelperStart> readStart(const LogLine& line) {
     return start;
 }
 
-/// Where the last finished run ends, and the one before it.
+/// Where the last finished run ends, and where the one before it does.
 std::pair<std::size_t, std::size_t> lastRunOf(const std::vector<LogLine>& lines) {
     std::size_t begin = 0;
     std::size_t end = 0;

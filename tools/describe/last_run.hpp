@@ -1,4 +1,4 @@
-// What the helper's log says of its start and of its last restore run.
+// What the helper's log says about its start and its last restore run.
 #pragma once
 
 #include <sys/types.h>
@@ -12,7 +12,7 @@
 
 namespace tolvaran::describe {
 
-/// What can be put back. Two of them belong to one step of a run.
+/// What can be put back. Two of these belong to the same step of a run.
 enum class Matter { arrangement, modes, menuBar, hotCorners, screenSaver, dock };
 inline constexpr std::size_t matterCount = 6;
 
@@ -23,11 +23,11 @@ struct HelperStart {
 
 struct LastRun {
     std::optional<HelperStart> start;  // the last one in the log
-    /// The warnings and errors of the last run that was finished, by matter.
+    /// The warnings and errors of the last finished run, by matter.
     std::array<std::vector<std::string>, matterCount> failures;
 };
 
-/// Reads the log's lines, the oldest first.
+/// Reads the log's lines, oldest first.
 LastRun readLastRun(const std::vector<std::string>& lines);
 
 }  // namespace tolvaran::describe

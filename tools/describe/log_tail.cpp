@@ -18,7 +18,7 @@ std::string without(std::string text, const std::string& part) {
     return text;
 }
 
-/// The last lines of a file that come before the lines there are already.
+/// Puts the last lines of a file before the lines that are there already.
 void prepend(const std::string& name, std::size_t most, std::vector<std::string>& lines) {
     const std::string text = files::read(TolvaranPaths::logsPath(name)).value_or("");
     const std::vector<std::string> older = report::lines(text);

@@ -6,9 +6,9 @@
 
 namespace tolvaran::describe {
 
-/// The last lines that the helper has logged, at most `most`, from the current log file and the one
-/// before it. Files below the application-support directory are named by their path in it, as in a
-/// scenario's result; bytes that are not UTF-8 become U+FFFD. Empty if there is no log.
+/// The helper's last log lines, at most `most`, from the current log file and the one before it.
+/// Files below the application-support directory are named by their path in it, as in a scenario's
+/// result; bytes that are not UTF-8 become U+FFFD. Empty if there is no log.
 std::vector<std::string> logTail(std::size_t most);
 
 }  // namespace tolvaran::describe

@@ -1,4 +1,4 @@
-// The program tolvaran_describe: how a user's Mac stands with the helper, and a report of it.
+// The program tolvaran_describe: the state of a user's Mac, and a report of it.
 #include <sys/sysctl.h>
 
 #include <iostream>
@@ -7,7 +7,7 @@
 
 namespace {
 
-/// What the system says of itself under this name; "unknown" if it says nothing.
+/// The system's value under this name; "unknown" if there is none.
 std::string systemText(const char* name) {
     char text[64] = {};
     std::size_t size = sizeof text - 1;

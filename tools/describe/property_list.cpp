@@ -16,7 +16,7 @@ using Form = std::optional<json>;
 
 constexpr const char* dataKey = "$data";
 constexpr const char* dateKey = "$date";
-constexpr int deepest = 50;  // a scenario may not be nested much deeper
+constexpr int deepest = 50;  // a scenario must not be nested much deeper
 
 Form converted(CFTypeRef value, int depth);
 
@@ -77,7 +77,7 @@ Form object(CFDictionaryRef value, int depth) {
         }
         result[*key] = *entry;
     }
-    // Alone, these would be taken for what they stand for here.
+    // Alone, these keys would be taken for data or a date.
     const bool misleads = count == 1 && (result.contains(dataKey) || result.contains(dateKey));
     return misleads ? std::nullopt : Form(result);
 }

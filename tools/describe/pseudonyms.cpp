@@ -10,18 +10,18 @@
 namespace tolvaran::describe {
 namespace {
 
-constexpr std::size_t shortestSecret = 5;  // what is shorter may stand anywhere
+constexpr std::size_t shortestSecret = 5;  // a shorter text may occur anywhere
 
 bool isNumber(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/// The display numbers after "Display-" say nothing of anybody.
+/// The display numbers after "Display-" identify nobody.
 bool isDisplayNumber(const std::string& text) {
     return text.starts_with("Display-") && isNumber(text.substr(8));
 }
 
-/// Numbers of one width, so that they sort as they count.
+/// Numbers of equal width, so that they sort by value.
 std::string padded(std::size_t number, std::size_t width) {
     std::string digits = std::to_string(number);
     return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
@@ -31,7 +31,8 @@ std::size_t widthFor(std::size_t count) {
     return std::to_string(count).size();
 }
 
-/// Whether any of the numbers from `first` on holds an original. What is short may stand anywhere.
+/// Whether any of the numbers from `first` on contains an original. Short ones are ignored: they
+/// may occur anywhere.
 bool holdsOriginal(std::size_t first, const std::vector<std::string>& originals) {
     for (std::size_t i = 0; i < originals.size(); ++i) {
         const std::string number = std::to_string(first + i);
@@ -44,7 +45,7 @@ bool holdsOriginal(std::size_t first, const std::vector<std::string>& originals)
     return false;
 }
 
-/// The first of the numbers that stand for serial numbers.
+/// The first of the numbers that replace serial numbers.
 std::size_t firstSerial(const std::vector<std::string>& originals) {
     for (std::size_t base = 1000; base <= 100'000'000; base *= 10) {
         for (std::size_t digit = 1; digit <= 9; ++digit) {
@@ -53,10 +54,10 @@ std::size_t firstSerial(const std::vector<std::string>& originals) {
             }
         }
     }
-    return 4'000'000'001;  // there cannot be so many displays
+    return 4'000'000'001;  // there cannot be this many displays
 }
 
-/// The letter in the case that the UUID has; mixed cases are kept apart from both.
+/// The letter in the UUID's case; mixed case differs from both.
 std::string inCaseOf(const std::string& uuid, const std::string& text) {
     const bool hasLower = uuid.find_first_of("abcdef") != std::string::npos;
     const bool hasUpper = uuid.find_first_of("ABCDEF") != std::string::npos;
@@ -149,13 +150,13 @@ void Pseudonyms::nameUUIDs(const std::set<std::string>& uuids) {
     for (const std::string& uuid : uuids) {
         const auto place = static_cast<std::size_t>(
             std::distance(folded.begin(), folded.find(text::uppercased(uuid))));
-        // The first digit stays, so that UUIDs keep their place among other names.
+        // The first digit stays, so that UUIDs sort as before among other names.
         ids_[uuid] = uuid.substr(0, 1) +
                      inCaseOf(uuid, padded(place + 1, 7) + "-AAAA-4AAA-8AAA-AAAAAAAAAAAA");
     }
 }
 
-/// A text of no form takes its place behind the name before it.
+/// A text of no known form sorts after the name before it.
 void Pseudonyms::nameFreeIDs(const std::set<std::string>& ids) {
     const std::size_t width = widthFor(freeIDs_.size());
     std::string before;

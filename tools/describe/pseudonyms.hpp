@@ -1,4 +1,4 @@
-// Other names for the displays of a report, so that it tells nothing of its user and is played the
+// Other names for the displays of a report, so that it reveals nothing about its user and plays the
 // same: twins stay twins, records still match, and sorted things keep their order.
 #pragma once
 
@@ -14,12 +14,12 @@ struct HardwareID {
     std::string serial;   // digits, or "S" and a text; "0" for none
 };
 
-/// False, with `id` as it was, for text of another form.
+/// False, leaving `id` unchanged, for text of another form.
 bool readHardwareID(const std::string& text, HardwareID& id);
 
 class Pseudonyms {
   public:
-    /// @param ids         every display ID, whatever its form
+    /// @param ids         every display ID, in any form
     /// @param serialTexts serial strings without a display ID
     /// @param names       names of products
     Pseudonyms(const std::set<std::string>& ids, const std::set<std::string>& serialTexts,
@@ -33,9 +33,9 @@ class Pseudonyms {
     std::string serial(const std::string& text) const;
     std::string name(const std::string& text) const;
 
-    /// The known display IDs that are texts of no particular form.
+    /// The known display IDs of no particular form.
     const std::set<std::string>& freeIDs() const { return freeIDs_; }
-    /// Every text that must not be found in an anonymous report.
+    /// Every text that must not occur in an anonymous report.
     const std::set<std::string>& secrets() const { return secrets_; }
 
   private:

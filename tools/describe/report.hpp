@@ -1,5 +1,5 @@
-// A report of a user's Mac: a scenario that holds all that is needed to play again elsewhere what
-// the helper does on that Mac. Behind tolvaran_describe --report.
+// A report of a user's Mac: a scenario with everything needed to replay elsewhere what the helper
+// does on that Mac. Used by tolvaran_describe --report.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -1,5 +1,4 @@
-// How the parts of a description are put together: a value that could not be read leaves a note
-// instead.
+// Builds the parts of a description: a value that could not be read leaves a note instead.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -15,11 +14,11 @@ using Notes = std::vector<std::string>;
 /// One object of the description.
 class Section {
   public:
-    /// @param path where the object stands, "" for the whole description
+    /// @param path the object's place, "" for the whole description
     /// @param notes takes a line for each key left out; must outlive the section
     Section(std::string path, Notes& notes) : path_(std::move(path)), notes_(notes) {}
 
-    /// Sets the key, or notes that it is left out and why.
+    /// Sets the key, or notes why it is left out.
     template <typename T>
     void put(const std::string& key, const std::optional<T>& value, const std::string& why) {
         if (value) {
@@ -37,7 +36,7 @@ class Section {
         notes_.push_back(pathOf(key) + " " + what);
     }
 
-    /// The section that is to stand under `key`.
+    /// The section for `key`.
     Section below(const std::string& key) { return Section(pathOf(key), notes_); }
 
     /// The object so far.

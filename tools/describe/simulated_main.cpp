@@ -1,6 +1,6 @@
-// The program tolvaran_describe on other hosts than a Mac: the Mac is the simulated one that a file
-// describes, the helper's files are where the environment says. So the way from a user's Mac to a
-// replay can be tried from outside.
+// The program tolvaran_describe on hosts other than a Mac: it describes a simulated Mac from a
+// file, with the helper's files where the environment says. This makes the way from a user's Mac to
+// a replay testable from outside.
 #include <fstream>
 #include <iostream>
 

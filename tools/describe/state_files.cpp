@@ -29,8 +29,7 @@ bool isUTF8(std::string_view bytes) {
     return simulator::report::utf8(simulator::report::codePoints(bytes)) == bytes;
 }
 
-/// Whether a scenario would take the value for the content that it is written as, and not for
-/// something else.
+/// Whether a scenario would take the value literally.
 bool standsForItself(const json& value) {
     const bool looksLikeData = value.is_object() && value.size() == 1 && value.contains("$data");
     return !value.is_string() && !looksLikeData;
@@ -79,7 +78,7 @@ void putState(Section& files) {
     }
 }
 
-/// What the helper makes of settings; none if it cannot read them.
+/// The aliases that the helper reads from settings; none if it cannot read them.
 std::optional<AliasMap> aliasesIn(const std::string& settings) {
     try {
         return tolvaran::json::read<AliasMap>(settings);
@@ -88,7 +87,7 @@ std::optional<AliasMap> aliasesIn(const std::string& settings) {
     }
 }
 
-/// Only what the helper looks at.
+/// Only what the helper reads.
 json reducedSettings(const json& settings) {
     json reduced = json::object();
     if (!settings.is_object() || !settings.contains("knownDisplays")) {

@@ -25,7 +25,7 @@ namespace {
 using nlohmann::json;
 using simulator::report::FactGroup;
 
-/// The Mac with a value for every key that the report's words are made from.
+/// The Mac with a value for every key that the report's words need.
 json completed(json mac) {
     const json empty = {{"displays", json::array()},
                         {"registry", json::array()},
@@ -52,14 +52,14 @@ json completed(json mac) {
     return mac;
 }
 
-/// Works out one record: what the Mac would be like, and what keeps it from being so.
+/// Evaluates one record: what the Mac would be like, and what prevents that.
 class Outlook {
   public:
     Outlook(const json& mac, const Hardware& hardware, std::vector<std::string> failures)
         : mac_(mac), after_(mac), hardware_(hardware), failures_(std::move(failures)) {}
 
     const Hardware& hardware() const { return hardware_; }
-    /// The Mac as it would be.
+    /// The Mac as it would be afterwards.
     json& after() { return after_; }
     json* display(CGDirectDisplayID id) {
         for (json& each : after_["displays"]) {
@@ -69,11 +69,11 @@ class Outlook {
         }
         return nullptr;
     }
-    /// Something that cannot be seen on this Mac now.
+    /// Adds something that cannot be read from this Mac now.
     void add(FactGroup group) { others_.push_back(std::move(group)); }
     void keep(const std::string& reason) { reasons_.push_back(reason); }
 
-    WaitingRecord finish(const std::string& title, const std::string& file) {
+    WaitingRecord result(const std::string& title, const std::string& file) {
         WaitingRecord record{.title = title, .file = file, .changes = {}, .reasons = reasons_};
         using namespace simulator::report;
         addChanged(displayFacts(mac_, after_), record.changes);
@@ -83,7 +83,8 @@ class Outlook {
             record.reasons.push_back("the last run says: " + failure);
         }
         if (record.changes.empty() && record.reasons.empty()) {
-            record.reasons.emplace_back("all is as recorded; only the record is left to remove");
+            record.reasons.emplace_back(
+                "everything is as recorded; only the record is left to remove");
         }
         return record;
     }
@@ -110,7 +111,7 @@ FactGroup absentDisplay(const std::string& id, const std::string& fact, const st
     return {id + ", not connected", {{fact, "", value}}};
 }
 
-// Each of these says whether there is a record that waits, and what of it.
+// Each of these returns whether a record waits, and fills in the outlook.
 
 bool lookAtArrangement(Outlook& outlook) {
     const ArrangementPlan plan = planArrangement(outlook.hardware());
@@ -123,7 +124,7 @@ bool lookAtArrangement(Outlook& outlook) {
     if (plan.isNeeded && plan.positions.empty()) {
         outlook.keep("no saved arrangement fits the displays that are connected");
     } else if (!plan.isNeeded && plan.isMarked) {
-        outlook.keep("the displays are in order; only a mark of theirs is left to remove");
+        outlook.keep("the displays are in order; only their mark is left to remove");
     }
     return plan.isNeeded || plan.isMarked;
 }
@@ -287,7 +288,7 @@ constexpr std::array<Record, matterCount> records{{
     {Matter::dock, "Dock", "State/dock-autohide-pending.json", lookAtDock},
 }};
 
-/// Keeps what the library warns of, each warning once.
+/// Collects the library's warnings, each once.
 class Warnings {
   public:
     Warnings() {
@@ -307,7 +308,7 @@ class Warnings {
     std::vector<std::string> texts_;
 };
 
-/// Of what the library warned, what says that a record cannot be read.
+/// Those warnings that say that a record cannot be read.
 std::vector<std::string> unreadable(std::vector<std::string> warnings) {
     std::erase_if(warnings, [](const std::string& warning) {
         return warning.find("unparseable") == std::string::npos &&
@@ -332,7 +333,7 @@ std::vector<WaitingRecord> waitingRecords(const json& mac, const LastRun& last) 
             outlook.keep("a record cannot be read: " + warning);
         }
         if (waits || !damage.empty()) {
-            waiting.push_back(outlook.finish(record.title, record.file));
+            waiting.push_back(outlook.result(record.title, record.file));
         }
     }
     return waiting;

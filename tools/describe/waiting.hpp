@@ -1,4 +1,4 @@
-// The records that wait on a user's Mac: what each would put back, and what keeps it. Used by
+// The records that wait on a user's Mac: what each would put back, and what prevents that. Used by
 // --health.
 #pragma once
 
@@ -10,10 +10,9 @@
 
 namespace tolvaran::describe {
 
-/// Every record that waits, in the order in which a run puts them back. The reasons are those of
-/// the record itself: a display that is absent, a file that cannot be read, what the last run
-/// failed at.
-/// @param mac  as describeMac() gives it
+/// Every record that waits, in the order in which a run puts them back. The reasons concern the
+/// record itself: an absent display, an unreadable file, what failed in the last run.
+/// @param mac  as describeMac() returns it
 /// @param last what the last run said
 std::vector<WaitingRecord> waitingRecords(const nlohmann::json& mac, const LastRun& last);
 

@@ -1,6 +1,6 @@
-// The part of Core Foundation that the restore library, the helper and the simulator use, for
-// hosts that lack it. Declared as on a Mac; the simulator supplies the functions. A comment stands
-// only where the simulated Mac settles what Apple leaves open.
+// The part of Core Foundation that the restore library, the helper and the simulator use, for hosts
+// that lack it. Declared as on a Mac; the simulator supplies the functions. Comments say only what
+// the simulated Mac defines and Apple leaves open.
 #pragma once
 
 #include <cstdint>
@@ -78,8 +78,6 @@ CFStringRef __CFStringMakeConstantString(const char* cStr);
 CFTypeID CFStringGetTypeID(void);
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef alloc, const UInt8* bytes, CFIndex numBytes,
                                     CFStringEncoding encoding, Boolean isExternalRepresentation);
-CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr,
-                                      CFStringEncoding encoding);
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef alloc, const UniChar* chars,
                                          CFIndex numChars);
 CFIndex CFStringGetLength(CFStringRef theString);
@@ -88,7 +86,6 @@ CFIndex CFStringGetBytes(CFStringRef theString, CFRange range, CFStringEncoding 
                          CFIndex maxBufLen, CFIndex* usedBufLen);
 Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding);
-CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 
 // Numbers and booleans.
 
@@ -117,9 +114,9 @@ CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType theType, const
 // The fixed-width type that the number's own type stands for.
 CFNumberType CFNumberGetType(CFNumberRef number);
 Boolean CFNumberIsFloatType(CFNumberRef number);
-// False whenever the value does not survive the way there and back; what does not fit is stored as
-// the nearest value of the type, and a fraction is cut off. A number that fits in 8 or 16 bits
-// without a sign survives as the signed number of the same bits.
+// False if the value would not survive conversion there and back; a value that does not fit is
+// stored as the nearest value of the type, and a fraction is truncated. An unsigned number that
+// fits in 8 or 16 bits survives as the signed number with the same bits.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
 
 extern const CFBooleanRef kCFBooleanTrue;
@@ -169,7 +166,7 @@ CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex 
 CFIndex CFArrayGetCount(CFArrayRef theArray);
 const void* CFArrayGetValueAtIndex(CFArrayRef theArray, CFIndex idx);
 
-// Dictionaries. The simulator keeps the entries in the order in which they were put in.
+// Dictionaries. The simulator keeps the entries in the order of insertion.
 
 typedef const void* (*CFDictionaryRetainCallBack)(CFAllocatorRef allocator, const void* value);
 typedef void (*CFDictionaryReleaseCallBack)(CFAllocatorRef allocator, const void* value);
@@ -199,20 +196,17 @@ CFTypeID CFDictionaryGetTypeID(void);
 CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
                                    CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks);
-CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
-                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
-                                                 const CFDictionaryValueCallBacks* valueCallBacks);
 void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const void* value);
 CFIndex CFDictionaryGetCount(CFDictionaryRef theDict);
 const void* CFDictionaryGetValue(CFDictionaryRef theDict, const void* key);
 Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef theDict, const void* key, const void** value);
 void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, const void** values);
 
-// UUIDs. With the virtual clock the new ones are the same in every run.
+// UUIDs. With the virtual clock new ones are the same in every run.
 
 CFTypeID CFUUIDGetTypeID(void);
 CFUUIDRef CFUUIDCreate(CFAllocatorRef alloc);
-// Null for an empty text only. Bytes that the text does not give are 0.
+// Null only for an empty text. Bytes that the text does not give are 0.
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef alloc, CFStringRef uuidStr);
 CFStringRef CFUUIDCreateString(CFAllocatorRef alloc, CFUUIDRef uuid);
 

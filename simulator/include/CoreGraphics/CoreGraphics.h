@@ -1,7 +1,7 @@
 // The part of Core Graphics that the restore library and the helper use, for hosts that lack it:
 // geometry, the active displays, display configurations and their callbacks, and the cursor's
-// association with the mouse. Declared as on a Mac; the simulator supplies the functions. A
-// comment stands only where the simulated Mac settles what Apple leaves open.
+// association with the mouse. Declared as on a Mac; the simulator supplies the functions. Comments
+// say only what the simulated Mac defines and Apple leaves open.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -47,12 +47,10 @@ static inline CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat hei
     return {{x, y}, {width, height}};
 }
 
-// All of these take a rectangle with negative sides for the standard one that covers the same area.
+// All of these treat a rectangle with negative sides as the standard one for the same area.
 CGFloat CGRectGetMinX(CGRect rect);
-CGFloat CGRectGetMidX(CGRect rect);
 CGFloat CGRectGetMaxX(CGRect rect);
 CGFloat CGRectGetMinY(CGRect rect);
-CGFloat CGRectGetMidY(CGRect rect);
 CGFloat CGRectGetMaxY(CGRect rect);
 CGFloat CGRectGetWidth(CGRect rect);
 CGFloat CGRectGetHeight(CGRect rect);
@@ -107,7 +105,7 @@ enum : CGConfigureOption {
 };
 
 CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config);
-// The origins are what the displays get: no gap and no overlap is closed, as a Mac does.
+// The displays get exactly these origins; a Mac would remove gaps and overlaps.
 CGError CGConfigureDisplayOrigin(CGDisplayConfigRef config, CGDirectDisplayID display,
                                  std::int32_t x, std::int32_t y);
 CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config);

@@ -1,7 +1,7 @@
 // The part of dispatch that the helper uses, in its function forms, for hosts that lack it: the
 // main queue, delayed work, timer sources and process sources. Declared as on a Mac; the simulator
-// supplies the functions. A comment stands only where the simulated Mac settles what Apple leaves
-// open. None of these functions throws, and their types say so.
+// supplies the functions. Comments say only what the simulated Mac defines and Apple leaves open.
+// None of these functions throws, and their types say so.
 #pragma once
 
 #include <cstdint>
@@ -22,15 +22,12 @@ typedef struct dispatch_source_s : public dispatch_object_s{} * dispatch_source_
 
 typedef void (*dispatch_function_t)(void*);
 
-// Objects. Releasing the last reference to a source that was never resumed aborts, as does any use
-// of an object that is gone.
+// Objects. Releasing a source that was never resumed aborts, as does using an object that is gone.
 
-void dispatch_retain(dispatch_object_t object) noexcept;
 void dispatch_release(dispatch_object_t object) noexcept;
 void dispatch_set_context(dispatch_object_t object, void* context) noexcept;
 void* dispatch_get_context(dispatch_object_t object) noexcept;
 void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer) noexcept;
-void dispatch_activate(dispatch_object_t object) noexcept;
 void dispatch_resume(dispatch_object_t object) noexcept;
 
 // Time. Times count nanoseconds of the simulator's clock.

@@ -1,4 +1,4 @@
-// The host's sys/stat.h with the name that a Mac has for the time of change.
+// The host's sys/stat.h with a Mac's name for the modification time.
 #pragma once
 #pragma GCC system_header
 

@@ -323,13 +323,16 @@ const std::vector<LayoutStore>& layoutStores() {
          SidePinnedSetsStore::candidates, SidePinnedSetsStore::premarkSidePinned,
          SidePinnedSetsStore::markSidePinned, SidePinnedSetsStore::restoreCandidates,
          SidePinnedSetsStore::migrateCanonicalIDs, SidePinnedSetsStore::matchesCurrentHardware,
-         SidePinnedSetsStore::find},
+         [](const auto&... arguments) { return LayoutSets::find(sidePinnedSets, arguments...); }},
         {"native-mirrored", 1,
          [](const std::string& path) { return NativeMirroredSetsStore::load(path).arrangements; },
          NativeMirroredSetsStore::candidates, NativeMirroredSetsStore::premarkNativeMirrored,
          NativeMirroredSetsStore::markNativeMirrored, NativeMirroredSetsStore::restoreCandidates,
          NativeMirroredSetsStore::migrateCanonicalIDs,
-         NativeMirroredSetsStore::matchesCurrentHardware, NativeMirroredSetsStore::find},
+         NativeMirroredSetsStore::matchesCurrentHardware,
+         [](const auto&... arguments) {
+             return LayoutSets::find(nativeMirroredSets, arguments...);
+         }},
     };
     return list;
 }

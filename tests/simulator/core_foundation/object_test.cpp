@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "simulator/core_foundation/containers.hpp"
+#include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/number.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
@@ -14,7 +16,7 @@ class Object : public SimulatorTest {};
 class ObjectDeathTest : public SimulatorTest {};
 
 CFStringRef newString(const char* text) {
-    return CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingUTF8);
+    return createString(text);
 }
 
 TEST_F(Object, CreatingGivesOneReference) {
@@ -94,8 +96,7 @@ TEST_F(Object, DictionariesOwnKeysAndValues) {
 }
 
 TEST_F(Object, ReplacingAValueReleasesTheOldOne) {
-    const Owned<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
-        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    const Owned<CFMutableDictionaryRef> dictionary(createDictionary());
     const Owned<CFStringRef> first(newString("first"));
     const Owned<CFStringRef> second(newString("second"));
     CFDictionarySetValue(dictionary.get(), CFSTR("key"), first.get());
@@ -132,7 +133,7 @@ TEST_F(Object, EqualityComparesWhatObjectsHold) {
     EXPECT_TRUE(CFEqual(a.get(), b.get()));
     EXPECT_EQ(CFHash(a.get()), CFHash(b.get()));
     EXPECT_FALSE(CFEqual(a.get(), c.get()));
-    EXPECT_FALSE(CFEqual(one.get(), kCFBooleanTrue)) << "a number is no boolean";
+    EXPECT_FALSE(CFEqual(one.get(), kCFBooleanTrue)) << "a number is not a boolean";
     EXPECT_FALSE(CFEqual(kCFBooleanTrue, kCFBooleanFalse));
 }
 
@@ -153,12 +154,12 @@ TEST_F(ObjectDeathTest, MisuseAbortsWithAMessage) {
         const char* message;
         std::function<void()> misuse;
     } cases[] = {
-        {"CFRelease: the CFString is gone: its last reference was given up",
+        {"CFRelease: the CFString is gone: its last reference was released",
          [=] { CFRelease(gone); }},
         {"CFStringGetLength: the CFString is gone", [=] { CFStringGetLength(gone); }},
         {"CFRetain: the reference is null", [] { CFRetain(nullptr); }},
         {"CFRelease: the reference is null", [] { CFRelease(nullptr); }},
-        {"CFGetTypeID: the reference is to no Core Foundation object",
+        {"CFGetTypeID: the reference is not to a Core Foundation object",
          [&] { CFGetTypeID(foreign); }},
         {"CFStringGetLength: the object is a CFBoolean, not a CFString",
          [] { CFStringGetLength(reinterpret_cast<CFStringRef>(kCFBooleanTrue)); }},

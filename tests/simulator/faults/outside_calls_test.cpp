@@ -39,7 +39,7 @@ TEST_F(OutsideCalls, ResultsAreOfTheTypeOfTheFunction) {
     const std::string boolean = "result: must be true or false";
     const std::string null = "result: must be null";
     const std::string nothing =
-        "result: must be left out, for the function returns nothing that a fault can choose";
+        "result: must be left out: the function returns nothing that a fault can choose";
     const std::string notAnError = "result: is not the name of an error that the simulator knows";
     const std::string uuid = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
     const struct {

@@ -129,7 +129,7 @@ TEST_F(Dispatch, TimersRepeatOnTheBeat) {
 TEST_F(Dispatch, ATimerSetBeforeItIsResumedFiresLate) {
     dispatch_source_t timer = makeTimer("tick", 10, 10);
     advance(35);
-    dispatch_activate(timer);
+    dispatch_resume(timer);
     advance(10);
     EXPECT_EQ(events(), (Events{{35, "tick"}, {40, "tick"}}));
     dispatch_release(timer);
@@ -235,12 +235,10 @@ TEST_F(Dispatch, AProcessThatIsGoneHasExited) {
     dispatch_release(watch);
 }
 
-TEST_F(Dispatch, TheFinalizerRunsOnTheQueueAfterTheLastRelease) {
+TEST_F(Dispatch, TheFinalizerRunsOnTheQueueAfterTheRelease) {
     dispatch_source_t timer = makeTimer("old", 1, 1);
     dispatch_set_finalizer_f(timer, note);
     dispatch_resume(timer);
-    dispatch_retain(timer);
-    dispatch_release(timer);
     dispatch_set_context(timer, named("final"));
     EXPECT_EQ(dispatch_get_context(timer), named("final"));
     dispatch_release(timer);
@@ -309,7 +307,7 @@ TEST_F(DispatchDeathTest, MisuseAbortsWithAMessage) {
              dispatch_resume(timer);
              dispatch_resume(timer);
          }},
-        {"dispatch_retain: the object is null", [] { dispatch_retain(nullptr); }},
+        {"dispatch_release: the object is null", [] { dispatch_release(nullptr); }},
         {"dispatch_source_set_timer: the source is not a timer",
          [] { dispatch_source_set_timer(makeExitWatch("", 1), DISPATCH_TIME_NOW, 1, 0); }},
         {"dispatch_source_cancel: the source is gone",

@@ -79,7 +79,7 @@ TEST_F(Timeline, WithTheRealClockNamesStandForProcesses) {
     EXPECT_EQ(thrownBy([] {
                   perform({{"exit", "second"}});
               }),
-              "exit: no launch before has given this name");
+              "exit: no earlier launch has given this name");
     EXPECT_EQ(thrownBy([] {
                   perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
               }),
@@ -98,7 +98,7 @@ TEST_F(Timeline, MalformedEventsAreRefused) {
         {"{}", "the document: has no event"},
         {R"({"at": 1})", "the document: has no event"},
         {R"({"sleep": true})", "sleep: unknown event"},
-        {R"({"exit": 1, "wake": true})", "the document: must have one event only"},
+        {R"({"exit": 1, "wake": true})", "the document: must have exactly one event"},
         {R"({"launch": 5})", "launch: must be an object"},
         {R"({"launch": {"pid": 5}})", "launch.bundle: is missing"},
         {R"({"launch": {"bundle": "a"}})", "launch.pid: is missing"},
@@ -146,9 +146,9 @@ TEST_F(Timeline, EventsThatTheMachineDoesNotLetHappenAreRefusedWhenTheyAreDue) {
     } rows[] = {
         {R"({"exit": 6})", "exit: no application with this pid is running"},
         {R"({"terminated": 6})", "terminated: no application with this pid is running"},
-        {R"({"exit": "a"})", "exit: no launch before has given this name"},
+        {R"({"exit": "a"})", "exit: no earlier launch has given this name"},
         {R"({"write": {"path": "a", "content": ""}})",
-         "write: TOLVARAN_APPLICATION_SUPPORT_DIR names no directory"},
+         "write: TOLVARAN_APPLICATION_SUPPORT_DIR does not name a directory"},
     };
     for (const auto& [event, message] : rows) {
         const json document = json::parse(event);

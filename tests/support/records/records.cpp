@@ -49,16 +49,15 @@ void saveOriginals(const MarkedLayout& entries, const std::string& path) {
     OriginalsStore::save({.arrangements = {{pair, entries}}}, path);
 }
 
-template <typename Store>
-std::vector<Change> layoutWrites() {
-    return {[](const auto& path) { Store::premark(pair, layout, path); },
-            [](const auto& path) { Store::premark(pair, otherLayout, path); },
-            [](const auto& path) { Store::mark(pair, layout, path); },
-            [](const auto& path) {
-                Store::restoreCandidates(pair, {otherLayout, layout}, path);
+std::vector<Change> layoutWrites(const SetMarks& marks) {
+    return {[=](const auto& path) { LayoutSets::premark(marks, pair, layout, path); },
+            [=](const auto& path) { LayoutSets::premark(marks, pair, otherLayout, path); },
+            [=](const auto& path) { LayoutSets::mark(marks, pair, layout, path); },
+            [=](const auto& path) {
+                LayoutSets::restoreCandidates(marks, pair, {otherLayout, layout}, path);
             },
-            [](const auto& path) { Store::migrateCanonicalIDs(renaming, path); },
-            [](const auto& path) { Store::clear("HW-1,HW-3", path); }};
+            [=](const auto& path) { LayoutSets::migrateCanonicalIDs(marks, renaming, path); },
+            [=](const auto& path) { LayoutSets::clear(marks, "HW-1,HW-3", path); }};
 }
 
 const DisplayModeSpec mode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
@@ -201,9 +200,12 @@ Record menuBar() {
         .fate = Fate::kept,
         .unusableLine = "warn: menu bar snapshot at State/menubar-state.json failed to decode: ",
         .places = "mac/(preferences/global.*|menuBar/autoHide|displays/[0-9]+/menuBarOverride)",
-        .example = R"({"displayVisibilityOverrides":[{"canonicalID":"A","enabled":true,)"
-                   R"("hardwareID":"H","portUUID":"P"}],"globalRestored":false,)"
-                   R"("hideMenuBar":0,"pendingOnly":false,"visibleInFullscreen":1})",
+        .example = R"({"displayVisibilityOverrides":[{)"
+                   R"("canonicalID":"HW-1552-41040-4251086178","enabled":true,)"
+                   R"("hardwareID":"HW-1552-41040-4251086178",)"
+                   R"("portUUID":"37D8832A-2D66-02CA-B9F7-8F30A301B230"}],)"
+                   R"("globalRestored":false,"hideMenuBar":0,"pendingOnly":false,)"
+                   R"("visibleInFullscreen":1})",
         .mayBecome = in_force::menuBarMayBecome,
         .isRewritten = true,
         .notWritten = "warn: Failed to write menu bar snapshot: .*",
@@ -296,7 +298,8 @@ Record preferences() {
         .fate = Fate::kept,
         .unusableLine = "warn: AliasMap: preferences.json unparseable, falling back to identity",
         .places = "mac/displays/[0-9]+/(frame/[0-9]|mode|menuBarOverride)|files/State~1.*",
-        .example = R"({"knownDisplays":[{"ids":["A","B"],"name":"built-in"}]})",
+        .example = R"({"knownDisplays":[{"ids":["HW-1552-41040-4251086178","another"],)"
+                   R"("name":"built-in"}]})",
         .losses = {{reading, "Settings/preferences\\.json",
                     "mac/displays/[0-9]+/(mode|frame/[0-9])",
                     "without readable preferences every display has its own name"}},
@@ -361,10 +364,10 @@ const std::vector<Record>& records() {
               separatedChanges,
               [](const auto& path) { return textOf(SeparatedSetsStore::signatures(path)); }),
         marks("side-pinned", formats::isSidePinnedSets, R"({"version":2,)" + layoutsExample,
-              layoutWrites<SidePinnedSetsStore::Operations>(),
+              layoutWrites(sidePinnedSets),
               [](const auto& path) { return textOf(SidePinnedSetsStore::load(path)); }),
         marks("native-mirrored", formats::isNativeMirroredSets, R"({"version":1,)" + layoutsExample,
-              layoutWrites<NativeMirroredSetsStore::Operations>(),
+              layoutWrites(nativeMirroredSets),
               [](const auto& path) { return textOf(NativeMirroredSetsStore::load(path)); }),
         menuBar(),
         hotCorners(),

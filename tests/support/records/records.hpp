@@ -62,7 +62,7 @@ struct Record {
     std::string unusableLine = {};  // the beginning of the line that tells of an unusable file;
                                     // empty where the design gives none
     std::string places = {};   // a regular expression: what on the Mac a usable one decides about
-    std::string example = {};  // one that has every field
+    std::string example = {};  // one with every field; displays as in crash-in-full.json
 
     // Its end. Null: nobody but its owner may change it.
     bool (*mayBecome)(const nlohmann::json& before, const nlohmann::json& after,

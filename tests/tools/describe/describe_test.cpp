@@ -50,7 +50,7 @@ const std::vector<Refusal> refusals = {
      "registry is left out: the registry did not list the display connections"},
     {{{"call", "IORegistryEntryCreateCFProperties"}, {"skip", 2}, {"result", 5}},
      "/registry/2",
-     "registry[2] is left out: the registry did not tell its properties"},
+     "registry[2] is left out: the registry did not give its properties"},
     {{{"call", "CoreDockGetExposeCornerActionsWithModifiers"}, {"effect", false}},
      "/dock/cornerActions",
      "dock.cornerActions is left out: " + noCorners},
@@ -59,7 +59,7 @@ const std::vector<Refusal> refusals = {
      "dock.cornerModifiers is left out: " + noCorners},
     {{{"call", "SLSGetMenuBarAutohideEnabled"}, {"result", 1000}},
      "/menuBar/autoHide",
-     "menuBar.autoHide is left out: the window server did not tell it"},
+     "menuBar.autoHide is left out: the window server did not say"},
 };
 
 TEST(Describe, WhatCannotBeReadIsNotedAndLeftOutAndNothingElseIs) {

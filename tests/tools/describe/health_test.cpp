@@ -115,7 +115,7 @@ TEST(Health, KnowsADeadHelperByItsHeartbeatOrItsProcess) {
 TEST(Health, SaysThatTheHelperWasNeverThere) {
     const Found never = found({{"State/.helper-heartbeat", ""}}, {}, "");
     EXPECT_EQ(never.health.exitStatus(), 2);
-    EXPECT_THAT(never.text, testing::StartsWith("The helper was never here."));
+    EXPECT_THAT(never.text, testing::StartsWith("The helper has never run."));
 }
 
 TEST(Health, SaysWhatThisMacOSLacksAndWhatThatCosts) {
@@ -195,7 +195,7 @@ const std::vector<State> states = {
      {{"State/separated-sets.json",
        parsed(R"({"version": 1, "signatures": ["HW-1-2-3,HW-4-5-6"]})")}},
      {},
-     "Arrangement\n  waits: the displays are in order; only a mark of theirs is left to remove\n"},
+     "Arrangement\n  waits: the displays are in order; only their mark is left to remove\n"},
     {"a mark of other displays",
      {{"State/separated-sets.json", parsed(R"({"version": 1, "signatures": ["HW-7-8-9"]})")}},
      {},
@@ -213,7 +213,7 @@ const std::vector<State> states = {
     {"a mode that is in force",
      {{modes, modeOf("HW-4-5-6", 100, 80)}},
      {},
-     "Display modes\n  waits: all is as recorded; only the record is left to remove\n"},
+     "Display modes\n  waits: everything is as recorded; only the record is left to remove\n"},
     {"a mode that the display has not",
      {{modes, modeOf("HW-4-5-6", 300, 200)}},
      {},
@@ -278,7 +278,7 @@ const std::vector<State> states = {
     {"the Dock as recorded",
      {{dock, parsed(R"({"version": 1, "restoreTo": false})")}},
      {},
-     "Dock\n  waits: all is as recorded; only the record is left to remove\n"},
+     "Dock\n  waits: everything is as recorded; only the record is left to remove\n"},
     {"a Dock record that cannot be read",
      {{dock, "{}"}},
      {},

@@ -62,7 +62,7 @@ class Program(unittest.TestCase):
     def test_health_where_there_never_was_a_helper(self):
         told = run(DESCRIBE, "--mac", FULL_MAC, "--health")
         self.assertEqual(told.returncode, 2)
-        self.assertTrue(told.stdout.startswith("The helper was never here."), told.stdout)
+        self.assertTrue(told.stdout.startswith("The helper has never run."), told.stdout)
         told = run(DESCRIBE, "--mac", FULL_MAC, "--health", "--json")
         self.assertEqual(told.returncode, 2)
         health = json.loads(told.stdout)

@@ -97,8 +97,8 @@ TEST(RoundTrip, TheFullMacNeedsNoExceptionButTheCursor) {
     expected.erase("cursorAssociated");
     EXPECT_EQ(description.mac.dump(1), expected.dump(1));
     EXPECT_EQ(description.notes,
-              (std::vector<std::string>{"cursorAssociated is left out: macOS does not tell it; a "
-                                        "scenario then takes true"}));
+              (std::vector<std::string>{"cursorAssociated is left out: macOS does not say; a "
+                                        "scenario then assumes true"}));
 }
 
 TEST(RoundTrip, NothingElseOfTheUsersIsTold) {
