@@ -7,7 +7,7 @@
 #include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using repair_attempts::Effect;
@@ -149,4 +149,4 @@ TEST_F(RepairAttemptsTest, EndsWithTheProcess) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

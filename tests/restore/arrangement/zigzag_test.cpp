@@ -16,7 +16,7 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/log_capture.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Frames = std::vector<CGRect>;
@@ -58,7 +58,7 @@ void expectInEveryOrder(Frames frames, bool zigzag, bool full) {
         }
         SCOPED_TRACE(describe(listed));
         const std::size_t liveBefore = simulator::liveObjects();
-        tests::LogCapture log;
+        LogCapture log;
         EXPECT_EQ(Zigzag::isFullZigzag(displays(listed)), full);
         EXPECT_EQ(log.take(), std::vector<std::string>{});
         EXPECT_EQ(Zigzag::isZigzag(displays(listed)), zigzag);
@@ -349,4 +349,4 @@ TEST(ZigzagOnAGrid, FourDisplays) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests
