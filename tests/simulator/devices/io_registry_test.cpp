@@ -6,7 +6,7 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/devices/device_test.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 using simulator::cf::Owned;
@@ -154,4 +154,4 @@ TEST_F(IORegistry, MeetsFaults) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests
