@@ -18,11 +18,10 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/arrangement_check.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 
 /// Marks that are left by every repair but the exact one.
 const Lines onlyNativeMirrored{"native-mirrored"};
@@ -605,4 +604,4 @@ TEST(ArrangementRepair, SavedOriginsAsFarOutAsCanBeAreApplied) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests
