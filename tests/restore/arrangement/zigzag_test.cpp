@@ -324,7 +324,7 @@ class Grid {
         for (const std::size_t place : chosen) {
             frames.push_back(places_[place]);
         }
-        return tolvaran::describe(frames);
+        return tests::describe(frames);
     }
 
     Frames places_;
