@@ -2,6 +2,8 @@
 // around what the function does when no fault keeps it from doing so.
 #pragma once
 
+#include <CoreFoundation/CoreFoundation.h>
+
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <type_traits>
@@ -28,9 +30,13 @@ auto performCall(std::string_view function, Body body) -> decltype(body()) {
     }
 }
 
+/// A Boolean as it is recorded: true for 1, false for 0, and any other number as it stands.
+inline nlohmann::json recorded(Boolean value) {
+    return value > 1 ? nlohmann::json(value) : nlohmann::json(value == 1);
+}
+
 /// Performs and records one call of a function that belongs in the list of calls. `body` takes the
-/// fault, and
-/// returns a value that JSON can hold; `args` is a JSON array.
+/// fault, and returns a value that JSON can hold; `args` is a JSON array.
 template <typename Body>
 auto recordedCall(std::string_view function, nlohmann::json args, Body body)
     -> decltype(body(std::declval<const CallFault&>())) {

@@ -105,13 +105,14 @@ TEST_F(OriginalsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
 
 TEST_F(OriginalsStoreTest, WhatCannotBeWrittenIsReportedWithTheError) {
     writeFile(path("file"), "old");
+    writeFile(path("directory/inside"), "old");
     OriginalsStore::save(file({}), path("file/originals"));
-    OriginalsStore::save(file({}), path(""));
+    OriginalsStore::save(file({}), path("directory"));
     EXPECT_EQ(takeLog(), (Lines{"warn: Failed to write originals file: create " +
-                                    (path("file/originals: Not a directory")),
-                                "warn: Failed to write originals file: rename " + path("") +
-                                    ": Is a directory"}));
-    EXPECT_EQ(files(), Lines{"file"});
+                                    path("file/originals: Not a directory"),
+                                "warn: Failed to write originals file: rename " +
+                                    path("directory: Is a directory")}));
+    EXPECT_EQ(files(), (Lines{"directory/", "directory/inside", "file"}));
 }
 
 struct Migration {

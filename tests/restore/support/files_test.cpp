@@ -133,6 +133,21 @@ TEST(Files, CreatesDirectoriesToAnyDepthAndTwice) {
     EXPECT_EQ(directory.list(), (std::vector<std::string>{"a/", "a/b/", "a/b/c/", "a/d/"}));
 }
 
+TEST(Files, CreatesDirectoriesWithWhateverModeTheUmaskLeaves) {
+    const TemporaryDirectory directory;
+    for (const mode_t umask : {0U, 022U, 077U}) {
+        const std::string path = directory / std::to_string(umask);
+        const mode_t before = ::umask(umask);
+        createDirectories(path + "/below");
+        ::umask(before);
+        for (const std::string& created : {path, path + "/below"}) {
+            struct stat status {};
+            ASSERT_EQ(::stat(created.c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode & 07777, 0777 & ~umask) << umask;
+        }
+    }
+}
+
 TEST(Files, ADirectoryWhereAFileStandsIsAnError) {
     const TemporaryDirectory directory;
     writeFile(directory / "file", "x");

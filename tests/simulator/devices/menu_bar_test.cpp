@@ -101,6 +101,17 @@ TEST_F(MenuBar, OverridesAreReadAndSetPerDisplay) {
                                   "SLSGetMenuBarVisibilityOverrideOnDisplay [2] = true"}));
 }
 
+TEST_F(MenuBar, ABooleanThatIsNeitherOneNorZeroIsTrueAndRecordedAsItIs) {
+    EXPECT_EQ(CGSSetMenuBarAutohideEnabled(CGSMainConnectionID(), 2), kCGErrorSuccess);
+    EXPECT_EQ((found<std::int32_t(std::int32_t, CGDirectDisplayID, Boolean)>(
+                  "SLSSetMenuBarVisibilityOverrideOnDisplay")(CGSMainConnectionID(), 2, 255)),
+              0);
+    EXPECT_EQ(simulator::machine().at("menuBar").at("autoHide"), true);
+    EXPECT_EQ(displayValues("menuBarOverride").at(1), true);
+    EXPECT_EQ(callLines(), (Lines{"CGSSetMenuBarAutohideEnabled [2] = 0",
+                                  "SLSSetMenuBarVisibilityOverrideOnDisplay [2,255] = 0"}));
+}
+
 TEST_F(MenuBar, AnOverrideMayShowLate) {
     simulator::addFault(
         {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 2}, {"times", 1}});
