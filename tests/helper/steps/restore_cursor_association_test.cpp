@@ -7,43 +7,42 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
-#include "tests/support/simulated_process.hpp"
+#include "tests/helper/steps/step_test.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
 
-TEST(RestoreCursorAssociation, ReassociatesOnEveryRun) {
-    HelperProcess process(json{{"cursorAssociated", false}});
-    restoreCursorAssociation("safety-tick", std::nullopt);
-    restoreCursorAssociation("safety-tick", std::nullopt);
+class RestoreCursorAssociation : public StepTest {
+  protected:
+    RestoreCursorAssociation() : StepTest(restoreCursorAssociation, "restoreCursorAssociation") {}
+};
+
+TEST_F(RestoreCursorAssociation, ReassociatesOnEveryRun) {
+    start(json{{"cursorAssociated", false}});
+    run("safety-tick");
+    run("safety-tick");
     const std::string line = "info: restoreCursorAssociation [safety-tick]: re-associated cursor";
-    EXPECT_EQ(process.takeLog(), (Lines{line, line}));
+    EXPECT_EQ(takeLog(), (Lines{line, line}));
     EXPECT_EQ(simulator::machine()["cursorAssociated"], true);
     EXPECT_EQ(simulator::calls()[0]["call"], "CGAssociateMouseAndMouseCursorPosition");
     EXPECT_EQ(simulator::calls().size(), 2U);
 }
 
-TEST(RestoreCursorAssociation, LogsTheErrorCode) {
-    HelperProcess process(json{{"cursorAssociated", false}});
+TEST_F(RestoreCursorAssociation, LogsTheErrorCode) {
+    start(json{{"cursorAssociated", false}});
     simulator::addFault({{"call", "CGAssociateMouseAndMouseCursorPosition"}, {"result", 1000}});
-    restoreCursorAssociation("cold-start", std::nullopt);
-    EXPECT_EQ(process.takeLog(), Lines{"warn: restoreCursorAssociation [cold-start]: "
-                                       "CGAssociateMouseAndMouseCursorPosition(1) returned 1000"});
+    EXPECT_EQ(run(), Lines{"warn: restoreCursorAssociation [cold-start]: "
+                           "CGAssociateMouseAndMouseCursorPosition(1) returned 1000"});
     EXPECT_EQ(simulator::machine()["cursorAssociated"], false);
 }
 
-TEST(RestoreCursorAssociation, LeavesTheCursorToARunningTolvaran) {
-    HelperProcess process(
-        json{{"cursorAssociated", false},
-             {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}});
-    restoreCursorAssociation("safety-tick", 7);
-    EXPECT_EQ(process.takeLog(), Lines{"debug: restoreCursorAssociation [safety-tick]: Tolvaran "
-                                       "running (pid 812), skipping"});
+TEST_F(RestoreCursorAssociation, LeavesTheCursorToARunningTolvaran) {
+    start(whileTolvaranRuns(812, {{"cursorAssociated", false}}));
+    EXPECT_EQ(run("safety-tick", 7), Lines{skips("safety-tick", 812)});
     EXPECT_EQ(simulator::calls(), json::array());
-    restoreCursorAssociation("proc-exit", 812);
-    EXPECT_EQ(process.takeLog(),
+    EXPECT_EQ(run("proc-exit", 812),
               Lines{"info: restoreCursorAssociation [proc-exit]: re-associated cursor"});
 }
 

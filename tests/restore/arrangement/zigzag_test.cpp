@@ -60,12 +60,11 @@ void expectInEveryOrder(Frames frames, bool zigzag, bool full) {
         const std::size_t liveBefore = simulator::liveObjects();
         LogCapture log;
         EXPECT_EQ(Zigzag::isFullZigzag(displays(listed)), full);
-        EXPECT_EQ(log.take(), std::vector<std::string>{});
+        EXPECT_EQ(log.take(), Lines{});
         EXPECT_EQ(Zigzag::isZigzag(displays(listed)), zigzag);
-        EXPECT_EQ(log.take(), zigzag
-                                  ? std::vector<std::string>{"info: Detected zigzag/corner-touch "
-                                                             "arrangement"}
-                                  : std::vector<std::string>{});
+        EXPECT_EQ(log.take(), zigzag ? Lines{"info: Detected zigzag/corner-touch "
+                                             "arrangement"}
+                                     : Lines{});
         EXPECT_EQ(simulator::liveObjects(), liveBefore);
     } while (std::next_permutation(order.begin(), order.end()));
 }

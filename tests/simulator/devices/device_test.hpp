@@ -11,20 +11,11 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
-#include "tests/support/calls.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 
-/// A test that starts with the default machine and must leave no object and no configuration.
-class DeviceTest : public ::testing::Test {
-  protected:
-    void SetUp() override { simulator::reset(); }
-
-    void TearDown() override {
-        EXPECT_EQ(simulator::liveObjects(), 0U);
-        EXPECT_EQ(simulator::openConfigurations(), 0U);
-    }
-};
+using DeviceTest = ProcessTest;
 
 /// Two displays side by side, the first one the main display.
 inline nlohmann::json twoDisplays() {
