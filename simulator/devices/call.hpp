@@ -2,6 +2,8 @@
 // around what the function does unless a fault prevents it.
 #pragma once
 
+#include <CoreFoundation/CoreFoundation.h>
+
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <type_traits>
@@ -26,6 +28,11 @@ auto performCall(std::string_view function, Body body) -> decltype(body()) {
     } else {
         return fault.resultOr(fault.performs ? body() : Result{});
     }
+}
+
+/// A Boolean as it is recorded: true for 1, false for 0, and any other number as it stands.
+inline nlohmann::json recorded(Boolean value) {
+    return value > 1 ? nlohmann::json(value) : nlohmann::json(value == 1);
 }
 
 /// Performs and records one call of a function that belongs in the list of calls. `body` takes the

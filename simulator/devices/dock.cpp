@@ -51,7 +51,7 @@ Boolean CoreDockGetAutoHideEnabled(void) {
 }
 
 void CoreDockSetAutoHideEnabled(Boolean enabled) {
-    recordedCall(__func__, nlohmann::json::array({enabled != 0}),
+    recordedCall(__func__, nlohmann::json::array({recorded(enabled)}),
                  [&](const CallFault&) { mac().dock.autoHide = enabled != 0; });
 }
 

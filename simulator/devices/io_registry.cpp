@@ -118,10 +118,11 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef
 kern_return_t IORegistryEntryCreateCFProperties(io_registry_entry_t entry,
                                                 CFMutableDictionaryRef* properties,
                                                 CFAllocatorRef /*allocator*/,
-                                                IOOptionBits /*options*/) {
+                                                IOOptionBits options) {
     return performCall(__func__, [&] {
         const auto* const found = find<Service>(entry);
-        if (found == nullptr || properties == nullptr) {
+        const bool areOptionsDefined = options == 0;  // I/O Kit defines none
+        if (found == nullptr || properties == nullptr || !areOptionsDefined) {
             return KERN_INVALID_ARGUMENT;
         }
         *properties = createDictionary(found->properties);

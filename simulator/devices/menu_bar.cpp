@@ -108,7 +108,7 @@ Boolean SLSGetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
 
 std::int32_t SLSSetMenuBarVisibilityOverrideOnDisplay(std::int32_t connection,
                                                       CGDirectDisplayID display, Boolean visible) {
-    const auto args = nlohmann::json::array({display, visible != 0});
+    const auto args = nlohmann::json::array({display, recorded(visible)});
     return recordedCall(__func__, args, [&](const CallFault& fault) -> std::int32_t {
         if (connection != mainConnection) {
             return kCGErrorInvalidConnection;
@@ -153,7 +153,7 @@ std::int32_t CGSMainConnectionID(void) {
 }
 
 CGError CGSSetMenuBarAutohideEnabled(std::int32_t connection, Boolean enabled) {
-    const auto args = nlohmann::json::array({enabled != 0});
+    const auto args = nlohmann::json::array({recorded(enabled)});
     return recordedCall(__func__, args,
                         [&](const CallFault&) { return setAutohide(connection, enabled != 0); });
 }

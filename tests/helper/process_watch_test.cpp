@@ -48,11 +48,6 @@ Lines skipped(const std::string& tag, pid_t pid) {
     return lines;
 }
 
-Lines operator+(Lines first, const Lines& second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
 TEST(MainApplication, IsTheFirstLiveInstanceInListingOrder) {
     const HelperProcess process(applications({30, 20, 10}));
     EXPECT_EQ(runningMainAppPID(std::nullopt), 30);

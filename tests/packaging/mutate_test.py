@@ -92,8 +92,27 @@ class Mutate(unittest.TestCase):
             seen = []
             tree.notices = lambda _: seen.append(file.read_text()) or "nobody"
             self.assertEqual(tree.attempt(change(2)), "nobody")
-            self.assertEqual(seen, ["one();\n  ;\n"])
+            self.assertEqual(seen, [mutate.PRAGMAS + "\none();\n  ;\n"])
             self.assertEqual(file.read_text(), "one();\n  f2();\n")
+
+
+class Programs(unittest.TestCase):
+    def test_what_a_file_concerns_are_whole_programs(self):
+        self.assertEqual(mutate.concerned("restore/dock/hot_corner_control.cpp")[0], "dock_tests")
+        self.assertRegex("dock_tests.0", mutate.shards(["a_tests", "dock_tests"]))
+        self.assertNotRegex("more_dock_tests.0", mutate.shards(["dock_tests"]))
+
+    def test_a_tree_of_some_programs_asks_no_others(self):
+        asked = []
+        for only, passes, expected in ((["a_tests"], True, "nobody"), (None, True, "nobody"),
+                                       (["a_tests"], False, "concerned")):
+            with self.subTest(only=only, passes=passes):
+                tree = mutate.Tree(pathlib.Path("tree"), 1, only)
+                tree.build_targets = lambda *targets: asked.append(targets) or True
+                tree.test = lambda *_, passes=passes: passes
+                self.assertEqual(tree.notices(mutate.Change("restore/dock/hot_corner_control.cpp",
+                                                            1, "call", "", "")), expected)
+        self.assertEqual(asked, [("dock_tests",), ("dock_tests",), (), ("dock_tests",)])
 
 
 if __name__ == "__main__":

@@ -7,13 +7,13 @@
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 using testing::HasSubstr;
 using testing::StartsWith;
-using tolvaran::tests::readFile;
-using tolvaran::tests::writeFile;
 
 class CommandLine : public SimulatorTest {
   protected:
@@ -38,7 +38,7 @@ class CommandLine : public SimulatorTest {
         return path;
     }
 
-    tolvaran::tests::TemporaryDirectory directory_;
+    TemporaryDirectory directory_;
 };
 
 TEST_F(CommandLine, ReducesAScenario) {
@@ -149,7 +149,7 @@ TEST_F(CommandLine, WhateverElseGoesWrongIsOneLineAndStatus2) {
     EXPECT_THAT(noRoot.errors, StartsWith(path + ": "));
     EXPECT_EQ(std::ranges::count(noRoot.errors, '\n'), 1);
 
-    const tolvaran::tests::ScopedEnvironment environment("TMPDIR", directory_ / "no/such");
+    const ScopedEnvironment environment("TMPDIR", directory_ / "no/such");
     const Run noTemporary = run({path});
     EXPECT_EQ(noTemporary.status, 2);
     EXPECT_THAT(noTemporary.errors, StartsWith(path + ": "));
@@ -244,4 +244,4 @@ TEST_F(CommandLine, OtherArgumentsAreRefused) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -7,12 +7,12 @@
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
 
+using namespace simulator;
+
 using testing::HasSubstr;
-using tolvaran::tests::readFile;
-using tolvaran::tests::writeFile;
 
 class Gallery : public SimulatorTest {
   protected:
@@ -36,7 +36,7 @@ class Gallery : public SimulatorTest {
         writeFile(directory_ / "start-a.json", "{}");
     }
 
-    tolvaran::tests::TemporaryDirectory directory_;
+    TemporaryDirectory directory_;
 };
 
 TEST_F(Gallery, HasALineAndAPictureForEachScenario) {
@@ -99,4 +99,4 @@ TEST_F(Gallery, SaysWhatItCannotWrite) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

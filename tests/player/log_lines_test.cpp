@@ -2,8 +2,10 @@
 
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class LogLinesTest : public SimulatorTest {};
 
@@ -22,4 +24,4 @@ TEST_F(LogLinesTest, PutsLinesTogetherAndLeavesOutOthers) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -2,8 +2,10 @@
 
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 json result() {
     return json::parse(R"({
@@ -72,4 +74,4 @@ TEST(Matching, TellsEachExpectationThatFailed) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

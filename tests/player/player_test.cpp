@@ -9,13 +9,10 @@
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
 
-using tolvaran::tests::readFile;
-using tolvaran::tests::ScopedEnvironment;
-using tolvaran::tests::TemporaryDirectory;
-using tolvaran::tests::writeFile;
+using namespace simulator;
 
 class Player : public SimulatorTest {};
 
@@ -323,4 +320,4 @@ TEST_F(Player, EventsThatCannotHappenAreErrors) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -3,8 +3,10 @@
 #include "player/scenario.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class ReductionTest : public SimulatorTest {};
 
@@ -68,4 +70,4 @@ TEST_F(ReductionTest, KnowsTheFirstFailure) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -4,11 +4,10 @@
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
 
-using tolvaran::tests::TemporaryDirectory;
-using tolvaran::tests::writeFile;
+using namespace simulator;
 
 class ScenarioReading : public SimulatorTest {};
 
@@ -125,4 +124,4 @@ TEST_F(ScenarioReading, FilesThatAreNoJSONAreRefused) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -3,8 +3,11 @@
 #include "restore/arrangement/zigzag.hpp"
 #include "tests/report/results.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -136,4 +139,4 @@ TEST(ReportArrangement, AHiddenMenuBarIsShownNowhere) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

@@ -2,8 +2,11 @@
 
 #include "tests/report/results.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -112,4 +115,4 @@ TEST(Changes, Headlines) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

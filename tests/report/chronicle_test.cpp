@@ -2,8 +2,11 @@
 
 #include "tests/report/results.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using testing::ElementsAre;
 
@@ -123,4 +126,4 @@ TEST(Chronicle, CallsAsText) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

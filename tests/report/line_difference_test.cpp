@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 /// "=kept -removed +added", each line a word.
 std::string difference(const std::vector<std::string>& before,
@@ -85,4 +88,4 @@ TEST(LineDifference, LongAndDifferentTextsTakeNoTime) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

@@ -1,11 +1,13 @@
 #include "report/log_comparison.hpp"
 
 #include "tests/report/results.hpp"
+#include "tests/support/lines.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
 
-using Lines = std::vector<std::string>;
+using namespace simulator;
+using namespace simulator::report;
 
 const std::string cursor = "restoreCursorAssociation [cold-start]: re-associated cursor";
 const std::string tickedCursor = "restoreCursorAssociation [safety-tick]: re-associated cursor";
@@ -90,4 +92,4 @@ TEST(LogComparison, LinesThatDifferStandBesideEachOther) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 TEST(LogReading, TakesALineApart) {
     EXPECT_EQ(readLogLine("[2026-01-01 00:00:00.000] [   1.500] [helper] [warn] a] [b] c"),
@@ -40,4 +43,4 @@ TEST(LogReading, TellsProcessesFromRuns) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

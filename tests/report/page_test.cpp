@@ -2,8 +2,11 @@
 
 #include "tests/report/results.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using testing::HasSubstr;
 using testing::Not;
@@ -162,4 +165,4 @@ TEST(Page, AnArrangementOfManyDisplaysIsFoldedAway) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

@@ -10,7 +10,10 @@
 
 #include "simulator/simulator.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using nlohmann::json;
 
@@ -58,4 +61,4 @@ inline void addCall(json& result, double at, const std::string& name, json args,
     result["order"].push_back("call");
 }
 
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

@@ -4,8 +4,11 @@
 
 #include "tests/report/results.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -130,4 +133,4 @@ TEST(SVG, AFileStandsForItself) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

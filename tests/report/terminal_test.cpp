@@ -4,8 +4,11 @@
 
 #include "tests/report/results.hpp"
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 using Variables = std::map<std::string, std::string>;
 
@@ -149,4 +152,4 @@ TEST(Terminal, TheTableNeedsNoTerminal) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

@@ -5,8 +5,11 @@
 #include <cmath>
 #include <limits>
 
-namespace simulator::report {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::report;
 
 TEST(ReportText, MarkupStandsForItself) {
     EXPECT_EQ(escaped("<b a=\"1\" c='2'>&amp;</b>"),
@@ -103,4 +106,4 @@ TEST(ReportText, Lists) {
 }
 
 }  // namespace
-}  // namespace simulator::report
+}  // namespace tolvaran::tests

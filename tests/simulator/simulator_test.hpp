@@ -1,4 +1,4 @@
-// What the simulator's tests share.
+// What the tests of the simulator and of the player share.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -10,28 +10,20 @@
 #include <string>
 
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 
 using nlohmann::json;
 
-/// Every test begins with a Mac on which nothing has happened, and leaves no object behind.
-class SimulatorTest : public ::testing::Test {
+/// A test in a process that ends with the test's body: what is left for its end is freed first, and
+/// only then is it seen whether anything was left behind.
+class SimulatorTest : public ProcessTest {
   protected:
-    SimulatorTest() {
-        reset();
-        liveBefore_ = liveObjects();
-    }
-    ~SimulatorTest() override {
-        reset();
-        EXPECT_EQ(liveObjects(), liveBefore_) << "objects were not released";
-    }
-
-  private:
-    std::size_t liveBefore_ = 0;
+    ~SimulatorTest() override { simulator::reset(); }
 };
 
-/// The message of the Error that `action` throws; empty when it throws none.
+/// The message of the Error that `action` throws; empty if it throws none.
 template <typename Error = std::invalid_argument>
 std::string thrownBy(const std::function<void()>& action) {
     try {
@@ -42,4 +34,4 @@ std::string thrownBy(const std::function<void()>& action) {
     return "";
 }
 
-}  // namespace simulator
+}  // namespace tolvaran::tests

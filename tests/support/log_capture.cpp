@@ -20,7 +20,7 @@ LogCapture::~LogCapture() {
     RestoreLog::silence();
 }
 
-std::vector<std::string> LogCapture::take() {
+Lines LogCapture::take() {
     return std::exchange(lines_, {});
 }
 

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "tests/support/lines.hpp"
 
 namespace tolvaran::tests {
 
@@ -15,13 +16,13 @@ class LogCapture {
     LogCapture& operator=(const LogCapture&) = delete;
 
     /// Every message so far as "level: message".
-    const std::vector<std::string>& lines() const { return lines_; }
+    const Lines& lines() const { return lines_; }
 
     /// The lines so far, which are then forgotten.
-    std::vector<std::string> take();
+    Lines take();
 
   private:
-    std::vector<std::string> lines_;
+    Lines lines_;
 };
 
 }  // namespace tolvaran::tests

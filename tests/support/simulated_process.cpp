@@ -30,25 +30,25 @@ Lines takeRest(const Lines& all, std::size_t& taken) {
 
 SimulatedProcess::SimulatedProcess(const nlohmann::json& mac, Role role) : role_(role) {
     std::filesystem::create_directory(support_);
-    begin(mac);
+    beginProcess(mac);
 }
 
 SimulatedProcess::~SimulatedProcess() {
-    end();
+    finishProcess();
     simulator::reset();
     RestoreLog::silence();
 }
 
 void SimulatedProcess::start(const nlohmann::json& mac) {
-    end();
-    begin(mac);
+    finishProcess();
+    beginProcess(mac);
 }
 
 void SimulatedProcess::restart() const {
     forgetProcessWideValues();
 }
 
-void SimulatedProcess::begin(const nlohmann::json& mac) {
+void SimulatedProcess::beginProcess(const nlohmann::json& mac) {
     forgetProcessWideValues();
     simulator::reset(mac);
     takenCalls_ = 0;
@@ -60,7 +60,7 @@ void SimulatedProcess::begin(const nlohmann::json& mac) {
     }
 }
 
-void SimulatedProcess::end() const {
+void SimulatedProcess::finishProcess() const {
     forgetProcessWideValues();
     EXPECT_EQ(simulator::liveObjects(), objectsBefore_) << "objects were not released";
     EXPECT_EQ(simulator::openConfigurations(), 0U) << "a configuration was left open";

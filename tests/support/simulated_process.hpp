@@ -61,8 +61,8 @@ class SimulatedProcess {
     void knowDisplays(const std::vector<Lines>& groups) const;
 
   private:
-    void begin(const nlohmann::json& mac);
-    void end() const;
+    void beginProcess(const nlohmann::json& mac);
+    void finishProcess() const;
 
     Role role_;
     TemporaryDirectory directory_;

@@ -32,12 +32,12 @@ TemporaryDirectory::~TemporaryDirectory() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-std::vector<std::string> TemporaryDirectory::list() const {
+Lines TemporaryDirectory::list() const {
     return filesBelow(path_);
 }
 
-std::vector<std::string> filesBelow(const std::string& directory) {
-    std::vector<std::string> names;
+Lines filesBelow(const std::string& directory) {
+    Lines names;
     if (!std::filesystem::exists(directory)) {
         return names;
     }

@@ -4,7 +4,8 @@
 
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "tests/support/lines.hpp"
 
 namespace tolvaran::tests {
 
@@ -21,14 +22,14 @@ class TemporaryDirectory {
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
     /// What lies below it.
-    std::vector<std::string> list() const;
+    Lines list() const;
 
   private:
     std::string path_;
 };
 
 /// The names below a directory, sorted, directories with a "/" at the end; none if it is missing.
-std::vector<std::string> filesBelow(const std::string& directory);
+Lines filesBelow(const std::string& directory);
 
 /// Writes a file, creating its directory. Fails the test if it cannot.
 void writeFile(const std::string& path, const std::string& content);

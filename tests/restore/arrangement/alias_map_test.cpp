@@ -4,35 +4,23 @@
 
 #include <tuple>
 
-#include "tests/support/bad_input.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-using tests::BadInput;
-using tests::Holds;
-using tests::writeFile;
-using Lines = std::vector<std::string>;
-
-const Lines unparseable = {
-    "warn: AliasMap: preferences.json unparseable, falling back to identity"};
-
-class AliasMapTest : public ::testing::Test {
+class AliasMapTest : public ProcessTest {
   protected:
     AliasMap load(const std::string& content) {
         writeFile(path_, content);
         return AliasMap::load(path_);
     }
 
-    tests::TemporaryDirectory directory_;
-    const std::string path_ = directory_ / "preferences.json";
-    tests::LogCapture log_;
+    const std::string path_ = settings("preferences.json");
 };
 
 TEST_F(AliasMapTest, LivesInTheProfileDirectory) {
-    const tests::ScopedEnvironment profile("TOLVARAN_CONFIG_DIR", "/some/profile");
+    const ScopedEnvironment profile("TOLVARAN_CONFIG_DIR", "/some/profile");
     EXPECT_EQ(AliasMap::defaultPreferencesPath(), "/some/profile/preferences.json");
 }
 
@@ -84,48 +72,15 @@ TEST_F(AliasMapTest, ReadsTheKnownDisplaysAndNothingElse) {
             expected.entries.push_back({.ids = entry});
         }
         EXPECT_EQ(load(content), expected) << what;
-        EXPECT_EQ(log_.take(), Lines()) << what;
+        EXPECT_EQ(takeLog(), Lines()) << what;
     }
 }
 
 TEST_F(AliasMapTest, ANumberOutOfRangeCostsTheAliasesNothingWhereNobodyReadsIt) {
     EXPECT_EQ(load(R"({"zoom":1e999,"knownDisplays":[{"ids":["a","b"],"scale":-1e999}]})"),
               AliasMap({.entries = {{.ids = {"a", "b"}}}}));
-    EXPECT_EQ(log_.lines(), Lines());
-}
-
-TEST_F(AliasMapTest, WhatCannotBeReadIsSilentlyTheIdentity) {
-    EXPECT_EQ(AliasMap::load(path_), AliasMap());
-    EXPECT_EQ(AliasMap::load(directory_.path()), AliasMap());
-    EXPECT_EQ(AliasMap::load(""), AliasMap());
-    EXPECT_EQ(log_.lines(), Lines());
-}
-
-TEST_F(AliasMapTest, WhatDoesNotDecodeIsTheIdentityWithAWarning) {
-    const nlohmann::json good = {{"knownDisplays", {{{"ids", {"a", "b"}}}, {{"ids", {"c"}}}}}};
-    std::vector<BadInput> inputs = tests::truncations(good.dump());
-    for (const auto& more : {tests::wrongText(good.dump()),
-                             tests::wrongFields(good, {{"/knownDisplays/0", Holds::object},
-                                                       {"/knownDisplays/1/ids", Holds::list},
-                                                       {"/knownDisplays/0/ids/1", Holds::text}})}) {
-        inputs.insert(inputs.end(), more.begin(), more.end());
-    }
-    for (const char* const wrong : {"true", "1", "\"a\"", "{}"}) {
-        inputs.push_back(
-            {"knownDisplays of another type", std::string("{\"knownDisplays\":") + wrong + "}"});
-    }
-    for (const BadInput& input : inputs) {
-        EXPECT_EQ(load(input.text), AliasMap()) << input.what;
-        EXPECT_EQ(log_.take(), unparseable) << input.what;
-        EXPECT_EQ(tests::readFile(path_), input.text) << input.what;
-    }
-}
-
-TEST_F(AliasMapTest, ReadsAFileOfFiftyMegabytes) {
-    const nlohmann::json good = {{"knownDisplays", {{{"ids", {"a", "b"}}}}}};
-    EXPECT_EQ(load(tests::padded(good.dump(), 50'000'000)).canonicalID("b"), "a");
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -15,15 +15,12 @@
 
 #include "restore/paths/restore_log.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/calls.hpp"
-#include "tests/support/log_capture.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using tests::callLines;
-using Lines = std::vector<std::string>;
 using Positions = std::vector<HardwarePosition>;
 
 const std::string begin = "CGBeginDisplayConfiguration [] = 0";
@@ -38,18 +35,13 @@ HardwarePosition position(CGDirectDisplayID displayID, double x, double y) {
 }
 
 /// Three displays in a row: 7, the main one 3, and 5.
-class DisplayApplyTest : public testing::Test {
+class DisplayApplyTest : public ProcessTest {
   protected:
     void SetUp() override {
-        simulator::reset({{"displays",
-                           {{{"id", 7}, {"frame", {-1280, 0, 1280, 800}}},
-                            {{"id", 3}, {"frame", {0, 0, 1920, 1080}}},
-                            {{"id", 5}, {"frame", {1920, 0, 2560, 1440}}}}}});
-        liveBefore_ = simulator::liveObjects();
-    }
-    void TearDown() override {
-        EXPECT_EQ(simulator::liveObjects(), liveBefore_);
-        EXPECT_EQ(simulator::openConfigurations(), 0U);
+        start({{"displays",
+                {{{"id", 7}, {"frame", {-1280, 0, 1280, 800}}},
+                 {{"id", 3}, {"frame", {0, 0, 1920, 1080}}},
+                 {{"id", 5}, {"frame", {1920, 0, 2560, 1440}}}}}});
     }
 
     static std::vector<CGPoint> origins() {
@@ -62,11 +54,6 @@ class DisplayApplyTest : public testing::Test {
             EXPECT_EQ(found[i].y, expected[i].y) << i;
         }
     }
-
-    tests::LogCapture log_;
-
-  private:
-    std::size_t liveBefore_ = 0;
 };
 
 TEST_F(DisplayApplyTest, AnEmptyListFailsWithoutAWord) {
@@ -74,14 +61,14 @@ TEST_F(DisplayApplyTest, AnEmptyListFailsWithoutAWord) {
     const auto hook = [&] { called = true; };
     EXPECT_FALSE(DisplayApply::applyOriginalsToHardware({}, hook, hook));
     EXPECT_FALSE(called);
-    EXPECT_EQ(log_.lines(), Lines{});
+    EXPECT_EQ(takeLog(), Lines{});
     EXPECT_EQ(callLines(), Lines{});
 }
 
 TEST_F(DisplayApplyTest, AppliesInOrderForTheSession) {
     EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
         {position(5, -2560, 0), position(3, 0, 0), position(7, 0, 1080)}));
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"debug: Applying 3 positions to hardware", "debug:   display 5 -> (-2560,0)",
                      "debug:   display 3 -> (0,0)", "debug:   display 7 -> (0,1080)"}));
     EXPECT_EQ(callLines(), (Lines{begin, origin(5, -2560, 0), origin(3, 0, 0), origin(7, 0, 1080),
@@ -92,7 +79,7 @@ TEST_F(DisplayApplyTest, AppliesInOrderForTheSession) {
 TEST_F(DisplayApplyTest, KeepsTheMainDisplayAtTheOrigin) {
     EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
         {position(7, 0, 0), position(3, 1280, -100), position(5, 3200, 50)}));
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"info: Re-anchored saved positions to current main 3: shift=(1280,-100)",
                      "debug: Applying 3 positions to hardware", "debug:   display 7 -> (-1280,100)",
                      "debug:   display 3 -> (0,0)", "debug:   display 5 -> (1920,150)"}));
@@ -104,7 +91,7 @@ TEST_F(DisplayApplyTest, KeepsTheMainDisplayAtTheOrigin) {
 TEST_F(DisplayApplyTest, AShiftInOneDirectionIsAShift) {
     EXPECT_TRUE(
         DisplayApply::applyOriginalsToHardware({position(3, 0, 30), position(5, 1920, 30)}));
-    EXPECT_EQ(log_.lines().front(),
+    EXPECT_EQ(takeLog().front(),
               "info: Re-anchored saved positions to current main 3: shift=(0,30)");
     EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(5, 1920, 0), completeForSession}));
 }
@@ -112,7 +99,7 @@ TEST_F(DisplayApplyTest, AShiftInOneDirectionIsAShift) {
 TEST_F(DisplayApplyTest, WithoutTheMainDisplayNothingIsShifted) {
     EXPECT_TRUE(
         DisplayApply::applyOriginalsToHardware({position(7, 100, 200), position(5, 1380, 200)}));
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"debug: Applying 2 positions to hardware", "debug:   display 7 -> (100,200)",
                      "debug:   display 5 -> (1380,200)"}));
     EXPECT_EQ(callLines(),
@@ -128,14 +115,14 @@ TEST_F(DisplayApplyTest, OfTwoPositionsOfTheMainDisplayTheFirstAnchors) {
 
 TEST_F(DisplayApplyTest, NegativeZeroIsTheOrigin) {
     EXPECT_TRUE(DisplayApply::applyOriginalsToHardware({position(3, -0.0, -0.0)}));
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"debug: Applying 1 positions to hardware", "debug:   display 3 -> (0,0)"}));
 }
 
 TEST_F(DisplayApplyTest, FractionsAreCutOffAfterTheShift) {
     EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
         {position(3, 100.5, -0.5), position(5, 2020.25, -100.25), position(7, -1180.25, 0)}));
-    EXPECT_EQ(log_.lines(),
+    EXPECT_EQ(takeLog(),
               (Lines{"info: Re-anchored saved positions to current main 3: shift=(100,0)",
                      "debug: Applying 3 positions to hardware", "debug:   display 3 -> (0,0)",
                      "debug:   display 5 -> (1919,-99)", "debug:   display 7 -> (-1280,0)"}));
@@ -149,7 +136,7 @@ TEST_F(DisplayApplyTest, WhenItCannotBeginNothingElseHappens) {
     const auto hook = [&] { called = true; };
     EXPECT_FALSE(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, hook, hook));
     EXPECT_FALSE(called);
-    EXPECT_EQ(log_.lines(), Lines{"debug: Applying 1 positions to hardware"});
+    EXPECT_EQ(takeLog(), Lines{"debug: Applying 1 positions to hardware"});
     EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 1004"});
     expectOrigins({{-1280, 0}, {0, 0}, {1920, 0}});
 }
@@ -325,4 +312,4 @@ TEST(StackedFallback, IsEmptyWithoutTheMainDisplay) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -8,25 +8,24 @@
 
 #include "restore/support/cf_values.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
 using Serials = std::vector<std::string>;
 
 /// What was seen of three services, "none" for one without properties.
-class DisplayConnections : public testing::Test {
+class DisplayConnections : public ProcessTest {
   protected:
     DisplayConnections() {
         json registry = json::array();
         for (const char* const serial : {"A", "B", "C"}) {
             registry.push_back({{"DisplaySerialString", serial}});
         }
-        simulator::reset({{"registry", registry}});
-        objects_ = simulator::liveObjects();
+        start({{"registry", registry}});
     }
-    ~DisplayConnections() override { EXPECT_EQ(simulator::liveObjects(), objects_); }
 
     bool visit(std::size_t wanted) {
         return visitDisplayConnections([&](CFDictionaryRef properties) {
@@ -39,9 +38,6 @@ class DisplayConnections : public testing::Test {
     }
 
     Serials seen_;
-
-  private:
-    std::size_t objects_ = 0;
 };
 
 TEST_F(DisplayConnections, AreShownInOrder) {
@@ -73,4 +69,4 @@ TEST_F(DisplayConnections, ARegistryThatRefusesIsNoEmptyOne) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

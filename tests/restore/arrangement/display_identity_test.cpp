@@ -7,13 +7,12 @@
 
 #include "restore/arrangement/named_displays.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/log_capture.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using Lines = std::vector<std::string>;
 
 constexpr const char* uuid1 = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
 constexpr const char* uuid2 = "11111111-2222-3333-4444-55555555ABCD";
@@ -38,24 +37,8 @@ json withSerial(const std::string& serial) {
     return connection({{"DisplaySerialString", serial}});
 }
 
-class DisplayIdentityTest : public ::testing::Test {
-  protected:
-    ~DisplayIdentityTest() override { expectNothingLeaked("at the end"); }
-
-    void arrange(const json& mac) {
-        simulator::reset(mac);
-        before_ = simulator::liveObjects();
-    }
-
-    void expectNothingLeaked(const std::string& what) const {
-        EXPECT_EQ(simulator::liveObjects(), before_) << what;
-    }
-
-    tests::LogCapture log_;
-
-  private:
-    std::size_t before_ = simulator::liveObjects();
-};
+// Each arrangement begins a new process, and the end of each shows what it has left behind.
+class DisplayIdentityTest : public ProcessTest {};
 
 TEST_F(DisplayIdentityTest, FingerprintIsVendorModelAndSerial) {
     struct Case {
@@ -78,15 +61,14 @@ TEST_F(DisplayIdentityTest, FingerprintIsVendorModelAndSerial) {
         {{1, 1, 1}, serial, "1-1-1"},
     };
     for (const Case& c : cases) {
-        arrange({{"displays", json::array({display(7, c.numbers)})}, {"registry", c.registry}});
+        start({{"displays", json::array({display(7, c.numbers)})}, {"registry", c.registry}});
         EXPECT_EQ(displayHardwareFingerprint(7), c.fingerprint) << c.numbers << c.registry;
-        expectNothingLeaked(c.numbers.dump() + c.registry.dump());
     }
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(DisplayIdentityTest, ADisplayThatIsGoneHasNoFingerprint) {
-    arrange({{"displays", json::array({display(7, {1, 2, 3})})}});
+    start({{"displays", json::array({display(7, {1, 2, 3})})}});
     EXPECT_EQ(displayHardwareFingerprint(8), std::nullopt);
     EXPECT_EQ(displayUUID(8), "Display-8");
 }
@@ -128,11 +110,10 @@ TEST_F(DisplayIdentityTest, EdidSerialIsThatOfTheFirstMatchingConnectionThatHasO
         {"the serial is data", json::array({data, a}), "A"},
     };
     for (const Case& c : cases) {
-        arrange({{"registry", c.registry}});
+        start({{"registry", c.registry}});
         EXPECT_EQ(edidSerialString(1552, 41234), c.serial) << c.what;
-        expectNothingLeaked(c.what);
     }
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(DisplayIdentityTest, EdidNumbersMustBeWholeAndFitIn32UnsignedBits) {
@@ -163,14 +144,12 @@ TEST_F(DisplayIdentityTest, EdidNumbersMustBeWholeAndFitIn32UnsignedBits) {
         const auto expected = c.matches ? std::optional<std::string>("A") : std::nullopt;
         const json ofVendor =
             connection({{"DisplayVendorID", c.number}, {"DisplaySerialString", "A"}});
-        arrange({{"registry", json::array({ofVendor})}});
+        start({{"registry", json::array({ofVendor})}});
         EXPECT_EQ(edidSerialString(c.wanted, 41234), expected) << "vendor " << c.number;
-        expectNothingLeaked(c.number.dump());
         const json ofModel =
             connection({{"DisplayProductID", c.number}, {"DisplaySerialString", "A"}});
-        arrange({{"registry", json::array({ofModel})}});
+        start({{"registry", json::array({ofModel})}});
         EXPECT_EQ(edidSerialString(1552, c.wanted), expected) << "model " << c.number;
-        expectNothingLeaked(c.number.dump());
     }
 }
 
@@ -197,13 +176,12 @@ TEST_F(DisplayIdentityTest, ARegistryThatRefusesOnlyHidesTheSerial) {
          "1552-41234-SB"},
     };
     for (const Case& c : cases) {
-        arrange({{"displays", json::array({display(7, {1552, 41234, 0})})},
-                 {"registry", json::array({withSerial("A"), withSerial("B")})}});
+        start({{"displays", json::array({display(7, {1552, 41234, 0})})},
+               {"registry", json::array({withSerial("A"), withSerial("B")})}});
         simulator::addFault(c.fault);
         EXPECT_EQ(displayHardwareFingerprint(7), c.fingerprint) << c.fault;
-        expectNothingLeaked(c.fault.dump());
     }
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(DisplayIdentityTest, PortUUIDIsTheWindowServersTextOrTheNumber) {
@@ -213,14 +191,13 @@ TEST_F(DisplayIdentityTest, PortUUIDIsTheWindowServersTextOrTheNumber) {
         {nullptr, "Display-4294967295"},
     };
     for (const auto& [portUUID, expected] : cases) {
-        arrange({{"displays", json::array({display(4294967295, {1, 2, 3}, portUUID)})}});
+        start({{"displays", json::array({display(4294967295, {1, 2, 3}, portUUID)})}});
         EXPECT_EQ(displayPortUUID(4294967295), expected);
-        expectNothingLeaked(expected);
     }
     EXPECT_EQ(displayPortUUID(5), "Display-5");
     simulator::addFault({{"call", "CGDisplayCreateUUIDFromDisplayID"}, {"effect", false}});
     EXPECT_EQ(displayPortUUID(4294967295), "Display-4294967295");
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 struct UUIDCase {
@@ -270,10 +247,9 @@ TEST_F(DisplayIdentityTest, DisplayUUIDTellsTwinsApart) {
          {}},
     };
     for (const UUIDCase& c : cases) {
-        arrange({{"displays", c.displays}});
+        start({{"displays", c.displays}});
         EXPECT_EQ(displayUUID(7, c.all), c.uuid) << c.what;
-        EXPECT_EQ(log_.take(), c.log) << c.what;
-        expectNothingLeaked(c.what);
+        EXPECT_EQ(takeLog(), c.log) << c.what;
     }
 }
 
@@ -285,14 +261,13 @@ TEST_F(DisplayIdentityTest, TwinsWithoutSerialNumbersAreToldApartToo) {
         {json::array({withSerial("A"), withSerial("B")}), "1552-41234-SA"},
     };
     for (const auto& [registry, fingerprint] : cases) {
-        arrange({{"displays", twins}, {"registry", registry}});
+        start({{"displays", twins}, {"registry", registry}});
         EXPECT_EQ(displayUUID(7, {{7, 8}}), uuid1);
         EXPECT_EQ(displayUUID(8, {{7, 8}}), uuid2);
         EXPECT_EQ(displayUUID(8, {{8}}), "HW-" + fingerprint);
         const std::string line = "warn: Multiple displays with fingerprint " + fingerprint +
                                  ", disambiguating via port-UUID";
-        EXPECT_EQ(log_.take(), (Lines{line, line}));
-        expectNothingLeaked(fingerprint);
+        EXPECT_EQ(takeLog(), (Lines{line, line}));
     }
 }
 
@@ -306,14 +281,14 @@ Lines uuidsOf(const std::vector<CGDirectDisplayID>& displays) {
 }
 
 TEST_F(DisplayIdentityTest, AllAreNamedTogetherAsEachIsAlone) {
-    arrange({{"displays", json::array({display(9, {10, 20, 30}, uuid2), display(7, {10, 20, 30}),
-                                       display(8, {10, 20, 31}), display(6, {0, 20, 30}, nullptr),
-                                       display(5, {10, 21, 0}), display(4, {0, 20, 30}, nullptr)})},
-             {"registry", json::array()}});
+    start({{"displays", json::array({display(9, {10, 20, 30}, uuid2), display(7, {10, 20, 30}),
+                                     display(8, {10, 20, 31}), display(6, {0, 20, 30}, nullptr),
+                                     display(5, {10, 21, 0}), display(4, {0, 20, 30}, nullptr)})},
+           {"registry", json::array()}});
     const std::vector<CGDirectDisplayID> all = {9, 7, 8, 6, 5, 4, 3};
     EXPECT_EQ(uuidsOf(all), (Lines{uuid2, uuid1, "HW-10-20-31", "Display-6", "HW-10-21-0",
                                    "Display-4", "Display-3"}));
-    const Lines together = log_.take();
+    const Lines together = takeLog();
     Lines names;
     for (const CGDirectDisplayID id : all) {
         names.push_back(displayUUID(id, all));
@@ -322,12 +297,11 @@ TEST_F(DisplayIdentityTest, AllAreNamedTogetherAsEachIsAlone) {
     const std::string line =
         "warn: Multiple displays with fingerprint 10-20-30, disambiguating via port-UUID";
     EXPECT_EQ(together, (Lines{line, line}));
-    EXPECT_EQ(log_.take(), (Lines{line, line, line, line}));
-    expectNothingLeaked("all together");
+    EXPECT_EQ(takeLog(), (Lines{line, line, line, line}));
 }
 
 TEST_F(DisplayIdentityTest, ADisplayPluggedInBetweenTwoCallsIsSeen) {
-    arrange({{"displays", json::array({display(7, {10, 20, 30})})}});
+    start({{"displays", json::array({display(7, {10, 20, 30})})}});
     EXPECT_EQ(displayUUID(7, {{7, 8}}), "HW-10-20-30");
     simulator::perform({{"connect", display(8, {10, 20, 30}, uuid2)}});
     EXPECT_EQ(displayUUID(7, {{7, 8}}), uuid1);
@@ -336,12 +310,12 @@ TEST_F(DisplayIdentityTest, ADisplayPluggedInBetweenTwoCallsIsSeen) {
 }
 
 TEST_F(DisplayIdentityTest, NothingOfTheMacIsChanged) {
-    arrange({{"displays",
-              json::array({display(7, {1552, 41234, 0}), display(8, {1552, 41234, 0}, uuid2)})},
-             {"registry", json::array({withSerial("A")})}});
+    start({{"displays",
+            json::array({display(7, {1552, 41234, 0}), display(8, {1552, 41234, 0}, uuid2)})},
+           {"registry", json::array({withSerial("A")})}});
     displayUUID(7, {{7, 8}});
     EXPECT_EQ(simulator::calls(), json::array());
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

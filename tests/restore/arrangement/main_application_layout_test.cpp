@@ -12,11 +12,10 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/arrangement_check.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 
 TEST(MainApplicationLayout, HealthyHardwareIsLeftAlone) {
     for (const Places& places : {Places{}, Places{{1, 0, 0}}, sideBySide}) {
@@ -186,4 +185,4 @@ TEST(MainApplicationLayout, OnHealthyHardwareEachStoreIsReadOnce) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -7,15 +7,13 @@
 
 #include "restore/arrangement/display_identity.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
 using IDs = std::vector<CGDirectDisplayID>;
-using Lines = std::vector<std::string>;
 
 constexpr const char* uuid1 = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
 constexpr const char* uuid2 = "11111111-2222-3333-4444-55555555ABCD";
@@ -33,25 +31,13 @@ json displays(CGDirectDisplayID count) {
     return result;
 }
 
-class NamedDisplaysTest : public ::testing::Test {
+class NamedDisplaysTest : public ProcessTest {
   protected:
-    ~NamedDisplaysTest() override { EXPECT_EQ(simulator::liveObjects(), before_); }
-
-    void arrange(const json& list) {
-        simulator::reset({{"displays", list}});
-        before_ = simulator::liveObjects();
-    }
+    void arrange(const json& list) { start({{"displays", list}}); }
 
     void writePreferences(const std::string& content) {
-        tests::writeFile(profile_ / "preferences.json", content);
+        writeFile(settings("preferences.json"), content);
     }
-
-    tests::TemporaryDirectory profile_;
-    const tests::ScopedEnvironment environment_{"TOLVARAN_CONFIG_DIR", profile_.path()};
-    tests::LogCapture log_;
-
-  private:
-    std::size_t before_ = 0;
 };
 
 TEST_F(NamedDisplaysTest, AreListedInTheWindowServersOrderUpToTheLimit) {
@@ -86,7 +72,7 @@ TEST_F(NamedDisplaysTest, NoDisplaysAndAFailingCallGiveNone) {
             {{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"effect", effect}});
         EXPECT_EQ(activeDisplays(16), IDs());
     }
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(NamedDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
@@ -94,7 +80,7 @@ TEST_F(NamedDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
     EXPECT_EQ(namesOf({3, 1}), (Lines{"HW-10-20-5", "HW-10-20-4"}));
     EXPECT_EQ(namesOf({1, 3}), (Lines{"HW-10-20-4", "HW-10-20-5"}));
     EXPECT_EQ(namesOf({}), Lines());
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(NamedDisplaysTest, CanonicalIDsAreFoldedThroughTheAliasMap) {
@@ -109,7 +95,7 @@ TEST_F(NamedDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
     EXPECT_EQ(namesOf({3, 1}), (Lines{"left", uuid2}));
     const std::string line =
         "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
-    EXPECT_EQ(log_.lines(), (Lines{line, line}));
+    EXPECT_EQ(takeLog(), (Lines{line, line}));
 }
 
 TEST_F(NamedDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
@@ -175,4 +161,4 @@ TEST_F(NamedDisplaysTest, TheHardwareOfEachIsReadOnce) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Entries = std::vector<OriginalsEntry>;
@@ -75,4 +75,4 @@ TEST(OriginalsCommitCache, EqualityCountsBothCollections) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

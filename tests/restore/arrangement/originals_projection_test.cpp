@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Arrangement = std::vector<OriginalsEntry>;
@@ -105,4 +105,4 @@ TEST(OriginalsProjection, AnEmptyUUIDIsAnOrdinaryName) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -6,19 +6,12 @@
 #include <limits>
 
 #include "restore/arrangement/formats.hpp"
-#include "tests/support/bad_input.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-using tests::BadInput;
-using tests::Holds;
-using tests::readFile;
-using tests::writeFile;
 using Arrangements = std::map<std::string, std::vector<OriginalsEntry>>;
-using Lines = std::vector<std::string>;
 using Mapping = std::map<std::string, std::string>;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -27,28 +20,18 @@ OriginalsFile file(Arrangements arrangements) {
     return {.version = 2, .arrangements = std::move(arrangements)};
 }
 
-class OriginalsStoreTest : public ::testing::Test {
+class OriginalsStoreTest : public ProcessTest {
   protected:
     OriginalsFile load(const std::string& content) {
         writeFile(path_, content);
         return OriginalsStore::load(path_);
     }
 
-    void expectBad(const BadInput& input) {
-        EXPECT_EQ(load(input.text), OriginalsFile()) << input.what;
-        EXPECT_EQ(log_.take(),
-                  Lines{"warn: originals file missing/wrong version/unparseable, starting fresh"})
-            << input.what;
-        EXPECT_EQ(readFile(path_), input.text) << input.what;
-    }
-
-    tests::TemporaryDirectory directory_;
-    const std::string path_ = directory_ / "State/.display-originals";
-    tests::LogCapture log_;
+    const std::string path_ = state(".display-originals");
 };
 
 TEST_F(OriginalsStoreTest, LivesInTheStateDirectory) {
-    const tests::ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR", "/some/support");
+    const ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR", "/some/support");
     EXPECT_EQ(OriginalsStore::defaultPath(), "/some/support/State/.display-originals");
 }
 
@@ -80,8 +63,8 @@ TEST_F(OriginalsStoreTest, SavesWithSortedKeysAndLoadsTheSame) {
         EXPECT_EQ(readFile(path_), text);
         EXPECT_EQ(OriginalsStore::load(path_), value) << text;
     }
-    EXPECT_EQ(log_.lines(), Lines());
-    EXPECT_EQ(directory_.list(), (Lines{"State/", "State/.display-originals"}));
+    EXPECT_EQ(takeLog(), Lines());
+    EXPECT_EQ(files(), (Lines{"State/", "State/.display-originals"}));
 }
 
 TEST_F(OriginalsStoreTest, LoadsWhatIsStoredHoweverOdd) {
@@ -102,59 +85,7 @@ TEST_F(OriginalsStoreTest, LoadsWhatIsStoredHoweverOdd) {
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(load(text), expected) << text;
     }
-    EXPECT_EQ(log_.lines(), Lines());
-}
-
-TEST_F(OriginalsStoreTest, NoReadableFileIsAnEmptyStoreWithoutAWord) {
-    EXPECT_EQ(OriginalsStore::load(path_), file({}));
-    EXPECT_EQ(OriginalsStore::load(directory_.path()), file({}));
-    EXPECT_EQ(OriginalsStore::load(""), file({}));
-    EXPECT_EQ(log_.lines(), Lines());
-    EXPECT_EQ(directory_.list(), Lines());
-}
-
-TEST_F(OriginalsStoreTest, OtherVersionsAreAnEmptyStoreWithAWarning) {
-    for (const char* const version : {"1", "3", "0", "-2", "2.5", "9223372036854775807", "1e308"}) {
-        expectBad({std::string("version ") + version,
-                   std::string(R"({"arrangements":{},"version":)") + version + "}"});
-    }
-}
-
-TEST_F(OriginalsStoreTest, WhatDoesNotDecodeIsAnEmptyStoreWithAWarning) {
-    const nlohmann::json good = {
-        {"arrangements",
-         {{"A,B", {{{"uuid", "A"}, {"x", 0}, {"y", 0}}, {{"uuid", "B"}, {"x", 100}, {"y", 0.5}}}}}},
-        {"version", 2}};
-    for (const auto& inputs :
-         {tests::truncations(good.dump()), tests::wrongText(good.dump()),
-          tests::wrongFields(good, {{"/version", Holds::integer},
-                                    {"/arrangements", Holds::object},
-                                    {"/arrangements/A,B/0", Holds::object},
-                                    {"/arrangements/A,B/0/uuid", Holds::text},
-                                    {"/arrangements/A,B/1/x", Holds::number},
-                                    {"/arrangements/A,B/1/y", Holds::number}}),
-          std::vector<BadInput>{
-              {"entries that are no list",
-               R"({"arrangements":{"A":{"uuid":"A","x":0,"y":0}},"version":2})"},
-              {"null for entries", R"({"arrangements":{"A":null},"version":2})"},
-              {"NaN as text",
-               R"({"arrangements":{"A":[{"uuid":"A","x":"NaN","y":0}]},"version":2})"},
-              {"NaN", R"({"arrangements":{"A":[{"uuid":"A","x":NaN,"y":0}]},"version":2})"},
-              {"beyond every double",
-               R"({"arrangements":{"A":[{"uuid":"A","x":1e309,"y":0}]},"version":2})"},
-          }}) {
-        for (const BadInput& input : inputs) {
-            expectBad(input);
-        }
-    }
-}
-
-TEST_F(OriginalsStoreTest, LoadsAFileOfFiftyMegabytes) {
-    const nlohmann::json good = {{"version", 2},
-                                 {"arrangements", {{"A", {{{"uuid", "A"}, {"x", 1}, {"y", 2}}}}}}};
-    EXPECT_EQ(load(tests::padded(good.dump(), 50'000'000)),
-              file({{"A", {{.uuid = "A", .x = 1, .y = 2}}}}));
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(OriginalsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
@@ -167,20 +98,21 @@ TEST_F(OriginalsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
     writeFile(path_, "old");
     for (const OriginalsFile& unencodable : cases) {
         OriginalsStore::save(unencodable, path_);
-        EXPECT_EQ(log_.take(), Lines{"warn: Failed to encode originals file"});
+        EXPECT_EQ(takeLog(), Lines{"warn: Failed to encode originals file"});
         EXPECT_EQ(readFile(path_), "old");
     }
 }
 
 TEST_F(OriginalsStoreTest, WhatCannotBeWrittenIsReportedWithTheError) {
-    writeFile(directory_ / "file", "old");
-    OriginalsStore::save(file({}), directory_ / "file/originals");
-    OriginalsStore::save(file({}), directory_.path());
-    EXPECT_EQ(log_.lines(), (Lines{"warn: Failed to write originals file: create " +
-                                       (directory_ / "file/originals: Not a directory"),
-                                   "warn: Failed to write originals file: rename " +
-                                       directory_.path() + ": Is a directory"}));
-    EXPECT_EQ(directory_.list(), Lines{"file"});
+    writeFile(path("file"), "old");
+    writeFile(path("directory/inside"), "old");
+    OriginalsStore::save(file({}), path("file/originals"));
+    OriginalsStore::save(file({}), path("directory"));
+    EXPECT_EQ(takeLog(), (Lines{"warn: Failed to write originals file: create " +
+                                    path("file/originals: Not a directory"),
+                                "warn: Failed to write originals file: rename " +
+                                    path("directory: Is a directory")}));
+    EXPECT_EQ(files(), (Lines{"directory/", "directory/inside", "file"}));
 }
 
 struct Migration {
@@ -269,7 +201,7 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
         OriginalsStore::migrateUUIDs(c.mapping, path_);
         const bool changes = !c.mappingText.empty();
         EXPECT_EQ(readFile(path_), changes ? json::write(file(c.after)) : before) << c.what;
-        EXPECT_EQ(log_.take(),
+        EXPECT_EQ(takeLog(),
                   changes ? Lines{"info: Migrated originals UUIDs: " + c.mappingText} : Lines())
             << c.what;
     }
@@ -277,13 +209,13 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
 
 TEST_F(OriginalsStoreTest, MigrationLeavesAMissingOrBadFileAlone) {
     OriginalsStore::migrateUUIDs({{"A", "Z"}}, path_);
-    EXPECT_EQ(directory_.list(), Lines());
-    EXPECT_EQ(log_.take(), Lines());
+    EXPECT_EQ(files(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 
     writeFile(path_, "{");
     OriginalsStore::migrateUUIDs({{"A", "Z"}}, path_);
     EXPECT_EQ(readFile(path_), "{");
-    EXPECT_EQ(log_.take(),
+    EXPECT_EQ(takeLog(),
               Lines{"warn: originals file missing/wrong version/unparseable, starting fresh"});
 }
 
@@ -291,8 +223,8 @@ TEST_F(OriginalsStoreTest, MigrationWithAnEmptyMappingDoesNotReadTheFile) {
     writeFile(path_, "{");
     OriginalsStore::migrateUUIDs({}, path_);
     EXPECT_EQ(readFile(path_), "{");
-    EXPECT_EQ(log_.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
 #include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using repair_attempts::Effect;
@@ -21,13 +20,9 @@ Arrangement at(double x) {
     return {{.displayID = 2, .origin = CGPointMake(x, 0)}};
 }
 
-class RepairAttemptsTest : public testing::Test {
+class RepairAttemptsTest : public ProcessTest {
   protected:
-    RepairAttemptsTest() {
-        simulator::reset(nlohmann::json::object());
-        repair_attempts::forget();
-        repair_attempts::beginCheck({1, 2});
-    }
+    RepairAttemptsTest() { repair_attempts::beginCheck({1, 2}); }
 
     /// Moves the displays there until the arrangement is left alone.
     static void exhaust(const Arrangement& arrangement) {
@@ -149,4 +144,4 @@ TEST_F(RepairAttemptsTest, EndsWithTheProcess) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -9,19 +9,12 @@
 #include <tuple>
 
 #include "restore/arrangement/formats.hpp"
-#include "tests/support/bad_input.hpp"
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-using tests::BadInput;
-using tests::Holds;
-using tests::readFile;
-using tests::writeFile;
 using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
-using Lines = std::vector<std::string>;
 using Mapping = std::map<std::string, std::string>;
 using Origins = std::map<std::string, CGPoint>;
 
@@ -45,18 +38,11 @@ std::string lettersOf(std::string kind) {
     return kind;
 }
 
-struct Marks {
-    tests::TemporaryDirectory directory;
-    std::string path = directory / "State/marks.json";
-    tests::LogCapture log;
-};
-
 // What the stores have in common, one row a store.
 
 struct Store {
     std::string kind;
     nlohmann::json good;  // a file that marks A,B
-    std::vector<tests::RequiredField> fields;
     std::function<std::string()> defaultPath;
     std::function<Lines(const std::string&)> signatures;
     std::function<void(const std::string&, const std::string&)> mark;
@@ -79,35 +65,22 @@ nlohmann::json goodLayouts(int version) {
          {{"A,B", {{{{"uuid", "A"}, {"x", 1}, {"y", 2}}, {{"uuid", "B"}, {"x", 3}, {"y", 4}}}}}}}};
 }
 
-const std::vector<tests::RequiredField> layoutFields = {
-    {"/version", Holds::integer},
-    {"/arrangements", Holds::object},
-    {"/arrangements/A,B/0", Holds::list},
-    {"/arrangements/A,B/0/1", Holds::object},
-    {"/arrangements/A,B/0/0/uuid", Holds::text},
-    {"/arrangements/A,B/0/1/x", Holds::number},
-    {"/arrangements/A,B/0/1/y", Holds::number},
-};
-
 const std::vector<Store>& stores() {
     static const std::vector<Store> list = {
         {"separated",
          {{"version", 1}, {"signatures", nlohmann::json::array({"A,B"})}},
-         {{"/version", Holds::integer},
-          {"/signatures", Holds::list},
-          {"/signatures/0", Holds::text}},
          SeparatedSetsStore::defaultPath,
          SeparatedSetsStore::signatures,
          SeparatedSetsStore::markSeparated,
          SeparatedSetsStore::clearSeparated,
          SeparatedSetsStore::migrateCanonicalIDs},
-        {"side-pinned", goodLayouts(2), layoutFields, SidePinnedSetsStore::defaultPath,
+        {"side-pinned", goodLayouts(2), SidePinnedSetsStore::defaultPath,
          SidePinnedSetsStore::signatures,
          [](const std::string& signature, const std::string& path) {
              SidePinnedSetsStore::markSidePinned(signature, ab, path);
          },
          SidePinnedSetsStore::clearSidePinned, SidePinnedSetsStore::migrateCanonicalIDs},
-        {"native-mirrored", goodLayouts(1), layoutFields, NativeMirroredSetsStore::defaultPath,
+        {"native-mirrored", goodLayouts(1), NativeMirroredSetsStore::defaultPath,
          NativeMirroredSetsStore::signatures,
          [](const std::string& signature, const std::string& path) {
              NativeMirroredSetsStore::markNativeMirrored(signature, ab, path);
@@ -118,162 +91,131 @@ const std::vector<Store>& stores() {
     return list;
 }
 
-class SetMarksTest : public ::testing::TestWithParam<Store>, protected Marks {
+class SetMarksTest : public testing::TestWithParam<Store>, protected SimulatedProcess {
   protected:
-    void expectBad(const BadInput& input) {
-        writeFile(path, input.text);
-        EXPECT_EQ(GetParam().signatures(path), Lines()) << input.what;
-        EXPECT_EQ(log.take(), Lines{GetParam().badFile()}) << input.what;
-        EXPECT_EQ(readFile(path), input.text) << input.what;
-    }
+    const std::string marks_ = state("marks.json");
 };
 
 INSTANTIATE_TEST_SUITE_P(Stores, SetMarksTest, ::testing::ValuesIn(stores()),
                          [](const auto& store) { return lettersOf(store.param.kind); });
 
 TEST_P(SetMarksTest, LivesInTheStateDirectory) {
-    const tests::ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR", "/some/support");
+    const ScopedEnvironment support("TOLVARAN_APPLICATION_SUPPORT_DIR", "/some/support");
     EXPECT_EQ(GetParam().defaultPath(), "/some/support/State/" + GetParam().kind + "-sets.json");
 }
 
 TEST_P(SetMarksTest, NoReadableFileIsAnEmptyStoreWithoutAWord) {
-    EXPECT_EQ(GetParam().signatures(path), Lines());
-    EXPECT_EQ(GetParam().signatures(directory.path()), Lines());
-    GetParam().clear("A,B", path);
-    GetParam().migrate({{"A", "Z"}}, path);
-    EXPECT_EQ(directory.list(), Lines());
-    EXPECT_EQ(log.lines(), Lines());
-}
-
-TEST_P(SetMarksTest, OtherVersionsAreAnEmptyStoreWithAWarning) {
-    const int good = GetParam().good.at("version");
-    for (const nlohmann::json& version :
-         std::vector<nlohmann::json>{0, -good, good - 1, good + 1, good + 0.5,
-                                     good + (std::int64_t{1} << 32), 9223372036854775807, 1e308}) {
-        nlohmann::json other = GetParam().good;
-        other["version"] = version;
-        expectBad({"version " + version.dump(), other.dump()});
-    }
-}
-
-TEST_P(SetMarksTest, WhatDoesNotDecodeIsAnEmptyStoreWithAWarning) {
-    const nlohmann::json& good = GetParam().good;
-    for (const auto& inputs : {tests::truncations(good.dump()), tests::wrongText(good.dump()),
-                               tests::wrongFields(good, GetParam().fields)}) {
-        for (const BadInput& input : inputs) {
-            expectBad(input);
-        }
-    }
-}
-
-TEST_P(SetMarksTest, LoadsAFileOfFiftyMegabytes) {
-    writeFile(path, tests::padded(GetParam().good.dump(), 50'000'000));
-    EXPECT_EQ(GetParam().signatures(path), Lines{"A,B"});
-    EXPECT_EQ(log.lines(), Lines());
+    EXPECT_EQ(GetParam().signatures(marks_), Lines());
+    EXPECT_EQ(GetParam().signatures(path("")), Lines());
+    GetParam().clear("A,B", marks_);
+    GetParam().migrate({{"A", "Z"}}, marks_);
+    EXPECT_EQ(files(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_P(SetMarksTest, ABadFileStaysUntilTheNextMarkReplacesIt) {
-    writeFile(path, "{");
-    GetParam().clear("A,B", path);
-    GetParam().migrate({{"A", "Z"}}, path);
-    EXPECT_EQ(readFile(path), "{");
-    EXPECT_EQ(log.take(), (Lines{GetParam().badFile(), GetParam().badFile()}));
+    writeFile(marks_, "{");
+    GetParam().clear("A,B", marks_);
+    GetParam().migrate({{"A", "Z"}}, marks_);
+    EXPECT_EQ(readFile(marks_), "{");
+    EXPECT_EQ(takeLog(), (Lines{GetParam().badFile(), GetParam().badFile()}));
 
-    GetParam().mark("A,B", path);
-    EXPECT_EQ(readFile(path), GetParam().good.dump());
-    EXPECT_EQ(log.take(), Lines{GetParam().badFile()});
+    GetParam().mark("A,B", marks_);
+    EXPECT_EQ(readFile(marks_), GetParam().good.dump());
+    EXPECT_EQ(takeLog(), Lines{GetParam().badFile()});
 }
 
 TEST_P(SetMarksTest, ClearRemovesTheSignatureAndRewritesOnlyThen) {
-    GetParam().mark("A,B", path);
-    GetParam().mark("C", path);
-    const std::string before = indented(*readFile(path));
-    writeFile(path, before);
+    GetParam().mark("A,B", marks_);
+    GetParam().mark("C", marks_);
+    const std::string before = indented(*readFile(marks_));
+    writeFile(marks_, before);
     for (const char* const unknown : {"", "A", "B,A", "a,b"}) {
-        GetParam().clear(unknown, path);
-        EXPECT_EQ(readFile(path), before) << unknown;
+        GetParam().clear(unknown, marks_);
+        EXPECT_EQ(readFile(marks_), before) << unknown;
     }
-    GetParam().clear("C", path);
-    EXPECT_EQ(readFile(path), GetParam().good.dump());
-    GetParam().clear("A,B", path);
-    EXPECT_EQ(GetParam().signatures(path), Lines());
-    EXPECT_EQ(log.lines(), Lines());
+    GetParam().clear("C", marks_);
+    EXPECT_EQ(readFile(marks_), GetParam().good.dump());
+    GetParam().clear("A,B", marks_);
+    EXPECT_EQ(GetParam().signatures(marks_), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_P(SetMarksTest, AnEmptySignatureIsNeverMarked) {
-    GetParam().mark("", path);
-    EXPECT_EQ(directory.list(), Lines());
+    GetParam().mark("", marks_);
+    EXPECT_EQ(files(), Lines());
 }
 
 TEST_P(SetMarksTest, WhatCannotBeEncodedLeavesTheOldFile) {
     const std::string before = indented(GetParam().good.dump());
-    writeFile(path, before);
-    GetParam().mark("\xff", path);
-    EXPECT_EQ(readFile(path), before);
-    EXPECT_EQ(log.lines(), Lines{"warn: Failed to encode " + GetParam().kind + "-sets file"});
+    writeFile(marks_, before);
+    GetParam().mark("\xff", marks_);
+    EXPECT_EQ(readFile(marks_), before);
+    EXPECT_EQ(takeLog(), Lines{"warn: Failed to encode " + GetParam().kind + "-sets file"});
 }
 
 TEST_P(SetMarksTest, WhatCannotBeWrittenIsReportedWithTheError) {
-    writeFile(directory / "file", "old");
-    GetParam().mark("A,B", directory / "file/marks");
-    EXPECT_EQ(log.lines(),
-              Lines{"warn: Failed to write " + GetParam().kind + "-sets file: create " +
-                    (directory / "file/marks: Not a directory")});
-    EXPECT_EQ(directory.list(), Lines{"file"});
+    writeFile(path("file"), "old");
+    GetParam().mark("A,B", path("file/marks"));
+    EXPECT_EQ(takeLog(), Lines{"warn: Failed to write " + GetParam().kind + "-sets file: create " +
+                               (path("file/marks: Not a directory"))});
+    EXPECT_EQ(files(), Lines{"file"});
 }
 
 TEST_P(SetMarksTest, MigrationRenamesSortsAndSaysSo) {
-    writeFile(path, GetParam().good.dump());
-    GetParam().migrate({{"A", "Z"}, {"Q", "R"}}, path);
-    EXPECT_EQ(GetParam().signatures(path), Lines{"B,Z"});
-    EXPECT_EQ(log.lines(), Lines{"info: Migrated " + GetParam().kind +
-                                 R"(-set signatures: ["A": "Z", "Q": "R"])"});
+    writeFile(marks_, GetParam().good.dump());
+    GetParam().migrate({{"A", "Z"}, {"Q", "R"}}, marks_);
+    EXPECT_EQ(GetParam().signatures(marks_), Lines{"B,Z"});
+    EXPECT_EQ(takeLog(), Lines{"info: Migrated " + GetParam().kind +
+                               R"(-set signatures: ["A": "Z", "Q": "R"])"});
 }
 
 TEST_P(SetMarksTest, MigrationThatChangesNothingWritesAndLogsNothing) {
     const std::string before = indented(GetParam().good.dump());
-    writeFile(path, before);
-    GetParam().migrate({{"Q", "Z"}}, path);
-    GetParam().migrate({{"A", "A"}}, path);
-    EXPECT_EQ(readFile(path), before);
-    EXPECT_EQ(log.lines(), Lines());
+    writeFile(marks_, before);
+    GetParam().migrate({{"Q", "Z"}}, marks_);
+    GetParam().migrate({{"A", "A"}}, marks_);
+    EXPECT_EQ(readFile(marks_), before);
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_P(SetMarksTest, MigrationWithAnEmptyMappingDoesNotReadTheFile) {
-    writeFile(path, "{");
-    GetParam().migrate({}, path);
-    EXPECT_EQ(log.lines(), Lines());
+    writeFile(marks_, "{");
+    GetParam().migrate({}, marks_);
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 // The separated sets.
 
-class SeparatedSetsStoreTest : public ::testing::Test, protected Marks {
+class SeparatedSetsStoreTest : public ::testing::Test, protected SimulatedProcess {
   protected:
     void store(const std::vector<std::string>& signatures) {
-        writeFile(path, indented(json::write(SeparatedSetsFile{.signatures = signatures})));
+        writeFile(marks_, indented(json::write(SeparatedSetsFile{.signatures = signatures})));
     }
+
+    const std::string marks_ = state("marks.json");
 };
 
 TEST_F(SeparatedSetsStoreTest, MarksInOrderAndEachOnce) {
-    SeparatedSetsStore::markSeparated("C", path);
-    SeparatedSetsStore::markSeparated("A,B", path);
-    EXPECT_EQ(readFile(path), R"({"signatures":["C","A,B"],"version":1})");
-    EXPECT_EQ(SeparatedSetsStore::signatures(path), (Lines{"C", "A,B"}));
-    EXPECT_EQ(log.lines(), Lines());
+    SeparatedSetsStore::markSeparated("C", marks_);
+    SeparatedSetsStore::markSeparated("A,B", marks_);
+    EXPECT_EQ(readFile(marks_), R"({"signatures":["C","A,B"],"version":1})");
+    EXPECT_EQ(SeparatedSetsStore::signatures(marks_), (Lines{"C", "A,B"}));
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_F(SeparatedSetsStoreTest, MarkingAgainDoesNotRewrite) {
     store({"A,B", "C"});
-    const auto before = readFile(path);
-    SeparatedSetsStore::markSeparated("A,B", path);
-    SeparatedSetsStore::markSeparated("", path);
-    EXPECT_EQ(readFile(path), before);
+    const auto before = readFile(marks_);
+    SeparatedSetsStore::markSeparated("A,B", marks_);
+    SeparatedSetsStore::markSeparated("", marks_);
+    EXPECT_EQ(readFile(marks_), before);
 }
 
 TEST_F(SeparatedSetsStoreTest, ClearRemovesEveryOccurrence) {
     store({"A", "B", "A"});
-    SeparatedSetsStore::clearSeparated("A", path);
-    EXPECT_EQ(SeparatedSetsStore::signatures(path), Lines{"B"});
+    SeparatedSetsStore::clearSeparated("A", marks_);
+    EXPECT_EQ(SeparatedSetsStore::signatures(marks_), Lines{"B"});
 }
 
 TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
@@ -290,9 +232,9 @@ TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
     };
     for (const auto& [mapping, before, after] : cases) {
         store(before);
-        SeparatedSetsStore::migrateCanonicalIDs(mapping, path);
-        EXPECT_EQ(readFile(path), json::write(SeparatedSetsFile{.signatures = after}));
-        EXPECT_EQ(log.take().size(), 1U);
+        SeparatedSetsStore::migrateCanonicalIDs(mapping, marks_);
+        EXPECT_EQ(readFile(marks_), json::write(SeparatedSetsFile{.signatures = after}));
+        EXPECT_EQ(takeLog().size(), 1U);
     }
 }
 
@@ -337,7 +279,8 @@ const std::vector<LayoutStore>& layoutStores() {
     return list;
 }
 
-class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>, protected Marks {
+class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>,
+                            protected SimulatedProcess {
   protected:
     std::string text(const Arrangements& arrangements) const {
         return R"({"arrangements":)" + json::write(arrangements) + R"(,"version":)" +
@@ -347,81 +290,83 @@ class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>, protec
     /// Writes a file with these layouts as nobody here writes it. @return the file's content
     std::string store(const Arrangements& arrangements) const {
         const std::string content = indented(text(arrangements));
-        writeFile(path, content);
+        writeFile(marks_, content);
         return content;
     }
+
+    const std::string marks_ = state("marks.json");
 };
 
 INSTANTIATE_TEST_SUITE_P(Stores, LayoutSetsStoreTest, ::testing::ValuesIn(layoutStores()),
                          [](const auto& store) { return lettersOf(store.param.kind); });
 
 TEST_P(LayoutSetsStoreTest, WritesSortedKeysAndItsOwnVersion) {
-    GetParam().mark("A,B", ba, path);
-    EXPECT_EQ(readFile(path), R"({"arrangements":{"A,B":[[{"uuid":"B","x":3,"y":4},)"
-                              R"({"uuid":"A","x":1,"y":2}]]},"version":)" +
-                                  std::to_string(GetParam().version) + "}");
-    EXPECT_EQ(GetParam().load(path), (Arrangements{{"A,B", {ba}}}));
-    EXPECT_EQ(log.lines(), Lines());
+    GetParam().mark("A,B", ba, marks_);
+    EXPECT_EQ(readFile(marks_), R"({"arrangements":{"A,B":[[{"uuid":"B","x":3,"y":4},)"
+                                R"({"uuid":"A","x":1,"y":2}]]},"version":)" +
+                                    std::to_string(GetParam().version) + "}");
+    EXPECT_EQ(GetParam().load(marks_), (Arrangements{{"A,B", {ba}}}));
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_P(LayoutSetsStoreTest, PremarkingCollectsDifferentLayouts) {
-    GetParam().premark("A,B", ab, path);
-    GetParam().premark("C", onlyC, path);
-    GetParam().premark("A,B", ba, path);  // another order is another layout
-    EXPECT_EQ(GetParam().load(path), (Arrangements{{"A,B", {ab, ba}}, {"C", {onlyC}}}));
-    EXPECT_EQ(GetParam().candidates("A,B", path), (std::vector{ab, ba}));
-    EXPECT_EQ(GetParam().candidates("A", path), std::vector<MarkedLayout>());
+    GetParam().premark("A,B", ab, marks_);
+    GetParam().premark("C", onlyC, marks_);
+    GetParam().premark("A,B", ba, marks_);  // another order is another layout
+    EXPECT_EQ(GetParam().load(marks_), (Arrangements{{"A,B", {ab, ba}}, {"C", {onlyC}}}));
+    EXPECT_EQ(GetParam().candidates("A,B", marks_), (std::vector{ab, ba}));
+    EXPECT_EQ(GetParam().candidates("A", marks_), std::vector<MarkedLayout>());
 }
 
 TEST_P(LayoutSetsStoreTest, PremarkingTheSameAgainDoesNotRewrite) {
     const std::string before = store({{"A,B", {onlyC, ab}}});
-    GetParam().premark("A,B", ab, path);
-    GetParam().premark("A,B", onlyC, path);
-    EXPECT_EQ(readFile(path), before);
+    GetParam().premark("A,B", ab, marks_);
+    GetParam().premark("A,B", onlyC, marks_);
+    EXPECT_EQ(readFile(marks_), before);
 }
 
 TEST_P(LayoutSetsStoreTest, EmptySignaturesAndLayoutsAreNotMarked) {
     const std::string before = store({{"A,B", {ab}}});
-    GetParam().premark("", ab, path);
-    GetParam().premark("A,B", {}, path);
-    GetParam().mark("", ab, path);
-    GetParam().mark("A,B", {}, path);
-    GetParam().restoreCandidates("", {ab}, path);
-    GetParam().restoreCandidates("", {}, path);
-    EXPECT_EQ(readFile(path), before);
+    GetParam().premark("", ab, marks_);
+    GetParam().premark("A,B", {}, marks_);
+    GetParam().mark("", ab, marks_);
+    GetParam().mark("A,B", {}, marks_);
+    GetParam().restoreCandidates("", {ab}, marks_);
+    GetParam().restoreCandidates("", {}, marks_);
+    EXPECT_EQ(readFile(marks_), before);
 }
 
 TEST_P(LayoutSetsStoreTest, MarkingReplacesThePremarks) {
-    GetParam().premark("A,B", ab, path);
-    GetParam().premark("A,B", ba, path);
-    GetParam().premark("C", onlyC, path);
-    GetParam().mark("A,B", ba, path);
-    EXPECT_EQ(GetParam().load(path), (Arrangements{{"A,B", {ba}}, {"C", {onlyC}}}));
+    GetParam().premark("A,B", ab, marks_);
+    GetParam().premark("A,B", ba, marks_);
+    GetParam().premark("C", onlyC, marks_);
+    GetParam().mark("A,B", ba, marks_);
+    EXPECT_EQ(GetParam().load(marks_), (Arrangements{{"A,B", {ba}}, {"C", {onlyC}}}));
     store({{"A,B", {ba}}});
-    GetParam().mark("A,B", ba, path);
-    EXPECT_EQ(readFile(path), text({{"A,B", {ba}}}));  // also when it is there already
+    GetParam().mark("A,B", ba, marks_);
+    EXPECT_EQ(readFile(marks_), text({{"A,B", {ba}}}));  // also when it is there already
 }
 
 TEST_P(LayoutSetsStoreTest, RestoringCandidatesReplacesOrRemovesThem) {
     store({{"A,B", {ab}}, {"C", {onlyC}}});
-    GetParam().restoreCandidates("A,B", {ba, {}}, path);
-    EXPECT_EQ(readFile(path), text({{"A,B", {ba, {}}}, {"C", {onlyC}}}));
-    GetParam().restoreCandidates("A,B", {}, path);
-    EXPECT_EQ(readFile(path), text({{"C", {onlyC}}}));
+    GetParam().restoreCandidates("A,B", {ba, {}}, marks_);
+    EXPECT_EQ(readFile(marks_), text({{"A,B", {ba, {}}}, {"C", {onlyC}}}));
+    GetParam().restoreCandidates("A,B", {}, marks_);
+    EXPECT_EQ(readFile(marks_), text({{"C", {onlyC}}}));
     const std::string before = store({{"C", {onlyC}}});
-    GetParam().restoreCandidates("A,B", {}, path);
-    EXPECT_EQ(readFile(path), before);
-    GetParam().restoreCandidates("D", {ab}, path);
-    EXPECT_EQ(readFile(path), text({{"C", {onlyC}}, {"D", {ab}}}));
-    EXPECT_EQ(log.lines(), Lines());
+    GetParam().restoreCandidates("A,B", {}, marks_);
+    EXPECT_EQ(readFile(marks_), before);
+    GetParam().restoreCandidates("D", {ab}, marks_);
+    EXPECT_EQ(readFile(marks_), text({{"C", {onlyC}}, {"D", {ab}}}));
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_P(LayoutSetsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
     const std::string before = store({{"C", {onlyC}}});
     for (const double coordinate : {std::nan(""), infinity, -infinity}) {
-        GetParam().premark("A", {{.uuid = "A", .x = 0, .y = coordinate}}, path);
-        EXPECT_EQ(readFile(path), before);
-        EXPECT_EQ(log.take(), Lines{"warn: Failed to encode " + GetParam().kind + "-sets file"});
+        GetParam().premark("A", {{.uuid = "A", .x = 0, .y = coordinate}}, marks_);
+        EXPECT_EQ(readFile(marks_), before);
+        EXPECT_EQ(takeLog(), Lines{"warn: Failed to encode " + GetParam().kind + "-sets file"});
     }
 }
 
@@ -436,9 +381,9 @@ TEST_P(LayoutSetsStoreTest, LoadsWhatIsStoredHoweverOdd) {
     };
     for (const Arrangements& arrangements : cases) {
         store(arrangements);
-        EXPECT_EQ(GetParam().load(path), arrangements) << text(arrangements);
+        EXPECT_EQ(GetParam().load(marks_), arrangements) << text(arrangements);
     }
-    EXPECT_EQ(log.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 struct Match {
@@ -480,28 +425,28 @@ TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
     };
     for (const Match& c : cases) {
         store({{"A,B", c.layouts}, {"X", {}}});
-        EXPECT_EQ(GetParam().matches("A,B", c.origins, path), c.matches) << c.what;
-        EXPECT_FALSE(GetParam().matches("X", c.origins, path)) << c.what;
-        EXPECT_FALSE(GetParam().matches("unknown", c.origins, path)) << c.what;
-        EXPECT_EQ(GetParam().find("A,B", c.origins, path).isInForce, c.matches) << c.what;
-        EXPECT_TRUE(GetParam().find("A,B", c.origins, path).isMarked) << c.what;
-        EXPECT_TRUE(GetParam().find("X", c.origins, path).isMarked) << c.what;
-        EXPECT_FALSE(GetParam().find("X", c.origins, path).isInForce) << c.what;
-        EXPECT_FALSE(GetParam().find("unknown", c.origins, path).isMarked) << c.what;
+        EXPECT_EQ(GetParam().matches("A,B", c.origins, marks_), c.matches) << c.what;
+        EXPECT_FALSE(GetParam().matches("X", c.origins, marks_)) << c.what;
+        EXPECT_FALSE(GetParam().matches("unknown", c.origins, marks_)) << c.what;
+        EXPECT_EQ(GetParam().find("A,B", c.origins, marks_).isInForce, c.matches) << c.what;
+        EXPECT_TRUE(GetParam().find("A,B", c.origins, marks_).isMarked) << c.what;
+        EXPECT_TRUE(GetParam().find("X", c.origins, marks_).isMarked) << c.what;
+        EXPECT_FALSE(GetParam().find("X", c.origins, marks_).isInForce) << c.what;
+        EXPECT_FALSE(GetParam().find("unknown", c.origins, marks_).isMarked) << c.what;
     }
-    EXPECT_EQ(log.lines(), Lines());
+    EXPECT_EQ(takeLog(), Lines());
 }
 
 TEST_P(LayoutSetsStoreTest, MigrationFormsTheKeyFromTheEntries) {
     const std::string comma = "HW-1-2-SAB,CD";
     store({{comma + ",P", {{}, {{.uuid = "P", .x = 1, .y = 2}, {.uuid = comma, .x = 3, .y = 4}}}}});
-    GetParam().migrate({{"P", "Q"}}, path);
+    GetParam().migrate({{"P", "Q"}}, marks_);
     EXPECT_EQ(
-        GetParam().load(path),
+        GetParam().load(marks_),
         (Arrangements{{comma + ",Q",
                        {{}, {{.uuid = "Q", .x = 1, .y = 2}, {.uuid = comma, .x = 3, .y = 4}}}}}));
-    GetParam().migrate({{comma, "A"}}, path);
-    EXPECT_TRUE(GetParam().load(path).contains("A,Q"));
+    GetParam().migrate({{comma, "A"}}, marks_);
+    EXPECT_TRUE(GetParam().load(marks_).contains("A,Q"));
 }
 
 TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
@@ -530,9 +475,9 @@ TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
     };
     for (const Case& c : cases) {
         store(c.before);
-        GetParam().migrate(c.mapping, path);
-        EXPECT_EQ(readFile(path), text(c.after)) << c.what;
-        EXPECT_EQ(log.take().size(), 1U) << c.what;
+        GetParam().migrate(c.mapping, marks_);
+        EXPECT_EQ(readFile(marks_), text(c.after)) << c.what;
+        EXPECT_EQ(takeLog().size(), 1U) << c.what;
     }
 }
 
@@ -548,21 +493,22 @@ TEST(SetMarksVersions, DifferOnPurpose) {
     EXPECT_EQ(NativeMirroredSetsFile().version, 1);
     EXPECT_EQ(SeparatedSetsFile().version, 1);
 
-    Marks marks;
-    writeFile(marks.path, goodLayouts(1).dump());
-    EXPECT_EQ(SidePinnedSetsStore::load(marks.path), SidePinnedSetsFile());
-    EXPECT_EQ(marks.log.take(),
+    SimulatedProcess process;
+    const std::string marks = process.state("marks.json");
+    writeFile(marks, goodLayouts(1).dump());
+    EXPECT_EQ(SidePinnedSetsStore::load(marks), SidePinnedSetsFile());
+    EXPECT_EQ(process.takeLog(),
               Lines{"warn: side-pinned-sets file wrong version/unparseable, treating as empty"});
-    EXPECT_EQ(NativeMirroredSetsStore::signatures(marks.path), Lines{"A,B"});
-    EXPECT_EQ(marks.log.take(), Lines());
+    EXPECT_EQ(NativeMirroredSetsStore::signatures(marks), Lines{"A,B"});
+    EXPECT_EQ(process.takeLog(), Lines());
 
-    writeFile(marks.path, goodLayouts(2).dump());
-    EXPECT_EQ(SidePinnedSetsStore::signatures(marks.path), Lines{"A,B"});
-    EXPECT_EQ(NativeMirroredSetsStore::load(marks.path), NativeMirroredSetsFile());
+    writeFile(marks, goodLayouts(2).dump());
+    EXPECT_EQ(SidePinnedSetsStore::signatures(marks), Lines{"A,B"});
+    EXPECT_EQ(NativeMirroredSetsStore::load(marks), NativeMirroredSetsFile());
     EXPECT_EQ(
-        marks.log.take(),
+        process.takeLog(),
         Lines{"warn: native-mirrored-sets file wrong version/unparseable, treating as empty"});
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

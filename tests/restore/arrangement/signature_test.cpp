@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 struct Case {
@@ -36,4 +36,4 @@ TEST(Signature, DoesNotDependOnTheOrderOfListing) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -16,7 +16,7 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/log_capture.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using Frames = std::vector<CGRect>;
@@ -58,14 +58,13 @@ void expectInEveryOrder(Frames frames, bool zigzag, bool full) {
         }
         SCOPED_TRACE(describe(listed));
         const std::size_t liveBefore = simulator::liveObjects();
-        tests::LogCapture log;
+        LogCapture log;
         EXPECT_EQ(Zigzag::isFullZigzag(displays(listed)), full);
-        EXPECT_EQ(log.take(), std::vector<std::string>{});
+        EXPECT_EQ(log.take(), Lines{});
         EXPECT_EQ(Zigzag::isZigzag(displays(listed)), zigzag);
-        EXPECT_EQ(log.take(), zigzag
-                                  ? std::vector<std::string>{"info: Detected zigzag/corner-touch "
-                                                             "arrangement"}
-                                  : std::vector<std::string>{});
+        EXPECT_EQ(log.take(), zigzag ? Lines{"info: Detected zigzag/corner-touch "
+                                             "arrangement"}
+                                     : Lines{});
         EXPECT_EQ(simulator::liveObjects(), liveBefore);
     } while (std::next_permutation(order.begin(), order.end()));
 }
@@ -324,7 +323,7 @@ class Grid {
         for (const std::size_t place : chosen) {
             frames.push_back(places_[place]);
         }
-        return tolvaran::describe(frames);
+        return tests::describe(frames);
     }
 
     Frames places_;
@@ -349,4 +348,4 @@ TEST(ZigzagOnAGrid, FourDisplays) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

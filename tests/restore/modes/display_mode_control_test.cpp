@@ -18,8 +18,7 @@
 #include "restore/paths/restore_log.hpp"
 #include "simulator/devices/display_modes.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/calls.hpp"
-#include "tests/support/log_capture.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -56,34 +55,39 @@ json listed(const DisplayModeDescriptor& m) {
             {"depth", m.depth},    {"hz", m.hz},       {"density", m.density}};
 }
 
-/// A Mac with one display, 7, that lists these modes and shows one of them (none: null).
-void resetMac(const Modes& modes, const json& current) {
-    json display{{"id", 7}, {"frame", {0, 0, 1920, 1080}}, {"modes", json::array()}};
-    for (const DisplayModeDescriptor& m : modes) {
-        display["modes"].push_back(listed(m));
+class DisplayModes : public ProcessTest {
+  protected:
+    /// A Mac with one display, 7, that lists these modes and shows one of them (none: null).
+    void resetMac(const Modes& modes, const json& current) {
+        json display{{"id", 7}, {"frame", {0, 0, 1920, 1080}}, {"modes", json::array()}};
+        for (const DisplayModeDescriptor& m : modes) {
+            display["modes"].push_back(listed(m));
+        }
+        if (!current.is_null()) {
+            display["mode"] = current;
+        }
+        start({{"displays", json::array({display})}});
     }
-    if (!current.is_null()) {
-        display["mode"] = current;
-    }
-    simulator::reset({{"displays", json::array({display})}});
-}
+};
+using CurrentDisplayMode = DisplayModes;
+using ApplyingADisplayMode = DisplayModes;
 
 const Modes threeModes{mode(1, 1920, 1080, 60), mode(2, 1280, 720, 59.5, 2.0F),
                        mode(5, 1024, 768, 0)};
 
-TEST(DisplayModes, AreListedInTheWindowServersOrder) {
+TEST_F(DisplayModes, AreListedInTheWindowServersOrder) {
     resetMac(threeModes, 1);
     EXPECT_EQ(DisplayModeControl::modes(7), threeModes);
 }
 
-TEST(DisplayModes, OfADisplayThatIsGoneAreNone) {
+TEST_F(DisplayModes, OfADisplayThatIsGoneAreNone) {
     resetMac(threeModes, 1);
     EXPECT_THAT(DisplayModeControl::modes(8), IsEmpty());
     EXPECT_EQ(DisplayModeControl::currentModeNumber(8), std::nullopt);
     EXPECT_EQ(DisplayModeControl::currentMode(8), std::nullopt);
 }
 
-TEST(DisplayModes, AreNoneWhenTheCountMakesNoSense) {
+TEST_F(DisplayModes, AreNoneWhenTheCountMakesNoSense) {
     for (const std::int32_t count : {0, 4097, std::numeric_limits<std::int32_t>::max(), -1, -4096,
                                      std::numeric_limits<std::int32_t>::min()}) {
         resetMac(threeModes, 1);
@@ -93,13 +97,13 @@ TEST(DisplayModes, AreNoneWhenTheCountMakesNoSense) {
     }
 }
 
-TEST(DisplayModes, AreNoneWhenTheyCannotBeCounted) {
+TEST_F(DisplayModes, AreNoneWhenTheyCannotBeCounted) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSGetNumberOfDisplayModes"}, {"result", 1001}});
     EXPECT_THAT(DisplayModeControl::modes(7), IsEmpty());
 }
 
-TEST(DisplayModes, CountByWhatIsFilledInWhateverTheCallsReturn) {
+TEST_F(DisplayModes, CountByWhatIsFilledInWhateverTheCallsReturn) {
     for (const std::string call :
          {"CGSGetNumberOfDisplayModes", "CGSGetDisplayModeDescriptionOfLength",
           "CGSGetCurrentDisplayMode"}) {
@@ -112,7 +116,7 @@ TEST(DisplayModes, CountByWhatIsFilledInWhateverTheCallsReturn) {
     }
 }
 
-TEST(DisplayModes, AreListedUpToTheGreatestCount) {
+TEST_F(DisplayModes, AreListedUpToTheGreatestCount) {
     Modes many;
     for (std::int32_t number = 0; number < 4096; ++number) {
         many.push_back(mode(number, 1000 + number, 1000, 60));
@@ -122,13 +126,13 @@ TEST(DisplayModes, AreListedUpToTheGreatestCount) {
     EXPECT_EQ(DisplayModeControl::currentMode(7), many.back());
 }
 
-TEST(DisplayModes, AreListedAsFarAsTheCountGoes) {
+TEST_F(DisplayModes, AreListedAsFarAsTheCountGoes) {
     resetMac(threeModes, 1);
     simulator::devices::claimModeCount(7, 2);
     EXPECT_THAT(numbers(DisplayModeControl::modes(7)), ElementsAre(1, 2));
 }
 
-TEST(DisplayModes, OfARefusedIndexAreZeros) {
+TEST_F(DisplayModes, OfARefusedIndexAreZeros) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSGetDisplayModeDescriptionOfLength"},
                          {"result", 1001},
@@ -145,66 +149,64 @@ TEST(DisplayModes, OfARefusedIndexAreZeros) {
     EXPECT_EQ(beyond[4], DisplayModeDescriptor{});
 }
 
-TEST(CurrentDisplayMode, IsTheListedOneOfTheCurrentNumber) {
+TEST_F(CurrentDisplayMode, IsTheListedOneOfTheCurrentNumber) {
     resetMac(threeModes, 5);
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), 5);
     EXPECT_EQ(DisplayModeControl::currentMode(7), threeModes[2]);
 }
 
-TEST(CurrentDisplayMode, MayHaveNumberZero) {
+TEST_F(CurrentDisplayMode, MayHaveNumberZero) {
     const Modes modes{mode(3, 1920, 1080, 60), mode(0, 1280, 720, 60)};
     resetMac(modes, 0);
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), 0);
     EXPECT_EQ(DisplayModeControl::currentMode(7), modes[1]);
 }
 
-TEST(CurrentDisplayMode, IsTheFirstListedOfItsNumber) {
+TEST_F(CurrentDisplayMode, IsTheFirstListedOfItsNumber) {
     const Modes modes{mode(4, 800, 600, 60), mode(5, 1920, 1080, 60), mode(5, 1280, 720, 60)};
     resetMac(modes, 5);
     EXPECT_EQ(DisplayModeControl::currentMode(7), modes[1]);
 }
 
-TEST(CurrentDisplayMode, IsNoneWithANegativeNumber) {
+TEST_F(CurrentDisplayMode, IsNoneWithANegativeNumber) {
     resetMac({mode(-1, 1920, 1080, 60)}, nullptr);
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), std::nullopt);
     EXPECT_EQ(DisplayModeControl::currentMode(7), std::nullopt);
 }
 
-TEST(CurrentDisplayMode, IsNoneWhenTheCallFails) {
+TEST_F(CurrentDisplayMode, IsNoneWhenTheCallFails) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSGetCurrentDisplayMode"}, {"result", 1001}});
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), std::nullopt);
     EXPECT_EQ(DisplayModeControl::currentMode(7), std::nullopt);
 }
 
-TEST(CurrentDisplayMode, IsNoneWhenItIsNotListed) {
+TEST_F(CurrentDisplayMode, IsNoneWhenItIsNotListed) {
     resetMac(threeModes, 5);
     simulator::devices::claimModeCount(7, 2);
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), 5);
     EXPECT_EQ(DisplayModeControl::currentMode(7), std::nullopt);
 }
 
-TEST(ApplyingADisplayMode, SwitchesForTheSession) {
+TEST_F(ApplyingADisplayMode, SwitchesForTheSession) {
     resetMac(threeModes, 1);
-    const LogCapture log;
     EXPECT_TRUE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines(),
               (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [7,2] = 0",
                      "CGCompleteDisplayConfiguration [1] = 0"}));
     EXPECT_EQ(simulator::machine()["displays"][0]["mode"], 2);
     EXPECT_EQ(DisplayModeControl::currentMode(7), threeModes[1]);
-    EXPECT_EQ(simulator::openConfigurations(), 0U);
-    EXPECT_THAT(log.lines(), IsEmpty());
+    EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST(ApplyingADisplayMode, FailsWhenTheConfigurationCannotBegin) {
+TEST_F(ApplyingADisplayMode, FailsWhenTheConfigurationCannotBegin) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 1000"});
 }
 
-TEST(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
+TEST_F(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
     resetMac(threeModes, 1);
     simulator::addFault(
         {{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}, {"effect", true}});
@@ -212,14 +214,14 @@ TEST(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
     EXPECT_EQ(callLines().size(), 1U);
 }
 
-TEST(ApplyingADisplayMode, FailsWithoutAHandle) {
+TEST_F(ApplyingADisplayMode, FailsWithoutAHandle) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"effect", false}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 0"});
 }
 
-TEST(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
+TEST_F(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSConfigureDisplayMode"}, {"result", 1001}});
     EXPECT_TRUE(DisplayModeControl::apply(2, 7));
@@ -228,7 +230,7 @@ TEST(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
                      "CGCompleteDisplayConfiguration [1] = 0"}));
 }
 
-TEST(ApplyingADisplayMode, DoesNotCancelAFailedCompletion) {
+TEST_F(ApplyingADisplayMode, DoesNotCancelAFailedCompletion) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
@@ -238,7 +240,7 @@ TEST(ApplyingADisplayMode, DoesNotCancelAFailedCompletion) {
     EXPECT_EQ(simulator::machine()["displays"][0]["mode"], 1);
 }
 
-TEST(ApplyingADisplayMode, FailsForAModeThatTheDisplayDoesNotHave) {
+TEST_F(ApplyingADisplayMode, FailsForAModeThatTheDisplayDoesNotHave) {
     resetMac(threeModes, 1);
     EXPECT_FALSE(DisplayModeControl::apply(3, 7));
     EXPECT_EQ(simulator::machine()["displays"][0]["mode"], 1);

@@ -8,16 +8,17 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using namespace HelperHeartbeat;
 
-TEST(HelperHeartbeat, TouchesWithWholeMilliseconds) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "State/.helper-heartbeat";
+class HelperHeartbeatTest : public ProcessTest {};
+
+TEST_F(HelperHeartbeatTest, TouchesWithWholeMilliseconds) {
+    const std::string heartbeat = path("State/.helper-heartbeat");
     const std::vector<std::pair<Date, std::string>> rows = {
         {1763163700.123, "1763163700123"},
         {1763163700.1239, "1763163700123"},
@@ -26,35 +27,32 @@ TEST(HelperHeartbeat, TouchesWithWholeMilliseconds) {
         {-0.0019, "-1"},
     };
     for (const auto& [date, content] : rows) {
-        EXPECT_TRUE(touch(path, date));
-        EXPECT_EQ(readFile(path), content);
+        EXPECT_TRUE(touch(heartbeat, date));
+        EXPECT_EQ(readFile(heartbeat), content);
     }
-    EXPECT_EQ(directory.list(), (std::vector<std::string>{"State/", "State/.helper-heartbeat"}));
+    EXPECT_EQ(files(), (Lines{"State/", "State/.helper-heartbeat"}));
 }
 
-TEST(HelperHeartbeat, AFailedTouchLeavesTheOldFile) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "State", "a file where the directory should be");
-    EXPECT_FALSE(touch(directory / "State/.helper-heartbeat", 1));
-    writeFile(directory / "heartbeat/x", "");
-    EXPECT_FALSE(touch(directory / "heartbeat", 1));
-    EXPECT_TRUE(readFile(directory / "heartbeat/x").has_value());
+TEST_F(HelperHeartbeatTest, AFailedTouchLeavesTheOldFile) {
+    writeFile(path("State"), "a file where the directory should be");
+    EXPECT_FALSE(touch(path("State/.helper-heartbeat"), 1));
+    writeFile(path("heartbeat/x"), "");
+    EXPECT_FALSE(touch(path("heartbeat"), 1));
+    EXPECT_TRUE(readFile(path("heartbeat/x")).has_value());
 }
 
-TEST(HelperHeartbeat, ADateThatCannotBeWrittenLeavesTheOldFile) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "heartbeat";
+TEST_F(HelperHeartbeatTest, ADateThatCannotBeWrittenLeavesTheOldFile) {
+    const std::string heartbeat = path("heartbeat");
     constexpr Date infinity = std::numeric_limits<Date>::infinity();
     for (const Date date : {std::nan(""), infinity, -infinity, 1e300, 9223372036854775.808}) {
-        EXPECT_TRUE(touch(path, 5));
-        EXPECT_FALSE(touch(path, date)) << date;
-        EXPECT_EQ(readFile(path), "5000");
+        EXPECT_TRUE(touch(heartbeat, 5));
+        EXPECT_FALSE(touch(heartbeat, date)) << date;
+        EXPECT_EQ(readFile(heartbeat), "5000");
     }
 }
 
-TEST(HelperHeartbeat, ReadsDecimalIntegersOnly) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "heartbeat";
+TEST_F(HelperHeartbeatTest, ReadsDecimalIntegersOnly) {
+    const std::string heartbeat = path("heartbeat");
     const std::vector<std::pair<std::string, std::optional<Date>>> rows = {
         {"1763163700123", 1763163700.123},
         {"1763163700123\n", 1763163700.123},
@@ -80,49 +78,45 @@ TEST(HelperHeartbeat, ReadsDecimalIntegersOnly) {
         {std::string("5\0", 2), std::nullopt},
     };
     for (const auto& [content, date] : rows) {
-        writeFile(path, content);
-        EXPECT_EQ(lastTouch(path), date) << content;
+        writeFile(heartbeat, content);
+        EXPECT_EQ(lastTouch(heartbeat), date) << content;
     }
-    EXPECT_EQ(lastTouch(directory / "missing"), std::nullopt);
-    EXPECT_EQ(lastTouch(directory.path()), std::nullopt);
+    EXPECT_EQ(lastTouch(path("missing")), std::nullopt);
+    EXPECT_EQ(lastTouch(path("")), std::nullopt);
 }
 
-TEST(HelperHeartbeat, IsFreshUpToTheThreshold) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "heartbeat";
-    touch(path, 1000);
-    EXPECT_EQ(age(path, 1300), 300);
-    EXPECT_TRUE(isFresh(path, 1300));
-    EXPECT_FALSE(isFresh(path, 1300.001));
-    EXPECT_TRUE(isFresh(path, 1010, 10));
-    EXPECT_FALSE(isFresh(path, 1011, 10));
-    EXPECT_EQ(age(path, 900), -100);
-    EXPECT_TRUE(isFresh(path, 900));  // dated in the future
+TEST_F(HelperHeartbeatTest, IsFreshUpToTheThreshold) {
+    const std::string heartbeat = path("heartbeat");
+    touch(heartbeat, 1000);
+    EXPECT_EQ(age(heartbeat, 1300), 300);
+    EXPECT_TRUE(isFresh(heartbeat, 1300));
+    EXPECT_FALSE(isFresh(heartbeat, 1300.001));
+    EXPECT_TRUE(isFresh(heartbeat, 1010, 10));
+    EXPECT_FALSE(isFresh(heartbeat, 1011, 10));
+    EXPECT_EQ(age(heartbeat, 900), -100);
+    EXPECT_TRUE(isFresh(heartbeat, 900));  // dated in the future
 }
 
-TEST(HelperHeartbeat, AMissingOneHasNoAgeAndIsNotFresh) {
-    const TemporaryDirectory directory;
-    EXPECT_EQ(age(directory / "heartbeat", 1), std::nullopt);
-    EXPECT_FALSE(isFresh(directory / "heartbeat", 1));
+TEST_F(HelperHeartbeatTest, AMissingOneHasNoAgeAndIsNotFresh) {
+    EXPECT_EQ(age(path("heartbeat"), 1), std::nullopt);
+    EXPECT_FALSE(isFresh(path("heartbeat"), 1));
 }
 
-TEST(HelperHeartbeat, ClearsAlsoWhatIsNotThere) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "heartbeat";
-    touch(path, 1);
-    clear(path);
-    EXPECT_EQ(readFile(path), std::nullopt);
-    clear(path);
+TEST_F(HelperHeartbeatTest, ClearsAlsoWhatIsNotThere) {
+    const std::string heartbeat = path("heartbeat");
+    touch(heartbeat, 1);
+    clear(heartbeat);
+    EXPECT_EQ(readFile(heartbeat), std::nullopt);
+    clear(heartbeat);
 }
 
-TEST(HelperHeartbeat, LivesInTheStateDirectory) {
+TEST_F(HelperHeartbeatTest, LivesInTheStateDirectory) {
     const ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", "/as");
     EXPECT_EQ(defaultPath(), "/as/State/.helper-heartbeat");
     EXPECT_EQ(defaultStaleThreshold, 300.0);
 }
 
-TEST(HelperHeartbeat, TheCurrentDateIsThePlatformsClock) {
-    simulator::reset();
+TEST_F(HelperHeartbeatTest, TheCurrentDateIsThePlatformsClock) {
     const Date start = currentDate();
     simulator::advance(12.5);
     EXPECT_EQ(currentDate(), start + 12.5);

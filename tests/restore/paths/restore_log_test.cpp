@@ -51,7 +51,7 @@ TEST(RestoreLog, AnEmptiedSinkIsSilent) {
     RestoreLog::debug("a");
     RestoreLog::info("b");
     RestoreLog::warn("c");
-    EXPECT_EQ(log.lines(), std::vector<std::string>());
+    EXPECT_EQ(log.lines(), Lines());
 }
 
 TEST(RestoreLog, ASinkMayReplaceItself) {
@@ -71,7 +71,7 @@ TEST(RestoreLog, GivesEachMessageToTheSinkOfItsLevel) {
     RestoreLog::debug("a");
     RestoreLog::info("b");
     RestoreLog::warn("c");
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{"debug: a", "info: b", "warn: c"}));
+    EXPECT_EQ(log.lines(), (Lines{"debug: a", "info: b", "warn: c"}));
 }
 
 }  // namespace

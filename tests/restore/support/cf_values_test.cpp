@@ -6,21 +6,14 @@
 #include <new>
 
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran::cf {
+namespace tolvaran::tests {
 namespace {
 
-class CFValues : public testing::Test {
-  protected:
-    void SetUp() override {
-        simulator::reset();
-        before_ = simulator::liveObjects();
-    }
-    void TearDown() override { EXPECT_EQ(simulator::liveObjects(), before_); }
+using namespace cf;
 
-  private:
-    std::size_t before_ = 0;
-};
+class CFValues : public ProcessTest {};
 
 CFRef<CFNumberRef> real(double value) {
     return CFRef<CFNumberRef>::assume(
@@ -109,4 +102,4 @@ TEST_F(CFValues, ReferencesAreCountedThroughCopiesAndMoves) {
 }
 
 }  // namespace
-}  // namespace tolvaran::cf
+}  // namespace tolvaran::tests

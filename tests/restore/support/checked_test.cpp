@@ -8,8 +8,10 @@
 
 #include "restore/paths/restore_log.hpp"
 
-namespace tolvaran::checked {
+namespace tolvaran::tests {
 namespace {
+
+using namespace checked;
 
 class Checked : public testing::Test {
   protected:
@@ -54,4 +56,4 @@ TEST_F(CheckedDeathTest, StopsAndSaysWhatItRefused) {
 }
 
 }  // namespace
-}  // namespace tolvaran::checked
+}  // namespace tolvaran::tests

@@ -7,15 +7,16 @@
 #include <utility>
 
 #include "platform/private_interfaces.hpp"
-#include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
+
+class DynamicLibraryTest : public ProcessTest {};
 
 constexpr RunTimeFunction<void()> noSuchFunction{"CGSNoSuchFunction"};
 
-TEST(DynamicLibrary, FindsTheFunctionsOfALibrary) {
-    simulator::reset();
+TEST_F(DynamicLibraryTest, FindsTheFunctionsOfALibrary) {
     const DynamicLibrary library(sky_light::path);
     ASSERT_TRUE(library.isOpen());
     CGSConnectionID (*const function)() = library.function(sky_light::mainConnection);
@@ -24,22 +25,20 @@ TEST(DynamicLibrary, FindsTheFunctionsOfALibrary) {
     EXPECT_EQ(library.function(noSuchFunction), nullptr);
 }
 
-TEST(DynamicLibrary, HasNoFunctionsWhenItCannotBeOpened) {
-    simulator::reset({{"unavailable", {"SkyLight"}}});
+TEST_F(DynamicLibraryTest, HasNoFunctionsWhenItCannotBeOpened) {
+    start({{"unavailable", {"SkyLight"}}});
     const DynamicLibrary library(sky_light::path);
     EXPECT_FALSE(library.isOpen());
     EXPECT_EQ(library.function(sky_light::mainConnection), nullptr);
     EXPECT_FALSE(DynamicLibrary("/no/such/library").isOpen());
 }
 
-TEST(DynamicLibrary, FindsTheFunctionsOfTheProcess) {
-    simulator::reset();
+TEST_F(DynamicLibraryTest, FindsTheFunctionsOfTheProcess) {
     EXPECT_NE(DynamicLibrary::functionOfProcess(hi_services::getCornerActions), nullptr);
     EXPECT_EQ(DynamicLibrary::functionOfProcess(noSuchFunction), nullptr);
 }
 
-TEST(DynamicLibrary, ClosesTheLibraryInTheEnd) {
-    simulator::reset();
+TEST_F(DynamicLibraryTest, ClosesTheLibraryInTheEnd) {
     void* const handle = ::dlopen(sky_light::path, RTLD_LAZY);
     {
         DynamicLibrary first(sky_light::path);
@@ -49,8 +48,7 @@ TEST(DynamicLibrary, ClosesTheLibraryInTheEnd) {
     EXPECT_NE(::dlclose(handle), 0) << "and nobody has it open any more";
 }
 
-TEST(DynamicLibrary, MovesAlongWithItsFunctions) {
-    simulator::reset();
+TEST_F(DynamicLibraryTest, MovesAlongWithItsFunctions) {
     DynamicLibrary first(sky_light::path);
     const DynamicLibrary second = std::move(first);
     EXPECT_TRUE(second.isOpen());
@@ -58,4 +56,4 @@ TEST(DynamicLibrary, MovesAlongWithItsFunctions) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -14,14 +14,11 @@
 #include "tests/support/other_process.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace tolvaran::files {
+namespace tolvaran::tests {
 namespace {
 
-using tests::duringCall;
-using tests::inAnotherProcess;
-using tests::readFile;
-using tests::TemporaryDirectory;
-using tests::writeFile;
+using namespace files;
+
 using Names = std::vector<std::string>;
 
 /// Adds a letter to the record, in which none stands twice.
@@ -293,4 +290,4 @@ TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {
 }
 
 }  // namespace
-}  // namespace tolvaran::files
+}  // namespace tolvaran::tests

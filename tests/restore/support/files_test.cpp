@@ -13,14 +13,14 @@
 
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran::files {
+namespace tolvaran::tests {
 namespace {
 
-using tests::readFile;
-using tests::TemporaryDirectory;
-using tests::writeFile;
+using namespace files;
+
+class Files : public ProcessTest {};
 
 std::string errorOf(const std::function<void()>& action) {
     try {
@@ -41,108 +41,107 @@ pid_t endedProcess() {
     return pid;
 }
 
-TEST(Files, WritesAndReadsBack) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    writeAtomically(path, "first");
-    writeAtomically(path, std::string("s\0cond", 6));
-    EXPECT_EQ(read(path), std::string("s\0cond", 6));
-    EXPECT_EQ(directory.list(), std::vector<std::string>{"record"});
+TEST_F(Files, WritesAndReadsBack) {
+    const std::string place = path("record");
+    writeAtomically(place, "first");
+    writeAtomically(place, std::string("s\0cond", 6));
+    EXPECT_EQ(read(place), std::string("s\0cond", 6));
+    EXPECT_EQ(files(), Lines{"record"});
 }
 
-TEST(Files, ReadsNothingButRegularFiles) {
-    const TemporaryDirectory directory;
-    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
-    ASSERT_EQ(::symlink("loop", (directory / "loop").c_str()), 0);
+TEST_F(Files, ReadsNothingButRegularFiles) {
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::symlink("loop", path("loop").c_str()), 0);
     for (const std::string name : {"missing", "pipe", "loop", "."}) {
-        EXPECT_EQ(read(directory / name), std::nullopt) << name;
+        EXPECT_EQ(read(path(name)), std::nullopt) << name;
     }
     EXPECT_EQ(read("/dev/zero"), std::nullopt);
     EXPECT_EQ(read(""), std::nullopt);
 }
 
-TEST(Files, ReadsAnEmptyFileAsEmptyContent) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "empty", "");
-    EXPECT_EQ(read(directory / "empty"), "");
+TEST_F(Files, ReadsAnEmptyFileAsEmptyContent) {
+    writeFile(path("empty"), "");
+    EXPECT_EQ(read(path("empty")), "");
 }
 
-TEST(Files, ReadsLargeFilesWhole) {
-    const TemporaryDirectory directory;
+TEST_F(Files, ReadsLargeFilesWhole) {
     const std::string content(1'000'003, 'x');
-    writeFile(directory / "large", content);
-    EXPECT_EQ(read(directory / "large"), content);
+    writeFile(path("large"), content);
+    EXPECT_EQ(read(path("large")), content);
 }
 
-TEST(Files, AFailedWriteLeavesTheOldFileAndNothingElse) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "target/inside", "old");  // a directory cannot be replaced by a file
-    EXPECT_EQ(errorOf([&] { writeAtomically(directory / "target", "new"); }),
-              "rename " + directory / "target: Is a directory");
-    EXPECT_EQ(directory.list(), (std::vector<std::string>{"target/", "target/inside"}));
+TEST_F(Files, AFailedWriteLeavesTheOldFileAndNothingElse) {
+    writeFile(path("target/inside"), "old");  // a directory cannot be replaced by a file
+    EXPECT_EQ(errorOf([&] { writeAtomically(path("target"), "new"); }),
+              "rename " + path("target: Is a directory"));
+    EXPECT_EQ(files(), (Lines{"target/", "target/inside"}));
 }
 
-TEST(Files, ADirectoryThatCannotBeFlushedIsNoFailureOfTheWrite) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
+TEST_F(Files, ADirectoryThatCannotBeFlushedIsNoFailureOfTheWrite) {
     // The file itself is flushed with the first call; the directory with neither of the next two.
     simulator::addFault({{"call", "fcntl"}, {"result", "EINVAL"}, {"skip", 1}});
     simulator::addFault({{"call", "fsync"}, {"result", "EINVAL"}});
-    writeAtomically(directory / "record", "content");
+    writeAtomically(path("record"), "content");
     EXPECT_EQ(simulator::faultsMet(), 2U);
-    simulator::reset();
-    EXPECT_EQ(readFile(directory / "record"), "content");
+    simulator::clearFaults();
+    EXPECT_EQ(readFile(path("record")), "content");
 }
 
-TEST(Files, AFileThatCannotBeFlushedIsNotPutInPlace) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
-    writeFile(directory / "record", "old");
+TEST_F(Files, AFileThatCannotBeFlushedIsNotPutInPlace) {
+    writeFile(path("record"), "old");
     for (const std::string call : {"fcntl", "fsync"}) {
         simulator::addFault({{"call", call}, {"result", "EIO"}});
     }
-    EXPECT_EQ(errorOf([&] { writeAtomically(directory / "record", "new"); }),
-              "flush " + directory / "record: Input/output error");
-    simulator::reset();
-    EXPECT_EQ(readFile(directory / "record"), "old");
-    EXPECT_EQ(directory.list(), std::vector<std::string>{"record"});
+    EXPECT_EQ(errorOf([&] { writeAtomically(path("record"), "new"); }),
+              "flush " + path("record: Input/output error"));
+    simulator::clearFaults();
+    EXPECT_EQ(readFile(path("record")), "old");
+    EXPECT_EQ(files(), Lines{"record"});
 }
 
-TEST(Files, AWriteIntoAMissingDirectoryFails) {
-    const TemporaryDirectory directory;
-    EXPECT_EQ(errorOf([&] { writeAtomically(directory / "no/file", "x"); }),
-              "create " + directory / "no/file: No such file or directory");
+TEST_F(Files, AWriteIntoAMissingDirectoryFails) {
+    EXPECT_EQ(errorOf([&] { writeAtomically(path("no/file"), "x"); }),
+              "create " + path("no/file: No such file or directory"));
 }
 
-TEST(Files, AWriteReplacesASymbolicLinkInsteadOfFollowingIt) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "elsewhere", "untouched");
-    ASSERT_EQ(::symlink("elsewhere", (directory / "link").c_str()), 0);
-    writeAtomically(directory / "link", "new");
-    EXPECT_EQ(readFile(directory / "elsewhere"), "untouched");
-    EXPECT_EQ(readFile(directory / "link"), "new");
+TEST_F(Files, AWriteReplacesASymbolicLinkInsteadOfFollowingIt) {
+    writeFile(path("elsewhere"), "untouched");
+    ASSERT_EQ(::symlink("elsewhere", path("link").c_str()), 0);
+    writeAtomically(path("link"), "new");
+    EXPECT_EQ(readFile(path("elsewhere")), "untouched");
+    EXPECT_EQ(readFile(path("link")), "new");
 }
 
-TEST(Files, CreatesDirectoriesToAnyDepthAndTwice) {
-    const TemporaryDirectory directory;
-    createDirectories(directory / "a/b/c/");
-    createDirectories(directory / "a/b/c");
-    createParentDirectory(directory / "a/d/file");
-    EXPECT_EQ(directory.list(), (std::vector<std::string>{"a/", "a/b/", "a/b/c/", "a/d/"}));
+TEST_F(Files, CreatesDirectoriesToAnyDepthAndTwice) {
+    createDirectories(path("a/b/c/"));
+    createDirectories(path("a/b/c"));
+    createParentDirectory(path("a/d/file"));
+    EXPECT_EQ(files(), (Lines{"a/", "a/b/", "a/b/c/", "a/d/"}));
 }
 
-TEST(Files, ADirectoryWhereAFileStandsIsAnError) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "file", "x");
-    EXPECT_EQ(errorOf([&] { createDirectories(directory / "file"); }),
-              "create directory " + directory / "file: File exists");
-    EXPECT_EQ(errorOf([&] { createDirectories(directory / "file/below"); }),
-              "create directory " + directory / "file/below: Not a directory");
+TEST_F(Files, CreatesDirectoriesWithWhateverModeTheUmaskLeaves) {
+    for (const mode_t umask : {0U, 022U, 077U}) {
+        const std::string place = path(std::to_string(umask));
+        const mode_t before = ::umask(umask);
+        createDirectories(place + "/below");
+        ::umask(before);
+        for (const std::string& created : {place, place + "/below"}) {
+            struct stat status {};
+            ASSERT_EQ(::stat(created.c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode & 07777, 0777 & ~umask) << umask;
+        }
+    }
 }
 
-TEST(Files, NamesParentDirectories) {
+TEST_F(Files, ADirectoryWhereAFileStandsIsAnError) {
+    writeFile(path("file"), "x");
+    EXPECT_EQ(errorOf([&] { createDirectories(path("file")); }),
+              "create directory " + path("file: File exists"));
+    EXPECT_EQ(errorOf([&] { createDirectories(path("file/below")); }),
+              "create directory " + path("file/below: Not a directory"));
+}
+
+TEST_F(Files, NamesParentDirectories) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"/a/b/c", "/a/b"}, {"/a/b/", "/a"}, {"/a", "/"}, {"/", "/"},
         {"a/b", "a"},       {"a", ""},       {"", ""},    {"/a//b", "/a"},
@@ -152,123 +151,105 @@ TEST(Files, NamesParentDirectories) {
     }
 }
 
-TEST(Files, AWriteCanCreateTheDirectoryFirst) {
-    const TemporaryDirectory directory;
-    writeCreatingDirectory(directory / "State/record", "x");
-    EXPECT_EQ(readFile(directory / "State/record"), "x");
-    EXPECT_EQ(errorOf([&] { writeCreatingDirectory(directory / "State/record/below", "x"); }),
-              "create " + directory / "State/record/below: Not a directory");
+TEST_F(Files, AWriteCanCreateTheDirectoryFirst) {
+    writeCreatingDirectory(path("State/record"), "x");
+    EXPECT_EQ(readFile(path("State/record")), "x");
+    EXPECT_EQ(errorOf([&] { writeCreatingDirectory(path("State/record/below"), "x"); }),
+              "create " + path("State/record/below: Not a directory"));
 }
 
-TEST(Files, RemovesAndSaysWhenThereIsNothing) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "file", "x");
-    remove(directory / "file");
-    EXPECT_FALSE(exists(directory / "file"));
+TEST_F(Files, RemovesAndSaysWhenThereIsNothing) {
+    writeFile(path("file"), "x");
+    remove(path("file"));
+    EXPECT_FALSE(exists(path("file")));
     try {
-        remove(directory / "file");
+        remove(path("file"));
         FAIL() << "removing a missing file must fail";
     } catch (const Error& error) {
         EXPECT_TRUE(error.isNoSuchFile());
-        EXPECT_EQ(error.what(), "remove " + directory / "file: No such file or directory");
+        EXPECT_EQ(error.what(), "remove " + path("file: No such file or directory"));
     }
-    removeIfPossible(directory / "file");
+    removeIfPossible(path("file"));
 }
 
-TEST(Files, TellsSizeAndExistence) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "file", "12345");
-    EXPECT_EQ(size(directory / "file"), 5);
-    EXPECT_EQ(size(directory / "missing"), std::nullopt);
-    EXPECT_TRUE(exists(directory / "file"));
-    EXPECT_TRUE(exists(directory.path()));
-    EXPECT_FALSE(exists(directory / "missing"));
+TEST_F(Files, TellsSizeAndExistence) {
+    writeFile(path("file"), "12345");
+    EXPECT_EQ(size(path("file")), 5);
+    EXPECT_EQ(size(path("missing")), std::nullopt);
+    EXPECT_TRUE(exists(path("file")));
+    EXPECT_TRUE(exists(path("")));
+    EXPECT_FALSE(exists(path("missing")));
 }
 
-TEST(Files, MayExistUnlessTheFileSystemSaysThatItDoesNot) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "file", "12345");
-    EXPECT_TRUE(mayExist(directory / "file"));
-    EXPECT_FALSE(mayExist(directory / "missing"));
-    EXPECT_FALSE(mayExist(directory / "file/below"));
-    simulator::exposeToFaults(directory.path());
+TEST_F(Files, MayExistUnlessTheFileSystemSaysThatItDoesNot) {
+    writeFile(path("file"), "12345");
+    EXPECT_TRUE(mayExist(path("file")));
+    EXPECT_FALSE(mayExist(path("missing")));
+    EXPECT_FALSE(mayExist(path("file/below")));
     for (const char* const error : {"EACCES", "EIO", "ELOOP"}) {
         simulator::addFault({{"call", "stat"}, {"result", error}, {"times", 1}});
-        EXPECT_TRUE(mayExist(directory / "missing")) << error;
+        EXPECT_TRUE(mayExist(path("missing"))) << error;
     }
-    simulator::reset();
+    simulator::clearFaults();
 }
 
-TEST(Files, MovesOverAnExistingFileAndIgnoresFailures) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "from", "new");
-    writeFile(directory / "to", "old");
-    moveIfPossible(directory / "from", directory / "to");
-    EXPECT_EQ(readFile(directory / "to"), "new");
-    moveIfPossible(directory / "missing", directory / "to");
-    EXPECT_EQ(readFile(directory / "to"), "new");
+TEST_F(Files, MovesOverAnExistingFileAndIgnoresFailures) {
+    writeFile(path("from"), "new");
+    writeFile(path("to"), "old");
+    moveIfPossible(path("from"), path("to"));
+    EXPECT_EQ(readFile(path("to")), "new");
+    moveIfPossible(path("missing"), path("to"));
+    EXPECT_EQ(readFile(path("to")), "new");
 }
 
-TEST(Files, CopiesWhatItCannotMoveToAnotherVolume) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
-    writeFile(directory / "from", "new");
-    writeFile(directory / "to", "old");
+TEST_F(Files, CopiesWhatItCannotMoveToAnotherVolume) {
+    writeFile(path("from"), "new");
+    writeFile(path("to"), "old");
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
-    moveIfPossible(directory / "from", directory / "to");
-    simulator::reset();
-    EXPECT_EQ(readFile(directory / "to"), "new");
-    EXPECT_EQ(directory.list(), std::vector<std::string>{"to"});
+    moveIfPossible(path("from"), path("to"));
+    simulator::clearFaults();
+    EXPECT_EQ(readFile(path("to")), "new");
+    EXPECT_EQ(files(), Lines{"to"});
 }
 
-TEST(Files, WhatCannotBeCopiedToAnotherVolumeStaysWhereItIs) {
-    const TemporaryDirectory directory;
+TEST_F(Files, WhatCannotBeCopiedToAnotherVolumeStaysWhereItIs) {
     // Whatever the copy fails at.
     for (const std::string call : {"open", "read", "mkostemp", "write", "fsync", "rename"}) {
-        simulator::reset();
-        simulator::exposeToFaults(directory.path());
-        writeFile(directory / "from", "new");
-        writeFile(directory / "to", "old");
+        writeFile(path("from"), "new");
+        writeFile(path("to"), "old");
         simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
         simulator::addFault({{"call", "fcntl"}, {"result", "EINVAL"}});  // or it needs no fsync
         simulator::addFault(
             {{"call", call}, {"result", "EIO"}, {"skip", call == "rename" ? 1 : 0}});
-        moveIfPossible(directory / "from", directory / "to");
-        simulator::reset();
-        EXPECT_EQ(readFile(directory / "from"), "new") << call;
-        EXPECT_EQ(readFile(directory / "to"), "old") << call;
-        EXPECT_EQ(directory.list(), (std::vector<std::string>{"from", "to"})) << call;
+        moveIfPossible(path("from"), path("to"));
+        simulator::clearFaults();
+        EXPECT_EQ(readFile(path("from")), "new") << call;
+        EXPECT_EQ(readFile(path("to")), "old") << call;
+        EXPECT_EQ(files(), (Lines{"from", "to"})) << call;
     }
 }
 
-TEST(Files, WhatIsMissingOrTooLargeIsNotCopiedToAnotherVolume) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
+TEST_F(Files, WhatIsMissingOrTooLargeIsNotCopiedToAnotherVolume) {
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 2}});
-    moveIfPossible(directory / "missing", directory / "to");
-    writeFile(directory / "huge", "");
-    ASSERT_EQ(::truncate((directory / "huge").c_str(), 65 * 1024 * 1024), 0);
-    moveIfPossible(directory / "huge", directory / "to");
+    moveIfPossible(path("missing"), path("to"));
+    writeFile(path("huge"), "");
+    ASSERT_EQ(::truncate(path("huge").c_str(), 65 * 1024 * 1024), 0);
+    moveIfPossible(path("huge"), path("to"));
     EXPECT_EQ(simulator::faultsMet(), 2U);
-    simulator::reset();
-    EXPECT_EQ(directory.list(), std::vector<std::string>{"huge"});
-    EXPECT_EQ(size(directory / "huge"), 65 * 1024 * 1024);
+    simulator::clearFaults();
+    EXPECT_EQ(files(), Lines{"huge"});
+    EXPECT_EQ(size(path("huge")), 65 * 1024 * 1024);
 }
 
-TEST(Files, OnlyAnotherVolumeIsAReasonToCopy) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
-    writeFile(directory / "from", "new");
+TEST_F(Files, OnlyAnotherVolumeIsAReasonToCopy) {
+    writeFile(path("from"), "new");
     simulator::addFault({{"call", "rename"}, {"result", "EACCES"}, {"times", 1}});
-    moveIfPossible(directory / "from", directory / "to");
-    simulator::reset();
-    EXPECT_EQ(directory.list(), std::vector<std::string>{"from"});
+    moveIfPossible(path("from"), path("to"));
+    simulator::clearFaults();
+    EXPECT_EQ(files(), Lines{"from"});
 }
 
-TEST(Files, OpensTheStandardStreamsThatAreClosed) {
+TEST_F(Files, OpensTheStandardStreamsThatAreClosed) {
     for (const std::vector<int>& closed : std::vector<std::vector<int>>{{0}, {1}, {2}, {0, 1, 2}}) {
         const pid_t child = ::fork();
         if (child == 0) {
@@ -285,13 +266,12 @@ TEST(Files, OpensTheStandardStreamsThatAreClosed) {
     }
 }
 
-TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
-    const TemporaryDirectory directory;
+TEST_F(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
     const std::string ended = std::to_string(endedProcess());
     constexpr pid_t other = 4711;
-    simulator::reset({{"applications", {{{"bundle", nullptr}, {"pid", other}}}}});
+    start({{"applications", {{{"bundle", nullptr}, {"pid", other}}}}});
     const std::string running = std::to_string(other);
-    const std::vector<std::string> kept = {
+    const Lines kept = {
         ".record.unfinished-" + running + "-AbCdEf",  // somebody is writing it
         ".record.unfinished-x-AbCdEf",
         ".record.unfinished-",
@@ -304,87 +284,78 @@ TEST(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
         "record",
     };
     for (const std::string& name : kept) {
-        writeFile(directory / name, "x");
+        writeFile(path(name), "x");
     }
-    writeFile(directory / ".record.unfinished-" + ended + "-AbCdEf", "x");
+    writeFile(path(".record.unfinished-") + ended + "-AbCdEf", "x");
     // Left by a process that had this one's number before the Mac restarted.
-    writeFile(directory / ".record.unfinished-" + std::to_string(::getpid()) + "-AbCdEf", "x");
-    removeAbandonedFiles(directory.path());
-    removeAbandonedFiles(directory / "missing");
-    simulator::reset();
-    std::vector<std::string> expected = kept;
+    writeFile(path(".record.unfinished-") + std::to_string(::getpid()) + "-AbCdEf", "x");
+    removeAbandonedFiles(path(""));
+    removeAbandonedFiles(path("missing"));
+    Lines expected = kept;
     std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(directory.list(), expected);
+    EXPECT_EQ(files(), expected);
 }
 
-TEST(Files, LeavesTheUnfinishedFilesOfProcessesThatItMayNotAskFor) {
-    const TemporaryDirectory directory;
+TEST_F(Files, LeavesTheUnfinishedFilesOfProcessesThatItMayNotAskFor) {
     const std::string name = ".record.unfinished-" + std::to_string(endedProcess()) + "-AbCdEf";
-    writeFile(directory / name, "x");
-    simulator::reset();
+    writeFile(path(name), "x");
     simulator::addFault({{"call", "kill"}, {"result", "EPERM"}});  // another user's, but alive
-    removeAbandonedFiles(directory.path());
-    simulator::reset();
-    EXPECT_EQ(directory.list(), std::vector<std::string>{name});
+    removeAbandonedFiles(path(""));
+    simulator::clearFaults();
+    EXPECT_EQ(files(), Lines{name});
 }
 
-TEST(Files, AWriteThatMakesNoProgressFailsAsOnAFullDisk) {
-    const TemporaryDirectory directory;
-    simulator::exposeToFaults(directory.path());
+TEST_F(Files, AWriteThatMakesNoProgressFailsAsOnAFullDisk) {
     simulator::addFault({{"call", "write"}, {"result", {{"bytes", 0}}}});
     try {
-        writeAtomically(directory / "record", "x");
+        writeAtomically(path("record"), "x");
         ADD_FAILURE() << "nothing was thrown";
     } catch (const Error& error) {
         EXPECT_EQ(error.code(), ENOSPC);
     }
-    simulator::reset();
-    EXPECT_EQ(directory.list(), std::vector<std::string>{});
+    simulator::clearFaults();
+    EXPECT_EQ(files(), Lines{});
 }
 
-TEST(Files, AppendsWhereverTheEndIs) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "log";
-    EXPECT_FALSE(Appender::open(path).has_value());
-    writeFile(path, "12345");
-    Appender::create(path, Appender::Existing::kept);
-    auto appender = Appender::open(path);
+TEST_F(Files, AppendsWhereverTheEndIs) {
+    const std::string place = path("log");
+    EXPECT_FALSE(Appender::open(place).has_value());
+    writeFile(place, "12345");
+    Appender::create(place, Appender::Existing::kept);
+    auto appender = Appender::open(place);
     ASSERT_TRUE(appender.has_value());
     EXPECT_EQ(appender->offset(), 5);
     EXPECT_TRUE(appender->append("67"));
     EXPECT_EQ(appender->offset(), 7);
-    ASSERT_EQ(::truncate(path.c_str(), 1), 0);  // somebody emptied it meanwhile
+    ASSERT_EQ(::truncate(place.c_str(), 1), 0);  // somebody emptied it meanwhile
     EXPECT_TRUE(appender->append("x"));
     EXPECT_EQ(appender->offset(), 2);
-    EXPECT_EQ(readFile(path), "1x");
+    EXPECT_EQ(readFile(place), "1x");
 }
 
-TEST(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
-    const TemporaryDirectory directory;
-    Appender::create(directory / "log", Appender::Existing::kept);
-    EXPECT_EQ(readFile(directory / "log"), "");
-    writeFile(directory / "log", "12345");
-    Appender::create(directory / "log", Appender::Existing::emptied);
-    EXPECT_EQ(readFile(directory / "log"), "");
-    Appender::create(directory / "missing/log", Appender::Existing::emptied);
-    EXPECT_EQ(directory.list(), std::vector<std::string>{"log"});
+TEST_F(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
+    Appender::create(path("log"), Appender::Existing::kept);
+    EXPECT_EQ(readFile(path("log")), "");
+    writeFile(path("log"), "12345");
+    Appender::create(path("log"), Appender::Existing::emptied);
+    EXPECT_EQ(readFile(path("log")), "");
+    Appender::create(path("missing/log"), Appender::Existing::emptied);
+    EXPECT_EQ(files(), Lines{"log"});
 }
 
-TEST(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "huge", "");
-    ASSERT_EQ(::truncate((directory / "huge").c_str(), 1'000'000'000'000), 0);
-    const std::size_t size = read(directory / "huge")->size();
+TEST_F(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
+    writeFile(path("huge"), "");
+    ASSERT_EQ(::truncate(path("huge").c_str(), 1'000'000'000'000), 0);
+    const std::size_t size = read(path("huge"))->size();
     EXPECT_GE(size, 64U * 1024 * 1024);
     EXPECT_LT(size, 65U * 1024 * 1024);
 }
 
-TEST(Files, AppendsToNothingButFiles) {
-    const TemporaryDirectory directory;
-    ASSERT_EQ(::mkfifo((directory / "pipe").c_str(), 0600), 0);
-    EXPECT_FALSE(Appender::open(directory.path()).has_value());
-    EXPECT_FALSE(Appender::open(directory / "pipe").has_value());
+TEST_F(Files, AppendsToNothingButFiles) {
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(Appender::open(path("")).has_value());
+    EXPECT_FALSE(Appender::open(path("pipe")).has_value());
 }
 
 }  // namespace
-}  // namespace tolvaran::files
+}  // namespace tolvaran::tests

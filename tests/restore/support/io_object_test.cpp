@@ -6,16 +6,17 @@
 #include <type_traits>
 
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 static_assert(!std::is_copy_constructible_v<IOObject>);
 
-class IOObjectTest : public ::testing::Test {
+class IOObjectTest : public ProcessTest {
   protected:
     IOObjectTest() {
-        simulator::reset({{"registry", nlohmann::json::array({{{"a", 1}}, {{"b", 2}}})}});
+        start({{"registry", nlohmann::json::array({{{"a", 1}}, {{"b", 2}}})}});
         before_ = simulator::liveObjects();
     }
 
@@ -72,4 +73,4 @@ TEST_F(IOObjectTest, AssigningReleasesWhatWasHeld) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 TEST(ProcessWide, IsMadeOnceUntilTheProcessEnds) {
@@ -109,4 +109,4 @@ TEST(ProcessWide, IsOfOneProcessAlone) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

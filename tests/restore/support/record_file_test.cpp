@@ -4,17 +4,12 @@
 
 #include <limits>
 
-#include "tests/support/log_capture.hpp"
-#include "tests/support/temporary_directory.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran::record_file {
+namespace tolvaran::tests {
 namespace {
 
-using tests::LogCapture;
-using tests::readFile;
-using tests::TemporaryDirectory;
-using tests::writeFile;
-using Lines = std::vector<std::string>;
+using namespace record_file;
 
 struct Record {
     std::int64_t version = 0;
@@ -22,84 +17,75 @@ struct Record {
 };
 
 }  // namespace
-}  // namespace tolvaran::record_file
+}  // namespace tolvaran::tests
 
 template <>
-struct tolvaran::json::Format<tolvaran::record_file::Record> {
-    using Record = record_file::Record;
+struct tolvaran::json::Format<tolvaran::tests::Record> {
+    using Record = tests::Record;
     static constexpr auto fields =
         std::tuple(required("version", &Record::version), required("number", &Record::number));
 };
 
-namespace tolvaran::record_file {
+namespace tolvaran::tests {
 namespace {
+
+class RecordFile : public ProcessTest {};
 
 const Expectation versionThree{.version = 3, .warning = "bad"};
 
-TEST(RecordFile, LoadsWhatItSaved) {
-    const TemporaryDirectory directory;
-    const LogCapture log;
-    save(Record{3, 1.5}, directory / "State/record", "test file");
-    EXPECT_EQ(readFile(directory / "State/record"), R"({"number":1.5,"version":3})");
-    EXPECT_EQ(load<Record>(directory / "State/record", versionThree)->number, 1.5);
-    EXPECT_EQ(log.lines(), Lines{});
+TEST_F(RecordFile, LoadsWhatItSaved) {
+    save(Record{3, 1.5}, path("State/record"), "test file");
+    EXPECT_EQ(readFile(path("State/record")), R"({"number":1.5,"version":3})");
+    EXPECT_EQ(load<Record>(path("State/record"), versionThree)->number, 1.5);
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
-TEST(RecordFile, AMissingFileIsNoneWithoutALine) {
-    const TemporaryDirectory directory;
-    const LogCapture log;
-    EXPECT_FALSE(load<Record>(directory / "record", versionThree).has_value());
-    EXPECT_EQ(log.lines(), Lines{});
+TEST_F(RecordFile, AMissingFileIsNoneWithoutALine) {
+    EXPECT_FALSE(load<Record>(path("record"), versionThree).has_value());
+    EXPECT_EQ(takeLog(), Lines{});
 }
 
-TEST(RecordFile, EverythingElseIsNoneWithTheWarning) {
-    const TemporaryDirectory directory;
+TEST_F(RecordFile, EverythingElseIsNoneWithTheWarning) {
     for (const std::string content : {"", "{}", "[]", R"({"version":2,"number":1})",
                                       R"({"version":true,"number":1})", R"({"version":3})"}) {
-        LogCapture log;
-        writeFile(directory / "record", content);
-        EXPECT_FALSE(load<Record>(directory / "record", versionThree).has_value()) << content;
-        EXPECT_EQ(log.lines(), Lines{"warn: bad"}) << content;
-        EXPECT_EQ(readFile(directory / "record"), content);
+        writeFile(path("record"), content);
+        EXPECT_FALSE(load<Record>(path("record"), versionThree).has_value()) << content;
+        EXPECT_EQ(takeLog(), Lines{"warn: bad"}) << content;
+        EXPECT_EQ(readFile(path("record")), content);
     }
 }
 
-TEST(RecordFile, TellsTheCauseOnlyIfAskedTo) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
+TEST_F(RecordFile, TellsTheCauseOnlyIfAskedTo) {
+    const std::string record = path("record");
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"{", "invalid JSON at byte 2"},
         {R"({"number":1})", "\"version\" is missing"},
         {R"({"version":2,"number":1})", "\"version\": is not 3"},
     };
     for (const auto& [content, cause] : rows) {
-        LogCapture log;
-        writeFile(path, content);
-        EXPECT_FALSE(load<Record>(path, {.version = 3, .warning = "bad: ", .tellsWhy = true}));
-        EXPECT_EQ(log.take(), Lines{"warn: bad: " + cause});
-        EXPECT_FALSE(load<Record>(path, {.version = 3}));
-        EXPECT_EQ(log.take(), Lines{});
+        writeFile(record, content);
+        EXPECT_FALSE(load<Record>(record, {.version = 3, .warning = "bad: ", .tellsWhy = true}));
+        EXPECT_EQ(takeLog(), Lines{"warn: bad: " + cause});
+        EXPECT_FALSE(load<Record>(record, {.version = 3}));
+        EXPECT_EQ(takeLog(), Lines{});
     }
 }
 
-TEST(RecordFile, AnyVersionWillDoWhereNoneIsExpected) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "record", R"({"version":9,"number":1})");
-    EXPECT_EQ(load<Record>(directory / "record", {.warning = "bad"})->version, 9);
+TEST_F(RecordFile, AnyVersionWillDoWhereNoneIsExpected) {
+    writeFile(path("record"), R"({"version":9,"number":1})");
+    EXPECT_EQ(load<Record>(path("record"), {.warning = "bad"})->version, 9);
 }
 
-TEST(RecordFile, SaysWhatCouldNotBeEncodedOrWritten) {
-    const TemporaryDirectory directory;
-    writeFile(directory / "record", "old");
-    writeFile(directory / "directory/x", "");
-    LogCapture log;
-    save(Record{3, std::numeric_limits<double>::infinity()}, directory / "record", "test file");
-    save(Record{3, 1}, directory / "directory", "test file");
-    EXPECT_EQ(log.lines(), (Lines{"warn: Failed to encode test file",
-                                  "warn: Failed to write test file: rename " +
-                                      directory / "directory: Is a directory"}));
-    EXPECT_EQ(readFile(directory / "record"), "old");
+TEST_F(RecordFile, SaysWhatCouldNotBeEncodedOrWritten) {
+    writeFile(path("record"), "old");
+    writeFile(path("directory/x"), "");
+    save(Record{3, std::numeric_limits<double>::infinity()}, path("record"), "test file");
+    save(Record{3, 1}, path("directory"), "test file");
+    EXPECT_EQ(takeLog(), (Lines{"warn: Failed to encode test file",
+                                "warn: Failed to write test file: rename " +
+                                    path("directory: Is a directory")}));
+    EXPECT_EQ(readFile(path("record")), "old");
 }
 
 }  // namespace
-}  // namespace tolvaran::record_file
+}  // namespace tolvaran::tests

@@ -3,28 +3,29 @@
 #include <gtest/gtest.h>
 
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
-TEST(SleepFor, TakesItsTime) {
+class SleepFor : public ProcessTest {};
+
+TEST_F(SleepFor, TakesItsTime) {
     for (const double seconds : {0.0, 0.025, 1.0, 2.5}) {
-        simulator::reset();
+        start();
         sleepFor(seconds);
         EXPECT_NEAR(simulator::now(), seconds, 1e-9);
     }
 }
 
-TEST(SleepFor, GoesOnWhenItIsInterrupted) {
-    simulator::reset();
+TEST_F(SleepFor, GoesOnWhenItIsInterrupted) {
     simulator::addFault({{"call", "nanosleep"}, {"result", "EINTR"}, {"times", 3}});
     sleepFor(0.025);
     EXPECT_NEAR(simulator::now(), 0.025, 1e-9);
     EXPECT_EQ(simulator::faultsMet(), 3U);
 }
 
-TEST(SleepFor, SleepsOnlyForWhatRemains) {
-    simulator::reset();
+TEST_F(SleepFor, SleepsOnlyForWhatRemains) {
     // Interrupted at the very end: nothing remains.
     simulator::addFault(
         {{"call", "nanosleep"}, {"result", "EINTR"}, {"effect", true}, {"times", 1}});
@@ -32,20 +33,18 @@ TEST(SleepFor, SleepsOnlyForWhatRemains) {
     EXPECT_NEAR(simulator::now(), 0.025, 1e-9);
 }
 
-TEST(SleepFor, GivesUpWhenItCannotSleep) {
-    simulator::reset();
+TEST_F(SleepFor, GivesUpWhenItCannotSleep) {
     simulator::addFault({{"call", "nanosleep"}, {"result", "EINVAL"}});
     sleepFor(0.025);
     EXPECT_EQ(simulator::faultsMet(), 1U);
     EXPECT_EQ(simulator::now(), 0.0);
 }
 
-TEST(SleepFor, EndsWhenInterruptionsDoNot) {
-    simulator::reset();
+TEST_F(SleepFor, EndsWhenInterruptionsDoNot) {
     simulator::addFault({{"call", "nanosleep"}, {"result", "EINTR"}});
     sleepFor(0.025);
     EXPECT_GE(simulator::faultsMet(), 100U);
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

@@ -7,8 +7,10 @@
 #include <utility>
 #include <vector>
 
-namespace tolvaran::text {
+namespace tolvaran::tests {
 namespace {
+
+using namespace text;
 
 /// A locale as in much of Europe: decimal comma, dots between thousands.
 class CommaPunctuation : public std::numpunct<char> {
@@ -113,4 +115,4 @@ TEST(Text, ChangesTheCaseOfASCIILettersOnly) {
 }
 
 }  // namespace
-}  // namespace tolvaran::text
+}  // namespace tolvaran::tests

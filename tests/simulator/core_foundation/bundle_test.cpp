@@ -4,8 +4,10 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class Bundle : public SimulatorTest {};
 
@@ -49,4 +51,4 @@ TEST_F(Bundle, ArgumentsAreThoseThatWereSet) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

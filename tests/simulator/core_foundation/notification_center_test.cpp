@@ -4,8 +4,10 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class NotificationCenter : public SimulatorTest {};
 
@@ -34,4 +36,4 @@ TEST_F(NotificationCenter, AFaultKeepsItFromPosting) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

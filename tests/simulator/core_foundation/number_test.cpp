@@ -7,8 +7,11 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator::cf {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::cf;
 
 class Number : public SimulatorTest {};
 
@@ -139,4 +142,4 @@ TEST_F(Number, ComparesAcrossTypes) {
 }
 
 }  // namespace
-}  // namespace simulator::cf
+}  // namespace tolvaran::tests

@@ -9,8 +9,11 @@
 #include "simulator/core_foundation/number.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator::cf {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::cf;
 
 class Object : public SimulatorTest {};
 class ObjectDeathTest : public SimulatorTest {};
@@ -54,75 +57,6 @@ TEST_F(Object, ConstantsAreNotCounted) {
     }
     EXPECT_EQ(simulator::liveObjects(), before);
     EXPECT_EQ(CFSTR("constant"), constants[0]) << "one literal is one object";
-}
-
-TEST_F(Object, ArraysOwnWhatTheyHold) {
-    const Owned<CFStringRef> string(newString("a"));
-    const void* values[] = {string.get(), string.get()};
-    {
-        const Owned<CFArrayRef> array(
-            CFArrayCreate(kCFAllocatorDefault, values, 2, &kCFTypeArrayCallBacks));
-        EXPECT_EQ(CFGetRetainCount(string.get()), 3);
-        EXPECT_EQ(CFArrayGetCount(array.get()), 2);
-        EXPECT_EQ(CFArrayGetValueAtIndex(array.get(), 1), string.get());
-        EXPECT_EQ(CFGetRetainCount(string.get()), 3) << "Get gives no reference";
-    }
-    EXPECT_EQ(CFGetRetainCount(string.get()), 1);
-}
-
-TEST_F(Object, ArraysWithoutCallBacksOwnNothing) {
-    const Owned<CFStringRef> string(newString("a"));
-    const void* values[] = {string.get()};
-    const Owned<CFArrayRef> array(CFArrayCreate(kCFAllocatorDefault, values, 1, nullptr));
-    EXPECT_EQ(CFGetRetainCount(string.get()), 1);
-}
-
-TEST_F(Object, DictionariesOwnKeysAndValues) {
-    const Owned<CFStringRef> key(newString("key"));
-    const Owned<CFNumberRef> value(createNumber(std::int64_t{7}));
-    const void* keys[] = {key.get()};
-    const void* values[] = {value.get()};
-    {
-        const Owned<CFDictionaryRef> dictionary(
-            CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1, &kCFTypeDictionaryKeyCallBacks,
-                               &kCFTypeDictionaryValueCallBacks));
-        EXPECT_EQ(CFGetRetainCount(key.get()), 2);
-        EXPECT_EQ(CFDictionaryGetValue(dictionary.get(), CFSTR("key")), value.get())
-            << "keys are compared by what they hold";
-        EXPECT_EQ(CFGetRetainCount(value.get()), 2) << "Get gives no reference";
-    }
-    EXPECT_EQ(CFGetRetainCount(key.get()), 1);
-    EXPECT_EQ(CFGetRetainCount(value.get()), 1);
-}
-
-TEST_F(Object, ReplacingAValueReleasesTheOldOne) {
-    const Owned<CFMutableDictionaryRef> dictionary(createDictionary());
-    const Owned<CFStringRef> first(newString("first"));
-    const Owned<CFStringRef> second(newString("second"));
-    CFDictionarySetValue(dictionary.get(), CFSTR("key"), first.get());
-    CFDictionarySetValue(dictionary.get(), CFSTR("key"), second.get());
-    EXPECT_EQ(CFDictionaryGetCount(dictionary.get()), 1);
-    EXPECT_EQ(CFGetRetainCount(first.get()), 1);
-    EXPECT_EQ(CFGetRetainCount(second.get()), 2);
-}
-
-TEST_F(Object, DictionariesTellMissingFromPresent) {
-    const void* keys[] = {CFSTR("a"), CFSTR("b"), CFSTR("a")};
-    const void* values[] = {kCFBooleanTrue, kCFBooleanFalse, kCFBooleanFalse};
-    const Owned<CFDictionaryRef> dictionary(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 3,
-                                                               &kCFTypeDictionaryKeyCallBacks,
-                                                               &kCFTypeDictionaryValueCallBacks));
-    EXPECT_EQ(CFDictionaryGetCount(dictionary.get()), 2) << "the first of equal keys counts";
-    const void* value = nullptr;
-    EXPECT_TRUE(CFDictionaryGetValueIfPresent(dictionary.get(), CFSTR("a"), &value));
-    EXPECT_EQ(value, kCFBooleanTrue);
-    EXPECT_FALSE(CFDictionaryGetValueIfPresent(dictionary.get(), CFSTR("c"), &value));
-    EXPECT_EQ(CFDictionaryGetValue(dictionary.get(), CFSTR("c")), nullptr);
-    std::vector<const void*> allKeys(2);
-    std::vector<const void*> allValues(2);
-    CFDictionaryGetKeysAndValues(dictionary.get(), allKeys.data(), allValues.data());
-    EXPECT_THAT(allKeys, testing::ElementsAre(CFSTR("a"), CFSTR("b")));
-    EXPECT_THAT(allValues, testing::ElementsAre(kCFBooleanTrue, kCFBooleanFalse));
 }
 
 TEST_F(Object, EqualityComparesWhatObjectsHold) {
@@ -183,4 +117,4 @@ TEST_F(ObjectDeathTest, MisuseAbortsWithAMessage) {
 }
 
 }  // namespace
-}  // namespace simulator::cf
+}  // namespace tolvaran::tests

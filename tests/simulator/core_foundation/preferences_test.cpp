@@ -4,8 +4,10 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class Preferences : public SimulatorTest {};
 
@@ -81,4 +83,4 @@ TEST_F(Preferences, MeetFaults) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -7,8 +7,11 @@
 #include "simulator/loop/clock.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator::cf {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
+using namespace simulator::cf;
 
 class UUID : public SimulatorTest {};
 
@@ -65,4 +68,4 @@ TEST_F(UUID, NewOnesDifferInRealRuns) {
 }
 
 }  // namespace
-}  // namespace simulator::cf
+}  // namespace tolvaran::tests

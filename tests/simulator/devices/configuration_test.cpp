@@ -4,7 +4,7 @@
 #include "simulator/devices/displays.hpp"
 #include "tests/simulator/devices/device_test.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 constexpr CGDisplayChangeSummaryFlags begin = kCGDisplayBeginConfigurationFlag;
@@ -52,14 +52,11 @@ TEST_F(Configuration, IsRecordedCallByCall) {
     CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
     config = started();
     CGCancelDisplayConfiguration(config);
-    EXPECT_EQ(callList(), nlohmann::json({
-                              {"CGBeginDisplayConfiguration", nlohmann::json::array(), 0},
-                              {"CGConfigureDisplayOrigin", {2, 0, -1024}, 0},
-                              {"CGSConfigureDisplayMode", {2, 11}, 0},
-                              {"CGCompleteDisplayConfiguration", {1}, 0},
-                              {"CGBeginDisplayConfiguration", nlohmann::json::array(), 0},
-                              {"CGCancelDisplayConfiguration", nlohmann::json::array(), 0},
-                          }));
+    EXPECT_EQ(
+        callLines(),
+        (Lines{"CGBeginDisplayConfiguration [] = 0", "CGConfigureDisplayOrigin [2,0,-1024] = 0",
+               "CGSConfigureDisplayMode [2,11] = 0", "CGCompleteDisplayConfiguration [1] = 0",
+               "CGBeginDisplayConfiguration [] = 0", "CGCancelDisplayConfiguration [] = 0"}));
 }
 
 TEST_F(Configuration, TakesTheLastOriginGiven) {
@@ -213,9 +210,8 @@ TEST_F(Configuration, BeginThatFailsGivesNoHandle) {
     simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"effect", false}});
     EXPECT_EQ(CGBeginDisplayConfiguration(&config), kCGErrorSuccess);
     EXPECT_EQ(config, nullptr);
-    EXPECT_EQ(callList(),
-              nlohmann::json({{"CGBeginDisplayConfiguration", nlohmann::json::array(), 1000},
-                              {"CGBeginDisplayConfiguration", nlohmann::json::array(), 0}}));
+    EXPECT_EQ(callLines(), (Lines{"CGBeginDisplayConfiguration [] = 1000",
+                                  "CGBeginDisplayConfiguration [] = 0"}));
 }
 
 TEST_F(Configuration, CompletionThatFailsEndsItWithoutEffect) {
@@ -228,7 +224,7 @@ TEST_F(Configuration, CompletionThatFailsEndsItWithoutEffect) {
     EXPECT_EQ(simulator::openConfigurations(), 0U);
     EXPECT_EQ(callbacks.delivered(), Callbacks{});
     EXPECT_EQ(simulator::machine(), before_);
-    EXPECT_EQ(callList().back(), nlohmann::json({"CGCompleteDisplayConfiguration", {1}, 1004}));
+    EXPECT_EQ(callLines().back(), "CGCompleteDisplayConfiguration [1] = 1004");
 }
 
 TEST_F(Configuration, CompletionMayClaimToFailAndYetWork) {
@@ -252,4 +248,4 @@ TEST_F(Configuration, OriginThatIsLostLeavesTheDisplay) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

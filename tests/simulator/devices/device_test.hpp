@@ -1,5 +1,5 @@
 // What the tests of the simulated devices share: a fixture that notices everything left behind,
-// the list of calls without its times, and a recorder of reconfiguration callbacks.
+// and a recorder of reconfiguration callbacks.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -11,28 +11,11 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
+#include "tests/support/simulated_process.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 
-/// A test that starts with the default machine and must leave no object and no configuration.
-class DeviceTest : public ::testing::Test {
-  protected:
-    void SetUp() override { simulator::reset(); }
-
-    void TearDown() override {
-        EXPECT_EQ(simulator::liveObjects(), 0U);
-        EXPECT_EQ(simulator::openConfigurations(), 0U);
-    }
-};
-
-/// Every call so far: [name, arguments, result].
-inline nlohmann::json callList() {
-    nlohmann::json list = nlohmann::json::array();
-    for (const nlohmann::json& call : simulator::calls()) {
-        list.push_back({call.at("call"), call.at("args"), call.at("result")});
-    }
-    return list;
-}
+using DeviceTest = ProcessTest;
 
 /// Two displays side by side, the first one the main display.
 inline nlohmann::json twoDisplays() {
@@ -78,4 +61,4 @@ class CallbackRecorder {
     Callbacks received_;
 };
 
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

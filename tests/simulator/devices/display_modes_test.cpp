@@ -9,7 +9,7 @@
 #include "platform/private_interfaces.hpp"
 #include "tests/simulator/devices/device_test.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 constexpr std::int32_t recordLength = 212;
@@ -191,8 +191,8 @@ TEST_F(DisplayModes, MeetFaults) {
     EXPECT_EQ(CGSConfigureDisplayMode(config, 1, 0x01020304), kCGErrorInvalidConnection);
     CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
     EXPECT_EQ(displayValues("mode"), nlohmann::json({5, nullptr}));
-    EXPECT_EQ(callList().at(1), nlohmann::json({"CGSConfigureDisplayMode", {1, 0x01020304}, 1002}));
+    EXPECT_EQ(callLines().at(1), "CGSConfigureDisplayMode [1,16909060] = 1002");
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

@@ -10,7 +10,7 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/devices/device_test.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 using simulator::Display;
@@ -132,7 +132,7 @@ TEST_F(Displays, QueriesAreNoCallsOfTheResult) {
     CGDisplayBounds(7);
     std::uint32_t count = 0;
     CGGetActiveDisplayList(0, nullptr, &count);
-    EXPECT_EQ(callList(), nlohmann::json::array());
+    EXPECT_EQ(callLines(), Lines{});
 }
 
 TEST_F(Displays, ConnectedOnesAreListedLast) {
@@ -167,4 +167,4 @@ TEST_F(Displays, EventsThatCannotBeAreRefused) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

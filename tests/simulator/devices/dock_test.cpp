@@ -8,7 +8,7 @@
 #include "tests/simulator/devices/device_test.hpp"
 #include "tests/simulator/devices/run_time_library.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 constexpr const char* hiServicesPath =
@@ -56,11 +56,10 @@ TEST_F(Dock, HidesAndStays) {
     EXPECT_EQ(simulator::machine().at("dock").at("autoHide"), true);
     CoreDockSetAutoHideEnabled(0);
     EXPECT_EQ(simulator::machine().at("dock").at("autoHide"), false);
-    EXPECT_EQ(callList(),
-              nlohmann::json({{"CoreDockGetAutoHideEnabled", nlohmann::json::array(), false},
-                              {"CoreDockSetAutoHideEnabled", {true}, nullptr},
-                              {"CoreDockGetAutoHideEnabled", nlohmann::json::array(), true},
-                              {"CoreDockSetAutoHideEnabled", {false}, nullptr}}));
+    EXPECT_EQ(
+        callLines(),
+        (Lines{"CoreDockGetAutoHideEnabled [] = false", "CoreDockSetAutoHideEnabled [true]",
+               "CoreDockGetAutoHideEnabled [] = true", "CoreDockSetAutoHideEnabled [false]"}));
 }
 
 TEST_F(Dock, AutoHideMeetsFaults) {
@@ -75,7 +74,7 @@ TEST_F(Dock, TellsItsLiveCorners) {
     read();
     EXPECT_EQ(actions_, (Corners{2, 3, 5, 14}));
     EXPECT_EQ(modifiers_, (Corners{0, 131072, 0, -1}));
-    EXPECT_EQ(callList(), nlohmann::json::array({{getterName, nlohmann::json::array(), nullptr}}));
+    EXPECT_EQ(callLines(), (Lines{getterName + " []"}));
 }
 
 TEST_F(Dock, SetsOneCornerAtATime) {
@@ -84,9 +83,8 @@ TEST_F(Dock, SetsOneCornerAtATime) {
     read();
     EXPECT_EQ(actions_, (Corners{10, 3, 1, 14}));
     EXPECT_EQ(modifiers_, (Corners{0, 131072, 7, -1}));
-    EXPECT_EQ(callList(), nlohmann::json({{setterName, {1, 2, 7}, 0},
-                                          {setterName, {10, 0, 0}, 0},
-                                          {getterName, nlohmann::json::array(), nullptr}}));
+    EXPECT_EQ(callLines(), (Lines{setterName + " [1,2,7] = 0", setterName + " [10,0,0] = 0",
+                                  getterName + " []"}));
 }
 
 TEST_F(Dock, RefusesACornerThatThereIsNot) {
@@ -107,7 +105,7 @@ TEST_F(Dock, AGetterThatFailsLeavesTheBuffersUntouched) {
     read();
     EXPECT_EQ(actions_, (Corners{sentinel, sentinel, sentinel, sentinel}));
     EXPECT_EQ(modifiers_, (Corners{sentinel, sentinel, sentinel, sentinel}));
-    EXPECT_EQ(callList().size(), 1U);
+    EXPECT_EQ(callLines().size(), 1U);
 }
 
 TEST_F(Dock, ASetterThatFailsLeavesTheCorners) {
@@ -130,4 +128,4 @@ TEST_F(Dock, FunctionsMayBeMissing) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

@@ -6,7 +6,7 @@
 #include "simulator/core_foundation/object.hpp"
 #include "tests/simulator/devices/device_test.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 using simulator::cf::Owned;
@@ -120,6 +120,17 @@ TEST_F(IORegistry, RefusesArgumentsThatAreNone) {
     EXPECT_EQ(iterator, 77U);
 }
 
+TEST_F(IORegistry, RefusesOptionsThatAreNotDefined) {
+    const io_iterator_t iterator = matching("IODisplayConnect");
+    const io_service_t service = IOIteratorNext(iterator);
+    CFMutableDictionaryRef properties = nullptr;
+    EXPECT_EQ(IORegistryEntryCreateCFProperties(service, &properties, kCFAllocatorDefault, 1),
+              KERN_INVALID_ARGUMENT);
+    EXPECT_EQ(properties, nullptr);
+    IOObjectRelease(service);
+    IOObjectRelease(iterator);
+}
+
 TEST_F(IORegistry, IteratesOverTheServicesThatThereWere) {
     const io_iterator_t iterator = matching("IODisplayConnect");
     simulator::set({{"registry", nlohmann::json::array()}});
@@ -154,4 +165,4 @@ TEST_F(IORegistry, MeetsFaults) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

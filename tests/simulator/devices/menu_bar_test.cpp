@@ -9,7 +9,7 @@
 #include "tests/simulator/devices/device_test.hpp"
 #include "tests/simulator/devices/run_time_library.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 constexpr const char* skyLightPath =
@@ -85,8 +85,8 @@ TEST_F(MenuBar, AutoHideIsSwitchedAndRead) {
     EXPECT_EQ(CGSSetMenuBarAutohideEnabled(connection, 0), kCGErrorSuccess);
     EXPECT_EQ(get(connection, &enabled), 0);
     EXPECT_EQ(enabled, 0);
-    EXPECT_EQ(callList(), nlohmann::json({{"CGSSetMenuBarAutohideEnabled", {true}, 0},
-                                          {"CGSSetMenuBarAutohideEnabled", {false}, 0}}));
+    EXPECT_EQ(callLines(), (Lines{"CGSSetMenuBarAutohideEnabled [true] = 0",
+                                  "CGSSetMenuBarAutohideEnabled [false] = 0"}));
 }
 
 TEST_F(MenuBar, OverridesAreReadAndSetPerDisplay) {
@@ -95,11 +95,21 @@ TEST_F(MenuBar, OverridesAreReadAndSetPerDisplay) {
     EXPECT_EQ(setOverride(2, true), 0);
     EXPECT_TRUE(getOverride(2));
     EXPECT_EQ(displayValues("menuBarOverride"), nlohmann::json({true, true, true}));
-    EXPECT_EQ(callList(),
-              nlohmann::json({{"SLSGetMenuBarVisibilityOverrideOnDisplay", {1}, true},
-                              {"SLSGetMenuBarVisibilityOverrideOnDisplay", {2}, false},
-                              {"SLSSetMenuBarVisibilityOverrideOnDisplay", {2, true}, 0},
-                              {"SLSGetMenuBarVisibilityOverrideOnDisplay", {2}, true}}));
+    EXPECT_EQ(callLines(), (Lines{"SLSGetMenuBarVisibilityOverrideOnDisplay [1] = true",
+                                  "SLSGetMenuBarVisibilityOverrideOnDisplay [2] = false",
+                                  "SLSSetMenuBarVisibilityOverrideOnDisplay [2,true] = 0",
+                                  "SLSGetMenuBarVisibilityOverrideOnDisplay [2] = true"}));
+}
+
+TEST_F(MenuBar, ABooleanThatIsNeitherOneNorZeroIsTrueAndRecordedAsItIs) {
+    EXPECT_EQ(CGSSetMenuBarAutohideEnabled(CGSMainConnectionID(), 2), kCGErrorSuccess);
+    EXPECT_EQ((found<std::int32_t(std::int32_t, CGDirectDisplayID, Boolean)>(
+                  "SLSSetMenuBarVisibilityOverrideOnDisplay")(CGSMainConnectionID(), 2, 255)),
+              0);
+    EXPECT_EQ(simulator::machine().at("menuBar").at("autoHide"), true);
+    EXPECT_EQ(displayValues("menuBarOverride").at(1), true);
+    EXPECT_EQ(callLines(), (Lines{"CGSSetMenuBarAutohideEnabled [2] = 0",
+                                  "SLSSetMenuBarVisibilityOverrideOnDisplay [2,255] = 0"}));
 }
 
 TEST_F(MenuBar, AnOverrideMayShowLate) {
@@ -140,8 +150,7 @@ TEST_F(MenuBar, ResetForgetsALateOverride) {
 TEST_F(MenuBar, OverrideOfADisplayThatIsNotActiveIsRefused) {
     EXPECT_EQ(setOverride(9, true), kCGErrorIllegalArgument);
     EXPECT_FALSE(getOverride(9));
-    EXPECT_EQ(callList().at(0),
-              nlohmann::json({"SLSSetMenuBarVisibilityOverrideOnDisplay", {9, true}, 1001}));
+    EXPECT_EQ(callLines().at(0), "SLSSetMenuBarVisibilityOverrideOnDisplay [9,true] = 1001");
 }
 
 TEST_F(MenuBar, ActiveDisplayIsNamedByItsPortUUID) {
@@ -234,4 +243,4 @@ TEST_F(MenuBar, FunctionsMayBeMissing) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

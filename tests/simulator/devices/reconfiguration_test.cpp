@@ -3,7 +3,7 @@
 #include "simulator/devices/displays.hpp"
 #include "tests/simulator/devices/device_test.hpp"
 
-namespace devices_tests {
+namespace tolvaran::tests {
 namespace {
 
 using simulator::Display;
@@ -245,4 +245,4 @@ TEST_F(Reconfiguration, ResetForgetsCallbacksAndWhatIsQueued) {
 }
 
 }  // namespace
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

@@ -4,7 +4,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-namespace devices_tests {
+namespace tolvaran::tests {
 
 /// A library opened for as long as this lives; `handle` is null when it cannot be opened.
 struct RunTimeLibrary {
@@ -26,4 +26,4 @@ struct RunTimeLibrary {
     void* handle;
 };
 
-}  // namespace devices_tests
+}  // namespace tolvaran::tests

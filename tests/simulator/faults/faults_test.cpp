@@ -5,8 +5,10 @@
 
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class Faults : public SimulatorTest {};
 
@@ -120,4 +122,4 @@ TEST_F(Faults, WorkIsPerformedAtTheStartOfACall) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -19,8 +19,10 @@
 #include "simulator/host/file_calls.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class OutsideCalls : public SimulatorTest {};
 
@@ -191,4 +193,4 @@ TEST_F(OutsideCalls, ACallWithoutEffectAndResultReturnsTheEmptyResult) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -4,8 +4,10 @@
 
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 constexpr const char* skyLight =
     "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight";
@@ -78,4 +80,4 @@ TEST_F(DynamicLibrary, EverythingElseIsTheHosts) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -18,11 +18,10 @@
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
 
-using tolvaran::tests::readFile;
-using tolvaran::tests::writeFile;
+using namespace simulator;
 
 class FileCalls : public SimulatorTest {
   protected:
@@ -32,7 +31,7 @@ class FileCalls : public SimulatorTest {
         writeFile(exposed_ + "/file", "content");
         writeFile(hidden_, "content");
     }
-    tolvaran::tests::TemporaryDirectory directory_;
+    TemporaryDirectory directory_;
     std::string exposed_ = directory_ / "exposed";
     std::string hidden_ = directory_ / "exposed.not";
 };
@@ -158,7 +157,7 @@ const std::vector<Call>& allCalls() {
 
 TEST_F(FileCalls, EveryCallWorksWithoutFaults) {
     for (const Call& call : allCalls()) {
-        const tolvaran::tests::TemporaryDirectory fresh;
+        const TemporaryDirectory fresh;
         writeFile(fresh / "file", "content");
         EXPECT_TRUE(call.perform(fresh.path())) << call.name;
     }
@@ -166,7 +165,7 @@ TEST_F(FileCalls, EveryCallWorksWithoutFaults) {
 
 TEST_F(FileCalls, EveryCallCanBeMadeToFail) {
     for (const Call& call : allCalls()) {
-        const tolvaran::tests::TemporaryDirectory fresh;
+        const TemporaryDirectory fresh;
         writeFile(fresh / "file", "content");
         exposeToFaults(fresh.path());
         const std::vector<std::string> before = fresh.list();
@@ -299,7 +298,7 @@ TEST_F(FileCalls, TheSystemsOwnDirectoriesAreExposed) {
     addFault({{"call", "stat"}, {"result", "EIO"}});
     for (const char* const variable : {"TOLVARAN_APPLICATION_SUPPORT_DIR", "TOLVARAN_LOGS_DIR"}) {
         EXPECT_EQ(stat(hidden_.c_str(), &status), 0);
-        const tolvaran::tests::ScopedEnvironment environment(variable, directory_.path());
+        const ScopedEnvironment environment(variable, directory_.path());
         EXPECT_EQ(stat(hidden_.c_str(), &status), -1) << variable;
     }
 }
@@ -367,4 +366,4 @@ TEST_F(FileCalls, AreShownToAnObserverOnceTheyHaveHadTheirEffect) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -12,8 +12,10 @@
 #include "simulator/machine/machine.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class Processes : public SimulatorTest {};
 
@@ -81,4 +83,4 @@ TEST_F(Processes, ResettingLeavesNoChildBehind) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

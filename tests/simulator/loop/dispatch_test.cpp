@@ -8,8 +8,10 @@
 #include "simulator/loop/event_loop.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 using testing::ElementsAre;
 using Events = std::vector<std::pair<double, std::string>>;
@@ -333,4 +335,4 @@ TEST_F(DispatchDeathTest, MisuseAbortsWithAMessage) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -1,18 +1,15 @@
 #include "simulator/loop/event_loop.hpp"
 
-#include <CoreFoundation/CoreFoundation.h>
-
-#include <cerrno>
-#include <chrono>
-#include <ctime>
 #include <string>
 #include <vector>
 
 #include "simulator/loop/clock.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 using testing::ElementsAre;
 
@@ -159,63 +156,5 @@ TEST_F(EventLoop, ClearingDropsEverythingButLastingWork) {
     EXPECT_THAT(noted_, ElementsAre("lasting"));
 }
 
-TEST_F(EventLoop, TheVirtualClockStartsAtAFixedDate) {
-    EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600);
-    advance(0.25);
-    EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600.25);
-    EXPECT_EQ(now(), 0.25);
-    reset();
-    EXPECT_EQ(now(), 0);
-}
-
-TEST_F(EventLoop, AnHourIsOverAtOnce) {
-    const auto before = std::chrono::steady_clock::now();
-    queueWork(3600 * second, note("work"));
-    runUntil(3600 * second);
-    EXPECT_THAT(noted_, ElementsAre("work"));
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
-}
-
-TEST_F(EventLoop, NanosleepMovesTheVirtualClock) {
-    planEvent(second, note("event"));
-    const timespec duration{1, 500'000'000};
-    timespec remaining{9, 9};
-    EXPECT_EQ(nanosleep(&duration, &remaining), 0);
-    EXPECT_EQ(remaining.tv_sec, 0);
-    EXPECT_EQ(now(), 1.5);
-    EXPECT_THAT(noted_, ElementsAre("event"));
-    const timespec wrong{0, second};
-    EXPECT_EQ(nanosleep(&wrong, nullptr), -1);
-    EXPECT_EQ(errno, EINVAL);
-    addFault({{"call", "nanosleep"}, {"result", "EINTR"}});
-    EXPECT_EQ(nanosleep(&duration, nullptr), -1);
-    EXPECT_EQ(errno, EINTR);
-    EXPECT_EQ(now(), 1.5);
-}
-
-TEST_F(EventLoop, TheRealClockWaitsAsLongAsItSays) {
-    clock::restart(clock::Kind::realTime);
-    const auto before = std::chrono::steady_clock::now();
-    double ranAt = 0;
-    queueWork(clock::fromSeconds(0.05), [&] { ranAt = now(); });
-    runUntil(clock::fromSeconds(0.1));
-    EXPECT_GE(ranAt, 0.05);
-    EXPECT_LT(ranAt, 0.1) << "it did not wait for the end";
-    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(100));
-    const double date = CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970;
-    EXPECT_NEAR(date, static_cast<double>(std::time(nullptr)), 2);
-}
-
-TEST_F(EventLoop, SecondsBecomeTimes) {
-    const struct {
-        double seconds;
-        clock::Time time;
-    } rows[] = {{0, 0},    {-1, 0},           {0.2, 200'000'000},
-                {1e-9, 1}, {60, 60 * second}, {1e300, clock::never}};
-    for (const auto& [seconds, time] : rows) {
-        EXPECT_EQ(clock::fromSeconds(seconds), time) << seconds;
-    }
-}
-
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -9,12 +9,10 @@
 #include "tests/simulator/simulator_test.hpp"
 #include "tests/support/temporary_directory.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
 
-using tolvaran::tests::readFile;
-using tolvaran::tests::ScopedEnvironment;
-using tolvaran::tests::TemporaryDirectory;
+using namespace simulator;
 
 class Timeline : public SimulatorTest {};
 
@@ -163,4 +161,4 @@ TEST_F(Timeline, EventsThatTheMachineDoesNotLetHappenAreRefusedWhenTheyAreDue) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

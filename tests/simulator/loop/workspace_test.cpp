@@ -8,8 +8,10 @@
 #include "simulator/loop/workspace_events.hpp"
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 namespace workspace = tolvaran::workspace;
 using testing::ElementsAre;
@@ -161,4 +163,4 @@ TEST_F(Workspace, ProhibitingActivationIsSeen) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -2,8 +2,10 @@
 
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class CallRecord : public SimulatorTest {};
 
@@ -20,4 +22,4 @@ TEST_F(CallRecord, CallsAreStampedAndKeptInOrder) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

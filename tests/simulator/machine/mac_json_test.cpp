@@ -2,8 +2,10 @@
 
 #include "tests/simulator/simulator_test.hpp"
 
-namespace simulator {
+namespace tolvaran::tests {
 namespace {
+
+using namespace simulator;
 
 class MacJson : public SimulatorTest {};
 
@@ -220,4 +222,4 @@ TEST_F(MacJson, SettingMergesObjectsAndReplacesLists) {
 }
 
 }  // namespace
-}  // namespace simulator
+}  // namespace tolvaran::tests

@@ -4,8 +4,8 @@
 
 #include "restore/menubar/formats.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
+#include "tests/helper/steps/step_test.hpp"
 #include "tests/restore/menubar/menu_bar_mac.hpp"
-#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -25,26 +25,18 @@ std::string kept(int count) {
 }
 
 /// The helper beside a snapshot file.
-class RestoreMenuBar : public testing::Test {
+class RestoreMenuBar : public StepTest {
   protected:
-    void start(const Json& mac, const std::string& content) {
-        process = std::make_unique<HelperProcess>(mac);
-        path = process->state(fileName);
-        writeFile(path, content);
+    RestoreMenuBar() : StepTest(restoreMenuBar, "restoreMenuBar") {}
+
+    void arrange(const Json& mac, const std::string& content) {
+        start(mac);
+        write(fileName, content);
     }
-    void start(const Json& mac, const Snapshot& snapshot) { start(mac, json::write(snapshot)); }
+    void arrange(const Json& mac, const Snapshot& snapshot) { arrange(mac, json::write(snapshot)); }
 
-    /// Runs the step and returns what it logs.
-    Lines run() {
-        restoreMenuBar("cold-start", std::nullopt);
-        return process->takeLog();
-    }
-
-    /// The file's content; none when there is none.
-    std::optional<std::string> file() const { return readFile(path); }
-
-    std::unique_ptr<HelperProcess> process;
-    std::string path;
+    /// The file's content; none if there is no file.
+    std::optional<std::string> file() const { return read(fileName); }
 };
 
 Snapshot ofRecords(const std::vector<MenuBarDisplayVisibilityOverride>& records) {
@@ -63,54 +55,47 @@ const auto away = recordOf(2, 2, true);
 const Json macOfHere = macWith({display(7, 1, 1, false)});
 
 TEST_F(RestoreMenuBar, WithoutASnapshotDoesNothing) {
-    process = std::make_unique<HelperProcess>(macOfHere);
+    start(macOfHere);
     EXPECT_EQ(run(), Lines{});
     EXPECT_EQ(callLines(), Lines{});
 }
 
 TEST_F(RestoreMenuBar, LeavesEverythingToARunningTolvaran) {
-    Json mac = macOfHere;
-    mac["applications"] = Json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}});
-    start(mac, ofRecords({here}));
-    restoreMenuBar("proc-exit", 811);
-    EXPECT_EQ(process->takeLog(),
-              Lines{"debug: restoreMenuBar [proc-exit]: Tolvaran running (pid 812), skipping"});
+    arrange(whileTolvaranRuns(812, macOfHere), ofRecords({here}));
+    EXPECT_EQ(run("proc-exit", 811), Lines{skips("proc-exit", 812)});
     EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(file(), json::write(ofRecords({here})));
 }
 
 TEST_F(RestoreMenuBar, DoesNotTakeTheExitedInstanceForARunningOne) {
-    Json mac = macOfHere;
-    mac["applications"] = Json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}});
-    start(mac, ofRecords({here}));
-    restoreMenuBar("proc-exit", 812);
-    EXPECT_EQ(process->takeLog(), (Lines{"info: restoreMenuBar [proc-exit]: applying snapshot",
-                                         "info: restoreMenuBar [proc-exit]: snapshot deleted"}));
+    arrange(whileTolvaranRuns(812, macOfHere), ofRecords({here}));
+    EXPECT_EQ(run("proc-exit", 812), (Lines{"info: restoreMenuBar [proc-exit]: applying snapshot",
+                                            "info: restoreMenuBar [proc-exit]: snapshot deleted"}));
     EXPECT_EQ(file(), std::nullopt);
 }
 
 TEST_F(RestoreMenuBar, DeletesASnapshotThatIsWhollyRestored) {
-    start(macOfHere, ofRecords({here}));
+    arrange(macOfHere, ofRecords({here}));
     EXPECT_EQ(run(), (Lines{applying, deleted}));
     EXPECT_EQ(callLines(), appliesGlobal(false, true) + putsBack(7, true));
     EXPECT_EQ(file(), std::nullopt);
 }
 
 TEST_F(RestoreMenuBar, RestoresAnEmptySnapshot) {
-    start(macOfHere, "{}");
+    arrange(macOfHere, "{}");
     EXPECT_EQ(run(), (Lines{applying, deleted}));
     EXPECT_EQ(callLines(), appliesGlobal(std::nullopt, std::nullopt));
     EXPECT_EQ(file(), std::nullopt);
 }
 
 TEST_F(RestoreMenuBar, KeepsEveryRecordWhileOneIsUnsettled) {
-    start(macOfHere, ofRecords({here, away}));
+    arrange(macOfHere, ofRecords({here, away}));
     EXPECT_EQ(run(), (Lines{applying, kept(1)}));
     EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, true)));
 }
 
 TEST_F(RestoreMenuBar, KeepsTheGlobalPreferencesWhenTheyFail) {
-    start(macOfHere, ofRecords({here, away}));
+    arrange(macOfHere, ofRecords({here, away}));
     simulator::addFault({{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}});
     EXPECT_EQ(run(),
               (Lines{applying, "warn: CGSSetMenuBarAutohideEnabled returned 1000", applyFailed}));
@@ -118,7 +103,7 @@ TEST_F(RestoreMenuBar, KeepsTheGlobalPreferencesWhenTheyFail) {
 }
 
 TEST_F(RestoreMenuBar, DropsFlagsThatSayNothing) {
-    start(macOfHere, flagged(ofRecords({here}), false, std::nullopt));
+    arrange(macOfHere, flagged(ofRecords({here}), false, std::nullopt));
     simulator::addFault({{"call", "CFPreferencesSynchronize"}, {"result", false}});
     EXPECT_EQ(run(),
               (Lines{applying, "warn: CFPreferencesSynchronize returned false for menu bar prefs",
@@ -129,7 +114,7 @@ TEST_F(RestoreMenuBar, DropsFlagsThatSayNothing) {
 TEST_F(RestoreMenuBar, KeepsEverythingWhereDisplaysCannotBeHandled) {
     Json mac = macOfHere;
     mac["unavailable"] = {"SkyLight"};
-    start(mac, ofRecords({here, away}));
+    arrange(mac, ofRecords({here, away}));
     const std::string unavailable = "warn: " + unavailableWarning;
     EXPECT_EQ(run(), (Lines{applying, unavailable, applyFailed, kept(2)}));
     EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
@@ -140,27 +125,29 @@ TEST_F(RestoreMenuBar, KeepsEverythingWhereDisplaysCannotBeHandled) {
 
 TEST_F(RestoreMenuBar, WaitsInSilenceForAbsentDisplays) {
     const std::string content = json::write(flagged(ofRecords({away}), true, true)) + "\n";
-    start(macOfHere, content);
+    arrange(macOfHere, content);
     EXPECT_EQ(run(), Lines{});
     EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(file(), content);  // with its line end, so it has not been written again
 }
 
 TEST_F(RestoreMenuBar, LeavesAnUndecodableSnapshotInPlace) {
-    start(macOfHere, R"({"hideMenuBar":true})");
-    EXPECT_EQ(run(), Lines{"warn: menu bar snapshot at " + path +
+    arrange(macOfHere, R"({"hideMenuBar":true})");
+    EXPECT_EQ(run(), Lines{"warn: menu bar snapshot at " + state(fileName) +
                            R"( failed to decode: "hideMenuBar": is not an integer)"});
     EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(file(), R"({"hideMenuBar":true})");
 }
 
 TEST_F(RestoreMenuBar, SaysWhenTheSnapshotCannotBeDeleted) {
-    start(macOfHere, ofRecords({here}));
+    arrange(macOfHere, ofRecords({here}));
     simulator::addFault({{"call", "unlink"}, {"result", "EPERM"}, {"times", 1}});
     const Lines log = run();
     ASSERT_EQ(log.size(), 3U);
     EXPECT_EQ(log[0], applying);
-    EXPECT_EQ(log[1].rfind("warn: menu bar snapshot at " + path + " could not be deleted: ", 0), 0U)
+    EXPECT_EQ(log[1].rfind(
+                  "warn: menu bar snapshot at " + state(fileName) + " could not be deleted: ", 0),
+              0U)
         << log[1];
     EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: snapshot could not be deleted");
     EXPECT_EQ(file(), json::write(ofRecords({here})));
@@ -168,7 +155,7 @@ TEST_F(RestoreMenuBar, SaysWhenTheSnapshotCannotBeDeleted) {
 }
 
 TEST_F(RestoreMenuBar, SaysWhenPendingRecordsCannotBeSaved) {
-    start(macOfHere, ofRecords({here, away}));
+    arrange(macOfHere, ofRecords({here, away}));
     simulator::addFault({{"call", "rename"}, {"result", "ENOSPC"}, {"times", 1}});
     const Lines log = run();
     ASSERT_EQ(log.size(), 3U);
@@ -183,7 +170,7 @@ TEST_F(RestoreMenuBar, DropsARecordWhoseDisplayAnotherRecordOwns) {
     MenuBarDisplayVisibilityOverride older = here;
     older.portUUID = port(5);
     older.enabled = false;
-    start(macOfHere, ofRecords({here, older}));
+    arrange(macOfHere, ofRecords({here, older}));
     EXPECT_EQ(run(), (Lines{applying, deleted}));
     EXPECT_EQ(callLines(), appliesGlobal(false, true) + putsBack(7, true));
     EXPECT_EQ(file(), std::nullopt);
@@ -204,7 +191,6 @@ struct OneRun {
 class RestoreMenuBarRuns : public RestoreMenuBar {
   protected:
     void expectRuns(const std::vector<OneRun>& runs) {
-        std::size_t callsBefore = 0;
         for (const OneRun& expected : runs) {
             simulator::clearFaults();
             for (const Json& fault : expected.faults) {
@@ -214,11 +200,7 @@ class RestoreMenuBarRuns : public RestoreMenuBar {
                 simulator::perform(event);
             }
             EXPECT_EQ(run(), expected.log) << expected.name;
-            const Lines calls = callLines();
-            EXPECT_EQ(Lines(calls.begin() + static_cast<std::ptrdiff_t>(callsBefore), calls.end()),
-                      expected.calls)
-                << expected.name;
-            callsBefore = calls.size();
+            EXPECT_EQ(takeCalls(), expected.calls) << expected.name;
             EXPECT_EQ(file(), expected.remaining ? std::optional(json::write(*expected.remaining))
                                                  : std::nullopt)
                 << expected.name;
@@ -244,7 +226,7 @@ TEST_F(RestoreMenuBarRuns, GlobalsAreRestoredOnceAndDisplaysAsTheyCome) {
     const Snapshot pending = flagged(whole, true, std::nullopt);
     const Json refusal = {
         {"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"skip", 1}, {"result", 1000}};
-    start(macOfHere, whole);
+    arrange(macOfHere, whole);
     expectRuns({
         {"one display of three",
          {},
@@ -291,7 +273,7 @@ TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainUntilTheyAreBack) {
     const Snapshot whole = ofRecords({here, away});
     const Json refusal = {{"call", "CFPreferencesSynchronize"}, {"result", false}};
     const std::string refused = "warn: CFPreferencesSynchronize returned false for menu bar prefs";
-    start(macOfHere, whole);
+    arrange(macOfHere, whole);
     expectRuns({
         {"refused",
          {},
@@ -323,7 +305,7 @@ TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainUntilTheyAreBack) {
 
 TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainAfterTheDisplaysAreBack) {
     const Snapshot whole = ofRecords({here});
-    start(macOfHere, whole);
+    arrange(macOfHere, whole);
     expectRuns({
         {"refused",
          {},

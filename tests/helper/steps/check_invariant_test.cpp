@@ -12,11 +12,10 @@
 #include "simulator/simulator.hpp"
 #include "tests/support/arrangement_check.hpp"
 
-namespace tolvaran {
+namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
-using namespace tests;
 
 json running(const Places& places, int pid) {
     json machine = mac(places);
@@ -158,4 +157,4 @@ TEST(CheckInvariant, WithoutAListOfDisplaysNothingIsDone) {
 }
 
 }  // namespace
-}  // namespace tolvaran
+}  // namespace tolvaran::tests

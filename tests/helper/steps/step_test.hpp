@@ -1,0 +1,52 @@
+// What the tests of the single steps of the restore sequence share.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "tests/support/simulated_process.hpp"
+
+namespace tolvaran::tests {
+
+/// The Mac while the main application runs there too.
+inline nlohmann::json whileTolvaranRuns(pid_t pid, nlohmann::json mac = nlohmann::json::object()) {
+    mac["applications"] =
+        nlohmann::json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}}});
+    return mac;
+}
+
+/// One step in the helper's process, beside the files in its state directory.
+class StepTest : public testing::Test, protected HelperProcess {
+  protected:
+    using Step = void (*)(const std::string& tag, std::optional<pid_t> exitedPID);
+
+    StepTest(Step step, std::string name) : step_(step), name_(std::move(name)) {}
+
+    /// Runs the step, and returns what it logs.
+    Lines run(const std::string& tag = "cold-start",
+              std::optional<pid_t> exitedPID = std::nullopt) {
+        step_(tag, exitedPID);
+        return takeLog();
+    }
+
+    /// What it logs instead of anything else while the main application runs.
+    std::string skips(const std::string& tag, pid_t pid) const {
+        return "debug: " + name_ + " [" + tag + "]: Tolvaran running (pid " + std::to_string(pid) +
+               "), skipping";
+    }
+
+    void write(const std::string& name, const std::string& content) const {
+        writeFile(state(name), content);
+    }
+    std::optional<std::string> read(const std::string& name) const { return readFile(state(name)); }
+
+  private:
+    Step step_;
+    std::string name_;
+};
+
+}  // namespace tolvaran::tests

@@ -1,0 +1,89 @@
+#include "simulator/loop/clock.hpp"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+
+#include "simulator/loop/event_loop.hpp"
+#include "tests/simulator/simulator_test.hpp"
+
+namespace tolvaran::tests {
+namespace {
+
+using namespace simulator;
+
+constexpr clock::Time second = clock::second;
+
+class Clock : public SimulatorTest {};
+
+TEST_F(Clock, StartsAtAFixedDateWhereItIsVirtual) {
+    EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600);
+    advance(0.25);
+    EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600.25);
+    EXPECT_EQ(now(), 0.25);
+    reset();
+    EXPECT_EQ(now(), 0);
+}
+
+TEST_F(Clock, LetsAnHourBeOverAtOnceWhereItIsVirtual) {
+    const auto before = std::chrono::steady_clock::now();
+    bool hasRun = false;
+    queueWork(3600 * second, [&] { hasRun = true; });
+    runUntil(3600 * second);
+    EXPECT_TRUE(hasRun);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::hours(1));
+}
+
+TEST_F(Clock, IsMovedByNanosleepWhereItIsVirtual) {
+    bool hasHappened = false;
+    planEvent(second, [&] { hasHappened = true; });
+    const timespec duration{1, 500'000'000};
+    timespec remaining{9, 9};
+    EXPECT_EQ(nanosleep(&duration, &remaining), 0);
+    EXPECT_EQ(remaining.tv_sec, 0);
+    EXPECT_EQ(now(), 1.5);
+    EXPECT_TRUE(hasHappened);
+    const timespec wrong{0, second};
+    EXPECT_EQ(nanosleep(&wrong, nullptr), -1);
+    EXPECT_EQ(errno, EINVAL);
+    addFault({{"call", "nanosleep"}, {"result", "EINTR"}});
+    EXPECT_EQ(nanosleep(&duration, nullptr), -1);
+    EXPECT_EQ(errno, EINTR);
+    EXPECT_EQ(now(), 1.5);
+}
+
+TEST_F(Clock, WaitsAsLongAsItSaysWhereItIsReal) {
+    clock::restart(clock::Kind::realTime);
+    const auto before = std::chrono::steady_clock::now();
+    // What is due runs when it is due, and not only once the end has come.
+    struct Reached {};
+    queueWork(clock::fromSeconds(0.05), [] { throw Reached(); });
+    EXPECT_THROW(runUntil(clock::fromSeconds(24 * 3600)), Reached);
+    EXPECT_GE(now(), 0.05);
+    runUntil(clock::fromSeconds(0.1));
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(100));
+}
+
+TEST_F(Clock, ShowsTheHostsDateWhereItIsReal) {
+    clock::restart(clock::Kind::realTime);
+    const auto before = static_cast<double>(std::time(nullptr));
+    const double date = CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970;
+    EXPECT_GE(date, before);
+    EXPECT_LT(date, static_cast<double>(std::time(nullptr)) + 1);
+}
+
+TEST_F(Clock, TakesSeconds) {
+    const struct {
+        double seconds;
+        clock::Time time;
+    } rows[] = {{0, 0},    {-1, 0},           {0.2, 200'000'000},
+                {1e-9, 1}, {60, 60 * second}, {1e300, clock::never}};
+    for (const auto& [seconds, time] : rows) {
+        EXPECT_EQ(clock::fromSeconds(seconds), time) << seconds;
+    }
+}
+
+}  // namespace
+}  // namespace tolvaran::tests
