@@ -13,6 +13,7 @@ struct ArrangementPlan {
     bool isNeeded = false;   // the displays stand in a layout that only Tolvaran makes
     bool hasRecord = false;  // there are saved arrangements, whether they help or not
     bool isMarked = false;   // this set of displays is marked
+    bool isInForce = false;  // what is saved for just these displays is in force already
     /// Around the main display at (0, 0). Empty if no saved arrangement helps and no row is made.
     std::vector<HardwarePosition> positions = {};
 };
