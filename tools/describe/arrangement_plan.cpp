@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <set>
+#include <utility>
 
 #include "restore/arrangement/main_application_layout.hpp"
 #include "restore/arrangement/named_displays.hpp"
@@ -41,7 +44,7 @@ Positions positionsOf(const Hardware& hardware, const Arrangement& arrangement) 
     return positions;
 }
 
-/// Whether the invariant would try them: a damaged record may ask for the impossible.
+/// Whether the invariant would try them: a damaged record may ask for what no Mac can do.
 bool areUsable(const Positions& positions) {
     constexpr double reach = 1 << 30;
     std::vector<DisplayFrame> frames;
@@ -58,53 +61,85 @@ bool areUsable(const Positions& positions) {
            !Zigzag::isZigzag(frames);
 }
 
-/// The saved arrangements that may help, best first.
-std::vector<Arrangement> candidates(const Hardware& hardware, const Arrangements& arrangements) {
+/// A saved arrangement that may help.
+struct Candidate {
+    Arrangement entries;
+    bool isExact = false;  // of just these displays
+};
+
+/// Those of some, and only of, the active displays; those of the most displays first.
+std::vector<Candidate> subsets(const Hardware& hardware, const Arrangements& arrangements,
+                               const std::set<std::string>& active) {
+    std::vector<Candidate> all;
+    for (const auto& [signature, arrangement] : arrangements) {
+        const std::set<std::string> named = OriginalsProjection::uuids(arrangement);
+        if (signature != hardware.signature && std::ranges::includes(active, named)) {
+            all.push_back({.entries = arrangement});
+        }
+    }
+    std::ranges::stable_sort(all, std::ranges::greater(), [](const Candidate& subset) {
+        return OriginalsProjection::uuids(subset.entries).size();
+    });
+    return all;
+}
+
+/// Whether applying the positions would leave each display where it is. Of several positions of one
+/// display the last one counts.
+bool areInForce(const Positions& positions) {
+    std::map<CGDirectDisplayID, CGPoint> places;
+    for (const HardwarePosition& position : positions) {
+        places[position.displayID] =
+            CGPointMake(std::trunc(position.origin.x), std::trunc(position.origin.y));
+    }
+    return std::ranges::all_of(places, [](const auto& place) {
+        return CGPointEqualToPoint(CGDisplayBounds(place.first).origin, place.second);
+    });
+}
+
+struct Best {
+    Positions positions = {};
+    bool isInForce = false;  // the exact arrangement is, and nothing is moved
+};
+
+/// The saved arrangements that may help, the best first.
+std::vector<Candidate> candidates(const Hardware& hardware, const Arrangements& arrangements,
+                                  const std::vector<DisplayFrame>& frames) {
     std::set<std::string> active;
     for (const auto& [id, display] : hardware.displayIDByCanonicalID) {
         active.insert(id);
     }
-    std::vector<Arrangement> all;
+    std::vector<Candidate> all = subsets(hardware, arrangements, active);
     if (const auto exact = arrangements.find(hardware.signature); exact != arrangements.end()) {
-        all.push_back(exact->second);
+        all.insert(all.begin(), {.entries = exact->second, .isExact = true});
     }
-    std::vector<Arrangement> subsets;
-    for (const auto& [signature, arrangement] : arrangements) {
-        const std::set<std::string> named = OriginalsProjection::uuids(arrangement);
-        if (signature != hardware.signature && std::ranges::includes(active, named)) {
-            subsets.push_back(arrangement);
+    if (Zigzag::isFullZigzag(frames)) {
+        for (Arrangement& projection :
+             OriginalsProjection::projectedSupersetArrangements(arrangements, active)) {
+            all.push_back({.entries = std::move(projection)});
         }
-    }
-    std::ranges::stable_sort(subsets, std::ranges::greater(), [](const Arrangement& subset) {
-        return OriginalsProjection::uuids(subset).size();
-    });
-    std::ranges::copy(subsets, std::back_inserter(all));
-    if (Zigzag::isFullZigzag(currentFrames(hardware.displays))) {
-        std::ranges::copy(OriginalsProjection::projectedSupersetArrangements(arrangements, active),
-                          std::back_inserter(all));
     }
     return all;
 }
 
-/// Whether the displays are already there, which makes all but the exact arrangement useless.
-bool areInForce(const Positions& positions) {
-    return std::ranges::all_of(positions, [](const HardwarePosition& position) {
-        return CGPointEqualToPoint(CGDisplayBounds(position.displayID).origin, position.origin);
-    });
-}
-
-Positions bestPositions(const Hardware& hardware, const Arrangements& arrangements) {
-    for (const Arrangement& arrangement : candidates(hardware, arrangements)) {
-        const Positions positions =
-            DisplayApply::anchoredPositions(positionsOf(hardware, arrangement), CGMainDisplayID());
-        if (areUsable(positions) && !areInForce(positions)) {
-            return positions;
+Best bestPositions(const Hardware& hardware, const Arrangements& arrangements) {
+    const std::vector<DisplayFrame> frames = currentFrames(hardware.displays);
+    for (const Candidate& candidate : candidates(hardware, arrangements, frames)) {
+        const Positions saved = positionsOf(hardware, candidate.entries);
+        if (!areUsable(saved)) {
+            continue;
+        }
+        const Positions positions = DisplayApply::anchoredPositions(saved, CGMainDisplayID());
+        if (!areInForce(positions)) {
+            return {.positions = positions};
+        }
+        if (candidate.isExact && !Zigzag::isZigzag(frames)) {
+            return {.isInForce = true};
         }
     }
-    const std::vector<DisplayFrame> frames = currentFrames(hardware.displays);
-    return Zigzag::isFullZigzag(frames)
-               ? DisplayApply::stackedFallbackPositions(frames, CGMainDisplayID())
-               : Positions{};
+    if (!Zigzag::isFullZigzag(frames)) {
+        return {};
+    }
+    return {.positions = DisplayApply::stackedFallbackPositions(frames, CGMainDisplayID())};
 }
 
 }  // namespace
@@ -115,7 +150,9 @@ ArrangementPlan planArrangement(const Hardware& hardware) {
                          .hasRecord = !originals.arrangements.empty(),
                          .isMarked = isMarked(hardware.signature)};
     if (plan.isNeeded) {
-        plan.positions = bestPositions(hardware, originals.arrangements);
+        Best best = bestPositions(hardware, originals.arrangements);
+        plan.positions = std::move(best.positions);
+        plan.isInForce = best.isInForce;
     }
     return plan;
 }

@@ -10,16 +10,16 @@
 namespace tolvaran::describe {
 
 struct ArrangementPlan {
-    bool isNeeded = false;   // the displays are in a layout that only Tolvaran makes
-    bool hasRecord = false;  // there are saved arrangements, useful or not
+    bool isNeeded = false;   // the displays stand in a layout that only Tolvaran makes
+    bool hasRecord = false;  // there are saved arrangements, whether they help or not
     bool isMarked = false;   // this set of displays is marked
-    /// Relative to the main display at (0, 0). Empty if no saved arrangement helps and no row is
-    /// made.
+    bool isInForce = false;  // what is saved for just these displays is in force already
+    /// Around the main display at (0, 0). Empty if no saved arrangement helps and no row is made.
     std::vector<HardwarePosition> positions = {};
 };
 
-/// What the next run would try first. Whether the window server would accept it is unknown. Logs
-/// what the stores log.
+/// What the next run would try first. Whether the window server accepts it cannot be known before.
+/// Logs what the stores log.
 ArrangementPlan planArrangement(const Hardware& hardware);
 
 }  // namespace tolvaran::describe

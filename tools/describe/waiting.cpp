@@ -121,7 +121,9 @@ bool lookAtArrangement(Outlook& outlook) {
             (*display)["frame"][1] = position.origin.y;
         }
     }
-    if (plan.isNeeded && plan.positions.empty()) {
+    if (plan.isInForce) {
+        outlook.keep("the displays stand as saved; only a mark of theirs is left to remove");
+    } else if (plan.isNeeded && plan.positions.empty()) {
         outlook.keep("no saved arrangement fits the displays that are connected");
     } else if (!plan.isNeeded && plan.isMarked) {
         outlook.keep("the displays are in order; only their mark is left to remove");

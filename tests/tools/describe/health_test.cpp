@@ -191,6 +191,17 @@ const std::vector<State> states = {
            {"uuid": "HW-4-5-6", "x": 100, "y": 0}]]}})")}},
      {},
      "Arrangement\n  waits: no saved arrangement fits the displays that are connected\n"},
+    {"a layout that is marked and saved",
+     {{"State/.display-originals", parsed(R"({"version": 2, "arrangements": {
+           "HW-1-2-3,HW-4-5-6": [{"uuid": "HW-1-2-3", "x": 10, "y": 0},
+                                 {"uuid": "HW-4-5-6", "x": 110, "y": 0}],
+           "HW-4-5-6": [{"uuid": "HW-4-5-6", "x": 0, "y": 80}]}})")},
+      {"State/side-pinned-sets.json",
+       parsed(R"({"version": 2, "arrangements": {"HW-1-2-3,HW-4-5-6": [[
+           {"uuid": "HW-4-5-6", "x": 100, "y": 0}]]}})")}},
+     {},
+     "Arrangement\n  waits: the displays stand as saved; only a mark of theirs is left to "
+     "remove\n"},
     {"a mark that is out of date",
      {{"State/separated-sets.json",
        parsed(R"({"version": 1, "signatures": ["HW-1-2-3,HW-4-5-6"]})")}},
