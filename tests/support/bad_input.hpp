@@ -30,12 +30,12 @@ std::vector<BadInput> truncations(const std::string& good);
 std::vector<BadInput> wrongFields(const nlohmann::json& good,
                                   const std::vector<RequiredField>& fields);
 
-/// Files that are wrong whatever they were meant to hold: no JSON, no UTF-8, no object, a second
-/// value after the first, numbers that JSON lacks, nesting without end; some of them in a key of
-/// `good` that a reader would otherwise ignore.
+/// Files that are wrong whatever they should hold: not JSON, not UTF-8, not an object, a second
+/// value after the first, numbers that JSON does not have, endless nesting; some of these in a key
+/// of `good` that a reader would otherwise ignore.
 std::vector<BadInput> wrongText(const std::string& good);
 
-/// `good` with so much in a key that readers ignore that the file has at least `size` bytes.
+/// `good` with enough under a key that readers ignore to make the file at least `size` bytes long.
 std::string padded(const std::string& good, std::size_t size);
 
 }  // namespace tolvaran::tests
