@@ -1,12 +1,12 @@
-// How a fuzz target says that something is wrong.
+// How a fuzz target reports a failure.
 #pragma once
 
 #include <string>
 
 namespace tolvaran::fuzz {
 
-/// Writes "fuzz: " and what is wrong to standard error and aborts, so that whoever runs the target
-/// keeps the input.
+/// Writes "fuzz: " and what is wrong to standard error and aborts, so that the fuzzer keeps the
+/// input.
 [[noreturn]] void fail(const std::string& what);
 
 /// fail() unless the condition holds.

@@ -1,5 +1,5 @@
-// Turns the bytes of a fuzz input into choices, so that a fuzzer that knows nothing but bytes makes
-// what is well formed. Where the bytes end, every further choice is the first one.
+// Turns the bytes of a fuzz input into choices, so that a fuzzer that knows only bytes makes
+// well-formed input. After the last byte, every choice is the first one.
 #pragma once
 
 #include <cstddef>

@@ -1,12 +1,12 @@
 // Fuzz target: every decoder of the library. The first byte of an input is the letter of one of
 // them, the rest is what it reads: the content of a file, a list of raw mode records, or values of
-// the system as JSON. Other inputs are passed over.
+// the system as JSON. Other inputs are ignored.
 //
-// Whatever the bytes are, no decoder may crash, leak or touch the file. What it takes it must write
-// and read back equal; what it does not take it must refuse as its header says.
+// Whatever the bytes are, no decoder may crash, leak or touch the file. What it accepts it must
+// write and read back equal; anything else it must refuse as its header says.
 //
-// Two records are not here. The commit cache of the originals is never on disk, and of the screen
-// saver's hold only the presence of its file counts ('k' sees to that).
+// One record is not here: the commit cache of the originals is never on disk. Of the screen saver's
+// hold ('k') only the presence of its file counts.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -54,8 +54,8 @@ struct Input {
     std::string refusal;
 };
 
-/// Whether a text holds an object, as another parser sees it; none if that stops at a number out of
-/// range, which costs nothing where nobody reads it.
+/// Whether a text holds an object according to another parser; none if that stops at a number out
+/// of range, which does not matter if the value is ignored.
 std::optional<bool> isObject(const std::string& content) {
     try {
         return content.find('\0') == std::string::npos &&
@@ -67,7 +67,7 @@ std::optional<bool> isObject(const std::string& content) {
     }
 }
 
-/// Whether no reader may take this for a record.
+/// Whether no reader may accept this as a record.
 bool isNoObject(const std::string& content) {
     return isObject(content) == false;
 }
@@ -97,7 +97,7 @@ std::string joined(const std::vector<std::string>& lines) {
     return text;
 }
 
-/// What the log must be after reading: nothing, or the refusal. Returns whether it was refused.
+/// Requires the log after reading to be empty or the refusal. Returns whether it was refused.
 bool requireRefusalOrSilence(const Input& input, LogCapture& log) {
     const std::vector<std::string> lines = log.take();
     const bool refused = !lines.empty();
@@ -127,7 +127,8 @@ auto readAndWrite(const Input& input, Load load, Save save) {
 
 void originals(const Input& input) {
     const OriginalsFile file = readAndWrite(input, OriginalsStore::load, OriginalsStore::save);
-    // A migration that goes nowhere leaves only what is well formed, and then changes nothing more.
+    // A migration that renames nothing keeps only what is well formed, and then changes nothing
+    // more.
     OriginalsStore::migrateUUIDs({{"A", "A"}}, input.path);
     const OriginalsFile migrated = OriginalsStore::load(input.path);
     OriginalsStore::migrateUUIDs({{"A", "A"}}, input.path);

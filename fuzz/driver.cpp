@@ -3,8 +3,8 @@
 //
 //   fuzz_TARGET [--generate N] [FILE|DIRECTORY]...
 //
-// Ends with status 0 when nothing was wrong, and with 2 when there is nothing to replay. Whatever
-// is wrong aborts the process; the input is then left in the file fuzz-failure-TARGET.
+// The exit status is 0 if nothing was wrong, and 2 if there is nothing to replay. A failure aborts
+// the process and leaves the input in the file fuzz-failure-TARGET.
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -52,8 +52,8 @@ std::vector<std::string> readInputs(const std::vector<std::string>& places) {
     return inputs;
 }
 
-/// Makes new inputs out of known ones. The standard library's distributions differ from host to
-/// host; its generator does not.
+/// Makes new inputs out of known ones. The standard library's distributions differ between hosts;
+/// its generator does not.
 class Mutator {
   public:
     explicit Mutator(std::vector<std::string> seeds) : seeds_(std::move(seeds)) {}

@@ -1,6 +1,5 @@
-// Watches over the records while the helper runs: a record, or a part of one, may only go when what
-// it stands for is in force on the Mac at that moment, or when its row says that it may be lost
-// (tests/support/records).
+// Watches the records while the helper runs: a record, or a part of one, may only go if the Mac is
+// as it says at that moment, or if its row says that it may be lost (tests/support/records).
 #pragma once
 
 #include <set>
@@ -19,7 +18,7 @@ class RecordGuard {
     /// record and at the Mac.
     void watch(const std::string& function);
 
-    /// What went that must not have gone, described.
+    /// Describes what went although it must not.
     const std::vector<std::string>& losses() const { return losses_; }
 
   private:

@@ -1,10 +1,9 @@
 // Fuzz target: random timelines of events and faults on a random Mac with random records. An input
 // is a row of choices (choices.hpp, story_maker.hpp).
 //
-// Whatever happens, the helper comes to rest, leaves nothing behind it, and lets no record go
-// before its time (record_guard.hpp), and configures the displays only so often. The next helper,
-// which meets no fault, ends as well, and has then done all that there is to do: one more changes
-// nothing.
+// Whatever happens, the helper comes to rest, leaves nothing behind, removes no record too early
+// (record_guard.hpp) and does not configure the displays too often. The next helper, which meets no
+// fault, also ends and completes the work: another one changes nothing.
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -41,14 +40,14 @@ BoundedPlay playOn(const json& story, const std::string& root) {
     return played;
 }
 
-/// Where a Mac and its files are, apart from the heartbeat.
+/// The state of a Mac and its files, apart from the heartbeat.
 json placeOf(const json& result) {
     json files = result.at("files");
     files.erase("State/.helper-heartbeat");
     return {{"mac", result.at("mac")}, {"files", std::move(files)}};
 }
 
-/// The next helper: Tolvaran no longer runs, nothing fails, and a safety tick comes.
+/// The next helper: Tolvaran is not running, nothing fails, and a safety tick comes.
 json nextStory(const json& result) {
     json mac = result.at("mac");
     mac["applications"] = json::array();

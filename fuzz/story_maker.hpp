@@ -1,5 +1,5 @@
-// Makes random scenarios that could be a user's: a Mac that Tolvaran has left rearranged, the
-// records of it, good ones and spoiled ones, what then happens, and which calls fail.
+// Makes random scenarios that could be a user's: a Mac that Tolvaran has left rearranged, its
+// records, good ones and spoiled ones, what then happens, and which calls fail.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -13,7 +13,7 @@ namespace tolvaran::fuzz {
 /// A scenario, in the form of its file.
 nlohmann::json makeStory(Choices& choices);
 
-/// The names of the functions that its faults are about.
+/// The names of the functions in its faults.
 std::vector<std::string> faultyFunctions(const nlohmann::json& story);
 
 }  // namespace tolvaran::fuzz

@@ -1,5 +1,5 @@
-// What every fuzz target is: one function that takes any bytes. libFuzzer calls it (make fuzz), or
-// driver.cpp does (make test), which needs no Clang.
+// A fuzz target is one function that takes any bytes. libFuzzer calls it (make fuzz), or driver.cpp
+// does (make test), which does not need Clang.
 #pragma once
 
 #include <cstddef>

@@ -316,7 +316,7 @@ std::string timeSection(const json& result) {
 
 // The user's log beside the helper's.
 
-/// One line of either log. What the user's log does not tell of a line is left out.
+/// One line of either log, without what the user's log does not contain.
 std::string comparedLine(const std::string& at, const json& line) {
     const auto level = line["level"].get<std::string>();
     return (at.empty() ? "" : element("span", "at", at) + " ") +

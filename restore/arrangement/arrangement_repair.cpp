@@ -23,14 +23,14 @@ using Arrangements = std::map<std::string, Arrangement>;
 using Positions = std::vector<HardwarePosition>;
 using MainApplicationLayout::Marks;
 
-// How often one check configures the displays with saved arrangements, however many a file holds.
+// How often one check configures the displays, however many saved arrangements a file holds.
 constexpr std::size_t mostConfigurations = repair_attempts::mostOfAll;
 
-/// One repair under way.
+/// One repair in progress.
 struct Repair {
     const Hardware& hardware;
     const CheckLog& log;
-    // As they are after the last configuration. Read once and not for every arrangement.
+    // After the last configuration. Read once, not for every arrangement.
     std::map<CGDirectDisplayID, CGRect> frames = {};
     CGDirectDisplayID mainDisplay = kCGNullDirectDisplay;
     std::size_t configurations = 0;
@@ -44,8 +44,8 @@ void noteFrames(Repair& repair, const std::vector<DisplayFrame>& frames) {
     repair.mainDisplay = CGMainDisplayID();
 }
 
-/// Where the displays stand, read a second time if one of them could not be looked at: whether it
-/// moves decides about the repair.
+/// Where the displays are, read a second time if one of them could not be read: whether it moves
+/// decides the outcome of the repair.
 std::vector<DisplayFrame> carefullyReadFrames(const Hardware& hardware) {
     const std::vector<DisplayFrame> frames = presentFrames(hardware);
     return frames.size() < hardware.displays.size() ? presentFrames(hardware) : frames;
@@ -57,7 +57,7 @@ Repair beginRepair(const Hardware& hardware, const CheckLog& log) {
     return repair;
 }
 
-/// Where the entries put those of their displays that are active.
+/// Where the entries put their active displays.
 Positions activePositions(const Hardware& hardware, const Arrangement& entries) {
     Positions positions;
     for (const OriginalsEntry& entry : entries) {
@@ -70,13 +70,13 @@ Positions activePositions(const Hardware& hardware, const Arrangement& entries) 
     return positions;
 }
 
-/// Whether the display can be put there, wherever the main display may be.
+/// Whether the display can be put there, wherever the main display is.
 bool isInRange(const HardwarePosition& position) {
     constexpr double reach = 1 << 30;  // points; the sum of two fits the window server's integers
     return std::abs(position.origin.x) < reach && std::abs(position.origin.y) < reach;
 }
 
-/// The displays of their present sizes at new places.
+/// The displays at new places, with their present sizes.
 std::vector<DisplayFrame> plannedFrames(const Repair& repair, const Positions& positions) {
     std::vector<DisplayFrame> frames;
     for (const HardwarePosition& position : positions) {
@@ -88,8 +88,8 @@ std::vector<DisplayFrame> plannedFrames(const Repair& repair, const Positions& p
     return frames;
 }
 
-/// Whether each display stands where applying the positions would put it. Of several positions of
-/// one display the last one counts, as in a configuration.
+/// Whether each display is where applying the positions would put it. Of several positions for one
+/// display the last one counts, as in a configuration.
 bool isInForce(const Repair& repair, const Positions& positions) {
     std::map<CGDirectDisplayID, CGPoint> places;
     for (const HardwarePosition& position :
@@ -104,7 +104,7 @@ bool isInForce(const Repair& repair, const Positions& positions) {
     });
 }
 
-/// Whether any display that could be looked at both times has moved.
+/// Whether any display that could be read both times has moved.
 bool haveMoved(const std::map<CGDirectDisplayID, CGRect>& before,
                const std::map<CGDirectDisplayID, CGRect>& now) {
     return std::ranges::any_of(now, [&](const auto& display) {
@@ -132,7 +132,7 @@ void noteAttempt(const Repair& repair, const Positions& positions, const std::st
                            std::to_string(minutes) + " minutes");
 }
 
-/// What the positions, which the window server has accepted, have done to the displays.
+/// What the accepted positions have done to the displays.
 Effect lookAgain(Repair& repair) {
     const auto before = repair.frames;
     const std::vector<DisplayFrame> now = carefullyReadFrames(repair.hardware);
@@ -144,8 +144,8 @@ Effect lookAgain(Repair& repair) {
     return zigzag ? Effect::leftZigzag : Effect::settled;
 }
 
-/// Applies the positions, and looks at the displays again. A refusal is logged.
-/// @param what    what the log calls the arrangement where it is left alone from now on
+/// Applies the positions and reads the displays again. A refusal is logged.
+/// @param what    the arrangement's name in the log line that says it will be left alone
 /// @param refusal the log line of a refusal
 /// @return whether the displays have moved and no zigzag is left
 bool configure(Repair& repair, const Positions& positions, const std::string& what,
@@ -162,7 +162,7 @@ bool configure(Repair& repair, const Positions& positions, const std::string& wh
     return effect == Effect::settled;
 }
 
-/// Whether the positions may be configured. If not, says why.
+/// Whether the positions may be configured. If not, logs why.
 bool isUsable(const Repair& repair, const Positions& positions, const std::string& candidate) {
     const auto refuse = [&](const std::string& reason) {
         repair.log("warn", candidate + reason + ", skipping");
@@ -177,10 +177,10 @@ bool isUsable(const Repair& repair, const Positions& positions, const std::strin
     return !Zigzag::isZigzag(plannedFrames(repair, positions)) || refuse(" is itself zigzag");
 }
 
-/// What becomes of a candidate that is in force already.
+/// How a candidate counts that is already in place.
 enum class InForce { isRestored, isPassedOver };
 
-/// Tries a saved arrangement, unless none of its displays is active, or one of the guards stops it.
+/// Tries a saved arrangement, unless none of its displays is active or one of the guards stops it.
 /// @param label what the log calls it
 bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string& label,
                   InForce inForce) {
@@ -200,8 +200,8 @@ bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string&
     return configure(repair, positions, candidate, "CG configure rejected for " + label);
 }
 
-/// Whether a made-up row may take the layout's place: only that of a full zigzag, since any other
-/// may be in part the user's own, or of a zigzag that saved arrangements have left again and again.
+/// Whether a row may replace the layout: only a full zigzag, since any other may partly be the
+/// user's own, or a zigzag that saved arrangements have left again and again.
 bool mayBecomeRow(const std::vector<DisplayFrame>& frames) {
     return Zigzag::isFullZigzag(frames) ||
            (repair_attempts::haveLeftZigzag() && Zigzag::isZigzag(frames));
@@ -229,7 +229,7 @@ bool tryStackedFallback(Repair& repair) {
                      "CG configure rejected stacked fallback");
 }
 
-// The ways to repair the layout. Each returns what the log is to say of its success, or none.
+// The ways to repair the layout. Each returns the log line of its success, or none.
 
 std::optional<std::string> restoreExact(Repair& repair, const Arrangements& arrangements) {
     const std::string sig = "sig=" + repair.hardware.signature;
@@ -246,7 +246,7 @@ struct Subset {
     const Arrangement* entries;
 };
 
-/// The arrangements of some, and only of, the active displays; those of the most displays first.
+/// The arrangements of some of the active displays and no others, those of the most displays first.
 std::vector<Subset> subsetArrangements(const Hardware& hardware, const Arrangements& arrangements) {
     std::vector<Subset> subsets;
     for (const auto& [signature, entries] : arrangements) {
@@ -308,7 +308,7 @@ std::optional<std::string> restoreStacked(Repair& repair, const Arrangements& /*
 
 struct Way {
     std::optional<std::string> (*attempt)(Repair& repair, const Arrangements& arrangements);
-    Marks settledMarks;  // what its success makes out of date
+    Marks settledMarks;  // the marks that its success makes outdated
 };
 
 /// In the order in which they are tried.

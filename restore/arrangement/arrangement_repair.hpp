@@ -1,8 +1,8 @@
 // Puts the displays back from a layout that only the main application makes: to the arrangement
-// saved for them, else to one of some of them, else to what one of more displays says about them,
-// else into one row. Used by the arrangement invariant.
+// saved for exactly these displays, else to one saved for some of them, else to their places in one
+// saved for more displays, else into one row. Used by the arrangement invariant. Main thread only.
 //
-// A saved arrangement may be damaged, out of date or refused. What is guarded beyond that order:
+// A saved arrangement may be damaged, out of date or refused, so there are guards:
 //
 //   more than 16 positions      No Mac has so many displays. A damaged record must not keep the
 //                               steps behind this one waiting.
@@ -25,9 +25,9 @@
 namespace tolvaran {
 
 /// Tries the saved arrangements, then the row, until one leaves no zigzag. A success is logged at
-/// "info", as in "restored exact arrangement for sig=" and the signature, and settles the set
-/// marks; otherwise they stay, and "no usable saved arrangement or fallback for sig=" is logged at
-/// "warn". Every arrangement that is passed over is logged with its reason.
+/// "info", as in "restored exact arrangement for sig=" and the signature, and clears the set marks;
+/// otherwise they stay, and "no usable saved arrangement or fallback for sig=" is logged at "warn".
+/// Every skipped arrangement is logged with the reason.
 void repairArrangement(const Hardware& hardware, const CheckLog& log);
 
 }  // namespace tolvaran

@@ -1,12 +1,12 @@
-// Brings the displays to rest where arrangements do not settle them. Two saved arrangements may
-// each leave a zigzag that the other one moves: every move then brings a check, and every check a
-// move, without end. Or the window server accepts a configuration and does nothing. So an
-// arrangement that has been applied several times in quick succession without settling the displays
-// is left alone for a good while.
+// Stops arrangements that never settle the displays. Two saved arrangements may each leave a zigzag
+// that the other one moves: every move then triggers a check, and every check a move, endlessly. Or
+// the window server accepts a configuration and does nothing. So an arrangement that has been
+// applied several times in quick succession without settling the displays is left alone for a
+// while.
 //
-// This is the one thing that is remembered between checks, and only in memory. It is forgotten when
-// the set of displays changes and when the main application has run: both bring a new situation, in
-// which the same arrangement may be the right one.
+// Nothing else is remembered between checks, and this only in memory. It is forgotten when the set
+// of displays changes and when the main application has run: either creates a new situation, in
+// which the same arrangement may be right. Main thread only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -34,8 +34,8 @@ enum class Effect {
 /// What follows from one more attempt.
 enum class Verdict {
     goOn,
-    leaveThisOne,  // it is not to be tried for a good while
-    leaveAll,      // no saved arrangement is
+    leaveThisOne,  // do not try it for a while
+    leaveAll,      // do not try any saved arrangement for a while
 };
 
 /// Begins a check of these displays; forgets everything if the set has changed. An empty list
@@ -45,7 +45,7 @@ void beginCheck(std::vector<CGDirectDisplayID> displays);
 /// The main application has run: forgets everything.
 void forget();
 
-/// The displays stand in order: what brought them there is not held against it.
+/// The displays are in order: what put them there does not count as an attempt.
 void noteOrder();
 
 /// The arrangement has been applied. One that settled the displays counts only until noteOrder().
@@ -54,10 +54,10 @@ Verdict noteAttempt(const std::vector<HardwarePosition>& arrangement, Effect eff
 /// Whether this saved arrangement may be tried now.
 bool mayTry(const std::vector<HardwarePosition>& arrangement);
 
-/// Whether this row, which is made up where no saved arrangement may be tried, may be tried now.
+/// Whether this row, the fallback if no saved arrangement is usable, may be tried now.
 bool mayTryRow(const std::vector<HardwarePosition>& row);
 
-/// Whether the displays stand in a zigzag that arrangements have left which are now left alone.
+/// Whether the displays are in a zigzag left by arrangements that are now left alone.
 bool haveLeftZigzag();
 
 }  // namespace tolvaran::repair_attempts

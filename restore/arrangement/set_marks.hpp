@@ -8,7 +8,7 @@
 // The main application marks; the arrangement invariant recognises its layouts by the marks and
 // clears them. SetMarks tells what differs between the stores; everything else is common:
 //
-// Every operation takes the file's path last and reads the file anew. Nothing throws, except
+// Every operation takes the file's path last and reads the file afresh. Nothing throws, except
 // std::bad_alloc if memory runs out. Two processes may change a store at the same time; the changes
 // of both are kept. Marking what is marked already leaves the file alone, but still keeps a helper
 // that read it earlier from clearing the mark.
@@ -49,7 +49,7 @@ struct SeparatedSetsFile {
     bool operator==(const SeparatedSetsFile&) const = default;
 };
 
-/// Where the displays of a set stand in one layout.
+/// Where the displays of a set are in one layout.
 using MarkedLayout = std::vector<OriginalsEntry>;
 
 /// The file of a store of layouts.
@@ -92,14 +92,14 @@ void migrateCanonicalIDs(const std::map<std::string, std::string>& mapping,
 /// What one reading of a store of layouts shows about a set of displays.
 struct MarkFinding {
     bool isMarked = false;   // whether any layout is marked for them
-    bool isInForce = false;  // whether they stand in one of these
+    bool isInForce = false;  // whether they are in one of these layouts
 };
 
 /// The operations of both stores of layouts, `marks` saying which. SidePinnedSetsStore and
 /// NativeMirroredSetsStore offer them under their own names.
 namespace LayoutSets {
 
-/// How far, in points, a display may stand from its place in a marked layout.
+/// How far, in points, a display may be from its place in a marked layout.
 inline constexpr double matchTolerance = 2.0;
 
 /// The kind and "-sets.json", such as "side-pinned-sets.json", in the state directory.
@@ -141,7 +141,7 @@ void clear(const SetMarks& marks, const std::string& signature, const std::strin
 void migrateCanonicalIDs(const SetMarks& marks, const std::map<std::string, std::string>& mapping,
                          const std::string& path);
 
-/// Reads the file once. The displays stand in a layout if each display that the layout names is
+/// Reads the file once. The displays are in a layout if each display that the layout names is
 /// present, at most `matchTolerance` from its place in x and in y. An empty layout matches nothing.
 /// @param currentOriginsByUUID origins by canonical ID, in global display coordinates, points
 MarkFinding find(const SetMarks& marks, const std::string& signature,
@@ -196,7 +196,7 @@ inline void migrateCanonicalIDs(const std::map<std::string, std::string>& mappin
     LayoutSets::migrateCanonicalIDs(sidePinnedSets, mapping, path);
 }
 
-/// Whether the displays now stand in a layout marked for the signature, as LayoutSets::find() says.
+/// Whether the displays are now in a layout marked for the signature, as LayoutSets::find() says.
 inline bool matchesCurrentHardware(const std::string& signature,
                                    const std::map<std::string, CGPoint>& currentOriginsByUUID,
                                    const std::string& path) {
@@ -251,7 +251,7 @@ inline void migrateCanonicalIDs(const std::map<std::string, std::string>& mappin
     LayoutSets::migrateCanonicalIDs(nativeMirroredSets, mapping, path);
 }
 
-/// Whether the displays now stand in a layout marked for the signature, as LayoutSets::find() says.
+/// Whether the displays are now in a layout marked for the signature, as LayoutSets::find() says.
 inline bool matchesCurrentHardware(const std::string& signature,
                                    const std::map<std::string, CGPoint>& currentOriginsByUUID,
                                    const std::string& path) {

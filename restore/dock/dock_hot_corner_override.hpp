@@ -47,8 +47,8 @@ DockHotCornerSnapshot enter(DockHotCornerLeaseOwner owner, const std::string& pa
 /// - for the last lease: "hot-corner release found no recoverable snapshot for the final owner", or
 ///   "hot-corner exit: CFPreferencesAppSynchronize failed; snapshot kept at " + path + " for
 ///   retry", whatever made the restore fail
-/// - for another lease: "hot-corner release found no recoverable snapshot while other owners remain"
-///   or "hot-corner release could not refresh native suppression while other owners remain"
+/// - for another: "hot-corner release found no recoverable snapshot while other owners remain" or
+///   "hot-corner release could not refresh native suppression while other owners remain"
 ///
 /// Logs through RestoreLog.info "hot-corner exit: snapshot at " + path + " was changed by another
 /// process meanwhile and is left alone".

@@ -72,8 +72,8 @@ TEST_F(Displays, TheListIsCutOffWhereTheRoomEnds) {
     EXPECT_EQ(listed[1], noDisplay);
 }
 
-// Documented: global coordinates count from the main display's upper left corner; the bounds of
-// what is no display are CGRectZero.
+// Documented: global coordinates count from the main display's upper left corner; the bounds of an
+// ID that is not a display's are CGRectZero.
 TEST_F(Displays, TheMainDisplayIsAtTheOriginAndEveryDisplayHasAnArea) {
     const CGDirectDisplayID main = CGMainDisplayID();
     EXPECT_EQ(std::ranges::count(displays, main), 1);
@@ -96,7 +96,7 @@ TEST_F(Displays, AMonitorsNumbersStayTheSame) {
 }
 
 // Left open, since the header only names the conversion: whether every display has a UUID, how long
-// it stays the same, and what becomes of an ID that is none. Null is taken for "has none".
+// it stays the same, and what an ID that is not a display's gives. Null means "has none".
 TEST_F(Displays, EveryDisplayHasAUUIDOfItsOwnThatStaysTheSame) {
     std::vector<std::string> seen;
     for (const CGDirectDisplayID display : displays) {
@@ -193,7 +193,7 @@ TEST_F(Displays, AMoveShowsAtOnceAndIsReportedBeforeAndAfter) {
 }
 
 // Documented: the mouse and the cursor are associated to begin with. Left open: what associating
-// them once more does; it is no error.
+// them again does; it is not an error.
 TEST_F(Displays, TheCursorCanBeAssociatedWhateverItWas) {
     EXPECT_EQ(CGAssociateMouseAndMouseCursorPosition(true), kCGErrorSuccess);
     EXPECT_EQ(CGAssociateMouseAndMouseCursorPosition(true), kCGErrorSuccess);

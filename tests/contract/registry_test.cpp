@@ -39,7 +39,7 @@ int readAll(const char* className, bool mustHaveProperties) {
 }
 
 // Left open: which Macs have services of this class. Those with Apple's own processors have none;
-// then there is nothing to read, which is no failure.
+// then there is nothing to read, which is not a failure.
 TEST_F(Registry, DisplayConnectionsCanBeReadAndReleased) {
     const int first = readAll("IODisplayConnect", true);
     EXPECT_EQ(readAll("IODisplayConnect", true), first);

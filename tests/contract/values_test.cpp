@@ -363,7 +363,7 @@ TEST_F(Values, ALoneSurrogateAnywhereMakesAStringUnreadable) {
     EXPECT_EQ(tolvaran::cf::string(string.get()), "\xF0\x9F\x96\xA5");
 }
 
-// Left open: what becomes of text that is not a UUID. It is read as far as it goes.
+// Left open: what text that is not a UUID gives. As much of it is read as possible.
 TEST_F(Values, ADamagedUUIDIsReadAsFarAsItGoes) {
     const struct {
         const char* text;

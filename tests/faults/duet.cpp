@@ -91,7 +91,7 @@ class Stage {
     std::array<std::size_t, 2> counts_{};
     std::array<bool, 2> hasEnded_{};
     std::array<bool, 2> isKilled_{};
-    std::mutex changing_;  // held by whoever has the turn
+    std::mutex changing_;  // held by the process that has the turn
     std::condition_variable passed_;
 };
 

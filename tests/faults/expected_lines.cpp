@@ -97,7 +97,7 @@ const std::vector<Row>& table() {
     return rows;
 }
 
-/// Failures of which nobody is told, and why that is so.
+/// Failures that are not logged, and why.
 const std::set<std::string>& untold() {
     static const std::set<std::string> functions = {
         // The log itself, and what is only cleaned up.

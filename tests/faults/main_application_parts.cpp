@@ -92,7 +92,7 @@ void showDock() {
     }
 }
 
-/// What the user's menu bar was like, as far as the file knows, else as it is.
+/// What the user's menu bar was like according to the file, else what it is like now.
 std::optional<MenuBarAutohideSnapshot> usersMenuBar(const std::string& path) {
     const auto pending = MenuBarAutohide::loadSnapshot(path);
     if (!pending) {

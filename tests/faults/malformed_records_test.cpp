@@ -93,7 +93,7 @@ class MalformedRecord : public testing::TestWithParam<Record>, protected Simulat
         return GetParam().read(path_);
     }
 
-    /// The beginning of the line that tells of an unusable file, with the file's path.
+    /// The beginning of the log line for an unusable file, with the file's path.
     std::string unusableLine() const {
         std::string line = GetParam().unusableLine;
         const auto place = line.find(GetParam().path);

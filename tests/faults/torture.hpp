@@ -1,4 +1,4 @@
-// How far the fault tests go, and what they tell of it.
+// How far the fault tests go, and how they report it.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// The calls that a test has led to, in the one form in which tests compare them:
-// "CGConfigureDisplayOrigin [2,0,-80] = 0", without " = …" where the function returns nothing.
+// The calls that a test has caused, in the form in which tests compare them:
+// "CGConfigureDisplayOrigin [2,0,-80] = 0", without " = …" if the function returns nothing.
 #pragma once
 
 #include <nlohmann/json.hpp>

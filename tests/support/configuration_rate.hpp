@@ -1,5 +1,6 @@
-// How often a play configures the displays. Every configuration makes a user's screens flicker, so
-// that whatever happens there must not be many. Used by the fault trials and by the fuzz targets.
+// Counts how often a play configures the displays. Every configuration makes a user's screens
+// flicker, so there must not be many, whatever happens. Used by the fault trials and by the fuzz
+// targets.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +17,8 @@ inline constexpr std::size_t mostConfigurationsPerEvent = 6;
 /// Counts the configurations of one play.
 class ConfigurationRate {
   public:
-    /// Is told of every outside call before it is made, unless the call is made to fail: what the
-    /// window server refuses moves nothing.
+    /// Call this before every outside call, except those made to fail: what the window server
+    /// refuses moves nothing.
     void note(const std::string& function);
 
     /// The number of configurations in the minute that has the most of them.

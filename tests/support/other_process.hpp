@@ -1,5 +1,4 @@
-// Another process at work on the same Mac and the same files, in one program with the one that is
-// tested.
+// Plays another process on the same Mac and files, within the program under test.
 #pragma once
 
 #include <sys/types.h>
@@ -9,8 +8,8 @@
 
 namespace tolvaran::tests {
 
-/// Does `work` as another process would: with process-wide values of its own, which are then
-/// forgotten, and with another process ID. The calling thread waits.
+/// Does `work` as another process would: with another process ID, and with process-wide values of
+/// its own, which are then forgotten. The calling thread waits.
 void inAnotherProcess(const std::function<void()>& work, pid_t pid = 4000);
 
 /// Has another process do `work` at the beginning of this process's call with the number `index`,

@@ -1,5 +1,5 @@
-// A directory of a test's own. The tests' file access here is the standard library's, not the
-// product's, so that neither can hide a mistake of the other.
+// A directory of a test's own. These functions use the standard library, not the product's file
+// access, so that neither can hide a mistake of the other.
 #pragma once
 
 #include <optional>

@@ -309,7 +309,7 @@ bool areSame(const Moment& a, const Moment& b) {
            a.model == b.model;
 }
 
-/// A directory in memory where the host has such: there is no use in flushing to a real disk.
+/// A directory in memory if the host has one: flushing to a real disk is pointless here.
 const char* fastDirectory() {
     return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
 }
@@ -363,7 +363,7 @@ class Walk {
 
   private:
     void goBackTo(const Moment& moment) {
-        simulator::reset();  // for what is no part of a moment, such as the list of calls
+        simulator::reset();  // for what is not part of a moment, such as the list of calls
         simulator::mac() = moment.mac;
         DockHotCornerOverride::leaseState() = moment.memory;
         if (file_ == moment.file) {

@@ -122,7 +122,7 @@ TEST(DockHotCornerSnapshot, KnowsWhichActionsTheApplicationSupports) {
     }
 }
 
-/// Live lists that are no pair.
+/// Live lists that are not a pair.
 const std::vector<std::pair<Values, Values>> badPairs = {
     {Values({1, 1, 1, 1}), none},
     {none, Values({0, 0, 0, 0})},

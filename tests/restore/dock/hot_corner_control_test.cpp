@@ -149,7 +149,7 @@ TEST_F(HotCornerControl, WritesTheSuppressionInOneOrderWhateverFails) {
     }
 }
 
-// A Dock that will not listen is no failure when it shows what was asked for already.
+// A Dock that ignores the call is not a failure if it already shows what was asked for.
 TEST_F(HotCornerControl, IsContentWithADockThatShowsTheSuppressionAlready) {
     json mac = usersMac();
     mac["dock"] = {{"cornerActions", suppressedCorners[0]},

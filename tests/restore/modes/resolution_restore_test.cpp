@@ -62,7 +62,7 @@ class ResolutionRestoring : public ProcessTest {
 
     Entries entries() { return ResolutionOriginalsStore::pendingEntries(path_); }
 
-    /// What is left on disk; none when there is no file.
+    /// What is left on disk; none if there is no file.
     std::optional<std::string> content() const { return readFile(path_); }
 
     std::int64_t restore() const {

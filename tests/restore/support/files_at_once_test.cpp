@@ -131,7 +131,7 @@ void recover(const std::string& path) {
     static_cast<void>(removeIfPossible(path));
 }
 
-/// The calls, from the first, before a recovery has seen which record it goes by.
+/// The first calls, before a recovery has seen which version of the record to expect.
 constexpr int callsBeforeItHasSeen = 2;
 
 TEST_F(FilesAtOnce, ARecoveryRemovesOnlyWhatItHasFound) {

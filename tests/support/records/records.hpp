@@ -59,7 +59,7 @@ struct Record {
     // The file.
     bool (*isUsable)(const nlohmann::json&) = nullptr;  // null: anything is
     Fate fate = Fate::unread;
-    std::string unusableLine = {};  // the beginning of the line that tells of an unusable file;
+    std::string unusableLine = {};  // the beginning of the log line for an unusable file;
                                     // empty where the design gives none
     std::string places = {};   // a regular expression: what on the Mac a usable one decides about
     std::string example = {};  // one with every field; displays as in crash-in-full.json

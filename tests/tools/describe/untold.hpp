@@ -1,5 +1,5 @@
-// What a Mac, by its nature, does not tell of itself, so that a description of it cannot hold it
-// either: the one place where a description may differ from the machine.
+// What a Mac does not reveal about itself, so that a description cannot hold it either: the one
+// place where a description may differ from the machine.
 #pragma once
 
 #include <functional>
