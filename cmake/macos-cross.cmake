@@ -50,6 +50,7 @@ set(CMAKE_EXE_LINKER_FLAGS
     "-F ${TOLVARAN_MACOS_SDK}/Frameworks -L ${TOLVARAN_MACOS_SDK}/lib")
 
 set(CMAKE_TRY_COMPILE_CONFIGURATION Release)
+set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)  # they cannot serve two architectures at once
 set(CCACHE OFF)  # it does not know this compiler, which has a cache of its own
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)

@@ -60,7 +60,7 @@ void readTimeline(const JsonReader& timeline, Scenario& scenario) {
                                     ? Launching::simulated
                                     : Launching::childProcesses;
     for (const JsonReader& event : timeline.elements()) {
-        event.entries();
+        event.requireObject();
         const clock::Time at = readTime(event.at("at"));
         json document = event.value();
         document.erase("at");
@@ -90,14 +90,14 @@ void readExpect(const JsonReader& expect, Scenario& scenario) {
     }
     for (const char* const key : {"mac", "files"}) {
         if (const auto object = expect.find(key)) {
-            object->entries();
+            object->requireObject();
         }
     }
     scenario.expect = expect.value();
 }
 
 void readAbout(const JsonReader& about, Scenario& scenario) {
-    about.entries();
+    about.requireObject();
     scenario.about = about.value();
 }
 

@@ -50,9 +50,10 @@ void JsonReader::fail(const std::string& what) const {
 }
 
 void JsonReader::requireKeys(std::initializer_list<std::string_view> known) const {
-    for (const auto& [key, reader] : entries()) {
-        if (std::find(known.begin(), known.end(), key) == known.end()) {
-            reader.fail("unknown key");
+    requireObject();
+    for (auto entry = value_.begin(); entry != value_.end(); ++entry) {
+        if (std::find(known.begin(), known.end(), entry.key()) == known.end()) {
+            JsonReader(entry.value(), joined(path_, entry.key())).fail("unknown key");
         }
     }
 }
@@ -73,10 +74,14 @@ JsonReader JsonReader::at(const std::string& key) const {
     return *found;
 }
 
-std::vector<std::pair<std::string, JsonReader>> JsonReader::entries() const {
+void JsonReader::requireObject() const {
     if (!value_.is_object()) {
         fail("must be an object");
     }
+}
+
+std::vector<std::pair<std::string, JsonReader>> JsonReader::entries() const {
+    requireObject();
     std::vector<std::pair<std::string, JsonReader>> all;
     for (const auto& [key, entry] : value_.items()) {
         all.emplace_back(key, JsonReader(entry, joined(path_, key)));

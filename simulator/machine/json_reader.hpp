@@ -38,6 +38,8 @@ class JsonReader {
 
     // Objects.
 
+    /// Fails unless the value is an object.
+    void requireObject() const;
     /// Fails unless the value is an object with no key but these.
     void requireKeys(std::initializer_list<std::string_view> known) const;
     /// The value under a key; none if the key is missing.

@@ -1,6 +1,7 @@
 #include "simulator/machine/mac_json.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -110,7 +111,7 @@ void requireTagged(const JsonReader& value) {
 
 void readRegistry(const JsonReader& list, Machine& machine) {
     for (const JsonReader& service : list.elements()) {
-        service.entries();
+        service.requireObject();
         requirePropertyList(service);
     }
     machine.registry = list.value();
@@ -172,6 +173,26 @@ void readUnavailable(const JsonReader& list, Machine& machine) {
             name.fail("is not a private symbol or library that is looked up at run time");
         }
         machine.unavailable.insert(name.text());
+    }
+}
+
+/// Every key of `mac` except `displays`, which are others' to read.
+void readParts(const JsonReader& mac, Machine& machine) {
+    mac.requireKeys({"displays", "mainDisplay", "registry", "preferences", "dock", "menuBar",
+                     "cursorAssociated", "applications", "unavailable"});
+    readInteger(mac, "mainDisplay", machine.mainDisplay);
+    readBoolean(mac, "cursorAssociated", machine.cursorAssociated);
+    using Read = void (*)(const JsonReader&, Machine&);
+    constexpr std::array<std::pair<const char*, Read>, 6> parts{{
+        {"registry", readRegistry},
+        {"preferences", readPreferences},
+        {"dock", readDock},
+        {"menuBar", readMenuBar},
+        {"applications", readApplications},
+        {"unavailable", readUnavailable},
+    }};
+    for (const auto& [key, read] : parts) {
+        ifPresent(mac, key, [&, part = read](const JsonReader& value) { part(value, machine); });
     }
 }
 
@@ -304,36 +325,21 @@ std::int32_t readPID(const JsonReader& pid) {
 }
 
 Machine mergedMachine(Machine machine, const JsonReader& mac) {
-    mac.requireKeys({"mainDisplay", "registry", "preferences", "dock", "menuBar",
-                     "cursorAssociated", "applications", "unavailable"});
-    readInteger(mac, "mainDisplay", machine.mainDisplay);
-    readBoolean(mac, "cursorAssociated", machine.cursorAssociated);
-    using Read = void (*)(const JsonReader&, Machine&);
-    const std::vector<std::pair<std::string, Read>> parts{
-        {"registry", readRegistry},
-        {"preferences", readPreferences},
-        {"dock", readDock},
-        {"menuBar", readMenuBar},
-        {"applications", readApplications},
-        {"unavailable", readUnavailable},
-    };
-    for (const auto& [key, read] : parts) {
-        ifPresent(mac, key, [&, part = read](const JsonReader& value) { part(value, machine); });
-    }
+    ifPresent(mac, "displays", [](const JsonReader& displays) { displays.fail("unknown key"); });
+    readParts(mac, machine);
     return machine;
 }
 
 Machine readMachine(const JsonReader& mac) {
-    mac.entries();
+    mac.requireObject();
     Machine machine;
     const std::optional<JsonReader> displays = mac.find("displays");
     machine.displays = displays ? readDisplays(*displays) : std::vector{defaultDisplay()};
     machine.mainDisplay = displayAtOrigin(machine.displays);
     readInteger(mac, "mainDisplay", machine.mainDisplay);
     machine.menuBar.activeDisplay = portUUIDOfMainDisplay(machine);
-    json rest = mac.value();
-    rest.erase("displays");
-    return mergedMachine(std::move(machine), JsonReader(rest, mac.path()));
+    readParts(mac, machine);
+    return machine;
 }
 
 json writeMachine(const Machine& machine) {

@@ -4,8 +4,8 @@
 #include "helper/steps/steps.hpp"
 #include "restore/tolvaran_restore.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/simulated_process.hpp"
 #include "tests/support/other_process.hpp"
+#include "tests/support/simulated_process.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::tests {

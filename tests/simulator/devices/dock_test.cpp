@@ -30,14 +30,16 @@ class Dock : public DeviceTest {
     }
 
     void read() {
-        auto* const getter = hiServices_.find<void(std::int32_t*, std::int32_t*)>(getterName.c_str());
+        auto* const getter =
+            hiServices_.find<void(std::int32_t*, std::int32_t*)>(getterName.c_str());
         ASSERT_NE(getter, nullptr);
         getter(actions_.data(), modifiers_.data());
     }
 
     std::int32_t set(std::int32_t action, std::int32_t corner, std::int32_t modifier) {
         auto* const setter =
-            hiServices_.find<std::int32_t(std::int32_t, std::int32_t, std::int32_t)>(setterName.c_str());
+            hiServices_.find<std::int32_t(std::int32_t, std::int32_t, std::int32_t)>(
+                setterName.c_str());
         EXPECT_NE(setter, nullptr);
         return setter(action, corner, modifier);
     }

@@ -1,0 +1,3 @@
+#include "simulator/machine/instantiated_json.hpp"
+
+TOLVARAN_INSTANTIATE_JSON(template)
