@@ -10,6 +10,7 @@
 // The templates that nearly everything uses, each behind `how`: "extern template" or "template".
 // Some are the library's own, in its namespace `detail`: what parses strings and literals.
 #define TOLVARAN_INSTANTIATE_JSON(how)                                                    \
+    how class std::basic_string<char>;                                                    \
     how class std::vector<nlohmann::json>;                                                \
     how class std::map<std::string, nlohmann::json, nlohmann::json::object_comparator_t>; \
     how class nlohmann::basic_json<>;                                                     \
