@@ -68,9 +68,9 @@ bool isPlainCxx(const std::string& text) {
 const std::map<std::string, Names>& harmless() {
     static const std::map<std::string, Names> table{
         {"works on memory and numbers alone",
-         {"floor",    "ldexp",   "llround", "lround", "localeconv", "memchr",   "memcmp",
-          "memcpy",   "memmove", "memset",  "round",  "roundf",     "snprintf", "strcmp",
-          "strftime", "strlen",  "strtod",  "strtol", "strtoll",    "strtoull", "trunc"}},
+         {"bcmp",   "floor",   "ldexp",  "llround", "lround",   "localeconv", "memchr", "memcmp",
+          "memcpy", "memmove", "memset", "round",   "roundf",   "snprintf",   "strcmp", "strftime",
+          "strlen", "strtod",  "strtol", "strtoll", "strtoull", "trunc"}},
         {"tells of the process itself, and always can",
          {"_NSGetArgc", "_NSGetArgv", "__errno_location", "getenv", "getuid"}},
         {"ends the program", {"abort", "__assert_fail"}},

@@ -29,6 +29,11 @@ std::size_t stride(std::size_t cases, std::size_t sample) {
     return effort() == Effort::sample ? evenly(cases, sample) : 1;
 }
 
+std::size_t longStride(std::size_t cases, std::size_t sample) {
+    constexpr std::size_t thorough = 300;
+    return effort() == Effort::thorough ? evenly(cases, thorough) : stride(cases, sample);
+}
+
 std::size_t wideStride(std::size_t cases, std::size_t sample) {
     return effort() == Effort::all ? 1 : evenly(cases, sample);
 }

@@ -17,7 +17,11 @@ Effort effort();
 /// How far apart the cases of one story are that are tried: at most `sample` spread evenly, or all.
 std::size_t stride(std::size_t cases, std::size_t sample);
 
-/// The same for cases of which there are too many for a thorough run.
+/// How far apart they are where a long story repeats itself: of more than 300 cases a thorough run
+/// tries 300.
+std::size_t longStride(std::size_t cases, std::size_t sample);
+
+/// How far apart they are where even a thorough run takes a sample.
 std::size_t wideStride(std::size_t cases, std::size_t sample);
 
 /// Adds {"name of what was counted": number, …} as a line to the file that the environment variable

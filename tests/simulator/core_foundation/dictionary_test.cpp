@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "simulator/core_foundation/containers.hpp"
 #include "simulator/core_foundation/json.hpp"
 #include "simulator/core_foundation/number.hpp"
 #include "simulator/core_foundation/object.hpp"
@@ -34,8 +35,7 @@ TEST_F(Dictionary, OwnsKeysAndValues) {
 }
 
 TEST_F(Dictionary, ReleasesAValueThatIsReplaced) {
-    const Owned<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
-        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    const Owned<CFMutableDictionaryRef> dictionary(createDictionary());
     const Owned<CFStringRef> first(createString("first"));
     const Owned<CFStringRef> second(createString("second"));
     CFDictionarySetValue(dictionary.get(), CFSTR("key"), first.get());
