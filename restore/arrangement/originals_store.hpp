@@ -1,6 +1,6 @@
 // The originals: where the displays stood before the main application moved them, one saved
 // arrangement for each set of displays. The main application writes the store; the arrangement
-// invariant puts the displays back from it. Nothing here throws.
+// invariant puts the displays back from it. Nothing here throws, except std::bad_alloc.
 #pragma once
 
 #include <cstdint>

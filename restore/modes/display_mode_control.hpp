@@ -1,8 +1,8 @@
 // The modes of the connected displays: lists them, finds a saved one among them, switches to one,
 // and answers what the main application's mode pickers ask about a list. Used by the resolution
-// restore and by the main application. Nothing here throws, and nothing is kept between calls. The
-// only log line is for a number that no display can have, which stops the program: it begins with
-// "stopping: " and goes to RestoreLog.warn.
+// restore and by the main application. Nothing here throws, except std::bad_alloc, and nothing is
+// kept between calls. The only log line is for a number that no display can have, which stops the
+// program: it begins with "stopping: " and goes to RestoreLog.warn.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

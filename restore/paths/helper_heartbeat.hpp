@@ -1,6 +1,6 @@
 // The file that shows whether the helper is alive: it holds the time of its last sign of life. The
 // helper touches it at start, on every safety tick and on every wake; the main application reads
-// it. Nothing here throws or logs. Any thread may call it.
+// it. Nothing here logs, or throws except std::bad_alloc. Any thread may call it.
 #pragma once
 
 #include <optional>

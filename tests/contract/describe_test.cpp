@@ -21,7 +21,7 @@ class Describe : public Contract {
 };
 
 // Left open: all of it, since most of what is asked is private. A part that a Mac does not tell has
-// a note, and so is no failure here.
+// a note, and so is not a failure here.
 TEST_F(Describe, EveryPartIsThereOrNoted) {
     const std::set<std::string> parts = {"displays",         "mainDisplay",  "registry",
                                          "preferences",      "dock",         "menuBar",

@@ -1,13 +1,13 @@
 // Corrupts every file that the helper reads, in every scenario: cut at every length, with every
 // byte other than it was, with every field missing, doubled, null and of every other type.
 //
-// A file that is no record any more must be as good as none: the Mac ends as it does without the
-// file, what stands in other files is put back all the same, the log says so where the design gives
-// it a line, and the file stays, unless the design discards it. A file that is still a record, or
-// another one, may change what that kind of record decides about and nothing else.
+// A file that is no longer a record must count as missing: the Mac ends as it does without the
+// file, records in other files are still put back, the log says so if the design gives it a line,
+// and the file stays, unless the design discards it. A file that is still a record, or another one,
+// may change only what that kind of record decides.
 //
-// `make torture` tries all of that, which are millions of single bytes; the ordinary test run, a
-// fixed sample for each file.
+// `make torture` tries all of that, millions of single bytes; the ordinary test run tries a fixed
+// sample for each file.
 #include <gtest/gtest.h>
 
 #include <algorithm>

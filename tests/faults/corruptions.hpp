@@ -7,24 +7,24 @@
 
 namespace tolvaran::tests {
 
-/// A wrong content and what makes it so.
+/// Wrong content, and what is wrong with it.
 struct Corruption {
     std::string what;
     std::string content;
 };
 
-/// The content cut off at every length, the full one left out.
+/// The content cut off at every length except the full one.
 std::vector<Corruption> cuts(const std::string& content);
 
 /// How many contents differ from this one in one byte.
 std::size_t byteCorruptions(const std::string& content);
 
-/// One of them: every byte in turn takes each of its 255 other values.
+/// One of those: every byte in turn takes each of its 255 other values.
 Corruption byteCorruption(const std::string& content, std::size_t number);
 
-/// The JSON document with each of its values in turn, the whole of it included, missing, null and
-/// of every other type, each key doubled (the value before or after another), and an unknown key
-/// added to each object. Empty when the content is no JSON.
+/// The JSON document with each of its values in turn, including the whole, missing, null and of
+/// every other type, each key doubled (the value before or after another), and an unknown key added
+/// to each object. Empty if the content is not JSON.
 std::vector<Corruption> fieldCorruptions(const std::string& content);
 
 }  // namespace tolvaran::tests

@@ -1,8 +1,8 @@
-// What a power cut may leave of a directory: the disk as it is told by the file calls that were
-// made, and every state in which a cut at this moment may leave it. Used by the power-cut tests.
+// What a power cut may leave of a directory: follows the file calls, and gives every state in which
+// a cut at this moment may leave the disk. Used by the power-cut tests.
 //
-// The model grants a file system no more than it must promise for a record to be replaceable at
-// all; APFS, like other journaling file systems, promises more:
+// The model assumes only the guarantees without which a record could not be replaced at all; APFS,
+// like other journaling file systems, guarantees more:
 //
 //  - A flush of a file (fsync, F_FULLFSYNC, F_BARRIERFSYNC) puts its content on the disk, a flush
 //    of a directory its entries. Neither does the other's work, and neither flushes a directory
@@ -49,27 +49,27 @@ struct PowerCut {
 
 class DiskModel {
   public:
-    /// @param root the directory to follow; what lies there now is on the disk for good
+    /// @param root the directory to follow; what is there now counts as flushed
     explicit DiskModel(std::string root);
 
-    /// Follows one call. Calls about other places are passed over.
+    /// Follows one call. Calls on other places are ignored.
     void take(const simulator::FileCall& call);
 
-    /// The functions that were called here and whose effect on the disk the model does not know.
-    /// With any of them the model is worth nothing.
+    /// The functions called here whose effect on the disk the model does not know. With any of them
+    /// the model is useless.
     const std::set<std::string>& unknownCalls() const { return unknownCalls_; }
 
     /// Takes what differs from the host's directory for the work of another process, which has
     /// flushed it. @return whether anything differed
     bool adoptForeignChanges();
 
-    /// Everything that was done, as if all of it had reached the disk.
+    /// The tree if everything had reached the disk.
     Tree whole() const;
 
     /// What a cut at this moment may leave.
     PowerCut cut() const;
 
-    /// Grows with every change of what a cut may leave.
+    /// Increases with every change of what a cut may leave.
     std::size_t version() const { return version_; }
 
   private:
@@ -95,7 +95,7 @@ class DiskModel {
     struct Place {
         NodeID directory;
         std::string name;
-        std::optional<NodeID> node;  // what stands there
+        std::optional<NodeID> node;  // what is there
     };
 
     NodeID add(Node node);

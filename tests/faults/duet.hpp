@@ -1,5 +1,5 @@
-// Two processes on one simulated Mac, in one program: each runs on a thread of its own, and only
-// one at a time. Between any two calls to the outside the turn can pass to the other.
+// Two processes on one simulated Mac, in one program: each runs on a thread of its own, one at a
+// time. Control can pass to the other between any two calls to the outside.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ enum class Actor { helper, mainApplication };
 struct Turn {
     Actor actor;
     std::size_t calls = std::numeric_limits<std::size_t>::max();  // then the next turn begins
-    bool endsKilled = false;  // at the end of the turn: nothing that it does any more has an effect
+    bool endsKilled = false;  // at the end of the turn: nothing it does after that has an effect
 };
 
 /// What each of them does.
@@ -31,8 +31,8 @@ struct CallCounts {
     std::size_t mainApplication = 0;
 };
 
-/// Plays both on the Mac as it stands, in these turns, and then each to its end, the helper first.
-/// Each has its own process-wide values, which are forgotten, and its own process ID.
+/// Plays both on the present Mac, in these turns, and then each to its end, the helper first. Each
+/// has its own process-wide values, which are forgotten, and its own process ID.
 CallCounts play(const Duet& duet, const std::vector<Turn>& turns);
 
 /// The process IDs.

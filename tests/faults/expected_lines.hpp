@@ -1,4 +1,4 @@
-// Which failures stand in the log, and as what.
+// Which failures are logged, and how.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -12,11 +12,11 @@ namespace tolvaran::tests {
 /// Whether a function failed in one call, or in all from then on.
 enum class Lasting { once, forGood };
 
-/// Whether the log says what it has to say of a function that failed in this call.
+/// Whether the log has the line for a function that failed in this call.
 /// @param form how it failed
 /// @param log  the run's lines, "level: message"
-/// @return none of the lines was found: a regular expression for them; else empty
-/// @throws std::out_of_range for a function of which the table does not say whether the log tells
+/// @return empty if one of the lines was found; else a regular expression for them
+/// @throws std::out_of_range for a function that is missing in the tables
 std::string missingLine(const Call& call, const nlohmann::json& form, Lasting lasting,
                         const std::vector<std::string>& log);
 

@@ -1,5 +1,5 @@
-// A process in which something goes wrong, and then a helper in which nothing does: the two halves
-// of every fault test.
+// Runs a process in which something goes wrong, and then a helper in which nothing does: the two
+// halves of every fault test.
 #pragma once
 
 #include <functional>
@@ -16,7 +16,7 @@ namespace tolvaran::tests {
 /// One call to the outside.
 struct Call {
     std::string function;
-    /// What it is about: a file by its path below the application-support directory or, behind
+    /// What it concerns: a file by its path below the application-support directory or, behind
     /// "Logs/", below the log directory (an unfinished file by the name that it is to have, behind
     /// "unfinished " when it is removed; a record that is moved aside behind "aside "), a library
     /// or a symbol by its name; else empty.
@@ -30,7 +30,7 @@ struct Call {
 /// @param function its name
 using Decide = std::function<nlohmann::json(std::size_t index, const std::string& function)>;
 
-/// Where a Mac and its files are after a run.
+/// The state of a Mac and its files after a run.
 struct Ending {
     nlohmann::json mac;
     nlohmann::json files;  // without the heartbeat
@@ -38,17 +38,17 @@ struct Ending {
     bool operator==(const Ending&) const = default;
 };
 
-/// Where a new helper ends that meets no fault: it starts on what lies in "ApplicationSupport"
-/// below `root`, on a Mac where Tolvaran no longer runs.
+/// How a new helper without faults ends, which starts on the files in "ApplicationSupport" below
+/// `root`, on a Mac where Tolvaran is not running.
 Ending healedEnding(const nlohmann::json& mac, const std::string& root);
 
 /// How many descriptors this process has open.
 std::size_t openDescriptors();
 
-/// What is left of writes that never came to their end, each behind `when`: files below `root`.
+/// The files below `root` that unfinished writes have left, each preceded by `when`.
 std::vector<std::string> unfinishedFiles(const std::string& root, const std::string& when);
 
-/// What became of one story.
+/// The result of one story.
 struct FaultRun {
     bool isHelper = true;          // whether the first run is the helper's
     std::vector<Call> calls;       // of the calm run: every outside call of the first, in order
@@ -60,7 +60,7 @@ struct FaultRun {
     Ending after;                // the first run
     Ending healed;               // the run after it: a new helper, no Tolvaran, no faults
     std::optional<Ending> alsoRight;    // of the calm run: where the next one may end as well
-    std::vector<std::string> leftOver;  // what is left open or lying about after each, described
+    std::vector<std::string> leftOver;  // descriptions of what is left open or undeleted after each
 };
 
 /// Plays one story again and again.
@@ -68,11 +68,11 @@ class Trial {
   public:
     explicit Trial(const Story& story);
 
-    /// The run in which nothing goes wrong.
+    /// The run without faults.
     const FaultRun& calm() const { return calm_; }
 
-    /// Plays the story, asking `decide` about every outside call, and then the next run. A run that
-    /// comes to no end is broken off, which leftOver tells.
+    /// Plays the story, asking `decide` about every outside call, and then the next run. An endless
+    /// run is stopped, and leftOver says so.
     FaultRun run(const Decide& decide);
 
   private:
@@ -86,9 +86,9 @@ class Trial {
     const Healing& heal(const Ending& after, const std::string& root);
 
     const Story& story_;
-    bool isCalm_ = true;   // the run in which nothing goes wrong is being played
+    bool isCalm_ = true;   // the run without faults is being played
     std::size_t longest_;  // calls after which a run counts as endless
-    // By where the first run ended, which is the same for most faults.
+    // By the first run's ending, which is the same for most faults.
     std::map<std::string, Healing> healings_;
     FaultRun calm_;
 };

@@ -1,4 +1,4 @@
-// Judges one run with a fault by the run without it.
+// Compares a run with a fault with the run without it.
 #pragma once
 
 #include <string>
@@ -9,14 +9,14 @@
 namespace tolvaran::tests {
 
 /// Whether a file at this place is as it was before a run of the main application, which, unlike
-/// the helper, need not try again.
+/// the helper, does not have to try again.
 bool isAsBefore(const nlohmann::json& filesBefore, const Ending& ending, const std::string& place);
 
-/// Where an ending is another one than those that are right for this story.
+/// Where an ending differs from all those that are right for this story.
 std::vector<std::string> wrongPlaces(const FaultRun& calm, const Ending& ending);
 
 /// What is wrong with a run, beyond what the table of prescribed losses allows: where the next run
-/// ends otherwise, records that went too early, and what was left behind.
+/// ends differently, records that went too early, and what was left behind.
 std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit);
 
 }  // namespace tolvaran::tests

@@ -1,5 +1,5 @@
-// The two processes of the trials in which the helper and a main application share the time: the
-// Mac, and what the main application does on it.
+// For the trials that interleave the helper and a main application: the Mac, and what the main
+// application does on it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -12,8 +12,8 @@ namespace tolvaran::tests {
 /// A Mac with two displays, as its user likes it.
 const nlohmann::json& usersMac();
 
-/// What the main application does to one thing, and how it puts it back; each as one that may start
-/// beside a helper has to.
+/// What the main application does to one thing, and how it puts it back, both as required of an
+/// application that may start while a helper is restoring.
 struct Part {
     const char* name;
     void (*take)();
@@ -21,7 +21,7 @@ struct Part {
 };
 std::span<const Part> parts();
 
-/// What a user sees of the Mac as it is.
+/// The settings that a user sees on the present Mac.
 nlohmann::json settings();
 
 /// The names of records of something that has yet to be put back. Marks remain, without entries.

@@ -8,7 +8,7 @@
 namespace tolvaran::tests {
 namespace {
 
-/// A loss that is no record's.
+/// A loss that does not belong to a record.
 struct MacsLoss {
     Loss loss;
     std::vector<std::string> together = {};  // only when a call of one of these failed as well

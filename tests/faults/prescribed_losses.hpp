@@ -1,6 +1,5 @@
-// The losses that the system's design itself prescribes. A fault test that ends otherwise than a
-// run without the fault is a defect, unless it is named here or in the record's row
-// (tests/support/records).
+// The losses that are by design. If a run with a fault ends differently from the run without it,
+// that is a defect unless it is named here or in the record's row (tests/support/records).
 #pragma once
 
 #include <string>
@@ -10,7 +9,7 @@
 
 namespace tolvaran::tests {
 
-/// Why a difference is as designed; empty when no row of the table allows it.
+/// Why a difference is by design; empty if no row of the table allows it.
 /// @param failed every call that failed
 /// @param place  where the endings differ, as differences() names it, or a record that went too
 ///               early, such as "record/State/menubar-state.json"

@@ -1,5 +1,5 @@
-// What the fault tests let go wrong: the scenarios, and what the main application does through the
-// library, which no scenario shows.
+// What the fault tests try: the scenarios, and what the main application does through the library,
+// which no scenario shows.
 #pragma once
 
 #include <functional>
@@ -14,12 +14,12 @@ namespace tolvaran::tests {
 struct Story {
     std::string name;  // letters, digits and "_"
     simulator::Scenario scenario;
-    /// Functions that fail in some calls by the scenario itself, whatever else fails.
+    /// Functions that the scenario itself lets fail in some calls.
     std::vector<std::string> passingFaults = {};
     std::function<void()> program;  // what the process does; empty: it is the helper
-    /// Whether it may also end as it does without the scenario's own faults. Those pass, and a
-    /// further failure moves them to another call; where the user changes what they concern, it
-    /// shows in the end which call met them.
+    /// Whether it may also end as without the scenario's own faults. Those are temporary, and a
+    /// further failure shifts them to another call; if the user changes what they concern, the
+    /// ending depends on which call met them.
     bool mayEndAsWithoutFaults = false;
 };
 

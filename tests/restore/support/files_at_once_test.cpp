@@ -1,4 +1,4 @@
-// Two processes at work on one record: whatever one of them does happens between any two calls of
+// Two processes that change one record: whatever one of them does happens between any two calls of
 // the other.
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,12 +1,11 @@
-// The records that the system keeps on disk, a row for each: what is in one, when what it stands
-// for is in force on the Mac and it may therefore go, what the log says when it cannot be read,
-// written or removed, by which failures it may be lost all the same, and how the library changes
-// it.
+// The records that the system keeps on disk, a row for each: what is in one, when the Mac is as it
+// says so that it may go, what the log says if it cannot be read, written or removed, which
+// failures may lose it nevertheless, and how the library changes it.
 //
-// Every trial that judges records goes by these rows: the corruption, power-cut, kill, pair and
+// Every trial that judges records uses these rows: the corruption, power-cut, kill, pair and
 // two-process trials, the lines that they expect in the log, the tests of malformed files, and the
-// fuzzer's guard. They are told in the tests' own way, so that a mistake in the product's decoding
-// is not repeated by what judges it.
+// fuzzer's guard. They are written independently of the product, so that a mistake in its decoding
+// is not repeated here.
 //
 //     const Record* record = findRecord("State/menubar-state.json");
 //     record->changes[0](path);                    // the library writes it
@@ -36,7 +35,7 @@ struct Moment {
     nlohmann::json alsoRight = nullptr;
     // Whether two records of different names may be about one display.
     bool namesMayFold = false;
-    // Whether the main application was at work, which replaces records that the helper only
+    // Whether the main application was running, which replaces records that the helper only
     // removes.
     bool byApplication = false;
 };
