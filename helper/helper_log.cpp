@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* currentName = "tolvaran-helper.log";
 constexpr const char* previousName = "tolvaran-helper.log.prev";
-constexpr std::int64_t rotationSize = 5 * 1024 * 1024;  // bytes
+constexpr std::int64_t rotationSize = std::int64_t{5} * 1024 * 1024;  // bytes
 constexpr int linesBetweenSizeChecks = 500;
 
 /// What the writer keeps between lines.

@@ -26,7 +26,7 @@ constexpr int maximumAttempts = 100;
 
 // No record comes near this size. Only the beginning of a larger file is read, which then does not
 // decode; reading all of it could use up the memory that the other records need.
-constexpr std::size_t maximumContent = 64 * 1024 * 1024;
+constexpr std::size_t maximumContent = std::size_t{64} * 1024 * 1024;
 
 /// Makes a call that returns a negative number on failure until it is no longer interrupted.
 template <typename Call>
@@ -499,7 +499,7 @@ std::optional<std::string> read(const std::string& path) {
         return std::nullopt;
     }
     std::string content;
-    std::vector<char> buffer(64 * 1024);
+    std::vector<char> buffer(std::size_t{64} * 1024);
     while (true) {
         const ssize_t count =
             uninterrupted([&] { return ::read(file.number(), buffer.data(), buffer.size()); });
