@@ -11,6 +11,7 @@
 #include "restore/paths/restore_log.hpp"
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -105,19 +106,10 @@ TEST(Entry, OutlivesTheReaderOfItsStandardError) {
     EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
 }
 
-/// A process ID that nobody has.
-std::string deadProcess() {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(0);
-    }
-    ::waitpid(child, nullptr, 0);
-    return std::to_string(child);
-}
-
 TEST(Entry, RemovesWhatAKilledProcessLeftHalfWritten) {
     const HelperProcess process(running);
-    const std::string abandoned = process.state(".menubar-state.json.unfinished-" + deadProcess());
+    const std::string abandoned =
+        process.state(".menubar-state.json.unfinished-" + std::to_string(endedProcess()));
     const std::string kept = process.state("menubar-state.json");
     writeFile(abandoned + "-abcdef", "{");
     writeFile(kept, "{}");

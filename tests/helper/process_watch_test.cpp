@@ -9,6 +9,7 @@
 #include "helper/main_application.hpp"
 #include "simulator/loop/workspace_events.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -97,6 +98,20 @@ TEST(ProcessWatch, ACrashIsRestoredOnceAfterTheGrace) {
     EXPECT_EQ(process.takeLog(), restored("proc-exit"));
     simulator::advance(100);
     EXPECT_EQ(process.takeLog(), Lines{});
+}
+
+TEST(ProcessWatch, WhatAKilledInstanceLeftHalfWrittenIsRemovedAfterItsExit) {
+    const HelperProcess process(applications({812}));
+    const auto helper = Helper::make();
+    helper->watch(812);
+    const std::string unfinished = process.state(".menubar-state.json.unfinished-" +
+                                                 std::to_string(endedProcess()) + "-abcdef");
+    writeFile(unfinished, "{");
+    simulator::perform({{"exit", 812}});
+    simulator::advance(0.199);
+    EXPECT_EQ(readFile(unfinished), "{");
+    simulator::advance(0.001);
+    EXPECT_EQ(readFile(unfinished), std::nullopt);
 }
 
 TEST(ProcessWatch, TheExitedInstanceMayStillBeListed) {

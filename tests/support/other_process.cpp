@@ -1,5 +1,8 @@
 #include "tests/support/other_process.hpp"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <memory>
 #include <thread>
 
@@ -34,6 +37,15 @@ std::shared_ptr<const std::size_t> duringCall(std::size_t index,
         return nlohmann::json();
     });
     return count;
+}
+
+pid_t endedProcess() {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
+    return child;
 }
 
 }  // namespace tolvaran::tests

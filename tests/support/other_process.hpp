@@ -17,4 +17,7 @@ void inAnotherProcess(const std::function<void()>& work, pid_t pid = 4000);
 /// @return how many such calls there have been since, which goes on counting
 std::shared_ptr<const std::size_t> duringCall(std::size_t index, const std::function<void()>& work);
 
+/// The ID of a process that has ended. Nobody has it now.
+pid_t endedProcess();
+
 }  // namespace tolvaran::tests

@@ -126,6 +126,15 @@ TEST_F(HotCornerLeases, AFirstLeaseThatFailsIsRolledBack) {
     EXPECT_EQ(takeLog(), Lines{});
 }
 
+TEST_F(HotCornerLeases, AFirstLeaseThatRunsOutOfMemoryIsRolledBack) {
+    simulator::addFault({{"call", "CFNumberCreate"}, {"result", nullptr}, {"times", 1}});
+    EXPECT_THROW(enter(gameMode), std::bad_alloc);
+    expectUsersCorners();
+    EXPECT_FALSE(DockHotCornerOverride::isActive());
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+    EXPECT_EQ(files(), Lines{"State/"});
+}
+
 TEST_F(HotCornerLeases, AFirstLeaseThatCannotBeRolledBackKeepsItsSnapshot) {
     synchronizingFails();
     EXPECT_EQ(enteringError(gameMode), syncError);
