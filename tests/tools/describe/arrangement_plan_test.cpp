@@ -69,7 +69,7 @@ class Maker {
     }
 
     json scattered(int count) {
-        json displays = {displayAt(1, 0, 0)};
+        json displays = json::array({displayAt(1, 0, 0)});
         std::set<std::pair<double, double>> taken = {{0, 0}};
         while (static_cast<int>(displays.size()) < count) {
             const double x = coordinate();
@@ -139,7 +139,8 @@ class Maker {
         for (const json& display : displays) {
             layout.push_back(whereItIs(display));
         }
-        return {{"version", marks.version}, {"arrangements", {{signatureOf(layout), {layout}}}}};
+        return {{"version", marks.version},
+                {"arrangements", {{signatureOf(layout), json::array({layout})}}}};
     }
 
     std::mt19937 random_;
