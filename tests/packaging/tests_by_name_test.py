@@ -23,6 +23,8 @@ ELSEWHERE = {
     # What every test of the simulator goes through.
     "simulator/devices/devices.cpp": "tests/simulator/devices/io_registry_test.cpp",
     "simulator/simulator.cpp": "tests/simulator/faults/faults_test.cpp",
+    # Only instantiates a library's templates.
+    "simulator/machine/instantiated_json.cpp": "tests/simulator/machine/mac_json_test.cpp",
     # The forms of documents, through the documents.
     "simulator/host/arguments.cpp": "tests/simulator/core_foundation/bundle_test.cpp",
     "simulator/host/files.cpp": "tests/player/scenario_test.cpp",

@@ -111,7 +111,7 @@ TEST(Page, ShowsAUsersLogBesideItsOwn) {
 TEST(Page, WhatALineOfTheUsersLogLacksIsLeftOut) {
     json result = quietResult();
     const json line = {{"time", ""}, {"level", ""}, {"message", "no log line"}};
-    result["scenario"]["log"] = {line};
+    result["scenario"]["log"] = json::array({line});
     EXPECT_THAT(page(result),
                 HasSubstr("<td class=\"level-other\"><span class=\"message\">no log"));
     const json start = {{"time", ""}, {"level", "info"}, {"message", "Helper starting (pid 5)"}};

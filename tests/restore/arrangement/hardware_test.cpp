@@ -47,7 +47,7 @@ TEST_F(HardwareTest, LeavesOutADisplayThatHasNoArea) {
 
 TEST_F(HardwareTest, ListsTheDisplaysAgainAndKeepsTheFirstListIfItCannot) {
     const Hardware hardware = readHardware();
-    simulator::set(mac(three));
+    simulator::perform({{"connect", mac(three)["displays"][2]}});
     EXPECT_THAT(displaysOf(presentFrames(hardware)), ElementsAre(1, 2, 3));
     simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}});
     EXPECT_THAT(displaysOf(presentFrames(hardware)), ElementsAre(1, 2));

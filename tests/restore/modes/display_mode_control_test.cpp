@@ -212,6 +212,9 @@ TEST_F(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
         {{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}, {"effect", true}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines().size(), 1U);
+    // Nothing is known of such a handle, so it is left alone.
+    EXPECT_EQ(simulator::openConfigurations(), 1U);
+    simulator::reset();
 }
 
 TEST_F(ApplyingADisplayMode, FailsWithoutAHandle) {

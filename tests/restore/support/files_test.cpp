@@ -344,9 +344,11 @@ TEST_F(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
 }
 
 TEST_F(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
-    writeFile(path("huge"), "");
-    ASSERT_EQ(::truncate(path("huge").c_str(), 1'000'000'000'000), 0);
-    const std::size_t size = read(path("huge"))->size();
+    // Where no fault can meet the calls, as that would look at every one of very many.
+    const TemporaryDirectory directory;
+    writeFile(directory / "huge", "");
+    ASSERT_EQ(::truncate((directory / "huge").c_str(), 1'000'000'000'000), 0);
+    const std::size_t size = read(directory / "huge")->size();
     EXPECT_GE(size, 64U * 1024 * 1024);
     EXPECT_LT(size, 65U * 1024 * 1024);
 }

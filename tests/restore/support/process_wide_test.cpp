@@ -101,6 +101,7 @@ TEST(ProcessWide, IsOfOneProcessAlone) {
     EXPECT_EQ(value.get(), "first");
     forgetProcessWideValues();
     EXPECT_EQ(value.get(), "");
+    forgetProcessWideValues();  // the value does not outlive the test
     const PlayedProcess second(1);
     EXPECT_EQ(value.get(), "second");
     forgetProcessWideValues();
