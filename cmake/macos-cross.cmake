@@ -33,6 +33,7 @@ else()
     string(REPLACE arm64 aarch64 architecture ${TOLVARAN_MAC_ARCHITECTURE})
     string(JOIN " " flags
         -target ${architecture}-macos
+        -Wno-nullability-completeness  # the compiler's own headers lack it throughout
         -iframework ${TOLVARAN_MACOS_SDK}/Frameworks
         -idirafter ${TOLVARAN_MACOS_SDK}/include)
 endif()
