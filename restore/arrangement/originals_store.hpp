@@ -1,6 +1,9 @@
 // The originals: where the displays stood before the main application moved them, one saved
 // arrangement for each set of displays. The main application writes the store; the arrangement
 // invariant puts the displays back from it. Nothing here throws, except std::bad_alloc.
+//
+// The helper only reads the store. save() replaces the whole file, so only one process should save
+// at a time; migrateUUIDs() changes what the file holds at that moment.
 #pragma once
 
 #include <cstdint>
