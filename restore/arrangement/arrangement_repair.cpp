@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <set>
+#include <string_view>
 
 #include "restore/arrangement/display_apply.hpp"
 #include "restore/arrangement/main_application_layout.hpp"
@@ -60,6 +61,7 @@ Repair beginRepair(const Hardware& hardware, const CheckLog& log) {
 /// Where the entries put their active displays.
 Positions activePositions(const Hardware& hardware, const Arrangement& entries) {
     Positions positions;
+    positions.reserve(entries.size());
     for (const OriginalsEntry& entry : entries) {
         const auto active = hardware.displayIDByCanonicalID.find(entry.uuid);
         if (active != hardware.displayIDByCanonicalID.end()) {
@@ -79,6 +81,7 @@ bool isInRange(const HardwarePosition& position) {
 /// The displays at new places, with their present sizes.
 std::vector<DisplayFrame> plannedFrames(const Repair& repair, const Positions& positions) {
     std::vector<DisplayFrame> frames;
+    frames.reserve(positions.size());
     for (const HardwarePosition& position : positions) {
         const auto present = repair.frames.find(position.displayID);
         if (present != repair.frames.end()) {
@@ -246,6 +249,18 @@ struct Subset {
     const Arrangement* entries;
 };
 
+/// How many different displays the entries name. Copies no text: a damaged file may hold thousands
+/// of arrangements.
+std::size_t countDisplays(const Arrangement& entries) {
+    std::vector<std::string_view> uuids;
+    uuids.reserve(entries.size());
+    for (const OriginalsEntry& entry : entries) {
+        uuids.push_back(entry.uuid);
+    }
+    std::ranges::sort(uuids);
+    return static_cast<std::size_t>(std::unique(uuids.begin(), uuids.end()) - uuids.begin());
+}
+
 /// The arrangements of some of the active displays and no others, those of the most displays first.
 std::vector<Subset> subsetArrangements(const Hardware& hardware, const Arrangements& arrangements) {
     std::vector<Subset> subsets;
@@ -254,8 +269,7 @@ std::vector<Subset> subsetArrangements(const Hardware& hardware, const Arrangeme
             return hardware.displayIDByCanonicalID.contains(entry.uuid);
         });
         if (signature != hardware.signature && !entries.empty() && allActive) {
-            subsets.push_back(
-                {.size = OriginalsProjection::uuids(entries).size(), .entries = &entries});
+            subsets.push_back({.size = countDisplays(entries), .entries = &entries});
         }
     }
     std::ranges::stable_sort(subsets, std::ranges::greater(), &Subset::size);

@@ -41,6 +41,9 @@ std::vector<Arrangement> projectedSupersetArrangements(
     // Keyed by the order in which to try them: size, then signature.
     std::map<std::pair<std::size_t, std::string>, Arrangement> projections;
     for (const auto& [signature, arrangement] : arrangements) {
+        if (arrangement.size() <= activeUUIDs.size()) {
+            continue;  // too few, without counting which of them are the same
+        }
         const std::set<std::string> all = uuids(arrangement);
         if (isStrictSuperset(all, activeUUIDs)) {
             projections.emplace(std::pair(all.size(), signature),

@@ -69,17 +69,21 @@ Contact contact(const Extent& a, const Extent& b) {
     return corner ? Contact::corner : Contact::none;
 }
 
-/// A set of displays, by their indices in the list.
-class DisplaySet {
+/// Which displays of a list share a side, by their indices.
+class Sides {
   public:
-    explicit DisplaySet(std::size_t size) : words_((size + bitsPerWord - 1) / bitsPerWord) {}
+    explicit Sides(std::size_t displays)
+        : wordsPerDisplay_((displays + bitsPerWord - 1) / bitsPerWord),
+          words_(displays * wordsPerDisplay_) {}
 
-    void insert(std::size_t display) {
-        words_[display / bitsPerWord] |= std::uint64_t{1} << (display % bitsPerWord);
+    void insert(std::size_t a, std::size_t b) {
+        words_[a * wordsPerDisplay_ + b / bitsPerWord] |= std::uint64_t{1} << (b % bitsPerWord);
+        words_[b * wordsPerDisplay_ + a / bitsPerWord] |= std::uint64_t{1} << (a % bitsPerWord);
     }
-    bool intersects(const DisplaySet& other) const {
-        for (std::size_t i = 0; i < words_.size(); ++i) {
-            if ((words_[i] & other.words_[i]) != 0) {
+    /// Whether a third display shares a side with both.
+    bool joins(std::size_t a, std::size_t b) const {
+        for (std::size_t i = 0; i < wordsPerDisplay_; ++i) {
+            if ((words_[a * wordsPerDisplay_ + i] & words_[b * wordsPerDisplay_ + i]) != 0) {
                 return true;
             }
         }
@@ -88,12 +92,13 @@ class DisplaySet {
 
   private:
     static constexpr std::size_t bitsPerWord = 64;
+    std::size_t wordsPerDisplay_;
     std::vector<std::uint64_t> words_;
 };
 
 /// How the displays of a layout touch.
 struct Contacts {
-    std::vector<DisplaySet> sides;  // for each display, those that share a side with it
+    Sides sides;
     std::vector<std::pair<std::size_t, std::size_t>> corners = {};  // the pairs, in list order
     bool anySide = false;
 };
@@ -101,14 +106,14 @@ struct Contacts {
 /// Looks at each pair once: a damaged file may hold thousands of layouts.
 Contacts contacts(const std::vector<DisplayFrame>& displays) {
     std::vector<Extent> extents;
+    extents.reserve(displays.size());
     std::ranges::transform(displays, std::back_inserter(extents), extent);
-    Contacts found{.sides = std::vector(displays.size(), DisplaySet(displays.size()))};
+    Contacts found{.sides = Sides(displays.size())};
     for (std::size_t i = 0; i < displays.size(); ++i) {
         for (std::size_t j = i + 1; j < displays.size(); ++j) {
             const Contact between = contact(extents[i], extents[j]);
             if (between == Contact::side) {
-                found.sides[i].insert(j);
-                found.sides[j].insert(i);
+                found.sides.insert(i, j);
                 found.anySide = true;
             } else if (between == Contact::corner) {
                 found.corners.emplace_back(i, j);
@@ -153,8 +158,7 @@ bool isConnected(const Neighbours& neighbours) {
 bool isZigzag(const std::vector<DisplayFrame>& displays) {
     const Contacts found = contacts(displays);
     const auto isBridged = [&](const auto& corner) {
-        // A third display shares a side with both.
-        return found.sides[corner.first].intersects(found.sides[corner.second]);
+        return found.sides.joins(corner.first, corner.second);
     };
     if (std::ranges::all_of(found.corners, isBridged)) {
         return false;
