@@ -1,5 +1,6 @@
 // An application in Objective-C++ that uses the installed library, as the main application does. It
-// is compiled and linked with the Mac product and run by hand only: it changes the Dock for a moment.
+// is compiled and linked with the Mac product and run by hand only: it changes the Dock for a
+// moment.
 #import <AppKit/AppKit.h>
 
 #include <restore/tolvaran_restore.hpp>
