@@ -32,7 +32,7 @@ std::optional<std::int32_t> currentModeNumber(CGDirectDisplayID displayID);
 ///         (CGSConfigureDisplayMode) is ignored: such a change counts as made.
 bool apply(std::int32_t modeNum, CGDirectDisplayID displayID);
 
-/// The usable mode that `spec` describes; none if there is none. A rate of 0 in the spec fits every
+/// The usable mode that `spec` describes; none if there is none. A rate of 0 in it fits every
 /// rate. Of several, the one with the highest exact rate (60 before 59.94, which both round to 60),
 /// and of these the one with the lowest number.
 std::optional<DisplayModeDescriptor> exactMatch(const DisplayModeSpec& spec,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 #include "player/player.hpp"
 #include "restore/paths/restore_log.hpp"
@@ -64,6 +65,16 @@ json FoundMac::played() const {
 
 json playedReport(const json& report) {
     return simulator::play(simulator::readScenario(report, "", ""), quietly).result;
+}
+
+std::vector<Corruption> someCorruptions(const std::string& whole) {
+    constexpr std::size_t step = 1009;
+    std::vector<Corruption> corruptions = fieldCorruptions(whole);
+    std::ranges::copy(cuts(whole), std::back_inserter(corruptions));
+    for (std::size_t n = 0; n < byteCorruptions(whole); n += step) {
+        corruptions.push_back(byteCorruption(whole, n));
+    }
+    return corruptions;
 }
 
 std::vector<std::string> scenarioPaths() {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "player/scenario.hpp"
+#include "tests/faults/corruptions.hpp"
 #include "tests/support/temporary_directory.hpp"
 #include "tools/describe/report.hpp"
 
@@ -39,6 +40,10 @@ class FoundMac {
 
 /// What the helper does on the Mac that the report describes.
 nlohmann::json playedReport(const nlohmann::json& report);
+
+/// A state file with this content, spoiled: every field in every way, cut at every length, and some
+/// of its bytes changed.
+std::vector<Corruption> someCorruptions(const std::string& whole);
 
 /// The file names of every scenario.
 std::vector<std::string> scenarioPaths();
