@@ -27,37 +27,37 @@ struct HiddenOverride {
     std::int64_t readsLeft;
 };
 
-struct State {
+struct MenuBarState {
     std::map<CGDirectDisplayID, HiddenOverride> hiddenOverrides;
     std::optional<nlohmann::json> managedDisplaySpaces;
 };
 
-State& state() {
-    static State all;
+MenuBarState& menuBarState() {
+    static MenuBarState all;
     return all;
 }
 
-const OnReset forgetState([] { state() = {}; });
+const OnReset forgetState([] { menuBarState() = {}; });
 
 void setOverride(Display& display, bool value, std::int64_t delayReads) {
-    state().hiddenOverrides.erase(display.id);
+    menuBarState().hiddenOverrides.erase(display.id);
     if (delayReads > 0) {
-        state().hiddenOverrides[display.id] = {value, delayReads};
+        menuBarState().hiddenOverrides[display.id] = {value, delayReads};
     } else {
         display.menuBarOverride = value;
     }
 }
 
 bool readOverride(Display& display) {
-    const auto hidden = state().hiddenOverrides.find(display.id);
-    if (hidden == state().hiddenOverrides.end()) {
+    const auto hidden = menuBarState().hiddenOverrides.find(display.id);
+    if (hidden == menuBarState().hiddenOverrides.end()) {
         return display.menuBarOverride;
     }
     if (hidden->second.readsLeft > 0) {
         --hidden->second.readsLeft;
     } else {
         display.menuBarOverride = hidden->second.value;
-        state().hiddenOverrides.erase(hidden);
+        menuBarState().hiddenOverrides.erase(hidden);
     }
     return display.menuBarOverride;
 }
@@ -139,7 +139,7 @@ CFArrayRef SLSCopyManagedDisplaySpaces(std::int32_t connection) {
     if (!fault.performs || connection != mainConnection) {
         return nullptr;
     }
-    const auto& replacement = state().managedDisplaySpaces;
+    const auto& replacement = menuBarState().managedDisplaySpaces;
     return static_cast<CFArrayRef>(
         cf::createFromJson(replacement ? *replacement : managedDisplaySpaces()));
 }
@@ -163,7 +163,7 @@ CGError CGSSetMenuBarAutohideEnabled(std::int32_t connection, Boolean enabled) {
 namespace simulator::devices {
 
 void replaceManagedDisplaySpaces(nlohmann::json value) {
-    state().managedDisplaySpaces = std::move(value);
+    menuBarState().managedDisplaySpaces = std::move(value);
 }
 
 void registerMenuBarSymbols() {

@@ -27,7 +27,7 @@ struct Fault {
     std::int64_t callsSeen = 0;
 };
 
-struct State {
+struct FaultState {
     std::vector<Fault> faults;
     std::multimap<std::string, std::function<void()>, std::less<>> hooks;
     std::function<json(const std::string&)> decide;
@@ -35,12 +35,12 @@ struct State {
     std::size_t faultsMet = 0;
 };
 
-State& state() {
-    static State& instance = *new State;
+FaultState& faultState() {
+    static FaultState& instance = *new FaultState;
     return instance;
 }
 
-const OnReset clearFaultsAndHooks([] { state() = {}; });
+const OnReset clearFaultsAndHooks([] { faultState() = {}; });
 
 /// From how many read-backs a new value stays hidden; 0 if the fault does not say.
 std::int64_t readDelay(const JsonReader& fault, const std::string& call) {
@@ -79,7 +79,7 @@ Fault readFault(const JsonReader& fault) {
 
 void runHooks(std::string_view function) {
     std::vector<std::function<void()>> hooks;  // a copy, as the work may add hooks of its own
-    const auto [first, last] = state().hooks.equal_range(function);
+    const auto [first, last] = faultState().hooks.equal_range(function);
     std::transform(first, last, std::back_inserter(hooks),
                    [](const auto& hook) { return hook.second; });
     for (const std::function<void()>& hook : hooks) {
@@ -89,10 +89,10 @@ void runHooks(std::string_view function) {
 
 /// The fault that a test decides on for this call, if any.
 std::optional<CallFault> decided(std::string_view function) {
-    if (!state().decide) {
+    if (!faultState().decide) {
         return std::nullopt;
     }
-    json fault = state().decide(std::string(function));
+    json fault = faultState().decide(std::string(function));
     if (fault.is_null()) {
         return std::nullopt;
     }
@@ -103,15 +103,15 @@ std::optional<CallFault> decided(std::string_view function) {
 }  // namespace
 
 CallFault beginCall(std::string_view function, std::string_view subject) {
-    state().subject = subject;
+    faultState().subject = subject;
     runHooks(function);
     if (const std::optional<CallFault> fault = decided(function)) {
-        ++state().faultsMet;
+        ++faultState().faultsMet;
         return *fault;
     }
     CallFault result;
     bool met = false;
-    for (Fault& fault : state().faults) {
+    for (Fault& fault : faultState().faults) {
         if (fault.call == function) {
             const std::int64_t call = fault.callsSeen++;
             if (!met && call >= fault.skip && call - fault.skip < fault.times) {
@@ -120,12 +120,12 @@ CallFault beginCall(std::string_view function, std::string_view subject) {
             }
         }
     }
-    state().faultsMet += met ? 1 : 0;
+    faultState().faultsMet += met ? 1 : 0;
     return result;
 }
 
 void addFaultAt(const JsonReader& place) {
-    state().faults.push_back(readFault(place));
+    faultState().faults.push_back(readFault(place));
 }
 
 void checkFault(const JsonReader& place) {
@@ -137,28 +137,28 @@ void addFault(const json& fault) {
 }
 
 void clearFaults() {
-    state().faults.clear();
-    state().faultsMet = 0;
+    faultState().faults.clear();
+    faultState().faultsMet = 0;
 }
 
 std::string callSubject() {
-    return state().subject;
+    return faultState().subject;
 }
 
 std::size_t faultsMet() {
-    return state().faultsMet;
+    return faultState().faultsMet;
 }
 
 bool callsAreWatched() {
-    return !state().faults.empty() || !state().hooks.empty() || state().decide;
+    return !faultState().faults.empty() || !faultState().hooks.empty() || faultState().decide;
 }
 
 void decideCalls(std::function<json(const std::string&)> decide) {
-    state().decide = std::move(decide);
+    faultState().decide = std::move(decide);
 }
 
 void onCall(const std::string& function, std::function<void()> work) {
-    state().hooks.emplace(function, std::move(work));
+    faultState().hooks.emplace(function, std::move(work));
 }
 
 }  // namespace simulator

@@ -26,7 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct State {
+struct FileCallState {
     std::vector<std::string> exposed;
     std::map<int, std::string> open;  // the paths that redirected calls have opened
     std::optional<pid_t> processID;
@@ -34,15 +34,15 @@ struct State {
     std::function<void(const FileCall&)> observe;
 };
 
-State& state() {
-    static State& instance = *new State;
+FileCallState& fileCallState() {
+    static FileCallState& instance = *new FileCallState;
     return instance;
 }
 
 const OnReset forgetSettings([] {
-    state().observe = nullptr;
-    state().exposed.clear();
-    state().processID.reset();
+    fileCallState().observe = nullptr;
+    fileCallState().exposed.clear();
+    fileCallState().processID.reset();
 });
 
 /// Whether the path is absolute and has no "." or ".." or empty component.
@@ -93,7 +93,7 @@ bool isExposed(std::string_view path) {
     if (support.contains(path) || logs.contains(path)) {
         return true;
     }
-    return std::any_of(state().exposed.begin(), state().exposed.end(),
+    return std::any_of(fileCallState().exposed.begin(), fileCallState().exposed.end(),
                        [&](const std::string& directory) { return isBelow(path, directory); });
 }
 
@@ -109,9 +109,9 @@ Subject subject(int descriptor) {
     if (!callsAreWatched()) {
         return std::nullopt;
     }
-    const auto open = state().open.find(descriptor);
-    return open != state().open.end() && isExposed(open->second) ? Subject(open->second)
-                                                                 : std::nullopt;
+    const auto open = fileCallState().open.find(descriptor);
+    return open != fileCallState().open.end() && isExposed(open->second) ? Subject(open->second)
+                                                                         : std::nullopt;
 }
 
 Subject subject(DIR* directory) {
@@ -181,10 +181,10 @@ ssize_t transfer(std::string_view function, const Subject& subject, size_t size,
 /// Shows the call to the observer unless it failed, and returns the host's result.
 template <typename Result>
 Result shown(FileCall call, Result result) {
-    if (result >= 0 && state().observe) {
+    if (result >= 0 && fileCallState().observe) {
         const int error = errno;
         call.result = result;
-        state().observe(call);
+        fileCallState().observe(call);
         errno = error;
     }
     return result;
@@ -194,7 +194,7 @@ Result shown(FileCall call, Result result) {
 int opened(const char* path, int descriptor) {
     if (descriptor >= 0) {
         const int error = errno;
-        state().open[descriptor] = normal(path);
+        fileCallState().open[descriptor] = normal(path);
         errno = error;
     }
     return descriptor;
@@ -209,7 +209,7 @@ DIR* opened(const char* path, DIR* directory) {
 
 /// Notes the new name of an open file.
 int renamed(const char* from, const char* to, int result) {
-    for (auto& [descriptor, path] : state().open) {
+    for (auto& [descriptor, path] : fileCallState().open) {
         if (result == 0 && path == normal(from)) {
             path = normal(to);
         }
@@ -234,7 +234,7 @@ int flushOrControl(int descriptor, int command, long argument) {
 }
 
 pid_t processID() {
-    return state().processID.value_or(__real_getpid());
+    return fileCallState().processID.value_or(__real_getpid());
 }
 
 int signalProcess(pid_t pid, int signal) {
@@ -250,8 +250,8 @@ int signalProcess(pid_t pid, int signal) {
 }
 
 ssize_t writeSomewhere(int descriptor, const void* buffer, size_t size) {
-    if (descriptor == STDERR_FILENO && state().standardError &&
-        !state().standardError({static_cast<const char*>(buffer), size})) {
+    if (descriptor == STDERR_FILENO && fileCallState().standardError &&
+        !fileCallState().standardError({static_cast<const char*>(buffer), size})) {
         return static_cast<ssize_t>(size);
     }
     return __real_write(descriptor, buffer, size);
@@ -260,19 +260,19 @@ ssize_t writeSomewhere(int descriptor, const void* buffer, size_t size) {
 }  // namespace
 
 void exposeToFaults(const std::string& directory) {
-    state().exposed.push_back(normal(fs::absolute(directory)));
+    fileCallState().exposed.push_back(normal(fs::absolute(directory)));
 }
 
 void setStandardErrorSink(StandardErrorSink sink) {
-    state().standardError = std::move(sink);
+    fileCallState().standardError = std::move(sink);
 }
 
 void setProcessID(std::optional<pid_t> pid) {
-    state().processID = pid;
+    fileCallState().processID = pid;
 }
 
 void observeFileCalls(std::function<void(const FileCall& call)> observe) {
-    state().observe = std::move(observe);
+    fileCallState().observe = std::move(observe);
 }
 
 }  // namespace simulator
@@ -288,14 +288,14 @@ extern "C" {
 
 int __wrap_close(int descriptor) {
     return call("close", subject(descriptor), [=] {
-        simulator::state().open.erase(descriptor);
+        simulator::fileCallState().open.erase(descriptor);
         return shown({.function = "close", .descriptor = descriptor}, __real_close(descriptor));
     });
 }
 
 int __wrap_closedir(DIR* directory) {
     return call("closedir", subject(directory), [=] {
-        simulator::state().open.erase(dirfd(directory));
+        simulator::fileCallState().open.erase(dirfd(directory));
         return __real_closedir(directory);
     });
 }

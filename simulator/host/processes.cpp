@@ -26,14 +26,14 @@ struct Watch {
     ExitHandler handler;
 };
 
-struct State {
+struct ProcessState {
     std::map<pid_t, int> children;  // pid, descriptor of the process
     std::map<ExitWatch, Watch> watches;
     ExitWatch lastWatch = 0;
 };
 
-State& state() {
-    static State& instance = *new State;
+ProcessState& processState() {
+    static ProcessState& instance = *new ProcessState;
     return instance;
 }
 
@@ -54,10 +54,10 @@ int openProcess(pid_t pid) {
 /// Lets the rest of the Mac know that the process has ended.
 void noticeExit(pid_t pid) {
     std::vector<ExitHandler> handlers;
-    for (auto watch = state().watches.begin(); watch != state().watches.end();) {
+    for (auto watch = processState().watches.begin(); watch != processState().watches.end();) {
         if (watch->second.pid == pid) {
             handlers.push_back(std::move(watch->second.handler));
-            watch = state().watches.erase(watch);
+            watch = processState().watches.erase(watch);
         } else {
             ++watch;
         }
@@ -82,7 +82,7 @@ void noticeExit(pid_t pid) {
 void reap(std::map<pid_t, int>::iterator child) {
     waitpid(child->first, nullptr, 0);
     __real_close(child->second);
-    state().children.erase(child);
+    processState().children.erase(child);
 }
 
 timespec remaining(clock::Time time) {
@@ -91,15 +91,15 @@ timespec remaining(clock::Time time) {
 }
 
 void killChildren() {
-    state().watches.clear();
-    while (!state().children.empty()) {
-        const auto child = state().children.begin();
+    processState().watches.clear();
+    while (!processState().children.empty()) {
+        const auto child = processState().children.begin();
         __real_kill(child->first, SIGKILL);
         reap(child);
     }
 }
 
-const OnReset clear(killChildren);
+const OnReset endChildren(killChildren);
 
 }  // namespace
 
@@ -118,12 +118,12 @@ pid_t startProcess() {
         }
         throw std::system_error(error, std::generic_category(), "cannot start a child process");
     }
-    state().children.emplace(pid, descriptor);
+    processState().children.emplace(pid, descriptor);
     return pid;
 }
 
 void killProcess(pid_t pid) {
-    if (state().children.contains(pid)) {
+    if (processState().children.contains(pid)) {
         __real_kill(pid, SIGKILL);
     } else {
         noticeExit(pid);
@@ -137,19 +137,19 @@ bool isAlive(pid_t pid) {
 }
 
 ExitWatch watchExit(pid_t pid, ExitHandler handler) {
-    const ExitWatch watch = ++state().lastWatch;
-    state().watches.emplace(watch, Watch{pid, std::move(handler)});
+    const ExitWatch watch = ++processState().lastWatch;
+    processState().watches.emplace(watch, Watch{pid, std::move(handler)});
     return watch;
 }
 
 void unwatchExit(ExitWatch watch) {
-    state().watches.erase(watch);
+    processState().watches.erase(watch);
 }
 
 void waitForProcesses(clock::Time time) {
     std::vector<pollfd> descriptors;
     std::vector<pid_t> pids;
-    for (const auto& [pid, descriptor] : state().children) {
+    for (const auto& [pid, descriptor] : processState().children) {
         descriptors.push_back({descriptor, POLLIN, 0});
         pids.push_back(pid);
     }
@@ -157,7 +157,7 @@ void waitForProcesses(clock::Time time) {
     ppoll(descriptors.data(), descriptors.size(), time == clock::never ? nullptr : &rest, nullptr);
     for (std::size_t i = 0; i < pids.size(); ++i) {
         if (descriptors[i].revents != 0) {
-            reap(state().children.find(pids[i]));
+            reap(processState().children.find(pids[i]));
             noticeExit(pids[i]);
         }
     }

@@ -9,14 +9,14 @@ namespace {
 
 constexpr std::int64_t virtualStart = 1'767'225'600 * second;  // 2026-01-01T00:00:00Z
 
-struct State {
+struct ClockState {
     Kind kind = Kind::virtualTime;
     Time virtualNow = 0;
     std::int64_t realStart = 0;  // CLOCK_MONOTONIC at time 0
 };
 
-State& state() {
-    static State instance;
+ClockState& clockState() {
+    static ClockState instance;
     return instance;
 }
 
@@ -31,15 +31,15 @@ std::int64_t read(clockid_t id) {
 static const OnReset restartVirtually([] { restart(Kind::virtualTime); });
 
 void restart(Kind kind) {
-    state() = {kind, 0, kind == Kind::realTime ? read(CLOCK_MONOTONIC) : 0};
+    clockState() = {kind, 0, kind == Kind::realTime ? read(CLOCK_MONOTONIC) : 0};
 }
 
 bool isVirtual() {
-    return state().kind == Kind::virtualTime;
+    return clockState().kind == Kind::virtualTime;
 }
 
 Time now() {
-    return isVirtual() ? state().virtualNow : read(CLOCK_MONOTONIC) - state().realStart;
+    return isVirtual() ? clockState().virtualNow : read(CLOCK_MONOTONIC) - clockState().realStart;
 }
 
 double seconds() {
@@ -55,11 +55,11 @@ Time fromSeconds(double seconds) {
 }
 
 std::int64_t date() {
-    return isVirtual() ? virtualStart + state().virtualNow : read(CLOCK_REALTIME);
+    return isVirtual() ? virtualStart + clockState().virtualNow : read(CLOCK_REALTIME);
 }
 
 void moveTo(Time time) {
-    state().virtualNow = std::max(state().virtualNow, time);
+    clockState().virtualNow = std::max(clockState().virtualNow, time);
 }
 
 }  // namespace simulator::clock

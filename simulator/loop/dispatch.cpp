@@ -60,13 +60,13 @@ struct Source {
 // How many of the most recently freed sources are remembered.
 constexpr std::size_t graveyardLimit = 1024;
 
-struct State {
+struct DispatchState {
     std::size_t live = 0;
     std::deque<std::unique_ptr<Source>> graveyard;
 };
 
-State& state() {
-    static State& instance = *new State;
+DispatchState& dispatchState() {
+    static DispatchState& instance = *new DispatchState;
     return instance;
 }
 
@@ -187,7 +187,7 @@ void stop(Source& source) {
 void bury(Source& source) {
     stop(source);
     source.mark = deadMark;
-    State& all = state();
+    DispatchState& all = dispatchState();
     --all.live;
     if (source.finalizer != nullptr) {
         queueLastingWork(
@@ -206,7 +206,7 @@ bool isMainQueue(dispatch_object_t object) {
 }  // namespace
 
 std::size_t liveDispatchObjects() {
-    return state().live;
+    return dispatchState().live;
 }
 
 }  // namespace simulator
@@ -297,7 +297,7 @@ dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintp
     auto* const source = new simulator::Source;
     source->type = type;
     source->handle = handle;
-    ++simulator::state().live;
+    ++simulator::dispatchState().live;
     return reinterpret_cast<dispatch_source_t>(source);
 }
 

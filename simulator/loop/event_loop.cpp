@@ -15,12 +15,12 @@ namespace {
 
 // When something is due, and its place among things due at the same time: first those that an
 // outside event has caused, then by number.
-struct Place {
+struct QueuePlace {
     clock::Time due;
     bool isOwn;  // the process's own: not caused by an event
     std::uint64_t number;
 
-    auto operator<=>(const Place&) const = default;
+    auto operator<=>(const QueuePlace&) const = default;
 };
 
 // How much work may run while the virtual clock stands still. A process that reacts to everything
@@ -33,10 +33,10 @@ struct Work {
     bool lasting = false;
 };
 
-struct State {
-    std::map<Place, std::function<void()>> events;
-    std::map<Place, Work> queue;
-    std::map<WorkID, Place> places;  // of the queued work
+struct LoopState {
+    std::map<QueuePlace, std::function<void()>> events;
+    std::map<QueuePlace, Work> queue;
+    std::map<WorkID, QueuePlace> places;  // of the queued work
     std::uint64_t lastNumber = 0;
     clock::Time endOfRun = 0;
     bool running = false;  // queued work is running
@@ -48,8 +48,8 @@ struct State {
     std::deque<Work> abandoned;
 };
 
-State& state() {
-    static State& instance = *new State;
+LoopState& loopState() {
+    static LoopState& instance = *new LoopState;
     return instance;
 }
 
@@ -72,9 +72,9 @@ clock::Time nextDue(const List& list) {
 }
 
 WorkID add(clock::Time due, Work work) {
-    State& all = state();
+    LoopState& all = loopState();
     const WorkID id = ++all.lastNumber;
-    const Place place{std::max(due, clock::now()), !all.isEvent, id};
+    const QueuePlace place{std::max(due, clock::now()), !all.isEvent, id};
     all.queue.emplace(place, std::move(work));
     all.places.emplace(id, place);
     return id;
@@ -86,30 +86,30 @@ bool isDue(const List& list, clock::Time end) {
 }
 
 void tellObserver(LoopMoment moment) {
-    if (state().observer) {
-        state().observer(moment);
+    if (loopState().observer) {
+        loopState().observer(moment);
     }
 }
 
 void runNextEvent() {
-    auto next = state().events.extract(state().events.begin());
+    auto next = loopState().events.extract(loopState().events.begin());
     tellObserver(LoopMoment::beforeEvent);
     performEvent(next.mapped());
     tellObserver(LoopMoment::afterEvent);
 }
 
 void runNextWork() {
-    auto next = state().queue.extract(state().queue.begin());
-    state().places.erase(next.key().number);
+    auto next = loopState().queue.extract(loopState().queue.begin());
+    loopState().places.erase(next.key().number);
     tellObserver(LoopMoment::beforeWork);
-    const Marked running(state().running);
+    const Marked running(loopState().running);
     const ApplicationsHold hold;
     next.mapped().run();
 }
 
 /// Lets time pass until `time`, or until a process ends.
 void waitUntil(clock::Time time) {
-    state().workAtOnce = 0;
+    loopState().workAtOnce = 0;
     if (clock::isVirtual()) {
         clock::moveTo(time);
     } else {
@@ -120,24 +120,24 @@ void waitUntil(clock::Time time) {
 /// Makes the work that has just run take time: none, unless there was too much of it at once.
 /// @return whether that time is over by `end`
 bool takeTime(clock::Time end) {
-    if (!clock::isVirtual() || ++state().workAtOnce <= mostWorkAtOnce) {
+    if (!clock::isVirtual() || ++loopState().workAtOnce <= mostWorkAtOnce) {
         return true;
     }
-    const int workAtOnce = state().workAtOnce;
+    const int workAtOnce = loopState().workAtOnce;
     const clock::Time over = clock::now() + clock::second;
     sleepUntil(std::min(over, end));
-    state().workAtOnce = workAtOnce;
+    loopState().workAtOnce = workAtOnce;
     return over <= end;
 }
 
 /// Drops everything planned and queued, except lasting work, which it runs.
 void clear() {
-    State& all = state();
+    LoopState& all = loopState();
     all.observer = nullptr;
     all.events.clear();
     all.places.clear();
     all.endOfRun = 0;
-    std::map<Place, Work> dropped = std::exchange(all.queue, {});
+    std::map<QueuePlace, Work> dropped = std::exchange(all.queue, {});
     for (auto& [place, work] : dropped) {
         if (work.lasting) {
             work.run();
@@ -152,11 +152,11 @@ const OnReset clearLoop(clear);
 }  // namespace
 
 void planEvent(clock::Time due, std::function<void()> event) {
-    state().events.emplace(Place{due, false, ++state().lastNumber}, std::move(event));
+    loopState().events.emplace(QueuePlace{due, false, ++loopState().lastNumber}, std::move(event));
 }
 
 void performEvent(const std::function<void()>& event) {
-    const Marked marked(state().isEvent);
+    const Marked marked(loopState().isEvent);
     event();
 }
 
@@ -173,7 +173,7 @@ void onMainQueue(std::function<void()> work) {
 }
 
 void dropWork(WorkID work) {
-    State& all = state();
+    LoopState& all = loopState();
     const auto place = all.places.find(work);
     if (place != all.places.end()) {
         all.queue.erase(place->second);
@@ -182,17 +182,18 @@ void dropWork(WorkID work) {
 }
 
 void runUntil(clock::Time end) {
-    if (state().running) {
+    if (loopState().running) {
         cf::misuse("event loop", "it must not be run from within its own work");
     }
-    state().workAtOnce = 0;
+    loopState().workAtOnce = 0;
     while (true) {
-        const clock::Time next = std::min({nextDue(state().events), nextDue(state().queue), end});
+        const clock::Time next =
+            std::min({nextDue(loopState().events), nextDue(loopState().queue), end});
         if (clock::now() < next) {
             waitUntil(next);
-        } else if (isDue(state().events, end)) {
+        } else if (isDue(loopState().events, end)) {
             runNextEvent();
-        } else if (isDue(state().queue, end)) {
+        } else if (isDue(loopState().queue, end)) {
             runNextWork();
             if (!takeTime(end)) {
                 return;
@@ -205,10 +206,10 @@ void runUntil(clock::Time end) {
 
 void sleepUntil(clock::Time end) {
     while (true) {
-        const clock::Time next = std::min(nextDue(state().events), end);
+        const clock::Time next = std::min(nextDue(loopState().events), end);
         if (clock::now() < next) {
             waitUntil(next);
-        } else if (isDue(state().events, end)) {
+        } else if (isDue(loopState().events, end)) {
             runNextEvent();
         } else {
             return;
@@ -217,15 +218,15 @@ void sleepUntil(clock::Time end) {
 }
 
 void setEndOfRun(clock::Time end) {
-    state().endOfRun = end;
+    loopState().endOfRun = end;
 }
 
 clock::Time endOfRun() {
-    return state().endOfRun;
+    return loopState().endOfRun;
 }
 
 void observeLoop(std::function<void(LoopMoment)> observer) {
-    state().observer = std::move(observer);
+    loopState().observer = std::move(observer);
 }
 
 }  // namespace simulator

@@ -22,7 +22,7 @@ using tolvaran::workspace::RunningApplication;
 // and a notification queued for one that is gone is dropped.
 using Observers = std::list<std::weak_ptr<ApplicationHandler>>;
 
-struct State {
+struct WorkspaceState {
     Observers launches;
     Observers terminations;
     Observers wakes;
@@ -30,12 +30,12 @@ struct State {
     bool activationIsProhibited = false;
 };
 
-State& state() {
-    static State& instance = *new State;
+WorkspaceState& workspaceState() {
+    static WorkspaceState& instance = *new WorkspaceState;
     return instance;
 }
 
-const OnReset forgetObservers([] { state() = {}; });
+const OnReset forgetObservers([] { workspaceState() = {}; });
 
 std::optional<RunningApplication> running(const std::optional<Application>& application) {
     if (!application) {
@@ -65,32 +65,32 @@ Observation observe(std::string_view function, Observers& observers, Application
 
 }  // namespace
 
-ApplicationsHold::ApplicationsHold() : isOutermost_(!state().heldApplications) {
+ApplicationsHold::ApplicationsHold() : isOutermost_(!workspaceState().heldApplications) {
     if (isOutermost_) {
-        state().heldApplications = mac().applications;
+        workspaceState().heldApplications = mac().applications;
     }
 }
 
 ApplicationsHold::~ApplicationsHold() {
     if (isOutermost_) {
-        state().heldApplications.reset();
+        workspaceState().heldApplications.reset();
     }
 }
 
 void postLaunch(const std::optional<Application>& application) {
-    post(state().launches, application);
+    post(workspaceState().launches, application);
 }
 
 void postTermination(const std::optional<Application>& application) {
-    post(state().terminations, application);
+    post(workspaceState().terminations, application);
 }
 
 void postWake() {
-    post(state().wakes, std::nullopt);
+    post(workspaceState().wakes, std::nullopt);
 }
 
 bool activationIsProhibited() {
-    return state().activationIsProhibited;
+    return workspaceState().activationIsProhibited;
 }
 
 }  // namespace simulator
@@ -100,7 +100,7 @@ namespace tolvaran::workspace {
 // A Mac changes this list only between two pieces of the main run loop's work: a process that waits
 // within a piece does not see an application come or go until that piece ends.
 std::vector<RunningApplication> runningApplications() {
-    const auto& held = simulator::state().heldApplications;
+    const auto& held = simulator::workspaceState().heldApplications;
     const auto& applications = held ? *held : simulator::mac().applications;
     std::vector<RunningApplication> list;
     if (!simulator::beginCall("runningApplications").performs) {
@@ -113,22 +113,23 @@ std::vector<RunningApplication> runningApplications() {
 }
 
 Observation observeLaunches(ApplicationHandler handler) {
-    return simulator::observe("observeLaunches", simulator::state().launches, std::move(handler));
+    return simulator::observe("observeLaunches", simulator::workspaceState().launches,
+                              std::move(handler));
 }
 
 Observation observeTerminations(ApplicationHandler handler) {
-    return simulator::observe("observeTerminations", simulator::state().terminations,
+    return simulator::observe("observeTerminations", simulator::workspaceState().terminations,
                               std::move(handler));
 }
 
 Observation observeWakes(std::function<void()> handler) {
-    return simulator::observe("observeWakes", simulator::state().wakes,
+    return simulator::observe("observeWakes", simulator::workspaceState().wakes,
                               [handler = std::move(handler)](const auto&) { handler(); });
 }
 
 void prohibitActivation() {
     // Not a recorded call: it concerns the process itself, not the Mac.
-    simulator::state().activationIsProhibited =
+    simulator::workspaceState().activationIsProhibited =
         simulator::beginCall("setActivationPolicy").performs;
 }
 

@@ -131,9 +131,9 @@ bool mayNotComeToRest(const Record& record, const std::string& content) {
 }
 
 /// A corruption tried on one file.
-class Trial {
+class CorruptionTrial {
   public:
-    explicit Trial(StateFile file)
+    explicit CorruptionTrial(StateFile file)
         : file_(std::move(file)),
           record_(*findRecord(file_.path)),
           scenario_(simulator::loadScenario(file_.scenario)),
@@ -269,7 +269,7 @@ class CorruptionTest : public testing::TestWithParam<std::size_t> {
         }
     }
 
-    Trial trial;
+    CorruptionTrial trial;
 };
 
 TEST_P(CorruptionTest, CostsNothingButTheRecord) {

@@ -19,7 +19,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t sampleSize = 16;
+constexpr std::size_t callsTried = 16;
 constexpr std::size_t forGood = std::numeric_limits<std::size_t>::max();
 
 /// The forms to try on the call with this number.
@@ -72,7 +72,7 @@ TEST_P(FailEveryCall, HealsWithTheNextRun) {
     ASSERT_FALSE(calm.calls.empty());
     EXPECT_EQ(calm.leftOver, std::vector<std::string>{});
     std::size_t points = 0;
-    for (std::size_t n = 0; n < calm.calls.size(); n += longStride(calm.calls.size(), sampleSize)) {
+    for (std::size_t n = 0; n < calm.calls.size(); n += longStride(calm.calls.size(), callsTried)) {
         for (const json& form : formsFor(calm.calls[n].function, n)) {
             check(n, form);
             ++points;

@@ -27,7 +27,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::uint64_t sampleSize = 12;
+constexpr std::uint64_t pairsTried = 12;
 
 /// Among how many tests the pairs of a story are dealt out.
 constexpr std::uint64_t parts = 4;
@@ -120,7 +120,7 @@ TEST_P(FailEveryPair, HealsWithTheNextRun) {
     const std::uint64_t first = numberFromEnvironment("TOLVARAN_TORTURE_PAIRS_FROM", 0);
     const std::uint64_t most = effort() == Effort::all
                                    ? numberFromEnvironment("TOLVARAN_TORTURE_PAIRS", pairs.count())
-                                   : sampleSize;
+                                   : pairsTried;
     const std::uint64_t end = std::min(pairs.count(), first + most);
     const std::uint64_t part = std::get<1>(GetParam());
     std::uint64_t tried = 0;

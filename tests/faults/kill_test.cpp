@@ -155,8 +155,8 @@ TEST_P(Kill, ANewHelperEndsWhereTheOldOneWouldHave) {
             play(n);
         }
     }
-    constexpr std::size_t sampleSize = 24;
-    for (std::size_t i = 0; i < remains_.size(); i += stride(remains_.size(), sampleSize)) {
+    constexpr std::size_t killsTried = 24;
+    for (std::size_t i = 0; i < remains_.size(); i += stride(remains_.size(), killsTried)) {
         check(remains_[i]);
     }
     addStatistics({{"kill points", points_}, {"kill states", remains_.size()}});

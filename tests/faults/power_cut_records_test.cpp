@@ -171,7 +171,7 @@ TEST(PowerCutRecords, ARemovedRecordDoesNotComeBack) {
 }
 
 // The user's corners, and a Mac that has them.
-const json usersMac = {
+const json macOfTheUser = {
     {"preferences", {{"com.apple.dock", {{"wvous-tl-corner", 2}}}}},
     {"dock",
      {{"autoHide", false}, {"cornerActions", {2, 1, 1, 1}}, {"cornerModifiers", {0, 0, 0, 0}}}}};
@@ -179,7 +179,7 @@ const json usersMac = {
 TEST(PowerCutRecords, SuppressedCornersHaveASnapshotOnTheDisk) {
     using Owner = DockHotCornerLeaseOwner;
     forgetProcessWideValues();
-    const FollowedDirectory directory(usersMac);
+    const FollowedDirectory directory(macOfTheUser);
     const std::string path = directory.pathOf("record");
     const Record& hotCorners = *findRecord("State/hot-corners-snapshot.json");
     const DockHotCornerSnapshot users = DockHotCornerOverride::readCurrent("com.apple.dock");

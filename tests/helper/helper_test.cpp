@@ -18,7 +18,7 @@ namespace {
 
 using nlohmann::json;
 
-const json running = {
+const json runningTolvaran = {
     {"applications", json::array({{{"bundle", nullptr}, {"pid", 7}},
                                   {{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
 
@@ -48,7 +48,7 @@ TEST(Helper, BeginsWithEveryFieldEmpty) {
 }
 
 TEST(Helper, WithTolvaranRunningItWatchesAndRestoresNothing) {
-    HelperProcess process(running);
+    HelperProcess process(runningTolvaran);
     const auto helper = Helper::make();
     helper->start();
     EXPECT_EQ(process.takeLog(),
@@ -74,7 +74,7 @@ TEST(Helper, WithoutTolvaranItRestoresOnceAndWatchesNothing) {
 }
 
 TEST(Helper, AnInstanceThatIsFlaggedTerminatedIsNotRunning) {
-    HelperProcess process(running);
+    HelperProcess process(runningTolvaran);
     simulator::perform({{"terminated", 812}});
     const auto helper = Helper::make();
     helper->start();
@@ -98,7 +98,7 @@ TEST(Helper, TheSafetyTickComesEverySixtySeconds) {
 }
 
 TEST(Helper, TheTickSkipsWhileTolvaranRuns) {
-    HelperProcess process(running);
+    HelperProcess process(runningTolvaran);
     const auto helper = Helper::make();
     helper->start();
     process.takeLog();
@@ -169,7 +169,7 @@ TEST(Helper, ALaunchArmsTheWatchAndOtherApplicationsDoNot) {
 }
 
 TEST(Helper, ATerminationAloneRestoresNothing) {
-    HelperProcess process(running);
+    HelperProcess process(runningTolvaran);
     const auto helper = Helper::make();
     helper->start();
     process.takeLog();
@@ -194,7 +194,7 @@ TEST(Helper, WhenItIsGoneLaunchesAreIgnored) {
 }
 
 TEST(Helper, CarriesOnWithoutTheReconfigurationCallback) {
-    HelperProcess process(running);
+    HelperProcess process(runningTolvaran);
     simulator::addFault({{"call", "CGDisplayRegisterReconfigurationCallback"}, {"result", 1001}});
     const auto helper = Helper::make();
     helper->start();

@@ -17,18 +17,18 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* tolvaran = "com.morvelli.Tolvaran";
+constexpr const char* tolvaranBundle = "com.morvelli.Tolvaran";
 
 json applications(const std::vector<pid_t>& pids) {
     json list =
         json::array({{{"bundle", nullptr}, {"pid", 1}}, {{"bundle", "com.other"}, {"pid", 2}}});
     for (const pid_t pid : pids) {
-        list.push_back({{"bundle", tolvaran}, {"pid", pid}});
+        list.push_back({{"bundle", tolvaranBundle}, {"pid", pid}});
     }
     return {{"applications", list}};
 }
 
-json launch(pid_t pid, const char* bundle = tolvaran) {
+json launch(pid_t pid, const char* bundle = tolvaranBundle) {
     return {{"launch", {{"bundle", bundle}, {"pid", pid}}}};
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-json running(const std::vector<int>& pids) {
+json runningApplications(const std::vector<int>& pids) {
     json applications = json::array();
     for (const int pid : pids) {
         applications.push_back({{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}});
@@ -43,7 +43,7 @@ TEST(StepLog, TheRunningTestLeavesOutTheInstanceThatHasExited) {
         {{812, 900}, std::nullopt, 812},
     };
     for (const Case& c : cases) {
-        HelperProcess process(running(c.running));
+        HelperProcess process(runningApplications(c.running));
         EXPECT_EQ(StepLog("someStep", "safety-tick").mainAppIsRunning(c.exited),
                   c.found.has_value());
         const Lines expected = c.found

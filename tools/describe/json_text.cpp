@@ -7,7 +7,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int deepest = 60;  // levels; the document around it adds a few
+constexpr int deepestJSON = 60;  // levels; the document around it adds a few
 
 bool isOneLine(const json& value) {
     const bool isListOfTexts = value.is_array() && std::ranges::any_of(value, [](const json& part) {
@@ -40,7 +40,7 @@ std::string written(const json& value, const std::string& indent) {
 std::optional<json> parsed(std::string_view text) {
     bool isTooDeep = false;
     const auto watchDepth = [&](int depth, json::parse_event_t, json&) {
-        isTooDeep = isTooDeep || depth > deepest;
+        isTooDeep = isTooDeep || depth > deepestJSON;
         return !isTooDeep;
     };
     // The parser would take a zero byte for the end of the text.

@@ -16,7 +16,7 @@ using Form = std::optional<json>;
 
 constexpr const char* dataKey = "$data";
 constexpr const char* dateKey = "$date";
-constexpr int deepest = 50;  // a scenario must not be nested much deeper
+constexpr int deepestPropertyList = 50;  // a scenario must not be nested much deeper
 
 Form converted(CFTypeRef value, int depth);
 
@@ -83,7 +83,7 @@ Form object(CFDictionaryRef value, int depth) {
 }
 
 Form converted(CFTypeRef value, int depth) {
-    if (value == nullptr || depth > deepest) {
+    if (value == nullptr || depth > deepestPropertyList) {
         return std::nullopt;
     }
     const CFTypeID type = CFGetTypeID(value);

@@ -23,7 +23,7 @@ const std::string snapshotText =
     R"({"blCorner":3,"liveActions":[5,2,3,13],"liveModifiers":[0,0,0,0],"tlCorner":5})";
 
 const std::string holdReleased = "info: restoreHotCorners [cold-start]: screen saver hold released";
-const std::string applying = "info: restoreHotCorners [cold-start]: applying snapshot";
+const std::string applyingCorners = "info: restoreHotCorners [cold-start]: applying snapshot";
 const std::string applied = "info: restoreHotCorners [cold-start]: snapshot applied + deleted";
 
 /// A Mac whose corners are suppressed.
@@ -66,7 +66,7 @@ TEST_F(RestoreHotCorners, WithoutFilesDoesNothing) {
 TEST_F(RestoreHotCorners, ReleasesTheHoldBeforeItAppliesTheSnapshot) {
     write(holdFile, "1");
     write(snapshotFile, snapshotText);
-    EXPECT_EQ(run(), (Lines{holdReleased, applying, applied}));
+    EXPECT_EQ(run(), (Lines{holdReleased, applyingCorners, applied}));
     EXPECT_EQ(postedNames(), (Lines{"com.apple.screensaver.action", "com.apple.dock.prefchanged",
                                     "com.apple.dock.hotcorner.updated"}));
     EXPECT_EQ(callNames().front(), "CFNotificationCenterPostNotification");
@@ -93,7 +93,7 @@ TEST_F(RestoreHotCorners, AppliesTheSnapshotAlsoWhenTheHoldsMarkerStays) {
     EXPECT_EQ(run(),
               (Lines{"warn: screen-saver hot-corner hold marker could not be removed (remove " +
                          state(holdFile) + ": Is a directory)",
-                     applying, applied}));
+                     applyingCorners, applied}));
     EXPECT_EQ(postedNames().front(), "com.apple.screensaver.action");
     expectRestoredCorners();
     EXPECT_EQ(run().size(), 1U);
@@ -103,7 +103,7 @@ TEST_F(RestoreHotCorners, AppliesTheSnapshotAlsoWhenTheHoldsMarkerStays) {
 TEST_F(RestoreHotCorners, KeepsASnapshotThatItCannotRestore) {
     write(snapshotFile, snapshotText);
     simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
-    const Lines failing = {applying,
+    const Lines failing = {applyingCorners,
                            "warn: hot-corner restoreIfPending: CFPreferencesAppSynchronize failed; "
                            "snapshot kept at " +
                                state(snapshotFile) + " for retry"};
@@ -111,21 +111,21 @@ TEST_F(RestoreHotCorners, KeepsASnapshotThatItCannotRestore) {
     EXPECT_EQ(run(), failing);
     EXPECT_EQ(read(snapshotFile), snapshotText);
     simulator::clearFaults();
-    EXPECT_EQ(run(), (Lines{applying, applied}));
+    EXPECT_EQ(run(), (Lines{applyingCorners, applied}));
     expectRestoredCorners();
 }
 
 TEST_F(RestoreHotCorners, KeepsWhatItCannotRead) {
     write(snapshotFile, "{");
-    EXPECT_EQ(run(), (Lines{applying, "warn: hot-corner snapshot at " + state(snapshotFile) +
-                                          " failed to decode: invalid JSON at byte 2"}));
+    EXPECT_EQ(run(), (Lines{applyingCorners, "warn: hot-corner snapshot at " + state(snapshotFile) +
+                                                 " failed to decode: invalid JSON at byte 2"}));
     EXPECT_EQ(read(snapshotFile), "{");
     EXPECT_EQ(callNames(), Lines{});
 }
 
 TEST_F(RestoreHotCorners, SaysNoMoreAboutADirectoryInTheSnapshotsPlace) {
     std::filesystem::create_directories(state(snapshotFile));
-    EXPECT_EQ(run(), Lines{applying});
+    EXPECT_EQ(run(), Lines{applyingCorners});
     EXPECT_EQ(callNames(), Lines{});
 }
 
@@ -180,7 +180,7 @@ TEST_F(RestoreHotCorners, SaysNothingOfFilesThatItMayNotLookAt) {
     EXPECT_EQ(run(), Lines{});
     EXPECT_EQ(callNames(), Lines{});
     simulator::clearFaults();
-    EXPECT_EQ(run(), (Lines{holdReleased, applying, applied}));
+    EXPECT_EQ(run(), (Lines{holdReleased, applyingCorners, applied}));
     expectRestoredCorners();
 }
 

@@ -14,7 +14,7 @@ using Json = nlohmann::json;
 using Snapshot = MenuBarAutohideSnapshot;
 
 const std::string fileName = "menubar-state.json";
-const std::string applying = "info: restoreMenuBar [cold-start]: applying snapshot";
+const std::string applyingMenuBar = "info: restoreMenuBar [cold-start]: applying snapshot";
 const std::string applyFailed =
     "warn: restoreMenuBar [cold-start]: CGS apply failed; snapshot kept";
 const std::string deleted = "info: restoreMenuBar [cold-start]: snapshot deleted";
@@ -33,7 +33,9 @@ class RestoreMenuBar : public StepTest {
         start(mac);
         write(fileName, content);
     }
-    void arrange(const Json& mac, const Snapshot& snapshot) { arrange(mac, json::write(snapshot)); }
+    void arrange(const Json& mac, const Snapshot& snapshot) {
+        arrange(mac, tolvaran::json::write(snapshot));
+    }
 
     /// The file's content; none if there is no file.
     std::optional<std::string> file() const { return read(fileName); }
@@ -64,7 +66,7 @@ TEST_F(RestoreMenuBar, LeavesEverythingToARunningTolvaran) {
     arrange(whileTolvaranRuns(812, macOfHere), ofRecords({here}));
     EXPECT_EQ(run("proc-exit", 811), Lines{skips("proc-exit", 812)});
     EXPECT_EQ(callLines(), Lines{});
-    EXPECT_EQ(file(), json::write(ofRecords({here})));
+    EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
 }
 
 TEST_F(RestoreMenuBar, DoesNotTakeTheExitedInstanceForARunningOne) {
@@ -76,39 +78,39 @@ TEST_F(RestoreMenuBar, DoesNotTakeTheExitedInstanceForARunningOne) {
 
 TEST_F(RestoreMenuBar, DeletesASnapshotThatIsWhollyRestored) {
     arrange(macOfHere, ofRecords({here}));
-    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, deleted}));
     EXPECT_EQ(callLines(), appliesGlobal(false, true) + putsBack(7, true));
     EXPECT_EQ(file(), std::nullopt);
 }
 
 TEST_F(RestoreMenuBar, RestoresAnEmptySnapshot) {
     arrange(macOfHere, "{}");
-    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, deleted}));
     EXPECT_EQ(callLines(), appliesGlobal(std::nullopt, std::nullopt));
     EXPECT_EQ(file(), std::nullopt);
 }
 
 TEST_F(RestoreMenuBar, KeepsEveryRecordWhileOneIsUnsettled) {
     arrange(macOfHere, ofRecords({here, away}));
-    EXPECT_EQ(run(), (Lines{applying, kept(1)}));
-    EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, true)));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, kept(1)}));
+    EXPECT_EQ(file(), tolvaran::json::write(flagged(ofRecords({here, away}), true, true)));
 }
 
 TEST_F(RestoreMenuBar, KeepsTheGlobalPreferencesWhenTheyFail) {
     arrange(macOfHere, ofRecords({here, away}));
     simulator::addFault({{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}});
-    EXPECT_EQ(run(),
-              (Lines{applying, "warn: CGSSetMenuBarAutohideEnabled returned 1000", applyFailed}));
-    EXPECT_EQ(file(), json::write(ofRecords({here, away})));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, "warn: CGSSetMenuBarAutohideEnabled returned 1000",
+                            applyFailed}));
+    EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here, away})));
 }
 
 TEST_F(RestoreMenuBar, DropsFlagsThatSayNothing) {
     arrange(macOfHere, flagged(ofRecords({here}), false, std::nullopt));
     simulator::addFault({{"call", "CFPreferencesSynchronize"}, {"result", false}});
-    EXPECT_EQ(run(),
-              (Lines{applying, "warn: CFPreferencesSynchronize returned false for menu bar prefs",
-                     applyFailed, kept(0)}));
-    EXPECT_EQ(file(), json::write(ofRecords({here})));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar,
+                            "warn: CFPreferencesSynchronize returned false for menu bar prefs",
+                            applyFailed, kept(0)}));
+    EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
 }
 
 TEST_F(RestoreMenuBar, KeepsEverythingWhereDisplaysCannotBeHandled) {
@@ -116,15 +118,16 @@ TEST_F(RestoreMenuBar, KeepsEverythingWhereDisplaysCannotBeHandled) {
     mac["unavailable"] = {"SkyLight"};
     arrange(mac, ofRecords({here, away}));
     const std::string unavailable = "warn: " + unavailableWarning;
-    EXPECT_EQ(run(), (Lines{applying, unavailable, applyFailed, kept(2)}));
-    EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, unavailable, applyFailed, kept(2)}));
+    EXPECT_EQ(file(), tolvaran::json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
     // The functions are looked up once, so the next run does not warn of them again.
-    EXPECT_EQ(run(), (Lines{applying, applyFailed}));
-    EXPECT_EQ(file(), json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, applyFailed}));
+    EXPECT_EQ(file(), tolvaran::json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
 }
 
 TEST_F(RestoreMenuBar, WaitsInSilenceForAbsentDisplays) {
-    const std::string content = json::write(flagged(ofRecords({away}), true, true)) + "\n";
+    const std::string content =
+        tolvaran::json::write(flagged(ofRecords({away}), true, true)) + "\n";
     arrange(macOfHere, content);
     EXPECT_EQ(run(), Lines{});
     EXPECT_EQ(callLines(), Lines{});
@@ -144,14 +147,14 @@ TEST_F(RestoreMenuBar, SaysWhenTheSnapshotCannotBeDeleted) {
     simulator::addFault({{"call", "unlink"}, {"result", "EPERM"}, {"times", 1}});
     const Lines log = run();
     ASSERT_EQ(log.size(), 3U);
-    EXPECT_EQ(log[0], applying);
+    EXPECT_EQ(log[0], applyingMenuBar);
     EXPECT_EQ(log[1].rfind(
                   "warn: menu bar snapshot at " + state(fileName) + " could not be deleted: ", 0),
               0U)
         << log[1];
     EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: snapshot could not be deleted");
-    EXPECT_EQ(file(), json::write(ofRecords({here})));
-    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, deleted}));
 }
 
 TEST_F(RestoreMenuBar, SaysWhenPendingRecordsCannotBeSaved) {
@@ -159,11 +162,11 @@ TEST_F(RestoreMenuBar, SaysWhenPendingRecordsCannotBeSaved) {
     simulator::addFault({{"call", "rename"}, {"result", "ENOSPC"}, {"times", 1}});
     const Lines log = run();
     ASSERT_EQ(log.size(), 3U);
-    EXPECT_EQ(log[0], applying);
+    EXPECT_EQ(log[0], applyingMenuBar);
     EXPECT_EQ(log[1].rfind("warn: Failed to write menu bar snapshot: ", 0), 0U) << log[1];
     EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: pending records could not be saved");
-    EXPECT_EQ(file(), json::write(ofRecords({here, away})));
-    EXPECT_EQ(run(), (Lines{applying, kept(1)}));
+    EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here, away})));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, kept(1)}));
 }
 
 TEST_F(RestoreMenuBar, DropsARecordWhoseDisplayAnotherRecordOwns) {
@@ -171,7 +174,7 @@ TEST_F(RestoreMenuBar, DropsARecordWhoseDisplayAnotherRecordOwns) {
     older.portUUID = port(5);
     older.enabled = false;
     arrange(macOfHere, ofRecords({here, older}));
-    EXPECT_EQ(run(), (Lines{applying, deleted}));
+    EXPECT_EQ(run(), (Lines{applyingMenuBar, deleted}));
     EXPECT_EQ(callLines(), appliesGlobal(false, true) + putsBack(7, true));
     EXPECT_EQ(file(), std::nullopt);
 }
@@ -201,8 +204,9 @@ class RestoreMenuBarRuns : public RestoreMenuBar {
             }
             EXPECT_EQ(run(), expected.log) << expected.name;
             EXPECT_EQ(takeCalls(), expected.calls) << expected.name;
-            EXPECT_EQ(file(), expected.remaining ? std::optional(json::write(*expected.remaining))
-                                                 : std::nullopt)
+            EXPECT_EQ(file(), expected.remaining
+                                  ? std::optional(tolvaran::json::write(*expected.remaining))
+                                  : std::nullopt)
                 << expected.name;
         }
     }
@@ -231,7 +235,7 @@ TEST_F(RestoreMenuBarRuns, GlobalsAreRestoredOnceAndDisplaysAsTheyCome) {
         {"one display of three",
          {},
          {},
-         {applying, kept(2)},
+         {applyingMenuBar, kept(2)},
          appliesGlobal(false, true) + putsBack(7, true),
          pendingOnly},
         {"nothing new", {}, {}, {}, putsBack(7, true), pendingOnly},
@@ -245,11 +249,17 @@ TEST_F(RestoreMenuBarRuns, GlobalsAreRestoredOnceAndDisplaysAsTheyCome) {
         {"it refuses again, after the user has hidden the menu bar",
          {usersChange},
          {refusal},
-         {applying, "warn: SLSSetMenuBarVisibilityOverrideOnDisplay returned 1000 for display 8",
+         {applyingMenuBar,
+          "warn: SLSSetMenuBarVisibilityOverrideOnDisplay returned 1000 for display 8",
           applyFailed},
          putsBack(7, true) + Lines{setsOverride(8, true, 1000)},
          pending},
-        {"it goes", {disconnects(8)}, {}, {applying, kept(2)}, putsBack(7, true), pendingOnly},
+        {"it goes",
+         {disconnects(8)},
+         {},
+         {applyingMenuBar, kept(2)},
+         putsBack(7, true),
+         pendingOnly},
         {"it comes back and accepts, and the first one goes",
          {connects(display(8, 2, 2, false)), disconnects(7)},
          {},
@@ -278,19 +288,19 @@ TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainUntilTheyAreBack) {
         {"refused",
          {},
          {refusal},
-         {applying, refused, applyFailed},
+         {applyingMenuBar, refused, applyFailed},
          appliesGlobal(false, true, false) + putsBack(7, true),
          whole},
         {"refused without any display",
          {disconnects(7)},
          {refusal},
-         {applying, refused, applyFailed},
+         {applyingMenuBar, refused, applyFailed},
          appliesGlobal(false, true, false),
          whole},
         {"accepted without any display",
          {},
          {},
-         {applying, kept(2)},
+         {applyingMenuBar, kept(2)},
          appliesGlobal(false, true),
          flagged(whole, true, true)},
         {"the displays come",
@@ -310,13 +320,13 @@ TEST_F(RestoreMenuBarRuns, GlobalsThatFailAreTriedAgainAfterTheDisplaysAreBack) 
         {"refused",
          {},
          {{{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}}},
-         {applying, "warn: CGSSetMenuBarAutohideEnabled returned 1000", applyFailed},
+         {applyingMenuBar, "warn: CGSSetMenuBarAutohideEnabled returned 1000", applyFailed},
          appliesGlobal(false, true, true, 1000) + putsBack(7, true),
          whole},
         {"accepted",
          {},
          {},
-         {applying, deleted},
+         {applyingMenuBar, deleted},
          appliesGlobal(false, true) + putsBack(7, true),
          std::nullopt},
     });

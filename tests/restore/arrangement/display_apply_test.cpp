@@ -15,6 +15,7 @@
 
 #include "restore/paths/restore_log.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/infinity.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -229,7 +230,6 @@ TEST_P(DisplayApplyDeathTest, StopsTheProgramAndSaysWhy) {
     EXPECT_EQ(callLines(), Lines{});
 }
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 INSTANTIATE_TEST_SUITE_P(
@@ -273,40 +273,40 @@ TEST(HardwarePosition, IsComparedMemberByMember) {
     EXPECT_FALSE(position(1, 2, 3) == position(1, 2, 9));
 }
 
-DisplayFrame display(CGDirectDisplayID displayID, CGRect frame) {
-    return {.displayID = displayID, .frame = frame};
+DisplayFrame frame(CGDirectDisplayID displayID, CGRect bounds) {
+    return {.displayID = displayID, .frame = bounds};
 }
 
 TEST(StackedFallback, PutsTheOthersToTheRightOfTheMainDisplay) {
-    const std::vector<DisplayFrame> displays{display(1, CGRectMake(0, 0, 1920, 1080)),
-                                             display(2, CGRectMake(1920, 1080, 1280, 800)),
-                                             display(3, CGRectMake(3200, 1880, 2560, 1440))};
+    const std::vector<DisplayFrame> displays{frame(1, CGRectMake(0, 0, 1920, 1080)),
+                                             frame(2, CGRectMake(1920, 1080, 1280, 800)),
+                                             frame(3, CGRectMake(3200, 1880, 2560, 1440))};
     EXPECT_EQ(DisplayApply::stackedFallbackPositions(displays, 1),
               (Positions{position(1, 0, 0), position(2, 1920, 0), position(3, 3200, 0)}));
 }
 
 TEST(StackedFallback, KeepsTheListsOrderWhereverTheMainDisplayStands) {
-    const std::vector<DisplayFrame> displays{display(3, CGRectMake(-2560, -1440, 2560, 1440)),
-                                             display(2, CGRectMake(1920, 1080, 1280, 800)),
-                                             display(1, CGRectMake(0, 0, 1920, 1080))};
+    const std::vector<DisplayFrame> displays{frame(3, CGRectMake(-2560, -1440, 2560, 1440)),
+                                             frame(2, CGRectMake(1920, 1080, 1280, 800)),
+                                             frame(1, CGRectMake(0, 0, 1920, 1080))};
     EXPECT_EQ(DisplayApply::stackedFallbackPositions(displays, 1),
               (Positions{position(3, 1920, 0), position(2, 4480, 0), position(1, 0, 0)}));
 }
 
 TEST(StackedFallback, TheRowIsAtZeroEvenWhenTheMainDisplayIsNot) {
-    const std::vector<DisplayFrame> displays{display(1, CGRectMake(-100, 50, 800, 600)),
-                                             display(2, CGRectMake(700, 650, 1280, 800))};
+    const std::vector<DisplayFrame> displays{frame(1, CGRectMake(-100, 50, 800, 600)),
+                                             frame(2, CGRectMake(700, 650, 1280, 800))};
     EXPECT_EQ(DisplayApply::stackedFallbackPositions(displays, 1),
               (Positions{position(1, -100, 50), position(2, 700, 0)}));
 }
 
 TEST(StackedFallback, TheMainDisplayAloneStaysWhereItIs) {
-    EXPECT_EQ(DisplayApply::stackedFallbackPositions({display(1, CGRectMake(5, 6, 800, 600))}, 1),
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions({frame(1, CGRectMake(5, 6, 800, 600))}, 1),
               Positions{position(1, 5, 6)});
 }
 
 TEST(StackedFallback, IsEmptyWithoutTheMainDisplay) {
-    EXPECT_EQ(DisplayApply::stackedFallbackPositions({display(1, CGRectMake(0, 0, 800, 600))}, 2),
+    EXPECT_EQ(DisplayApply::stackedFallbackPositions({frame(1, CGRectMake(0, 0, 800, 600))}, 2),
               Positions{});
     EXPECT_EQ(DisplayApply::stackedFallbackPositions({}, 0), Positions{});
 }

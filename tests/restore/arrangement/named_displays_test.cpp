@@ -18,7 +18,7 @@ using IDs = std::vector<CGDirectDisplayID>;
 constexpr const char* uuid1 = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
 constexpr const char* uuid2 = "11111111-2222-3333-4444-55555555ABCD";
 
-json display(CGDirectDisplayID id, std::uint32_t serial, const std::string& portUUID = uuid1) {
+json displayWith(CGDirectDisplayID id, std::uint32_t serial, const std::string& portUUID = uuid1) {
     return {{"id", id},         {"vendor", 10},         {"model", 20},
             {"serial", serial}, {"portUUID", portUUID}, {"frame", {100 * id, 0, 100, 100}}};
 }
@@ -26,7 +26,7 @@ json display(CGDirectDisplayID id, std::uint32_t serial, const std::string& port
 json displays(CGDirectDisplayID count) {
     json result = json::array();
     for (CGDirectDisplayID id = count; id > 0; --id) {
-        result.push_back(display(id, id));
+        result.push_back(displayWith(id, id));
     }
     return result;
 }
@@ -76,7 +76,7 @@ TEST_F(NamedDisplaysTest, NoDisplaysAndAFailingCallGiveNone) {
 }
 
 TEST_F(NamedDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
-    arrange(json::array({display(3, 5), display(1, 4)}));
+    arrange(json::array({displayWith(3, 5), displayWith(1, 4)}));
     EXPECT_EQ(namesOf({3, 1}), (Lines{"HW-10-20-5", "HW-10-20-4"}));
     EXPECT_EQ(namesOf({1, 3}), (Lines{"HW-10-20-4", "HW-10-20-5"}));
     EXPECT_EQ(namesOf({}), Lines());
@@ -85,13 +85,13 @@ TEST_F(NamedDisplaysTest, CanonicalIDsAreTheDisplayUUIDsWithoutPreferences) {
 
 TEST_F(NamedDisplaysTest, CanonicalIDsAreFoldedThroughTheAliasMap) {
     writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-5"]}]})");
-    arrange(json::array({display(3, 5), display(1, 4)}));
+    arrange(json::array({displayWith(3, 5), displayWith(1, 4)}));
     EXPECT_EQ(namesOf({3, 1}), (Lines{"main", "HW-10-20-4"}));
 }
 
 TEST_F(NamedDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
     writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(uuid1) + R"("]}]})");
-    arrange(json::array({display(3, 5, uuid1), display(1, 5, uuid2)}));
+    arrange(json::array({displayWith(3, 5, uuid1), displayWith(1, 5, uuid2)}));
     EXPECT_EQ(namesOf({3, 1}), (Lines{"left", uuid2}));
     const std::string line =
         "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
@@ -114,9 +114,9 @@ TEST_F(NamedDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
 
 TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
     writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-4"]}]})");
-    json withoutHardware = display(2, 5, uuid2);
+    json withoutHardware = displayWith(2, 5, uuid2);
     withoutHardware["vendor"] = 0;
-    arrange(json::array({display(3, 4), withoutHardware}));
+    arrange(json::array({displayWith(3, 4), withoutHardware}));
     std::vector<NamedDisplay> named = nameDisplays({3, 2});
     std::vector<NamedDisplay> expected{{.displayID = 3,
                                         .fingerprintID = "HW-10-20-4",
@@ -135,7 +135,7 @@ TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
 }
 
 TEST_F(NamedDisplaysTest, ATwinKeepsItsFingerprint) {
-    arrange(json::array({display(3, 4), display(2, 4, uuid2)}));
+    arrange(json::array({displayWith(3, 4), displayWith(2, 4, uuid2)}));
     for (const NamedDisplay& display : nameDisplays({3, 2})) {
         EXPECT_EQ(display.fingerprintID, "HW-10-20-4");
         EXPECT_EQ(display.uuid, display.portUUID);
@@ -143,7 +143,7 @@ TEST_F(NamedDisplaysTest, ATwinKeepsItsFingerprint) {
 }
 
 TEST_F(NamedDisplaysTest, TheHardwareOfEachIsReadOnce) {
-    arrange(json::array({display(7, 30), display(8, 30, uuid2), display(9, 0)}));
+    arrange(json::array({displayWith(7, 30), displayWith(8, 30, uuid2), displayWith(9, 0)}));
     std::map<std::string, int> calls;
     simulator::decideCalls([&](const std::string& function) {
         ++calls[function];

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "restore/arrangement/formats.hpp"
+#include "tests/support/infinity.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -13,8 +14,6 @@ namespace {
 
 using Arrangements = std::map<std::string, std::vector<OriginalsEntry>>;
 using Mapping = std::map<std::string, std::string>;
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 OriginalsFile file(Arrangements arrangements) {
     return {.version = 2, .arrangements = std::move(arrangements)};
@@ -195,12 +194,13 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
         {"no arrangements", {{"A", "Z"}}, {}, {}, ""},
     };
     for (const Migration& c : cases) {
-        const std::string before =
-            nlohmann::json::parse(json::write(file(c.before))).dump(1);  // never written so by us
+        const std::string before = nlohmann::json::parse(tolvaran::json::write(file(c.before)))
+                                       .dump(1);  // never written so by us
         writeFile(path_, before);
         OriginalsStore::migrateUUIDs(c.mapping, path_);
         const bool changes = !c.mappingText.empty();
-        EXPECT_EQ(readFile(path_), changes ? json::write(file(c.after)) : before) << c.what;
+        EXPECT_EQ(readFile(path_), changes ? tolvaran::json::write(file(c.after)) : before)
+            << c.what;
         EXPECT_EQ(takeLog(),
                   changes ? Lines{"info: Migrated originals UUIDs: " + c.mappingText} : Lines())
             << c.what;

@@ -14,9 +14,9 @@ using repair_attempts::mayTry;
 using repair_attempts::mayTryRow;
 using repair_attempts::noteAttempt;
 using repair_attempts::Verdict;
-using Arrangement = std::vector<HardwarePosition>;
+using Positions = std::vector<HardwarePosition>;
 
-Arrangement at(double x) {
+Positions at(double x) {
     return {{.displayID = 2, .origin = CGPointMake(x, 0)}};
 }
 
@@ -25,7 +25,7 @@ class RepairAttemptsTest : public ProcessTest {
     RepairAttemptsTest() { repair_attempts::beginCheck({1, 2}); }
 
     /// Moves the displays there until the arrangement is left alone.
-    static void exhaust(const Arrangement& arrangement) {
+    static void exhaust(const Positions& arrangement) {
         EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::goOn);
         EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::goOn);
         EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::leaveThisOne);

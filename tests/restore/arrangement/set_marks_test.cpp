@@ -9,24 +9,23 @@
 #include <tuple>
 
 #include "restore/arrangement/formats.hpp"
+#include "tests/support/infinity.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
-using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
+using MarkedLayouts = std::map<std::string, std::vector<MarkedLayout>>;
 using Mapping = std::map<std::string, std::string>;
 using Origins = std::map<std::string, CGPoint>;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-
-const OriginalsEntry a1{.uuid = "A", .x = 1, .y = 2};
-const OriginalsEntry b3{.uuid = "B", .x = 3, .y = 4};
-const OriginalsEntry c5{.uuid = "C", .x = 5, .y = 6};
+const OriginalsEntry markedA{.uuid = "A", .x = 1, .y = 2};
+const OriginalsEntry markedB{.uuid = "B", .x = 3, .y = 4};
+const OriginalsEntry markedC{.uuid = "C", .x = 5, .y = 6};
 const OriginalsEntry z1{.uuid = "Z", .x = 1, .y = 2};
-const MarkedLayout ab = {a1, b3};
-const MarkedLayout ba = {b3, a1};
-const MarkedLayout onlyC = {c5};
+const MarkedLayout ab = {markedA, markedB};
+const MarkedLayout ba = {markedB, markedA};
+const MarkedLayout onlyC = {markedC};
 
 /// What a file holds, written as nobody here writes it, so that a rewrite shows.
 std::string indented(const std::string& text) {
@@ -190,7 +189,8 @@ TEST_P(SetMarksTest, MigrationWithAnEmptyMappingDoesNotReadTheFile) {
 class SeparatedSetsStoreTest : public ::testing::Test, protected SimulatedProcess {
   protected:
     void store(const std::vector<std::string>& signatures) {
-        writeFile(marks_, indented(json::write(SeparatedSetsFile{.signatures = signatures})));
+        writeFile(marks_,
+                  indented(tolvaran::json::write(SeparatedSetsFile{.signatures = signatures})));
     }
 
     const std::string marks_ = state("marks.json");
@@ -233,7 +233,7 @@ TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
     for (const auto& [mapping, before, after] : cases) {
         store(before);
         SeparatedSetsStore::migrateCanonicalIDs(mapping, marks_);
-        EXPECT_EQ(readFile(marks_), json::write(SeparatedSetsFile{.signatures = after}));
+        EXPECT_EQ(readFile(marks_), tolvaran::json::write(SeparatedSetsFile{.signatures = after}));
         EXPECT_EQ(takeLog().size(), 1U);
     }
 }
@@ -243,7 +243,7 @@ TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
 struct LayoutStore {
     std::string kind;
     std::int64_t version;
-    std::function<Arrangements(const std::string&)> load;
+    std::function<MarkedLayouts(const std::string&)> load;
     std::function<std::vector<MarkedLayout>(const std::string&, const std::string&)> candidates;
     std::function<void(const std::string&, const MarkedLayout&, const std::string&)> premark;
     std::function<void(const std::string&, const MarkedLayout&, const std::string&)> mark;
@@ -282,13 +282,13 @@ const std::vector<LayoutStore>& layoutStores() {
 class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>,
                             protected SimulatedProcess {
   protected:
-    std::string text(const Arrangements& arrangements) const {
-        return R"({"arrangements":)" + json::write(arrangements) + R"(,"version":)" +
+    std::string text(const MarkedLayouts& arrangements) const {
+        return R"({"arrangements":)" + tolvaran::json::write(arrangements) + R"(,"version":)" +
                std::to_string(GetParam().version) + "}";
     }
 
     /// Writes a file with these layouts as nobody here writes it. @return the file's content
-    std::string store(const Arrangements& arrangements) const {
+    std::string store(const MarkedLayouts& arrangements) const {
         const std::string content = indented(text(arrangements));
         writeFile(marks_, content);
         return content;
@@ -305,7 +305,7 @@ TEST_P(LayoutSetsStoreTest, WritesSortedKeysAndItsOwnVersion) {
     EXPECT_EQ(readFile(marks_), R"({"arrangements":{"A,B":[[{"uuid":"B","x":3,"y":4},)"
                                 R"({"uuid":"A","x":1,"y":2}]]},"version":)" +
                                     std::to_string(GetParam().version) + "}");
-    EXPECT_EQ(GetParam().load(marks_), (Arrangements{{"A,B", {ba}}}));
+    EXPECT_EQ(GetParam().load(marks_), (MarkedLayouts{{"A,B", {ba}}}));
     EXPECT_EQ(takeLog(), Lines());
 }
 
@@ -313,7 +313,7 @@ TEST_P(LayoutSetsStoreTest, PremarkingCollectsDifferentLayouts) {
     GetParam().premark("A,B", ab, marks_);
     GetParam().premark("C", onlyC, marks_);
     GetParam().premark("A,B", ba, marks_);  // another order is another layout
-    EXPECT_EQ(GetParam().load(marks_), (Arrangements{{"A,B", {ab, ba}}, {"C", {onlyC}}}));
+    EXPECT_EQ(GetParam().load(marks_), (MarkedLayouts{{"A,B", {ab, ba}}, {"C", {onlyC}}}));
     EXPECT_EQ(GetParam().candidates("A,B", marks_), (std::vector{ab, ba}));
     EXPECT_EQ(GetParam().candidates("A", marks_), std::vector<MarkedLayout>());
 }
@@ -341,7 +341,7 @@ TEST_P(LayoutSetsStoreTest, MarkingReplacesThePremarks) {
     GetParam().premark("A,B", ba, marks_);
     GetParam().premark("C", onlyC, marks_);
     GetParam().mark("A,B", ba, marks_);
-    EXPECT_EQ(GetParam().load(marks_), (Arrangements{{"A,B", {ba}}, {"C", {onlyC}}}));
+    EXPECT_EQ(GetParam().load(marks_), (MarkedLayouts{{"A,B", {ba}}, {"C", {onlyC}}}));
     store({{"A,B", {ba}}});
     GetParam().mark("A,B", ba, marks_);
     EXPECT_EQ(readFile(marks_), text({{"A,B", {ba}}}));  // also when it is there already
@@ -371,15 +371,15 @@ TEST_P(LayoutSetsStoreTest, WhatCannotBeEncodedLeavesTheOldFile) {
 }
 
 TEST_P(LayoutSetsStoreTest, LoadsWhatIsStoredHoweverOdd) {
-    const Arrangements cases[] = {
+    const MarkedLayouts cases[] = {
         {{"A", {}}},
         {{"A", {{}}}},
         {{"wrong", {ab}}},
         {{"", {{{.uuid = "", .x = 0, .y = 0}}}}},
-        {{"A", {{a1, a1}, {a1, {.uuid = "A", .x = 8, .y = 9}}}}},
+        {{"A", {{markedA, markedA}, {markedA, {.uuid = "A", .x = 8, .y = 9}}}}},
         {{"A", {{{.uuid = "A", .x = 1e308, .y = -2147483649}}}}},
     };
-    for (const Arrangements& arrangements : cases) {
+    for (const MarkedLayouts& arrangements : cases) {
         store(arrangements);
         EXPECT_EQ(GetParam().load(marks_), arrangements) << text(arrangements);
     }
@@ -410,13 +410,16 @@ TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
         {"other displays do not count", {onlyC}, {{"A", {0, 0}}, {"C", {5, 6}}}, true},
         {"a display is not there", {ab}, {{"A", {1, 2}}}, false},
         {"nothing is there", {ab}, {}, false},
-        {"the next layout is tried", {{{.uuid = "Q", .x = 1, .y = 2}}, {c5}, ab}, inPlace, true},
-        {"no layout matches", {{c5}, {{.uuid = "A", .x = 100, .y = 2}}}, inPlace, false},
+        {"the next layout is tried",
+         {{{.uuid = "Q", .x = 1, .y = 2}}, {markedC}, ab},
+         inPlace,
+         true},
+        {"no layout matches", {{markedC}, {{.uuid = "A", .x = 100, .y = 2}}}, inPlace, false},
         {"an empty layout", {{}}, inPlace, false},
         {"an empty layout is passed over", {{}, ab}, inPlace, true},
         {"no layouts", {}, inPlace, false},
         {"a display named twice, once wrongly",
-         {{a1, {.uuid = "A", .x = 9, .y = 9}}},
+         {{markedA, {.uuid = "A", .x = 9, .y = 9}}},
          inPlace,
          false},
         {"far out", {{{.uuid = "A", .x = 1e308, .y = -1e308}}}, {{"A", {-1e308, 1e308}}}, false},
@@ -443,8 +446,8 @@ TEST_P(LayoutSetsStoreTest, MigrationFormsTheKeyFromTheEntries) {
     GetParam().migrate({{"P", "Q"}}, marks_);
     EXPECT_EQ(
         GetParam().load(marks_),
-        (Arrangements{{comma + ",Q",
-                       {{}, {{.uuid = "Q", .x = 1, .y = 2}, {.uuid = comma, .x = 3, .y = 4}}}}}));
+        (MarkedLayouts{{comma + ",Q",
+                        {{}, {{.uuid = "Q", .x = 1, .y = 2}, {.uuid = comma, .x = 3, .y = 4}}}}}));
     GetParam().migrate({{comma, "A"}}, marks_);
     EXPECT_TRUE(GetParam().load(marks_).contains("A,Q"));
 }
@@ -453,25 +456,28 @@ TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
     struct Case {
         std::string what;
         Mapping mapping;
-        Arrangements before;
-        Arrangements after;
+        MarkedLayouts before;
+        MarkedLayouts after;
     };
     const OriginalsEntry b1{.uuid = "B", .x = 1, .y = 2};
     const OriginalsEntry a3{.uuid = "A", .x = 3, .y = 4};
     const Case cases[] = {
-        {"one display", {{"A", "Z"}}, {{"A,B", {ab, ba}}}, {{"B,Z", {{z1, b3}, {b3, z1}}}}},
-        {"two displays become one", {{"B", "A"}}, {{"A,B", {ab, ba}}}, {{"A", {{a1}, {a3}}}}},
+        {"one display",
+         {{"A", "Z"}},
+         {{"A,B", {ab, ba}}},
+         {{"B,Z", {{z1, markedB}, {markedB, z1}}}}},
+        {"two displays become one", {{"B", "A"}}, {{"A,B", {ab, ba}}}, {{"A", {{markedA}, {a3}}}}},
         {"an exchange", {{"A", "B"}, {"B", "A"}}, {{"A,B", {ab}}}, {{"A,B", {{b1, a3}}}}},
         {"two signatures become one",
          {{"B", "A"}},
-         {{"A", {{a1}}}, {"B", {{b3}}}},
-         {{"A", {{a1}}}}},
+         {{"A", {{markedA}}}, {"B", {{markedB}}}},
+         {{"A", {{markedA}}}}},
         {"the first met of two stays", {{"A", "C"}}, {{"A", {}}, {"C", {onlyC}}}, {{"C", {}}}},
         {"an unsorted signature", {{"Q", "Z"}}, {{"B,A", {ab}}}, {{"A,B", {ab}}}},
-        {"a signature that disagrees", {{"A", "Z"}}, {{"C", {{a1}}}}, {{"C", {{z1}}}}},
-        {"a layout that disagrees", {{"C", "Z"}}, {{"C", {{a1}}}}, {{"Z", {{a1}}}}},
+        {"a signature that disagrees", {{"A", "Z"}}, {{"C", {{markedA}}}}, {{"C", {{z1}}}}},
+        {"a layout that disagrees", {{"C", "Z"}}, {{"C", {{markedA}}}}, {{"Z", {{markedA}}}}},
         {"an empty layout stays", {{"A", "Z"}}, {{"A", {{}}}}, {{"Z", {{}}}}},
-        {"a display named twice", {{"Q", "Z"}}, {{"A", {{a1, a3}}}}, {{"A", {{a1}}}}},
+        {"a display named twice", {{"Q", "Z"}}, {{"A", {{markedA, a3}}}}, {{"A", {{markedA}}}}},
     };
     for (const Case& c : cases) {
         store(c.before);

@@ -36,8 +36,8 @@ const std::string fullText =
 
 std::string decodingError(const std::string& text) {
     try {
-        json::read<Snapshot>(text);
-    } catch (const json::DecodingError& error) {
+        tolvaran::json::read<Snapshot>(text);
+    } catch (const tolvaran::json::DecodingError& error) {
         return error.what();
     }
     return "decoded";
@@ -45,21 +45,21 @@ std::string decodingError(const std::string& text) {
 
 std::string encodingError(const Snapshot& snapshot) {
     try {
-        json::write(snapshot);
-    } catch (const json::EncodingError& error) {
+        tolvaran::json::write(snapshot);
+    } catch (const tolvaran::json::EncodingError& error) {
         return error.what();
     }
     return "encoded";
 }
 
 TEST(DockHotCornerSnapshot, WritesSortedKeysAndReadsThemBack) {
-    EXPECT_EQ(json::write(full()), fullText);
-    EXPECT_EQ(json::read<Snapshot>(fullText), full());
+    EXPECT_EQ(tolvaran::json::write(full()), fullText);
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(fullText), full());
 }
 
 TEST(DockHotCornerSnapshot, IsAnEmptyObjectWhenNothingWasEverSet) {
-    EXPECT_EQ(json::write(Snapshot()), "{}");
-    EXPECT_EQ(json::read<Snapshot>("{}"), Snapshot());
+    EXPECT_EQ(tolvaran::json::write(Snapshot()), "{}");
+    EXPECT_EQ(tolvaran::json::read<Snapshot>("{}"), Snapshot());
     EXPECT_EQ(Snapshot().effectiveActions(), (HotCornerValues{1, 1, 1, 1}));
     EXPECT_EQ(Snapshot().effectiveModifiers(), (HotCornerValues{0, 0, 0, 0}));
     EXPECT_FALSE(Snapshot().hasUnsupportedAction());
@@ -78,9 +78,9 @@ TEST(DockHotCornerSnapshot, KeepsEveryFieldUnderItsOwnKey) {
         SCOPED_TRACE(fields[i].first);
         Snapshot snapshot;
         snapshot.*fields[i].second = 7;
-        EXPECT_EQ(json::write(snapshot), "{\"" + fields[i].first + "\":7}");
-        EXPECT_EQ(json::read<Snapshot>("{\"" + fields[i].first + "\":7}"), snapshot);
-        EXPECT_EQ(json::read<Snapshot>("{\"" + fields[i].first + "\":null}"), Snapshot());
+        EXPECT_EQ(tolvaran::json::write(snapshot), "{\"" + fields[i].first + "\":7}");
+        EXPECT_EQ(tolvaran::json::read<Snapshot>("{\"" + fields[i].first + "\":7}"), snapshot);
+        EXPECT_EQ(tolvaran::json::read<Snapshot>("{\"" + fields[i].first + "\":null}"), Snapshot());
         HotCornerValues actions = {1, 1, 1, 1};
         HotCornerValues modifiers = {0, 0, 0, 0};
         (i % 2 == 0 ? actions : modifiers)[i / 2] = 7;
@@ -215,7 +215,7 @@ TEST(DockHotCornerSnapshot, SaysWhyItCannotBeRead) {
 }
 
 TEST(DockHotCornerSnapshot, ReadsWhatMeansTheSame) {
-    EXPECT_EQ(json::read<Snapshot>(
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(
                   R"({"tlCorner":5.0,"trCorner":1,"trCorner":2,"liveActions":null,"more":[{}]})"),
               Snapshot(5, none, 2, none, none, none, none, none, none, none));
 }

@@ -29,21 +29,21 @@ const std::string fullText =
     R"("globalRestored":true,"hideMenuBar":1,"pendingOnly":false,"visibleInFullscreen":0})";
 
 TEST(MenuBarSnapshot, IsWrittenWithSortedKeysAndWithoutAbsentFields) {
-    EXPECT_EQ(json::write(full), fullText);
-    EXPECT_EQ(json::write(Snapshot{}), "{}");
-    EXPECT_EQ(json::write(Snapshot{.displayVisibilityOverrides = std::vector<Record>{}}),
+    EXPECT_EQ(tolvaran::json::write(full), fullText);
+    EXPECT_EQ(tolvaran::json::write(Snapshot{}), "{}");
+    EXPECT_EQ(tolvaran::json::write(Snapshot{.displayVisibilityOverrides = std::vector<Record>{}}),
               R"({"displayVisibilityOverrides":[]})");
 }
 
 TEST(MenuBarSnapshot, IsReadAsItWasWritten) {
-    EXPECT_EQ(json::read<Snapshot>(fullText), full);
-    EXPECT_EQ(json::read<Snapshot>("{}"), Snapshot{});
-    EXPECT_EQ(json::read<Snapshot>(R"({"displayVisibilityOverrides":[]})"),
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(fullText), full);
+    EXPECT_EQ(tolvaran::json::read<Snapshot>("{}"), Snapshot{});
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(R"({"displayVisibilityOverrides":[]})"),
               (Snapshot{.displayVisibilityOverrides = std::vector<Record>{}}));
 }
 
 TEST(MenuBarSnapshot, EveryFieldMayBeNullAndOtherKeysAreIgnored) {
-    EXPECT_EQ(json::read<Snapshot>(R"({"hideMenuBar":null,"visibleInFullscreen":null,
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(R"({"hideMenuBar":null,"visibleInFullscreen":null,
         "displayVisibilityOverrides":null,"globalRestored":null,"pendingOnly":null,"other":[1]})"),
               Snapshot{});
 }
@@ -52,8 +52,8 @@ TEST(MenuBarSnapshot, ARecordsHardwareIDMayBeMissingOrNull) {
     const std::string beginning =
         R"({"displayVisibilityOverrides":[{"canonicalID":"P-2","portUUID":"P-2","enabled":false)";
     const Snapshot expected{.displayVisibilityOverrides = {{beamer}}};
-    EXPECT_EQ(json::read<Snapshot>(beginning + "}]}"), expected);
-    EXPECT_EQ(json::read<Snapshot>(beginning + R"(,"hardwareID":null}]})"), expected);
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(beginning + "}]}"), expected);
+    EXPECT_EQ(tolvaran::json::read<Snapshot>(beginning + R"(,"hardwareID":null}]})"), expected);
 }
 
 TEST(MenuBarSnapshot, WhatIsNoSnapshotIsRefused) {
@@ -79,31 +79,33 @@ TEST(MenuBarSnapshot, WhatIsNoSnapshotIsRefused) {
         R"({"displayVisibilityOverrides":[{}]})",
     };
     for (const std::string& text : texts) {
-        EXPECT_THROW(json::read<Snapshot>(text), json::DecodingError) << text;
+        EXPECT_THROW(tolvaran::json::read<Snapshot>(text), tolvaran::json::DecodingError) << text;
     }
 }
 
 TEST(MenuBarSnapshot, ARecordNeedsEveryOtherFieldInItsType) {
     const nlohmann::json complete{{"canonicalID", "c"}, {"portUUID", "p"}, {"enabled", true}};
-    const auto read = [](const nlohmann::json& record) { json::read<Record>(record.dump()); };
+    const auto read = [](const nlohmann::json& record) {
+        tolvaran::json::read<Record>(record.dump());
+    };
     EXPECT_NO_THROW(read(complete));
     for (const auto& [key, value] : complete.items()) {
         nlohmann::json broken = complete;
         broken.erase(key);
-        EXPECT_THROW(read(broken), json::DecodingError) << key << " missing";
+        EXPECT_THROW(read(broken), tolvaran::json::DecodingError) << key << " missing";
         broken[key] = nullptr;
-        EXPECT_THROW(read(broken), json::DecodingError) << key << " null";
+        EXPECT_THROW(read(broken), tolvaran::json::DecodingError) << key << " null";
         broken[key] = 1;
-        EXPECT_THROW(read(broken), json::DecodingError) << key << " a number";
+        EXPECT_THROW(read(broken), tolvaran::json::DecodingError) << key << " a number";
     }
     nlohmann::json broken = complete;
     broken["hardwareID"] = 1;
-    EXPECT_THROW(read(broken), json::DecodingError);
+    EXPECT_THROW(read(broken), tolvaran::json::DecodingError);
 }
 
 TEST(MenuBarSnapshot, AnIntegerMayHaveAnyValue) {
-    const auto snapshot =
-        json::read<Snapshot>(R"({"hideMenuBar":-9223372036854775808,"visibleInFullscreen":2.0})");
+    const auto snapshot = tolvaran::json::read<Snapshot>(
+        R"({"hideMenuBar":-9223372036854775808,"visibleInFullscreen":2.0})");
     EXPECT_EQ(snapshot, (Snapshot{.hideMenuBar = INT64_MIN, .visibleInFullscreen = 2}));
 }
 
@@ -145,8 +147,9 @@ TEST(MenuBarSnapshot, FlagsCountOnlyWhenTrue) {
     for (const Flags& row : rows) {
         const Snapshot snapshot{.globalRestored = row.globalRestored,
                                 .pendingOnly = row.pendingOnly};
-        EXPECT_EQ(snapshot.hasRestoredGlobal(), row.hasRestoredGlobal) << json::write(snapshot);
-        EXPECT_EQ(snapshot.isPendingOnly(), row.isPendingOnly) << json::write(snapshot);
+        EXPECT_EQ(snapshot.hasRestoredGlobal(), row.hasRestoredGlobal)
+            << tolvaran::json::write(snapshot);
+        EXPECT_EQ(snapshot.isPendingOnly(), row.isPendingOnly) << tolvaran::json::write(snapshot);
     }
 }
 
@@ -183,10 +186,10 @@ TEST(MenuBarSnapshot, TellsWhetherTheUserWantsToSeeTheMenuBar) {
               std::optional<std::int64_t>(1)}) {
             const Snapshot desktop{.hideMenuBar = row.value, .visibleInFullscreen = other};
             EXPECT_EQ(desktop.wantsMenuBarVisible(false), row.visibleOnDesktop)
-                << json::write(desktop);
+                << tolvaran::json::write(desktop);
             const Snapshot fullscreen{.hideMenuBar = other, .visibleInFullscreen = row.value};
             EXPECT_EQ(fullscreen.wantsMenuBarVisible(true), row.visibleInFullscreen)
-                << json::write(fullscreen);
+                << tolvaran::json::write(fullscreen);
         }
     }
 }
@@ -227,7 +230,7 @@ TEST(MenuBarSnapshot, SettlingKeepsEverythingWhileAnythingIsPending) {
             expected.pendingOnly = row.pendingOnly;
             EXPECT_EQ(snapshot.settled(row.outcome),
                       row.kept ? std::optional(expected) : std::nullopt)
-                << json::write(snapshot) << " " << row.outcome.globalRestored << " "
+                << tolvaran::json::write(snapshot) << " " << row.outcome.globalRestored << " "
                 << row.outcome.unsettled.size() << " " << row.outcome.onlyAbsent;
         }
     }

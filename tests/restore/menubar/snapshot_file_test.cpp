@@ -32,7 +32,7 @@ TEST_F(MenuBarSnapshotFile, LiesInTheStateDirectory) {
 TEST_F(MenuBarSnapshotFile, IsLoadedAsItWasSaved) {
     for (const auto& saved : {snapshot, MenuBarAutohideSnapshot{}}) {
         EXPECT_TRUE(MenuBarAutohide::saveSnapshot(saved, path));
-        EXPECT_EQ(readFile(path), json::write(saved));
+        EXPECT_EQ(readFile(path), tolvaran::json::write(saved));
         EXPECT_EQ(MenuBarAutohide::loadSnapshot(path), saved);
     }
     EXPECT_THAT(process.takeWarnings(), IsEmpty());

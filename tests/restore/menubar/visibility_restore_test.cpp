@@ -141,7 +141,7 @@ TEST(MenuBarRestore, EveryRecordIsAbsentOnAMacWithoutDisplays) {
 }
 
 /// What happens between counting the displays and listing them.
-struct Change {
+struct ForeignChange {
     std::string name;
     std::vector<json> before;
     std::function<void()> change;
@@ -159,7 +159,7 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
     const auto connect = [](const json& arriving) {
         return [arriving] { simulator::perform({{"connect", arriving}}); };
     };
-    const std::vector<Change> changes = {
+    const std::vector<ForeignChange> changes = {
         {"the last one goes",
          {first, second},
          disconnect(8),
@@ -175,7 +175,7 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
         {"one comes", {first}, connect(second), putsBack(7, true), outcome({records[1]}, true)},
         {"the first one comes", {}, connect(first), {}, outcome(records, true)},
     };
-    for (const Change& change : changes) {
+    for (const ForeignChange& change : changes) {
         SimulatedProcess process(macWith(change.before));
         int calls = 0;
         simulator::onCall("CGGetActiveDisplayList", [&] {
@@ -412,8 +412,8 @@ TEST(MenuBarRestore, IsWholeOnlyWhenNothingIsLeft) {
 
 // Displays without a record of their own.
 
-const MenuBarDisplayIdentity desk(7, hardwareID(1), hardwareID(1), port(1));
-const MenuBarDisplayIdentity beamer(8, port(2), std::nullopt, port(2));
+const MenuBarDisplayIdentity deskIdentity(7, hardwareID(1), hardwareID(1), port(1));
+const MenuBarDisplayIdentity beamerIdentity(8, port(2), std::nullopt, port(2));
 const MenuBarDisplayIdentity folded(9, "canonical", hardwareID(3), port(3));
 
 json macOfIdentities() {
@@ -424,8 +424,8 @@ json macOfIdentities() {
 
 std::vector<CGDirectDisplayID> withoutBaseline(const Records& records) {
     std::vector<CGDirectDisplayID> result;
-    for (const auto& identity :
-         MenuBarAutohide::displaysWithoutBaseline({folded, beamer, desk}, records)) {
+    for (const auto& identity : MenuBarAutohide::displaysWithoutBaseline(
+             {folded, beamerIdentity, deskIdentity}, records)) {
         result.push_back(identity.displayID);
     }
     return result;

@@ -79,26 +79,27 @@ TEST(DisplayModeSpec, HashSpreadsUsualModes) {
 }
 
 TEST(DisplayModeSpec, WritesItsFourKeys) {
-    EXPECT_EQ(json::write(DisplayModeSpec{2560, 1440, true, 60}),
+    EXPECT_EQ(tolvaran::json::write(DisplayModeSpec{2560, 1440, true, 60}),
               R"({"height":1440,"hz":60,"scaled":true,"width":2560})");
 }
 
 TEST(DisplayModeSpec, ReadsBackWhatItWrote) {
     for (const DisplayModeSpec& spec : std::vector<DisplayModeSpec>{
              {1, 1, false, 0}, {2560, 1440, true, 60}, {greatest, least, false, -1}}) {
-        EXPECT_EQ(json::read<DisplayModeSpec>(json::write(spec)), spec);
+        EXPECT_EQ(tolvaran::json::read<DisplayModeSpec>(tolvaran::json::write(spec)), spec);
     }
 }
 
 TEST(DisplayModeSpec, ReadsAnyWidthAndIgnoresUnknownKeys) {
-    EXPECT_EQ(json::read<DisplayModeSpec>(
+    EXPECT_EQ(tolvaran::json::read<DisplayModeSpec>(
                   R"({"hz":60.0,"depth":8,"scaled":false,"height":-1440,"width":0})"),
               (DisplayModeSpec{0, -1440, false, 60}));
 }
 
 TEST(DisplayModeSpec, IsNotReadFromAnythingElse) {
     for (const char* text : {"null", "[]", "\"2560\"", "2560", "{}", "{\"width\":2560}"}) {
-        EXPECT_THROW(json::read<DisplayModeSpec>(text), json::DecodingError) << text;
+        EXPECT_THROW(tolvaran::json::read<DisplayModeSpec>(text), tolvaran::json::DecodingError)
+            << text;
     }
 }
 
@@ -119,7 +120,8 @@ TEST(DisplayModeSpec, NeedsEveryFieldAndEachOfItsOwnType) {
                 }
             }
             text += "}";
-            EXPECT_THROW(json::read<DisplayModeSpec>(text), json::DecodingError) << text;
+            EXPECT_THROW(tolvaran::json::read<DisplayModeSpec>(text), tolvaran::json::DecodingError)
+                << text;
         }
     }
 }
@@ -236,9 +238,10 @@ TEST(DisplayModeSpec, TextFormsDoNotFollowTheProcessLocale) {
     ASSERT_TRUE(locale.changesStreams());
     expectTextForms();
     expectRatios();
-    EXPECT_EQ(json::write(DisplayModeSpec{2560, 1440, true, 60000}),
+    EXPECT_EQ(tolvaran::json::write(DisplayModeSpec{2560, 1440, true, 60000}),
               R"({"height":1440,"hz":60000,"scaled":true,"width":2560})");
-    EXPECT_EQ(json::read<DisplayModeSpec>(R"({"height":1440,"hz":60.0,"scaled":true,"width":1e3})"),
+    EXPECT_EQ(tolvaran::json::read<DisplayModeSpec>(
+                  R"({"height":1440,"hz":60.0,"scaled":true,"width":1e3})"),
               (DisplayModeSpec{1000, 1440, true, 60}));
 }
 

@@ -23,15 +23,15 @@ using testing::IsEmpty;
 
 using Entries = std::map<std::string, DisplayModeSpec>;
 
-const std::string unusable =
+const std::string storeUnusable =
     "warn: resolution originals file missing/wrong version/unparseable, starting fresh";
 
-constexpr std::uint32_t valid = 1;
+constexpr std::uint32_t validMode = 1;
 
 json mode(std::int32_t number, std::int32_t width, std::int32_t height, double hz,
           float density = 1.0F) {
-    return {{"number", number}, {"flags", valid}, {"width", width},    {"height", height},
-            {"depth", 8},       {"hz", hz},       {"density", density}};
+    return {{"number", number}, {"flags", validMode}, {"width", width},    {"height", height},
+            {"depth", 8},       {"hz", hz},           {"density", density}};
 }
 
 const json usualModes{mode(1, 1920, 1080, 60), mode(2, 1280, 720, 60), mode(3, 1280, 720, 59.94),
@@ -105,7 +105,7 @@ TEST_F(ResolutionRestoring, TreatsAnotherVersionAsNoRecordsAndKeepsTheFile) {
     const auto listings = countCalls("CGGetActiveDisplayList");
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(*listings, 0);
-    EXPECT_THAT(takeLog(), ElementsAre(unusable));
+    EXPECT_THAT(takeLog(), ElementsAre(storeUnusable));
     EXPECT_EQ(content(), text);
     EXPECT_EQ(modeOf(0), 1);
 }
@@ -500,8 +500,8 @@ TEST_F(ResolutionRestoringMeanwhile, LeavesATornFileAlone) {
     EXPECT_EQ(content(), "{torn");
     EXPECT_THAT(
         takeLog(),
-        ElementsAre("info: resolution restore: HW-10-20-1 -> 1280 × 720 @ 60 Hz", unusable,
-                    "info: resolution restore: HW-10-20-2 -> 1280 × 720 @ 60 Hz", unusable));
+        ElementsAre("info: resolution restore: HW-10-20-1 -> 1280 × 720 @ 60 Hz", storeUnusable,
+                    "info: resolution restore: HW-10-20-2 -> 1280 × 720 @ 60 Hz", storeUnusable));
 }
 
 }  // namespace

@@ -14,8 +14,6 @@ namespace {
 
 using namespace simulator;
 
-constexpr clock::Time second = clock::second;
-
 class Clock : public SimulatorTest {};
 
 TEST_F(Clock, StartsAtAFixedDateWhereItIsVirtual) {
@@ -30,22 +28,22 @@ TEST_F(Clock, StartsAtAFixedDateWhereItIsVirtual) {
 TEST_F(Clock, LetsAnHourBeOverAtOnceWhereItIsVirtual) {
     const auto before = std::chrono::steady_clock::now();
     bool hasRun = false;
-    queueWork(3600 * second, [&] { hasRun = true; });
-    runUntil(3600 * second);
+    queueWork(3600 * clock::second, [&] { hasRun = true; });
+    runUntil(3600 * clock::second);
     EXPECT_TRUE(hasRun);
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::hours(1));
 }
 
 TEST_F(Clock, IsMovedByNanosleepWhereItIsVirtual) {
     bool hasHappened = false;
-    planEvent(second, [&] { hasHappened = true; });
+    planEvent(clock::second, [&] { hasHappened = true; });
     const timespec duration{1, 500'000'000};
     timespec remaining{9, 9};
     EXPECT_EQ(nanosleep(&duration, &remaining), 0);
     EXPECT_EQ(remaining.tv_sec, 0);
     EXPECT_EQ(now(), 1.5);
     EXPECT_TRUE(hasHappened);
-    const timespec wrong{0, second};
+    const timespec wrong{0, clock::second};
     EXPECT_EQ(nanosleep(&wrong, nullptr), -1);
     EXPECT_EQ(errno, EINVAL);
     addFault({{"call", "nanosleep"}, {"result", "EINTR"}});
@@ -78,8 +76,12 @@ TEST_F(Clock, TakesSeconds) {
     const struct {
         double seconds;
         clock::Time time;
-    } rows[] = {{0, 0},    {-1, 0},           {0.2, 200'000'000},
-                {1e-9, 1}, {60, 60 * second}, {1e300, clock::never}};
+    } rows[] = {{0, 0},
+                {-1, 0},
+                {0.2, 200'000'000},
+                {1e-9, 1},
+                {60, 60 * clock::second},
+                {1e300, clock::never}};
     for (const auto& [seconds, time] : rows) {
         EXPECT_EQ(clock::fromSeconds(seconds), time) << seconds;
     }

@@ -13,8 +13,6 @@ using namespace simulator;
 
 using testing::ElementsAre;
 
-constexpr clock::Time second = clock::second;
-
 class EventLoop : public SimulatorTest {
   protected:
     std::function<void()> note(const std::string& name) {
@@ -24,37 +22,37 @@ class EventLoop : public SimulatorTest {
 };
 
 TEST_F(EventLoop, EventsComeBeforeWorkThatIsDueAtTheSameTime) {
-    queueWork(second, note("work 1"));
-    planEvent(second, note("event 1"));
-    queueWork(second, note("work 2"));
-    planEvent(second, note("event 2"));
+    queueWork(clock::second, note("work 1"));
+    planEvent(clock::second, note("event 1"));
+    queueWork(clock::second, note("work 2"));
+    planEvent(clock::second, note("event 2"));
     planEvent(0, note("event 0"));
-    runUntil(second);
+    runUntil(clock::second);
     EXPECT_THAT(noted_, ElementsAre("event 0", "event 1", "event 2", "work 1", "work 2"));
 }
 
 TEST_F(EventLoop, WorkThatAnEventQueuesWaitsForTheOtherEventsOfThatTime) {
-    planEvent(second, [&] {
+    planEvent(clock::second, [&] {
         noted_.emplace_back("event 1");
         queueWork(clock::now(), note("work"));
     });
-    planEvent(second, note("event 2"));
-    runUntil(second);
+    planEvent(clock::second, note("event 2"));
+    runUntil(clock::second);
     EXPECT_THAT(noted_, ElementsAre("event 1", "event 2", "work"));
 }
 
 TEST_F(EventLoop, WorkThatAnEventQueuesRunsBeforeOtherWorkOfThatTime) {
-    queueWork(second, note("own"));
-    planEvent(second, [&] {
+    queueWork(clock::second, note("own"));
+    planEvent(clock::second, [&] {
         onMainQueue(note("caused 1"));
-        queueWork(2 * second, note("caused for later"));
+        queueWork(2 * clock::second, note("caused for later"));
         onMainQueue([&] {
             noted_.emplace_back("caused 2");
             onMainQueue(note("own answer"));
         });
     });
-    queueWork(2 * second, note("later"));
-    runUntil(2 * second);
+    queueWork(2 * clock::second, note("later"));
+    runUntil(2 * clock::second);
     EXPECT_THAT(noted_, ElementsAre("caused 1", "caused 2", "own", "own answer", "caused for later",
                                     "later"));
 }
@@ -88,7 +86,7 @@ TEST_F(EventLoop, AProcessThatNeverRestsReachesItsEnd) {
     for (const double at : {0.0, 1.5, 3.0, 3.5}) {
         planEvent(clock::fromSeconds(at), [&] { events.push_back(now()); });
     }
-    runUntil(3 * second);
+    runUntil(3 * clock::second);
     EXPECT_EQ(now(), 3);
     ASSERT_EQ(restless.times.size(), 1004U);
     EXPECT_EQ(restless.times[999], 0);
@@ -99,7 +97,7 @@ TEST_F(EventLoop, AProcessThatNeverRestsReachesItsEnd) {
 
 TEST_F(EventLoop, APieceThatTakesLongerThanTheRunIsItsLast) {
     const Restless restless;
-    runUntil(second / 2);
+    runUntil(clock::second / 2);
     EXPECT_EQ(now(), 0.5);
     EXPECT_EQ(restless.times.size(), 1001U);
 }
@@ -107,9 +105,9 @@ TEST_F(EventLoop, APieceThatTakesLongerThanTheRunIsItsLast) {
 TEST_F(EventLoop, MuchWorkTakesNoTimeWhereTimePassesBetween) {
     std::vector<double> times;
     for (int i = 0; i < 4000; ++i) {
-        queueWork(i / 1000 * second, [&] { times.push_back(now()); });
+        queueWork(i / 1000 * clock::second, [&] { times.push_back(now()); });
     }
-    runUntil(3 * second);
+    runUntil(3 * clock::second);
     ASSERT_EQ(times.size(), 4000U);
     for (std::size_t i = 0; i < times.size(); ++i) {
         EXPECT_EQ(times[i], static_cast<double>(i / 1000)) << i;
@@ -118,22 +116,22 @@ TEST_F(EventLoop, MuchWorkTakesNoTimeWhereTimePassesBetween) {
 }
 
 TEST_F(EventLoop, DroppedWorkDoesNotRun) {
-    const WorkID dropped = queueWork(second, note("dropped"));
-    const WorkID ran = queueWork(second, note("ran"));
+    const WorkID dropped = queueWork(clock::second, note("dropped"));
+    const WorkID ran = queueWork(clock::second, note("ran"));
     dropWork(dropped);
-    runUntil(second);
+    runUntil(clock::second);
     dropWork(ran);
     EXPECT_THAT(noted_, ElementsAre("ran"));
 }
 
 TEST_F(EventLoop, SleepingLetsEventsHappenButNoWork) {
-    planEvent(second, note("event"));
-    queueWork(second, note("work"));
+    planEvent(clock::second, note("event"));
+    queueWork(clock::second, note("work"));
     onMainQueue(note("device"));
-    sleepUntil(2 * second);
+    sleepUntil(2 * clock::second);
     EXPECT_THAT(noted_, ElementsAre("event"));
-    EXPECT_EQ(clock::now(), 2 * second);
-    runUntil(2 * second);
+    EXPECT_EQ(clock::now(), 2 * clock::second);
+    runUntil(2 * clock::second);
     EXPECT_THAT(noted_, ElementsAre("event", "device", "work"));
 }
 
@@ -149,10 +147,10 @@ TEST_F(EventLoop, ClearingDropsEverythingButLastingWork) {
     queueWork(0, note("work"));
     queueLastingWork(note("lasting"));
     planEvent(0, note("event"));
-    setEndOfRun(second);
+    setEndOfRun(clock::second);
     reset();
     EXPECT_EQ(endOfRun(), 0);
-    runUntil(second);
+    runUntil(clock::second);
     EXPECT_THAT(noted_, ElementsAre("lasting"));
 }
 
