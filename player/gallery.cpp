@@ -119,7 +119,7 @@ std::vector<fs::path> filesIn(const fs::path& directory, const std::string& exte
     return found;
 }
 
-std::optional<std::string> contentOf(const fs::path& path) {
+std::optional<std::string> textOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file.is_open()) {
         return std::nullopt;
@@ -143,7 +143,7 @@ int check(const fs::path& directory, const Files& gallery, std::ostream& errors)
         status = 1;
     };
     for (const auto& [path, content] : gallery) {
-        if (contentOf(directory / path) != content) {
+        if (textOf(directory / path) != content) {
             complain(directory / path, "is not current");
         }
     }

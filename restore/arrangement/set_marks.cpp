@@ -17,7 +17,7 @@ namespace {
 
 using id_migration::Mapping;
 using Kind = files::Change::Kind;
-using Arrangements = std::map<std::string, std::vector<MarkedLayout>>;
+using MarkedArrangements = std::map<std::string, std::vector<MarkedLayout>>;
 
 /// The file of either store of layouts, which differ in the version alone.
 using LayoutsOfEitherStore = LayoutSetsFile<0>;
@@ -90,8 +90,8 @@ std::string renamedKey(const std::string& signature, const std::vector<MarkedLay
                : id_migration::signatureOf(id_migration::renamedEntries(*formed, mapping));
 }
 
-Arrangements migratedArrangements(const Arrangements& stored, const Mapping& mapping) {
-    Arrangements result;
+MarkedArrangements migratedArrangements(const MarkedArrangements& stored, const Mapping& mapping) {
+    MarkedArrangements result;
     for (const auto& [signature, layouts] : stored) {
         std::vector<MarkedLayout> renamed;
         for (const MarkedLayout& layout : layouts) {
@@ -165,7 +165,7 @@ std::string defaultPath(const SetMarks& marks) {
     return pathOf(marks);
 }
 
-Arrangements load(const SetMarks& marks, const std::string& path) {
+MarkedArrangements load(const SetMarks& marks, const std::string& path) {
     return loadFile<LayoutsOfEitherStore>(marks, path).arrangements;
 }
 
@@ -179,7 +179,7 @@ std::vector<std::string> signatures(const SetMarks& marks, const std::string& pa
 
 std::vector<MarkedLayout> candidates(const SetMarks& marks, const std::string& signature,
                                      const std::string& path) {
-    const Arrangements arrangements = load(marks, path);
+    const MarkedArrangements arrangements = load(marks, path);
     const auto found = arrangements.find(signature);
     return found == arrangements.end() ? std::vector<MarkedLayout>() : found->second;
 }
@@ -238,7 +238,7 @@ void migrateCanonicalIDs(const SetMarks& marks, const Mapping& mapping, const st
 MarkFinding find(const SetMarks& marks, const std::string& signature,
                  const std::map<std::string, CGPoint>& currentOriginsByUUID,
                  const std::string& path) {
-    const Arrangements arrangements = load(marks, path);
+    const MarkedArrangements arrangements = load(marks, path);
     const auto marked = arrangements.find(signature);
     if (marked == arrangements.end()) {
         return {};

@@ -183,10 +183,10 @@ Event readRemove(const JsonReader& argument, Launching) {
     };
 }
 
-using Read = Event (*)(const JsonReader&, Launching);
+using ReadEvent = Event (*)(const JsonReader&, Launching);
 
-const std::map<std::string, Read>& readers() {
-    static const std::map<std::string, Read> all{
+const std::map<std::string, ReadEvent>& eventReaders() {
+    static const std::map<std::string, ReadEvent> all{
         {"launch", readLaunch},
         {"exit", readExit},
         {"terminated", readTerminated},
@@ -210,8 +210,8 @@ Event readEvent(const JsonReader& event, Launching launching) {
         if (key == "at") {
             continue;
         }
-        const auto reader = readers().find(key);
-        if (reader == readers().end()) {
+        const auto reader = eventReaders().find(key);
+        if (reader == eventReaders().end()) {
             argument.fail("unknown event");
         }
         if (result) {

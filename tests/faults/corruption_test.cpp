@@ -61,7 +61,7 @@ Scenario withFile(Scenario scenario, const std::string& path,
 
 /// Thrown by a call, and so through the helper, when a run does not come to rest. No
 /// std::exception, which somebody might catch.
-struct EndlessRun {};
+struct EndlessCorruptRun {};
 
 /// Many times the calls of the scenario that makes the most.
 constexpr std::size_t mostCalls = 400000;
@@ -90,7 +90,7 @@ Outcome play(const Scenario& scenario, const std::string& path) {
             // Apple's functions, unlike those on files, are never called where nothing may be
             // thrown.
             if (++calls > mostCalls && std::isupper(function.front()) != 0) {
-                throw EndlessRun();
+                throw EndlessCorruptRun();
             }
             return json();
         });
@@ -99,7 +99,7 @@ Outcome play(const Scenario& scenario, const std::string& path) {
     try {
         result = simulator::play(scenario, {.root = root.path(), .quiet = true, .prepare = prepare})
                      .result;
-    } catch (const EndlessRun&) {
+    } catch (const EndlessCorruptRun&) {
         outcome.isEndless = true;
         return outcome;
     }

@@ -30,7 +30,7 @@ using nlohmann::json;
 constexpr std::uint64_t pairsTried = 12;
 
 /// Among how many tests the pairs of a story are dealt out.
-constexpr std::uint64_t parts = 4;
+constexpr std::uint64_t sharesOfPairs = 4;
 
 std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
     const char* const value = std::getenv(name);
@@ -124,7 +124,7 @@ TEST_P(FailEveryPair, HealsWithTheNextRun) {
     const std::uint64_t end = std::min(pairs.count(), first + most);
     const std::uint64_t part = std::get<1>(GetParam());
     std::uint64_t tried = 0;
-    for (std::uint64_t place = first + part; place < end; place += parts, ++tried) {
+    for (std::uint64_t place = first + part; place < end; place += sharesOfPairs, ++tried) {
         const auto [n, m] = pairs.at(place);
         check(n, m, place);
     }
@@ -134,7 +134,7 @@ TEST_P(FailEveryPair, HealsWithTheNextRun) {
 
 INSTANTIATE_TEST_SUITE_P(Stories, FailEveryPair,
                          testing::Combine(testing::ValuesIn(storyNames()),
-                                          testing::Range<std::uint64_t>(0, parts)),
+                                          testing::Range<std::uint64_t>(0, sharesOfPairs)),
                          [](const auto& part) {
                              return std::get<0>(part.param) + "_" +
                                     std::to_string(std::get<1>(part.param) + 1);

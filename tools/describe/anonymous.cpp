@@ -27,7 +27,7 @@ namespace {
 using nlohmann::json;
 using Texts = std::set<std::string>;
 
-constexpr const char* settingsPath = "Settings/preferences.json";
+constexpr const char* settingsFile = "Settings/preferences.json";
 
 template <typename Record>
 void addKeys(Texts& keys) {
@@ -325,7 +325,7 @@ class Disguise {
         if (!value) {
             return contentForm(masked(bytes));
         }
-        return contentForm(disguisedValue(*value, path == settingsPath).dump());
+        return contentForm(disguisedValue(*value, path == settingsFile).dump());
     }
 
     /// A line of the log, or another text for people.

@@ -14,7 +14,7 @@ namespace {
 using nlohmann::json;
 using simulator::report::counted;
 
-constexpr std::size_t mostLines = 2000;
+constexpr std::size_t reportedLines = 2000;
 
 std::string localTime() {
     const auto now = static_cast<std::time_t>(HelperHeartbeat::currentDate());
@@ -46,7 +46,7 @@ Report makeReport(const std::string& macOS, Settings settings) {
     json& scenario = report.scenario;
     scenario["mac"] = description.mac;
     scenario["files"] = stateFiles(settings, report.notes);
-    scenario["log"] = logTail(mostLines);
+    scenario["log"] = logTail(reportedLines);
     const std::string time = localTime();
     scenario["name"] = "A Mac as it was at " + time;
     scenario["about"] = {

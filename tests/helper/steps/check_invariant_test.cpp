@@ -17,14 +17,14 @@ namespace {
 
 using nlohmann::json;
 
-json running(const Places& places, int pid) {
+json runningBeside(const Places& places, int pid) {
     json machine = mac(places);
     machine["applications"] = {{{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}}};
     return machine;
 }
 
 TEST(CheckInvariant, WhileTolvaranRunsItDoesNothing) {
-    ArrangementCheck invariant(running(two, 812));
+    ArrangementCheck invariant(runningBeside(two, 812));
     writeFile(invariant.state(".display-originals"), "not JSON");  // would be reported if read
     writeFile(invariant.state("side-pinned-sets.json"), "not JSON");
     writeFile(invariant.state("../Settings/preferences.json"), "not JSON");
@@ -40,7 +40,7 @@ TEST(CheckInvariant, WhileTolvaranRunsItDoesNothing) {
 }
 
 TEST(CheckInvariant, TheInstanceThatHasExitedDoesNotCountAsRunning) {
-    ArrangementCheck invariant(running(sideBySide, 812));
+    ArrangementCheck invariant(runningBeside(sideBySide, 812));
     EXPECT_EQ(invariant.run("proc-exit", 812),
               Lines{"debug: checkInvariant [proc-exit]: hardware not a Tolvaran layout, invariant "
                     "holds"});

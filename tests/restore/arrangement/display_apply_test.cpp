@@ -15,8 +15,8 @@
 
 #include "restore/paths/restore_log.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/infinity.hpp"
 #include "tests/support/simulated_process.hpp"
+#include "tests/support/special_numbers.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -229,8 +229,6 @@ TEST_P(DisplayApplyDeathTest, StopsTheProgramAndSaysWhy) {
                 testing::KilledBySignal(SIGABRT), testing::Eq(GetParam().log));
     EXPECT_EQ(callLines(), Lines{});
 }
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 INSTANTIATE_TEST_SUITE_P(
     DisplayApply, DisplayApplyDeathTest,

@@ -15,10 +15,11 @@ namespace {
 using nlohmann::json;
 using IDs = std::vector<CGDirectDisplayID>;
 
-constexpr const char* uuid1 = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
-constexpr const char* uuid2 = "11111111-2222-3333-4444-55555555ABCD";
+constexpr const char* firstUUID = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
+constexpr const char* secondUUID = "11111111-2222-3333-4444-55555555ABCD";
 
-json displayWith(CGDirectDisplayID id, std::uint32_t serial, const std::string& portUUID = uuid1) {
+json displayWith(CGDirectDisplayID id, std::uint32_t serial,
+                 const std::string& portUUID = firstUUID) {
     return {{"id", id},         {"vendor", 10},         {"model", 20},
             {"serial", serial}, {"portUUID", portUUID}, {"frame", {100 * id, 0, 100, 100}}};
 }
@@ -90,9 +91,9 @@ TEST_F(NamedDisplaysTest, CanonicalIDsAreFoldedThroughTheAliasMap) {
 }
 
 TEST_F(NamedDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
-    writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(uuid1) + R"("]}]})");
-    arrange(json::array({displayWith(3, 5, uuid1), displayWith(1, 5, uuid2)}));
-    EXPECT_EQ(namesOf({3, 1}), (Lines{"left", uuid2}));
+    writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(firstUUID) + R"("]}]})");
+    arrange(json::array({displayWith(3, 5, firstUUID), displayWith(1, 5, secondUUID)}));
+    EXPECT_EQ(namesOf({3, 1}), (Lines{"left", secondUUID}));
     const std::string line =
         "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
     EXPECT_EQ(takeLog(), (Lines{line, line}));
@@ -114,20 +115,20 @@ TEST_F(NamedDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
 
 TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
     writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-4"]}]})");
-    json withoutHardware = displayWith(2, 5, uuid2);
+    json withoutHardware = displayWith(2, 5, secondUUID);
     withoutHardware["vendor"] = 0;
     arrange(json::array({displayWith(3, 4), withoutHardware}));
     std::vector<NamedDisplay> named = nameDisplays({3, 2});
     std::vector<NamedDisplay> expected{{.displayID = 3,
                                         .fingerprintID = "HW-10-20-4",
-                                        .portUUID = uuid1,
+                                        .portUUID = firstUUID,
                                         .uuid = "HW-10-20-4",
                                         .canonicalID = "HW-10-20-4"},
                                        {.displayID = 2,
                                         .fingerprintID = std::nullopt,
-                                        .portUUID = uuid2,
-                                        .uuid = uuid2,
-                                        .canonicalID = uuid2}};
+                                        .portUUID = secondUUID,
+                                        .uuid = secondUUID,
+                                        .canonicalID = secondUUID}};
     EXPECT_EQ(named, expected);
     foldAliases(named, AliasMap::load(AliasMap::defaultPreferencesPath()));
     expected[0].canonicalID = "main";
@@ -135,7 +136,7 @@ TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
 }
 
 TEST_F(NamedDisplaysTest, ATwinKeepsItsFingerprint) {
-    arrange(json::array({displayWith(3, 4), displayWith(2, 4, uuid2)}));
+    arrange(json::array({displayWith(3, 4), displayWith(2, 4, secondUUID)}));
     for (const NamedDisplay& display : nameDisplays({3, 2})) {
         EXPECT_EQ(display.fingerprintID, "HW-10-20-4");
         EXPECT_EQ(display.uuid, display.portUUID);
@@ -143,7 +144,7 @@ TEST_F(NamedDisplaysTest, ATwinKeepsItsFingerprint) {
 }
 
 TEST_F(NamedDisplaysTest, TheHardwareOfEachIsReadOnce) {
-    arrange(json::array({displayWith(7, 30), displayWith(8, 30, uuid2), displayWith(9, 0)}));
+    arrange(json::array({displayWith(7, 30), displayWith(8, 30, secondUUID), displayWith(9, 0)}));
     std::map<std::string, int> calls;
     simulator::decideCalls([&](const std::string& function) {
         ++calls[function];

@@ -6,8 +6,8 @@
 #include <limits>
 
 #include "restore/arrangement/formats.hpp"
-#include "tests/support/infinity.hpp"
 #include "tests/support/simulated_process.hpp"
+#include "tests/support/special_numbers.hpp"
 
 namespace tolvaran::tests {
 namespace {

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "simulator/simulator.hpp"
-#include "tests/support/infinity.hpp"
 #include "tests/support/log_capture.hpp"
+#include "tests/support/special_numbers.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -24,7 +24,6 @@ using Frames = std::vector<CGRect>;
 
 constexpr double justBelowOne = 0.99999999999999988898;  // the next double below 1.0
 constexpr double justAboveOne = 1.00000000000000022204;  // the next double above 1.0
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 static_assert(justBelowOne < 1.0 && 1.0 < justAboveOne);
 
 std::vector<DisplayFrame> displays(const Frames& frames) {

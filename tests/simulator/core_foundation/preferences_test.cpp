@@ -17,8 +17,8 @@ json copied(CFStringRef key, CFStringRef domain, CFStringRef user = kCFPreferenc
     return cf::toJson(value.get());
 }
 
-void write(CFStringRef key, CFPropertyListRef value, CFStringRef domain,
-           CFStringRef host = kCFPreferencesAnyHost) {
+void setPreference(CFStringRef key, CFPropertyListRef value, CFStringRef domain,
+                   CFStringRef host = kCFPreferencesAnyHost) {
     CFPreferencesSetValue(key, value, domain, kCFPreferencesCurrentUser, host);
 }
 
@@ -37,24 +37,25 @@ TEST_F(Preferences, OtherUsersAndHostsHaveNone) {
     EXPECT_EQ(copied(CFSTR("dark"), kCFPreferencesAnyApplication, kCFPreferencesCurrentUser,
                      kCFPreferencesCurrentHost),
               nullptr);
-    write(CFSTR("dark"), kCFBooleanFalse, kCFPreferencesAnyApplication, kCFPreferencesCurrentHost);
+    setPreference(CFSTR("dark"), kCFBooleanFalse, kCFPreferencesAnyApplication,
+                  kCFPreferencesCurrentHost);
     EXPECT_EQ(machine()["preferences"]["global"]["dark"], true);
 }
 
 TEST_F(Preferences, WritesAndRemoves) {
-    write(CFSTR("a"), kCFBooleanTrue, kCFPreferencesAnyApplication);
-    write(CFSTR("b"), CFSTR("text"), CFSTR("com.example"));
+    setPreference(CFSTR("a"), kCFBooleanTrue, kCFPreferencesAnyApplication);
+    setPreference(CFSTR("b"), CFSTR("text"), CFSTR("com.example"));
     EXPECT_EQ(machine()["preferences"],
               json::parse(R"({"global": {"a": true}, "com.example": {"b": "text"}})"));
-    write(CFSTR("b"), nullptr, CFSTR("com.example"));
-    write(CFSTR("c"), nullptr, CFSTR("no.domain"));
+    setPreference(CFSTR("b"), nullptr, CFSTR("com.example"));
+    setPreference(CFSTR("c"), nullptr, CFSTR("no.domain"));
     EXPECT_EQ(machine()["preferences"],
               json::parse(R"({"global": {"a": true}, "com.example": {}})"));
 }
 
 TEST_F(Preferences, CallsAreListed) {
-    write(CFSTR("a"), kCFBooleanTrue, kCFPreferencesAnyApplication);
-    write(CFSTR("b"), nullptr, CFSTR("com.example"));
+    setPreference(CFSTR("a"), kCFBooleanTrue, kCFPreferencesAnyApplication);
+    setPreference(CFSTR("b"), nullptr, CFSTR("com.example"));
     EXPECT_TRUE(CFPreferencesSynchronize(CFSTR("com.example"), kCFPreferencesCurrentUser,
                                          kCFPreferencesAnyHost));
     EXPECT_TRUE(CFPreferencesAppSynchronize(CFSTR("com.example")));
@@ -74,7 +75,7 @@ TEST_F(Preferences, MeetFaults) {
     addFault({{"call", "CFPreferencesSetValue"}, {"effect", false}});
     addFault({{"call", "CFPreferencesSynchronize"}, {"result", false}});
     addFault({{"call", "CFPreferencesCopyValue"}, {"result", {1, 2}}});
-    write(CFSTR("a"), kCFBooleanTrue, kCFPreferencesAnyApplication);
+    setPreference(CFSTR("a"), kCFBooleanTrue, kCFPreferencesAnyApplication);
     EXPECT_EQ(machine()["preferences"], json::object());
     EXPECT_EQ(calls().size(), 1U) << "the call was made";
     EXPECT_FALSE(

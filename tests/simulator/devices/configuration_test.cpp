@@ -7,9 +7,6 @@
 namespace tolvaran::tests {
 namespace {
 
-constexpr CGDisplayChangeSummaryFlags begin = kCGDisplayBeginConfigurationFlag;
-constexpr CGDisplayChangeSummaryFlags shape = kCGDisplayDesktopShapeChangedFlag;
-
 class Configuration : public DeviceTest {
   protected:
     void SetUp() override {

@@ -17,6 +17,9 @@ namespace tolvaran::tests {
 
 using DeviceTest = ProcessTest;
 
+inline constexpr CGDisplayChangeSummaryFlags begin = kCGDisplayBeginConfigurationFlag;
+inline constexpr CGDisplayChangeSummaryFlags shape = kCGDisplayDesktopShapeChangedFlag;
+
 /// Two displays side by side, the first one the main display.
 inline nlohmann::json twoDisplays() {
     return {{"displays",

@@ -12,9 +12,6 @@ using simulator::devices::connect;
 using simulator::devices::disconnect;
 using simulator::devices::reconfigure;
 
-constexpr CGDisplayChangeSummaryFlags begin = kCGDisplayBeginConfigurationFlag;
-constexpr CGDisplayChangeSummaryFlags shape = kCGDisplayDesktopShapeChangedFlag;
-
 class Reconfiguration : public DeviceTest {
   protected:
     void SetUp() override { simulator::reset(twoDisplays()); }

@@ -274,12 +274,12 @@ TEST_F(Dispatch, AHandlerMayGiveUpItsOwnSource) {
 }
 
 TEST_F(Dispatch, SourcesCountAsLiveObjects) {
-    const std::size_t before = liveObjects();
+    const std::size_t before = simulator::liveObjects();
     dispatch_source_t timer = makeTimer("tick", 1, 1);
-    EXPECT_EQ(liveObjects(), before + 1);
+    EXPECT_EQ(simulator::liveObjects(), before + 1);
     dispatch_resume(timer);
     dispatch_release(timer);
-    EXPECT_EQ(liveObjects(), before);
+    EXPECT_EQ(simulator::liveObjects(), before);
 }
 
 TEST_F(Dispatch, OtherSourcesAreRefused) {

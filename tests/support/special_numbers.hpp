@@ -1,4 +1,4 @@
-// Infinity as tests of numbers out of range spell it.
+// Numbers that no record may hold.
 #pragma once
 
 #include <limits>
@@ -6,5 +6,6 @@
 namespace tolvaran::tests {
 
 inline constexpr double infinity = std::numeric_limits<double>::infinity();
+inline constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace tolvaran::tests
