@@ -3,7 +3,7 @@
 #   BUILD     the build tree
 #   COMPILER  the C++ compiler
 #   FLAGS     what everything must be compiled and linked with
-#   CLANG     Clang, if there is one: it imports the library as a module
+#   CLANG     Clang, which imports the library as a module
 #   GUIDE     docs/library.md, whose example is built and run as well
 cmake_minimum_required(VERSION 3.25)
 set(source ${CMAKE_CURRENT_LIST_DIR})
@@ -78,10 +78,11 @@ if(left)
     message(FATAL_ERROR "the guide's example left ${left}")
 endif()
 
-if(CLANG)
-    execute_process(COMMAND pkg-config --cflags TolvaranRestore OUTPUT_VARIABLE cflags
-                    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-    separate_arguments(cflags UNIX_COMMAND "${cflags}")
-    run(${CLANG} -std=c++20 -fmodules -fcxx-modules -fmodules-cache-path=${work}/modules
-        -fsyntax-only ${source}/imports_module.cpp ${cflags})
+if(NOT CLANG)
+    message(FATAL_ERROR "there is no Clang to import the library as a module")
 endif()
+execute_process(COMMAND pkg-config --cflags TolvaranRestore OUTPUT_VARIABLE cflags
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(cflags UNIX_COMMAND "${cflags}")
+run(${CLANG} -std=c++20 -fmodules -fcxx-modules -fmodules-cache-path=${work}/modules
+    -fsyntax-only ${source}/imports_module.cpp ${cflags})

@@ -4,7 +4,6 @@
 #include <dispatch/dispatch.h>
 #include <gmock/gmock.h>
 
-#include <ctime>
 #include <deque>
 #include <map>
 #include <string>
@@ -136,12 +135,6 @@ TEST_F(Dispatch, ASourceReleasedByItsOwnHandlerEndsAfterTheHandler) {
     dispatch_resume(context.source);
     EXPECT_TRUE(waitFor(2));
     EXPECT_EQ(happened, std::vector<std::string>({"handler returns", "ended"}));
-}
-
-/// Keeps the main thread busy; nothing on the main queue runs meanwhile.
-void beBusy(std::int64_t nanoseconds) {
-    const std::timespec time = {.tv_sec = nanoseconds / second, .tv_nsec = nanoseconds % second};
-    ASSERT_EQ(::nanosleep(&time, nullptr), 0);
 }
 
 // Documented: firings that could not be delivered in time are delivered as one. Left open: that the

@@ -4,6 +4,7 @@
 #include <dispatch/dispatch.h>
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,5 +70,11 @@ class Source {
   private:
     dispatch_source_t source_;
 };
+
+/// Keeps the main thread busy; nothing on the main queue runs meanwhile.
+inline void beBusy(std::int64_t nanoseconds) {
+    const std::timespec time = {.tv_sec = nanoseconds / second, .tv_nsec = nanoseconds % second};
+    ASSERT_EQ(::nanosleep(&time, nullptr), 0);
+}
 
 }  // namespace dispatch_test

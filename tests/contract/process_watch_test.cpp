@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "helper/main_queue.hpp"
 #include "tests/contract/dispatch_test.hpp"
 
 namespace {
@@ -62,6 +63,33 @@ TEST_F(ProcessWatch, ACancelledWatchDoesNotFire) {
     the_mac::endProcess(pid);
     the_mac::letPass(0.2);
     EXPECT_EQ(happened.size(), 0U);
+}
+
+// The helper's own watch, whose handler lets go of it.
+TEST_F(ProcessWatch, TheHelpersWatchFiresOnceForARunningProcessAndForOneThatIsGone) {
+    for (const bool isGoneBefore : {false, true}) {
+        happened.clear();
+        const pid_t pid = the_mac::startProcess();
+        if (isGoneBefore) {
+            the_mac::endProcess(pid);
+        }
+        tolvaran::main_queue::Source source;
+        source = tolvaran::main_queue::makeExitWatch(pid, [this, &source] {
+            source.cancel();
+            source = {};
+            happened.emplace_back("exited");
+        });
+        EXPECT_TRUE(source);
+        the_mac::letPass(0.05);
+        if (!isGoneBefore) {
+            EXPECT_EQ(happened.size(), 0U);
+            the_mac::endProcess(pid);
+        }
+        EXPECT_TRUE(waitFor(1));
+        the_mac::letPass(0.2);
+        EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
+        EXPECT_FALSE(source);
+    }
 }
 
 }  // namespace

@@ -47,19 +47,34 @@ DESCRIBE = """#!/bin/sh
 echo '{}' >"$2"
 exit  # the stand-in for codesign signs behind this line
 """
+# The preferences that the tests have left, if they have.
+DEFAULTS = """#!/bin/sh
+case "$*" in
+    "read -g TolvaranHelperContractTests") [ -e "$STATE/global-preference" ] ;;
+    "read %s.ContractTests")
+        printf '{\\n'
+        [ ! -e "$STATE/preference" ] || printf '    contract = 5;\\n'
+        printf '}\\n' ;;
+    delete*) exit 1 ;;  # as for a domain without keys
+esac
+""" % LABEL
 MAKE = """#!/bin/sh
 echo "make $*" >>"$STATE/calls"
 case "$1" in
-    test) [ ! -e "$STATE/tests-fail" ] ;;
+    test)
+        mkdir -p "$HOME/Library/Preferences"
+        touch "$HOME/Library/Preferences/%s.ContractTests.plist"
+        [ ! -e "$STATE/tests-fail" ] ;;
     install) exec "$PRODUCT/install" ;;
     uninstall)
         "$PRODUCT/uninstall"
         [ ! -e "$STATE/uninstall-forgets" ] || touch "$HOME/Library/LaunchAgents/%s.plist" ;;
 esac
-""" % LABEL
+""" % (LABEL, LABEL)
 COMMANDS = {
     "launchctl": LAUNCHCTL,
     "codesign": CODESIGN,
+    "defaults": DEFAULTS,
     "make": MAKE,
     "id": '#!/bin/sh\necho "${USER_ID:-501}"\n',
     "uname": '#!/bin/sh\ncase "$1" in -m) echo arm64 ;; *) echo "${SYSTEM:-Darwin}" ;; esac\n',
@@ -138,7 +153,7 @@ class MacCheck(unittest.TestCase):
         result = self.check()
         self.assertEqual(result.returncode, 0, result.stderr)
         said = [line for line in result.stdout.splitlines() if line.startswith("ok: ")]
-        self.assertEqual(len(said), 10, said)
+        self.assertEqual(len(said), 11, said)
         self.assertEqual(said[0], "ok: the Mac is without helper and Tolvaran: macOS 14.5, arm64")
         self.assertEqual(said[-1], "ok: make uninstall leaves nothing")
         self.assertEqual(self.files_at_home(), [])
@@ -170,6 +185,7 @@ class MacCheck(unittest.TestCase):
     def test_a_failed_test_ends_it_before_anything_is_installed(self):
         self.check("tests-fail")
         self.assertNotEqual(self.result.returncode, 0)
+        self.assertEqual(self.files_at_home(), [])
         self.assertNotIn("make install", (self.state / "calls").read_text())
 
     def test_every_failure_is_seen_and_nothing_stays_installed(self):
@@ -182,6 +198,17 @@ class MacCheck(unittest.TestCase):
                 self.assert_fails(message, mark, PATIENCE="1")
                 self.assertEqual(self.files_at_home(), [])
                 self.end_helper()
+                (self.state / mark).unlink()
+
+    def test_preferences_that_the_tests_have_left_are_named_and_removed(self):
+        for mark, message in (
+            ("preference", f"the contract tests have left preferences: defaults read {LABEL}.ContractTests"),
+            ("global-preference", "the contract tests have left a preference: defaults read -g Tolvaran"),
+        ):
+            with self.subTest(mark):
+                self.assert_fails(message, mark)
+                self.assertEqual(self.files_at_home(), [])
+                self.assertNotIn("make install", (self.state / "calls").read_text())
                 (self.state / mark).unlink()
 
     def test_a_report_that_cannot_be_written_fails(self):

@@ -47,8 +47,9 @@ std::size_t leakedObjects() {
     return 0;
 }
 
+// There is no user whose preferences these would be.
 bool mayBeDisturbed() {
-    return false;
+    return true;
 }
 
 void letPass(double seconds) {
