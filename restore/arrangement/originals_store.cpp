@@ -10,9 +10,7 @@
 #include "restore/support/record_file.hpp"
 #include "restore/support/text.hpp"
 
-namespace tolvaran {
-
-namespace OriginalsStore {
+namespace tolvaran::OriginalsStore {
 namespace {
 
 using Arrangements = decltype(OriginalsFile::arrangements);
@@ -68,5 +66,4 @@ void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::
     RestoreLog::info("Migrated originals UUIDs: " + text::describe(mapping));
 }
 
-}  // namespace OriginalsStore
-}  // namespace tolvaran
+}  // namespace tolvaran::OriginalsStore

@@ -8,9 +8,7 @@
 #include "restore/support/files.hpp"
 #include "restore/support/record_file.hpp"
 
-namespace tolvaran {
-
-namespace ResolutionOriginalsStore {
+namespace tolvaran::ResolutionOriginalsStore {
 namespace {
 
 using Kind = files::Change::Kind;
@@ -78,5 +76,4 @@ std::map<std::string, DisplayModeSpec> pendingEntries(const std::string& path) {
     return load(path).entries;
 }
 
-}  // namespace ResolutionOriginalsStore
-}  // namespace tolvaran
+}  // namespace tolvaran::ResolutionOriginalsStore

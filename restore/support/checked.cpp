@@ -22,7 +22,7 @@ std::string text(double value) {
 template <typename Integer>
 std::optional<Integer> fitting(double value) {
     // Both bounds are powers of two and so exact as doubles, unlike the greatest integer itself.
-    constexpr double lower = static_cast<double>(std::numeric_limits<Integer>::min());
+    constexpr auto lower = static_cast<double>(std::numeric_limits<Integer>::min());
     const double whole = std::trunc(value);
     return whole >= lower && whole < -lower ? std::optional(static_cast<Integer>(whole))
                                             : std::nullopt;

@@ -226,7 +226,7 @@ std::string write(const Shape& shape, const void* value);
 /// @throws DecodingError if `text` is not well-formed JSON in valid UTF-8, has more than 512 levels
 ///         of nesting or does not hold such a record
 template <typename Record>
-Record read(std::string text) {
+Record read(std::string text) {  // NOLINT(performance-unnecessary-value-param): it is moved
     std::optional<Record> record;
     detail::read(std::move(text), detail::ShapeOf<std::optional<Record>>::shape, &record);
     return *std::move(record);
