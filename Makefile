@@ -65,7 +65,7 @@ torture: ## Try every fault, pair of faults, kill and power cut (hours; PAIRS=N:
 		TOLVARAN_STATISTICS= $(MAKE) --no-print-directory coverage || result=1; \
 		tools/torture-summary build/torture-counts; exit $$result
 
-fuzz: ## Look for inputs that break something, until stopped (FUZZ_SECONDS=N: N seconds a target)
+fuzz: ## Look for inputs that break something, until stopped (FUZZ_SECONDS=N: N seconds per target)
 	@tools/install-dependencies build fuzz
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
@@ -111,7 +111,7 @@ replay: setup ## Play reports that tolvaran_describe has written (REPORTS="FILE.
 mac-check: ## On a Mac without Tolvaran: test, install, kill, describe and remove the helper
 	@tools/mac-check
 
-# From the source, so that nothing need be built for it.
+# From the source, so that nothing has to be built for it.
 IDENTIFIER = $(shell sed -n 's/^set(TOLVARAN_HELPER_IDENTIFIER \(.*\))/\1/p' packaging/macos/CMakeLists.txt)
 
 uninstall: ## On a Mac: end the helper and remove it

@@ -1,4 +1,4 @@
-# What a build for a Mac needs besides: Objective-C++, both architectures, and the check that the
+# What a build for a Mac also needs: Objective-C++, both architectures, and the check that the
 # simulator's headers declare what Apple's do.
 enable_language(OBJCXX)
 set(CMAKE_OBJCXX_STANDARD 20)
@@ -22,7 +22,7 @@ set(checked ${CMAKE_BINARY_DIR}/declarations/checked)
 set(test_of_check ${PROJECT_SOURCE_DIR}/tests/packaging/declarations_test.py)
 add_custom_command(
     OUTPUT ${checked}
-    # First the check itself is tried, on headers that do differ. Only here is a compiler for it.
+    # First test the check on headers that differ; only this build has a compiler for it.
     COMMAND ${Python3_EXECUTABLE} ${test_of_check} ${CMAKE_CXX_COMPILER} ${flags}
     COMMAND ${PROJECT_SOURCE_DIR}/tools/check-declarations
             --headers ${PROJECT_SOURCE_DIR}/simulator/include --work ${CMAKE_BINARY_DIR}/declarations

@@ -372,7 +372,7 @@ void preferences(const Input& input) {
     }
     const DockHotCornerSnapshot corners =
         DockHotCornerOverride::readCurrent(DockHotCornerOverride::dockAppID);
-    require(corners.liveListsArePaired(), "the live corners are no pair");
+    require(corners.liveListsArePaired(), "the live corners are not a pair");
     if (corners.isValid()) {
         DockHotCornerOverride::saveSnapshotOrThrow(corners, input.path);
         require(DockHotCornerOverride::loadSnapshot(input.path) == corners,

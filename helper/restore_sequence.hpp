@@ -10,7 +10,7 @@ namespace tolvaran {
 
 /// Runs every step. Each step checks whether the main application is running and whether there is
 /// anything to put back, reports only through the log, and never stops the later ones. A step that
-/// runs out of memory logs "gave up: " and the error.
+/// runs out of memory logs at "error" "gave up: " and the error.
 /// @param tag       what triggered the run: "cold-start", "safety-tick", "display-reconfig" or
 ///                  "proc-exit"
 /// @param exitedPID for "proc-exit", the instance that has just exited and does not count as

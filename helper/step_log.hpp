@@ -26,7 +26,8 @@ class StepLog {
     bool mainAppIsRunning(std::optional<pid_t> exitedPID) const;
 
     /// Whether another process has changed the record since the run began. If so, logs at "debug"
-    /// that the record is left to the next run; the caller returns.
+    /// that the record is left to the next run, as in "menubar-state.json was changed by another
+    /// process meanwhile; left to the next run"; the caller returns.
     ///
     /// All steps of a run see the applications that were running when it began. A record that was
     /// changed since comes from a main application that has started in the meantime, and may be for

@@ -3,8 +3,7 @@
 // the same ones.
 //
 // Functions that every macOS has had so far are linked. Those that some versions lack are looked up
-// at run time, by menubar/per_display_menu_bar_api and dock/native_hot_corners. All are called on
-// the main thread only.
+// at run time, by menubar/per_display_menu_bar_api and dock/native_hot_corners. Main thread only.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -139,7 +139,7 @@ std::vector<fs::path> leftOvers(const fs::path& directory, const Files& gallery)
 int check(const fs::path& directory, const Files& gallery, std::ostream& errors) {
     int status = 0;
     const auto complain = [&](const fs::path& path, const char* what) {
-        errors << path.string() << ": " << what << "; `make gallery` puts it right\n";
+        errors << path.string() << ": " << what << "; `make gallery` fixes it\n";
         status = 1;
     };
     for (const auto& [path, content] : gallery) {

@@ -22,8 +22,8 @@ class Observation {
     /// Starts looking for the helper's first change. Call it just before the process begins.
     /// @param logs the helper's log directory, whose files do not count
     void begin(const std::string& logs);
-    /// Looks a last time, and adds what was observed to the result of the run: `timeline`, `order`,
-    /// `before`.
+    /// Looks one last time, and adds what was observed to the result of the run: `timeline`,
+    /// `order`, `before`.
     void addTo(nlohmann::json& result);
 
   private:

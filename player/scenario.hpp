@@ -36,7 +36,7 @@ struct Scenario {
     nlohmann::json faults = nlohmann::json::array();
     nlohmann::json expect = nlohmann::json::object();
     nlohmann::json about = nlohmann::json::object();  // facts for the report only
-    std::optional<std::vector<std::string>> log;      // the user's helper's, line by line
+    std::optional<std::vector<std::string>> log;      // the log of the user's helper, line by line
 };
 
 /// Reads a scenario.

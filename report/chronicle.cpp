@@ -62,9 +62,9 @@ std::optional<std::size_t> stepOf(const json& call) {
     return std::nullopt;
 }
 
-/// Builds the entries from one happening after the other. The calls and lines of a restore run come
-/// step by step, so one that belongs to an earlier step, or anything after the line that ends the
-/// last step, begins another run.
+/// Builds the entries event by event. The calls and lines of a restore run come step by step, so
+/// one that belongs to an earlier step, or anything after the line that ends the last step, begins
+/// another run.
 class Chronicler {
   public:
     explicit Chronicler(const json& result) : result_(result) {}

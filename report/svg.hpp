@@ -29,7 +29,7 @@ Side sideOf(const std::string& name, const nlohmann::json& mac);
 struct Canvas {
     double width = 0;   // units
     double height = 0;  // units
-    double scale = 1;   // units a point
+    double scale = 1;   // units per point
 };
 
 /// A canvas with room for both sides.

@@ -93,8 +93,8 @@ class Grid {
 
 /// Converts points to cells, equally for both sides.
 struct Measure {
-    double column = 1;  // points a column
-    double line = 2;    // points a line
+    double column = 1;  // points per column
+    double line = 2;    // points per line
 };
 
 Measure measureFor(const Frame& before, const Frame& after, int columns) {

@@ -10,6 +10,7 @@ namespace tolvaran {
 void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
     const StepLog step(step_names::checkInvariant, tag);
     const bool isRunning = step.mainAppIsRunning(exitedPID);
+    // After an exit too: Tolvaran has run, even if no check found it running.
     if (isRunning || exitedPID) {
         repair_attempts::forget();
     }
@@ -22,7 +23,7 @@ void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
     const Hardware hardware = readHardware();
     repair_attempts::beginCheck(hardware.displays);
     const MainApplicationLayout::Look look = MainApplicationLayout::look(hardware);
-    if (look.isMainApplications) {
+    if (look.isMainAppLayout) {
         repairArrangement(hardware, log);
         return;
     }

@@ -3,7 +3,12 @@
 //
 // All take the trigger of the run ("cold-start", "safety-tick", "display-reconfig" or "proc-exit")
 // and, for "proc-exit", the instance that has just exited, which does not count as running. Their
-// log lines begin with the step's name and the trigger in brackets.
+// log lines begin with the step's name and the trigger in brackets, which the docstrings leave out.
+//
+// If the main application is running, each logs at "debug" "Tolvaran running (pid 812), skipping".
+// If another process has changed a step's record since the run began, the step logs at "debug" the
+// record's name and " was changed by another process meanwhile; left to the next run". All also log
+// what the library's functions log that they call.
 #pragma once
 
 #include <sys/types.h>
@@ -32,29 +37,41 @@ inline constexpr const char* restoreCursorAssociation = "restoreCursorAssociatio
 /// saved for them and others, else into a plain row. Removes the displays' set marks once they are
 /// in order; a native-mirrored mark outlives every repair except the exact one. Reads everything
 /// afresh on every run, and tries nothing twice in a run.
+///
+/// Logs at "debug" "hardware not a Tolvaran layout, invariant holds" and then what
+/// MainApplicationLayout::clearStaleMarks() logs, or what repairArrangement() logs.
 void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID);
 
-/// Puts back the display modes recorded in ".resolution-originals", and logs how many, if any.
-/// Checks for records first: without any, it does and logs nothing, not even that the main
-/// application is running.
+/// Puts back the display modes recorded in ".resolution-originals". Checks for records first:
+/// without any, it does and logs nothing, not even that the main application is running. If it has
+/// put any mode back, logs at "info" how many, as in "restored 2 display mode(s)".
 void restoreResolutions(const std::string& tag, std::optional<pid_t> exitedPID);
 
 /// Puts back the menu bar's auto-hide and every display's visibility override from
 /// "menubar-state.json", and keeps there what could not be put back. Without that file nothing is
-/// done or logged after the running test.
+/// done or logged after the running test. Logs:
+/// - at "info" "applying snapshot", unless only absent displays are still waited for
+/// - at "warn" "CGS apply failed; snapshot kept", unless only records of absent displays are left
+/// - if nothing is left, at "info" "snapshot deleted" or at "warn" "snapshot could not be deleted"
+/// - if what is left has changed, at "info" "kept 2 unsettled display(s)" or at "warn" "pending
+///   records could not be saved"
 void restoreMenuBar(const std::string& tag, std::optional<pid_t> exitedPID);
 
 /// Ends a screen-saver hold recorded in "hot-corner-screen-saver-hold", then puts back the corners
 /// saved in "hot-corners-snapshot.json". Without either file nothing is done or logged after the
-/// running test.
+/// running test. Logs at "info" "screen saver hold released", if it was; with a snapshot "applying
+/// snapshot" and, if that succeeded, "snapshot applied + deleted".
 void restoreHotCorners(const std::string& tag, std::optional<pid_t> exitedPID);
 
 /// Forces the Dock back to the auto-hide value in "dock-autohide-pending.json" and removes that
-/// marker. Without a marker nothing is done or logged after the running test.
+/// marker. Without a marker nothing is done or logged after the running test. Logs at "info"
+/// "marker found, restoring" and, if the Dock had to be changed and the marker was removed,
+/// "auto-hide restored + marker deleted".
 void restoreDockAutoHide(const std::string& tag, std::optional<pid_t> exitedPID);
 
-/// Associates the cursor with the mouse. There is no record of its state, so this happens, and logs
-/// one line, on every run while the main application is not running.
+/// Associates the cursor with the mouse. There is no record of its state, so this happens on every
+/// run while the main application is not running, and logs one line: at "info" "re-associated
+/// cursor", or at "warn" "CGAssociateMouseAndMouseCursorPosition(1) returned " and the code.
 void restoreCursorAssociation(const std::string& tag, std::optional<pid_t> exitedPID);
 
 struct Step {

@@ -1,5 +1,5 @@
-// Which display UUIDs the main application knows to name the same display. It keeps the list in its
-// preferences.json; this system only reads it.
+// Which display UUIDs name the same display, according to the main application. It keeps the list
+// in its preferences.json; this system only reads it.
 #pragma once
 
 #include <string>

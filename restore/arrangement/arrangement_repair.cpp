@@ -25,7 +25,7 @@ using Positions = std::vector<HardwarePosition>;
 using MainApplicationLayout::Marks;
 
 // How often one check configures the displays, however many saved arrangements a file holds.
-constexpr std::size_t mostConfigurations = repair_attempts::mostOfAll;
+constexpr std::size_t configurationLimit = repair_attempts::limitForAll;
 
 /// One repair in progress.
 struct Repair {
@@ -121,15 +121,15 @@ using repair_attempts::Effect;
 
 void noteAttempt(const Repair& repair, const Positions& positions, const std::string& what,
                  Effect effect) {
-    using repair_attempts::Verdict;
-    const Verdict verdict = repair_attempts::noteAttempt(positions, effect);
-    if (verdict == Verdict::goOn) {
+    using repair_attempts::NextStep;
+    const NextStep next = repair_attempts::noteAttempt(positions, effect);
+    if (next == NextStep::goOn) {
         return;
     }
-    const bool isAll = verdict == Verdict::leaveAll;
+    const bool isAll = next == NextStep::leaveAll;
     const std::string subject = isAll ? "saved arrangements were" : what + " was";
-    const auto times = isAll ? repair_attempts::mostOfAll : repair_attempts::mostOfOne;
-    const long minutes = std::lround(repair_attempts::goodWhile / 60);
+    const auto times = isAll ? repair_attempts::limitForAll : repair_attempts::limitForOne;
+    const long minutes = std::lround(repair_attempts::exclusionTime / 60);
     repair.log("warn", subject + " applied " + std::to_string(times) +
                            " times without settling the displays; skipping for " +
                            std::to_string(minutes) + " minutes");
@@ -153,8 +153,8 @@ Effect lookAgain(Repair& repair) {
 /// @return whether the displays have moved and no zigzag is left
 bool configure(Repair& repair, const Positions& positions, const std::string& what,
                const std::string& refusal) {
-    if (++repair.configurations == mostConfigurations) {
-        repair.log("debug", "trying no further saved arrangement in this check");
+    if (++repair.configurations == configurationLimit) {
+        repair.log("debug", "not trying further saved arrangements in this check");
     }
     if (!DisplayApply::applyOriginalsToHardware(positions)) {
         repair.log("error", refusal);
@@ -189,7 +189,7 @@ bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string&
                   InForce inForce) {
     const Positions positions = activePositions(repair.hardware, entries);
     const std::string candidate = "candidate " + label;
-    if (positions.empty() || repair.configurations >= mostConfigurations ||
+    if (positions.empty() || repair.configurations >= configurationLimit ||
         !repair_attempts::mayTry(positions) || !isUsable(repair, positions, candidate)) {
         return false;
     }
@@ -232,7 +232,7 @@ bool tryStackedFallback(Repair& repair) {
                      "CG configure rejected stacked fallback");
 }
 
-// The ways to repair the layout. Each returns the log line of its success, or none.
+// The strategies. Each returns the log line of its success, or none.
 
 std::optional<std::string> restoreExact(Repair& repair, const Arrangements& arrangements) {
     const std::string sig = "sig=" + repair.hardware.signature;
@@ -320,13 +320,13 @@ std::optional<std::string> restoreStacked(Repair& repair, const Arrangements& /*
     return "restored stacked fallback for sig=" + repair.hardware.signature;
 }
 
-struct Way {
+struct Strategy {
     std::optional<std::string> (*attempt)(Repair& repair, const Arrangements& arrangements);
     Marks settledMarks;  // the marks that its success makes outdated
 };
 
 /// In the order in which they are tried.
-constexpr std::array<Way, 4> ways{{
+constexpr std::array<Strategy, 4> strategies{{
     {restoreExact, Marks::all},
     {restoreSubset, Marks::allButNativeMirrored},
     {restoreProjection, Marks::allButNativeMirrored},
@@ -338,10 +338,10 @@ constexpr std::array<Way, 4> ways{{
 void repairArrangement(const Hardware& hardware, const CheckLog& log) {
     const OriginalsFile originals = OriginalsStore::load(OriginalsStore::defaultPath());
     Repair repair = beginRepair(hardware, log);
-    for (const Way& way : ways) {
-        if (const auto success = way.attempt(repair, originals.arrangements)) {
+    for (const Strategy& strategy : strategies) {
+        if (const auto success = strategy.attempt(repair, originals.arrangements)) {
             log("info", *success);
-            MainApplicationLayout::clear(way.settledMarks, hardware.signature, log);
+            MainApplicationLayout::clear(strategy.settledMarks, hardware.signature, log);
             return;
         }
     }

@@ -1,5 +1,5 @@
 // The only place that moves displays, and the layout of last resort. Used by the arrangement
-// invariant and by the main application.
+// invariant and by the main application. Main thread only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -29,9 +29,16 @@ using Hook = std::function<void()>;
 /// are truncated toward zero to 32-bit integers; one that is not finite or does not fit stops the
 /// program.
 ///
-/// Logs "Applying " and the number of positions, and each of them, through RestoreLog.debug; before
-/// them, if the displays are shifted, "Re-anchored saved positions to current main " through
-/// RestoreLog.info. Failures are not logged; the caller does that.
+/// Logs, in this order:
+/// - if the displays are shifted, through RestoreLog.info "Re-anchored saved positions to current
+///   main 1: shift=(1920,0)"
+/// - through RestoreLog.debug "Applying 2 positions to hardware", and for each display
+///   "  display 7 -> (1920,0)"
+/// - before the program is stopped, through RestoreLog.warn, as in "stopping: x of the origin of
+///   display 7 is 3000000000, which does not fit in 32 bits"; for a number that does not even fit
+///   in 64 bits it says so, and for the shift "stopping: x of the shift to the main display is …"
+///
+/// Failures are not logged; the caller does that.
 /// @param beforeConfigure called in the configuration, before the first display is moved; if it
 ///                        throws, the configuration is cancelled and the exception passed on
 /// @param afterConfigure  called after the configuration was completed, successfully or not

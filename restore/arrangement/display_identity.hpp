@@ -3,7 +3,7 @@
 //
 // The name is made from what the hardware says about itself; where that is missing, or shared by
 // identical monitors, the window server's UUID for the port takes its place. Nothing is cached, so
-// a display plugged in between two calls is seen at once. Nothing here fails.
+// a display plugged in between two calls is seen at once. Nothing here fails. Main thread only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

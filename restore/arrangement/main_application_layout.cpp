@@ -74,7 +74,7 @@ Look look(const Hardware& hardware) {
     };
     const MarkFinding sidePinned = find(sidePinnedSets);
     const MarkFinding nativeMirrored = find(nativeMirroredSets);
-    return {.isMainApplications = zigzag || sidePinned.isInForce || nativeMirrored.isInForce,
+    return {.isMainAppLayout = zigzag || sidePinned.isInForce || nativeMirrored.isInForce,
             .isSidePinMarked = sidePinned.isMarked,
             .isNativeMirrorMarked = nativeMirrored.isMarked};
 }

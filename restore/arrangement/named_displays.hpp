@@ -1,6 +1,6 @@
 // The displays and the names that records use for them. Everything that reads saved arrangements,
 // modes or menu bar records begins here, and reads each display's hardware once. Internal to the
-// library; display_identity.hpp is what programs may use.
+// library; display_identity.hpp is what programs may use. Main thread only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

@@ -42,7 +42,7 @@ std::vector<Arrangement> projectedSupersetArrangements(
     std::map<std::pair<std::size_t, std::string>, Arrangement> projections;
     for (const auto& [signature, arrangement] : arrangements) {
         if (arrangement.size() <= activeUUIDs.size()) {
-            continue;  // too few, without counting which of them are the same
+            continue;  // too few displays, even if all differ
         }
         const std::set<std::string> all = uuids(arrangement);
         if (isStrictSuperset(all, activeUUIDs)) {

@@ -53,7 +53,7 @@ void save(const OriginalsFile& file, const std::string& path);
 /// If entries then share a UUID, or arrangements a signature, the first stays (in stored order, and
 /// in the order of the old signatures). Arrangements without entries are dropped. If this changed
 /// anything, saves and logs through RestoreLog.info "Migrated originals UUIDs: " and the mapping.
-/// An empty mapping reads no file.
+/// Also logs as load() and save() do. An empty mapping reads no file.
 void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::string& path);
 
 }  // namespace OriginalsStore

@@ -30,69 +30,72 @@ struct Memory {
     bool leftZigzag = false;  // the last move, and the displays have not been in order since
 };
 
-ProcessWide<Memory> memory;
+Memory& memory() {
+    static ProcessWide<Memory> state;
+    return state.get();
+}
 
 /// Also false if the clock has been set back since.
 bool isWithin(double seconds, CFAbsoluteTime since, CFAbsoluteTime now) {
     return since <= now && now - since < seconds;
 }
 
-void dropWhatIsOver(CFAbsoluteTime now) {
-    std::erase_if(memory.get().attempts, [&](const Attempt& attempt) {
+void dropExpired(CFAbsoluteTime now) {
+    std::erase_if(memory().attempts, [&](const Attempt& attempt) {
         return !isWithin(quickSuccession, attempt.at, now);
     });
-    std::erase_if(memory.get().exclusions, [&](const Exclusion& exclusion) {
-        return !isWithin(goodWhile, exclusion.since, now);
+    std::erase_if(memory().exclusions, [&](const Exclusion& exclusion) {
+        return !isWithin(exclusionTime, exclusion.since, now);
     });
 }
 
 template <typename Concerns>
 bool isExcluded(Concerns concerns) {
-    if (memory.get().exclusions.empty()) {
+    if (memory().exclusions.empty()) {
         return false;
     }
-    dropWhatIsOver(CFAbsoluteTimeGetCurrent());
-    return std::ranges::any_of(memory.get().exclusions, concerns);
+    dropExpired(CFAbsoluteTimeGetCurrent());
+    return std::ranges::any_of(memory().exclusions, concerns);
 }
 
 }  // namespace
 
 void beginCheck(std::vector<CGDirectDisplayID> displays) {
     std::ranges::sort(displays);
-    if (!displays.empty() && displays != memory.get().displays) {
-        memory.get() = {.displays = std::move(displays)};
+    if (!displays.empty() && displays != memory().displays) {
+        memory() = {.displays = std::move(displays)};
     }
 }
 
 void forget() {
-    memory.get() = {};
+    memory() = {};
 }
 
 void noteOrder() {
-    std::erase_if(memory.get().attempts,
+    std::erase_if(memory().attempts,
                   [](const Attempt& attempt) { return attempt.effect == Effect::settled; });
-    memory.get().leftZigzag = false;
+    memory().leftZigzag = false;
 }
 
-Verdict noteAttempt(const Arrangement& arrangement, Effect effect) {
+NextStep noteAttempt(const Arrangement& arrangement, Effect effect) {
     const CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
-    dropWhatIsOver(now);
+    dropExpired(now);
     if (effect != Effect::none) {
-        memory.get().leftZigzag = effect == Effect::leftZigzag;
+        memory().leftZigzag = effect == Effect::leftZigzag;
     }
-    auto& attempts = memory.get().attempts;
-    auto& exclusions = memory.get().exclusions;
+    auto& attempts = memory().attempts;
+    auto& exclusions = memory().exclusions;
     attempts.push_back({.arrangement = arrangement, .at = now, .effect = effect});
     const auto count = std::ranges::count(attempts, arrangement, &Attempt::arrangement);
-    const bool isExhausted = static_cast<std::size_t>(count) >= mostOfOne;
+    const bool isExhausted = static_cast<std::size_t>(count) >= limitForOne;
     if (isExhausted) {
         exclusions.push_back({.arrangement = arrangement, .since = now});
     }
-    if (attempts.size() >= mostOfAll) {
+    if (attempts.size() >= limitForAll) {
         exclusions.push_back({.arrangement = std::nullopt, .since = now});
-        return Verdict::leaveAll;
+        return NextStep::leaveAll;
     }
-    return isExhausted ? Verdict::leaveThisOne : Verdict::goOn;
+    return isExhausted ? NextStep::leaveThisOne : NextStep::goOn;
 }
 
 bool mayTry(const Arrangement& arrangement) {
@@ -105,7 +108,7 @@ bool mayTryRow(const Arrangement& row) {
 }
 
 bool haveLeftZigzag() {
-    return memory.get().leftZigzag && !memory.get().exclusions.empty();
+    return memory().leftZigzag && !memory().exclusions.empty();
 }
 
 }  // namespace tolvaran::repair_attempts

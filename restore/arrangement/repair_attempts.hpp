@@ -4,7 +4,7 @@
 // applied several times in quick succession without settling the displays is left alone for a
 // while.
 //
-// Nothing else is remembered between checks, and this only in memory. It is forgotten when the set
+// Nothing else is remembered between checks, and only in memory. It is forgotten when the set
 // of displays changes and when the main application has run: either creates a new situation, in
 // which the same arrangement may be right. Main thread only.
 #pragma once
@@ -18,11 +18,13 @@
 
 namespace tolvaran::repair_attempts {
 
-inline constexpr double quickSuccession = 5 * 60;  // seconds
-inline constexpr double goodWhile = 10 * 60;       // seconds
+/// How long an attempt counts, in seconds.
+inline constexpr double quickSuccession = 5 * 60;
+/// How long an arrangement is then left alone, in seconds.
+inline constexpr double exclusionTime = 10 * 60;
 /// How often one arrangement, and all of them together, may be applied in quick succession.
-inline constexpr std::size_t mostOfOne = 3;
-inline constexpr std::size_t mostOfAll = 24;
+inline constexpr std::size_t limitForOne = 3;
+inline constexpr std::size_t limitForAll = 24;
 
 /// What applying an arrangement has done.
 enum class Effect {
@@ -32,7 +34,7 @@ enum class Effect {
 };
 
 /// What follows from one more attempt.
-enum class Verdict {
+enum class NextStep {
     goOn,
     leaveThisOne,  // do not try it for a while
     leaveAll,      // do not try any saved arrangement for a while
@@ -49,7 +51,7 @@ void forget();
 void noteOrder();
 
 /// The arrangement has been applied. One that settled the displays counts only until noteOrder().
-Verdict noteAttempt(const std::vector<HardwarePosition>& arrangement, Effect effect);
+NextStep noteAttempt(const std::vector<HardwarePosition>& arrangement, Effect effect);
 
 /// Whether this saved arrangement may be tried now.
 bool mayTry(const std::vector<HardwarePosition>& arrangement);

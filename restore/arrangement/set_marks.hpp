@@ -6,7 +6,7 @@
 //   NativeMirroredSetsStore  the native-mirrored layouts that it planned or made for a set
 //
 // The main application marks; the arrangement invariant recognises its layouts by the marks and
-// clears them. SetMarks tells what differs between the stores; everything else is common:
+// clears them. SetMarks holds what differs between the stores; everything else is common:
 //
 // Every operation takes the file's path last and reads the file afresh. Nothing throws, except
 // std::bad_alloc if memory runs out. Two processes may change a store at the same time; the changes

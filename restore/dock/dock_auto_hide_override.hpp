@@ -1,7 +1,7 @@
 // The Dock's auto-hide while the main application overrides it: a pending marker on disk holds the
 // value to put back. The main application marks and clears it; the helper restores from it. Nothing
 // here throws, except std::bad_alloc if memory runs out, and a failure to write or remove the
-// marker is silent.
+// marker is silent. Main thread only.
 //
 // A marker that another process writes during restoreIfPending() stays. So markPending() may be
 // called at any time, even while a helper is restoring; the helper may then still change the Dock

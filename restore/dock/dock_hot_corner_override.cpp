@@ -12,13 +12,13 @@ namespace {
 
 using Outcome = DockHotCornerLeaseExitOutcome;
 
-// How those warnings of exit() and restoreIfPending() begin that end with an error.
+// Beginnings of the warnings of exit() and restoreIfPending() that end with an error.
 constexpr const char* releaseNotRetained =
     "hot-corner release could not re-persist its recovery snapshot: ";
 constexpr const char* pendingNotRetained =
     "hot-corner restoreIfPending could not re-persist its recovery snapshot: ";
 
-// How the lines about a snapshot's fate begin.
+// Beginnings of the lines about a snapshot's fate.
 constexpr const char* enterOperation = "hot-corner enter";
 constexpr const char* exitOperation = "hot-corner exit";
 constexpr const char* pendingOperation = "hot-corner restoreIfPending";

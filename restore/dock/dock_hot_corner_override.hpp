@@ -7,8 +7,8 @@
 // on disk, and a snapshot of suppressed corners never replaces that one.
 //
 // Every operation takes the snapshot's path and the preference domain; production code passes
-// defaultSnapshotPath() and dockAppID. Only one thread at a time may call them. This header is the
-// whole interface: snapshot file, control of the corners, leases.
+// defaultSnapshotPath() and dockAppID. This header is the whole interface: snapshot file, control
+// of the corners, leases. Main thread only.
 //
 // The helper may be restoring from the same file when the main application starts to suppress. The
 // snapshot that enter() returns is then in the file and stays there, though the helper may still
@@ -30,9 +30,16 @@
 namespace tolvaran::DockHotCornerOverride {
 
 /// Takes a lease, or renews the one that the owner holds. First restores a snapshot that is still
-/// pending from an earlier suppression. Logs through RestoreLog.warn "hot-corner enter: pending
-/// snapshot at " + path + " could not be restored (corrupt file or Dock sync failed); refusing to
-/// overwrite with fresh snapshot".
+/// pending from an earlier suppression.
+///
+/// Logs through RestoreLog.warn "hot-corner enter: pending snapshot at " + path + " could not be
+/// restored (corrupt file or Dock sync failed); refusing to overwrite with fresh snapshot".
+///
+/// Logs through RestoreLog.info, if a first lease fails and another process has written a snapshot
+/// meanwhile, "hot-corner enter: snapshot at " + path + " was changed by another process meanwhile
+/// and is left alone".
+///
+/// Also logs what restoreIfPending(), loadSnapshot(), writeDisabled() and restore() log.
 /// @return the snapshot that will be restored when the last lease ends
 /// @throws OverrideError. A first lease that fails, even by running out of memory, leaves the
 ///         corners restored, or the snapshot in place for a later recovery; no lease was added.
@@ -52,6 +59,8 @@ DockHotCornerSnapshot enter(DockHotCornerLeaseOwner owner, const std::string& pa
 ///
 /// Logs through RestoreLog.info "hot-corner exit: snapshot at " + path + " was changed by another
 /// process meanwhile and is left alone".
+///
+/// Also logs what loadSnapshot(), writeDisabled() and restore() log.
 DockHotCornerLeaseExitOutcome exit(DockHotCornerLeaseOwner owner, const std::string& path,
                                    const std::string& appID);
 
@@ -66,10 +75,12 @@ DockHotCornerLeaseExitOutcome exit(DockHotCornerLeaseOwner owner, const std::str
 ///
 /// Logs through RestoreLog.info "hot-corner restoreIfPending: snapshot at " + path + " was changed
 /// by another process meanwhile and is left alone".
+///
+/// Also logs what loadSnapshot() and restore() log.
 /// @return true only if a snapshot was restored and its file removed
 bool restoreIfPending(const std::string& path, const std::string& appID);
 
-/// The snapshot in memory, else the one in the file (see loadSnapshot()).
+/// The snapshot in memory, else the one in the file. Logs what loadSnapshot() logs.
 std::optional<DockHotCornerSnapshot> recoverableSnapshot(const std::string& path);
 
 /// Whether the corners may still be suppressed: a snapshot is in memory, or a file exists at the

@@ -3,7 +3,8 @@
 // written. Used by the leases, which decide when.
 //
 // Every operation takes the preference domain; production code passes dockAppID. In any other
-// domain only preferences are read and written, since there is only one running Dock.
+// domain only preferences are read and written, since there is only one running Dock. Main thread
+// only.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +34,8 @@ DockHotCornerSnapshot readCurrent(const std::string& appID);
 /// @return whether the corners are verified to be off; the preferences may be written even if not
 bool writeDisabled(const std::string& appID);
 
-/// Calls writeDisabled(), unless preferences and Dock show every corner off already.
+/// Calls writeDisabled(), which may log, unless preferences and Dock show every corner off already.
+/// @return whether the corners are verified to be off
 bool ensureDisabled(const std::string& appID);
 
 /// Puts a snapshot back: writes its preferences and removes those that it lacks, synchronises and

@@ -1,6 +1,6 @@
 // What the hot-corner leases remember between calls, and a crash therefore forgets. Used by
 // dock_hot_corner_override.cpp, by the helper's step, which clears the snapshot, and by the leases'
-// test, which saves and restores this state.
+// test, which saves and restores this state. Main thread only.
 #pragma once
 
 #include <optional>

@@ -43,7 +43,7 @@ std::optional<DockHotCornerSnapshot> decoded(const std::optional<std::string>& c
                                              const std::string& path) {
     return record_file::decode<DockHotCornerSnapshot>(
         content,
-        {.warning = "hot-corner snapshot at " + path + " failed to decode: ", .tellsWhy = true});
+        {.warning = "hot-corner snapshot at " + path + " failed to decode: ", .withReason = true});
 }
 
 }  // namespace

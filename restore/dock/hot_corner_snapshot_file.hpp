@@ -52,9 +52,10 @@ enum class Purpose {
     restoring,    // to put the corners back from it
 };
 
-/// Writes the snapshot unless the file holds it already. In that case the content stays, and with
-/// Purpose::suppressing no process that has read the file before removes it any more. Logs as
-/// loadSnapshot() does. @throws OverrideError as saveSnapshotOrThrow() does
+/// Writes the snapshot unless the file holds it already. Otherwise the content stays; with
+/// Purpose::suppressing, a process that has read the file before will not remove it. Logs as
+/// loadSnapshot() does.
+/// @throws OverrideError as saveSnapshotOrThrow() does
 void ensureSnapshotOrThrow(const DockHotCornerSnapshot& snapshot, const std::string& path,
                            Purpose purpose);
 

@@ -1,7 +1,7 @@
 // The running Dock's own hot corners. The Dock reads its preferences only when it starts; only
 // these two private functions read or change what is in effect. They are looked up at run time,
 // once per process: in HIServices or, if that cannot be opened, among the functions that the
-// process has loaded anyway. Used by DockHotCornerOverride.
+// process has loaded anyway. Used by DockHotCornerOverride. Main thread only.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The screen saver's own hot-corner handling, which can be put on hold. A marker file records that
 // a hold was requested; the main application begins and ends holds, the helper ends one that a
 // crash left behind. Nothing here throws, except std::bad_alloc if memory runs out; a hold that was
-// begun then still has its marker.
+// begun then still has its marker. Main thread only.
 //
 // A marker that another process writes while this one ends a hold stays: it records a newer hold,
 // which may have been released together with the older one.
@@ -27,7 +27,7 @@ bool begin(const std::string& path);
 ///         has written one meanwhile
 bool end(const std::string& path);
 
-/// Calls end() if there is a marker. False, without a request, if there is none.
+/// Calls end(), which may log, if there is a marker. False, without a request, if there is none.
 bool recoverIfPending(const std::string& path);
 
 /// Whether a file exists at the path; its content is not examined.

@@ -111,7 +111,7 @@ bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
 /// displayUUID() logs about identical monitors, and what setVisibilityOverride() logs.
 MenuBarRestoreOutcome restoreDetailed(const MenuBarAutohideSnapshot& snapshot);
 
-/// Restores as restoreDetailed() does; true if nothing at all is left to restore.
+/// Restores and logs as restoreDetailed() does; true if nothing at all is left to restore.
 bool restore(const MenuBarAutohideSnapshot& snapshot);
 
 /// Those of the displays, in the same order, that have no record: the snapshot does not say what

@@ -21,8 +21,8 @@ class PerDisplayMenuBarAPI {
     /// The one instance of this process, made on first use.
     static const PerDisplayMenuBarAPI& shared();
 
-    /// Whether everything is there that hiding and restoring need. That does not include
-    /// copyActiveDisplay, which only says which display shows the menu bar.
+    /// Whether every function needed for hiding and restoring is available. copyActiveDisplay is
+    /// not one of them: it only says which display shows the menu bar.
     bool isComplete() const;
 
     // Declared, and so looked up, in this order.

@@ -38,7 +38,7 @@ std::string defaultSnapshotPath() {
 std::optional<MenuBarAutohideSnapshot> loadSnapshot(const std::string& path) {
     return record_file::load<MenuBarAutohideSnapshot>(
         path,
-        {.warning = "menu bar snapshot at " + path + " failed to decode: ", .tellsWhy = true});
+        {.warning = "menu bar snapshot at " + path + " failed to decode: ", .withReason = true});
 }
 
 bool saveSnapshot(const MenuBarAutohideSnapshot& snapshot, const std::string& path) {

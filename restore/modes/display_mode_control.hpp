@@ -1,8 +1,10 @@
 // The modes of the connected displays: lists them, finds a saved one among them, switches to one,
 // and answers what the main application's mode pickers ask about a list. Used by the resolution
 // restore and by the main application. Nothing here throws, except std::bad_alloc, and nothing is
-// kept between calls. The only log line is for a number that no display can have, which stops the
-// program: it begins with "stopping: " and goes to RestoreLog.warn.
+// kept between calls. Main thread only.
+//
+// The only log lines are for numbers that no display can have, which stop the program: those of
+// DisplayModeDescriptor, and of dedupedModes().
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -34,7 +36,8 @@ bool apply(std::int32_t modeNum, CGDirectDisplayID displayID);
 
 /// The usable mode that `spec` describes; none if there is none. A rate of 0 in it fits every
 /// rate. Of several, the one with the highest exact rate (60 before 59.94, which both round to 60),
-/// and of these the one with the lowest number.
+/// and of these the one with the lowest number. Stops the program where
+/// DisplayModeDescriptor::roundedHz() does.
 std::optional<DisplayModeDescriptor> exactMatch(const DisplayModeSpec& spec,
                                                 const std::vector<DisplayModeDescriptor>& modes);
 
@@ -48,7 +51,10 @@ bool isSupersampled(const DisplayModeDescriptor& mode, std::int64_t nativePixelW
 
 /// The usable modes with a positive size, one for each spec (the first one listed, even if a later
 /// one would sort before it): larger areas first, then HiDPI modes, then higher exact rates, then
-/// lower mode numbers. Stops the program if an area or a rounded rate does not fit in 64 bits.
+/// lower mode numbers. Stops the program if a rounded rate does not fit in 64 bits, as
+/// DisplayModeDescriptor::roundedHz() does, or if an area does not, after logging through
+/// RestoreLog.warn, as in "stopping: area of mode 7 is 4294967296 times 4294967296, which does not
+/// fit in 64 bits".
 std::vector<DisplayModeDescriptor> dedupedModes(const std::vector<DisplayModeDescriptor>& modes);
 
 }  // namespace tolvaran::DisplayModeControl

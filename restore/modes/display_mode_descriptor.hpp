@@ -54,14 +54,17 @@ struct DisplayModeDescriptor {
     bool isUsable() const;
 
     /// The rendered width in pixels: density times width in single precision, rounded half away
-    /// from zero. Stops the program if that does not fit in 64 bits.
+    /// from zero. Stops the program if that does not fit in 64 bits, after logging through
+    /// RestoreLog.warn, as in "stopping: pixel width of mode 7 is nan, which does not fit in 64
+    /// bits".
     std::int64_t pixelWidth() const;
 
     /// The refresh rate rounded half away from zero. Stops the program if that does not fit in 64
-    /// bits.
+    /// bits, after logging through RestoreLog.warn, as in "stopping: refresh rate of mode 7 is inf,
+    /// which does not fit in 64 bits".
     std::int64_t roundedHz() const;
 
-    /// The mode's portable description. Stops the program where roundedHz() does.
+    /// The mode's portable description. Stops the program, and logs, where roundedHz() does.
     DisplayModeSpec spec() const;
 };
 

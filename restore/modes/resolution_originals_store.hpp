@@ -34,7 +34,7 @@ std::string defaultPath();
 /// used. The file itself is left alone.
 ResolutionOriginalsFile load(const std::string& path);
 
-/// Writes the file, or removes it if there are no entries. On failure logs through RestoreLog.warn
+/// Writes the file, or removes it if there are no entries. On failure, logs through RestoreLog.warn
 /// "Failed to encode resolution originals file", or "Failed to write resolution originals file: "
 /// and the error; the file is then left as it was. A failed removal is silent.
 void save(const ResolutionOriginalsFile& file, const std::string& path);

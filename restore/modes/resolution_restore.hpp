@@ -11,14 +11,21 @@
 namespace tolvaran::ResolutionRestore {
 
 /// Puts back the recorded mode of every display in the map, and removes its record. If a display
-/// already shows its recorded mode, its record is removed silently. A record stays silently if its
-/// display is not in the map; it also stays, for the next run, after a line through
-/// RestoreLog.warn, if the display has no such mode ("resolution restore: no exact mode …; keeping
-/// entry") or the display configuration could not be begun or completed ("resolution restore: apply
-/// failed for …; keeping entry"). A mode that the window server refuses in between counts as
-/// applied (DisplayModeControl::apply()). Every success is logged through RestoreLog.info as
-/// "resolution restore: ", the record's key, " -> " and the mode. Also logs what
-/// ResolutionOriginalsStore logs.
+/// already shows its recorded mode, its record is removed silently; if it is not in the map, its
+/// record stays silently. A mode that the window server refuses within a configuration counts as
+/// applied (DisplayModeControl::apply()).
+///
+/// In these lines KEY is the record's key, and MODE what DisplayModeSpec::displayString() returns.
+/// Logs through RestoreLog.info "resolution restore: KEY -> MODE" after every success. Otherwise
+/// the record stays for the next run, and a line says why:
+/// - through RestoreLog.warn, if the display has no such mode: "resolution restore: no exact mode
+///   MODE for KEY; keeping entry"
+/// - through RestoreLog.warn, if the display configuration could not be begun or completed:
+///   "resolution restore: apply failed for KEY MODE; keeping entry"
+/// - through RestoreLog.info, even after a success: "resolution restore: the records were changed
+///   by another process meanwhile; keeping entry for KEY"
+///
+/// Also logs what ResolutionOriginalsStore logs.
 /// @param idByCanonicalUUID the displays to consider, by canonical display ID
 /// @param path the file of records (see ResolutionOriginalsStore)
 /// @return how many modes were applied

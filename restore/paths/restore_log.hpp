@@ -31,8 +31,7 @@ class Sink {
 };
 
 /// The sinks. They are empty until a host sets them, which it may do as early as during its static
-/// initialisation. They are process-wide and, like the rest of the library, used from one thread at
-/// a time.
+/// initialisation. They are process-wide. Main thread only.
 extern Sink debug;
 extern Sink info;
 extern Sink warn;

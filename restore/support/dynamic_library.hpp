@@ -14,7 +14,7 @@ namespace tolvaran {
 class DynamicLibrary {
   public:
     /// Loads the library at `path`; its functions are bound on first use and visible through this
-    /// object only. isOpen() tells whether that worked; nothing is logged.
+    /// object only. isOpen() says whether that worked; nothing is logged.
     explicit DynamicLibrary(const std::string& path);
 
     bool isOpen() const { return handle_ != nullptr; }

@@ -16,7 +16,7 @@
 // - To rely on a record that already says the right thing (update()), a process touches it. The
 //   content stays, but whoever read the record before now sees a new version.
 //
-// An older version of the main application knows nothing of this and replaces and removes records
+// An older version of the main application does not do this: it replaces and removes records
 // directly. Its unfinished files have other names and are left alone while it runs.
 #pragma once
 
@@ -65,7 +65,7 @@ std::optional<std::string> read(const std::string& path);
 void writeAtomically(const std::string& path, std::string_view content);
 
 /// Replaces the file in one step, as writeAtomically() does, but does not flush it: a power cut may
-/// lose it or its content. For what is soon written again, and by one process only.
+/// lose it or its content. For files that are soon rewritten, and by one process only.
 /// Creates the parent directory if possible.
 /// @throws Error
 void writeUnflushed(const std::string& path, std::string_view content);
@@ -74,7 +74,7 @@ void writeUnflushed(const std::string& path, std::string_view content);
 struct Change {
     enum class Kind {
         nothing,      // leave it alone
-        reliedOn,     // it is as it should be: leave it, but keep others from removing it unawares
+        reliedOn,     // it is as it should be: touch it, so that others notice that it is in use
         replacement,  // by `content`
         removal,
     };

@@ -1,11 +1,15 @@
 // State that lives as long as the process. Almost everything in this system is computed afresh on
-// every call. The few exceptions (caches of what cannot change, the leases, the one Helper) are
-// declared as ProcessWide values, so that they can all be found. Only the log sinks
-// (paths/restore_log.hpp) are not: they belong to the host.
+// every call. The few exceptions (caches of what cannot change, the leases, the arrangements that
+// do not settle the displays, the log's file, the one Helper) are declared as ProcessWide values,
+// so that they can all be found. Two things are not: the log sinks (paths/restore_log.hpp), which
+// belong to the host, and the recoveries in progress (support/files.cpp), which belong to a thread
+// and end with a scope.
 //
-// On a user's Mac this is just a static variable with a lock. Tests play several processes in one:
-// one after another on the same records, and the main application beside the helper. So each played
-// process (PlayedProcess) has values of its own, which end together (forgetProcessWideValues()).
+// On a user's Mac a value is made on first use and never ends, like a static variable in a
+// function. Tests play several processes in one: one after another on the same records
+// (forgetProcessWideValues()), and the main application beside the helper, each in a thread of its
+// own (PlayedProcess). So a value exists once for each played process, and those of a process end
+// together.
 #pragma once
 
 #include <functional>
@@ -23,7 +27,10 @@ void whenForgotten(std::function<void()> forget);
 /// user's Mac calls it. No other thread may use a value of the process meanwhile.
 void forgetProcessWideValues();
 
-/// Makes this thread play another process, with values of its own, while it lives. For tests only.
+/// Makes this thread play another process, with values of its own, while it lives. For tests only,
+/// which cannot do without: they pass control between the main application and the helper at every
+/// call that either makes to the Mac, which only two threads of one process allow, and neither may
+/// see the leases and caches of the other.
 class PlayedProcess {
   public:
     /// @param number identifies the process; threads without a PlayedProcess play 0
@@ -40,8 +47,8 @@ class PlayedProcess {
 };
 
 /// A value that is made on first use and kept for the life of the process. Any thread may ask for
-/// it (the main application may first need one off the main thread); others wait while it is being
-/// made. Using the value is not synchronised.
+/// it, because any thread may ask for a path (paths/tolvaran_paths.hpp); others wait while it is
+/// being made. Using the value is not synchronised.
 template <typename T>
 class ProcessWide {
   public:

@@ -1,5 +1,5 @@
-// Reads and writes the records' files by one rule for all of them, so that a file that cannot be
-// used is treated alike everywhere.
+// Reads and writes the records' files by one rule, so that unusable files are treated the same
+// everywhere.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ struct Expectation {
     /// The line for RestoreLog.warn; empty to log nothing.
     std::string warning = {};
     /// Whether the reason follows the warning.
-    bool tellsWhy = false;
+    bool withReason = false;
 };
 
 namespace detail {
@@ -48,7 +48,7 @@ std::optional<Record> decode(std::optional<std::string> content, const Expectati
         return record;
     } catch (const json::DecodingError& error) {
         if (!expected.warning.empty()) {
-            RestoreLog::warn(expected.warning + (expected.tellsWhy ? error.what() : ""));
+            RestoreLog::warn(expected.warning + (expected.withReason ? error.what() : ""));
         }
         return std::nullopt;
     }

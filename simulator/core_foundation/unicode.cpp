@@ -5,7 +5,7 @@
 namespace simulator::cf {
 namespace {
 
-// How a sequence of this many bytes begins, and the least code point that needs so many.
+// How a sequence of this many bytes begins, and the least code point that needs that many.
 struct Form {
     unsigned char mask;
     unsigned char lead;

@@ -1,6 +1,6 @@
 // The private display-mode interface: CGSGetNumberOfDisplayModes(),
 // CGSGetDisplayModeDescriptionOfLength(), CGSGetCurrentDisplayMode() and CGSConfigureDisplayMode(),
-// which the product declares for itself and links directly.
+// which platform/private_interfaces.hpp declares and the product links directly.
 //
 // A call for a display that is not active, or for an index that the display does not have, returns
 // an error and leaves the caller's memory alone. A record is filled as the window server does it:

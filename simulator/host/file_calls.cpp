@@ -283,7 +283,7 @@ using simulator::shown;
 using simulator::subject;
 using simulator::transfer;
 
-// These are exactly the functions that the linker redirects (CMakeLists.txt).
+// The functions that the linker redirects (CMakeLists.txt), except those in dynamic_library.cpp.
 extern "C" {
 
 int __wrap_close(int descriptor) {

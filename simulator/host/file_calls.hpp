@@ -1,6 +1,6 @@
 // The host's functions that the linker redirects to the simulator: the clock's nanosleep, the
-// process's getpid, getpwuid, kill, localtime_r and signal, and the file calls. file_calls.cpp has
-// the table.
+// process's getpid, getpwuid, kill, localtime_r and signal, and the file calls.
+// faults/outside_calls.def lists them all.
 //
 // Faults on file calls are for the system under test only. They meet only calls on paths below the
 // application-support and log directories (the environment variables

@@ -176,7 +176,7 @@ void readUnavailable(const JsonReader& list, Machine& machine) {
     }
 }
 
-/// Every key of `mac` except `displays`, which are others' to read.
+/// Every key of `mac` except `displays`, which other functions read.
 void readParts(const JsonReader& mac, Machine& machine) {
     mac.requireKeys({"displays", "mainDisplay", "registry", "preferences", "dock", "menuBar",
                      "cursorAssociated", "applications", "unavailable"});

@@ -60,7 +60,8 @@ struct Application {
 struct Machine {
     std::vector<Display> displays;  // the active ones, in the window server's listing order
     CGDirectDisplayID mainDisplay = 0;
-    nlohmann::json registry = nlohmann::json::array();  // one object a display-connect service
+    // One object per display-connect service.
+    nlohmann::json registry = nlohmann::json::array();
     std::map<std::string, std::map<std::string, nlohmann::json>> preferences;  // domain, key, value
     Dock dock;
     MenuBar menuBar;

@@ -66,7 +66,7 @@ TEST_F(Gallery, IsWrittenAndThenCurrent) {
 }
 
 TEST_F(Gallery, TheCheckFindsWhatIsNotCurrent) {
-    const std::string advice = "; `make gallery` puts it right\n";
+    const std::string advice = "; `make gallery` fixes it\n";
     run({directory_.path()});
     writeFile(directory_ / "pictures/start-a.svg", "another");
     writeFile(directory_ / "pictures/gone.svg", "left over");

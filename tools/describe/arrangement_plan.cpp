@@ -146,7 +146,7 @@ Best bestPositions(const Hardware& hardware, const Arrangements& arrangements) {
 
 ArrangementPlan planArrangement(const Hardware& hardware) {
     const OriginalsFile originals = OriginalsStore::load(OriginalsStore::defaultPath());
-    ArrangementPlan plan{.isNeeded = MainApplicationLayout::look(hardware).isMainApplications,
+    ArrangementPlan plan{.isNeeded = MainApplicationLayout::look(hardware).isMainAppLayout,
                          .hasRecord = !originals.arrangements.empty(),
                          .isMarked = isMarked(hardware.signature)};
     if (plan.isNeeded) {

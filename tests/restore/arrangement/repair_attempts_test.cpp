@@ -12,8 +12,8 @@ namespace {
 using repair_attempts::Effect;
 using repair_attempts::mayTry;
 using repair_attempts::mayTryRow;
+using repair_attempts::NextStep;
 using repair_attempts::noteAttempt;
-using repair_attempts::Verdict;
 using Positions = std::vector<HardwarePosition>;
 
 Positions at(double x) {
@@ -26,9 +26,9 @@ class RepairAttemptsTest : public ProcessTest {
 
     /// Moves the displays there until the arrangement is left alone.
     static void exhaust(const Positions& arrangement) {
-        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::goOn);
-        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::goOn);
-        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), Verdict::leaveThisOne);
+        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), NextStep::goOn);
+        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), NextStep::goOn);
+        EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), NextStep::leaveThisOne);
         EXPECT_FALSE(mayTry(arrangement));
     }
 };
@@ -37,7 +37,7 @@ TEST_F(RepairAttemptsTest, AnArrangementThatMovesTheDisplaysThreeTimesIsLeftAlon
     EXPECT_TRUE(mayTry(at(1)));
     exhaust(at(1));
     EXPECT_TRUE(mayTry(at(2)));
-    EXPECT_EQ(noteAttempt(at(2), Effect::leftZigzag), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(2), Effect::leftZigzag), NextStep::goOn);
     EXPECT_TRUE(mayTry(at(2)));
 }
 
@@ -52,12 +52,12 @@ TEST_F(RepairAttemptsTest, ItMayBeTriedAgainAfterAWhile) {
 
 TEST_F(RepairAttemptsTest, OnlyMovesInQuickSuccessionCount) {
     for (int move = 0; move < 10; ++move) {
-        EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
+        EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), NextStep::goOn);
         simulator::advance(150);
     }
     EXPECT_TRUE(mayTry(at(1)));
-    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
-    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), NextStep::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), NextStep::leaveThisOne);
 }
 
 TEST_F(RepairAttemptsTest, AnotherSetOfDisplaysIsANewSituation) {
@@ -80,30 +80,30 @@ TEST_F(RepairAttemptsTest, ARunOfTheMainApplicationIsANewSituation) {
 
 TEST_F(RepairAttemptsTest, WhatBroughtTheDisplaysIntoOrderIsNotHeldAgainstIt) {
     for (int move = 0; move < 10; ++move) {
-        EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::goOn);
+        EXPECT_EQ(noteAttempt(at(1), Effect::settled), NextStep::goOn);
         repair_attempts::noteOrder();
     }
-    EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::goOn);
-    EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::goOn);
-    EXPECT_EQ(noteAttempt(at(1), Effect::settled), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::settled), NextStep::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::settled), NextStep::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::settled), NextStep::leaveThisOne);
 }
 
 TEST_F(RepairAttemptsTest, OrderDoesNotExcuseWhatLeftAZigzag) {
-    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), NextStep::goOn);
     repair_attempts::noteOrder();
-    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), NextStep::goOn);
     repair_attempts::noteOrder();
-    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::leftZigzag), NextStep::leaveThisOne);
     repair_attempts::noteOrder();
     EXPECT_FALSE(mayTry(at(1)));
 }
 
 TEST_F(RepairAttemptsTest, WhatHasNoEffectThreeTimesIsLeftAlone) {
-    EXPECT_EQ(noteAttempt(at(1), Effect::none), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::none), NextStep::goOn);
     repair_attempts::noteOrder();  // of a layout that only a mark recognises
-    EXPECT_EQ(noteAttempt(at(1), Effect::none), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(1), Effect::none), NextStep::goOn);
     EXPECT_TRUE(mayTryRow(at(1)));
-    EXPECT_EQ(noteAttempt(at(1), Effect::none), Verdict::leaveThisOne);
+    EXPECT_EQ(noteAttempt(at(1), Effect::none), NextStep::leaveThisOne);
     EXPECT_FALSE(mayTry(at(1)));
     EXPECT_FALSE(mayTryRow(at(1)));
     EXPECT_FALSE(repair_attempts::haveLeftZigzag());
@@ -112,16 +112,16 @@ TEST_F(RepairAttemptsTest, WhatHasNoEffectThreeTimesIsLeftAlone) {
 TEST_F(RepairAttemptsTest, WhatHasNoEffectLeavesAnOlderZigzag) {
     exhaust(at(1));
     EXPECT_TRUE(repair_attempts::haveLeftZigzag());
-    EXPECT_EQ(noteAttempt(at(2), Effect::none), Verdict::goOn);
+    EXPECT_EQ(noteAttempt(at(2), Effect::none), NextStep::goOn);
     EXPECT_TRUE(repair_attempts::haveLeftZigzag());
 }
 
 TEST_F(RepairAttemptsTest, ManyArrangementsTogetherAreLeftAloneToo) {
     for (int move = 1; move < 24; ++move) {
-        EXPECT_EQ(noteAttempt(at(move), Effect::leftZigzag), Verdict::goOn) << move;
+        EXPECT_EQ(noteAttempt(at(move), Effect::leftZigzag), NextStep::goOn) << move;
     }
     EXPECT_TRUE(mayTry(at(99)));
-    EXPECT_EQ(noteAttempt(at(24), Effect::leftZigzag), Verdict::leaveAll);
+    EXPECT_EQ(noteAttempt(at(24), Effect::leftZigzag), NextStep::leaveAll);
     EXPECT_FALSE(mayTry(at(1)));
     EXPECT_FALSE(mayTry(at(99)));
     EXPECT_TRUE(mayTryRow(at(99)));

@@ -64,7 +64,7 @@ TEST_F(RecordFile, TellsTheCauseOnlyIfAskedTo) {
     };
     for (const auto& [content, cause] : rows) {
         writeFile(record, content);
-        EXPECT_FALSE(load<Record>(record, {.version = 3, .warning = "bad: ", .tellsWhy = true}));
+        EXPECT_FALSE(load<Record>(record, {.version = 3, .warning = "bad: ", .withReason = true}));
         EXPECT_EQ(takeLog(), Lines{"warn: bad: " + cause});
         EXPECT_FALSE(load<Record>(record, {.version = 3}));
         EXPECT_EQ(takeLog(), Lines{});
