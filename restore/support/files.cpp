@@ -18,15 +18,14 @@
 #include "restore/support/sleep.hpp"
 
 namespace tolvaran::files {
+
+// Calls to the file system.
+
 namespace {
 
 // An interrupted call is made again, but not forever: a file system that keeps interrupting must
 // not hang the helper.
 constexpr int maximumAttempts = 100;
-
-// No record comes near this size. Only the beginning of a larger file is read, which then does not
-// decode; reading all of it could use up the memory that the other records need.
-constexpr std::size_t maximumContent = std::size_t{64} * 1024 * 1024;
 
 /// Makes a call that returns a negative number on failure until it is no longer interrupted.
 template <typename Call>
@@ -104,57 +103,6 @@ std::string directoryOf(const std::string& path) {
     return path.substr(0, path.size() - lastComponent(path).size());
 }
 
-// While a record is being changed, hidden files lie beside it. Their names consist of ".", the
-// record's name, one of these markers, the process ID, "-", and something that makes the name
-// unique. Only unfinished files with "claim-" in their names are removed by other writers: an older
-// main application does not expect to lose its own.
-constexpr std::string_view unfinishedMarker = ".unfinished-";  // new content
-constexpr std::string_view asideMarker = ".removing-";         // the record, about to be removed
-constexpr std::string_view claim = "claim-";                   // behind the process ID
-
-std::string hiddenName(const std::string& path, std::string_view marker) {
-    return "." + lastComponent(path) + std::string(marker);
-}
-
-std::string unfinishedTemplate(const std::string& path) {
-    return directoryOf(path) + hiddenName(path, unfinishedMarker) + std::to_string(::getpid()) +
-           "-" + std::string(claim) + "XXXXXX";
-}
-
-std::string asidePath(const std::string& path) {
-    const std::string name =
-        directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-";
-    // An earlier process with the same ID may have left some.
-    int number = 0;
-    while (exists(name + std::to_string(number)) && number < maximumAttempts) {
-        ++number;
-    }
-    return name + std::to_string(number);
-}
-
-/// The process that made the hidden file with this name; none if the name has no such marker.
-std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMarker) {
-    const auto marker = name.rfind(hiddenMarker);
-    if (name.empty() || name.front() != '.' || marker == std::string::npos) {
-        return std::nullopt;
-    }
-    const char* const digits = name.c_str() + marker + hiddenMarker.size();
-    char* end = nullptr;
-    errno = 0;
-    const long pid = std::strtol(digits, &end, 10);
-    if (end == digits || *end != '-' || errno != 0 || pid <= 0 || !std::in_range<pid_t>(pid)) {
-        return std::nullopt;
-    }
-    return static_cast<pid_t>(pid);
-}
-
-/// Whether the process that made a hidden file may still need it. This process needs none while it
-/// looks, so a file with its ID was left by an earlier process with the same ID, for example before
-/// a restart of the Mac.
-bool mayStillNeedIt(pid_t maker) {
-    return maker != ::getpid() && (::kill(maker, 0) == 0 || errno != ESRCH);
-}
-
 /// The names in a directory; none if they cannot all be read.
 std::optional<std::vector<std::string>> namesIn(const std::string& directory) {
     DIR* const entries = ::opendir(directory.empty() ? "." : directory.c_str());
@@ -184,17 +132,87 @@ void flushDirectory(const std::string& path) {
     }
 }
 
+/// Removes a name, without flushing: a power cut may bring it back. 0, or -1 with errno.
+int unlinkFile(const std::string& path) noexcept {
+    return uninterrupted([&] { return ::unlink(path.c_str()); });
+}
+
+}  // namespace
+
+// Errors.
+
+Error::Error(const std::string& operation, const std::string& path, int code)
+    : std::runtime_error(operation + " " + path + ": " + std::generic_category().message(code)),
+      code_(code) {}
+
+Error::Error(const std::string& description) : std::runtime_error(description), code_(0) {}
+
+Error Error::changedByAnother(const std::string& operation, const std::string& path) {
+    return Error(operation + " " + path + ": another process has changed it");
+}
+
+bool Error::isNoSuchFile() const {
+    return code_ == ENOENT;
+}
+
+bool Error::isChangedByAnother() const {
+    return code_ == 0;
+}
+
+// Reading, and looking at what there is.
+
+namespace {
+
+// No record comes near this size. Only the beginning of a larger file is read, which then does not
+// decode; reading all of it could use up the memory that the other records need.
+constexpr std::size_t maximumContent = std::size_t{64} * 1024 * 1024;
+
+}  // namespace
+
+std::optional<std::string> read(const std::string& path) {
+    const Descriptor file(openToLook(path));
+    struct stat status {};
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    std::string content;
+    std::vector<char> buffer(std::size_t{64} * 1024);
+    while (true) {
+        const ssize_t count =
+            uninterrupted([&] { return ::read(file.number(), buffer.data(), buffer.size()); });
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0 || content.size() > maximumContent) {
+            return content;
+        }
+        content.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+}
+
+bool exists(const std::string& path) {
+    return status(path).has_value();
+}
+
+bool mayExist(const std::string& path) {
+    return exists(path) || (errno != ENOENT && errno != ENOTDIR);
+}
+
+std::optional<std::int64_t> size(const std::string& path) {
+    const std::optional<struct stat> existing = status(path);
+    return existing ? std::optional<std::int64_t>(existing->st_size) : std::nullopt;
+}
+
+// Directories.
+
+namespace {
+
 /// Creates the parent directory; if that fails, the write that follows fails too and says why.
 void createParentDirectoryIfPossible(const std::string& path) {
     try {
         createParentDirectory(path);
     } catch (const Error&) {
     }
-}
-
-/// Removes a name, without flushing: a power cut may bring it back. 0, or -1 with errno.
-int unlinkFile(const std::string& path) noexcept {
-    return uninterrupted([&] { return ::unlink(path.c_str()); });
 }
 
 /// Creates one directory and flushes its name: if a power cut loses that, everything below is lost
@@ -207,19 +225,47 @@ int createDirectory(const std::string& path) {
     return 0;
 }
 
-/// Copies the file, and removes the original once the copy is complete.
-void moveToOtherVolume(const std::string& from, const std::string& to) {
-    const std::optional<std::string> content = read(from);
-    if (!content || content->size() > maximumContent) {
+}  // namespace
+
+std::string parentDirectory(const std::string& path) {
+    const auto end = path.find_last_not_of('/');
+    const auto slash = end == std::string::npos ? end : path.rfind('/', end);
+    if (slash == std::string::npos) {
+        return path.empty() || path.front() != '/' ? "" : "/";
+    }
+    const auto last = path.find_last_not_of('/', slash);
+    return last == std::string::npos ? "/" : path.substr(0, last + 1);
+}
+
+void createDirectories(const std::string& path) {
+    if (createDirectory(path) == 0) {
         return;
     }
-    try {
-        writeAtomically(to, *content);
-        removeIfPossible(from);
-    } catch (const Error&) {
-        // It stays where it is.
+    int failure = errno;
+    const std::string parent = parentDirectory(path);
+    if (failure == ENOENT && !parent.empty() && parent != path) {
+        createDirectories(parent);
+        if (createDirectory(path) == 0) {
+            return;
+        }
+        failure = errno;
+    }
+    const std::optional<struct stat> existing = status(path);
+    if (!existing || !S_ISDIR(existing->st_mode)) {
+        throw Error("create directory", path, failure);
     }
 }
+
+void createParentDirectory(const std::string& path) {
+    const std::string parent = parentDirectory(path);
+    if (!parent.empty()) {
+        createDirectories(parent);
+    }
+}
+
+// Versions: which file is at a path.
+
+namespace {
 
 /// What distinguishes one file from another, and a file from its earlier state.
 struct Identity {
@@ -240,37 +286,6 @@ struct Version::State {
 };
 
 namespace {
-
-/// Puts back a record that was moved aside, unless there is a newer one.
-void putBack(const std::string& aside, const std::string& path) {
-    const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
-    if (isBack || errno == EEXIST) {
-        // A power cut must not undo the one without the other.
-        flushDirectory(parentDirectory(path));
-        unlinkFile(aside);
-    } else if (!exists(path)) {
-        // A volume without hard links.
-        uninterrupted([&] { return ::rename(aside.c_str(), path.c_str()); });
-    }
-}
-
-/// Makes every other process that is changing the record fail and start over, even one that is
-/// stopped.
-void overtakeOthers(const std::string& path, const std::string& own = "") {
-    const std::string prefix = hiddenName(path, unfinishedMarker);
-    for (const std::string& name :
-         namesIn(parentDirectory(path)).value_or(std::vector<std::string>())) {
-        const bool isClaim =
-            name.starts_with(prefix) && name.find(claim, prefix.size()) != name.npos;
-        if (isClaim && name != lastComponent(own)) {
-            unlinkFile(directoryOf(path) + name);
-        }
-    }
-}
-
-// The records' directory holds little else. A recovery keeps no more versions than this, because
-// each takes a descriptor.
-constexpr std::size_t maximumRecords = 64;
 
 Identity identityOf(const struct stat& status) {
     return {.device = status.st_dev,
@@ -300,6 +315,171 @@ std::optional<Version> touch(const Version& version) {
         return std::nullopt;
     }
     return Version(std::make_shared<Version::State>(Version::State{file, identityOf(status)}));
+}
+
+}  // namespace
+
+Version Version::at(const std::string& path) {
+    Descriptor file(openToLook(path));
+    struct stat status {};
+    if (file.isOpen() && ::fstat(file.number(), &status) == 0) {
+        return versionOf(std::move(file), status);
+    }
+    if (uninterrupted([&] { return ::stat(path.c_str(), &status); }) == 0) {
+        return versionOf(Descriptor(-1), status);
+    }
+    return errno == ENOENT || errno == ENOTDIR ? Version() : Version(std::make_shared<State>());
+}
+
+bool Version::isAt(const std::string& path) const {
+    struct stat now {};
+    if (uninterrupted([&] { return ::stat(path.c_str(), &now); }) != 0) {
+        return state_ == nullptr && (errno == ENOENT || errno == ENOTDIR);
+    }
+    return state_ != nullptr && (!state_->identity || *state_->identity == identityOf(now));
+}
+
+// The hidden files beside a record that is being changed.
+
+namespace {
+
+// While a record is being changed, hidden files lie beside it. Their names consist of ".", the
+// record's name, one of these markers, the process ID, "-", and something that makes the name
+// unique. Only unfinished files with "claim-" in their names are removed by other writers: an older
+// main application does not expect to lose its own.
+constexpr std::string_view unfinishedMarker = ".unfinished-";  // new content
+constexpr std::string_view asideMarker = ".removing-";         // the record, about to be removed
+constexpr std::string_view claim = "claim-";                   // behind the process ID
+
+std::string hiddenName(const std::string& path, std::string_view marker) {
+    return "." + lastComponent(path) + std::string(marker);
+}
+
+/// The process that made the hidden file with this name; none if the name has no such marker.
+std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMarker) {
+    const auto marker = name.rfind(hiddenMarker);
+    if (name.empty() || name.front() != '.' || marker == std::string::npos) {
+        return std::nullopt;
+    }
+    const char* const digits = name.c_str() + marker + hiddenMarker.size();
+    char* end = nullptr;
+    errno = 0;
+    const long pid = std::strtol(digits, &end, 10);
+    if (end == digits || *end != '-' || errno != 0 || pid <= 0 || !std::in_range<pid_t>(pid)) {
+        return std::nullopt;
+    }
+    return static_cast<pid_t>(pid);
+}
+
+/// Whether the process that made a hidden file may still need it. This process needs none while it
+/// looks, so a file with its ID was left by an earlier process with the same ID, for example before
+/// a restart of the Mac.
+bool mayStillNeedIt(pid_t maker) {
+    return maker != ::getpid() && (::kill(maker, 0) == 0 || errno != ESRCH);
+}
+
+}  // namespace
+
+// Recoveries: which version of a record this thread expects.
+
+namespace {
+
+// The records' directory holds little else. A recovery keeps no more versions than this, because
+// each takes a descriptor.
+constexpr std::size_t maximumRecords = 64;
+
+thread_local Recovery* innermostRecovery = nullptr;
+
+}  // namespace
+
+Recovery::Recovery(const std::string& path, Scope scope) noexcept : outer_(innermostRecovery) {
+    try {
+        lookAt(path, scope);
+    } catch (const std::bad_alloc&) {
+        // Out of memory: it covers nothing, so each step has to look after its own record.
+        directory_.clear();
+        versions_.clear();
+    }
+    innermostRecovery = this;
+}
+
+Recovery::~Recovery() {
+    innermostRecovery = outer_;
+}
+
+void Recovery::lookAt(const std::string& path, Scope scope) {
+    if (scope == Scope::record) {
+        if (!expected(path)) {
+            versions_[path] = Version::at(path);
+        }
+        return;
+    }
+    const std::optional<std::vector<std::string>> names = namesIn(path);
+    if (!names && exists(path)) {
+        return;
+    }
+    for (const std::string& name : names.value_or(std::vector<std::string>())) {
+        if (!makerOf(name, unfinishedMarker) && versions_.size() < maximumRecords) {
+            versions_[path + "/" + name] = Version::at(path + "/" + name);
+        }
+    }
+    directory_ = path;
+}
+
+bool Recovery::concerns(const std::string& path) const {
+    return versions_.contains(path) || (!directory_.empty() && parentDirectory(path) == directory_);
+}
+
+std::optional<Version> Recovery::expected(const std::string& path) {
+    std::optional<Version> oldest;
+    for (const Recovery* recovery = innermostRecovery; recovery != nullptr;
+         recovery = recovery->outer_) {
+        if (recovery->concerns(path)) {
+            const auto found = recovery->versions_.find(path);
+            oldest = found == recovery->versions_.end() ? Version() : found->second;
+        }
+    }
+    return oldest;
+}
+
+void Recovery::note(const std::string& path, const Version& version) {
+    for (Recovery* recovery = innermostRecovery; recovery != nullptr; recovery = recovery->outer_) {
+        if (recovery->concerns(path)) {
+            recovery->versions_[path] = version;
+        }
+    }
+}
+
+std::string leftToNextRun(const std::string& path) {
+    return lastComponent(path) + " was changed by another process meanwhile; left to the next run";
+}
+
+bool isChangedByAnother(const std::string& path) {
+    const std::optional<Version> expected = Recovery::expected(path);
+    return expected && !expected->isAt(path);
+}
+
+// Replacing a record.
+
+namespace {
+
+std::string unfinishedTemplate(const std::string& path) {
+    return directoryOf(path) + hiddenName(path, unfinishedMarker) + std::to_string(::getpid()) +
+           "-" + std::string(claim) + "XXXXXX";
+}
+
+/// Makes every other process that is changing the record fail and start over, even one that is
+/// stopped.
+void overtakeOthers(const std::string& path, const std::string& own = "") {
+    const std::string prefix = hiddenName(path, unfinishedMarker);
+    for (const std::string& name :
+         namesIn(parentDirectory(path)).value_or(std::vector<std::string>())) {
+        const bool isClaim =
+            name.starts_with(prefix) && name.find(claim, prefix.size()) != name.npos;
+        if (isClaim && name != lastComponent(own)) {
+            unlinkFile(directoryOf(path) + name);
+        }
+    }
 }
 
 /// A record's new content on its way into place; removed unless it gets there.
@@ -378,6 +558,80 @@ bool tryToReplace(const std::string& path, std::string_view content,
     return true;
 }
 
+// Another process that is changing the same record is done within milliseconds; only several that
+// keep overtaking each other could need all of this time.
+constexpr int maximumTries = 20;
+constexpr double longestPause = 0.005;  // seconds
+
+/// Waits until another process may be done; each process waits for a different time.
+void pause() {
+    constexpr int lengths = 7;
+    sleepFor(longestPause * (::getpid() % lengths + 1) / lengths);
+}
+
+/// Repeats `attempt` while it returns false because another process has come in between.
+template <typename Attempt>
+void untilUndisturbed(const std::string& operation, const std::string& path, Attempt attempt) {
+    for (int n = 0; !attempt(); ++n) {
+        if (isChangedByAnother(path)) {
+            throw Error::changedByAnother(operation, path);
+        }
+        if (n == maximumTries) {
+            throw Error(operation, path, EBUSY);
+        }
+        pause();
+    }
+}
+
+}  // namespace
+
+void writeAtomically(const std::string& path, std::string_view content) {
+    untilUndisturbed("replace", path,
+                     [&] { return tryToReplace(path, content, Recovery::expected(path)); });
+}
+
+void writeCreatingDirectory(const std::string& path, std::string_view content) {
+    createParentDirectoryIfPossible(path);
+    writeAtomically(path, content);
+}
+
+void writeUnflushed(const std::string& path, std::string_view content) {
+    createParentDirectoryIfPossible(path);
+    UnfinishedFile unfinished(path);
+    unfinished.write(content);
+    if (!unfinished.replaceRecord()) {
+        throw Error("rename", path, ENOENT);
+    }
+}
+
+// Removing a record.
+
+namespace {
+
+std::string asidePath(const std::string& path) {
+    const std::string name =
+        directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-";
+    // An earlier process with the same ID may have left some.
+    int number = 0;
+    while (exists(name + std::to_string(number)) && number < maximumAttempts) {
+        ++number;
+    }
+    return name + std::to_string(number);
+}
+
+/// Puts back a record that was moved aside, unless there is a newer one.
+void putBack(const std::string& aside, const std::string& path) {
+    const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
+    if (isBack || errno == EEXIST) {
+        // A power cut must not undo the one without the other.
+        flushDirectory(parentDirectory(path));
+        unlinkFile(aside);
+    } else if (!exists(path)) {
+        // A volume without hard links.
+        uninterrupted([&] { return ::rename(aside.c_str(), path.c_str()); });
+    }
+}
+
 void removeUnconditionally(const std::string& path) {
     if (unlinkFile(path) != 0) {
         throw Error("remove", path, errno);
@@ -413,6 +667,32 @@ bool tryToRemove(const std::string& path, const Version& expected) {
     return true;
 }
 
+}  // namespace
+
+void remove(const std::string& path) {
+    const std::optional<Version> expected = Recovery::expected(path);
+    if (!expected) {
+        removeUnconditionally(path);
+    } else if (!exists(path)) {
+        throw Error("remove", path, errno);
+    } else {
+        untilUndisturbed("remove", path, [&] { return tryToRemove(path, *expected); });
+    }
+}
+
+bool removeIfPossible(const std::string& path) {
+    try {
+        remove(path);
+        return false;
+    } catch (const Error& error) {
+        return error.isChangedByAnother();
+    }
+}
+
+// Changing a record according to its content.
+
+namespace {
+
 /// Changes the record's modification time and thus its version; any process that is changing it has
 /// to start over. False if it cannot be touched or is no longer the expected one.
 bool tryToTouch(const std::string& path, const Version& expected) {
@@ -426,31 +706,6 @@ bool tryToTouch(const std::string& path, const Version& expected) {
     }
     Recovery::note(path, *touched);
     return true;
-}
-
-// Another process that is changing the same record is done within milliseconds; only several that
-// keep overtaking each other could need all of this time.
-constexpr int maximumTries = 20;
-constexpr double longestPause = 0.005;  // seconds
-
-/// Waits until another process may be done; each process waits for a different time.
-void pause() {
-    constexpr int lengths = 7;
-    sleepFor(longestPause * (::getpid() % lengths + 1) / lengths);
-}
-
-/// Repeats `attempt` while it returns false because another process has come in between.
-template <typename Attempt>
-void untilUndisturbed(const std::string& operation, const std::string& path, Attempt attempt) {
-    for (int n = 0; !attempt(); ++n) {
-        if (isChangedByAnother(path)) {
-            throw Error::changedByAnother(operation, path);
-        }
-        if (n == maximumTries) {
-            throw Error(operation, path, EBUSY);
-        }
-        pause();
-    }
 }
 
 /// Carries out what was decided on a record of this version; false if another process has changed
@@ -474,59 +729,6 @@ bool tryTo(const Change& change, const std::string& path, const Version& version
 
 }  // namespace
 
-Error::Error(const std::string& operation, const std::string& path, int code)
-    : std::runtime_error(operation + " " + path + ": " + std::generic_category().message(code)),
-      code_(code) {}
-
-Error::Error(const std::string& description) : std::runtime_error(description), code_(0) {}
-
-Error Error::changedByAnother(const std::string& operation, const std::string& path) {
-    return Error(operation + " " + path + ": another process has changed it");
-}
-
-bool Error::isNoSuchFile() const {
-    return code_ == ENOENT;
-}
-
-bool Error::isChangedByAnother() const {
-    return code_ == 0;
-}
-
-std::optional<std::string> read(const std::string& path) {
-    const Descriptor file(openToLook(path));
-    struct stat status {};
-    if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return std::nullopt;
-    }
-    std::string content;
-    std::vector<char> buffer(std::size_t{64} * 1024);
-    while (true) {
-        const ssize_t count =
-            uninterrupted([&] { return ::read(file.number(), buffer.data(), buffer.size()); });
-        if (count < 0) {
-            return std::nullopt;
-        }
-        if (count == 0 || content.size() > maximumContent) {
-            return content;
-        }
-        content.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-}
-
-void writeAtomically(const std::string& path, std::string_view content) {
-    untilUndisturbed("replace", path,
-                     [&] { return tryToReplace(path, content, Recovery::expected(path)); });
-}
-
-void writeUnflushed(const std::string& path, std::string_view content) {
-    createParentDirectoryIfPossible(path);
-    UnfinishedFile unfinished(path);
-    unfinished.write(content);
-    if (!unfinished.replaceRecord()) {
-        throw Error("rename", path, ENOENT);
-    }
-}
-
 Change::Kind update(const std::string& path,
                     const std::function<Change(const std::optional<std::string>&)>& decide) {
     Change change;
@@ -540,79 +742,25 @@ Change::Kind update(const std::string& path,
     return change.kind;
 }
 
-void createDirectories(const std::string& path) {
-    if (createDirectory(path) == 0) {
+// Moving files, and cleaning up after other processes.
+
+namespace {
+
+/// Copies the file, and removes the original once the copy is complete.
+void moveToOtherVolume(const std::string& from, const std::string& to) {
+    const std::optional<std::string> content = read(from);
+    if (!content || content->size() > maximumContent) {
         return;
     }
-    int failure = errno;
-    const std::string parent = parentDirectory(path);
-    if (failure == ENOENT && !parent.empty() && parent != path) {
-        createDirectories(parent);
-        if (createDirectory(path) == 0) {
-            return;
-        }
-        failure = errno;
-    }
-    const std::optional<struct stat> existing = status(path);
-    if (!existing || !S_ISDIR(existing->st_mode)) {
-        throw Error("create directory", path, failure);
-    }
-}
-
-std::string parentDirectory(const std::string& path) {
-    const auto end = path.find_last_not_of('/');
-    const auto slash = end == std::string::npos ? end : path.rfind('/', end);
-    if (slash == std::string::npos) {
-        return path.empty() || path.front() != '/' ? "" : "/";
-    }
-    const auto last = path.find_last_not_of('/', slash);
-    return last == std::string::npos ? "/" : path.substr(0, last + 1);
-}
-
-void createParentDirectory(const std::string& path) {
-    const std::string parent = parentDirectory(path);
-    if (!parent.empty()) {
-        createDirectories(parent);
-    }
-}
-
-void writeCreatingDirectory(const std::string& path, std::string_view content) {
-    createParentDirectoryIfPossible(path);
-    writeAtomically(path, content);
-}
-
-bool exists(const std::string& path) {
-    return status(path).has_value();
-}
-
-bool mayExist(const std::string& path) {
-    return exists(path) || (errno != ENOENT && errno != ENOTDIR);
-}
-
-std::optional<std::int64_t> size(const std::string& path) {
-    const std::optional<struct stat> existing = status(path);
-    return existing ? std::optional<std::int64_t>(existing->st_size) : std::nullopt;
-}
-
-void remove(const std::string& path) {
-    const std::optional<Version> expected = Recovery::expected(path);
-    if (!expected) {
-        removeUnconditionally(path);
-    } else if (!exists(path)) {
-        throw Error("remove", path, errno);
-    } else {
-        untilUndisturbed("remove", path, [&] { return tryToRemove(path, *expected); });
-    }
-}
-
-bool removeIfPossible(const std::string& path) {
     try {
-        remove(path);
-        return false;
-    } catch (const Error& error) {
-        return error.isChangedByAnother();
+        writeAtomically(to, *content);
+        removeIfPossible(from);
+    } catch (const Error&) {
+        // It stays where it is.
     }
 }
+
+}  // namespace
 
 void moveIfPossible(const std::string& from, const std::string& to) {
     if (uninterrupted([&] { return ::rename(from.c_str(), to.c_str()); }) != 0 && errno == EXDEV) {
@@ -635,6 +783,8 @@ void removeAbandonedFiles(const std::string& directory) {
     }
 }
 
+// The standard streams.
+
 void openStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(stream, F_GETFD) < 0) {
@@ -648,98 +798,7 @@ void writeToStandardError(std::string_view text) noexcept {
     writeAll(STDERR_FILENO, text);
 }
 
-Version Version::at(const std::string& path) {
-    Descriptor file(openToLook(path));
-    struct stat status {};
-    if (file.isOpen() && ::fstat(file.number(), &status) == 0) {
-        return versionOf(std::move(file), status);
-    }
-    if (uninterrupted([&] { return ::stat(path.c_str(), &status); }) == 0) {
-        return versionOf(Descriptor(-1), status);
-    }
-    return errno == ENOENT || errno == ENOTDIR ? Version() : Version(std::make_shared<State>());
-}
-
-bool Version::isAt(const std::string& path) const {
-    struct stat now {};
-    if (uninterrupted([&] { return ::stat(path.c_str(), &now); }) != 0) {
-        return state_ == nullptr && (errno == ENOENT || errno == ENOTDIR);
-    }
-    return state_ != nullptr && (!state_->identity || *state_->identity == identityOf(now));
-}
-
-namespace {
-
-thread_local Recovery* innermostRecovery = nullptr;
-
-}  // namespace
-
-Recovery::Recovery(const std::string& path, Scope scope) noexcept : outer_(innermostRecovery) {
-    try {
-        lookAt(path, scope);
-    } catch (const std::bad_alloc&) {
-        // Out of memory: it covers nothing, so each step has to look after its own record.
-        directory_.clear();
-        versions_.clear();
-    }
-    innermostRecovery = this;
-}
-
-Recovery::~Recovery() {
-    innermostRecovery = outer_;
-}
-
-void Recovery::lookAt(const std::string& path, Scope scope) {
-    if (scope == Scope::record) {
-        if (!expected(path)) {
-            versions_[path] = Version::at(path);
-        }
-        return;
-    }
-    const std::optional<std::vector<std::string>> names = namesIn(path);
-    if (!names && exists(path)) {
-        return;
-    }
-    for (const std::string& name : names.value_or(std::vector<std::string>())) {
-        if (!makerOf(name, unfinishedMarker) && versions_.size() < maximumRecords) {
-            versions_[path + "/" + name] = Version::at(path + "/" + name);
-        }
-    }
-    directory_ = path;
-}
-
-bool Recovery::concerns(const std::string& path) const {
-    return versions_.contains(path) || (!directory_.empty() && parentDirectory(path) == directory_);
-}
-
-std::optional<Version> Recovery::expected(const std::string& path) {
-    std::optional<Version> oldest;
-    for (const Recovery* recovery = innermostRecovery; recovery != nullptr;
-         recovery = recovery->outer_) {
-        if (recovery->concerns(path)) {
-            const auto found = recovery->versions_.find(path);
-            oldest = found == recovery->versions_.end() ? Version() : found->second;
-        }
-    }
-    return oldest;
-}
-
-void Recovery::note(const std::string& path, const Version& version) {
-    for (Recovery* recovery = innermostRecovery; recovery != nullptr; recovery = recovery->outer_) {
-        if (recovery->concerns(path)) {
-            recovery->versions_[path] = version;
-        }
-    }
-}
-
-std::string leftToNextRun(const std::string& path) {
-    return lastComponent(path) + " was changed by another process meanwhile; left to the next run";
-}
-
-bool isChangedByAnother(const std::string& path) {
-    const std::optional<Version> expected = Recovery::expected(path);
-    return expected && !expected->isAt(path);
-}
+// Files that are only added to.
 
 std::optional<Appender> Appender::open(const std::string& path) {
     const int descriptor = openFile(path, O_WRONLY | O_NONBLOCK);

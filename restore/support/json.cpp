@@ -432,6 +432,7 @@ class Encoder {
   private:
     void number(double value);
     void text(const std::string& value);
+    void optional(const Shape& shape, const void* value);
     void list(const Shape& shape, const void* value);
     void map(const Shape& shape, const void* value);
     void record(const Shape& shape, const void* value);
@@ -466,6 +467,14 @@ void Encoder::text(const std::string& value) {
         throw EncodingError("a text is not valid UTF-8");
     }
     writer_.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+}
+
+void Encoder::optional(const Shape& shape, const void* value) {
+    if (const void* const content = contentOf(shape, value)) {
+        write(*shape.element, content);
+    } else {
+        writer_.Null();
+    }
 }
 
 void Encoder::list(const Shape& shape, const void* value) {
@@ -526,11 +535,7 @@ void Encoder::write(const Shape& shape, const void* value) {
             record(shape, value);
             break;
         case Kind::optional:
-            if (const void* const content = contentOf(shape, value)) {
-                write(*shape.element, content);
-            } else {
-                writer_.Null();
-            }
+            optional(shape, value);
             break;
     }
 }

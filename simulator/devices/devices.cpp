@@ -5,6 +5,8 @@
 
 namespace simulator::devices {
 
+// Both by name: a program that uses neither subject otherwise links neither source, and what a
+// source registers on its own is then missing.
 void registerPrivateSymbols() {
     registerMenuBarSymbols();
     registerDockSymbols();

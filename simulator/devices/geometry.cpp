@@ -7,16 +7,8 @@ namespace {
 
 constexpr CGFloat infinity = std::numeric_limits<CGFloat>::infinity();
 
-}  // namespace
-
-extern "C" {
-
-const CGPoint CGPointZero{0, 0};
-const CGSize CGSizeZero{0, 0};
-const CGRect CGRectZero{{0, 0}, {0, 0}};
-const CGRect CGRectNull{{infinity, infinity}, {0, 0}};
-
-CGRect CGRectStandardize(CGRect rect) {
+/// The same area with sides that are not negative.
+CGRect standardized(CGRect rect) {
     if (rect.size.width < 0) {
         rect.origin.x += rect.size.width;
         rect.size.width = -rect.size.width;
@@ -28,8 +20,21 @@ CGRect CGRectStandardize(CGRect rect) {
     return rect;
 }
 
+bool isNull(CGRect rect) {
+    return rect.origin.x == infinity || rect.origin.y == infinity;
+}
+
+}  // namespace
+
+extern "C" {
+
+const CGPoint CGPointZero{0, 0};
+const CGSize CGSizeZero{0, 0};
+const CGRect CGRectZero{{0, 0}, {0, 0}};
+const CGRect CGRectNull{{infinity, infinity}, {0, 0}};
+
 CGFloat CGRectGetMinX(CGRect rect) {
-    return CGRectStandardize(rect).origin.x;
+    return standardized(rect).origin.x;
 }
 
 CGFloat CGRectGetMaxX(CGRect rect) {
@@ -37,7 +42,7 @@ CGFloat CGRectGetMaxX(CGRect rect) {
 }
 
 CGFloat CGRectGetMinY(CGRect rect) {
-    return CGRectStandardize(rect).origin.y;
+    return standardized(rect).origin.y;
 }
 
 CGFloat CGRectGetMaxY(CGRect rect) {
@@ -45,11 +50,11 @@ CGFloat CGRectGetMaxY(CGRect rect) {
 }
 
 CGFloat CGRectGetWidth(CGRect rect) {
-    return CGRectStandardize(rect).size.width;
+    return standardized(rect).size.width;
 }
 
 CGFloat CGRectGetHeight(CGRect rect) {
-    return CGRectStandardize(rect).size.height;
+    return standardized(rect).size.height;
 }
 
 bool CGPointEqualToPoint(CGPoint point1, CGPoint point2) {
@@ -61,17 +66,13 @@ bool CGSizeEqualToSize(CGSize size1, CGSize size2) {
 }
 
 bool CGRectEqualToRect(CGRect rect1, CGRect rect2) {
-    const CGRect a = CGRectStandardize(rect1);
-    const CGRect b = CGRectStandardize(rect2);
+    const CGRect a = standardized(rect1);
+    const CGRect b = standardized(rect2);
     return CGPointEqualToPoint(a.origin, b.origin) && CGSizeEqualToSize(a.size, b.size);
 }
 
 bool CGRectIsEmpty(CGRect rect) {
-    return CGRectIsNull(rect) || rect.size.width == 0 || rect.size.height == 0;
-}
-
-bool CGRectIsNull(CGRect rect) {
-    return rect.origin.x == infinity || rect.origin.y == infinity;
+    return isNull(rect) || rect.size.width == 0 || rect.size.height == 0;
 }
 
 }  // extern "C"

@@ -57,9 +57,7 @@ CGFloat CGRectGetHeight(CGRect rect);
 bool CGPointEqualToPoint(CGPoint point1, CGPoint point2);
 bool CGSizeEqualToSize(CGSize size1, CGSize size2);
 bool CGRectEqualToRect(CGRect rect1, CGRect rect2);
-CGRect CGRectStandardize(CGRect rect);
 bool CGRectIsEmpty(CGRect rect);
-bool CGRectIsNull(CGRect rect);
 
 // Errors.
 

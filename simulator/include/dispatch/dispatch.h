@@ -35,7 +35,6 @@ void dispatch_resume(dispatch_object_t object) noexcept;
 typedef std::uint64_t dispatch_time_t;
 
 #define NSEC_PER_SEC 1000000000ull
-#define NSEC_PER_MSEC 1000000ull
 #define DISPATCH_TIME_NOW (0ull)
 #define DISPATCH_TIME_FOREVER (~0ull)
 
