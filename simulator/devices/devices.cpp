@@ -5,8 +5,8 @@
 
 namespace simulator::devices {
 
-// Both by name: a program that uses neither subject otherwise links neither source, and what a
-// source registers on its own is then missing.
+// Called by name rather than registered by each source on its own: a program that calls no function
+// of the menu bar or the Dock would otherwise not link that source.
 void registerPrivateSymbols() {
     registerMenuBarSymbols();
     registerDockSymbols();
