@@ -1,5 +1,5 @@
-// What a report looks like to somebody who has it before them, as one object: read by
-// report_test.py, which compares it with the result that the page was drawn from.
+// What a reader sees of a report, as one object. report_test.py compares it with the result that
+// the page was drawn from.
 const all = (selector, within = document) => [...within.querySelectorAll(selector)];
 const box = element => {
     const { x, y, width, height } = element.getBoundingClientRect();
@@ -60,8 +60,8 @@ function about() {
     return all('table.about tr').map(row => [...row.cells].map(cell => cell.textContent));
 }
 
-/// Of the user's log beside the replay's: the messages of each row, null where a side has none,
-/// and where the two part.
+/// The user's log beside the replay's: the messages of each row, null if a side has none, and where
+/// the two part.
 function twoLogs() {
     const message = cell => cell.querySelector('.message')?.textContent ?? null;
     const rows = all('.two-logs tbody tr');
@@ -122,8 +122,8 @@ function textContrasts() {
     return [...found.values()];
 }
 
-/// What pictures are made of must stand out as well. A display's edge does so from what is around
-/// it, everything else from what it is drawn on.
+/// The parts of pictures must stand out as well: a display's edge from what is around it,
+/// everything else from what it is drawn on.
 function drawingContrasts() {
     const found = new Map();
     for (const [selector, property] of [['.edge', 'stroke'], ['.bar:not(.hides)', 'fill'],

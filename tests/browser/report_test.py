@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Opens the report of every scenario in a browser and looks at it as a reader would: every display
-is where the result says, corner touches are marked, everything that happened stands at its time,
-the controls work by keyboard, it is readable in light and dark and on a narrow screen, nothing is
-fetched, nothing complains, and what came from the scenario is text.
+is where the result says, corner touches are marked, every event is at its time, the controls work
+by keyboard, it is readable in light and dark and on a narrow screen, nothing is fetched, the
+browser logs no errors, and what came from the scenario is text.
 
     report_test.py SIMULATOR [SCENARIO.json]...     default: every scenario, and a hostile one
 
@@ -58,7 +58,7 @@ def meeting(a_low, a_high, b_low, b_high):
 
 
 def corner_touches(mac):
-    """Every corner that two displays share when they share no side."""
+    """Every corner that two displays share without sharing a side."""
     found = []
     all_frames = list(frames(mac).values())
     for i, (ax, ay, aw, ah) in enumerate(all_frames):
@@ -76,7 +76,7 @@ def number(value):
 
 
 def visible(texts):
-    """The texts without what the page shows in another way: white space and control characters."""
+    """The texts without what the page shows differently: white space and control characters."""
     return [re.sub(r"[^ -~\u00a1-\u1fff]", "", text) for text in texts]
 
 
@@ -107,7 +107,7 @@ class Report(unittest.TestCase):
 
     @classmethod
     def look(cls, what):
-        """One of the things that page_checks.js tells."""
+        """One of the things that page_checks.js reads."""
         return cls.browser.execute_script(CHECKS, what)
 
     def sides(self):
@@ -115,7 +115,7 @@ class Report(unittest.TestCase):
                    (("before", self.result["before"]["mac"]), ("after", self.result["mac"])))
 
     def scale(self):
-        """Pixels a point, from the widest display of either side."""
+        """Pixels per point, from the widest display of either side."""
         widest, drawn = 0, 1
         for picture, (_, mac) in self.sides():
             for display in picture["displays"]:
@@ -145,7 +145,7 @@ class Report(unittest.TestCase):
             for display in picture["displays"]:
                 self.assertIn(str(display["id"]), display["labels"][0])
 
-    def test_corner_touches_are_marked_where_they_stand(self):
+    def test_corner_touches_are_marked_where_they_are(self):
         scale = self.scale()
         for picture, (_, mac) in self.sides():
             self.assertEqual(sorted(mark["at"] for mark in picture["corners"]), corner_touches(mac))
@@ -157,7 +157,7 @@ class Report(unittest.TestCase):
                 self.assertAlmostEqual(mark["y"] + mark["height"] / 2 - first["y"],
                                        (mark["at"][1] - start[1]) * scale, delta=1)
 
-    def test_tables_tell_what_the_pictures_show(self):
+    def test_tables_list_what_the_pictures_show(self):
         displays, desk = self.seen["tables"]
         for table in (displays, desk):
             self.assertTrue(table["caption"])
@@ -180,7 +180,7 @@ class Report(unittest.TestCase):
             for told, mac in zip(rows["Hot corners", name], (before, after)):
                 self.assertIn(str(mac["dock"]["cornerActions"][place]), told)
 
-    def test_everything_that_happened_stands_at_its_time(self):
+    def test_every_event_is_at_its_time(self):
         def told(kind):
             return [e for e in self.seen["timeLine"] if e["kind"] == kind]
         for kind, happened in (("event", self.result["timeline"]), ("call", self.result["calls"])):
@@ -205,7 +205,7 @@ class Report(unittest.TestCase):
                          [(f"{line['at']:.3f}", line["level"], True)
                           for line in self.result["log"]])
 
-    def test_the_two_logs_stand_side_by_side(self):
+    def test_the_two_logs_are_side_by_side(self):
         seen = self.seen["twoLogs"]
         theirs = [line["message"] for line in self.result["scenario"].get("log", [])]
         told = [row["messages"][0] for row in seen["rows"] if row["messages"][0] is not None]
@@ -223,7 +223,7 @@ class Report(unittest.TestCase):
         else:
             self.assertIsNone(seen["verdict"])
 
-    def test_every_fact_about_the_scenario_is_told(self):
+    def test_every_fact_about_the_scenario_is_shown(self):
         about = self.result["scenario"].get("about", {})
         self.assertEqual(visible(name for name, _ in self.seen["about"]), visible(about))
         for (_, told), value in zip(self.seen["about"], about.values()):
@@ -231,7 +231,7 @@ class Report(unittest.TestCase):
                 if isinstance(text, str):
                     self.assertIn(visible([text])[0], visible([told])[0])
 
-    def test_files_are_told_with_what_became_of_them(self):
+    def test_files_are_listed_with_their_fates(self):
         before, after = self.result["before"]["files"], self.result["files"]
         self.assertEqual(len(self.seen["files"]), len(before | after))
         fates = [file["fate"] for file in self.seen["files"]]
@@ -258,7 +258,7 @@ class Report(unittest.TestCase):
             self.assertLessEqual(inner, outer + 1)
         self.assertEqual(self.seen["landmarks"], [1, 1, 1])
 
-    def test_pictures_have_text_for_who_cannot_see_them(self):
+    def test_pictures_have_alternative_text(self):
         tree = self.browser.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
         pictures = [node for node in tree if not node["ignored"]
                     and node["role"]["value"] in ("image", "img", "graphics-document")]
@@ -306,7 +306,7 @@ class Report(unittest.TestCase):
         self.browser.execute_cdp_cmd("Input.dispatchKeyEvent", event | {"type": "keyUp"})
 
     def tab_to(self, is_there):
-        """Moves the focus by Tab alone, and sees that it can be seen all the way."""
+        """Moves the focus by Tab alone, and checks that it is visible all the way."""
         self.browser.execute_script("document.activeElement.blur()")
         for _ in range(200):
             self.press("Tab")
@@ -351,8 +351,8 @@ class Report(unittest.TestCase):
         name = self.result["scenario"]["name"]
         self.assertEqual(self.seen["heading"][:20], name[:20])
 
-    def test_z_nothing_was_fetched_and_nothing_complained(self):
-        """The last one, so that it tells of the whole visit."""
+    def test_z_nothing_was_fetched_and_no_error_was_logged(self):
+        """The last one, so that it covers the whole visit."""
         self.assertEqual(self.browser.get_log("browser"), [])
         requests = []
         for entry in self.browser.get_log("performance"):

@@ -1,5 +1,5 @@
-# Installs the library into the build tree and, with nothing but what was installed there, builds
-# and runs the consumer twice: once found by CMake, once by pkg-config. Called with
+# Installs the library into the build tree and, with only what was installed there, builds and runs
+# the consumer twice: once found by CMake, once by pkg-config. Called with
 #   BUILD     the build tree
 #   COMPILER  the C++ compiler
 #   FLAGS     what everything must be compiled and linked with
@@ -14,7 +14,6 @@ function(run)
 endfunction()
 
 function(run_consumer program state)
-    # The build tree's libraries must be of no use to it.
     file(REMOVE_RECURSE ${state})
     run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${state} ${program})
     file(GLOB found LIST_DIRECTORIES FALSE RELATIVE ${state}/State ${state}/State/* ${state}/State/.*)
@@ -31,7 +30,7 @@ endfunction()
 file(REMOVE_RECURSE ${work})
 run(${CMAKE_COMMAND} --install ${BUILD} --component library --prefix ${work}/prefix)
 
-# What an installed header mentions must be installed, and nobody needs this system's JSON.
+# What an installed header mentions must be installed, and no header may need this system's JSON.
 set(headers ${work}/prefix/include/tolvaran)
 file(GLOB_RECURSE public RELATIVE ${headers} ${headers}/restore/*.hpp)
 if(NOT public)
@@ -64,7 +63,7 @@ separate_arguments(options UNIX_COMMAND "${FLAGS} ${options}")
 run(${COMPILER} -std=c++20 ${source}/main.cpp -o ${work}/found_by_pkg_config ${options})
 run_consumer(${work}/found_by_pkg_config ${work}/state)
 
-# The guide's example, which leaves nothing that is still to be put back.
+# The guide's example, which must leave nothing to be put back.
 file(READ ${GUIDE} guide)
 if(NOT guide MATCHES "\n```cpp\n(.*\n})\n```\n")
     message(FATAL_ERROR "there is no example in ${GUIDE}")

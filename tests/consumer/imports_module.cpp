@@ -1,4 +1,4 @@
-// Imports the library as a module of Clang's, and includes nothing.
+// Imports the library as a Clang module, and includes nothing.
 #pragma clang module import TolvaranRestore
 
 int main() {

@@ -1,6 +1,6 @@
-// What the main application does with the library, in small: takes a hot-corner lease and gives it
-// back, writes one record of every kind and reads each of them back. Everything goes below the
-// directory that TOLVARAN_APPLICATION_SUPPORT_DIR names.
+// What the main application does with the library, on a small scale: takes a hot-corner lease and
+// gives it back, writes one record of every kind and reads each of them back. Everything goes below
+// the directory that TOLVARAN_APPLICATION_SUPPORT_DIR names.
 #include <restore/tolvaran_restore.hpp>
 
 #include <cstdint>
@@ -43,7 +43,7 @@ void takeALease() {
     check(DockHotCornerOverride::hasRecoveryState(path), "a suppression can be undone");
     const auto outcome = DockHotCornerOverride::exit(owner, path, "com.apple.dock");
     check(outcome == DockHotCornerLeaseExitOutcome::restored, "the last lease restores");
-    check(!DockHotCornerOverride::hasRecoveryState(path), "nothing is left to be undone");
+    check(!DockHotCornerOverride::hasRecoveryState(path), "nothing is left to undo");
 
     DockHotCornerSnapshot snapshot;
     snapshot.tlCorner = 5;

@@ -12,7 +12,7 @@ static void useSystemLog() {
     tolvaran::RestoreLog::info = log;
 }
 
-/// The name that records give the screen's display.
+/// The name of the screen's display in records.
 static NSString* canonicalName(NSScreen* screen) {
     NSNumber* const number = screen.deviceDescription[@"NSScreenNumber"];
     return @(tolvaran::displayUUID(number.unsignedIntValue).c_str());

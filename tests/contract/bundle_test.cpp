@@ -1,4 +1,4 @@
-// The main bundle, where it lies, and the bundles that are loaded.
+// The main bundle, its path, and the loaded bundles.
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ std::string pathOf(CFBundleRef bundle) {
     return path;
 }
 
-// Left open: what the main bundle of a program is that is in none. It has one all the same, its
+// Left open: the main bundle of a program outside any bundle. It has one all the same, its
 // directory.
 TEST_F(Bundle, TheMainBundleHasAPath) {
     const CFBundleRef main = CFBundleGetMainBundle();
@@ -43,7 +43,7 @@ TEST_F(Bundle, TheMainBundleIsAmongTheLoadedOnes) {
     EXPECT_GE(std::ranges::count(paths, pathOf(CFBundleGetMainBundle())), 1);
 }
 
-// Documented: false where the buffer is too small.
+// Documented: false if the buffer is too small.
 TEST_F(Bundle, APathThatDoesNotFitIsRefused) {
     const auto url = CFRef<CFURLRef>::assume(CFBundleCopyBundleURL(CFBundleGetMainBundle()));
     UInt8 small[1] = {};

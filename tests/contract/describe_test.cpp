@@ -1,5 +1,4 @@
-// The description of the Mac at hand: that what tolvaran_describe asks is answered, on this Mac
-// too.
+// The description of this Mac: everything that tolvaran_describe asks for is answered.
 #include "tools/describe/describe.hpp"
 
 #include <gmock/gmock.h>
@@ -20,8 +19,8 @@ class Describe : public Contract {
     const json& mac = description.mac;
 };
 
-// Left open: all of it, since most of what is asked is private. A part that a Mac does not tell has
-// a note, and so is not a failure here.
+// Left open: all of it, since most of it is private. A part that a Mac does not give has a note,
+// and so is not a failure here.
 TEST_F(Describe, EveryPartIsThereOrNoted) {
     const std::set<std::string> parts = {"displays",         "mainDisplay",  "registry",
                                          "preferences",      "dock",         "menuBar",

@@ -13,9 +13,9 @@ namespace {
 
 using namespace dispatch_test;
 
-// Documented: giving work returns at once, and the main queue performs it on the main thread, one
-// after the other, in the order in which it was given.
-TEST_F(Dispatch, WorkRunsLaterAndInTheOrderInWhichItWasGiven) {
+// Documented: queueing work returns at once, and the main queue performs it on the main thread, one
+// piece after the other, in the order of queueing.
+TEST_F(Dispatch, WorkRunsLaterAndInTheOrderOfQueueing) {
     Note notes[] = {{&happened, "first"}, {&happened, "second"}, {&happened, "third"}};
     for (Note& note : notes) {
         dispatch_async_f(dispatch_get_main_queue(), &note, Note::write);
@@ -25,9 +25,8 @@ TEST_F(Dispatch, WorkRunsLaterAndInTheOrderInWhichItWasGiven) {
     EXPECT_EQ(happened, std::vector<std::string>({"first", "second", "third"}));
 }
 
-// Documented: the main queue is serial. So what work gives to it runs after that work, never
-// inside.
-TEST_F(Dispatch, WorkGivenFromWithinWorkRunsAfterIt) {
+// Documented: the main queue is serial. So what work queues runs after that work, never inside.
+TEST_F(Dispatch, WorkQueuedByWorkRunsAfterIt) {
     struct Outer {
         Note before, inner, after;
     } notes{{&happened, "begin"}, {&happened, "inner"}, {&happened, "end"}};
@@ -41,8 +40,7 @@ TEST_F(Dispatch, WorkGivenFromWithinWorkRunsAfterIt) {
     EXPECT_EQ(happened, std::vector<std::string>({"begin", "end", "inner"}));
 }
 
-// Documented: the work is given to the queue at its time. Left open: how much later than that it
-// runs.
+// Documented: the work is queued at its time. Left open: how much later it runs.
 TEST_F(Dispatch, DelayedWorkWaitsAndTheEarlierDeadlineComesFirst) {
     Note late{&happened, "late"};
     Note early{&happened, "early"};
@@ -57,7 +55,7 @@ TEST_F(Dispatch, DelayedWorkWaitsAndTheEarlierDeadlineComesFirst) {
 }
 
 // Documented: a time may be counted from another one. Left open: what its number means, so only the
-// order is looked at.
+// order is checked.
 TEST_F(Dispatch, TimesFromNowAreApartByWhatWasAdded) {
     const dispatch_time_t first = dispatch_time(DISPATCH_TIME_NOW, second);
     EXPECT_LT(first, dispatch_time(first, 1 * second));
@@ -66,7 +64,7 @@ TEST_F(Dispatch, TimesFromNowAreApartByWhatWasAdded) {
 
 // Documented: timers count from a start, and repeat at an interval; a system may be late, so the
 // upper bounds here are generous, but it is never early.
-TEST_F(Dispatch, ATimerFiresFirstAfterItsDelayAndThenAgainAndAgain) {
+TEST_F(Dispatch, ATimerFiresAfterItsDelayAndThenRepeatedly) {
     Note tick{&happened, "tick"};
     Source source(200 * millisecond, 200 * millisecond);
     source.onEvent(tick);
@@ -77,9 +75,8 @@ TEST_F(Dispatch, ATimerFiresFirstAfterItsDelayAndThenAgainAndAgain) {
     EXPECT_TRUE(waitFor(3));
 }
 
-// Documented: a source is created suspended, and its cancellation keeps the handler from being
-// called again. Left open: whether a call that is under way is seen to its end; on the main queue
-// there is none while this runs.
+// Documented: a source is created suspended, and its cancellation prevents further handler calls.
+// Left open: whether a running call finishes; on the main queue there is none meanwhile.
 TEST_F(Dispatch, ASourceThatIsNotResumedStaysSilentAndOneThatIsCancelledFallsSilent) {
     Note tick{&happened, "tick"};
     Source source(20 * millisecond, 20 * millisecond);
@@ -97,7 +94,7 @@ TEST_F(Dispatch, ASourceThatIsNotResumedStaysSilentAndOneThatIsCancelledFallsSil
 
 // Documented: the finalizer is called with the context once the last reference is gone, after the
 // source's handlers have returned. A source holds references of its own until its cancellation is
-// done, so a release does not call the finalizer there and then.
+// done, so a release does not call the finalizer at once.
 TEST_F(Dispatch, TheFinalizerRunsWithTheContextAfterTheRelease) {
     Note ended{&happened, "ended"};
     Source source(10 * second, second);
@@ -112,8 +109,8 @@ TEST_F(Dispatch, TheFinalizerRunsWithTheContextAfterTheRelease) {
     EXPECT_EQ(happened, std::vector<std::string>({"ended"}));
 }
 
-// Documented: the system keeps a source for as long as a handler of it runs, so that a handler may
-// release what may be the last reference.
+// Documented: the system keeps a source for as long as a handler of it runs, so a handler may
+// release the last reference.
 TEST_F(Dispatch, ASourceReleasedByItsOwnHandlerEndsAfterTheHandler) {
     struct Context {
         dispatch_source_t source;
@@ -148,7 +145,7 @@ TEST_F(Dispatch, ATimerThatMissedFiringsCatchesUpWithOneAndKeepsItsBeat) {
     beBusy(550 * millisecond);
     EXPECT_TRUE(waitFor(1));
     the_mac::letPass(0.01);
-    // On a host that is too busy itself the next one may be due by now.
+    // On a busy host the next one may be due by now.
     if (CFAbsoluteTimeGetCurrent() < start + 0.599) {
         EXPECT_EQ(happened.size(), 1U);
     }
@@ -163,8 +160,8 @@ struct Delayed {
 };
 
 // Left open, but relied on for a log that reads in order: what came due while the main queue was
-// busy runs in the order of its times, whether it was delayed or a timer's, and before the work
-// that was given to the queue only then.
+// busy runs in the order of its times, delayed calls and timers alike, and before work that was
+// queued only then.
 TEST_F(Dispatch, WhatCameDueWhileTheQueueWasBusyRunsInTheOrderOfItsTimes) {
     using By = Delayed::By;
     const std::vector<std::vector<Delayed>> rows = {

@@ -63,7 +63,7 @@ TEST_F(Displays, TheListNamesEveryActiveDisplayOnce) {
 }
 
 // Documented: no more than the given number is stored, and the count is that of the stored ones.
-TEST_F(Displays, TheListIsCutOffWhereTheRoomEnds) {
+TEST_F(Displays, TheListIsCutOffAtTheEndOfTheBuffer) {
     CGDirectDisplayID listed[2] = {noDisplay, noDisplay};
     std::uint32_t count = 0;
     EXPECT_EQ(CGGetActiveDisplayList(1, listed, &count), kCGErrorSuccess);
@@ -85,8 +85,8 @@ TEST_F(Displays, TheMainDisplayIsAtTheOriginAndEveryDisplayHasAnArea) {
     EXPECT_TRUE(sameBounds(CGDisplayBounds(noDisplay), CGRectZero));
 }
 
-// The numbers of a monitor do not change from call to call. Left open: which numbers a monitor has
-// that does not tell, so none is expected.
+// The numbers of a monitor do not change from call to call. Left open: the numbers of a monitor
+// that reports none, so none are expected.
 TEST_F(Displays, AMonitorsNumbersStayTheSame) {
     for (const CGDirectDisplayID display : displays) {
         EXPECT_EQ(CGDisplayVendorNumber(display), CGDisplayVendorNumber(display));
@@ -109,7 +109,7 @@ TEST_F(Displays, EveryDisplayHasAUUIDOfItsOwnThatStaysTheSame) {
     EXPECT_EQ(portUUID(noDisplay), "");
 }
 
-// Documented: cancelling gives up all changes of the configuration; none is made before completion.
+// Documented: cancelling discards all changes of the configuration; none is made before completion.
 TEST_F(Displays, ACancelledConfigurationChangesNothing) {
     const CGDirectDisplayID display = displays.back();
     const CGRect before = CGDisplayBounds(display);
@@ -126,7 +126,7 @@ TEST_F(Displays, ACancelledConfigurationChangesNothing) {
     EXPECT_TRUE(sameBounds(CGDisplayBounds(display), before));
 }
 
-// Left open: whether one may be begun while another is open. One after another must do.
+// Left open: whether one may begin while another is open. One after another must work.
 TEST_F(Displays, OneConfigurationCanBeBegunAfterAnother) {
     for (int round = 0; round < 3; ++round) {
         CGDisplayConfigRef configuration = nullptr;
@@ -146,7 +146,7 @@ void moveDisplay(CGDirectDisplayID display, CGPoint origin) {
               kCGErrorSuccess);
 }
 
-/// What a reconfiguration callback was told.
+/// The calls of a reconfiguration callback.
 using Calls = std::vector<std::pair<CGDirectDisplayID, CGDisplayChangeSummaryFlags>>;
 
 void keep(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags, void* calls) {
@@ -160,10 +160,10 @@ TEST_F(Displays, AMoveShowsAtOnceAndIsReportedBeforeAndAfter) {
     const auto other = std::ranges::find_if(
         displays, [](CGDirectDisplayID display) { return display != CGMainDisplayID(); });
     if (!the_mac::mayBeDisturbed() || other == displays.end()) {
-        GTEST_SKIP() << "moves a second display and back: needs one, and leave to disturb";
+        GTEST_SKIP() << "moves a second display and back: needs one, and permission to disturb";
     }
     const CGRect before = CGDisplayBounds(*other);
-    // Along the edge that the two displays share, so that neither gap nor overlap comes of it.
+    // Along the edge that the two displays share, so that no gap or overlap results.
     const bool isBeside = before.origin.x >= CGRectGetMaxX(CGDisplayBounds(CGMainDisplayID())) ||
                           CGRectGetMaxX(before) <= 0;
     const CGPoint place = isBeside ? CGPointMake(before.origin.x, before.origin.y + 40)
@@ -192,8 +192,8 @@ TEST_F(Displays, AMoveShowsAtOnceAndIsReportedBeforeAndAfter) {
     EXPECT_EQ(calls, Calls());
 }
 
-// Documented: the mouse and the cursor are associated to begin with. Left open: what associating
-// them again does; it is not an error.
+// Documented: the mouse and the cursor are associated at first. Left open: what associating them
+// again does; it is not an error.
 TEST_F(Displays, TheCursorCanBeAssociatedWhateverItWas) {
     EXPECT_EQ(CGAssociateMouseAndMouseCursorPosition(true), kCGErrorSuccess);
     EXPECT_EQ(CGAssociateMouseAndMouseCursorPosition(true), kCGErrorSuccess);

@@ -20,7 +20,7 @@ class MainQueue : public dispatch_test::Dispatch {
     }
 };
 
-// Documented: work is given to the queue, not performed there and then, and the queue is serial.
+// Documented: work is queued, not performed at once, and the queue is serial.
 TEST_F(MainQueue, WorkRunsLaterInOrderAndNeverInsideOtherWork) {
     main_queue::async([this] {
         happened.emplace_back("begin");
@@ -33,8 +33,7 @@ TEST_F(MainQueue, WorkRunsLaterInOrderAndNeverInsideOtherWork) {
     EXPECT_EQ(happened, std::vector<std::string>({"begin", "end", "second", "inner"}));
 }
 
-// Documented: a function that is given to a queue is called once. What it owns must live until
-// then, and no longer.
+// Documented: a queued function is called once. What it owns must live until then, and no longer.
 TEST_F(MainQueue, WorkIsKeptUntilItHasRunOnceAndThenDestroyed) {
     const auto owned = std::make_shared<int>(0);
     main_queue::async([owned] { ++*owned; });
@@ -46,7 +45,7 @@ TEST_F(MainQueue, WorkIsKeptUntilItHasRunOnceAndThenDestroyed) {
     EXPECT_EQ(owned.use_count(), 1);
 }
 
-// Documented: delayed work is given to the queue at its time. Left open: how much later it runs.
+// Documented: delayed work is queued at its time. Left open: how much later it runs.
 TEST_F(MainQueue, DelayedWorkIsNotEarlyAndRunsInTheOrderOfItsTimes) {
     const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();
     main_queue::asyncAfter(0.2, note("late"));
@@ -84,7 +83,7 @@ TEST_F(MainQueue, ATimerThatIsCancelledWhileItIsDueDoesNotFire) {
     EXPECT_EQ(happened, std::vector<std::string>());
 }
 
-// A source belongs to one object at a time, and fires whichever that is.
+// Documented: a timer fires until it is cancelled; so it does whichever object owns its source.
 TEST_F(MainQueue, ASourceKeepsFiringWhenItIsMoved) {
     main_queue::Source first = main_queue::makeTimer(0.05, note("tick"));
     main_queue::Source second(std::move(first));
@@ -129,7 +128,8 @@ TEST_F(MainQueue, AHandlerMayReleaseItsOwnSourceAndUsesWhatItOwnsToItsEnd) {
     EXPECT_FALSE(timer);
 }
 
-// What the helper does when it watches another process: the assignment releases the former source.
+// Documented: cancellation prevents further handler calls. So it is safe to replace a source, as
+// the helper does when it watches another process.
 TEST_F(MainQueue, ASourceThatIsReplacedFallsSilentAndTheNewOneFires) {
     const auto owned = std::make_shared<int>(0);
     main_queue::Source source = main_queue::makeTimer(0.02, [owned] { ++*owned; });

@@ -42,7 +42,7 @@ TEST_F(Notifications, WhatIsPostedArrivesInOrderUnderItsName) {
 }
 
 // Documented: an observer of a name receives that name only.
-TEST_F(Notifications, NobodyReceivesWhatHeDidNotAskFor) {
+TEST_F(Notifications, AnObserverReceivesOnlyItsName) {
     the_mac::receive(other);
     post(name, nullptr);
     post(other, nullptr);
@@ -52,7 +52,7 @@ TEST_F(Notifications, NobodyReceivesWhatHeDidNotAskFor) {
 
 // Documented: the user info of a distributed notification holds property list values. It is copied
 // for the receivers, so it may be released as soon as it is posted.
-TEST_F(Notifications, TheUserInfoArrivesAlthoughItWasReleasedAtOnce) {
+TEST_F(Notifications, TheUserInfoArrivesEvenIfReleasedAtOnce) {
     the_mac::receive(name);
     {
         const auto value = tolvaran::cf::makeString("its value");

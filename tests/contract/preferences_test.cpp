@@ -36,7 +36,7 @@ class Preferences : public Contract {
     }
 };
 
-// Documented: null where there is no value, and true from a synchronisation that worked.
+// Documented: null if there is no value, and true from a synchronisation that worked.
 TEST_F(Preferences, WhatWasNeverSetIsNull) {
     EXPECT_FALSE(copy());
     EXPECT_TRUE(synchronize());
@@ -67,7 +67,7 @@ TEST_F(Preferences, SettingNullRemoves) {
 }
 
 // Documented: every type of a property list may be stored. Left open: that the store keeps them
-// apart; it is a property list itself.
+// distinct; it is a property list itself.
 TEST_F(Preferences, AValueKeepsItsType) {
     set(kCFBooleanTrue);
     EXPECT_TRUE(synchronize());
@@ -82,7 +82,7 @@ TEST_F(Preferences, AValueKeepsItsType) {
     EXPECT_EQ(tolvaran::cf::string(copy().get()), "text");
 }
 
-// Documented: Copy functions return a reference of the caller's own.
+// Documented: Copy functions return a reference that the caller owns.
 TEST_F(Preferences, ACopyOutlivesItsRemoval) {
     const auto number = tolvaran::cf::makeNumber(std::int64_t{1} << 40);
     set(number.get());
@@ -92,7 +92,7 @@ TEST_F(Preferences, ACopyOutlivesItsRemoval) {
     EXPECT_EQ(tolvaran::cf::integer(held.get()), std::int64_t{1} << 40);
 }
 
-// Documented: the value is looked for in exactly the domain, user and host that are given.
+// Documented: the value is looked up in exactly the domain, user and host that are given.
 TEST_F(Preferences, DomainsAreApart) {
     set(kCFBooleanTrue);
     EXPECT_FALSE(copy(CFSTR("com.morvelli.TolvaranHelper.OtherContractTests")));
@@ -126,7 +126,7 @@ CFRef<CFDictionaryRef> nestedList() {
 }
 
 // Documented: a property list may hold property lists. The spaces of displays and the Dock's
-// settings are read from such.
+// settings are read from such lists.
 TEST_F(Preferences, APropertyListIsReadBackWithEverythingInIt) {
     const auto list = nestedList();
     set(list.get());

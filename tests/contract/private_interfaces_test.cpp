@@ -1,5 +1,5 @@
 // The private functions of the window server and the Dock. None of them is documented: each test
-// says what the product takes for granted. Functions that a Mac may lack are tested where they are.
+// says what the product takes for granted. Functions that a Mac may lack are tested if it has them.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -35,7 +35,7 @@ TEST_F(PrivateInterfaces, EveryModeCanBeReadAndTheCurrentOneIsAmongThem) {
     ASSERT_GT(count, 0);
     std::vector<std::int32_t> numbers;
     for (std::int32_t index = 0; index < count; ++index) {
-        // Somewhat longer than the window server is told, as the product's.
+        // Somewhat longer than the window server is told, like the product's.
         alignas(std::uint32_t) std::array<std::byte, 220> buffer{};
         ASSERT_EQ(CGSGetDisplayModeDescriptionOfLength(display, index, buffer.data(),
                                                        std::int32_t{displayModeRecordLength}),
@@ -84,10 +84,11 @@ TEST_F(PrivateInterfaces, TheMenuBarOfEachDisplayCanBeRead) {
     EXPECT_NE(cf::dictionary(CFArrayGetValueAtIndex(spaces.get(), 0)), nullptr);
 }
 
-TEST_F(PrivateInterfaces, AMenuBarCanBeTakenForADisplayAndGivenBack) {
+TEST_F(PrivateInterfaces, AMenuBarOverrideCanBeSetAndPutBack) {
     const PerDisplayMenuBarAPI api;
     if (!api.isComplete() || !the_mac::mayBeDisturbed()) {
-        GTEST_SKIP() << "hides and shows a menu bar: needs the functions, and leave to disturb";
+        GTEST_SKIP()
+            << "hides and shows a menu bar: needs the functions, and permission to disturb";
     }
     const CGSConnectionID connection = api.mainConnection();
     const CGDirectDisplayID display = CGMainDisplayID();
@@ -120,11 +121,11 @@ std::vector<std::optional<std::int64_t>> cornerPreferences() {
     return values;
 }
 
-// A corner is in force, and shows, as soon as it is set, and its preferences are left to whoever
-// sets it: restoring writes and verifies them apart.
+// A corner takes effect and shows as soon as it is set. Its preferences are left to the caller:
+// restoring writes and verifies them separately.
 TEST_F(PrivateInterfaces, TheDocksHotCornersAreReadAsTheyWereSet) {
     if (!NativeHotCorners::areAvailable() || !the_mac::mayBeDisturbed()) {
-        GTEST_SKIP() << "switches a hot corner: needs the functions, and leave to disturb";
+        GTEST_SKIP() << "switches a hot corner: needs the functions, and permission to disturb";
     }
     const auto before = NativeHotCorners::read();
     ASSERT_TRUE(before);

@@ -1,4 +1,4 @@
-// What a process can learn of itself, and of the applications beside it.
+// What a process can learn about itself and about the applications beside it.
 #include <crt_externs.h>
 
 #include <algorithm>
@@ -14,8 +14,8 @@ using namespace tolvaran;
 
 class Process : public Contract {};
 
-// Left open, since a header is all there is of these two functions: that they give what main() was
-// given. Documented for that: a null after the last argument.
+// Left open, since these two functions have only a header: that they give main()'s arguments.
+// Documented for those: a null after the last one.
 TEST_F(Process, TheArgumentsBeginWithTheProgram) {
     ASSERT_GE(*_NSGetArgc(), 1);
     char** const arguments = *_NSGetArgv();
@@ -23,7 +23,7 @@ TEST_F(Process, TheArgumentsBeginWithTheProgram) {
     EXPECT_EQ(arguments[*_NSGetArgc()], nullptr);
 }
 
-// Left open by AppKit: how soon the list follows, and its order. It changes only while the main run
+// Left open by AppKit: how soon the list changes, and its order. It changes only while the main run
 // loop runs.
 TEST_F(Process, TheRunningApplicationsAreListedWithTheirProcesses) {
     const auto applications = workspace::runningApplications();
@@ -40,8 +40,8 @@ TEST_F(Process, TheRunningApplicationsAreListedWithTheirProcesses) {
     }
 }
 
-// Documented: an observer lives until it is removed. Left open: what a test could make launch, end
-// or wake; so nothing is expected to arrive.
+// Documented: an observer lives until it is removed. Left open: what a test could launch, end or
+// wake, so nothing is expected to arrive.
 TEST_F(Process, AnObservationCanBeBegunAndEnded) {
     const auto nothing = [](const std::optional<workspace::RunningApplication>&) {};
     const auto launches = workspace::observeLaunches(nothing);

@@ -19,7 +19,7 @@ Source watch(pid_t pid) {
 }
 
 // Documented: the handler is called when the process exits, and the source's handle is the process
-// ID. Left open: that it is called no second time; a process exits once.
+// ID. Left open: that it is not called twice; a process exits once.
 TEST_F(ProcessWatch, AWatchFiresOnceWhenTheProcessExits) {
     const pid_t pid = the_mac::startProcess();
     Note exited{&happened, "exited"};
@@ -37,8 +37,8 @@ TEST_F(ProcessWatch, AWatchFiresOnceWhenTheProcessExits) {
 }
 
 // A main application that is gone before its watch is armed must still be cleaned up after.
-// Documented for kernel events: a watch on a process that does not exist is refused; dispatch makes
-// an exit event of the refusal.
+// Documented for kernel events: a watch on a process that does not exist is refused; dispatch turns
+// the refusal into an exit event.
 TEST_F(ProcessWatch, AWatchOnAProcessThatIsAlreadyGoneStillFires) {
     const pid_t pid = the_mac::startProcess();
     the_mac::endProcess(pid);
@@ -52,7 +52,7 @@ TEST_F(ProcessWatch, AWatchOnAProcessThatIsAlreadyGoneStillFires) {
     EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
 }
 
-// Documented: cancellation keeps the handler from being called again.
+// Documented: cancellation prevents further handler calls.
 TEST_F(ProcessWatch, ACancelledWatchDoesNotFire) {
     const pid_t pid = the_mac::startProcess();
     Note exited{&happened, "exited"};
@@ -65,7 +65,8 @@ TEST_F(ProcessWatch, ACancelledWatchDoesNotFire) {
     EXPECT_EQ(happened.size(), 0U);
 }
 
-// The helper's own watch, whose handler lets go of it.
+// Documented: the system keeps a source while its handler runs, so the handler of the helper's own
+// watch may release it.
 TEST_F(ProcessWatch, TheHelpersWatchFiresOnceForARunningProcessAndForOneThatIsGone) {
     for (const bool isGoneBefore : {false, true}) {
         happened.clear();

@@ -1,9 +1,9 @@
-// Makes random calls to Core Foundation, the same ones for the same seed, and writes down what each
-// answers. Compiled with the simulator and with Apple's own code, it must write the same text.
+// Makes random calls to Core Foundation, the same ones for the same seed, and prints what each
+// answers. Compiled with the simulator and with Apple's own code, it must print the same text.
 //
 //   random_calls SEED COUNT    COUNT calls of each kind; the text goes to the standard output
 //
-// What Apple leaves open is neither called nor written: hash codes, the order of a dictionary's
+// What Apple leaves open is neither called nor printed: hash codes, the order of a dictionary's
 // keys, and what a buffer holds after a conversion that failed.
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -46,7 +46,7 @@ class Choice {
     std::mt19937_64 generator_;
 };
 
-// Writing down.
+// Output.
 
 std::string hexadecimal(std::uint64_t bits) {
     char text[17];
@@ -64,7 +64,7 @@ std::string hexadecimal(std::string_view bytes) {
     return text;
 }
 
-/// A number as its bits, but every NaN as one.
+/// A number as its bits, with all NaNs alike.
 std::string written(double value) {
     return std::isnan(value) ? "nan" : hexadecimal(std::bit_cast<std::uint64_t>(value));
 }
@@ -163,7 +163,7 @@ bool isDouble(CFNumberType type) {
 
 CFRef<CFNumberRef> randomNumber(Choice& choice) {
     const CFNumberType type = choice.of(numberTypes);
-    // Every integer type reads its own width of these, from the little end.
+    // Every integer type reads the low bytes of its own width.
     const std::int64_t integer = randomInteger(choice);
     const double real = randomReal(choice);
     const auto narrow = static_cast<float>(real);
@@ -173,7 +173,7 @@ CFRef<CFNumberRef> randomNumber(Choice& choice) {
     return CFRef<CFNumberRef>::assume(CFNumberCreate(kCFAllocatorDefault, type, value));
 }
 
-/// What CFNumberGetValue answers, with the value where it says that nothing was lost.
+/// What CFNumberGetValue answers, with the value if it says that nothing was lost.
 std::string conversion(CFNumberRef number, CFNumberType type) {
     double real = 0;
     float narrow = 0;
@@ -223,7 +223,7 @@ std::string randomBytes(Choice& choice) {
     for (std::size_t left = choice.below(6); left > 0; --left) {
         text += choice.of(pieces);
     }
-    // Damage: a byte changed, cut out or put in.
+    // Damage: a byte changed, removed or inserted.
     for (std::size_t left = choice.oneIn(2) ? choice.below(3) : 0; left > 0 && !text.empty();
          --left) {
         const std::size_t at = choice.below(text.size());
@@ -304,7 +304,7 @@ void callStrings(Choice& choice) {
     write("bytes", bytesOf(choice, text.get()));
     char buffer[10] = {};
     const CFStringEncoding other = randomEncoding(choice);
-    // With room for the end alone, Apple's would write that behind the buffer.
+    // With room for the end alone, Apple's code would write it behind the buffer.
     const auto room = static_cast<CFIndex>(choice.below(9) + 2);
     if (CFStringGetCString(text.get(), buffer, room, other) != 0) {
         write("C string", hexadecimal(std::string_view(buffer)));
@@ -344,7 +344,7 @@ void callUUIDs(Choice& choice) {
     write("UUID of " + text, back ? *tolvaran::cf::string(back.get()) : "null");
 }
 
-// Property lists, and what becomes of them in the preferences.
+// Property lists, and how the preferences keep them.
 
 CFRef<CFStringRef> randomKey(Choice& choice) {
     constexpr std::array<std::string_view, 6> keys = {"",         "key",       "another key",
@@ -366,7 +366,7 @@ CFRef<CFTypeRef> randomArray(Choice& choice, int depth) {
                                                   &kCFTypeArrayCallBacks));
 }
 
-/// Now and then with one key twice.
+/// Sometimes with one key twice.
 CFRef<CFTypeRef> randomDictionary(Choice& choice, int depth) {
     std::vector<CFRef<CFTypeRef>> owned;
     std::vector<const void*> keys, values;
@@ -547,7 +547,7 @@ int main(int argc, char** argv) {
     for (const auto call :
          {callNumbers, callStrings, callUUIDs, callPropertyLists, callPreferences}) {
         for (std::uint64_t number = 0; number < count; ++number) {
-            // Seeded anew, so that what follows a different answer is the same all the same.
+            // Seeded anew, so that a different answer does not change what follows.
             Choice choice(seed * 1'000'000'007 + number);
             call(choice);
         }

@@ -11,7 +11,7 @@ using tolvaran::CFRef;
 
 class Registry : public Contract {};
 
-/// The services of a class that offer their properties, none of them kept.
+/// Counts the services of a class that give their properties, and releases them.
 int readAll(const char* className, bool mustHaveProperties) {
     CFMutableDictionaryRef matching = IOServiceMatching(className);
     EXPECT_NE(matching, nullptr);
@@ -46,12 +46,12 @@ TEST_F(Registry, DisplayConnectionsCanBeReadAndReleased) {
 }
 
 // Documented: success, and an iterator that may be null.
-TEST_F(Registry, AClassThatNobodyHasMatchesNothing) {
+TEST_F(Registry, AnUnknownClassMatchesNothing) {
     EXPECT_EQ(readAll("TolvaranContractTestsHaveNoSuchClass", false), 0);
 }
 
 // Documented: zero when no more remain or the iterator is invalid.
-TEST_F(Registry, AnIteratorThatIsNoneHasNothing) {
+TEST_F(Registry, ANullIteratorHasNothing) {
     EXPECT_EQ(IOIteratorNext(IO_OBJECT_NULL), IO_OBJECT_NULL);
 }
 

@@ -17,7 +17,8 @@ namespace the_mac {
 /// running applications, one of them the Finder; a real one is taken as it is.
 void prepare();
 
-/// What the test has created and not released; a real Mac cannot tell, and says 0.
+/// How many objects the test has created and not released; 0 on a real Mac, which cannot count
+/// them.
 std::size_t leakedObjects();
 
 /// Whether a test may change what a user would see, if only for a moment: on a real Mac only with
@@ -27,12 +28,12 @@ bool mayBeDisturbed();
 /// Lets the main queue, timers, process watches and notifications work for a time, in seconds.
 void letPass(double seconds);
 
-/// Lets them work until `condition` holds, for `seconds` at most. Whether it held.
+/// Lets them work until `condition` holds, for `seconds` at most. @return whether it held
 bool waitUntil(const std::function<bool()>& condition, double seconds = 5.0);
 
-/// A process that does nothing until it is ended.
+/// Starts a process that does nothing until it is ended.
 pid_t startProcess();
-/// Ends it; when this returns it is gone.
+/// Ends it; it is gone when this returns.
 void endProcess(pid_t pid);
 
 /// A distributed notification as another process received it.

@@ -95,7 +95,7 @@ TEST_F(Values, AnArrayKeepsItsElementsInOrder) {
 }
 
 // Documented: lengths count UTF-16 code units; text that is not in the named encoding gives null.
-TEST_F(Values, StringsConvertFromAndToUTF8AndRefuseWhatIsNone) {
+TEST_F(Values, StringsConvertFromAndToUTF8AndRefuseOtherBytes) {
     for (const std::string text : {"", "plain", "gr\xC3\xBC\xC3\x9F", "\xF0\x9F\x96\xA5", "a\0b"}) {
         const auto string = stringOf(text);
         ASSERT_TRUE(string) << text;
@@ -110,7 +110,7 @@ TEST_F(Values, StringsConvertFromAndToUTF8AndRefuseWhatIsNone) {
 
 // Documented: without a buffer, the size that is needed is stored; the result counts the characters
 // that were converted, and stops at the first one without a form in the encoding.
-TEST_F(Values, GetBytesTellsTheSizeAndStopsAtALoneSurrogate) {
+TEST_F(Values, GetBytesGivesTheSizeAndStopsAtALoneSurrogate) {
     const auto text = stringOf("gr\xC3\xBC\xC3\x9F");
     CFIndex size = 0;
     EXPECT_EQ(CFStringGetBytes(text.get(), CFRangeMake(0, 4), kCFStringEncodingUTF8, 0, false,
@@ -139,8 +139,8 @@ TEST_F(Values, EachKindOfValueHasATypeOfItsOwn) {
     EXPECT_FALSE(CFBooleanGetValue(kCFBooleanFalse));
 }
 
-// Documented: a number may be kept as another type than it was made of. That it is still whole or
-// not whole is what is relied on.
+// Documented: a number may be kept as another type than it was created with. Relied on: that it
+// stays floating-point or not.
 TEST_F(Values, ANumberRemembersWhetherItIsFloatingPoint) {
     EXPECT_FALSE(CFNumberIsFloatType(numberOf(kCFNumberSInt64Type, std::int64_t{2}).get()));
     EXPECT_FALSE(CFNumberIsFloatType(numberOf(kCFNumberSInt32Type, std::int32_t{-2}).get()));
@@ -149,7 +149,7 @@ TEST_F(Values, ANumberRemembersWhetherItIsFloatingPoint) {
 }
 
 // Documented: true when the conversion loses nothing.
-TEST_F(Values, WholeNumbersSurviveTheWayThereAndBack) {
+TEST_F(Values, WholeNumbersSurviveTheRoundTrip) {
     constexpr std::int64_t cases[] = {0,
                                       1,
                                       -1,
@@ -169,7 +169,7 @@ TEST_F(Values, WholeNumbersSurviveTheWayThereAndBack) {
 }
 
 // Documented: false when the conversion loses something or is out of range. Left open: what the
-// buffer holds then, so it is not looked at.
+// buffer holds then, so it is not checked.
 TEST_F(Values, AConversionThatLosesSomethingSaysSo) {
     std::int32_t narrow = 0;
     EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{1} << 40).get(),
@@ -195,8 +195,8 @@ TEST_F(Values, ADoubleIsReadAsItWasWritten) {
     EXPECT_EQ(read, std::ldexp(1.0, 40));
 }
 
-// Documented: the standard form of a UUID has 36 characters. That its letters are capitals is how
-// it has always been, and names of displays on disk depend on it.
+// Documented: the standard form of a UUID has 36 characters. Its letters have always been capitals,
+// and names of displays on disk depend on it.
 TEST_F(Values, AUUIDIsWrittenInCapitalsAndNoTwoAreAlike) {
     const auto first = CFRef<CFUUIDRef>::assume(CFUUIDCreate(kCFAllocatorDefault));
     const auto second = CFRef<CFUUIDRef>::assume(CFUUIDCreate(kCFAllocatorDefault));
@@ -214,8 +214,8 @@ TEST_F(Values, AUUIDIsWrittenInCapitalsAndNoTwoAreAlike) {
     EXPECT_TRUE(CFEqual(first.get(), again.get()));
 }
 
-// Documented: seconds since the first moment of 2001 in Greenwich. Left open: that they never go
-// back; a clock may be set, but hardly during this test.
+// Documented: seconds since the start of 2001, UTC. Left open: that they never go back; a clock may
+// be set, but hardly during this test.
 TEST_F(Values, AbsoluteTimeCountsFromTheBeginningOf2001AndAdvances) {
     EXPECT_EQ(kCFAbsoluteTimeIntervalSince1970, 978307200.0);
     const CFAbsoluteTime before = CFAbsoluteTimeGetCurrent();
@@ -277,9 +277,9 @@ TEST_F(Values, NumbersOfEveryTypeAreReadAsWhatTheyAre) {
     EXPECT_EQ(Readings::of(nullptr), Readings());
 }
 
-// Left open: that 255 and 65535 survive as 8 and 16 bits with a sign, whose bits they are. There is
-// no unsigned type, and old applications keep such numbers all the same.
-TEST_F(Values, SmallUnsignedNumbersPassAsSignedOnes) {
+// Left open: that 255 and 65535 survive as signed numbers of 8 and 16 bits. There is no unsigned
+// type, and old applications keep such numbers all the same.
+TEST_F(Values, SmallUnsignedNumbersAreKeptAsSignedOnes) {
     std::int8_t byte = 0;
     EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{255}).get(),
                                  kCFNumberSInt8Type, &byte));
@@ -321,7 +321,7 @@ TEST_F(Values, DamagedTextIsRefused) {
         {"\xE2\x82", {}},  // too short
         {"\xE2\x82(", {}},
         {"\xF0\x90\x80", {}},
-        {"\xC0\x80", {}},  // longer than need be
+        {"\xC0\x80", {}},  // overlong
         {"\xE0\x9F\xBF", {}},
         {"\xF0\x8F\xBF\xBF", {}},
         {"\xED\xA0\x80", {}},  // a surrogate, high or low
@@ -345,8 +345,8 @@ TEST_F(Values, DamagedTextIsRefused) {
     }
 }
 
-// Documented: converting reports how much it could convert. A string of UTF-16 units may hold what
-// no text does; the product then reads none.
+// Documented: converting reports how much it could convert. A string of UTF-16 units may hold
+// invalid text; the product then reads none.
 TEST_F(Values, ALoneSurrogateAnywhereMakesAStringUnreadable) {
     const std::vector<std::vector<UniChar>> broken = {{0xD800},         {0xDC00},
                                                       {'a', 0xD83D},    {0xDDA5, 'a'},

@@ -1,13 +1,13 @@
 // Corrupts every file that the helper reads, in every scenario: cut at every length, with every
-// byte other than it was, with every field missing, doubled, null and of every other type.
+// byte changed, with every field missing, doubled, null and of every other type.
 //
 // A file that is no longer a record must count as missing: the Mac ends as it does without the
 // file, records in other files are still put back, the log says so if the design gives it a line,
-// and the file stays, unless the design discards it. A file that is still a record, or another one,
-// may change only what that kind of record decides.
+// and the file stays, unless the design discards it. A file that still holds a record, perhaps a
+// different one, may change only what that kind of record decides.
 //
-// `make torture` tries all of that, millions of single bytes; the ordinary test run tries a fixed
-// sample for each file.
+// `make torture` tries all of this, including millions of single bytes; the ordinary test run tries
+// a fixed sample for each file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -49,7 +49,7 @@ std::string textOf(const json& content) {
     return content.is_string() ? content.get<std::string>() : content.dump();
 }
 
-/// The scenario with another file at this path; none: without one.
+/// The scenario with this content in the file at `path`, or without the file.
 Scenario withFile(Scenario scenario, const std::string& path,
                   const std::optional<std::string>& content) {
     std::erase_if(scenario.files, [&](const auto& file) { return file.first == path; });
@@ -59,21 +59,21 @@ Scenario withFile(Scenario scenario, const std::string& path,
     return scenario;
 }
 
-/// Thrown by a call, and so through the helper, when a run does not come to rest. No
-/// std::exception, which somebody might catch.
+/// Thrown out of a call, through the helper, when a run does not come to rest. Not a
+/// std::exception, which might be caught.
 struct EndlessCorruptRun {};
 
-/// Many times the calls of the scenario that makes the most.
+/// Many times what the longest scenario makes.
 constexpr std::size_t mostCalls = 400000;
 
 /// What became of a scenario whose file was corrupt.
 struct Outcome {
-    bool isEndless = false;  // it was broken off; nothing else is told then
+    bool isEndless = false;  // it was stopped; nothing else is set then
     Ending after;
     Ending healed;  // the run after it
     Places log;     // "level: message"
     bool wasRead = false;
-    std::optional<std::string> file;  // what then lies at the path
+    std::optional<std::string> file;  // what is at the path afterwards
     Places leftOver;
 };
 
@@ -84,10 +84,10 @@ Outcome play(const Scenario& scenario, const std::string& path) {
     const std::size_t descriptors = openDescriptors();
     const std::size_t objects = simulator::liveObjects();
     const auto prepare = [&] {
-        // Not when it is opened: a recovery opens every record to know which file it is.
+        // Not on open: a recovery opens every record to identify its file.
         simulator::onCall("read", [&] { outcome.wasRead |= simulator::callSubject() == file; });
         simulator::decideCalls([calls = std::size_t{0}](const std::string& function) mutable {
-            // Apple's functions, unlike those on files, are never called where nothing may be
+            // Only from Apple's functions: those on files are also called where nothing may be
             // thrown.
             if (++calls > mostCalls && std::isupper(function.front()) != 0) {
                 throw EndlessCorruptRun();
@@ -122,15 +122,15 @@ Outcome play(const Scenario& scenario, const std::string& path) {
     return outcome;
 }
 
-/// Whether the content is a record of two arrangements or more. Where each is of some displays only
-/// and leaves the others in a zigzag, a run tries one after the other; what that moves brings about
-/// the next run, which moves the displays again. By design no run is held back.
+/// Whether the content is a record of two arrangements or more. If each covers only some displays
+/// and leaves the others in a zigzag, a run tries one after the other, and the resulting moves
+/// start the next run, which moves the displays again. By design no run is held back.
 bool mayNotComeToRest(const Record& record, const std::string& content) {
     return record.path == "State/.display-originals" && isUsable(record, content) &&
            json::parse(content).at("arrangements").size() >= 2;
 }
 
-/// A corruption tried on one file.
+/// Tries corruptions on one file.
 class CorruptionTrial {
   public:
     explicit CorruptionTrial(StateFile file)
@@ -178,15 +178,15 @@ class CorruptionTrial {
     }
 
     void checkUnusable(const std::string& content, const Outcome& outcome) const {
-        EXPECT_EQ(elsewhere(absent_, outcome), Places{}) << "not as without the file";
+        EXPECT_EQ(elsewhere(absent_, outcome), Places{}) << "differs from a run without the file";
         if (!outcome.wasRead) {
             return;
         }
         EXPECT_TRUE(hasWarning(outcome)) << "no warning";
         if (absent_.file) {
-            EXPECT_EQ(outcome.file, absent_.file) << "what was written later is not there";
+            EXPECT_EQ(outcome.file, absent_.file) << "a later write is missing";
         } else if (record_.fate == Fate::kept) {
-            EXPECT_EQ(outcome.file, content) << "the file did not stay";
+            EXPECT_EQ(outcome.file, content) << "the file was not kept";
         } else {
             EXPECT_EQ(outcome.file, std::nullopt) << "the file was not discarded";
         }
@@ -194,7 +194,8 @@ class CorruptionTrial {
 
     void checkUsable(const std::string& content, const Outcome& outcome) const {
         if (!record_.unusableLine.empty()) {
-            EXPECT_FALSE(hasWarning(outcome) && !hasWarning(whole_)) << "a warning for a record";
+            EXPECT_FALSE(hasWarning(outcome) && !hasWarning(whole_))
+                << "a warning about a usable record";
         }
         const bool isSame =
             record_.fate == Fate::unread ||
@@ -208,13 +209,13 @@ class CorruptionTrial {
     StateFile file_;
     const Record& record_;
     Scenario scenario_;
-    std::string own_;  // the file as a place where endings differ
+    std::string own_;  // the file's place in differences()
     Outcome whole_;
     Outcome absent_;
     std::size_t tried_ = 0;
 };
 
-/// Records with every field, on a Mac with three displays, for which they are.
+/// Records with every field, on the Mac with three displays that they belong to.
 std::vector<StateFile> completeFiles() {
     std::vector<StateFile> files;
     for (const char* const path : {"State/menubar-state.json", "State/hot-corners-snapshot.json",
@@ -225,7 +226,7 @@ std::vector<StateFile> completeFiles() {
     return files;
 }
 
-/// Every file that the helper reads of every scenario with a virtual clock, and the complete ones.
+/// Every file that the helper reads in every scenario with a virtual clock, and the complete ones.
 const std::vector<StateFile>& stateFiles() {
     static const std::vector<StateFile> all = [] {
         std::vector<StateFile> files = completeFiles();
@@ -249,8 +250,8 @@ const std::vector<StateFile>& stateFiles() {
     return all;
 }
 
-/// Whether the list has the same file of an earlier scenario. One byte makes no other difference in
-/// another scenario, and there are millions of them.
+/// Whether an earlier scenario in the list has the same file. Single bytes, millions in all, make
+/// the same difference in both.
 bool isRepeated(std::size_t number) {
     const auto& files = stateFiles();
     return number > 0 && files[number].path == files[number - 1].path &&
@@ -272,9 +273,9 @@ class CorruptionTest : public testing::TestWithParam<std::size_t> {
     CorruptionTrial trial;
 };
 
-TEST_P(CorruptionTest, CostsNothingButTheRecord) {
+TEST_P(CorruptionTest, LosesOnlyTheRecord) {
     const std::string& content = trial.file().content;
-    const std::size_t share = effort() == Effort::sample ? 1 : 10;  // of what may be tried
+    const std::size_t share = effort() == Effort::sample ? 1 : 10;  // scales each sample
     checkAll(cuts(content), 3 * share);
     checkAll(fieldCorruptions(content), 8 * share);
     const std::size_t bytes = isRepeated(GetParam()) ? 0 : byteCorruptions(content);
@@ -284,7 +285,7 @@ TEST_P(CorruptionTest, CostsNothingButTheRecord) {
     }
 }
 
-TEST(Corruption, OfTheHeartbeatEndsWithTheNextSignOfLife) {
+TEST(Corruption, OfTheHeartbeatEndsWithTheNextTouch) {
     const std::string path = "State/.helper-heartbeat";
     const Scenario scenario =
         simulator::loadScenario(TOLVARAN_SCENARIOS "/start-without-tolvaran.json");

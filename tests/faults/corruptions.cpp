@@ -8,10 +8,10 @@ namespace {
 
 using nlohmann::json;
 
-/// Stands in a document for what no document can hold, such as a key that is there twice.
+/// Marks where text goes that a parsed document cannot hold, such as a key that is there twice.
 constexpr const char* placeholder = "@ here @";
 
-/// A value of every type, the unusual ones among them, as text: some are no JSON.
+/// Values of every type as text, unusual ones included; some are not JSON.
 constexpr const char* otherValues[] = {
     "null",
     "true",

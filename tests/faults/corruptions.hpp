@@ -19,7 +19,7 @@ std::vector<Corruption> cuts(const std::string& content);
 /// How many contents differ from this one in one byte.
 std::size_t byteCorruptions(const std::string& content);
 
-/// One of those: every byte in turn takes each of its 255 other values.
+/// The corruption with this number: every byte in turn takes each of its 255 other values.
 Corruption byteCorruption(const std::string& content, std::size_t number);
 
 /// The JSON document with each of its values in turn, including the whole, missing, null and of

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// More combinations than of a dozen changes that each are there or not are not all tried.
+/// Beyond the combinations of twelve independent changes, only a sample is tried.
 constexpr std::size_t maximumCombinations = 4096;
 
 std::string contentOf(const fs::path& path) {
@@ -53,7 +53,7 @@ bool advance(std::vector<std::size_t>& choice, const std::vector<std::size_t>& c
     return false;
 }
 
-/// Nothing, everything, and as many combinations in between as are ever tried; always the same.
+/// Tries nothing, everything, and a fixed random choice of what lies between.
 void forSample(const std::vector<std::size_t>& counts,
                const std::function<void(const std::vector<std::size_t>&)>& attempt) {
     std::vector<std::size_t> choice(counts.size(), 0);
@@ -161,7 +161,7 @@ DiskModel::NodeID DiskModel::add(Node node) {
     return nodes_.size() - 1;
 }
 
-/// Gives the directory node what lies in the host's directory, as being on the disk.
+/// Fills the directory node from the host's directory; all of it counts as flushed.
 void DiskModel::addFromHost(NodeID directory, const std::string& path) {
     for (const auto& entry : fs::directory_iterator(path)) {
         const bool isDirectory = entry.is_directory();
@@ -288,7 +288,7 @@ void DiskModel::flush(NodeID id) {
     ++version_;
 }
 
-/// Makes the place as the host has it, on the disk as well.
+/// Makes this place what it is on the host, and flushed.
 void DiskModel::replaceFromHost(const std::string& path, const Tree& host) {
     const std::optional<Place> place = find((fs::path(root_) / path).string());
     if (!place) {
@@ -339,7 +339,7 @@ std::vector<DiskModel::NodeID> DiskModel::unflushedFiles() const {
     return files;
 }
 
-/// The tree that these nodes' present entries and contents make.
+/// The tree formed by the current entries and contents of these nodes.
 Tree DiskModel::tree(const std::vector<Node>& nodes) const {
     Tree result;
     const std::function<void(NodeID, const std::string&)> addEntries = [&](NodeID directory,

@@ -7,18 +7,16 @@
 //  - A flush of a file (fsync, F_FULLFSYNC, F_BARRIERFSYNC) puts its content on the disk, a flush
 //    of a directory its entries. Neither does the other's work, and neither flushes a directory
 //    above.
-//  - Of the changes to a directory that were not flushed, any may have reached the disk and any
-//    not, whatever their order and whatever other directories say: an entry may be there without
-//    its file's content, a file may be back after it was removed, a directory may be missing with
-//    all that lies in it.
-//  - An entry changes as a whole. A rename gives the new name to the file as one change, and may
-//    then still have left the old name in place; it never leaves the new name without a file that
-//    had one.
-//  - Of content that was not flushed there may be nothing, half, zeros in the full length, half and
-//    then zeros, or all.
+//  - Any unflushed changes to a directory may have reached the disk, whatever their order and
+//    whatever became of other directories: an entry may be there without its file's content, a
+//    removed file may be back, a directory may be missing with everything in it.
+//  - An entry changes as a whole. A rename may leave the old name in place as well, but a new name
+//    that existed before always has its old file or the new one.
+//  - Unflushed content may be as it was, half written, zeros of the full length, half written and
+//    then zeros, or complete.
 //
-// A barrier keeps the order but does not wait for the disk. A cut after it then leaves what a cut
-// at an earlier moment would have left, which is a state that the model has at that moment.
+// A barrier keeps the order but does not wait for the disk. A cut after it leaves what a cut at an
+// earlier moment would have left, and the model covers that moment.
 #pragma once
 
 #include <cstddef>
@@ -38,12 +36,12 @@ using Tree = std::map<std::string, std::optional<std::string>>;
 /// The tree below a directory of the host.
 Tree treeBelow(const std::string& directory);
 
-/// Makes an empty or missing directory of the host hold exactly this tree.
+/// Makes a directory of the host hold exactly this tree.
 void layOut(const Tree& tree, const std::string& directory);
 
 /// What a power cut may leave.
 struct PowerCut {
-    std::set<Tree> trees;     // no two alike
+    std::set<Tree> trees;
     bool wasSampled = false;  // there were too many combinations to try each of them
 };
 
@@ -55,12 +53,12 @@ class DiskModel {
     /// Follows one call. Calls on other places are ignored.
     void take(const simulator::FileCall& call);
 
-    /// The functions called here whose effect on the disk the model does not know. With any of them
-    /// the model is useless.
+    /// Functions that were called here but are unknown to the model. With any of them its answers
+    /// mean nothing.
     const std::set<std::string>& unknownCalls() const { return unknownCalls_; }
 
-    /// Takes what differs from the host's directory for the work of another process, which has
-    /// flushed it. @return whether anything differed
+    /// Adopts what differs in the host's directory, as flushed changes by another process.
+    /// @return whether anything differed
     bool adoptForeignChanges();
 
     /// The tree if everything had reached the disk.

@@ -1,4 +1,4 @@
-// The disk model against ways of writing that are known to lose records: each must show its loss,
+// Tries ways of writing that are known to lose records on the disk model: each must show its loss,
 // or no power-cut test could fail.
 #include "tests/faults/disk_model.hpp"
 
@@ -140,7 +140,7 @@ TEST_F(DiskModelTest, TriesASampleOfTooManyCombinations) {
     EXPECT_TRUE(sample.trees.contains(disk->whole()));
 }
 
-TEST_F(DiskModelTest, TakesOthersChangesForFlushedAndOtherPlacesForNone) {
+TEST_F(DiskModelTest, AdoptsForeignChangesAndIgnoresOtherPlaces) {
     EXPECT_FALSE(disk->adoptForeignChanges());
     ::unlink(record.c_str());
     writeFile(record, "another's");
@@ -155,7 +155,7 @@ TEST_F(DiskModelTest, TakesOthersChangesForFlushedAndOtherPlacesForNone) {
     EXPECT_EQ(disk->version(), version);
 }
 
-TEST_F(DiskModelTest, TellsOfCallsThatItDoesNotKnow) {
+TEST_F(DiskModelTest, ReportsUnknownCalls) {
     const int file = create(unfinished);
     EXPECT_EQ(disk->unknownCalls(), Texts{});
     disk->take({.function = "ftruncate", .descriptor = file});

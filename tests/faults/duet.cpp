@@ -28,7 +28,7 @@ class Stage {
         begin();
     }
 
-    /// Does all of one actor's part, whenever it has the turn.
+    /// Performs one actor's part to its end, whenever it has the turn.
     void perform(Actor actor, const std::function<void()>& part) {
         std::unique_lock lock(changing_);
         const PlayedProcess played(static_cast<int>(number(actor)));
@@ -36,7 +36,7 @@ class Stage {
         try {
             part();
         } catch (const std::bad_alloc&) {
-            // Calls without effect create nothing.
+            // A killed process's calls create nothing.
             EXPECT_TRUE(isKilled_[number(actor)]) << "out of memory";
         }
         forgetProcessWideValues();
@@ -57,7 +57,7 @@ class Stage {
             pass();
             std::unique_lock lock(changing_, std::adopt_lock);
             awaitTurn(lock, actor);
-            lock.release();  // it stays locked
+            lock.release();  // the mutex stays locked
         }
         --turns_.front().calls;
         return isKilled_[number(actor)] ? nlohmann::json{{"effect", false}} : nlohmann::json();

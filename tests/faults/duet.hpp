@@ -1,4 +1,4 @@
-// Two processes on one simulated Mac, in one program: each runs on a thread of its own, one at a
+// Two processes on one simulated Mac, in one program: each has its own thread, and one runs at a
 // time. Control can pass to the other between any two calls to the outside.
 #pragma once
 
@@ -9,14 +9,14 @@
 
 namespace tolvaran::tests {
 
-/// One of the two.
+/// One of the two processes.
 enum class Actor { helper, mainApplication };
 
 /// How long one of them has the turn.
 struct Turn {
     Actor actor;
     std::size_t calls = std::numeric_limits<std::size_t>::max();  // then the next turn begins
-    bool endsKilled = false;  // at the end of the turn: nothing it does after that has an effect
+    bool endsKilled = false;  // at the end of the turn: nothing it does afterwards has an effect
 };
 
 /// What each of them does.
@@ -31,8 +31,8 @@ struct CallCounts {
     std::size_t mainApplication = 0;
 };
 
-/// Plays both on the present Mac, in these turns, and then each to its end, the helper first. Each
-/// has its own process-wide values, which are forgotten, and its own process ID.
+/// Plays both on the current Mac in these turns, then each to its end, the helper first. Each has
+/// its own process ID and its own process-wide values, which are forgotten at its end.
 CallCounts play(const Duet& duet, const std::vector<Turn>& turns);
 
 /// The process IDs.

@@ -12,8 +12,8 @@ namespace {
 
 using nlohmann::json;
 
-/// A failure of one of the functions leaves a line that the pattern matches, which may have the
-/// failure's code in place of "CODE".
+/// A failure of one of these functions leaves a line that matches the pattern, in which "CODE"
+/// stands for the failure's code.
 struct Row {
     std::vector<std::string> functions;
     std::string subject;     // a regular expression for the whole of what the call is about
@@ -21,8 +21,8 @@ struct Row {
     bool isRetried = false;  // a single failure leaves no line: the call is made again
 };
 
-// By which a file is written whole. A flush that the volume cannot do otherwise is tried as a full
-// one, so that its failure alone is none.
+// The calls that write a file whole. fcntl is not one of them: if a barrier fails, an fsync
+// follows.
 const std::vector<std::string> writing{"mkostemp", "write", "fsync", "rename"};
 
 std::vector<Row> withRecords(std::vector<Row> rows) {
@@ -98,34 +98,34 @@ const std::vector<Row>& table() {
 }
 
 /// Failures that are not logged, and why.
-const std::set<std::string>& untold() {
+const std::set<std::string>& unlogged() {
     static const std::set<std::string> functions = {
-        // The log itself, and what is only cleaned up.
+        // The log itself, and cleaning up.
         "close", "closedir", "dlclose", "lseek", "opendir", "readdir", "kill", "localtime_r",
         "IOObjectRelease",
-        // A file that cannot be read counts as one that is missing, and a directory that cannot be
-        // created is left to the write to report.
+        // An unreadable file counts as missing. If a directory cannot be created, the write reports
+        // it.
         "open", "fstat", "read", "stat", "mkdir",
-        // What cannot be touched is written once more, and what cannot be linked is renamed.
+        // A file that cannot be touched is rewritten, one that cannot be linked is renamed.
         "futimens", "link",
         // A volume without barriers gets the ordinary flush.
         "fcntl",
-        // Displays of which nothing is known have another name, or no part in the layout; a mode of
-        // which nothing is known is none.
+        // A display that cannot be read gets another name or no part in the layout; a mode that
+        // cannot be read does not count.
         "CGDisplayBounds", "CGDisplayCreateUUIDFromDisplayID", "CGDisplayModelNumber",
         "CGDisplaySerialNumber", "CGDisplayVendorNumber", "CGGetActiveDisplayList",
         "CGMainDisplayID", "CGSGetDisplayModeDescriptionOfLength", "CFUUIDCreateFromString",
         "CFUUIDCreateString", "IOIteratorNext", "IORegistryEntryCreateCFProperties",
         "IOServiceGetMatchingServices", "IOServiceMatching",
-        // Only completion tells what became of a configuration.
+        // Only completion shows whether a configuration succeeded.
         "CGConfigureDisplayOrigin", "CGSConfigureDisplayMode", "CGSGetCurrentDisplayMode",
-        // An answer that may be a true one.
+        // The failure looks like a valid answer.
         "CGSMainConnectionID", "CoreDockGetAutoHideEnabled", "CFPreferencesCopyValue",
         "SLSCopyActiveMenuBarDisplayIdentifier", "SLSCopyManagedDisplaySpaces",
         "SLSGetMenuBarVisibilityOverrideOnDisplay", "CFBundleCopyBundleURL",
         "CFBundleGetAllBundles", "CFBundleGetMainBundle", "CFURLGetFileSystemRepresentation",
         "CFUUIDCreate", "getpwuid", "runningApplications",
-        // Functions that return nothing, or nothing that tells of a failure.
+        // The result, if any, does not show a failure.
         "CFNotificationCenterPostNotification", "CFPreferencesSetValue",
         "CoreDockSetAutoHideEnabled", "CoreDockSetExposeCornerActionWithModifier",
         "dispatch_after_f", "dispatch_async_f", "dispatch_source_set_timer", "nanosleep",
@@ -135,18 +135,18 @@ const std::set<std::string>& untold() {
     return functions;
 }
 
-/// A success that is none, an error after which the call is taken to have done its work, or a write
-/// that goes on where it was cut short.
-bool passesForSuccess(const Call& call, const json& form) {
+/// A call that reports success without effect, an error after which its work counts as done, or a
+/// short write, which is continued.
+bool countsAsSuccess(const Call& call, const json& form) {
     const json result = form.value("result", json());
     const bool isGone = call.function == "unlink" && result == "ENOENT";
     return !form.contains("result") || isGone || result == json{{"bytes", 1}};
 }
 
-/// Whether one such failure is made up for by the next call.
+/// Whether the next call makes up for a single such failure.
 bool isMadeUpFor(const Row& row, const Call& call, const json& form, Lasting lasting) {
     const json result = form.value("result", json());
-    // An unfinished file that has gone means that another process was quicker: it is made again.
+    // If the unfinished file is gone, another process was quicker, and the file is written again.
     const bool isOvertaken = call.function == "rename" && result == "ENOENT";
     return lasting == Lasting::once && (row.isRetried || isOvertaken || result == "EINTR");
 }
@@ -170,7 +170,7 @@ std::string missingLine(const Call& call, const json& form, Lasting lasting,
         if (!isAbout) {
             continue;
         }
-        if (passesForSuccess(call, form) &&
+        if (countsAsSuccess(call, form) &&
             call.function != "CoreDockGetExposeCornerActionsWithModifiers") {
             return "";
         }
@@ -178,12 +178,12 @@ std::string missingLine(const Call& call, const json& form, Lasting lasting,
             return "";
         }
         const std::regex line(withCode(row.line, form));
-        const bool stands = std::ranges::any_of(
+        const bool isLogged = std::ranges::any_of(
             log, [&](const std::string& logged) { return std::regex_match(logged, line); });
-        return stands ? "" : row.line;
+        return isLogged ? "" : row.line;
     }
-    if (!untold().contains(call.function)) {
-        throw std::out_of_range("nothing is known of what the log says of " + call.function);
+    if (!unlogged().contains(call.function)) {
+        throw std::out_of_range("no table says what the log has about " + call.function);
     }
     return "";
 }

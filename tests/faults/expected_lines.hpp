@@ -12,7 +12,7 @@ namespace tolvaran::tests {
 /// Whether a function failed in one call, or in all from then on.
 enum class Lasting { once, forGood };
 
-/// Whether the log has the line for a function that failed in this call.
+/// Looks for the log line about a function that failed in this call.
 /// @param form how it failed
 /// @param log  the run's lines, "level: message"
 /// @return empty if one of the lines was found; else a regular expression for them

@@ -3,8 +3,8 @@
 // end where it would have ended had there never been one.
 //
 // `make torture` tries every call in every form. The ordinary test run fails each call in one of
-// its forms, by turns; of a story with more than 300 calls it takes 300, spread evenly. Builds with
-// sanitizers take a smaller sample.
+// its forms, by turns, but at most 300 calls of a story, spread evenly. Builds with sanitizers take
+// a smaller sample.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -33,7 +33,7 @@ std::vector<json> formsFor(const std::string& function, std::size_t index) {
 
 class FailEveryCall : public testing::TestWithParam<std::string> {
   protected:
-    /// Fails call `n` and, of its function, the calls after it until `count` have failed.
+    /// Fails call `n`, then later calls to the same function until `count` have failed.
     FaultRun fail(std::size_t n, const json& form, std::size_t count) {
         ++runs_;
         std::size_t left = count;
@@ -54,13 +54,13 @@ class FailEveryCall : public testing::TestWithParam<std::string> {
             ADD_FAILURE() << what << " once: " << finding;
         }
         EXPECT_EQ(missingLine(call, form, Lasting::once, once.log), "")
-            << what << " once: does not stand in the log";
+            << what << " once: not in the log";
         const FaultRun lasting = fail(n, form, forGood);
         for (const std::string& finding : findings(trial_.calm(), lasting)) {
             ADD_FAILURE() << what << " from then on: " << finding;
         }
         EXPECT_EQ(missingLine(call, form, Lasting::forGood, lasting.log), "")
-            << what << " from then on: does not stand in the log";
+            << what << " from then on: not in the log";
     }
 
     Trial trial_{story(GetParam())};

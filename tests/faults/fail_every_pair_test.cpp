@@ -1,12 +1,11 @@
-// Fails every two calls of one run, each once. Where one call's failure is met well, the way out of
-// it makes calls of its own, and they can fail as well.
+// Fails every pair of calls in one run, each once: recovering from one failure makes further calls,
+// and those can fail as well.
 //
 // `make torture` tries every pair; the ordinary test run, the first few of each story. The pairs of
-// a story come in a fixed order that is spread over all of them, so that any first part of it is a
-// fair sample, and so that a long run can be taken up again where it was left: with
-// TOLVARAN_TORTURE_PAIRS=N each story stops after N pairs, with TOLVARAN_TORTURE_PAIRS_FROM=N it
-// begins behind the first N. Every story is dealt out to several tests, so that those with the most
-// pairs can share the processors.
+// a story come in a fixed order that is spread over all of them, so that any first part is a fair
+// sample and a long run can be resumed: with TOLVARAN_TORTURE_PAIRS=N each story stops after N
+// pairs, with TOLVARAN_TORTURE_PAIRS_FROM=N it skips the first N. Each story is split into several
+// tests, so that those with the most pairs use every processor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -29,7 +28,7 @@ using nlohmann::json;
 
 constexpr std::uint64_t pairsTried = 12;
 
-/// Among how many tests the pairs of a story are dealt out.
+/// How many tests share the pairs of a story.
 constexpr std::uint64_t sharesOfPairs = 4;
 
 std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
@@ -37,12 +36,12 @@ std::uint64_t numberFromEnvironment(const char* name, std::uint64_t otherwise) {
     return value == nullptr || *value == '\0' ? otherwise : std::strtoull(value, nullptr, 10);
 }
 
-/// All pairs n < m of `calls` numbers, in an order of its own.
+/// All pairs n < m of `calls` numbers, in a scattered order.
 class Pairs {
   public:
     explicit Pairs(std::uint64_t calls) : count_(calls * (calls - 1) / 2) {
-        // The golden section spreads what follows one another; a step without a common divisor
-        // comes to every pair once.
+        // A step of the golden ratio spreads neighbours apart; one coprime to the count reaches
+        // every pair once.
         step_ = static_cast<std::uint64_t>(static_cast<double>(count_) * 0.618);
         while (std::gcd(step_, count_) != 1) {
             ++step_;
@@ -69,7 +68,7 @@ class Pairs {
     std::uint64_t step_;
 };
 
-/// One form of the function's failures, another one for another number; null when it cannot fail.
+/// One way for the function to fail, varying with the number; null if it cannot fail.
 json oneForm(const std::string& function, std::uint64_t number) {
     const std::vector<json>& forms = simulator::failureForms(function);
     return forms.empty() ? json() : forms[number % forms.size()];
@@ -89,7 +88,7 @@ TEST(Pairs, EveryPairComesOnce) {
     }
 }
 
-/// A story's name, and the number of the part of its pairs.
+/// A story's name, and the number of one part of its pairs.
 using StoryPart = std::tuple<std::string, std::uint64_t>;
 
 class FailEveryPair : public testing::TestWithParam<StoryPart> {

@@ -27,8 +27,8 @@ constexpr pid_t nextProcessID = 502;
 constexpr std::string_view unfinishedMarker = ".unfinished-";
 constexpr std::string_view asideMarker = ".removing-";
 
-/// Thrown by a call, and so through the product, when a run does not come to its end. No
-/// std::exception, which somebody might catch.
+/// Thrown out of a call, through the product, when a run does not end. Not a std::exception, which
+/// might be caught.
 struct EndlessRun {};
 
 json withoutHeartbeat(json files) {
@@ -55,8 +55,8 @@ std::vector<std::string> logLines(const json& result) {
     return lines;
 }
 
-/// The name of the record of which a file is the new content, or which was moved aside to be
-/// removed.
+/// The name of the record that an unfinished file is to become, or that was moved aside for
+/// removal.
 std::string finishedName(const std::string& path) {
     const auto marker = std::min(path.rfind(unfinishedMarker), path.rfind(asideMarker));
     const auto name = path.rfind('/') + 1;
@@ -65,7 +65,7 @@ std::string finishedName(const std::string& path) {
                : path.substr(0, name) + path.substr(name + 1, marker - name - 1);
 }
 
-/// A call's subject in the form that Call has.
+/// A call's subject as Call gives it.
 std::string shortSubject(const std::string& subject, const std::string& root) {
     const std::string support = root + "/ApplicationSupport/";
     if (subject.starts_with(support)) {
@@ -92,7 +92,7 @@ void noteOpenObjects(std::vector<std::string>& leftOver) {
         leftOver.push_back("an open display configuration");
     }
     if (simulator::devices::liveRegistryObjects() != 0) {
-        leftOver.push_back("a registry object that nobody released");
+        leftOver.push_back("an unreleased registry object");
     }
 }
 
@@ -105,7 +105,7 @@ void collect(const json& patch, const std::string& prefix, std::vector<std::stri
 }  // namespace
 
 Ending healedEnding(const json& mac, const std::string& root) {
-    // The process before may still be held to be at work on what it left, were it of this number.
+    // With the same process ID, the previous process could count as still at work on what it left.
     const auto prepare = [] { simulator::setProcessID(nextProcessID); };
     return ending(
         simulator::play(nextRun(mac), {.root = root, .quiet = true, .prepare = prepare}).result);
@@ -131,8 +131,7 @@ Trial::Trial(const Story& story)
     : story_(story), longest_(std::numeric_limits<std::size_t>::max()) {
     calm_ = run([](std::size_t, const std::string&) { return json(); });
     isCalm_ = false;
-    // A wait that is interrupted without end gives up after a thousand calls, and there are
-    // several.
+    // An endlessly interrupted wait gives up after a thousand calls, and there are several waits.
     longest_ = 50000 + 20 * calm_.calls.size();
     if (story.mayEndAsWithoutFaults) {
         Story faultless = story;
@@ -142,7 +141,7 @@ Trial::Trial(const Story& story)
     }
 }
 
-/// The story's scenario, which tells `run` of the files that others write in it.
+/// The story's scenario, which notes in `run` the files that others write.
 simulator::Scenario Trial::scenarioFor(FaultRun& run, const std::string& root) const {
     simulator::Scenario scenario = story_.scenario;
     for (simulator::PlannedEvent& event : scenario.timeline) {
@@ -161,7 +160,7 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
     std::size_t count = 0;
     ConfigurationRate rate;
     const auto ask = [&](const std::string& function) {
-        // Apple's functions, unlike those on files, are never called where nothing may be thrown.
+        // Only from Apple's functions: those on files are also called where nothing may be thrown.
         if (++count > longest_ && std::isupper(function.front()) != 0) {
             throw EndlessRun();
         }
@@ -222,7 +221,7 @@ FaultRun Trial::run(const Decide& decide) {
     try {
         play(decide, root.path(), run);
     } catch (const EndlessRun&) {
-        run.leftOver.push_back("a run without an end");
+        run.leftOver.push_back("an endless run");
         return run;
     }
     if (run.filesBefore.dump().find(unfinishedMarker) == std::string::npos) {
@@ -233,7 +232,7 @@ FaultRun Trial::run(const Decide& decide) {
         run.leftOver.push_back("an open descriptor");
     }
     if (simulator::liveObjects() != objects) {
-        run.leftOver.push_back("an object that nobody released");
+        run.leftOver.push_back("an unreleased object");
     }
     const Healing& healing = heal(run.after, root.path());
     run.healed = healing.ending;

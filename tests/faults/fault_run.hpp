@@ -1,5 +1,5 @@
-// Runs a process in which something goes wrong, and then a helper in which nothing does: the two
-// halves of every fault test.
+// Runs a process in which something fails, then a helper in which nothing does: the two halves of
+// every fault test.
 #pragma once
 
 #include <functional>
@@ -16,10 +16,10 @@ namespace tolvaran::tests {
 /// One call to the outside.
 struct Call {
     std::string function;
-    /// What it concerns: a file by its path below the application-support directory or, behind
-    /// "Logs/", below the log directory (an unfinished file by the name that it is to have, behind
-    /// "unfinished " when it is removed; a record that is moved aside behind "aside "), a library
-    /// or a symbol by its name; else empty.
+    /// What it concerns: a file by its path below the application-support directory, or by "Logs/"
+    /// and its path below the log directory; a library or symbol by its name; else empty. An
+    /// unfinished file has the name that it is to get, after "unfinished " when it is removed;
+    /// "aside " precedes a record that is moved aside.
     std::string subject;
     std::string error =
         "";  // of a call that was made to fail: the name of its error, if it has one
@@ -38,7 +38,7 @@ struct Ending {
     bool operator==(const Ending&) const = default;
 };
 
-/// How a new helper without faults ends, which starts on the files in "ApplicationSupport" below
+/// How a new helper ends that meets no faults and starts on the files in "ApplicationSupport" below
 /// `root`, on a Mac where Tolvaran is not running.
 Ending healedEnding(const nlohmann::json& mac, const std::string& root);
 
@@ -52,18 +52,18 @@ std::vector<std::string> unfinishedFiles(const std::string& root, const std::str
 struct FaultRun {
     bool isHelper = true;          // whether the first run is the helper's
     std::vector<Call> calls;       // of the calm run: every outside call of the first, in order
-    std::vector<Call> failed;      // those of them that were made to fail
+    std::vector<Call> failed;      // those that were made to fail
     std::vector<std::string> log;  // of the first run, "level: message"
     nlohmann::json posted;         // the notifications of the first run
     nlohmann::json filesBefore;  // what lay on disk when the process began, or what the story wrote
                                  // in its place while it ran
     Ending after;                // the first run
     Ending healed;               // the run after it: a new helper, no Tolvaran, no faults
-    std::optional<Ending> alsoRight;    // of the calm run: where the next one may end as well
-    std::vector<std::string> leftOver;  // descriptions of what is left open or undeleted after each
+    std::optional<Ending> alsoRight;    // of the calm run: another right ending of the next
+    std::vector<std::string> leftOver;  // what each leaves open or undeleted
 };
 
-/// Plays one story again and again.
+/// Plays one story repeatedly.
 class Trial {
   public:
     explicit Trial(const Story& story);

@@ -14,15 +14,15 @@ bool isPrescribed(const std::vector<Call>& failed, const std::string& place) {
     return !prescribedLoss(failed, place).empty();
 }
 
-/// An unfinished file stays until the next helper starts, when it cannot be removed either.
+/// An unfinished file that cannot be removed stays until the next helper starts.
 bool couldNotBeRemoved(const std::vector<Call>& failed, const std::string& leftOver) {
     return leftOver.starts_with("after the fault: ") &&
            std::ranges::find(failed, "unlink", &Call::function) != failed.end();
 }
 
-/// The records that a run took away too early: each that was there before it, and afterwards
-/// neither is as before, nor as a run without a fault leaves it, nor is what it stands for in
-/// force. Files that are not records are nobody's to change.
+/// The records that a run removed or changed too early: afterwards they are neither as before nor
+/// as a run without a fault leaves them, and what they stand for is not in force. Files that are
+/// not records must not change at all.
 /// @return for each "record/" and the file's path, such as "record/State/menubar-state.json"
 std::vector<std::string> lostRecords(const FaultRun& calm, const FaultRun& hit) {
     const Moment moment{.mac = hit.after.mac,
@@ -70,7 +70,7 @@ std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit) {
         }
     }
     if (hit.healed.mac.is_null()) {
-        return found;  // it was broken off
+        return found;  // it was stopped
     }
     for (const std::string& place : wrongPlaces(calm, hit.healed)) {
         if (!isPrescribed(failed, place) &&

@@ -8,11 +8,11 @@
 
 namespace tolvaran::tests {
 
-/// Whether a file at this place is as it was before a run of the main application, which, unlike
-/// the helper, does not have to try again.
+/// Whether the file at this place is as it was before a run of the main application, which need not
+/// try again, unlike the helper.
 bool isAsBefore(const nlohmann::json& filesBefore, const Ending& ending, const std::string& place);
 
-/// Where an ending differs from all those that are right for this story.
+/// Where an ending differs from the right ones of this story.
 std::vector<std::string> wrongPlaces(const FaultRun& calm, const Ending& ending);
 
 /// What is wrong with a run, beyond what the table of prescribed losses allows: where the next run

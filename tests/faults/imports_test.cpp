@@ -1,5 +1,5 @@
-// Every function of the outside that the product calls can be made to fail, which is what all other
-// fault tests rest on. Read off the libraries themselves, so that a new call joins by itself.
+// Every outside function that the product calls can be made to fail; all other fault tests rest on
+// that. The functions are read from the libraries, so a new call is included automatically.
 #include <cxxabi.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-/// What a command prints, by line, cut off behind the first blank.
+/// The first word of every line that a command prints.
 Names firstWords(const std::string& command) {
     const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), pclose);
     Names words;
@@ -50,7 +50,7 @@ bool startsWithOneOf(const std::string& text, const std::vector<std::string>& be
                                [&](const std::string& start) { return text.starts_with(start); });
 }
 
-/// Of the C++ library nothing reaches the outside but what deals with files, time and threads.
+/// In the C++ library only files, time and threads reach the outside.
 bool isPlainCxx(const std::string& text) {
     static const std::vector<std::string> outside{
         "filesystem", "filebuf", "fstream", "thread", "chrono", "random_device", "system("};
@@ -64,19 +64,19 @@ bool isPlainCxx(const std::string& text) {
            });
 }
 
-/// What cannot fail, or whose failure lies in what it is given, by the reason.
+/// Functions that cannot fail, or fail only because of their arguments, by reason.
 const std::map<std::string, Names>& harmless() {
     static const std::map<std::string, Names> table{
         {"works on memory and numbers alone",
          {"bcmp",   "floor",   "ldexp",  "llround", "lround",   "localeconv", "memchr", "memcmp",
           "memcpy", "memmove", "memset", "round",   "roundf",   "snprintf",   "strcmp", "strftime",
           "strlen", "strtod",  "strtol", "strtoll", "strtoull", "trunc"}},
-        {"tells of the process itself, and always can",
+        {"describes the process itself, and cannot fail",
          {"_NSGetArgc", "_NSGetArgv", "__errno_location", "getenv", "getuid"}},
         {"ends the program", {"abort", "__assert_fail"}},
         {"is the process's own, and never destroyed while in use",
          {"pthread_mutex_lock", "pthread_mutex_unlock"}},
-        {"looks at an object at hand; whether it fails lies in the object",
+        {"reads an object at hand; whether it fails depends on the object",
          {"CFArrayGetCount", "CFArrayGetTypeID", "CFArrayGetValueAtIndex", "CFBooleanGetTypeID",
           "CFBooleanGetValue", "CFDictionaryGetCount", "CFDictionaryGetKeysAndValues",
           "CFDictionaryGetTypeID", "CFDictionaryGetValue", "CFGetTypeID", "CFNumberGetTypeID",
@@ -85,7 +85,7 @@ const std::map<std::string, Names>& harmless() {
         {"calculates",
          {"CGPointEqualToPoint", "CGRectGetMaxX", "CGRectGetMaxY", "CGRectGetMinX", "CGRectGetMinY",
           "CGRectGetWidth", "CGRectIsEmpty", "dispatch_time"}},
-        {"holds or lets go of an object at hand, and returns no failure",
+        {"changes or releases an object at hand, and returns no failure",
          {"CFRelease", "CFRetain", "dispatch_release", "dispatch_resume", "dispatch_set_context",
           "dispatch_set_finalizer_f", "dispatch_source_cancel",
           "dispatch_source_set_event_handler_f"}},
@@ -133,7 +133,7 @@ Names outsideFunctions() {
     return functions;
 }
 
-/// The name under which a fault meets the function: the workspace's stand for Apple's own.
+/// The function's name in faults; the workspace's functions stand for Apple's own.
 std::string plainName(const std::string& function) {
     const std::string workspace = "tolvaran::workspace::";
     if (function == workspace + "prohibitActivation") {

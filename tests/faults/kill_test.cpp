@@ -1,7 +1,7 @@
-// Kills the process between any two of its calls to the outside, and in the middle of each write.
-// What a killed process leaves is nothing but its files and its Mac: they are kept as they stand at
-// that moment, while no destructor has run, and a new helper starts on them, for which the rest of
-// the story goes on. It must end where the story ends in which nobody was killed.
+// Kills the process between any two of its calls to the outside, and in the middle of each write. A
+// killed process leaves only its files and its Mac. They are copied at that moment, before any
+// destructor runs; a new helper starts on them, and the story goes on. It must end where it ends
+// without a kill.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -54,19 +54,19 @@ std::string fingerprint(const std::string& root) {
 
 class Kill : public testing::TestWithParam<std::string> {
   protected:
-    /// The story, which counts the events that have happened.
+    /// The story, counting the events that have happened.
     Scenario counted() {
         Scenario scenario = story_.scenario;
         for (simulator::PlannedEvent& planned : scenario.timeline) {
-            planned.perform = [this, happens = planned.perform] {
-                happens();
+            planned.perform = [this, perform = planned.perform] {
+                perform();
                 ++eventsHappened_;
             };
         }
         return scenario;
     }
 
-    /// Keeps what would be left by a kill at this moment, unless the same was left before.
+    /// Keeps what a kill at this moment would leave, unless an earlier one leaves the same.
     void keepRemains(const std::string& root, const std::string& moment) {
         ++points_;
         const simulator::clock::Time now = simulator::clock::now();
@@ -86,7 +86,7 @@ class Kill : public testing::TestWithParam<std::string> {
         remains_.push_back(std::move(left));
     }
 
-    /// Plays the story once. Of the write with the number `halved` only the first byte is written.
+    /// Plays the story once. The write with the call number `halved` writes only its first byte.
     void play(std::size_t halved) {
         const TemporaryDirectory root;
         std::size_t calls = 0;
@@ -107,7 +107,7 @@ class Kill : public testing::TestWithParam<std::string> {
                                     .atEnd = [&] { keepRemains(root.path(), "at the end"); }});
     }
 
-    /// What is left of the story when its process has been killed.
+    /// The rest of the story after a kill.
     Scenario remainder(const Remains& left) const {
         Scenario rest = simulator::readScenario({{"mac", left.mac}}, ".", "after a kill");
         rest.faults = story_.scenario.faults;

@@ -37,7 +37,7 @@ const std::string firstID = "HW-1552-41040-17";
 const std::string secondID = "HW-4268-16609-18";
 const std::string bothIDs = firstID + "," + secondID;
 
-// What the main application does, each as one that may start beside a helper has to.
+// What the main application does, as required of one that may start beside a helper.
 
 std::string corners() {
     return DockHotCornerOverride::defaultSnapshotPath();
@@ -92,7 +92,7 @@ void showDock() {
     }
 }
 
-/// What the user's menu bar was like according to the file, else what it is like now.
+/// The user's menu bar according to the file, or else as it is now.
 std::optional<MenuBarAutohideSnapshot> usersMenuBar(const std::string& path) {
     const auto pending = MenuBarAutohide::loadSnapshot(path);
     if (!pending) {
@@ -210,12 +210,12 @@ constexpr Part allParts[] = {
     {"names", separateDisplays, migrateNames},
 };
 
-std::vector<std::string> filesWhere(bool (*isMeant)(const std::string& name)) {
+std::vector<std::string> filesWhere(bool (*isWanted)(const std::string& name)) {
     std::vector<std::string> names;
     if (fs::exists(TolvaranPaths::stateDir())) {
         for (const auto& entry : fs::directory_iterator(TolvaranPaths::stateDir())) {
             const std::string name = entry.path().filename().string();
-            if (isMeant(name)) {
+            if (isWanted(name)) {
                 names.push_back(name);
             }
         }

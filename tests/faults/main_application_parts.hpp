@@ -21,10 +21,11 @@ struct Part {
 };
 std::span<const Part> parts();
 
-/// The settings that a user sees on the present Mac.
+/// The settings that a user sees on the current Mac.
 nlohmann::json settings();
 
-/// The names of records of something that has yet to be put back. Marks remain, without entries.
+/// The names of the records that have something left to put back; sets of marks by their
+/// signatures.
 std::vector<std::string> pendingRecords();
 
 /// The names of files that were left behind while a record was replaced or removed.

@@ -130,7 +130,7 @@ void renameDisplays() {
     SeparatedSetsStore::migrateCanonicalIDs(mapping, SeparatedSetsStore::defaultPath());
 }
 
-/// As a process does that has no home in its environment.
+/// As in a process without HOME in its environment.
 void askForPathsWithoutHome() {
     const ScopedEnvironment noHome("HOME", std::nullopt);
     setUpLogging();
@@ -140,8 +140,8 @@ void askForPathsWithoutHome() {
     RestoreLog::info("paths " + TolvaranPaths::applicationSupportDir());
 }
 
-/// The operation in a process of its own, whose log is that of the helper. What it throws ends it,
-/// as it would end what the user asked of the main application.
+/// The operation in its own process, which logs where the helper does. An exception ends it, as it
+/// would end what the user asked of the main application.
 Story inMainApplication(const std::string& name, void (*operation)(),
                         const json& files = json::object()) {
     const json scenario{{"mac", json::parse(theMac)}, {"files", files}};

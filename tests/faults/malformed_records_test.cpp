@@ -1,8 +1,7 @@
 // Reads every kind of record from files that hold something else: cut off at every length, with
-// every field missing, doubled, null and of every other type, of another version, and wrong
-// whatever they were meant to hold. What is not a record by the design's word
-// (tests/support/records) counts as none, the log says so in the record's own words, and the file
-// stays as it is.
+// every field missing, doubled, null and of every other type, of another version, or with text that
+// no record can have. What is not a record by design (tests/support/records) counts as missing, the
+// log says so in the record's own words, and the file stays.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -28,13 +27,12 @@ std::string repeated(const std::string& text, std::size_t times) {
     return result;
 }
 
-/// `good` with one more member, whose value is `text` as it stands.
+/// `good` with one more member, whose value is `text` verbatim.
 std::string withIgnoredKey(const std::string& good, const std::string& text) {
     return good.substr(0, good.size() - 1) + ",\"ignored\":" + text + "}";
 }
 
-/// What is wrong whatever it was meant to be; some of it in a key that a reader would otherwise
-/// ignore.
+/// Content that no record can have; some of it is in a key that readers otherwise ignore.
 std::vector<Corruption> wrongText(const std::string& good) {
     constexpr std::size_t tooDeep = 100'000;
     constexpr std::size_t huge = 5'000'000;
@@ -44,11 +42,11 @@ std::vector<Corruption> wrongText(const std::string& good) {
         {"two values", good + good},
         {"something after the end", good + " trailing"},
         {"a comment", good + "// end"},
-        {"a comma too many", good.substr(0, good.size() - 1) + ",}"},
+        {"one comma too many", good.substr(0, good.size() - 1) + ",}"},
         {"zero bytes", std::string(64, '\0')},
         {"a zero byte at the end", good + std::string(1, '\0')},
         {"UTF-16", std::string("\xff\xfe{\0}\0", 6)},
-        {"a byte that no UTF-8 has", withIgnoredKey(good, "\"\xff\"")},
+        {"an invalid UTF-8 byte", withIgnoredKey(good, "\"\xff\"")},
         {"an unfinished UTF-8 sequence", withIgnoredKey(good, "\"\xe2\x82\"")},
         {"an overlong UTF-8 sequence", withIgnoredKey(good, "\"\xc0\xaf\"")},
         {"a surrogate in UTF-8", withIgnoredKey(good, "\"\xed\xa0\x80\"")},
@@ -87,7 +85,7 @@ std::vector<Corruption> otherVersions(const std::string& good) {
 
 class MalformedRecord : public testing::TestWithParam<Record>, protected SimulatedProcess {
   protected:
-    /// What the library makes of this content.
+    /// What the library reads from this content.
     std::string reading(const std::string& content) {
         writeFile(path_, content);
         return GetParam().read(path_);
@@ -116,17 +114,17 @@ class MalformedRecord : public testing::TestWithParam<Record>, protected Simulat
                 EXPECT_EQ(read, unusable_);
                 expectUnusable();
             }
-            EXPECT_TRUE(readFile(path_) == corruption.content) << "the file did not stay";
+            EXPECT_TRUE(readFile(path_) == corruption.content) << "the file was not kept";
         }
     }
 
     const std::string path_ = path(GetParam().path);
     const std::string none_ = GetParam().read(path_);
-    // That there is a marker is told even if nothing can be read from it.
+    // A marker counts as pending even if it cannot be read.
     const std::string unusable_ = GetParam().fate == Fate::discarded ? none_ + ", pending" : none_;
 };
 
-TEST_P(MalformedRecord, CountsAsNoneAndStays) {
+TEST_P(MalformedRecord, CountsAsMissingAndStays) {
     const std::string& good = GetParam().example;
     ASSERT_TRUE(isUsable(GetParam(), good));
     ASSERT_NE(reading(good), none_);
@@ -136,7 +134,7 @@ TEST_P(MalformedRecord, CountsAsNoneAndStays) {
     check(wrongText(good));
 }
 
-TEST_P(MalformedRecord, IsToldFromOneOfFiftyMegabytes) {
+TEST_P(MalformedRecord, IsDistinguishedFromAGoodOneAtFiftyMegabytes) {
     const std::string& good = GetParam().example;
     const std::string expected = reading(good);
     const std::string blanks(50'000'000, ' ');
@@ -148,7 +146,7 @@ TEST_P(MalformedRecord, IsToldFromOneOfFiftyMegabytes) {
     expectUnusable();
 }
 
-TEST_P(MalformedRecord, IsToldFromOneThatIsMissing) {
+TEST_P(MalformedRecord, IsDistinguishedFromAMissingOne) {
     const auto expectNone = [&](const std::string& place) {
         EXPECT_EQ(GetParam().read(place).substr(0, none_.size()), none_) << place;
         EXPECT_EQ(takeLog(), Lines{}) << place;

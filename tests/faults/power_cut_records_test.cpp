@@ -1,9 +1,9 @@
-// Cuts the power at every moment while the library writes its records: what is then read is the
-// record as it was before the operation or as it is after it, and once the operation has returned,
-// it is the latter. Nothing that was told to be saved is lost, nothing that was removed comes back.
+// Cuts the power at every moment while the library writes its records. What is then read is the
+// record from before or from after the operation, and always the latter once the operation has
+// returned: nothing saved is lost, nothing removed comes back.
 //
-// Where an operation also changes the Mac, the other rule: while the Mac is not the user's, the
-// record that tells what the user had is on the disk, wherever the cut falls.
+// If an operation also changes the Mac, a second rule holds: as long as the Mac differs from the
+// user's, the record of what the user had is on the disk, wherever the cut falls.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -69,7 +69,7 @@ class FollowedDirectory {
     DiskModel disk_;
 };
 
-/// What each state that a cut may leave reads as.
+/// Reads the record in every state that a cut may leave.
 class CutReader {
   public:
     CutReader(const FollowedDirectory& directory, Read read)

@@ -1,16 +1,15 @@
 // Cuts the power at every moment of every scenario: whatever the disk may then hold, a new helper
 // must end where it would have ended had the power stayed.
 //
-// A moment is the time just before a call to the outside, and the end of the run. What the disk may
-// hold is told by the disk model. The Mac restarts as it stood at the cut, since its arrangement,
-// its modes and its preferences are its own to keep; what a restart would reset by itself (the
-// cursor's association, the overrides of single menu bars) stays as well, so that nothing heals
-// that the helper has not healed. Tolvaran does not come back.
+// A moment is the time just before a call to the outside, and the end of the run. The disk model
+// says what the disk may hold. The Mac restarts as it was at the cut, since it keeps its
+// arrangement, modes and preferences itself; what a restart would reset (the cursor's association,
+// the overrides of single menu bars) stays as well, so that only the helper heals it. Tolvaran does
+// not come back.
 //
-// What a run that never met the cut makes of the same past is the same scenario without the events
-// that came after the cut, and then a helper without Tolvaran. A scenario with faults of its own
-// takes another way where they are not met, so that there a cut must end where a helper ends that
-// was killed at the same moment.
+// The expected ending is that of the scenario without the events after the cut, followed by a
+// helper without Tolvaran. A scenario with faults of its own takes another course if they are not
+// met, so there a cut must end where a helper killed at the same moment ends.
 //
 // Every state at every moment is tried; in builds with sanitizers, a fixed sample of them.
 #include <gtest/gtest.h>
@@ -47,7 +46,7 @@ struct Cut {
     Tree whole;  // had nothing been lost
 };
 
-/// Follows a run and collects every different thing that a power cut may leave.
+/// Follows a run and collects every distinct state that a power cut may leave.
 class CutCollector {
   public:
     /// Begins to follow the run whose files lie below this directory.
@@ -121,7 +120,7 @@ void follow(const Scenario& scenario, CutCollector& collector) {
     collector.collect("at the end", played.result.at("mac"));
 }
 
-/// Where the scenario ends when nothing happens to the Mac after the first so many events.
+/// Where the scenario ends if nothing happens to the Mac after its first `events` events.
 Ending calmEnding(const Scenario& scenario, std::size_t events) {
     Scenario shortened = scenario;
     std::stable_sort(shortened.timeline.begin(), shortened.timeline.end(),

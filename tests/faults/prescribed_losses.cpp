@@ -26,7 +26,7 @@ const std::vector<MacsLoss>& macsLosses() {
         {{{"CGGetActiveDisplayList"},
           "",
           "mac/displays/[0-9]+/frame/[0-9]",
-          "the same, for a display that is not listed"}},
+          "a display that is not listed counts as disconnected"}},
         {{{"CGMainDisplayID"},
           "",
           "mac/(displays/[0-9]+/frame/[0-9]|mainDisplay)",
@@ -47,12 +47,12 @@ const std::vector<MacsLoss>& macsLosses() {
         {{{"CGSGetDisplayModeDescriptionOfLength"},
           "",
           "mac/displays/[0-9]+/(mode|frame/[0-9])",
-          "a mode that cannot be read is none, and the next best one takes its place"}},
+          "a mode that cannot be read is ignored, and the next best one takes its place"}},
         {{{"CoreDockGetExposeCornerActionsWithModifiers", "dlsym"},
           "(CoreDockGetExposeCornerActionsWithModifiers)?",
           "mac/dock/corner(Actions|Modifiers)/[0-9]",
-          "where the Dock does not tell its live corners, those of the preferences are put back, "
-          "which were not what they should be"},
+          "if the Dock does not give its live corners, those of the preferences are put back, "
+          "and they were wrong"},
          {"CFPreferencesCopyValue", "CFPreferencesSetValue"}},
     };
     return losses;
@@ -68,12 +68,12 @@ bool isAbout(const Loss& loss, const Call& call) {
            std::regex_match(call.subject, std::regex(loss.subjects));
 }
 
-bool isOf(const Loss& loss, const std::vector<Call>& failed, const std::string& place) {
+bool allows(const Loss& loss, const std::vector<Call>& failed, const std::string& place) {
     return std::ranges::any_of(failed, [&](const Call& call) { return isAbout(loss, call); }) &&
            std::regex_match(place, std::regex(loss.places));
 }
 
-bool hasCompany(const MacsLoss& row, const std::vector<Call>& failed) {
+bool failedTogether(const MacsLoss& row, const std::vector<Call>& failed) {
     return row.together.empty() || std::ranges::any_of(failed, [&](const Call& call) {
                return contains(row.together, call.function);
            });
@@ -83,14 +83,14 @@ bool hasCompany(const MacsLoss& row, const std::vector<Call>& failed) {
 
 std::string prescribedLoss(const std::vector<Call>& failed, const std::string& place) {
     for (const MacsLoss& row : macsLosses()) {
-        if (isOf(row.loss, failed, place) && hasCompany(row, failed)) {
+        if (allows(row.loss, failed, place) && failedTogether(row, failed)) {
             return row.loss.reason;
         }
     }
     for (const Record& record : records()) {
         const std::string recordsPlace = place == "record/" + record.path ? "record" : place;
         for (const Loss& loss : record.losses) {
-            if (isOf(loss, failed, recordsPlace)) {
+            if (allows(loss, failed, recordsPlace)) {
                 return loss.reason;
             }
         }

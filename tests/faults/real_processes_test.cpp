@@ -1,7 +1,7 @@
-// The helper's restore runs and main applications as real processes, by the real clock, on one
+// The helper's restore runs and main applications as real processes, in real time, on one
 // directory. Main application after main application starts, changes things and is killed at a
 // random moment; the helper goes from one run to the next, and now and then it is stopped for a
-// while or killed. Whenever all main applications have gone and the helper has run, the user's Mac
+// while or killed. Whenever all main applications have ended and the helper has run, the user's Mac
 // must be as it was before the first of them started.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -31,7 +31,7 @@ namespace {
 
 using nlohmann::json;
 
-/// What the processes tell each other.
+/// What the processes share.
 struct Board {
     std::atomic<bool> mainApplicationRuns = false;
     std::atomic<unsigned> runsEnded = 0;
@@ -80,7 +80,7 @@ class RealProcesses : public testing::Test {
         startHelper();
     }
 
-    /// Until the helper has done two runs that began after this call.
+    /// Waits for two runs of the helper that began after this call.
     void awaitHelper() const {
         const unsigned before = board_->runsEnded;
         while (board_->runsEnded - before < 3) {
@@ -127,7 +127,7 @@ class RealProcesses : public testing::Test {
     }
 
     void restoreOnce() const {
-        // The helper knows which applications run from before its run begins.
+        // The helper learns which applications run before its run begins.
         const files::Recovery begun(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
         if (!board_->mainApplicationRuns) {
             files::removeAbandonedFiles(TolvaranPaths::stateDir());
@@ -135,7 +135,7 @@ class RealProcesses : public testing::Test {
         }
     }
 
-    /// While the helper is within no call to the Mac: a stopped process keeps nobody from the Mac.
+    /// Stops the helper between its calls to the Mac, so that it does not keep others from the Mac.
     void stopHelper() {
         mac_.alone([&] {
             __real_kill(helper_, SIGSTOP);
@@ -163,7 +163,7 @@ class RealProcesses : public testing::Test {
     Board* board_ = new (::mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE,
                                 MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Board;
     std::minstd_rand random_{1};
-    // What one main application after the other does most, so that they meet in the same records.
+    // What successive main applications do most, so that they meet in the same records.
     std::size_t favourite_ = 0;
     pid_t helper_ = 0;
 };

@@ -1,6 +1,6 @@
 // One simulated Mac for several real processes. Each of them has a copy in its memory; every call
-// to one of Apple's functions has the Mac for itself, and begins with what the call before it left,
-// in whichever process that was.
+// to one of Apple's functions has the Mac to itself, and starts with what the previous call left,
+// in whatever process.
 #pragma once
 
 #include <functional>
@@ -10,16 +10,16 @@ namespace tolvaran::tests {
 
 class SharedMac {
   public:
-    /// Keeps the Mac in the directory, as this process's Mac is now.
+    /// Stores this process's Mac in the directory.
     explicit SharedMac(const std::string& directory);
     ~SharedMac();
     SharedMac(const SharedMac&) = delete;
     SharedMac& operator=(const SharedMac&) = delete;
 
-    /// Lets this process's calls meet the shared Mac from now on: once in each process.
+    /// From now on this process's calls use the shared Mac. Called once in each process.
     void join();
 
-    /// Does `work` while no process is within a call, with the shared Mac as this process's.
+    /// Runs `work` on the shared Mac while no process is inside a call.
     void alone(const std::function<void()>& work);
 
   private:

@@ -10,7 +10,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-/// Those functions of the scenario's own faults that fail in some calls only.
+/// The functions that the scenario's own faults fail in some calls only.
 std::vector<std::string> passingFaults(const simulator::Scenario& scenario) {
     std::vector<std::string> functions;
     for (const json& fault : scenario.faults) {

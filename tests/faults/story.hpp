@@ -16,10 +16,10 @@ struct Story {
     simulator::Scenario scenario;
     /// Functions that the scenario itself lets fail in some calls.
     std::vector<std::string> passingFaults = {};
-    std::function<void()> program;  // what the process does; empty: it is the helper
+    std::function<void()> program;  // what the process does; if empty, it is the helper
     /// Whether it may also end as without the scenario's own faults. Those are temporary, and a
     /// further failure shifts them to another call; if the user changes what they concern, the
-    /// ending depends on which call met them.
+    /// ending depends on which call they hit.
     bool mayEndAsWithoutFaults = false;
 };
 

@@ -1,4 +1,4 @@
-// What one process used to do to the records of another: each test is one such story.
+// Two processes that change the same records: each test is one known conflict.
 #include <gtest/gtest.h>
 
 #include "helper/steps/steps.hpp"
@@ -70,7 +70,7 @@ TEST(TwoAtOnce, AMenuBarRecordThatIsWrittenDuringItsRestoreIsKept) {
               true);
 }
 
-/// The letters a and b in a store, whatever it is.
+/// A store of several entries, of whatever kind.
 struct Store {
     std::string name;
     std::function<void(const std::string& entry, const std::string& path)> add;

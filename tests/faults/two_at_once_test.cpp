@@ -1,7 +1,7 @@
-// The helper's restore run and the main application at work at the same time. A main application
-// has crashed; the helper's run, which began when none was running, and what a new one does share
-// the time in every way. When both have ended, and the helper has run once more, the user's Mac
-// must be as it was before the first of them started, and nothing may be left.
+// The helper's restore run and a main application at work at the same time. One main application
+// has crashed; the helper's run, begun while none was running, and a new main application
+// interleave in every way. When both have ended and the helper has run once more, the user's Mac
+// must be as it was before the first of them started, and nothing may be left over.
 #include <gtest/gtest.h>
 
 #include "helper/restore_sequence.hpp"
@@ -21,7 +21,7 @@ namespace {
 
 using nlohmann::json;
 
-/// One main application that has crashed, if it has, and the next one.
+/// A main application that has crashed, if any, and the next one.
 struct TwoAtOnceCase {
     std::string name;
     std::function<void()> crashed;
@@ -46,7 +46,7 @@ std::vector<TwoAtOnceCase> cases() {
 
 class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
   protected:
-    /// Lets both share the time in these turns, and checks what comes of it.
+    /// Runs both in these turns, and checks the result.
     CallCounts check(const std::vector<Turn>& turns) {
         HelperProcess process(usersMac());
         const json before = settings();
@@ -59,7 +59,7 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
         runRestoreSequence("safety-tick", std::nullopt);
         EXPECT_EQ(json::diff(before, settings()), json::array());
         EXPECT_EQ(pendingRecords(), std::vector<std::string>{});
-        if (HasFailure() && !std::exchange(hasTold_, true)) {
+        if (HasFailure() && !std::exchange(hasPrintedLog_, true)) {
             for (const std::string& line : process.takeLog()) {
                 ADD_FAILURE() << line;
             }
@@ -67,7 +67,7 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
         return counts;
     }
 
-    /// The helper goes by the records that lay there when it was told which applications run: the
+    /// The helper goes by the records that were there when it learned which applications run. The
     /// next main application starts after that, so it is not among them.
     static CallCounts playFromTheRunsBeginning(const std::vector<Turn>& turns) {
         const files::Recovery begun(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
@@ -76,7 +76,7 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
                     turns);
     }
 
-    bool hasTold_ = false;
+    bool hasPrintedLog_ = false;
 };
 
 TEST_P(TwoAtOnceTrial, OneSwitch) {

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Shows that a helper with nothing to restore costs nothing between its triggers.
 
-Plays a real-clock scenario under strace and checks that, from the end of the start-up run to the end
-of the scenario, the process makes exactly one system call, and that this call is waiting.
+Plays a real-clock scenario under strace and checks that, from the end of the start-up run to the
+end of the scenario, the process makes exactly one system call, and that this call is waiting.
 
     at_rest_test.py TOLVARAN_SIMULATOR
 """
@@ -18,7 +18,7 @@ WAITING = re.compile(r"ppoll\(.*tv_sec=(\d+), tv_nsec=(\d+).*= 0 \(Timeout\)$")
 
 
 def system_calls(simulator, directory):
-    """The system calls of one run, a line each, without the process ID in front."""
+    """The system calls of one run, one per line, without the process ID."""
     scenario = os.path.join(directory, "rest.json")
     trace = os.path.join(directory, "trace")
     with open(scenario, "w", encoding="utf-8") as file:
@@ -39,7 +39,7 @@ def main():
     assert log_writes, "the helper logged nothing"
     # After the last line of the start-up run: the wait, and then the player's own clean-up.
     after = calls[log_writes[-1] + 1:]
-    # The run ends with letting go of the records that it went by.
+    # The run ends by closing the records that it used.
     while after[0].startswith("close("):
         after.pop(0)
     waits = [i for i, call in enumerate(after) if WAITING.match(call)]

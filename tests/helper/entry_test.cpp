@@ -23,8 +23,8 @@ const json running = {
     {"applications", json::array({{{"bundle", nullptr}, {"pid", 7}},
                                   {{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
 
-/// Collects, from now on, what a helper process does that others can tell, in order: that it opens
-/// its log, the calls that tie it to its Mac, the lines of the log, and each heartbeat.
+/// From now on collects what others can see a helper process do, in order: opening its log, the
+/// calls that tie it to its Mac, the lines of the log, and each heartbeat.
 void watchStart(Lines& done) {
     simulator::decideCalls([&done](const std::string& function) {
         const std::vector<std::string> steps = {"setActivationPolicy",
@@ -52,7 +52,7 @@ void watchStart(Lines& done) {
     });
 }
 
-TEST(Entry, GoesItsStepsInOrder) {
+TEST(Entry, TakesItsStepsInOrder) {
     const HelperProcess process(running);
     process.restart();
     Lines done;
@@ -75,7 +75,7 @@ TEST(Entry, GoesItsStepsInOrder) {
                     }));
 }
 
-TEST(Entry, TakesNoPlaceOfAStandardStreamThatIsClosed) {
+TEST(Entry, DoesNotTakeThePlaceOfAClosedStandardStream) {
     HelperProcess process(running);
     const pid_t child = ::fork();
     if (child == 0) {

@@ -88,7 +88,7 @@ TEST_F(HelperLog, StampsLinesWithLocalTime) {
     const std::string first = standardErrorOf([] { helperLog("info", "x"); });
     simulator::advance(0.25);
     const std::string second = standardErrorOf([] { helperLog("info", "x"); });
-    // The simulated Mac's clock starts at midnight UTC of the year's first day.
+    // The simulated Mac's clock starts at midnight UTC on the first of January.
     EXPECT_EQ(first.substr(0, 25), "[2026-01-01 05:30:00.000]");
     EXPECT_EQ(second.substr(0, 25), "[2026-01-01 05:30:00.250]");
 }
@@ -175,7 +175,7 @@ TEST_F(HelperLog, ALogThatCannotBeMovedGoesOnAtStartAndIsEmptiedAtTheNextCheck) 
     EXPECT_TRUE(readFile(previous_ + "/occupied").has_value());
 }
 
-TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedWhereThereAreNone) {
+TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedIfThereAreNone) {
     writeFile(olderCurrent_, "old current\n");
     writeFile(olderPrevious_, "old previous\n");
     setUpHelperLog();
@@ -188,7 +188,7 @@ TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedWhereThereAreNone) {
 TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedFromAnotherVolumeToo) {
     writeFile(olderCurrent_, "old current\n");
     writeFile(olderPrevious_, "old previous\n");
-    // The first log cannot be renamed, but copied; the second one cannot be copied either.
+    // The first log can only be copied; the second cannot be copied either.
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"skip", 2}});
     setUpHelperLog();
@@ -199,7 +199,7 @@ TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedFromAnotherVolumeToo) {
                                         "Settings/tolvaran-helper.log.prev"}));
 }
 
-TEST_F(HelperLog, LogsInTheOlderPlaceStayWhereThereAreNewerOnes) {
+TEST_F(HelperLog, LogsInTheOlderPlaceStayIfThereAreNewerOnes) {
     writeFile(olderCurrent_, "old current\n");
     writeFile(olderPrevious_, "old previous\n");
     writeFile(current_, "new current\n");

@@ -179,7 +179,7 @@ TEST(Helper, ATerminationAloneRestoresNothing) {
     EXPECT_EQ(helper->watchedPID, 812);
 }
 
-TEST(Helper, WhenItIsGoneLaunchesAreIgnored) {
+TEST(Helper, OnceItIsGoneLaunchesAreIgnored) {
     HelperProcess process;
     auto helper = Helper::make();
     helper->start();

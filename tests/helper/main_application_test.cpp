@@ -19,7 +19,7 @@ json tolvaran(int pid, bool terminated = false) {
     return application("com.morvelli.Tolvaran", pid, terminated);
 }
 
-TEST(MainApplication, IsToldByItsBundleIdentifierAlone) {
+TEST(MainApplication, IsRecognisedByItsBundleIdentifierAlone) {
     const std::vector<std::pair<std::optional<std::string>, bool>> rows = {
         {"com.morvelli.Tolvaran", true},
         {"com.morvelli.tolvaran", false},

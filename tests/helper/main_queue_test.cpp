@@ -40,7 +40,7 @@ TEST_F(MainQueue, DelayedWorkComesAtItsTime) {
     EXPECT_EQ(notes_, (Lines{"sooner", "later"}));
 }
 
-TEST_F(MainQueue, ATimerRepeatsUntilItIsGivenUp) {
+TEST_F(MainQueue, ATimerRepeatsUntilItIsDropped) {
     {
         const Source timer = makeTimer(60, note("tick"));
         simulator::advance(59.999999);
@@ -59,7 +59,7 @@ TEST_F(MainQueue, ACancelledTimerFiresNoMore) {
     EXPECT_TRUE(notes_.empty());
 }
 
-TEST_F(MainQueue, AHandlerMayGiveItsOwnSourceUp) {
+TEST_F(MainQueue, AHandlerMayDropItsOwnSource) {
     Source timer;
     std::string text = "still there";
     timer = makeTimer(1, [this, &timer, text] {

@@ -32,7 +32,7 @@ json launch(pid_t pid, const char* bundle = tolvaranBundle) {
     return {{"launch", {{"bundle", bundle}, {"pid", pid}}}};
 }
 
-/// The lines of one restore run in which every step of a Mac with nothing to put back acts.
+/// The lines of one restore run on a Mac with nothing to put back.
 Lines restored(const std::string& tag) {
     return {"debug: checkInvariant [" + tag + "]: hardware not a Tolvaran layout, invariant holds",
             "info: restoreCursorAssociation [" + tag + "]: re-associated cursor"};
@@ -69,7 +69,7 @@ TEST(MainApplication, IsNoneWithoutALiveInstance) {
     EXPECT_EQ(runningMainAppPID(std::nullopt), std::nullopt);
 }
 
-TEST(ProcessWatch, ANotificationAboutNobodyIsPassedOver) {
+TEST(ProcessWatch, ANotificationWithoutAnApplicationIsIgnored) {
     HelperProcess process(applications({812}));
     const auto helper = Helper::make();
     helper->start();
@@ -127,7 +127,7 @@ TEST(ProcessWatch, ARelaunchMovesTheWatchAndEveryStepSkips) {
     helper->watch(812);
     simulator::perform({{"exit", 812}});
     simulator::advance(0.1);
-    simulator::perform(launch(813));  // nobody observes the workspace here
+    simulator::perform(launch(813));  // nothing observes the workspace here
     process.takeLog();
     simulator::advance(0.1);
     EXPECT_EQ(
@@ -174,7 +174,7 @@ TEST(ProcessWatch, ALaunchIsWatchedUnlessTheWatchedInstanceLives) {
         process.takeLog(),
         Lines{"debug: Tolvaran launched (pid 813); already watching live pid 812, keeping watch"});
     EXPECT_EQ(helper->watchedPID, 812);
-    helper->mainAppLaunched(812);  // the same one again: the watch is made anew
+    helper->mainAppLaunched(812);  // the same one again: the watch is replaced
     EXPECT_EQ(process.takeLog(), Lines({"info: Tolvaran launched (pid 812)",
                                         "info: Watching PROC_EXIT for Tolvaran pid 812"}));
     simulator::perform({{"terminated", 812}});
@@ -222,7 +222,7 @@ TEST(ProcessWatch, AWatchDoesNotKeepTheHelperAlive) {
     EXPECT_EQ(simulator::liveObjects(), before);
 }
 
-TEST(ProcessWatch, AWatchThatCannotBeMadeIsLogged) {
+TEST(ProcessWatch, AWatchThatCannotBeCreatedIsLogged) {
     HelperProcess process(applications({812}));
     simulator::addFault({{"call", "dispatch_source_create"}, {"result", nullptr}});
     const auto helper = Helper::make();

@@ -21,7 +21,8 @@ const std::string cursorIsBack = "info: restoreCursorAssociation [proc-exit]: re
 const json withTolvaran = {
     {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
 
-/// A process that has a mode to put back: without one its step does not even ask for Tolvaran.
+/// A process that has a mode to put back: without one its step does not even ask whether Tolvaran
+/// runs.
 class SequenceProcess : public HelperProcess {
   public:
     explicit SequenceProcess(const json& mac = json::object()) : HelperProcess(mac) {

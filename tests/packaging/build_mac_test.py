@@ -1,4 +1,4 @@
-"""`make mac` elsewhere than on a Mac says in one line what it needs, before it installs anything."""
+"""`make mac` on another host says in one line what it needs, before it installs anything."""
 
 import os
 import pathlib
@@ -23,7 +23,7 @@ class BuildMac(unittest.TestCase):
         )
         self.assertNotEqual(result.returncode, 0)
         self.assertEqual(result.stdout, "")
-        # Make adds a line of its own, which begins with its depth where another make runs the tests.
+        # Make adds a line of its own, which begins with its depth if another make runs the tests.
         makes = re.compile(r"make(\[\d+\])?: \*\*\*")
         ours = [line for line in result.stderr.splitlines() if not makes.match(line)]
         self.assertEqual(len(ours), 1, result.stderr)
@@ -34,7 +34,7 @@ class BuildMac(unittest.TestCase):
         for environment in ({}, {"MACOS_SDK": ""}):
             self.assertEqual(self.refused(**environment), f"tools/build-mac: {needed}")
 
-    def test_with_a_directory_that_is_no_sdk(self):
+    def test_with_a_directory_that_is_not_an_sdk(self):
         with tempfile.TemporaryDirectory() as directory:
             for part in ("Frameworks", "include", "lib"):
                 self.assertEqual(

@@ -12,7 +12,7 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 COMPILER = sys.argv[1:]
 
-# (one side, the other side, what is said of the difference)
+# (one side, the other side, the message about the difference)
 ROWS = [
     (
         "int returned(void);",
@@ -127,7 +127,7 @@ class Declarations(unittest.TestCase):
         self.assertEqual(result.returncode, 1)
         self.assertIn("st_mtimespec", result.stderr)
 
-    def test_what_cannot_be_compared_is_not_passed_over(self):
+    def test_what_cannot_be_compared_is_reported(self):
         for declaration, message in UNKNOWN:
             with self.subTest(declaration):
                 result = self.check([declaration], [declaration])

@@ -1,4 +1,4 @@
-"""tools/check-includes, on trees that are as they should be and on trees that are not."""
+"""tools/check-includes, on good trees and on faulty ones."""
 
 import pathlib
 import subprocess
@@ -41,7 +41,7 @@ FORBIDDEN = [
 
 class Includes(unittest.TestCase):
     def check(self, *sources):
-        """Runs the check on a tree of these (file, included header)."""
+        """Runs the check on a tree of these pairs (file, included header)."""
         with tempfile.TemporaryDirectory() as directory:
             for file, header in sources:
                 path = pathlib.Path(directory, file)

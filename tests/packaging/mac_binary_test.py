@@ -74,7 +74,7 @@ def program(
     return header + b"".join(parts)
 
 
-# (what is other than it should be, what is said of it)
+# (what is wrong, the message about it)
 FAULTS = [
     ({"architectures": ("arm64",)}, "has the architectures arm64"),
     ({"minimum": 14}, "arm64: runs on macOS 14.0 and later, not 13.0"),
@@ -114,7 +114,7 @@ class MacBinary(unittest.TestCase):
         self.programs.mkdir(parents=True)
         shutil.copy(PACKAGING / "Info.plist", self.programs.parent)
         (self.root / "stubs").mkdir()
-        # As in the SDK, one of them is for arm64e only, which is the same.
+        # As in the SDK, one of them is for arm64e only, which counts the same.
         for library, symbols, arm64 in (
             (FOUNDATION, "_CFRelease, _CFRetain", "arm64"),
             (SYSTEM, "_exit", "arm64e"),
@@ -136,11 +136,11 @@ class MacBinary(unittest.TestCase):
         self.assertEqual(result.returncode, 1 if result.stderr else 0)
         return result.stderr.splitlines()
 
-    def test_what_is_right_is_no_fault(self):
+    def test_a_good_bundle_has_no_fault(self):
         self.assertEqual(self.check(tolvaran_helper=program()), [])
         self.assertEqual(self.check(tolvaran_helper=program(), other=program()), [])
 
-    def test_every_fault_is_told_of_every_program(self):
+    def test_every_fault_is_reported_for_every_program(self):
         for difference, message in FAULTS:
             with self.subTest(message):
                 wrong = program(**difference)

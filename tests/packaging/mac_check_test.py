@@ -10,7 +10,7 @@ import unittest
 
 from scripts_test import CODESIGN, LABEL, PACKAGING, ROOT
 
-# It keeps the service running as launchd does, in a process of its own.
+# Keeps the service running as launchd does, in a process of its own.
 LAUNCHCTL = """#!/bin/sh
 case "$1 $2" in
     "print gui/501") [ ! -e "$STATE/no-session" ] ;;

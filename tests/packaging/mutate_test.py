@@ -14,7 +14,7 @@ mutate = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutate
 sys.modules["mutate"] = mutate
 loader.exec_module(mutate)
 
-# A line of a source, and every line that one change makes of it.
+# A line of a source, and every line that one change turns it into.
 ROWS = [
     ("    return a == b;", ["    return a != b;"]),
     ("    return a < b && c;", ["    return a <= b && c;", "    return a < b || c;"]),
@@ -35,7 +35,7 @@ ROWS = [
 
 
 class FakeTree:
-    """Notices what its table says."""
+    """Reports what its table says."""
 
     def __init__(self, outcomes):
         self.outcomes = outcomes
@@ -53,12 +53,12 @@ class Mutate(unittest.TestCase):
         for line, expected in ROWS:
             with self.subTest(line):
                 changes = mutate.changes_of("a.cpp", line)
-                self.assertEqual(sorted(made.after for made in changes), sorted(expected))
+                self.assertEqual(sorted(found.after for found in changes), sorted(expected))
 
     def test_every_kind_is_possible_in_the_product(self):
-        kinds = {made.kind for folder in ("helper", "restore")
+        kinds = {found.kind for folder in ("helper", "restore")
                  for path in (ROOT / folder).rglob("*.cpp")
-                 for made in mutate.changes_of(str(path), path.read_text())}
+                 for found in mutate.changes_of(str(path), path.read_text())}
         self.assertEqual(kinds, {"comparison", "condition", "constant", "branches", "call"})
 
     def test_what_does_not_compile_is_replaced_and_what_is_known_is_not_reported(self):

@@ -1,4 +1,4 @@
-"""tools/progress: what it makes of the output of CTest and of libFuzzer."""
+"""tools/progress: how it sums up the output of CTest and of libFuzzer."""
 
 import importlib.machinery
 import importlib.util

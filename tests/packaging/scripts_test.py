@@ -13,8 +13,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 LABEL = "com.morvelli.TolvaranHelper"
 SERVICE = f"gui/501/{LABEL}"
 
-# Each writes down how it was called. A service that was booted out stays for two more looks at it,
-# as launchd's do while the program ends; until then another bootout is refused.
+# Each records how it was called. A service that was booted out stays for two more looks, as
+# launchd's do while the program ends; until then another bootout is refused.
 LAUNCHCTL = """#!/bin/sh
 echo "launchctl $*" >>"$CALLS"
 case "$1 $2" in
@@ -187,7 +187,7 @@ class Scripts(unittest.TestCase):
         self.assertEqual(calls[-1], "launchctl print gui/501")
         self.assertIn("starts at the next login", self.result.stdout)
 
-    def test_install_is_refused_to_root_and_where_there_is_no_launchctl(self):
+    def test_install_is_refused_to_root_and_without_launchctl(self):
         calls = self.run_script("install", USER_ID="0")
         self.assert_refused("not as root")
         self.assertEqual(calls, [])
@@ -217,7 +217,7 @@ class Scripts(unittest.TestCase):
         self.assertEqual(calls, [f"launchctl bootout {SERVICE}"])
         self.assertFalse(self.directory.exists())
 
-    def test_uninstall_of_nothing_is_no_error_but_root_is_refused(self):
+    def test_uninstall_of_nothing_is_not_an_error_but_root_is_refused(self):
         self.run_script("uninstall")
         self.assertEqual(self.result.returncode, 0, self.result.stderr)
         self.run_script("uninstall", USER_ID="0")

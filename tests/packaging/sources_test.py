@@ -1,5 +1,5 @@
-"""What holds for whole folders of sources: nothing in the product asks which host it is built for,
-and nothing is relied on from Apple without a word on whether that is documented."""
+"""Rules for whole folders of sources: nothing in the product asks which host it is built for, and
+every contract test says whether what it relies on is documented."""
 
 import pathlib
 import re

@@ -1,4 +1,4 @@
-"""Every source has a test that is found by its name: that of restore/dock/entry.cpp is
+"""Every source has a test of the same name: that of restore/dock/entry.cpp is
 tests/restore/dock/entry_test.cpp."""
 
 import pathlib
@@ -13,14 +13,14 @@ ELSEWHERE = {
     "helper/main.cpp": "tests/helper/at_rest_test.py",
     "player/tolvaran_gallery.cpp": "tests/player/gallery_test.cpp",
     "player/tolvaran_simulator.cpp": "tests/player/command_line_test.cpp",
-    # What a run is observed for is what its result tells.
+    # What is observed of a run is in its result.
     "player/observation.cpp": "tests/player/player_test.cpp",
-    # Core Foundation's values, through what is made of them.
+    # Core Foundation's values, through what is built from them.
     "simulator/core_foundation/boolean.cpp": "tests/simulator/core_foundation/object_test.cpp",
     "simulator/core_foundation/data.cpp": "tests/simulator/core_foundation/json_test.cpp",
     "simulator/core_foundation/date.cpp": "tests/simulator/core_foundation/json_test.cpp",
     "simulator/core_foundation/unicode.cpp": "tests/simulator/core_foundation/string_test.cpp",
-    # What every test of the simulator goes through.
+    # Used by every test of the simulator.
     "simulator/devices/devices.cpp": "tests/simulator/devices/io_registry_test.cpp",
     "simulator/simulator.cpp": "tests/simulator/faults/faults_test.cpp",
     # Only instantiates a library's templates.
@@ -33,7 +33,7 @@ ELSEWHERE = {
 
 
 def test_of(source):
-    """Where the test of a source is found by its name."""
+    """The path of a source's test."""
     return pathlib.Path("tests", source.parent, source.stem + "_test.cpp").as_posix()
 
 

@@ -75,7 +75,7 @@ TEST_F(Gallery, TheCheckFindsWhatIsNotCurrent) {
     EXPECT_EQ(found.errors, directory_ / "pictures/start-a.svg: is not current" + advice +
                                 std::string(directory_ / "pictures/gone.svg") +
                                 ": belongs to no scenario" + advice);
-    EXPECT_EQ(readFile(directory_ / "pictures/start-a.svg"), "another") << "it only looks";
+    EXPECT_EQ(readFile(directory_ / "pictures/start-a.svg"), "another") << "the check only reads";
     run({directory_.path()});
     EXPECT_EQ(run({"--check", directory_.path()}).status, 0);
     EXPECT_FALSE(std::filesystem::exists(std::string(directory_ / "pictures/gone.svg")));

@@ -17,7 +17,7 @@ json result() {
         "files": {"State/a": {"version": 1, "list": [1]}, "State/b": "text", "State/n": null}})");
 }
 
-TEST(Matching, TellsEachExpectationThatFailed) {
+TEST(Matching, ListsEachFailedExpectation) {
     const struct {
         const char* expect;
         std::vector<std::string> failures;

@@ -57,7 +57,7 @@ json observed(const json& document) {
     return play(readScenario(document, "", "test"), {.quiet = true, .observes = true}).result;
 }
 
-TEST_F(Player, TellsHowTheScenarioWasPlayed) {
+TEST_F(Player, ReportsHowTheScenarioWasPlayed) {
     json document = crash();
     document["timeline"].push_back({{"at", 2}, {"wake", true}});
     document["timeline"].push_back({{"at", 9}, {"wake", true}});
@@ -65,11 +65,11 @@ TEST_F(Player, TellsHowTheScenarioWasPlayed) {
     const json result = observed(document);
     EXPECT_EQ(result["scenario"], (json{{"name", "test"}, {"clock", "virtual"}, {"until", 5.5}}));
     EXPECT_EQ(result["timeline"], (json{{{"at", 2}, {"wake", true}}, {{"at", 5}, {"exit", 812}}}))
-        << "as it was played, so in the order of time, and not what comes after the end";
+        << "as played: in the order of time, without what comes after the end";
     EXPECT_FALSE(playQuietly(document).result.contains("timeline")) << "unless it was asked for";
 }
 
-TEST_F(Player, PassesOnWhatTheScenarioSaysOfItself) {
+TEST_F(Player, PassesOnWhatTheScenarioSaysAboutItself) {
     json document = crash();
     document["about"] = {{"macOS", "14.1"}};
     document["log"] = {"[2026-01-01 10:00:00.000] [   1.500] [helper] [warn] said", "no line"};
@@ -105,12 +105,12 @@ TEST_F(Player, TheOrderNamesWhatHappenedOneByOne) {
     EXPECT_EQ(found["log"], result["log"].size());
     EXPECT_EQ(found["call"], result["calls"].size());
     EXPECT_EQ(found.size(), 3U);
-    // The application ends; and later the Dock is asked and told between two lines of the log.
+    // The application ends; later the Dock is read and set between two lines of the log.
     EXPECT_EQ(result["order"], (json{"log", "log", "log", "event", "log", "log", "log", "log",
                                      "call", "call", "log", "log", "call", "log"}));
 }
 
-TEST_F(Player, TellsWhatTheMacWasLikeBeforeTheHelperChangedIt) {
+TEST_F(Player, ReportsTheMacBeforeTheHelperChangedIt) {
     json document = crash();
     document["timeline"].push_back({{"at", 1}, {"wake", true}});
     document["timeline"].push_back({{"at", 3}, {"set", {{"cursorAssociated", false}}}});
@@ -146,8 +146,8 @@ TEST_F(Player, WhatTheHelperChangesAtItsStartHasABefore) {
     EXPECT_EQ(result["mac"]["cursorAssociated"], true);
 }
 
-// The helper waits, in the midst of its work, for an override that never shows; meanwhile somebody
-// else moves the mouse's cursor away. Neither is a change that the helper made.
+// The helper waits in the middle of its work for an override that never shows; meanwhile something
+// else dissociates the cursor. Neither is a change that the helper made.
 TEST_F(Player, WhatOthersChangeWhileTheHelperWaitsIsNotItsDoing) {
     json document = json::parse(R"({
         "mac": {"displays": [{"id": 1, "frame": [0, 0, 1512, 982], "menuBarOverride": false,
@@ -288,7 +288,7 @@ TEST_F(Player, WithTheRealClockARealProcessIsKilled) {
 }
 
 TEST_F(Player, ARunThatItsOwnReconfigurationsKeepGoingReachesItsEnd) {
-    // Each of two arrangements undoes the other, so that every restore brings on the next.
+    // Each of two arrangements undoes the other, so that every restore causes the next.
     const json document = json::parse(R"({
         "mac": {"displays": [
             {"id": 1, "vendor": 1, "model": 1, "serial": 1, "frame": [0, 0, 1000, 800]},

@@ -107,7 +107,7 @@ TEST_F(ScenarioReading, FilesFromIsRelativeToTheScenario) {
     EXPECT_EQ(loadScenario(directory / "scenario.json").filesFrom, directory / "state");
 }
 
-TEST_F(ScenarioReading, FilesThatAreNoJSONAreRefused) {
+TEST_F(ScenarioReading, FilesThatAreNotJSONAreRefused) {
     const TemporaryDirectory directory;
     const auto messageFor = [&](const std::string& content) {
         writeFile(directory / "scenario.json", content);

@@ -47,8 +47,7 @@ TEST(ReportArrangement, AThirdDisplayMayJoinTwo) {
                 ElementsAre(CornerTouch{0, 1, {100, 100}, 2}));
 }
 
-// What the pictures mark must be what the system acts on. All layouts of three displays on a small
-// grid.
+// The pictures must mark what the system acts on. All layouts of three displays on a small grid.
 TEST(ReportArrangement, MarksATouchExactlyWhereTheSystemSeesAZigzag) {
     const double places[] = {0, 1, 2, 10, 11, 11.5, 20};
     std::vector<Frame> frames;
@@ -77,7 +76,7 @@ TEST(ReportArrangement, MarksATouchExactlyWhereTheSystemSeesAZigzag) {
     EXPECT_GT(zigzags, 100);
 }
 
-TEST(ReportArrangement, NamesAreWhatTheMacTells) {
+TEST(ReportArrangement, NamesAreThoseThatTheMacGives) {
     const json service = {{"DisplayVendorID", 10}, {"DisplayProductID", 20}};
     const auto nameWith = [&](const json& name) {
         json named = service;

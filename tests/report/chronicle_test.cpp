@@ -28,7 +28,7 @@ json emptyResult() {
     return resultOf(mac, mac);
 }
 
-TEST(Chronicle, TellsACrashFromTheEventToTheLastCall) {
+TEST(Chronicle, CoversACrashFromTheEventToTheLastCall) {
     json result = emptyResult();
     addLine(result, 0, "info", "Helper starting (pid 1)");
     addEvent(result, 1, {{"exit", 812}});
@@ -60,7 +60,7 @@ TEST(Chronicle, TellsACrashFromTheEventToTheLastCall) {
     EXPECT_EQ(entries[3].logIndex, std::nullopt);
 }
 
-TEST(Chronicle, RunsAtOneTimeAreTellApartByTheirStepsAndTags) {
+TEST(Chronicle, RunsAtOneTimeAreToldApartByTheirStepsAndTags) {
     json result = emptyResult();
     for (const char* const tag : {"safety-tick", "display-reconfig", "display-reconfig"}) {
         addLine(result, 60, "debug", std::string("checkInvariant [") + tag + "]: holds");

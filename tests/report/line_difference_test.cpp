@@ -19,7 +19,7 @@ std::string difference(const std::vector<std::string>& before,
     return result;
 }
 
-TEST(LineDifference, TellsWhatIsGoneAndWhatIsNew) {
+TEST(LineDifference, ShowsWhatIsGoneAndWhatIsNew) {
     const struct {
         std::vector<std::string> before;
         std::vector<std::string> after;

@@ -82,7 +82,7 @@ TEST(LogComparison, OneLogMayBeEmpty) {
     EXPECT_TRUE(compareLogs(withEvent(result)).rows.empty());
 }
 
-TEST(LogComparison, LinesThatDifferStandBesideEachOther) {
+TEST(LogComparison, DifferentLinesAreSideBySide) {
     EXPECT_EQ(
         compareLogs(withLogs({"a", "b", "c", cursor}, {"x", "y", cursor})).rows,
         (std::vector<ComparedLine>{{0, 0, false}, {1, 1, false}, {2, {}, false}, {3, 2, true}}));

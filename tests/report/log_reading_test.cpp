@@ -36,7 +36,7 @@ TEST(LogReading, KnowsTheStepsOfARun) {
     }
 }
 
-TEST(LogReading, TellsProcessesFromRuns) {
+TEST(LogReading, DistinguishesProcessesFromRuns) {
     EXPECT_TRUE(isAboutProcesses("Helper starting (pid 1)"));
     EXPECT_TRUE(isAboutProcesses("PROC_EXIT fired for Tolvaran (pid 1)"));
     EXPECT_FALSE(isAboutProcesses("Detected zigzag/corner-touch arrangement"));

@@ -123,7 +123,7 @@ TEST(Page, WhatALineOfTheUsersLogLacksIsLeftOut) {
     EXPECT_THAT(page(result), Not(HasSubstr("<span class=\"level\"></span>")));
 }
 
-TEST(Page, ShowsWhatTheScenarioSaysOfItself) {
+TEST(Page, ShowsWhatTheScenarioSaysAboutItself) {
     json result = quietResult();
     EXPECT_THAT(page(result), Not(HasSubstr("id=\"about\"")));
     result["scenario"]["about"] = {{"macOS", "14.1 <23B74>"}, {"left out", {"a", "b"}}};

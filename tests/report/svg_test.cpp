@@ -70,7 +70,7 @@ TEST(SVG, OddArrangementsHaveACanvas) {
                 HasSubstr("no display is active"));
 }
 
-TEST(SVG, TellsWhatItShows) {
+TEST(SVG, DescribesWhatItShows) {
     const Side side = zigzag();
     const std::string picture = arrangementSvg(side, canvasFor(side, side, 424, 400));
     EXPECT_THAT(picture, HasSubstr("role=\"img\""));
@@ -89,7 +89,7 @@ TEST(SVG, AboveAllTheIDIsReadable) {
     EXPECT_THAT(found(picture, "<text class=\"id\"[^>]*>([^<]*)<"), ElementsAre("1", "23"));
 }
 
-TEST(SVG, ShowsWhatStandsOnTheMainDisplay) {
+TEST(SVG, ShowsWhatIsOnTheMainDisplay) {
     const auto drawnWith = [](const char* mac) {
         const Side side = sideOf("before", completeMac(json::parse(mac)));
         return arrangementSvg(side, canvasFor(side, side, 424, 400));
@@ -121,7 +121,7 @@ TEST(SVG, MarkupInNamesIsText) {
     }
 }
 
-TEST(SVG, AFileStandsForItself) {
+TEST(SVG, AFileStandsAlone) {
     const Side side = zigzag();
     const std::string file = beforeAndAfterSvg("A & B", side, side);
     EXPECT_THAT(file, testing::StartsWith("<svg xmlns=\"http://www.w3.org/2000/svg\""));

@@ -33,7 +33,7 @@ TEST(Terminal, IsReadFromTheEnvironment) {
     } rows[] = {
         {"a usual one", usual, 100, {true, true, true, 100}},
         {"no colour wanted", with({{"NO_COLOR", "1"}}), 100, {true, false, true, 100}},
-        {"an empty wish counts not", with({{"NO_COLOR", ""}}), 100, {true, true, true, 100}},
+        {"an empty wish does not count", with({{"NO_COLOR", ""}}), 100, {true, true, true, 100}},
         {"a dumb one", with({{"TERM", "dumb"}}), 100, {true, false, true, 100}},
         {"none named", {{"LANG", "C.utf8"}}, 100, {true, false, true, 100}},
         {"no UTF-8", with({{"LC_ALL", "C"}}), 100, {true, true, false, 100}},
@@ -41,8 +41,8 @@ TEST(Terminal, IsReadFromTheEnvironment) {
          with({{"LC_CTYPE", "C.UTF-8"}, {"LANG", "C"}}),
          100,
          {true, true, true, 100}},
-        {"an own width", with({{"COLUMNS", "60"}}), 100, {true, true, true, 60}},
-        {"no such width", with({{"COLUMNS", "6x"}}), 100, {true, true, true, 100}},
+        {"a width of its own", with({{"COLUMNS", "60"}}), 100, {true, true, true, 60}},
+        {"an invalid width", with({{"COLUMNS", "6x"}}), 100, {true, true, true, 100}},
         {"no width", with({{"COLUMNS", "0"}}), 0, {true, true, true, 80}},
     };
     for (const auto& row : rows) {
@@ -77,7 +77,7 @@ TEST(Terminal, DrawsBothSidesToScale) {
         "               └───────────────────────┘\n");
 }
 
-TEST(Terminal, DrawsInASCIIAboveEachOtherWhereThereIsNoRoom) {
+TEST(Terminal, DrawsInASCIIAboveEachOtherIfThereIsNoRoom) {
     EXPECT_EQ(characterPicture(crashResult(), {true, false, false, 40}),
               "Before, at 0.500 s\n"
               "#=============#\n"
@@ -103,7 +103,7 @@ TEST(Terminal, DrawsInASCIIAboveEachOtherWhereThereIsNoRoom) {
               "               +----------------------+\n");
 }
 
-TEST(Terminal, ColoursOnlyWhereTheyAreWanted) {
+TEST(Terminal, UsesColoursOnlyIfTheyAreWanted) {
     const std::string plain = characterPicture(crashResult(), {true, false, true, 86});
     EXPECT_EQ(plain.find('\x1b'), std::string::npos);
     std::string coloured = characterPicture(crashResult(), {true, true, true, 86});

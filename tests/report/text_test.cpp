@@ -11,7 +11,7 @@ namespace {
 using namespace simulator;
 using namespace simulator::report;
 
-TEST(ReportText, MarkupStandsForItself) {
+TEST(ReportText, MarkupIsEscaped) {
     EXPECT_EQ(escaped("<b a=\"1\" c='2'>&amp;</b>"),
               "&lt;b a=&quot;1&quot; c=&#39;2&#39;&gt;&amp;amp;&lt;/b&gt;");
     EXPECT_EQ(escaped("Größe 漢字 🖥"), "Größe 漢字 🖥");
@@ -28,10 +28,10 @@ TEST(ReportText, WhatWouldControlATerminalOrAPageBecomesVisible) {
         {"\x7f\r"s, "␡␍"},
         {"tab\tand\nline"s, "tab\tand\nline"},
         {"\u009b2J"s, "\ufffd2J"},            // a control sequence in one character
-        {"\u202egnp.exe"s, "\ufffdgnp.exe"},  // turns the direction
+        {"\u202egnp.exe"s, "\ufffdgnp.exe"},  // reverses the direction
         {"\u2066x\u2069"s, "\ufffdx\ufffd"},
-        {"\ufffe\U0001ffff\ufdd0"s, "\ufffd\ufffd\ufffd"},  // no characters
-        {"\U000e0041"s, "\ufffd"},                          // unseen
+        {"\ufffe\U0001ffff\ufdd0"s, "\ufffd\ufffd\ufffd"},  // not characters
+        {"\U000e0041"s, "\ufffd"},                          // invisible
     };
     for (const auto& row : rows) {
         EXPECT_EQ(harmless(row.text), row.shown);
@@ -40,7 +40,7 @@ TEST(ReportText, WhatWouldControlATerminalOrAPageBecomesVisible) {
     EXPECT_EQ(oneLine("a\nb\tc"), "a b c");
 }
 
-TEST(ReportText, BytesThatAreNoUTF8AreReplaced) {
+TEST(ReportText, BytesThatAreNotUTF8AreReplaced) {
     const struct {
         const char* bytes;
         const char* shown;
@@ -49,7 +49,7 @@ TEST(ReportText, BytesThatAreNoUTF8AreReplaced) {
         {"a\x80z", "a\ufffdz"},
         {"\xc3", "\ufffd"},  // cut off
         {"\xe2\x82", "\ufffd\ufffd"},
-        {"\xc0\xaf", "\ufffd\ufffd"},            // longer than it need be
+        {"\xc0\xaf", "\ufffd\ufffd"},            // overlong
         {"\xed\xa0\x80", "\ufffd\ufffd\ufffd"},  // a surrogate
         {"\xf4\x90\x80\x80", "\ufffd\ufffd\ufffd\ufffd"},
         {"\xf0\x9f\x96\xa5", "🖥"},

@@ -20,7 +20,7 @@ FULL_MAC = ROOT / "tests/tools/describe/full_mac.json"
 
 
 def commands(heading):
-    """The commands to be typed in the section, line by line."""
+    """The commands to type in the section, line by line."""
     (section,) = re.findall(rf"^## {heading}$(.*?)(?=^## |\Z)", GUIDE, re.M | re.S)
     return re.findall(r"^    (.+)$", section, re.M)
 

@@ -16,8 +16,8 @@ namespace tolvaran::tests {
 
 using nlohmann::json;
 
-/// A test in a process that ends with the test's body: what is left for its end is freed first, and
-/// only then is it seen whether anything was left behind.
+/// A test in a process that ends with the test's body: what lasts until its end is freed before the
+/// check for what was left behind.
 class SimulatorTest : public ProcessTest {
   protected:
     ~SimulatorTest() override { simulator::reset(); }

@@ -1,5 +1,5 @@
-// The helper's check of the arrangement, told in rows: where the displays stand, what is saved and
-// marked for them, which calls fail, and then what is logged, called and still marked.
+// The helper's check of the arrangement, as rows of a table: where the displays are, what is saved
+// and marked for them, which calls fail, and then what is logged, called and still marked.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ struct Place {
 };
 using Places = std::vector<Place>;
 
-// Layouts of two, three and four displays in which corners meet and nothing else does.
+// Layouts of two, three and four displays in which only corners meet.
 inline const Places two{{1, 0, 0}, {2, 100, 100}};
 inline const Places three{{1, 0, 0}, {2, 100, 100}, {3, 200, 200}};
 inline const Places four{{1, 0, 0}, {2, 100, 100}, {3, 200, 200}, {4, 300, 300}};
@@ -30,12 +30,12 @@ inline const Places four{{1, 0, 0}, {2, 100, 100}, {3, 200, 200}, {4, 300, 300}}
 inline const Places ambiguous{{1, 0, 0}, {2, 100, 0}, {3, 200, 100}};
 inline const Places sideBySide{{1, 0, 0}, {2, 100, 0}};
 inline const Places column{{1, 0, 0}, {2, 0, 100}};
-/// Where the displays of the zigzags never stand.
+/// Where no display of the zigzags is.
 inline const Places elsewhere{{1, 7, 7}};
 
 /// A Mac with these displays.
 nlohmann::json mac(const Places& places);
-/// A display's UUID there.
+/// The UUID of a display on that Mac.
 std::string uuid(int display);
 /// The signature of displays that are given in ascending order.
 std::string sig(const std::vector<int>& displays);
@@ -85,8 +85,8 @@ class ArrangementCheck {
     /// signature.
     Lines marks() const;
 
-    /// One run, whose log is returned. Whatever happens in it, the originals stay as they are and
-    /// no object is left behind.
+    /// Runs the check and returns its log. Whatever happens, the originals must stay as they are
+    /// and no object may be left behind.
     Lines run(const std::string& tag = "cold-start", std::optional<pid_t> exited = std::nullopt);
 
     /// The calls since the last time.
@@ -100,7 +100,7 @@ class ArrangementCheck {
     HelperProcess process_;
 };
 
-/// One check, and all that is to come of it.
+/// One check, and everything that is expected of it.
 struct CheckRow {
     std::string name;  // letters and digits
     nlohmann::json machine;
@@ -109,7 +109,7 @@ struct CheckRow {
     std::vector<nlohmann::json> faults = {};
     Lines log;
     Lines calls = {};
-    /// The kinds of mark that are left, if any were there; none for all of them.
+    /// The kinds of mark that are left, if there were any; not set: all of them.
     std::optional<Lines> marksLeft = {};
 };
 

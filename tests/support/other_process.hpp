@@ -12,12 +12,12 @@ namespace tolvaran::tests {
 /// its own, which are then forgotten. The calling thread waits.
 void inAnotherProcess(const std::function<void()>& work, pid_t pid = 4000);
 
-/// Has another process do `work` at the beginning of this process's call with the number `index`,
-/// from 0, of those to the outside that faults could meet. simulator::reset() ends it.
-/// @return how many such calls there have been since, which goes on counting
+/// Has another process do `work` at the start of this process's call number `index`, counting from
+/// 0 the outside calls that faults could meet. simulator::reset() ends it.
+/// @return the running count of such calls
 std::shared_ptr<const std::size_t> duringCall(std::size_t index, const std::function<void()>& work);
 
-/// The ID of a process that has ended. Nobody has it now.
+/// The ID of a process that has ended, which is free now.
 pid_t endedProcess();
 
 }  // namespace tolvaran::tests

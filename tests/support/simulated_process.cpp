@@ -19,7 +19,7 @@ std::string withoutStamps(const std::string& line) {
     return line.substr(level, end - level) + ": " + line.substr(end + 2);
 }
 
-/// What was added to the list since its first `taken` lines, which then are all of them.
+/// The lines after the first `taken`, which is then the number of all.
 Lines takeRest(const Lines& all, std::size_t& taken) {
     Lines rest(all.begin() + static_cast<std::ptrdiff_t>(taken), all.end());
     taken = all.size();

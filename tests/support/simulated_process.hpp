@@ -1,5 +1,5 @@
-// A process on a simulated Mac, for every test that looks at what the product does there: at its
-// calls, its files and its log, and at what it leaves behind.
+// A process on a simulated Mac, for every test of what the product does there: its calls, its
+// files, its log and what it leaves behind.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -31,8 +31,8 @@ class SimulatedProcess {
     SimulatedProcess(const SimulatedProcess&) = delete;
     SimulatedProcess& operator=(const SimulatedProcess&) = delete;
 
-    /// Ends the process and starts another one, on a Mac as given, without calls or faults. It
-    /// finds the files that the one before left.
+    /// Ends the process and starts another one on this Mac, without calls or faults. It finds the
+    /// files that the old one left.
     void start(const nlohmann::json& mac = nlohmann::json::object());
 
     /// Ends the process and starts another one on the Mac as it is, with its calls and faults.
@@ -57,7 +57,7 @@ class SimulatedProcess {
     /// What lies below the application-support directory, in the form of filesBelow().
     Lines files() const { return filesBelow(support_); }
 
-    /// Makes the main application know these groups of IDs to be one display each.
+    /// Has the main application know each of these groups of IDs as one display.
     void knowDisplays(const std::vector<Lines>& groups) const;
 
   private:
@@ -86,7 +86,7 @@ class HelperProcess : public SimulatedProcess {
 /// A test in a process that hosts the library.
 class ProcessTest : public testing::Test, protected SimulatedProcess {};
 
-/// Lets every call of a function return this from now on, without its effect.
+/// Makes every call of a function return this from now on, without effect.
 void failCalls(const std::string& function, const nlohmann::json& result);
 
 }  // namespace tolvaran::tests

@@ -21,7 +21,7 @@ extern "C" int _CFThreadSetName(pthread_t, const char*) {
     return 0;
 }
 
-// Stands for a type that is not there (see dispatch/dispatch.h beside this file).
+// Stands for a missing type (see dispatch/dispatch.h beside this file).
 struct dispatch_source_type_s {
     int nothing = 0;
 };

@@ -109,7 +109,7 @@ TEST(CheckInvariant, AliasesAreFoldedIntoTheCanonicalID) {
                Lines{said("info", "restored exact arrangement for sig=" + uuid(2) + ",Zeta")}));
 }
 
-TEST(CheckInvariant, OfTwoDisplaysWithOneCanonicalIDTheLaterIsMeant) {
+TEST(CheckInvariant, TheLaterOfTwoDisplaysWithOneCanonicalIDCounts) {
     ArrangementCheck invariant(two);
     invariant.write("../Settings/preferences.json",
                     {{"knownDisplays", {{{"ids", {"Zeta", uuid(1), uuid(2)}}}}}});

@@ -85,9 +85,9 @@ TEST_F(RestoreHotCorners, ReleasesAHoldAlone) {
     EXPECT_EQ(callNames(), Lines{"CFNotificationCenterPostNotification"});
 }
 
-// The hold is released on every run for as long as its marker cannot be removed, and the snapshot
-// is not held up by it.
-TEST_F(RestoreHotCorners, AppliesTheSnapshotAlsoWhenTheHoldsMarkerStays) {
+// The hold is released on every run while its marker cannot be removed; the snapshot does not wait
+// for that.
+TEST_F(RestoreHotCorners, AppliesTheSnapshotEvenIfTheHoldsMarkerStays) {
     std::filesystem::create_directories(state(holdFile));
     write(snapshotFile, snapshotText);
     EXPECT_EQ(run(),
@@ -145,14 +145,14 @@ TEST_F(RestoreHotCorners, TriesAgainFromTheFileThatMayBeNewerByThen) {
     run();
     EXPECT_TRUE(read(snapshotFile).has_value());
 
-    // Tolvaran ran and crashed meanwhile; the user's corners are others now.
+    // Tolvaran ran and crashed meanwhile; the user has other corners now.
     write(snapshotFile, R"({"liveActions":[1,4,1,1],"liveModifiers":[0,0,0,0],"trCorner":4})");
     run("safety-tick");
     EXPECT_EQ(simulator::machine()["dock"]["cornerActions"], (json{1, 4, 1, 1}));
     EXPECT_FALSE(read(snapshotFile).has_value());
 }
 
-TEST_F(RestoreHotCorners, TriesAgainFromTheNewerFileAlsoWhenTheOldOneCouldNotBeReadAnyMore) {
+TEST_F(RestoreHotCorners, TriesAgainFromTheNewerFileEvenIfTheOldOneBecameUnreadable) {
     write(snapshotFile, snapshotText);
     simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
     simulator::onCall("CFPreferencesAppSynchronize", [] {
@@ -172,7 +172,7 @@ TEST_F(RestoreHotCorners, TriesAgainFromTheNewerFileAlsoWhenTheOldOneCouldNotBeR
               (json{{"wvous-tr-corner", 4}}));
 }
 
-TEST_F(RestoreHotCorners, SaysNothingOfFilesThatItMayNotLookAt) {
+TEST_F(RestoreHotCorners, SaysNothingAboutFilesThatItMayNotLookAt) {
     write(holdFile, "1");
     write(snapshotFile, snapshotText);
     simulator::addFault({{"call", "stat"}, {"result", "EACCES"}});

@@ -69,7 +69,7 @@ TEST_F(RestoreMenuBar, LeavesEverythingToARunningTolvaran) {
     EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
 }
 
-TEST_F(RestoreMenuBar, DoesNotTakeTheExitedInstanceForARunningOne) {
+TEST_F(RestoreMenuBar, DoesNotCountTheExitedInstanceAsRunning) {
     arrange(whileTolvaranRuns(812, macOfHere), ofRecords({here}));
     EXPECT_EQ(run("proc-exit", 812), (Lines{"info: restoreMenuBar [proc-exit]: applying snapshot",
                                             "info: restoreMenuBar [proc-exit]: snapshot deleted"}));
@@ -113,14 +113,14 @@ TEST_F(RestoreMenuBar, DropsFlagsThatSayNothing) {
     EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
 }
 
-TEST_F(RestoreMenuBar, KeepsEverythingWhereDisplaysCannotBeHandled) {
+TEST_F(RestoreMenuBar, KeepsEverythingIfDisplaysCannotBeHandled) {
     Json mac = macOfHere;
     mac["unavailable"] = {"SkyLight"};
     arrange(mac, ofRecords({here, away}));
     const std::string unavailable = "warn: " + unavailableWarning;
     EXPECT_EQ(run(), (Lines{applyingMenuBar, unavailable, applyFailed, kept(2)}));
     EXPECT_EQ(file(), tolvaran::json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
-    // The functions are looked up once, so the next run does not warn of them again.
+    // The functions are looked up once, so the next run does not warn about them again.
     EXPECT_EQ(run(), (Lines{applyingMenuBar, applyFailed}));
     EXPECT_EQ(file(), tolvaran::json::write(flagged(ofRecords({here, away}), true, std::nullopt)));
 }
@@ -274,7 +274,7 @@ TEST_F(RestoreMenuBarRuns, GlobalsAreRestoredOnceAndDisplaysAsTheyCome) {
          std::nullopt},
         {"nothing is left", {}, {}, {}, {}, std::nullopt},
     });
-    // What the user changed since the first run is still so.
+    // The user's changes since the first run are still there.
     EXPECT_EQ(globalPreferences(), (Json{{hideKey, true}, {visibleInFullscreenKey, true}}));
     EXPECT_TRUE(autoHides());
 }

@@ -97,7 +97,7 @@ TEST_F(RestoreResolutions, WithoutRecordsSaysNothingNotEvenThatTolvaranRuns) {
     }
 }
 
-TEST_F(RestoreResolutions, WarnsOfABadFileBeforeAnythingElse) {
+TEST_F(RestoreResolutions, WarnsAboutABadFileBeforeAnythingElse) {
     start(whileTolvaranRuns(812, mac()));
     write(records, R"({"version":2,"entries":{}})");
     EXPECT_EQ(run("safety-tick"), Lines{"warn: resolution originals file missing/wrong "
@@ -115,7 +115,7 @@ TEST_F(RestoreResolutions, LeavesTheModesToARunningTolvaran) {
     EXPECT_EQ(callNames(), Lines{});
 }
 
-TEST_F(RestoreResolutions, DoesNotTakeTheExitedInstanceForARunningOne) {
+TEST_F(RestoreResolutions, DoesNotCountTheExitedInstanceAsRunning) {
     start(whileTolvaranRuns(812, mac()));
     record(1280, 720);
     EXPECT_EQ(run("proc-exit", 812).back(),

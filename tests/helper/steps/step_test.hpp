@@ -1,4 +1,4 @@
-// What the tests of the single steps of the restore sequence share.
+// What the tests of the single restore steps share.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 
 namespace tolvaran::tests {
 
-/// The Mac while the main application runs there too.
+/// The Mac with the main application running on it.
 inline nlohmann::json whileTolvaranRuns(pid_t pid, nlohmann::json mac = nlohmann::json::object()) {
     mac["applications"] =
         nlohmann::json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}}});
@@ -33,7 +33,7 @@ class StepTest : public testing::Test, protected HelperProcess {
         return takeLog();
     }
 
-    /// What it logs instead of anything else while the main application runs.
+    /// The only line that it logs while the main application runs.
     std::string skips(const std::string& tag, pid_t pid) const {
         return "debug: " + name_ + " [" + tag + "]: Tolvaran running (pid " + std::to_string(pid) +
                "), skipping";

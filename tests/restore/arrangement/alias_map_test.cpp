@@ -76,7 +76,7 @@ TEST_F(AliasMapTest, ReadsTheKnownDisplaysAndNothingElse) {
     }
 }
 
-TEST_F(AliasMapTest, ANumberOutOfRangeCostsTheAliasesNothingWhereNobodyReadsIt) {
+TEST_F(AliasMapTest, ANumberOutOfRangeUnderAnUnusedKeyDoesNotMatter) {
     EXPECT_EQ(load(R"({"zoom":1e999,"knownDisplays":[{"ids":["a","b"],"scale":-1e999}]})"),
               AliasMap({.entries = {{.ids = {"a", "b"}}}}));
     EXPECT_EQ(takeLog(), Lines());

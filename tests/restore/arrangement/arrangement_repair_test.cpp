@@ -58,7 +58,7 @@ json withoutMainDisplay(const Places& places) {
 
 class Repair : public testing::TestWithParam<CheckRow> {};
 
-TEST_P(Repair, EndsAsItIsTold) {
+TEST_P(Repair, EndsAsItsRowSays) {
     expectRow(GetParam());
 }
 
@@ -88,11 +88,11 @@ std::vector<CheckRow> exactRows() {
          .saved = {{sig({1, 2}), entries({{9, 500, 500}, {1, 0, 0}, {2, 0, 100}})}},
          .log = Lines{detected} + moved(column) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls(column)},
-        {.name = "SaysNothingOfAnExactArrangementOfAbsentDisplays",
+        {.name = "SilentlySkipsAnExactArrangementOfAbsentDisplays",
          .machine = mac(ambiguous),
          .saved = {{sig({1, 2, 3}), entries({{8, 0, 0}, {9, 100, 0}})}},
          .log = {detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}},
-        {.name = "AppliesAPositionTwiceThatIsSavedTwice",
+        {.name = "AppliesBothPositionsOfADisplaySavedTwice",
          .machine = mac(two),
          .saved = {{sig({1, 2}), entries(twice)}},
          .log = Lines{detected} + moved(twice) + Lines{restoredExact(sig({1, 2}))},
@@ -104,7 +104,7 @@ std::vector<CheckRow> exactRows() {
                       "info: Re-anchored saved positions to current main 1: shift=(100,30)"} +
                 moved({{1, 0, 0}, {2, -100, 0}}) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls({{1, 0, 0}, {2, -100, 0}})},
-        {.name = "KnowsTheDisplaysOfItsBeginningWhereTheyCannotBeListedAgain",
+        {.name = "KeepsTheFirstListOfDisplaysIfTheyCannotBeListedAgain",
          .machine = mac(two),
          .saved = {{sig({1, 2}), entries(column)}},
          .faults = {{{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 1}}},
@@ -125,7 +125,7 @@ std::vector<CheckRow> exactRows() {
                 Lines{said("error", "CG configure rejected for sig=" + sig({1, 2}))} +
                 moved({{2, 0, 100}}) + Lines{restoredSubset(sig({1, 2}), 1)},
          .calls = moveCalls(sideBySide, below) + moveCalls({{2, 0, 100}})},
-        {.name = "LeavesTheMarksWhereEverythingIsRefused",
+        {.name = "LeavesTheMarksIfEverythingIsRefused",
          .machine = mac(two),
          .saved = {{sig({1, 2}), entries(sideBySide)},
                    {sig({2}), entries({{2, 0, 100}})},
@@ -137,14 +137,14 @@ std::vector<CheckRow> exactRows() {
                 Lines{applyingStacked} + rejected(2, "stacked fallback") +
                 Lines{nothingUsable(sig({1, 2}))},
          .calls = Lines(4, "CGBeginDisplayConfiguration [] = 1000")},
-        {.name = "TakesAConfigurationWithoutEffectForAFailure",
+        {.name = "CountsAConfigurationWithoutEffectAsAFailure",
          .machine = mac(two),
          .saved = {{sig({1, 2}), entries(sideBySide)}},
          .faults = {withoutEffect()},
          .log = Lines{detected} + moved(sideBySide) + Lines{detected, applyingStacked} +
                 moved(sideBySide) + Lines{restoredStacked(sig({1, 2}))},
          .calls = moveCalls(sideBySide) + moveCalls(sideBySide)},
-        {.name = "TakesAZigzagOfOtherDisplaysForAFailure",
+        {.name = "CountsAZigzagOfOtherDisplaysAsAFailure",
          .machine = mac(three),
          .saved = {{sig({3}), entries({{3, 200, 100}})}},  // beside 2; the corner of 1 and 2 stays
          .log = Lines{detected} + moved({{3, 200, 100}}) +
@@ -161,7 +161,7 @@ std::vector<CheckRow> subsetRows() {
     const Places pair{{2, 0, 100}, {3, 0, 200}};
     const Places oneAndThree{{1, 0, 0}, {3, 0, 100}};
     return {
-        {.name = "OfTwoTheLargerIsTriedFirst",
+        {.name = "TheLargerOfTwoIsTriedFirst",
          .machine = mac(four),
          // In the order of their signatures the smaller one comes first.
          .saved = {{sig({1, 2}), entries(sideBySide)}, {sig({1, 2, 3}), entries(larger)}},
@@ -169,7 +169,7 @@ std::vector<CheckRow> subsetRows() {
          .log = Lines{detected} + moved(larger) + Lines{restoredSubset(sig({1, 2, 3, 4}), 3)},
          .calls = moveCalls(larger),
          .marksLeft = onlyNativeMirrored},
-        {.name = "ThoseOfOneSizeAreTriedInTheOrderOfTheirSignatures",
+        {.name = "EqualSizesAreTriedInTheOrderOfTheirSignatures",
          .machine = mac(three),
          // The first is passed over, the second restored, the third no longer needed.
          .saved = {{sig({2, 3}), entries({{2, 100, 0}, {3, 200, 0}})},
@@ -185,7 +185,7 @@ std::vector<CheckRow> subsetRows() {
          .log = Lines{detected, detected, isItselfZigzag("subset(2)")} + moved({{2, 0, 100}}) +
                 Lines{restoredSubset(sig({1, 2, 3}), 1)},
          .calls = moveCalls({{2, 0, 100}})},
-        {.name = "WhatNamesNoDisplayOrAnAbsentOneIsNotTried",
+        {.name = "ArrangementsOfNoneOrOfAbsentDisplaysAreNotTried",
          .machine = mac(ambiguous),
          .saved = {{"", json::array()},
                    {sig({1}), json::array()},
@@ -197,7 +197,7 @@ std::vector<CheckRow> subsetRows() {
          .saved = {{"a", entries({{2, 0, 100}, {2, 0, 100}})}, {"b", entries(pair)}},
          .log = Lines{detected} + moved(pair) + Lines{restoredSubset(sig({1, 2, 3}), 2)},
          .calls = moveCalls(pair)},
-        {.name = "AnArrangementOfAllDisplaysUnderAnotherSignatureIsOne",
+        {.name = "AnArrangementOfAllDisplaysUnderAnotherSignatureCountsAsASubset",
          .machine = mac(two),
          .saved = {{"another", entries(sideBySide)}},
          .log = Lines{detected} + moved(sideBySide) + Lines{restoredSubset(sig({1, 2}), 2)},
@@ -235,7 +235,7 @@ std::vector<CheckRow> lastResortRows() {
              moved(projected) + Lines{restoredProjection(sig({1, 2}))},
          .calls = moveCalls(projected),
          .marksLeft = onlyNativeMirrored},
-        {.name = "ProjectionsOfOneSizeAreTriedInTheOrderOfTheirSignatures",
+        {.name = "ProjectionsOfEqualSizeAreTriedInTheOrderOfTheirSignatures",
          .machine = mac(two),
          .saved = {{sig({1, 2, 5}), with(5, {{1, 0, 0}, {2, -100, 0}})},
                    {sig({1, 2, 3}), with(3, two)},
@@ -343,7 +343,7 @@ std::vector<CheckRow> inForceRows() {
 INSTANTIATE_TEST_SUITE_P(InForce, Repair, testing::ValuesIn(inForceRows()),
                          [](const auto& row) { return row.param.name; });
 
-// What takes more than one check, or a closer look.
+// Cases that need more than one check, or a closer look.
 
 TEST(ArrangementRepair, PutsAFullZigzagIntoARow) {
     ArrangementCheck invariant(three);
@@ -360,7 +360,7 @@ TEST(ArrangementRepair, PutsAFullZigzagIntoARow) {
                                                         sig({1, 2, 3}))}));
 }
 
-TEST(ArrangementRepair, ARestoreThatCannotBeLookedAtDoesNotPassForDone) {
+TEST(ArrangementRepair, ARestoreThatCannotBeCheckedDoesNotCountAsDone) {
     ArrangementCheck invariant(three);
     const Places subset{{3, 200, 100}};  // leaves the other two corner to corner
     invariant.save({{sig({3}), entries(subset)}});
@@ -375,7 +375,7 @@ TEST(ArrangementRepair, ARestoreThatCannotBeLookedAtDoesNotPassForDone) {
 }
 
 TEST(ArrangementRepair, AProjectionThatMovesNothingIsPassedOver) {
-    // Of the two displays with one canonical ID the projection moves neither.
+    // The projection moves neither of the two displays that share a canonical ID.
     json machine = mac(two);
     ArrangementCheck invariant(machine);
     invariant.write("../Settings/preferences.json",
@@ -389,7 +389,7 @@ TEST(ArrangementRepair, AProjectionThatMovesNothingIsPassedOver) {
          moved(sideBySide) + Lines{said("info", "restored stacked fallback for sig=Zeta,Zeta")}));
 }
 
-TEST(ArrangementRepair, OneDisplayThatCannotBeLookedAtOnceHidesNoMove) {
+TEST(ArrangementRepair, OneUnreadableDisplayDoesNotHideAMove) {
     for (int call = 0; call < 30; ++call) {
         ArrangementCheck invariant(two);
         invariant.save({{sig({1, 2}), entries(sideBySide)}, {sig({2}), entries({{2, 0, 100}})}});
@@ -401,13 +401,14 @@ TEST(ArrangementRepair, OneDisplayThatCannotBeLookedAtOnceHidesNoMove) {
     }
 }
 
-// Displays that are moved to and fro.
+// Displays that are moved back and forth.
 
 std::size_t count(const Lines& log, const std::string& line) {
     return static_cast<std::size_t>(std::ranges::count(log, line));
 }
 
-/// Runs as the helper does: once, and once more for each display after every move.
+/// Checks, as the helper does after every move, until a check moves nothing. @return the number of
+/// configurations that took
 std::size_t configurationsUntilRest(ArrangementCheck& invariant, Lines& log) {
     std::size_t total = 0;
     for (int run = 0; run < 300; ++run) {
@@ -427,7 +428,7 @@ std::string leftAlone(const std::string& what) {
                             "minutes");
 }
 
-TEST(ArrangementRepair, ArrangementsThatMoveTheDisplaysToAndFroAreLeftAlone) {
+TEST(ArrangementRepair, ArrangementsThatMoveTheDisplaysBackAndForthAreLeftAlone) {
     ArrangementCheck invariant(three);
     invariant.save(
         {{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})}, {sig({3}), entries({{3, 0, -300}})}});
@@ -437,7 +438,7 @@ TEST(ArrangementRepair, ArrangementsThatMoveTheDisplaysToAndFroAreLeftAlone) {
     EXPECT_EQ(count(log, leftAlone("candidate subset(1) was")), 1U);
     EXPECT_EQ(count(log, restoredStacked(sig({1, 2, 3}))), 1U);
     EXPECT_EQ(invariant.run(), Lines{healthy});
-    // What stands in an ambiguous zigzag later is not theirs.
+    // An ambiguous zigzag that arises later is not their doing.
     simulator::perform({{"arrange", {{"2", {100, 0}}, {"3", {200, 100}}}}});
     EXPECT_EQ(invariant.run().back(), nothingUsable(sig({1, 2, 3})));
 }
@@ -451,7 +452,7 @@ TEST(ArrangementRepair, TheRowEndsTheZigzagThatSavedArrangementsDoNot) {
     EXPECT_EQ(invariant.run(), Lines{healthy});
 }
 
-TEST(ArrangementRepair, ArrangementsThatAllSucceedAreLeftAloneTooWhereTheyMoveToAndFro) {
+TEST(ArrangementRepair, ArrangementsThatSucceedButMoveBackAndForthAreLeftAloneToo) {
     const Places below{{2, 0, 100}};
     const Places right{{2, 100, 0}};
     ArrangementCheck invariant(sideBySide);
@@ -476,7 +477,7 @@ TEST(ArrangementRepair, RepairsThatOthersUndoAreNotHeldBack) {
     }
 }
 
-TEST(ArrangementRepair, OneCheckConfiguresOnlySoOften) {
+TEST(ArrangementRepair, OneCheckConfiguresALimitedNumberOfTimes) {
     ArrangementCheck invariant(ambiguous);
     json saved = json::object();
     for (int place = 0; place < 1000; ++place) {
@@ -488,7 +489,7 @@ TEST(ArrangementRepair, OneCheckConfiguresOnlySoOften) {
     EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
 }
 
-TEST(ArrangementRepair, WhatHasNoEffectIsNotTriedWithoutEnd) {
+TEST(ArrangementRepair, WhatHasNoEffectIsNotTriedEndlessly) {
     ArrangementCheck invariant(two);
     invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
@@ -502,8 +503,8 @@ TEST(ArrangementRepair, WhatHasNoEffectIsNotTriedWithoutEnd) {
               said("info", "restored exact arrangement for sig=" + sig({1, 2})));
 }
 
-/// How often one check of a staircase of 16 displays asks the system for anything, if so many saved
-/// arrangements like `places` are of no use.
+/// How often one check of a staircase of 16 displays calls each function, with this many useless
+/// saved arrangements like `places`.
 std::map<std::string, int> callsOfOneCheck(const Places& staircase, const Places& places,
                                            int arrangements) {
     ArrangementCheck invariant(staircase);
@@ -523,7 +524,7 @@ std::map<std::string, int> callsOfOneCheck(const Places& staircase, const Places
     return calls;
 }
 
-TEST(ArrangementRepair, ADamagedFileCostsNoMoreCallsTheMoreArrangementsItHolds) {
+TEST(ArrangementRepair, MoreArrangementsInADamagedFileCostNoMoreCalls) {
     Places staircase;
     Places grid;
     for (int i = 0; i < 16; ++i) {
@@ -537,7 +538,7 @@ TEST(ArrangementRepair, ADamagedFileCostsNoMoreCallsTheMoreArrangementsItHolds) 
     }
 }
 
-TEST(ArrangementRepair, UnusableOriginalsCountAsNone) {
+TEST(ArrangementRepair, UnusableOriginalsCountAsMissing) {
     ArrangementCheck invariant(two);
     writeFile(invariant.state(".display-originals"), R"({"version":2,"arrangements":{"a":[{}]}})");
     EXPECT_EQ(
@@ -586,7 +587,7 @@ TEST(ArrangementRepair, AnArrangementOfMorePositionsThanDisplaysIsPassedOver) {
     }
 }
 
-TEST(ArrangementRepair, SavedOriginsAsFarOutAsCanBeAreApplied) {
+TEST(ArrangementRepair, TheFarthestPossibleOriginsAreApplied) {
     constexpr int far = 1073741823;
     ArrangementCheck invariant(two);
     invariant.save({{sig({1, 2}), entries({{1, -far, far}, {2, far, -far}})}});

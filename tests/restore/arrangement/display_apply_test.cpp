@@ -57,7 +57,7 @@ class DisplayApplyTest : public ProcessTest {
     }
 };
 
-TEST_F(DisplayApplyTest, AnEmptyListFailsWithoutAWord) {
+TEST_F(DisplayApplyTest, AnEmptyListFailsSilently) {
     bool called = false;
     const auto hook = [&] { called = true; };
     EXPECT_FALSE(DisplayApply::applyOriginalsToHardware({}, hook, hook));
@@ -107,7 +107,7 @@ TEST_F(DisplayApplyTest, WithoutTheMainDisplayNothingIsShifted) {
               (Lines{begin, origin(7, 100, 200), origin(5, 1380, 200), completeForSession}));
 }
 
-TEST_F(DisplayApplyTest, OfTwoPositionsOfTheMainDisplayTheFirstAnchors) {
+TEST_F(DisplayApplyTest, TheFirstOfTwoPositionsOfTheMainDisplayAnchors) {
     EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
         {position(3, 10, 0), position(3, 20, 0), position(5, 1930, 0)}));
     EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(3, 10, 0), origin(5, 1920, 0),
@@ -238,7 +238,7 @@ INSTANTIATE_TEST_SUITE_P(
             applying +
                 "stopping: x of the origin of display 5 is inf, which does not fit in 64 bits\n"},
         Refusal{
-            "NoY", position(5, 0, notANumber),
+            "YIsNaN", position(5, 0, notANumber),
             applying +
                 "stopping: y of the origin of display 5 is nan, which does not fit in 64 bits\n"},
         Refusal{"YOf64Bits", position(7, 0, -1e308),
@@ -259,7 +259,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{
             "InfiniteShift", position(3, infinity, 0),
             "stopping: x of the shift to the main display is inf, which does not fit in 64 bits\n"},
-        Refusal{"NoShift", position(3, 0, notANumber),
+        Refusal{"ShiftIsNaN", position(3, 0, notANumber),
                 "stopping: y of the shift to the main display is nan, which does not fit in 64 "
                 "bits\n"}),
     [](const auto& refusal) { return refusal.param.name; });
@@ -283,7 +283,7 @@ TEST(StackedFallback, PutsTheOthersToTheRightOfTheMainDisplay) {
               (Positions{position(1, 0, 0), position(2, 1920, 0), position(3, 3200, 0)}));
 }
 
-TEST(StackedFallback, KeepsTheListsOrderWhereverTheMainDisplayStands) {
+TEST(StackedFallback, KeepsTheListsOrderWhereverTheMainDisplayIs) {
     const std::vector<DisplayFrame> displays{frame(3, CGRectMake(-2560, -1440, 2560, 1440)),
                                              frame(2, CGRectMake(1920, 1080, 1280, 800)),
                                              frame(1, CGRectMake(0, 0, 1920, 1080))};

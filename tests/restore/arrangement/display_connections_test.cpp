@@ -16,7 +16,7 @@ namespace {
 using nlohmann::json;
 using Serials = std::vector<std::string>;
 
-/// What was seen of three services, "none" for one without properties.
+/// Three services, and the serials of those visited; "none" for one without properties.
 class DisplayConnections : public ProcessTest {
   protected:
     DisplayConnections() {
@@ -45,7 +45,7 @@ TEST_F(DisplayConnections, AreShownInOrder) {
     EXPECT_EQ(seen_, (Serials{"A", "B", "C"}));
 }
 
-TEST_F(DisplayConnections, AreShownUntilOneIsEnough) {
+TEST_F(DisplayConnections, AreShownUntilTheVisitorHasEnough) {
     EXPECT_TRUE(visit(2));
     EXPECT_EQ(seen_, (Serials{"A", "B"}));
 }
@@ -57,12 +57,12 @@ TEST_F(DisplayConnections, OneWithoutPropertiesIsShownAsNull) {
     EXPECT_EQ(seen_, (Serials{"A", "none", "C"}));
 }
 
-TEST_F(DisplayConnections, ARegistryThatRefusesIsNoEmptyOne) {
+TEST_F(DisplayConnections, ARegistryThatRefusesIsNotAnEmptyOne) {
     simulator::addFault({{"call", "IOServiceGetMatchingServices"}, {"times", 1}, {"result", 5}});
     EXPECT_FALSE(visit(100));
     simulator::addFault({{"call", "IOServiceMatching"}, {"times", 1}, {"effect", false}});
     EXPECT_FALSE(visit(100));
-    // A registry without such services may answer with no iterator at all.
+    // A registry without such services may return no iterator at all.
     simulator::addFault({{"call", "IOServiceGetMatchingServices"}, {"times", 1}, {"result", 0}});
     EXPECT_TRUE(visit(100));
     EXPECT_EQ(seen_, Serials());

@@ -26,7 +26,7 @@ json display(CGDirectDisplayID id, json numbers, json portUUID = uuid1) {
             {"frame", {0, 0, 100, 100}}};
 }
 
-/// A display connection of vendor 1552 and model 41234, but for the properties given.
+/// A display connection of vendor 1552 and model 41234, except for the given properties.
 json connection(json properties) {
     json result = {{"DisplayVendorID", 1552}, {"DisplayProductID", 41234}};
     result.update(properties);
@@ -37,7 +37,7 @@ json withSerial(const std::string& serial) {
     return connection({{"DisplaySerialString", serial}});
 }
 
-// Each arrangement begins a new process, and the end of each shows what it has left behind.
+// Each start() begins a new process, and the end of each shows what it has left behind.
 class DisplayIdentityTest : public ProcessTest {};
 
 TEST_F(DisplayIdentityTest, FingerprintIsVendorModelAndSerial) {
@@ -118,7 +118,7 @@ TEST_F(DisplayIdentityTest, EdidSerialIsThatOfTheFirstMatchingConnectionThatHasO
 
 TEST_F(DisplayIdentityTest, EdidNumbersMustBeWholeAndFitIn32UnsignedBits) {
     struct Case {
-        json number;  // what stands in the registry
+        json number;  // in the registry
         std::uint32_t wanted;
         bool matches;
     };
@@ -280,7 +280,7 @@ Lines uuidsOf(const std::vector<CGDirectDisplayID>& displays) {
     return uuids;
 }
 
-TEST_F(DisplayIdentityTest, AllAreNamedTogetherAsEachIsAlone) {
+TEST_F(DisplayIdentityTest, NamingAllTogetherGivesTheSameNames) {
     start({{"displays", json::array({display(9, {10, 20, 30}, uuid2), display(7, {10, 20, 30}),
                                      display(8, {10, 20, 31}), display(6, {0, 20, 30}, nullptr),
                                      display(5, {10, 21, 0}), display(4, {0, 20, 30}, nullptr)})},
@@ -309,7 +309,7 @@ TEST_F(DisplayIdentityTest, ADisplayPluggedInBetweenTwoCallsIsSeen) {
     EXPECT_EQ(displayUUID(7, {{7, 8}}), "HW-10-20-30");
 }
 
-TEST_F(DisplayIdentityTest, NothingOfTheMacIsChanged) {
+TEST_F(DisplayIdentityTest, NothingOnTheMacIsChanged) {
     start({{"displays",
             json::array({display(7, {1552, 41234, 0}), display(8, {1552, 41234, 0}, uuid2)})},
            {"registry", json::array({withSerial("A")})}});

@@ -28,7 +28,7 @@ TEST(MainApplicationLayout, HealthyHardwareIsLeftAlone) {
 
 TEST(MainApplicationLayout, OnHealthyHardwareTheMarksOfTheseDisplaysAreStale) {
     ArrangementCheck invariant(sideBySide);
-    // The marks of others would match: only the signature keeps them.
+    // The marks of other signatures would match as well; only the signature keeps them.
     invariant.markAll({sig({1}), sig({1, 2}), sig({1, 3})}, {{1, 0, 0}, {2, 0, 100}});
     EXPECT_EQ(
         invariant.run(),
@@ -81,7 +81,7 @@ TEST(MainApplicationLayout, NoTwoFailuresToReadAMarkMakeItStale) {
     }
 }
 
-TEST(MainApplicationLayout, MarksStayWhenTheLayoutCouldNotBeLookedAt) {
+TEST(MainApplicationLayout, MarksStayIfTheLayoutCouldNotBeRead) {
     ArrangementCheck invariant(two);
     invariant.markAll({sig({1, 2})}, sideBySide);
     simulator::addFault({{"call", "CGDisplayBounds"}, {"effect", false}, {"times", 2}});
@@ -89,7 +89,7 @@ TEST(MainApplicationLayout, MarksStayWhenTheLayoutCouldNotBeLookedAt) {
     EXPECT_EQ(invariant.marks().size(), 3U);
 }
 
-TEST(MainApplicationLayout, ADisplayThatHasJustGoneTouchesNobody) {
+TEST(MainApplicationLayout, AJustDisconnectedDisplayTouchesNoOther) {
     // Its bounds read as a point in the main display's corner.
     const Places left{{1, 0, 0}, {2, -100, 0}};
     for (int call = 0; call < 4; ++call) {
@@ -134,7 +134,7 @@ TEST(MainApplicationLayout, EachKindOfStaleMarkIsClearedAlone) {
     }
 }
 
-TEST(MainApplicationLayout, ALayoutThatOnlyAMarkTellsIsRestored) {
+TEST(MainApplicationLayout, ALayoutRecognisedOnlyByAMarkIsRestored) {
     const Places marked{{1, 0, 0}, {2, 98, 2}};  // two points off in each direction
     const json layouts{{sig({1, 2}), {entries({{9, 0, 0}}), entries(marked)}}};
     const std::map<std::string, int> versions{{"side-pinned", 2}, {"native-mirrored", 1}};
@@ -151,7 +151,7 @@ TEST(MainApplicationLayout, ALayoutThatOnlyAMarkTellsIsRestored) {
     }
 }
 
-TEST(MainApplicationLayout, UnusableMarksCountAsNoneAndStay) {
+TEST(MainApplicationLayout, UnusableMarksCountAsMissingAndStay) {
     const std::string bad = R"({"version":9})";
     const auto unusable = [](const std::string& kind) {
         return "warn: " + kind + "-sets file wrong version/unparseable, treating as empty";

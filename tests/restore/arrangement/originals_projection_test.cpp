@@ -23,7 +23,7 @@ std::vector<Arrangement> project(const Arrangements& arrangements,
     return OriginalsProjection::projectedSupersetArrangements(arrangements, active);
 }
 
-/// The same entries where another arrangement saved them.
+/// These entries as another arrangement has saved them, `x` further to the right.
 Arrangement moved(Arrangement entries, double x) {
     for (OriginalsEntry& entry : entries) {
         entry.x += x;
@@ -50,7 +50,7 @@ TEST(OriginalsProjection, NothingStoredYieldsNothing) {
     EXPECT_EQ(project({{"P,Q", {}}}, {"P"}), std::vector<Arrangement>{});
 }
 
-TEST(OriginalsProjection, TheExactArrangementIsNoSuperset) {
+TEST(OriginalsProjection, TheExactArrangementIsNotASuperset) {
     EXPECT_EQ(project({{"P,Q", {p, q}}}, {"P", "Q"}), std::vector<Arrangement>{});
 }
 
@@ -62,12 +62,12 @@ TEST(OriginalsProjection, AnArrangementThatLacksAnActiveDisplayYieldsNothing) {
 TEST(OriginalsProjection, TheSmallestSupersetComesFirst) {
     const Arrangement inFour = moved({p, q}, 100);
     const Arrangement ofFour{inFour[0], inFour[1], r, s};
-    // The signatures in the order opposite to the sizes.
+    // The signatures sort opposite to the sizes.
     EXPECT_EQ(project({{"A", ofFour}, {"B", {p, q, r}}}, {"P", "Q"}),
               (std::vector<Arrangement>{{p, q}, inFour}));
 }
 
-TEST(OriginalsProjection, OfEqualSizesTheLesserSignatureComesFirst) {
+TEST(OriginalsProjection, AmongEqualSizesTheLesserSignatureComesFirst) {
     const Arrangement withS = moved({p, q}, 100);
     const Arrangement withT = moved({p, q}, 200);
     EXPECT_EQ(project({{"P,Q,S", {withS[0], withS[1], s}},

@@ -174,7 +174,7 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
          {{"A", {a1}}},
          R"(["Q": "Z"])"},
         {"nothing but an empty arrangement", {{"Q", "Z"}}, {{"B", {}}}, {}, R"(["Q": "Z"])"},
-        {"a signature that disagrees is formed anew",
+        {"a signature that disagrees is rebuilt",
          {{"Q", "Z"}},
          {{"wrong", {b3, a1}}},
          {{"A,B", {b3, a1}}},
@@ -194,8 +194,9 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
         {"no arrangements", {{"A", "Z"}}, {}, {}, ""},
     };
     for (const Migration& c : cases) {
-        const std::string before = nlohmann::json::parse(tolvaran::json::write(file(c.before)))
-                                       .dump(1);  // never written so by us
+        // Not as the store writes it.
+        const std::string before =
+            nlohmann::json::parse(tolvaran::json::write(file(c.before))).dump(1);
         writeFile(path_, before);
         OriginalsStore::migrateUUIDs(c.mapping, path_);
         const bool changes = !c.mappingText.empty();

@@ -64,7 +64,7 @@ TEST_F(RepairAttemptsTest, AnotherSetOfDisplaysIsANewSituation) {
     exhaust(at(1));
     repair_attempts::beginCheck({2, 1});  // the same in another order
     EXPECT_FALSE(mayTry(at(1)));
-    repair_attempts::beginCheck({});  // could not be listed
+    repair_attempts::beginCheck({});  // the displays could not be listed
     EXPECT_FALSE(mayTry(at(1)));
     repair_attempts::beginCheck({1, 3});
     EXPECT_TRUE(mayTry(at(1)));
@@ -78,7 +78,7 @@ TEST_F(RepairAttemptsTest, ARunOfTheMainApplicationIsANewSituation) {
     exhaust(at(1));
 }
 
-TEST_F(RepairAttemptsTest, WhatBroughtTheDisplaysIntoOrderIsNotHeldAgainstIt) {
+TEST_F(RepairAttemptsTest, AttemptsThatBroughtOrderDoNotCount) {
     for (int move = 0; move < 10; ++move) {
         EXPECT_EQ(noteAttempt(at(1), Effect::settled), NextStep::goOn);
         repair_attempts::noteOrder();

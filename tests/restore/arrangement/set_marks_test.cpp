@@ -27,7 +27,7 @@ const MarkedLayout ab = {markedA, markedB};
 const MarkedLayout ba = {markedB, markedA};
 const MarkedLayout onlyC = {markedC};
 
-/// What a file holds, written as nobody here writes it, so that a rewrite shows.
+/// A file's content in a form that no store writes, so that a rewrite shows.
 std::string indented(const std::string& text) {
     return nlohmann::json::parse(text).dump(1);
 }
@@ -37,7 +37,7 @@ std::string lettersOf(std::string kind) {
     return kind;
 }
 
-// What the stores have in common, one row a store.
+// What the stores have in common; one row per store.
 
 struct Store {
     std::string kind;
@@ -103,7 +103,7 @@ TEST_P(SetMarksTest, LivesInTheStateDirectory) {
     EXPECT_EQ(GetParam().defaultPath(), "/some/support/State/" + GetParam().kind + "-sets.json");
 }
 
-TEST_P(SetMarksTest, NoReadableFileIsAnEmptyStoreWithoutAWord) {
+TEST_P(SetMarksTest, WithoutAReadableFileTheStoreIsSilentlyEmpty) {
     EXPECT_EQ(GetParam().signatures(marks_), Lines());
     EXPECT_EQ(GetParam().signatures(path("")), Lines());
     GetParam().clear("A,B", marks_);
@@ -287,7 +287,7 @@ class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>,
                std::to_string(GetParam().version) + "}";
     }
 
-    /// Writes a file with these layouts as nobody here writes it. @return the file's content
+    /// Writes a file with these layouts, in a form that no store writes. @return its content
     std::string store(const MarkedLayouts& arrangements) const {
         const std::string content = indented(text(arrangements));
         writeFile(marks_, content);
@@ -393,7 +393,7 @@ struct Match {
     bool matches;
 };
 
-TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAllStandInPlace) {
+TEST_P(LayoutSetsStoreTest, MatchesALayoutWhoseDisplaysAreAllInPlace) {
     const Origins inPlace = {{"A", {1, 2}}, {"B", {3, 4}}};
     const double justMore = std::nextafter(2.0, 3.0);
     const MarkedLayout atZero = {{.uuid = "A", .x = 0, .y = 0}};
@@ -487,7 +487,7 @@ TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
     }
 }
 
-// What differs.
+// What differs between the stores.
 
 TEST(SetMarksVersions, DifferOnPurpose) {
     static_assert(SeparatedSetsStore::fileVersion == 1);

@@ -44,7 +44,7 @@ std::string describe(const Frames& frames) {
     return text;
 }
 
-/// Both answers, the log included, with the displays listed in every order.
+/// Checks both answers and the log, with the displays listed in every order.
 void expectInEveryOrder(Frames frames, bool zigzag, bool full) {
     std::vector<std::size_t> order(frames.size());
     for (std::size_t i = 0; i < order.size(); ++i) {
@@ -81,7 +81,7 @@ std::ostream& operator<<(std::ostream& out, const Layout& layout) {
 
 class ZigzagLayout : public testing::TestWithParam<Layout> {};
 
-TEST_P(ZigzagLayout, IsToldInEveryOrder) {
+TEST_P(ZigzagLayout, IsRecognisedInEveryOrder) {
     expectInEveryOrder(GetParam().frames, GetParam().zigzag, GetParam().full);
 }
 
@@ -124,8 +124,8 @@ const std::vector<Layout> layouts{
     {"TwoPairsApart", {at(0, 0), at(100, 100), at(1000, 0), at(1100, 100)}, true, false},
     {"FarApart", {at(0, 0), at(1000, 1000)}, false, false},
 
-    // What is not finite. The third display of the first layout would bridge the other two if its
-    // missing x were left out of account.
+    // Values that are not finite. The third display of the first layout would bridge the other two
+    // if its missing x were ignored.
     {"BridgeWithoutX", {at(0, 0), at(100, 100), at(notANumber, 100, 100, 1)}, true, false},
     {"BridgeWithoutY", {at(0, 0), at(100, 100), at(100, notANumber, 1, 100)}, true, false},
     {"NoX", {at(0, 0), at(notANumber, 100)}, false, false},
@@ -252,8 +252,8 @@ class Grid {
         bool operator==(const Answer&) const = default;
     };
 
-    /// What two intervals, both longer than the tolerance, have in common: what their lengths
-    /// exceed the length of their hull by.
+    /// The overlap of two intervals, both longer than the tolerance: the sum of their lengths less
+    /// the length of their hull.
     static double common(double a, double lengthOfA, double b, double lengthOfB) {
         return lengthOfA + lengthOfB - (std::max(a + lengthOfA, b + lengthOfB) - std::min(a, b));
     }
@@ -262,7 +262,7 @@ class Grid {
         const double x = common(a.origin.x, a.size.width, b.origin.x, b.size.width);
         const double y = common(a.origin.y, a.size.height, b.origin.y, b.size.height);
         if (std::min(x, y) < -1 || std::min(x, y) > 1) {
-            return Meeting::none;  // apart in one direction, or lying over each other
+            return Meeting::none;  // apart in one direction, or overlapping
         }
         return std::max(x, y) > 1 ? Meeting::side : Meeting::corner;
     }
@@ -330,7 +330,7 @@ class Grid {
     std::array<std::array<int, 2>, 2> seen_{};  // by zigzag, then by full
 };
 
-// With one point a cell, displays one cell apart still touch; with two points a cell they do not.
+// With one point per cell, displays one cell apart still touch; with two points they do not.
 TEST(ZigzagOnAGrid, TwoDisplays) {
     Grid({{2, 3}, {3, 2}}, {9, 9}, 1.0).compareAll(2);
     Grid({{1, 1}, {2, 1}}, {8, 8}, 2.0).compareAll(2);

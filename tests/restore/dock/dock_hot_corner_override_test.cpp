@@ -25,7 +25,7 @@ class HotCornerLeases : public ProcessTest {
   protected:
     HotCornerLeases() { start(usersMac()); }
 
-    /// The text of what entering throws; empty when it succeeds.
+    /// The text of the error that entering throws; empty if it succeeds.
     std::string enteringError(DockHotCornerLeaseOwner owner, const std::string& domain = theDock) {
         try {
             DockHotCornerOverride::enter(owner, path_, domain);
@@ -46,7 +46,7 @@ class HotCornerLeases : public ProcessTest {
     void synchronizingFails() { failCalls("CFPreferencesAppSynchronize", false); }
     void writingFails() { failCalls("rename", "EIO"); }
 
-    /// The error of a write that fails so.
+    /// The text of the error of such a write.
     std::string writeError() const {
         return "could not persist hot-corner snapshot: write " + path_ + ": rename " + path_ +
                ": Input/output error";
@@ -388,7 +388,7 @@ TEST_F(HotCornerLeases, TheWarningOfALastExitIsTheSameWhateverMadeTheRestoreFail
                                path_ + " for retry"});
 }
 
-TEST_F(HotCornerLeases, ALastExitRestoresAlsoWhenALostFileCannotBePutBack) {
+TEST_F(HotCornerLeases, ALastExitRestoresEvenIfALostFileCannotBePutBack) {
     enter(gameMode);
     std::filesystem::remove(path_);
     writingFails();
@@ -537,7 +537,7 @@ TEST_F(HotCornerLeases, RecoveryKeepsASnapshotThatItCannotRestore) {
     expectUsersCorners();
 }
 
-TEST_F(HotCornerLeases, RecoveryRestoresAlsoWhatItCannotWriteAgain) {
+TEST_F(HotCornerLeases, RecoveryRestoresEvenWhatItCannotWriteAgain) {
     enter(gameMode);
     synchronizingFails();
     exit(gameMode);

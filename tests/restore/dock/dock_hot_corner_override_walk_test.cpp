@@ -1,17 +1,17 @@
 // Every sequence of operations on the hot-corner leases, up to a length, instead of examples.
 //
-// A depth-first search goes through all sequences over the letters below. It does not begin anew
+// A depth-first search goes through all sequences over the letters below. It does not start over
 // for each of them: it copies the moment that a prefix leads to (the Mac, the file, the memory of
-// the process) and goes back to it for every letter that may follow. After each step, what the
+// the process) and returns to it for every letter that may follow. After each step, what the
 // operation returned, logged and left behind is compared with a model that knows the corners only
 // as the user's or suppressed, and one rule is checked on the Mac and the file themselves: the
-// user's corners are never lost. A letter that changes nothing, such as the exit of an owner that
-// holds no lease, is followed by nothing that is not followed without it, and so not gone beyond.
+// user's corners are never lost. A letter that changes nothing, such as the exit of an owner
+// without a lease, is not followed further: whatever may follow it also follows without it.
 //
-// The full length is 6: more than a million sequences. Builds with sanitizers are slower and go as
-// far as TOLVARAN_LEASE_WALK_LENGTH in CMakeLists.txt says. The second test has no such limit in
-// any build: it goes on until no letter leads to a moment that it has not met before. That covers
-// sequences of every length, and of more letters.
+// The full length is 6: more than a million sequences. Builds with sanitizers are slower and stop
+// earlier (TOLVARAN_LEASE_WALK_LENGTH in CMakeLists.txt). The second test has no such limit: it
+// goes on until no letter leads to a new moment. That covers sequences of every length, with more
+// letters.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -46,7 +46,7 @@ enum class Kind {
     writeFails,
     removeFails,
     dockRefuses,  // the Dock's setter does nothing
-    // Somebody removes the snapshot's file.
+    // The snapshot's file is removed.
     loseFile,
 };
 
@@ -93,7 +93,7 @@ const std::map<Kind, json> faults = {
     {Kind::dockRefuses, {{"call", "CoreDockSetExposeCornerActionWithModifier"}, {"effect", false}}},
 };
 
-/// What an operation gives back, as text: an outcome, an error, or how it ended.
+/// What an operation returns, as text: an outcome, an error, or how it ended.
 struct Answer {
     std::string result;
     Lines log;
@@ -103,7 +103,7 @@ struct Answer {
 
 // --- The model.
 
-/// What is expected of the system. Of the corners it knows only whether they are suppressed.
+/// What is expected of the system. It knows of the corners only whether they are suppressed.
 class Model {
   public:
     explicit Model(std::string path) : path_(std::move(path)) {}
@@ -150,7 +150,7 @@ class Model {
         }
     }
 
-    /// Writes the corners; tells whether that is certain to have worked.
+    /// Writes the corners. @return whether that has certainly worked
     bool write(bool suppress) {
         preferencesSuppressed = suppress;
         if (troubles.contains(Kind::synchronizeFails)) {
@@ -166,7 +166,7 @@ class Model {
     bool restore() { return write(false); }
     bool ensureSuppressed() { return (preferencesSuppressed && dockSuppressed) || suppress(); }
 
-    /// Sees to it that the snapshot is on disk.
+    /// Puts the snapshot on disk. @return whether it is there
     bool save() {
         onDisk = onDisk || !troubles.contains(Kind::writeFails);
         return onDisk;
@@ -319,8 +319,7 @@ class Walk {
     const Moment& start() const { return start_; }
     std::size_t steps() const { return steps_; }
 
-    /// Follows one letter from a moment. The test has failed when the system does not do as the
-    /// model.
+    /// Follows one letter from a moment. Fails the test if the system differs from the model.
     Moment step(const Moment& before, const Letter& letter) {
         ++steps_;
         goBackTo(before);
@@ -349,7 +348,7 @@ class Walk {
             if (testing::Test::HasFailure()) {
                 break;  // one failure says enough
             }
-            // Where a letter changes nothing at all, what may follow it is what may follow here.
+            // If a letter changes nothing at all, what may follow it is what may follow here.
             sequences += 1 + (areSame(after, before) ? sequenceCount(length - 1)
                                                      : explore(after, length - 1));
         }
@@ -470,15 +469,15 @@ TEST(HotCornerLeaseWalk, NeverLosesTheUsersCornersInAnySequence) {
     RecordProperty("steps", std::to_string(walk.steps()));
 }
 
-/// One accident is enough: nothing can bring back a snapshot of which both copies are taken away
-/// while it is needed.
+/// One accident is enough: nothing can bring back a snapshot that has lost both copies while it is
+/// needed.
 bool takesTheLastCopy(const Model& model, const Letter& letter) {
     const bool fromDisk = letter.kind == Kind::loseFile && !model.inMemory;
     const bool fromMemory = letter.kind == Kind::restart && !model.onDisk;
     return model.suppressed() && (fromDisk || fromMemory);
 }
 
-TEST(HotCornerLeaseStates, NeverLoseTheUsersCornersInAnySequenceWhatever) {
+TEST(HotCornerLeaseStates, NeverLoseTheUsersCornersInASequenceOfAnyLength) {
     std::vector<Letter> all = letters;
     all.insert(all.end(), furtherLetters.begin(), furtherLetters.end());
     Walk walk;

@@ -93,7 +93,7 @@ TEST(DockHotCornerSnapshot, KeepsEveryFieldUnderItsOwnKey) {
     }
 }
 
-TEST(DockHotCornerSnapshot, GoesByTheLiveStateWhereThereIsOne) {
+TEST(DockHotCornerSnapshot, UsesTheLiveStateIfThereIsOne) {
     const Snapshot snapshot(5, 6, 5, 6, 5, 6, 5, 6, Values({10, 11, 12, 13}), Values({1, 2, 3, 4}));
     EXPECT_EQ(snapshot.effectiveActions(), (HotCornerValues{10, 11, 12, 13}));
     EXPECT_EQ(snapshot.effectiveModifiers(), (HotCornerValues{1, 2, 3, 4}));
@@ -135,7 +135,7 @@ const std::vector<std::pair<Values, Values>> badPairs = {
     {Values({1, 1, 1, 1}), Values({0, 0, 0, least - 1})},
 };
 
-TEST(DockHotCornerSnapshot, ConstructorDropsLiveListsThatAreNoPair) {
+TEST(DockHotCornerSnapshot, ConstructorDropsLiveListsThatAreNotAPair) {
     const Snapshot preferencesOnly(1, 2, 3, 4, 5, 6, 7, 8, none, none);
     for (const auto& [actions, modifiers] : badPairs) {
         EXPECT_EQ(Snapshot(1, 2, 3, 4, 5, 6, 7, 8, actions, modifiers), preferencesOnly);
@@ -202,7 +202,7 @@ TEST(DockHotCornerSnapshot, SaysWhyItCannotBeRead) {
          "\"liveActions\": is not an integer"},
         {R"({"liveActions":[1,1,1,1],"liveModifiers":[0,0.5,0,0]})",
          "\"liveModifiers\": is not an integer"},
-        // Every field's type is looked at before any value is.
+        // Every field's type is checked before any value.
         {R"({"tlCorner":4294967296,"liveModifiers":false})", "\"liveModifiers\": is not an array"},
         {"[]", "is not an object"},
         {"null", "is not an object"},
@@ -214,7 +214,7 @@ TEST(DockHotCornerSnapshot, SaysWhyItCannotBeRead) {
     }
 }
 
-TEST(DockHotCornerSnapshot, ReadsWhatMeansTheSame) {
+TEST(DockHotCornerSnapshot, ReadsEquivalentForms) {
     EXPECT_EQ(tolvaran::json::read<Snapshot>(
                   R"({"tlCorner":5.0,"trCorner":1,"trCorner":2,"liveActions":null,"more":[{}]})"),
               Snapshot(5, none, 2, none, none, none, none, none, none, none));

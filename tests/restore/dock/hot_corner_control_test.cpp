@@ -21,13 +21,13 @@ namespace Override = DockHotCornerOverride;
 
 const std::string foreign = "com.example.dock";
 
-/// Everything that can be wrong at once with a Mac.
+/// Everything that can be wrong with a Mac at once.
 struct Trouble {
     bool syncFails = false;      // CFPreferencesAppSynchronize refuses
-    bool setterMissing = false;  // the Dock's functions are not there
+    bool setterMissing = false;  // the Dock's functions are missing
     bool getterMissing = false;
     bool unreadable = false;  // the getter leaves the values alone
-    bool stubborn = false;    // the setter does nothing: the live state is other than asked
+    bool stubborn = false;    // the setter does nothing
     bool foreignDomain = false;
 
     std::string domain() const { return foreignDomain ? foreign : theDock; }
@@ -150,7 +150,7 @@ TEST_F(HotCornerControl, WritesTheSuppressionInOneOrderWhateverFails) {
 }
 
 // A Dock that ignores the call is not a failure if it already shows what was asked for.
-TEST_F(HotCornerControl, IsContentWithADockThatShowsTheSuppressionAlready) {
+TEST_F(HotCornerControl, AcceptsADockThatAlreadyShowsTheSuppression) {
     json mac = usersMac();
     mac["dock"] = {{"cornerActions", suppressedCorners[0]},
                    {"cornerModifiers", suppressedCorners[1]}};
@@ -163,7 +163,7 @@ TEST_F(HotCornerControl, IsContentWithADockThatShowsTheSuppressionAlready) {
     }
 }
 
-/// What stands in the way of leaving a suppression as it is.
+/// A state before suppressing, and whether each half of it is suppressed already.
 struct Suppression {
     std::string name;
     json preferences;
@@ -178,14 +178,14 @@ std::vector<Suppression> suppressions() {
     oneMissing.erase("wvous-bl-corner");
     json oneActive = disabled;
     oneActive["wvous-br-corner"] = 2;
-    json noNumber = disabled;
-    noNumber["wvous-tr-corner"] = "1";
+    json notANumber = disabled;
+    notANumber["wvous-tr-corner"] = "1";
     return {
         {"in force", disabled, suppressedCorners, true, true},
         {"not in force", usersPreferences(), usersCorners, false, false},
         {"one preference missing", oneMissing, suppressedCorners, false, true},
         {"one preference active", oneActive, suppressedCorners, false, true},
-        {"one preference no number", noNumber, suppressedCorners, false, true},
+        {"one preference not a number", notANumber, suppressedCorners, false, true},
         {"one corner live", disabled, {{1, 1, 1, 2}, {0, 0, 0, 0}}, true, false},
         {"one modifier live", disabled, {{1, 1, 1, 1}, {0, 0, 1, 0}}, true, false},
     };
@@ -309,7 +309,7 @@ TEST_F(HotCornerControl, ReadsTheUsersCorners) {
     EXPECT_EQ(takeLog(), Lines{});
 }
 
-TEST_F(HotCornerControl, ReadsPreferencesAloneWhereTheDockCannotBeAsked) {
+TEST_F(HotCornerControl, ReadsOnlyPreferencesIfTheDockCannotBeAsked) {
     DockHotCornerSnapshot preferencesOnly = usersSnapshot();
     preferencesOnly.liveActions.reset();
     preferencesOnly.liveModifiers.reset();

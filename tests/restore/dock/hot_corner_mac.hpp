@@ -24,8 +24,8 @@ inline nlohmann::json usersPreferences() {
             {"orientation", "left"}};
 }
 
-/// A Mac whose user has set up hot corners; the running Dock has been told of a modifier that the
-/// preferences do not hold.
+/// A Mac whose user has set up hot corners; the running Dock also has a modifier that the
+/// preferences lack.
 inline nlohmann::json usersMac() {
     return {
         {"preferences", {{theDock, usersPreferences()}}},
@@ -100,7 +100,7 @@ inline std::string setsCorner(std::int64_t action, std::int64_t corner, std::int
 
 inline const std::string readsCorners = "CoreDockGetExposeCornerActionsWithModifiers []";
 
-/// Synchronising, and then, whatever came of it, both notifications.
+/// Synchronising, then both notifications, whether or not it succeeded.
 inline Lines announces(bool success, const std::string& domain = theDock) {
     return {synchronizes(success, domain), posts("com.apple.dock.prefchanged"),
             posts("com.apple.dock.hotcorner.updated")};

@@ -17,7 +17,7 @@ namespace Override = DockHotCornerOverride;
 
 class HotCornerSnapshotFile : public ProcessTest {
   protected:
-    /// What saving throws, as text.
+    /// The reason of the error that saving throws, or "saved".
     std::string savingError(const DockHotCornerSnapshot& snapshot, const std::string& path) {
         try {
             Override::saveSnapshotOrThrow(snapshot, path);
@@ -57,7 +57,7 @@ TEST_F(HotCornerSnapshotFile, ReplacesAnOlderSnapshot) {
     EXPECT_EQ(readFile(path_), "{}");
 }
 
-TEST_F(HotCornerSnapshotFile, DeletesWithoutAWord) {
+TEST_F(HotCornerSnapshotFile, DeletesSilently) {
     Override::saveSnapshot(usersSnapshot(), path_);
     Override::deleteSnapshot(path_);
     EXPECT_FALSE(Override::isPending(path_));

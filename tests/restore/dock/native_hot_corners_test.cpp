@@ -23,7 +23,7 @@ const std::string setter = "CoreDockSetExposeCornerActionWithModifier";
 
 class NativeHotCornersTest : public ProcessTest {
   protected:
-    /// A new process on the user's Mac, which lacks these.
+    /// A new process on the user's Mac, without these functions or libraries.
     void startWithout(const json& unavailable) {
         json mac = usersMac();
         mac["unavailable"] = unavailable;
@@ -65,8 +65,8 @@ TEST_F(NativeHotCornersTest, NeedsBothFunctions) {
     EXPECT_TRUE(NativeHotCorners::areAvailable());
 }
 
-// A function that the library lacks is not looked for elsewhere; only a library that cannot be
-// opened is.
+// The process is searched only if the library cannot be opened, not for a function that the library
+// lacks.
 TEST_F(NativeHotCornersTest, FallsBackToTheProcessOnlyWithoutTheLibrary) {
     startWithout(json::array());
     simulator::addFault({{"call", "dlopen"}, {"effect", false}});

@@ -113,8 +113,8 @@ TEST_F(ScreenSaverHold, SaysThatTheMarkerCannotBeRemoved) {
     EXPECT_TRUE(Hold::isPending(marker_));
 }
 
-// A process that is killed in between has asked already and will ask again; the other way round the
-// screen saver would be held back for ever.
+// A process that is killed in between has asked already and will ask again; in the other order the
+// screen saver would be held back forever.
 TEST_F(ScreenSaverHold, EndsBeforeItRemovesTheMarker) {
     std::filesystem::create_directories(marker_);
     Lines callsWhenRemovalFails;

@@ -94,7 +94,7 @@ TEST(MenuBarGlobalPreferences, AreReadWithAnEmptyListForNoDisplays) {
         (Snapshot{.displayVisibilityOverrides = std::vector<MenuBarDisplayVisibilityOverride>{}}));
 }
 
-TEST(MenuBarGlobalPreferences, AreNotReadWithDisplaysWhereThoseCannotBeRead) {
+TEST(MenuBarGlobalPreferences, AreNotReadIfTheDisplaysCannotBeRead) {
     for (const SkyLight& skyLight : SkyLight::all()) {
         json mac = macWith({display(7, 1, 1)});
         mac["unavailable"] = skyLight.missing();
@@ -106,7 +106,7 @@ TEST(MenuBarGlobalPreferences, AreNotReadWithDisplaysWhereThoseCannotBeRead) {
     }
 }
 
-/// A change of both preferences, in a Mac that may refuse.
+/// A change of both preferences, on a Mac that may refuse.
 struct Change {
     Value hide;
     Value visibleInFullscreen;
@@ -141,7 +141,7 @@ std::vector<Change> everyChange() {
     return changes;
 }
 
-/// A Mac on which everything is the other way round than the change wants it.
+/// A Mac where everything is the opposite of what the change wants.
 json macBefore(const Change& change) {
     json mac = macWithPreferences(
         {{hideKey, "before"}, {visibleInFullscreenKey, "before"}, {"AppleLocale", "de_CH"}});
@@ -259,7 +259,7 @@ bool isPolicyNotification(const json& userInfo) {
         static_cast<CFDictionaryRef>(object.get()));
 }
 
-TEST(MenuBarGlobalPreferences, OwnNotificationsAreKnownByTheirMarker) {
+TEST(MenuBarGlobalPreferences, OwnNotificationsAreRecognisedByTheirMarker) {
     SimulatedProcess process;
     EXPECT_TRUE(isPolicyNotification({{markerKey, true}}));
     EXPECT_TRUE(isPolicyNotification({{"other", 1}, {markerKey, true}}));

@@ -65,7 +65,7 @@ class SkyLight {
     unsigned present_;
 };
 
-// Displays. One with a serial number is "HW-1552-41234-" and the serial number.
+// Displays. A hardware ID is "HW-1552-41234-" and the serial number.
 
 inline std::string hardwareID(std::uint32_t serial) {
     return "HW-1552-41234-" + std::to_string(serial);

@@ -161,7 +161,7 @@ TEST(MenuBarMatcher, AnAmbiguityBelowTheBestDisplayDoesNotMatter) {
     EXPECT_THAT(resolve({recordWithHardware}, {one, other, best}), ElementsAre("display 2"));
 }
 
-TEST(MenuBarMatcher, OfSeveralRecordsTheOneThatFitsBestGetsTheDisplay) {
+TEST(MenuBarMatcher, TheBestFittingOfSeveralRecordsGetsTheDisplay) {
     const Candidate display{1, "HW-1", "C", "HW-1", "P"};
     const Record byHardware = record("x", "HW-1", "Q");
     const Record byCanonical = record("C", {}, "Q");
@@ -175,7 +175,7 @@ TEST(MenuBarMatcher, OfSeveralRecordsTheOneThatFitsBestGetsTheDisplay) {
                 ElementsAre("superseded", "superseded", "display 1"));
 }
 
-TEST(MenuBarMatcher, OfRecordsThatFitAlikeTheLastGetsTheDisplay) {
+TEST(MenuBarMatcher, TheLastOfEquallyFittingRecordsGetsTheDisplay) {
     const Candidate display{1, "HW-1", "C", "HW-1", "P"};
     const Record one = record("C", "x", "Q");
     const Record other = record("HW-1", "y", "Q");
@@ -191,9 +191,8 @@ TEST(MenuBarMatcher, ARecordThatLosesItsDisplayIsNotMovedToAnother) {
                 ElementsAre("display 1", "superseded"));
 }
 
-// Every assignment of identities to several records and displays, against the rules stated once
-// more in another form: by ranks of pairs that are known beforehand, and without an order of
-// evaluation.
+// Every assignment of identities to several records and displays, against the rules in another
+// form: by ranks of pairs that are known beforehand, without an order of evaluation.
 
 /// How well a record fits a display, 0 for not at all.
 int rank(const Record& saved, const Candidate& display) {
@@ -323,7 +322,7 @@ struct Assignment {
 /// Resolves one assignment after the other.
 class Checker {
   public:
-    /// False after reporting that the assignment is resolved otherwise than expected.
+    /// Reports an assignment that is not resolved as expected, and returns false.
     bool check(const Assignment& assignment) {
         fill(assignment);
         const std::vector<Target> targets = resolveMenuBarRecords(records_, candidates_);
@@ -419,7 +418,7 @@ bool forEachList(std::size_t count, std::size_t limit, Lists lists,
     return true;
 }
 
-/// Checks every assignment of the domain to so many records and displays.
+/// Checks every assignment of the domain to this many records and displays.
 /// @param displays with Lists::ascending, assignments that differ only in the order of the displays
 ///                 count as one
 /// @return the kinds of target that came up

@@ -14,11 +14,11 @@ using Snapshot = MenuBarAutohideSnapshot;
 
 const Record desk{
     .canonicalID = "HW-1-2-3", .hardwareID = "HW-1-2-3", .portUUID = "P-1", .enabled = true};
-const Record beamer{.canonicalID = "P-2", .portUUID = "P-2", .enabled = false};
+const Record projector{.canonicalID = "P-2", .portUUID = "P-2", .enabled = false};
 
 const Snapshot full{.hideMenuBar = 1,
                     .visibleInFullscreen = 0,
-                    .displayVisibilityOverrides = {{desk, beamer}},
+                    .displayVisibilityOverrides = {{desk, projector}},
                     .globalRestored = true,
                     .pendingOnly = false};
 
@@ -51,12 +51,12 @@ TEST(MenuBarSnapshot, EveryFieldMayBeNullAndOtherKeysAreIgnored) {
 TEST(MenuBarSnapshot, ARecordsHardwareIDMayBeMissingOrNull) {
     const std::string beginning =
         R"({"displayVisibilityOverrides":[{"canonicalID":"P-2","portUUID":"P-2","enabled":false)";
-    const Snapshot expected{.displayVisibilityOverrides = {{beamer}}};
+    const Snapshot expected{.displayVisibilityOverrides = {{projector}}};
     EXPECT_EQ(tolvaran::json::read<Snapshot>(beginning + "}]}"), expected);
     EXPECT_EQ(tolvaran::json::read<Snapshot>(beginning + R"(,"hardwareID":null}]})"), expected);
 }
 
-TEST(MenuBarSnapshot, WhatIsNoSnapshotIsRefused) {
+TEST(MenuBarSnapshot, WhatIsNotASnapshotIsRefused) {
     const std::vector<std::string> texts = {
         "",
         "null",
@@ -109,7 +109,7 @@ TEST(MenuBarSnapshot, AnIntegerMayHaveAnyValue) {
     EXPECT_EQ(snapshot, (Snapshot{.hideMenuBar = INT64_MIN, .visibleInFullscreen = 2}));
 }
 
-TEST(MenuBarIdentity, HasItsCanonicalIDWhereItHasNoHardwareID) {
+TEST(MenuBarIdentity, UsesItsCanonicalIDIfItHasNoHardwareID) {
     const MenuBarDisplayIdentity without(3, "P-2", std::nullopt, "P-1");
     EXPECT_EQ(without.displayID, 3U);
     EXPECT_EQ(without.canonicalID, "P-2");
@@ -176,7 +176,7 @@ struct Wish {
     bool visibleInFullscreen;  // when the value is visibleInFullscreen
 };
 
-TEST(MenuBarSnapshot, TellsWhetherTheUserWantsToSeeTheMenuBar) {
+TEST(MenuBarSnapshot, KnowsWhetherTheUserWantsToSeeTheMenuBar) {
     const std::vector<Wish> rows = {
         {{}, true, false}, {0, true, false}, {1, false, true}, {2, false, true}, {-1, false, true}};
     for (const Wish& row : rows) {
@@ -211,15 +211,15 @@ TEST(MenuBarSnapshot, SettlingKeepsEverythingWhileAnythingIsPending) {
         {{true, {desk}, false}, true, true, {}},
         {{false, {desk}, true}, true, {}, {}},
         {{false, {desk}, false}, true, {}, {}},
-        {{true, {desk, beamer}, true}, true, true, true},
+        {{true, {desk, projector}, true}, true, true, true},
     };
     const std::vector<Snapshot> loaded = {
-        {.hideMenuBar = 1, .displayVisibilityOverrides = {{desk, beamer}}},
+        {.hideMenuBar = 1, .displayVisibilityOverrides = {{desk, projector}}},
         {.visibleInFullscreen = 1,
-         .displayVisibilityOverrides = {{desk, beamer}},
+         .displayVisibilityOverrides = {{desk, projector}},
          .globalRestored = true,
          .pendingOnly = true},
-        {.displayVisibilityOverrides = {{desk, beamer}},
+        {.displayVisibilityOverrides = {{desk, projector}},
          .globalRestored = false,
          .pendingOnly = false},
     };

@@ -33,7 +33,7 @@ TEST(PerDisplayMenuBarAPI, HasWhatTheMacHas) {
 
 TEST(PerDisplayMenuBarAPI, HasNothingWhenSkyLightCannotBeOpened) {
     SimulatedProcess process(nlohmann::json{{"unavailable", {"SkyLight"}}});
-    simulator::addFault({{"call", "dlsym"}, {"effect", true}});  // counted, else as it is
+    simulator::addFault({{"call", "dlsym"}, {"effect", true}});  // only counts the calls
     const PerDisplayMenuBarAPI api;
     EXPECT_FALSE(api.handle.isOpen());
     EXPECT_EQ(found(api), (std::array<bool, 6>{}));
@@ -69,7 +69,7 @@ TEST(PerDisplayMenuBarAPI, FunctionsAreThoseOfTheWindowServer) {
     EXPECT_EQ(api.getOverride(connection, 7), 1);
 }
 
-/// How often SkyLight is open, which is found out by closing it that often.
+/// How often SkyLight is open, found by closing it until that fails.
 int timesOpen() {
     void* const handle = ::dlopen(
         "/System/Library/PrivateFrameworks/SkyLight.framework/Versions/A/SkyLight", RTLD_LAZY);
@@ -88,7 +88,7 @@ TEST(PerDisplayMenuBarAPI, SkyLightIsClosedAtTheEnd) {
     EXPECT_EQ(timesOpen(), 1);
 }
 
-TEST(PerDisplayMenuBarAPI, IsMadeOnceInAProcess) {
+TEST(PerDisplayMenuBarAPI, IsCreatedOncePerProcess) {
     SimulatedProcess process(nlohmann::json{{"unavailable", {"SkyLight"}}});
     const PerDisplayMenuBarAPI& api = PerDisplayMenuBarAPI::shared();
     simulator::set({{"unavailable", nlohmann::json::array()}});

@@ -56,12 +56,12 @@ TEST_F(MenuBarSnapshotFile, IsNotWrittenWhenItCannotBeEncoded) {
 }
 
 TEST_F(MenuBarSnapshotFile, IsNotWrittenWhenItsDirectoryCannotBeCreated) {
-    writeFile(process.path("State"), "no directory");
+    writeFile(process.path("State"), "not a directory");
     EXPECT_FALSE(MenuBarAutohide::saveSnapshot(snapshot, path));
     EXPECT_THAT(process.takeWarnings(),
                 ElementsAre("Failed to create menu bar snapshot directory: create directory " +
                             process.path("State") + ": File exists"));
-    EXPECT_EQ(readFile(process.path("State")), "no directory");
+    EXPECT_EQ(readFile(process.path("State")), "not a directory");
 }
 
 TEST_F(MenuBarSnapshotFile, StaysAsItWasWhenAWriteFails) {

@@ -46,7 +46,7 @@ TEST(MenuBarRestore, PutsTheGlobalPreferencesAndEveryDisplayBack) {
     EXPECT_EQ(simulator::now(), 0.0);
 }
 
-TEST(MenuBarRestore, LeavesGlobalPreferencesAloneThatAreBackAlready) {
+TEST(MenuBarRestore, LeavesRestoredGlobalPreferencesAlone) {
     for (const Snapshot& restored :
          {Snapshot{.hideMenuBar = 1, .globalRestored = true},
           Snapshot{.hideMenuBar = 1, .pendingOnly = true},
@@ -104,7 +104,7 @@ TEST(MenuBarRestore, WithoutRecordsDoesNotAskForDisplays) {
 
 const Records twoRecords = {recordOf(2, 2, false), recordOf(9, 3, true)};  // the second is absent
 
-TEST(MenuBarRestore, KeepsEveryRecordWhereDisplaysCannotBeHandled) {
+TEST(MenuBarRestore, KeepsEveryRecordIfDisplaysCannotBeHandled) {
     for (const SkyLight& skyLight : SkyLight::all()) {
         json mac = macWith({display(8, 2, 2, true)});
         mac["unavailable"] = skyLight.missing();
@@ -197,7 +197,7 @@ TEST(MenuBarRestore, ARecordOfAnAbsentDisplayWaits) {
     EXPECT_TRUE(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(9, 3, true)})).succeeded());
 }
 
-TEST(MenuBarRestore, OfTwoRecordsOfOneDisplayOneIsRestoredAndTheOtherDropped) {
+TEST(MenuBarRestore, OneOfTwoRecordsOfADisplayIsRestoredAndTheOtherDropped) {
     SimulatedProcess process(macWith({display(7, 1, 1, false)}));
     process.knowDisplays({{"desk", hardwareID(1)}});
     const Record byAlias{.canonicalID = "desk", .portUUID = port(3), .enabled = true};
@@ -207,7 +207,7 @@ TEST(MenuBarRestore, OfTwoRecordsOfOneDisplayOneIsRestoredAndTheOtherDropped) {
     EXPECT_THAT(process.takeWarnings(), IsEmpty());
 }
 
-TEST(MenuBarRestore, ARecordThatFitsTwoDisplaysAlikeIsKept) {
+TEST(MenuBarRestore, ARecordThatFitsTwoDisplaysEquallyWellIsKept) {
     SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false)}));
     process.knowDisplays({{"desk", hardwareID(1), hardwareID(2)}});
     const Record either{.canonicalID = "desk", .portUUID = port(3), .enabled = true};
@@ -291,7 +291,7 @@ std::vector<double> readTimes() {
     return times;
 }
 
-/// A read at once, and then one after each of so many waits of 0.025 s.
+/// The times of a read at once and of one after each of this many waits of 0.025 s.
 std::vector<double> readsAfter(int waits) {
     std::vector<double> times;
     for (int wait = 0; wait <= waits; ++wait) {
@@ -363,7 +363,7 @@ TEST(MenuBarRestore, EveryUnsettledRecordIsKeptInItsOrder) {
     EXPECT_EQ(callLines(), putsBack(7, true) + Lines{setsOverride(8, true, 1000)});
 }
 
-TEST(MenuBarRestore, OneKindOfTroubleIsEnoughNotToBeOnlyAbsent) {
+TEST(MenuBarRestore, AnyOtherTroubleMeansNotOnlyAbsent) {
     const Record absent = recordOf(9, 9, true);
     const Record failed = recordOf(1, 1, true);
     for (const Records& records : {Records{absent, failed}, Records{failed, absent}}) {
@@ -381,7 +381,7 @@ struct Whole {
     bool restored;
 };
 
-TEST(MenuBarRestore, IsWholeOnlyWhenNothingIsLeft) {
+TEST(MenuBarRestore, IsCompleteOnlyWhenNothingIsLeft) {
     const std::string setter = "SLSSetMenuBarVisibilityOverrideOnDisplay";
     const Record here = recordOf(1, 1, true);
     const std::vector<Whole> rows = {
@@ -413,7 +413,7 @@ TEST(MenuBarRestore, IsWholeOnlyWhenNothingIsLeft) {
 // Displays without a record of their own.
 
 const MenuBarDisplayIdentity deskIdentity(7, hardwareID(1), hardwareID(1), port(1));
-const MenuBarDisplayIdentity beamerIdentity(8, port(2), std::nullopt, port(2));
+const MenuBarDisplayIdentity projectorIdentity(8, port(2), std::nullopt, port(2));
 const MenuBarDisplayIdentity folded(9, "canonical", hardwareID(3), port(3));
 
 json macOfIdentities() {
@@ -425,7 +425,7 @@ json macOfIdentities() {
 std::vector<CGDirectDisplayID> withoutBaseline(const Records& records) {
     std::vector<CGDirectDisplayID> result;
     for (const auto& identity : MenuBarAutohide::displaysWithoutBaseline(
-             {folded, beamerIdentity, deskIdentity}, records)) {
+             {folded, projectorIdentity, deskIdentity}, records)) {
         result.push_back(identity.displayID);
     }
     return result;
@@ -437,18 +437,18 @@ struct Baseline {
     std::vector<CGDirectDisplayID> without;
 };
 
-TEST(MenuBarBaseline, DisplaysThatNoRecordBelongsToAreWithout) {
+TEST(MenuBarBaseline, DisplaysWithoutARecordHaveNone) {
     const Record ofDesk = recordOf(1, 1, true);
-    const Record ofBeamer{.canonicalID = port(2), .portUUID = port(2), .enabled = true};
+    const Record ofProjector{.canonicalID = port(2), .portUUID = port(2), .enabled = true};
     const Record ofFolded{.canonicalID = "canonical", .portUUID = port(9), .enabled = true};
     const Record either{.canonicalID = "nobody", .portUUID = port(9), .enabled = true};
     const std::vector<Baseline> rows = {
         {"no records", {}, {9, 8, 7}},
         {"a record of another display", {either}, {9, 8, 7}},
-        {"all", {ofDesk, ofBeamer, ofFolded}, {}},
+        {"all", {ofDesk, ofProjector, ofFolded}, {}},
         {"one by its hardware ID", {ofDesk}, {9, 8}},
         {"one by its canonical ID", {ofFolded}, {8, 7}},
-        {"one by its port", {ofBeamer}, {9, 7}},
+        {"one by its port", {ofProjector}, {9, 7}},
         {"one by the canonical ID in the place of its hardware ID",
          {{.canonicalID = "x", .hardwareID = port(2), .portUUID = port(9)}},
          {9, 7}},
@@ -461,7 +461,7 @@ TEST(MenuBarBaseline, DisplaysThatNoRecordBelongsToAreWithout) {
     }
 }
 
-TEST(MenuBarBaseline, AnAmbiguousRecordIsNoBaseline) {
+TEST(MenuBarBaseline, AnAmbiguousRecordIsNotABaseline) {
     SimulatedProcess process(macOfIdentities());
     const MenuBarDisplayIdentity one(7, "same", hardwareID(1), port(1));
     const MenuBarDisplayIdentity other(9, "same", hardwareID(3), port(3));

@@ -13,7 +13,7 @@ using nlohmann::json;
 const std::string lowerCasePort = "aaaaaaaa-0000-4000-8000-000000000001";
 
 /// A Mac on which every question has an answer, and the answer differs from a failure's.
-json tellingMac() {
+json answeringMac() {
     json full = display(7, 1, 1, true);
     full["spaceType"] = 4;
     json mac = macWith({full});
@@ -23,7 +23,7 @@ json tellingMac() {
 
 TEST(MenuBarVisibility, EveryOperationDegradesWithTheFunctionsItNeeds) {
     for (const SkyLight& skyLight : SkyLight::all()) {
-        json mac = tellingMac();
+        json mac = answeringMac();
         mac["unavailable"] = skyLight.missing();
         SimulatedProcess process(mac);
         const bool complete = skyLight.isComplete();
@@ -48,7 +48,7 @@ TEST(MenuBarVisibility, EveryOperationDegradesWithTheFunctionsItNeeds) {
 }
 
 TEST(MenuBarVisibility, WithoutSkyLightNothingIsKnownAndNothingSet) {
-    json mac = tellingMac();
+    json mac = answeringMac();
     mac["unavailable"] = {"SkyLight"};
     SimulatedProcess process(mac);
     EXPECT_FALSE(MenuBarAutohide::supportsPerDisplayVisibility());
@@ -154,11 +154,11 @@ const std::vector<Spaces> shapes = {
     {"as it should be", json::array({matching}), true},
     {"lower case", json::array({entryOfType(lowerCasePort, 4)}), true},
     {"null", nullptr, {}},
-    {"no array", "spaces", {}},
+    {"not an array", "spaces", {}},
     {"a dictionary", matching, {}},
     {"empty", json::array(), {}},
     {"another display only", json::array({entryOfType(port(2), 4)}), {}},
-    {"an element that is no dictionary", json::array({matching, 4}), {}},
+    {"an element that is not a dictionary", json::array({matching, 4}), {}},
     {"an element that is an array", json::array({json::array(), matching}), {}},
     {"the first match counts", json::array({entryOfType(port(1), 0), matching}), false},
     {"the first match counts even without an answer",
@@ -170,7 +170,7 @@ const std::vector<Spaces> shapes = {
     {"identifier is a number, then a match", json::array({entryOfType(1, 0), matching}), true},
     {"identifier is longer", json::array({entryOfType(port(1) + "0", 4)}), {}},
     {"no space", json::array({{{"Display Identifier", port(1)}}}), {}},
-    {"space is no dictionary", json::array({entry(port(1), 4)}), {}},
+    {"space is not a dictionary", json::array({entry(port(1), 4)}), {}},
     {"space without type", json::array({entry(port(1), {{"id", 4}})}), {}},
     {"type is text", json::array({entryOfType(port(1), "4")}), {}},
     {"type is a fraction", json::array({entryOfType(port(1), 4.9)}), true},

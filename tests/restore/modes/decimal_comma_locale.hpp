@@ -1,4 +1,4 @@
-// A locale in which numbers look different, for tests that text must not follow the user's region.
+// A locale in which numbers look different, for tests that text does not follow the user's region.
 #pragma once
 
 #include <locale>
@@ -7,8 +7,8 @@
 namespace tolvaran::tests {
 
 /// While it lives, numbers have a decimal comma and thousands are grouped by dots: in C++ streams
-/// always, by a facet of its own; in C's functions where one of the usual locales of such a region
-/// is installed. Prints a note where none is, since then only the streams are put to the test.
+/// always, through a facet of its own; in C functions if one of the usual locales of such a region
+/// is installed. Prints a note if none is, since then only the streams are tested.
 class DecimalCommaLocale {
   public:
     DecimalCommaLocale();
@@ -16,7 +16,7 @@ class DecimalCommaLocale {
     DecimalCommaLocale(const DecimalCommaLocale&) = delete;
     DecimalCommaLocale& operator=(const DecimalCommaLocale&) = delete;
 
-    /// Whether a stream made now writes 1234.5 as "1.234,5".
+    /// Whether a stream created now writes 1234.5 as "1.234,5".
     bool changesStreams() const;
 
   private:

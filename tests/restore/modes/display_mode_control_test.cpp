@@ -57,7 +57,7 @@ json listed(const DisplayModeDescriptor& m) {
 
 class DisplayModes : public ProcessTest {
   protected:
-    /// A Mac with one display, 7, that lists these modes and shows one of them (none: null).
+    /// A Mac with one display, 7, that lists these modes and shows one of them (null: none).
     void resetMac(const Modes& modes, const json& current) {
         json display{{"id", 7}, {"frame", {0, 0, 1920, 1080}}, {"modes", json::array()}};
         for (const DisplayModeDescriptor& m : modes) {
@@ -385,14 +385,14 @@ TEST(DedupedModes, AreOrderedByAreaScalednessRateAndNumber) {
                 ElementsAre(4, 6, 3, 5, 2, 1, 0));
 }
 
-TEST(DedupedModes, KeepTheirOrderWhereNothingTellsThemApart) {
+TEST(DedupedModes, KeepTheirOrderIfNothingDistinguishesThem) {
     const Modes wideFirst{mode(1, 1920, 1080, 60), mode(1, 1080, 1920, 60)};
     EXPECT_EQ(DisplayModeControl::dedupedModes(wideFirst), wideFirst);
     const Modes tallFirst{wideFirst[1], wideFirst[0]};
     EXPECT_EQ(DisplayModeControl::dedupedModes(tallFirst), tallFirst);
 }
 
-TEST(DedupedModesDeathTest, StopTheProgramWhenAnAreaIsNoInteger) {
+TEST(DedupedModesDeathTest, StopTheProgramWhenAnAreaDoesNotFit) {
     constexpr std::int64_t huge = std::int64_t{1} << 32;
     EXPECT_EXIT(
         {
@@ -464,7 +464,7 @@ bool offered(const DisplayModeDescriptor& m) {
     return (m.flags & valid) != 0 && m.depth == 8 && m.width > 0 && m.height > 0;
 }
 
-/// Where a mode stands in the order: what compares less comes first.
+/// A mode's rank in the order: what compares less comes first.
 using Rank = std::tuple<std::int64_t, int, double, std::int32_t>;
 Rank rank(const DisplayModeDescriptor& m) {
     return {-(m.width * m.height), m.density > 1.5F ? 0 : 1, -m.hz, m.modeNum};
@@ -494,7 +494,7 @@ TEST(ExactMatchProperty, IsTheFirstOfTheBestCandidates) {
         std::ranges::stable_sort(candidates, {}, rank);  // of one size and scaledness
         EXPECT_EQ(*match, candidates.front());
     }
-    EXPECT_GT(found, rounds / 10);  // or the lists would say little
+    EXPECT_GT(found, rounds / 10);  // otherwise the lists would prove little
 }
 
 TEST(ExactMatchProperty, DoesNotDependOnTheOrderOfDifferentRanks) {

@@ -204,15 +204,9 @@ struct PixelCase {
 
 TEST(DisplayModeDescriptor, ComputesThePixelWidthInSinglePrecision) {
     const std::vector<PixelCase> cases{
-        {2.0F, 2560, 5120},
-        {1.0F, 1920, 1920},
-        {1.5F, 1, 2},
-        {0.5F, 1, 1},
-        {-0.5F, 1, -1},
-        {0.0F, 1920, 0},
-        {1.15F, 10, 12},            // 11.5 in single precision, 11.4999998 in
-                                    // double
-        {1.05F, 10, 11},            // likewise 10.5
+        {2.0F, 2560, 5120},        {1.0F, 1920, 1920}, {1.5F, 1, 2}, {0.5F, 1, 1}, {-0.5F, 1, -1},
+        {0.0F, 1920, 0},           {1.15F, 10, 12},  // 11.5, but 11.4999998 in double
+        {1.05F, 10, 11},                             // likewise 10.5
         {1.0F, 16777217, 16777216}  // the width itself does not fit in single precision
     };
     for (const PixelCase& pixel : cases) {
@@ -248,7 +242,7 @@ void logToStandardError() {
     RestoreLog::warn = [](const std::string& message) { std::fputs(message.c_str(), stderr); };
 }
 
-TEST(DisplayModeDescriptorDeathTest, StopsTheProgramOnARateThatIsNoInteger) {
+TEST(DisplayModeDescriptorDeathTest, StopsTheProgramOnARateThatIsNotAnInteger) {
     for (const double hz : {std::numeric_limits<double>::quiet_NaN(),
                             std::numeric_limits<double>::infinity(), 9223372036854775808.0}) {
         const DisplayModeDescriptor mode{.modeNum = 7, .hz = hz};
@@ -261,7 +255,7 @@ TEST(DisplayModeDescriptorDeathTest, StopsTheProgramOnARateThatIsNoInteger) {
     }
 }
 
-TEST(DisplayModeDescriptorDeathTest, StopsTheProgramOnAPixelWidthThatIsNoInteger) {
+TEST(DisplayModeDescriptorDeathTest, StopsTheProgramOnAPixelWidthThatIsNotAnInteger) {
     for (const float density : {std::numeric_limits<float>::quiet_NaN(), infinity, 1e30F}) {
         const DisplayModeDescriptor mode{.modeNum = 7, .width = 1920, .density = density};
         EXPECT_EXIT(

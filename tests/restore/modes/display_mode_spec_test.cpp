@@ -23,7 +23,7 @@ DisplayModeSpec sized(std::int64_t width, std::int64_t height) {
     return {.width = width, .height = height, .scaled = false, .hz = 60};
 }
 
-TEST(DisplayModeSpec, IsMadeFromItsFieldsInOrder) {
+TEST(DisplayModeSpec, IsBuiltFromItsFieldsInOrder) {
     const DisplayModeSpec spec{2560, 1440, true, 60};
     EXPECT_EQ(spec.width, 2560);
     EXPECT_EQ(spec.height, 1440);
@@ -57,7 +57,7 @@ TEST(DisplayModeSpec, HashesAllFields) {
     EXPECT_EQ(hashes.size(), variations.size());
 }
 
-TEST(DisplayModeSpec, HashTellsWidthFromHeight) {
+TEST(DisplayModeSpec, HashDistinguishesWidthFromHeight) {
     const std::hash<DisplayModeSpec> hash;
     EXPECT_NE(hash({1080, 1920, false, 60}), hash({1920, 1080, false, 60}));
 }
@@ -106,12 +106,12 @@ TEST(DisplayModeSpec, IsNotReadFromAnythingElse) {
 TEST(DisplayModeSpec, NeedsEveryFieldAndEachOfItsOwnType) {
     const std::map<std::string, std::string> good{
         {"width", "2560"}, {"height", "1440"}, {"scaled", "true"}, {"hz", "60"}};
-    const std::vector<std::string> noInteger{
+    const std::vector<std::string> notAnInteger{
         "null", "true",  "\"60\"", "[]", "{}", "2.5", "9223372036854775808", "-9223372036854775809",
         "1e19", "1e300", ""};
-    const std::vector<std::string> noBoolean{"null", "1", "0", "1.0", "\"true\"", "[]", "{}", ""};
+    const std::vector<std::string> notABoolean{"null", "1", "0", "1.0", "\"true\"", "[]", "{}", ""};
     for (const auto& [key, ignored] : good) {
-        for (const std::string& bad : key == "scaled" ? noBoolean : noInteger) {
+        for (const std::string& bad : key == "scaled" ? notABoolean : notAnInteger) {
             std::string text;
             for (const auto& [other, value] : good) {
                 const std::string& written = other == key ? bad : value;
@@ -225,7 +225,7 @@ TEST(DisplayModeSpec, AspectRatios) {
     expectRatios();
 }
 
-TEST(DisplayModeSpec, AspectRatioAsksForSixteenToTenFirst) {
+TEST(DisplayModeSpec, AspectRatioTriesSixteenToTenFirst) {
     // 8:5 lies far from 16:9, but every multiple of it must come out alike.
     for (std::int64_t factor = 1; factor <= 1000; ++factor) {
         ASSERT_EQ(sized(8 * factor, 5 * factor).aspectRatioString(), "16:10") << factor;

@@ -44,7 +44,7 @@ class ResolutionOriginals : public ProcessTest {
     const std::string path_ = state(".resolution-originals");
 };
 
-TEST_F(ResolutionOriginals, StandInTheStateDirectory) {
+TEST_F(ResolutionOriginals, LieInTheStateDirectory) {
     const ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", "/support");
     EXPECT_EQ(Store::defaultPath(), "/support/State/.resolution-originals");
     EXPECT_EQ(Store::defaultPath(), TolvaranPaths::statePath(".resolution-originals"));
@@ -74,7 +74,7 @@ TEST_F(ResolutionOriginals, AreReadBackAsWritten) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(ResolutionOriginals, AreWrittenAlikeInEveryRegion) {
+TEST_F(ResolutionOriginals, AreWrittenTheSameInEveryRegion) {
     const DecimalCommaLocale locale;
     Store::save(fileWith({{"HW-1552-41234-0", first}}), path_);
     EXPECT_EQ(content(), oneEntry);

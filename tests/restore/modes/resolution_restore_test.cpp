@@ -85,7 +85,7 @@ class ResolutionRestoring : public ProcessTest {
     const std::string path_ = state(".resolution-originals");
 };
 
-TEST_F(ResolutionRestoring, WithoutRecordsAsksTheWindowServerNothing) {
+TEST_F(ResolutionRestoring, WithoutRecordsAsksTheWindowServerForNothing) {
     resetMac({display(1)});
     const auto listings = countCalls("CGGetActiveDisplayList");
     const auto reads = countCalls("CGSGetCurrentDisplayMode");
@@ -171,7 +171,7 @@ TEST_F(ResolutionRestoring, ComparesTheShownModeInAllOfItsSpec) {
     }
 }
 
-TEST_F(ResolutionRestoring, AppliesAModeOfAnyRateEvenWhereItMayBeShownAlready) {
+TEST_F(ResolutionRestoring, AppliesAModeOfAnyRateEvenIfItMayBeShownAlready) {
     json shown = display(1);
     shown["mode"] = 2;
     resetMac({shown});
@@ -193,7 +193,7 @@ TEST_F(ResolutionRestoring, ForgetsAModeOfUnknownRateThatIsShownWithoutOne) {
     EXPECT_EQ(content(), std::nullopt);
 }
 
-TEST_F(ResolutionRestoring, AppliesWhereTheShownModeIsUnknown) {
+TEST_F(ResolutionRestoring, AppliesIfTheShownModeIsUnknown) {
     json none = display(1);
     none.erase("mode");
     resetMac({none});
@@ -204,7 +204,7 @@ TEST_F(ResolutionRestoring, AppliesWhereTheShownModeIsUnknown) {
     EXPECT_EQ(modeOf(0), 2);
 }
 
-TEST_F(ResolutionRestoring, AppliesWhereTheShownModeCannotBeRead) {
+TEST_F(ResolutionRestoring, AppliesIfTheShownModeCannotBeRead) {
     resetMac({display(1)});
     record({{canonicalID(1), {1920, 1080, false, 60}}});
     simulator::addFault({{"call", "CGSGetCurrentDisplayMode"}, {"result", 1001}});
@@ -421,8 +421,8 @@ TEST_F(ResolutionRestoring, ClosesTheConfigurationOfAFailedCompletion) {
     EXPECT_EQ(simulator::openConfigurations(), 0U);
 }
 
-// The main application at work between two of our reads. What it does happens during a call to the
-// window server, while the copy that the restore goes through is already in memory.
+// The main application at work between two of our reads. It acts during a call to the window
+// server, when the copy that the restore uses is already in memory.
 
 class ResolutionRestoringMeanwhile : public ResolutionRestoring {
   protected:
@@ -431,7 +431,7 @@ class ResolutionRestoringMeanwhile : public ResolutionRestoring {
         record({{canonicalID(1), small}, {canonicalID(2), small}});
     }
 
-    /// Does it once, during the first call of the function.
+    /// Does `work` once, during the first call of the function.
     static void during(const std::string& function, std::function<void()> work) {
         simulator::onCall(function, [work, done = std::make_shared<bool>(false)] {
             if (!std::exchange(*done, true)) {

@@ -102,7 +102,7 @@ TEST_F(HelperHeartbeatTest, AMissingOneHasNoAgeAndIsNotFresh) {
     EXPECT_FALSE(isFresh(path("heartbeat"), 1));
 }
 
-TEST_F(HelperHeartbeatTest, ClearsAlsoWhatIsNotThere) {
+TEST_F(HelperHeartbeatTest, ClearsEvenWhatIsNotThere) {
     const std::string heartbeat = path("heartbeat");
     touch(heartbeat, 1);
     clear(heartbeat);

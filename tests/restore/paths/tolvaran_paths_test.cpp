@@ -210,7 +210,7 @@ TEST_F(Paths, TheDefaultsAreComputedOnce) {
     EXPECT_EQ(legacyConfigDir(), "/home/ada/.config/tolvaran");
 }
 
-TEST_F(Paths, WithoutAHomeVariableTheUsersAccountTellsTheHome) {
+TEST_F(Paths, WithoutAHomeVariableTheUsersAccountGivesTheHome) {
     const std::string home = ::getpwuid(::getuid())->pw_dir;
     for (const char* const unusable : {"", "relative"}) {
         set("HOME", unusable);
@@ -226,7 +226,7 @@ TEST_F(Paths, WithoutAHomeVariableTheUsersAccountTellsTheHome) {
     simulator::clearFaults();
 }
 
-TEST_F(Paths, OneSeparatorStandsBeforeTheName) {
+TEST_F(Paths, OneSeparatorPrecedesTheName) {
     set("TOLVARAN_APPLICATION_SUPPORT_DIR", "/as");
     EXPECT_EQ(statePath("/name"), "/as/State/name");
     EXPECT_EQ(statePath("//deep/name"), "/as/State/deep/name");
@@ -240,7 +240,7 @@ TEST_F(Paths, AMigrationRunNeedsNoFurtherFlags) {
     EXPECT_EQ(logsDir(), "/home/ada/Library/Logs/Tolvaran");
 }
 
-TEST_F(Paths, TheTestRootIsMadeOfWhatTheSystemGives) {
+TEST_F(Paths, TheTestRootNeedsNeitherTMPDIRNorAUUID) {
     set("XCTestBundlePath", "x");
     set("TMPDIR", "relative");
     simulator::addFault({{"call", "CFUUIDCreate"}, {"result", nullptr}});
@@ -252,7 +252,7 @@ TEST_F(Paths, TheTestRootIsMadeOfWhatTheSystemGives) {
     simulator::clearFaults();
 }
 
-TEST_F(Paths, WhatCannotBeToldOfBundlesAndArgumentsIsNoTestRunner) {
+TEST_F(Paths, UnreadableBundlesAndArgumentsAreNotATestRunner) {
     simulator::setBundlePaths({"/a/Suite.xctest"});
     simulator::addFault({{"call", "CFBundleGetMainBundle"}, {"result", nullptr}});
     EXPECT_TRUE(isRunningUnderXCTest()) << "it is among all bundles";
@@ -270,7 +270,7 @@ TEST_F(Paths, WhatCannotBeToldOfBundlesAndArgumentsIsNoTestRunner) {
     EXPECT_FALSE(isRunningUnderXCTest());
 }
 
-TEST_F(Paths, ATestRunnerIsToldByEnvironmentBundlesAndName) {
+TEST_F(Paths, ATestRunnerIsRecognisedByEnvironmentBundlesAndName) {
     EXPECT_FALSE(isRunningUnderXCTest());
     {
         const ScopedEnvironment set("XCTestConfigurationFilePath", "");

@@ -29,7 +29,7 @@ TEST_F(CFValues, StringsKeepTheirText) {
     EXPECT_EQ(string(makeNumber(1).get()), std::nullopt);
 }
 
-TEST_F(CFValues, NothingIsMadeWithoutMemory) {
+TEST_F(CFValues, NothingIsCreatedWithoutMemory) {
     for (const std::string function :
          {"CFStringCreateWithBytes", "CFNumberCreate", "CFDictionaryCreate"}) {
         simulator::addFault({{"call", function}, {"result", nullptr}});
@@ -63,7 +63,7 @@ TEST_F(CFValues, Unsigned32TakesOnlyWhatFitsExactly) {
     EXPECT_EQ(unsigned32(makeString("1").get()), std::nullopt);
 }
 
-TEST_F(CFValues, BooleansAreNoNumbers) {
+TEST_F(CFValues, BooleansAreNotNumbers) {
     EXPECT_EQ(boolean(kCFBooleanTrue), true);
     EXPECT_EQ(boolean(makeNumber(1).get()), std::nullopt);
     EXPECT_EQ(boolean(nullptr), std::nullopt);

@@ -38,17 +38,17 @@ TEST_F(DynamicLibraryTest, FindsTheFunctionsOfTheProcess) {
     EXPECT_EQ(DynamicLibrary::functionOfProcess(noSuchFunction), nullptr);
 }
 
-TEST_F(DynamicLibraryTest, ClosesTheLibraryInTheEnd) {
+TEST_F(DynamicLibraryTest, ClosesTheLibraryAtTheEnd) {
     void* const handle = ::dlopen(sky_light::path, RTLD_LAZY);
     {
         DynamicLibrary first(sky_light::path);
         const DynamicLibrary second = std::move(first);
     }
     EXPECT_EQ(::dlclose(handle), 0) << "it was closed only once";
-    EXPECT_NE(::dlclose(handle), 0) << "and nobody has it open any more";
+    EXPECT_NE(::dlclose(handle), 0) << "and it is no longer open";
 }
 
-TEST_F(DynamicLibraryTest, MovesAlongWithItsFunctions) {
+TEST_F(DynamicLibraryTest, KeepsItsFunctionsWhenMoved) {
     DynamicLibrary first(sky_light::path);
     const DynamicLibrary second = std::move(first);
     EXPECT_TRUE(second.isOpen());

@@ -1,4 +1,4 @@
-// Two processes that change one record: whatever one of them does happens between any two calls of
+// Two processes that change one record: what one of them does may happen between any two calls of
 // the other.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -21,7 +21,7 @@ using namespace files;
 
 using Names = std::vector<std::string>;
 
-/// Adds a letter to the record, in which none stands twice.
+/// Adds a letter to the record, unless it is there.
 void add(const std::string& path, char letter) {
     update(path, [letter](const std::optional<std::string>& content) -> Change {
         const std::string before = content.value_or("");
@@ -32,7 +32,7 @@ void add(const std::string& path, char letter) {
     });
 }
 
-/// Takes a letter out of the record; the last one with the record itself.
+/// Removes a letter from the record, and the record with its last letter.
 void take(const std::string& path, char letter) {
     update(path, [letter](const std::optional<std::string>& content) -> Change {
         std::string rest = content.value_or("");
@@ -52,7 +52,7 @@ class FilesAtOnce : public testing::Test {
     using Work = std::function<void(const std::string& path)>;
 
     /// Has another process do `other` during each call of `own` in turn, on a record of this
-    /// content (none: on no record), and lets `check` judge what is left.
+    /// content (none: on no record), and gives `check` what is left.
     void forEveryCall(const std::optional<std::string>& before, const Work& own, const Work& other,
                       const std::function<void(const std::optional<std::string>& after)>& check) {
         for (std::size_t k = 0;; ++k) {
@@ -124,7 +124,7 @@ TEST_F(FilesAtOnce, AWriteFromMemoryStaysWhole) {
         [](const auto& after) { EXPECT_TRUE(after == "c" || after == "cb") << *after; });
 }
 
-/// What a recovery does that ends in removing the record.
+/// A recovery that ends by removing the record.
 void recover(const std::string& path) {
     const Recovery recovery(path, Recovery::Scope::record);
     static_cast<void>(read(path));
@@ -146,7 +146,7 @@ TEST_F(FilesAtOnce, ARecoveryRemovesOnlyWhatItHasFound) {
     }
 }
 
-TEST_F(FilesAtOnce, ARecoveryWritesOnlyWhereItFoundTheRecordThatItGoesBy) {
+TEST_F(FilesAtOnce, ARecoveryWritesOnlyIfItFoundTheRecordThatItGoesBy) {
     forEveryCall(
         "a",
         [](const auto& path) {
@@ -165,7 +165,7 @@ TEST_F(FilesAtOnce, ARecoveryWritesOnlyWhereItFoundTheRecordThatItGoesBy) {
         });
 }
 
-TEST_F(FilesAtOnce, AProcessThatIsKilledHalfwayHoldsNobodyBack) {
+TEST_F(FilesAtOnce, AProcessKilledHalfwayDoesNotBlockOthers) {
     std::size_t calls = 1;
     for (std::size_t k = 0; k < calls; ++k) {
         for (const Work& work :
@@ -228,7 +228,7 @@ TEST_F(FilesAtOnce, ARecordThatAKilledProcessMovedAsideIsPutBack) {
     EXPECT_EQ(directory.list(), Names{"record"});
 }
 
-TEST_F(FilesAtOnce, NobodyTriesForEver) {
+TEST_F(FilesAtOnce, NoProcessTriesForever) {
     const TemporaryDirectory directory;
     simulator::reset();
     simulator::exposeToFaults(directory.path());
@@ -244,7 +244,7 @@ TEST_F(FilesAtOnce, NobodyTriesForEver) {
     EXPECT_EQ(directory.list(), Names{});
 }
 
-TEST_F(FilesAtOnce, WhatCannotBeTouchedIsWrittenOnceMore) {
+TEST_F(FilesAtOnce, WhatCannotBeTouchedIsRewritten) {
     const TemporaryDirectory directory;
     const std::string path = directory / "record";
     writeFile(path, "a");

@@ -49,7 +49,7 @@ TEST_F(Files, WritesAndReadsBack) {
     EXPECT_EQ(files(), Lines{"record"});
 }
 
-TEST_F(Files, ReadsNothingButRegularFiles) {
+TEST_F(Files, ReadsOnlyRegularFiles) {
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
     ASSERT_EQ(::symlink("loop", path("loop").c_str()), 0);
     for (const std::string name : {"missing", "pipe", "loop", "."}) {
@@ -77,7 +77,7 @@ TEST_F(Files, AFailedWriteLeavesTheOldFileAndNothingElse) {
     EXPECT_EQ(files(), (Lines{"target/", "target/inside"}));
 }
 
-TEST_F(Files, ADirectoryThatCannotBeFlushedIsNoFailureOfTheWrite) {
+TEST_F(Files, ADirectoryThatCannotBeFlushedDoesNotFailTheWrite) {
     // The file itself is flushed with the first call; the directory with neither of the next two.
     simulator::addFault({{"call", "fcntl"}, {"result", "EINVAL"}, {"skip", 1}});
     simulator::addFault({{"call", "fsync"}, {"result", "EINVAL"}});
@@ -133,7 +133,7 @@ TEST_F(Files, CreatesDirectoriesWithWhateverModeTheUmaskLeaves) {
     }
 }
 
-TEST_F(Files, ADirectoryWhereAFileStandsIsAnError) {
+TEST_F(Files, ADirectoryInTheFilesPlaceIsAnError) {
     writeFile(path("file"), "x");
     EXPECT_EQ(errorOf([&] { createDirectories(path("file")); }),
               "create directory " + path("file: File exists"));
@@ -172,7 +172,7 @@ TEST_F(Files, RemovesAndSaysWhenThereIsNothing) {
     removeIfPossible(path("file"));
 }
 
-TEST_F(Files, TellsSizeAndExistence) {
+TEST_F(Files, ReportsSizeAndExistence) {
     writeFile(path("file"), "12345");
     EXPECT_EQ(size(path("file")), 5);
     EXPECT_EQ(size(path("missing")), std::nullopt);
@@ -272,7 +272,7 @@ TEST_F(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
     start({{"applications", {{{"bundle", nullptr}, {"pid", other}}}}});
     const std::string running = std::to_string(other);
     const Lines kept = {
-        ".record.unfinished-" + running + "-AbCdEf",  // somebody is writing it
+        ".record.unfinished-" + running + "-AbCdEf",  // being written
         ".record.unfinished-x-AbCdEf",
         ".record.unfinished-",
         ".record.unfinished-99999999999999999999-AbCdEf",
@@ -296,7 +296,7 @@ TEST_F(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
     EXPECT_EQ(files(), expected);
 }
 
-TEST_F(Files, LeavesTheUnfinishedFilesOfProcessesThatItMayNotAskFor) {
+TEST_F(Files, LeavesTheUnfinishedFilesOfOtherUsersProcesses) {
     const std::string name = ".record.unfinished-" + std::to_string(endedProcess()) + "-AbCdEf";
     writeFile(path(name), "x");
     simulator::addFault({{"call", "kill"}, {"result", "EPERM"}});  // another user's, but alive
@@ -327,7 +327,7 @@ TEST_F(Files, AppendsWhereverTheEndIs) {
     EXPECT_EQ(appender->offset(), 5);
     EXPECT_TRUE(appender->append("67"));
     EXPECT_EQ(appender->offset(), 7);
-    ASSERT_EQ(::truncate(place.c_str(), 1), 0);  // somebody emptied it meanwhile
+    ASSERT_EQ(::truncate(place.c_str(), 1), 0);  // emptied meanwhile
     EXPECT_TRUE(appender->append("x"));
     EXPECT_EQ(appender->offset(), 2);
     EXPECT_EQ(readFile(place), "1x");
@@ -344,7 +344,7 @@ TEST_F(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
 }
 
 TEST_F(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
-    // Where no fault can meet the calls, as that would look at every one of very many.
+    // Not exposed to faults, which would look at each of very many calls.
     const TemporaryDirectory directory;
     writeFile(directory / "huge", "");
     ASSERT_EQ(::truncate((directory / "huge").c_str(), 1'000'000'000'000), 0);
@@ -353,7 +353,7 @@ TEST_F(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
     EXPECT_LT(size, 65U * 1024 * 1024);
 }
 
-TEST_F(Files, AppendsToNothingButFiles) {
+TEST_F(Files, AppendsOnlyToFiles) {
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
     EXPECT_FALSE(Appender::open(path("")).has_value());
     EXPECT_FALSE(Appender::open(path("pipe")).has_value());

@@ -22,7 +22,7 @@ struct Record {
     bool operator==(const Record&) const = default;
 };
 
-/// Nobody reads anything that is in it.
+/// None of its content is read.
 struct Nothing {
     bool operator==(const Nothing&) const = default;
 };
@@ -143,7 +143,7 @@ TEST(Json, ReadsEveryDoubleExactly) {
     }
 }
 
-TEST(Json, RefusesWhatIsNoInteger) {
+TEST(Json, RefusesWhatIsNotAnInteger) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"2.5", "\"whole\": is not an integer"},
         {"true", "\"whole\": is not an integer"},
@@ -218,12 +218,12 @@ TEST(Json, HoldsARecordToItsOwnRules) {
     EXPECT_THROW(write(Even{5}), EncodingError);
 }
 
-TEST(Json, TheTextMattersMoreThanTheRecord) {
+TEST(Json, InvalidTextIsReportedBeforeAWrongRecord) {
     EXPECT_EQ(errorOf(R"({"whole":true)"), "invalid JSON at byte 14");
     EXPECT_EQ(errorOf("[}"), "invalid JSON at byte 2");
 }
 
-TEST(Json, RefusesWhatIsNoJSON) {
+TEST(Json, RefusesWhatIsNotJSON) {
     for (const std::string text : {"",
                                    " ",
                                    "{",
@@ -311,7 +311,7 @@ TEST(Json, ANumberOutOfRangeIsAnErrorOnlyWhereItIsRead) {
               std::vector<std::int64_t>{4});
 }
 
-TEST(Json, RefusesAZeroByteWhereverItStands) {
+TEST(Json, RefusesAZeroByteWhereverItIs) {
     const std::string text = "{\"b\":[1,\"a\"]}";
     for (std::size_t place = 0; place <= text.size(); ++place) {
         EXPECT_THROW(read<Nothing>(std::string(text).insert(place, 1, '\0')), DecodingError)

@@ -12,43 +12,43 @@
 namespace tolvaran::tests {
 namespace {
 
-TEST(ProcessWide, IsMadeOnceUntilTheProcessEnds) {
+TEST(ProcessWide, IsCreatedOnceUntilTheProcessEnds) {
     ProcessWide<int> value;
-    int made = 0;
-    const auto make = [&] { return ++made; };
-    EXPECT_EQ(value.get(make), 1);
-    EXPECT_EQ(value.get(make), 1);
+    int created = 0;
+    const auto create = [&] { return ++created; };
+    EXPECT_EQ(value.get(create), 1);
+    EXPECT_EQ(value.get(create), 1);
     forgetProcessWideValues();
-    EXPECT_EQ(value.get(make), 2);
+    EXPECT_EQ(value.get(create), 2);
     forgetProcessWideValues();
 }
 
-TEST(ProcessWide, IsMadeOnceForThreadsThatAskAtTheSameTime) {
+TEST(ProcessWide, IsCreatedOnceForThreadsThatAskAtTheSameTime) {
     ProcessWide<int> value;
-    std::atomic<int> made = 0;
-    const auto make = [&] {
-        const int number = ++made;
-        // Until another thread makes it too, or would have done so long ago.
+    std::atomic<int> created = 0;
+    const auto create = [&] {
+        const int number = ++created;
+        // Until another thread creates it too, or would have done so long ago.
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
-        while (made == 1 && std::chrono::steady_clock::now() < end) {
+        while (created == 1 && std::chrono::steady_clock::now() < end) {
             std::this_thread::yield();
         }
         return number;
     };
     for (int life = 0; life < 2; ++life) {
-        made = 0;
+        created = 0;
         int other = 0;
-        std::thread thread([&] { other = value.get(make); });
-        const int own = value.get(make);
+        std::thread thread([&] { other = value.get(create); });
+        const int own = value.get(create);
         thread.join();
-        EXPECT_EQ(made, 1);
+        EXPECT_EQ(created, 1);
         EXPECT_EQ(own, 1);
         EXPECT_EQ(other, 1);
         forgetProcessWideValues();
     }
 }
 
-TEST(ProcessWide, EndsAllThatSeveralThreadsHaveMade) {
+TEST(ProcessWide, EndsTheValuesOfSeveralThreads) {
     constexpr int threadCount = 4;
     constexpr int valuesOfEach = 20000;
     int ended = 0;
@@ -89,7 +89,7 @@ TEST(ProcessWide, EndsInReverseOrderOfCreation) {
     EXPECT_EQ(ended, (std::vector<std::string>{"second", "first"}));
 }
 
-TEST(ProcessWide, IsOfOneProcessAlone) {
+TEST(ProcessWide, BelongsToOneProcess) {
     ProcessWide<std::string> value;
     value.get() = "first";
     {

@@ -40,12 +40,12 @@ TEST_F(RecordFile, LoadsWhatItSaved) {
     EXPECT_EQ(takeLog(), Lines{});
 }
 
-TEST_F(RecordFile, AMissingFileIsNoneWithoutALine) {
+TEST_F(RecordFile, AMissingFileSilentlyCountsAsNone) {
     EXPECT_FALSE(load<Record>(path("record"), versionThree).has_value());
     EXPECT_EQ(takeLog(), Lines{});
 }
 
-TEST_F(RecordFile, EverythingElseIsNoneWithTheWarning) {
+TEST_F(RecordFile, EverythingElseCountsAsNoneWithTheWarning) {
     for (const std::string content : {"", "{}", "[]", R"({"version":2,"number":1})",
                                       R"({"version":true,"number":1})", R"({"version":3})"}) {
         writeFile(path("record"), content);
@@ -55,7 +55,7 @@ TEST_F(RecordFile, EverythingElseIsNoneWithTheWarning) {
     }
 }
 
-TEST_F(RecordFile, TellsTheCauseOnlyIfAskedTo) {
+TEST_F(RecordFile, GivesTheCauseOnlyIfAskedTo) {
     const std::string record = path("record");
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"{", "invalid JSON at byte 2"},
@@ -71,7 +71,7 @@ TEST_F(RecordFile, TellsTheCauseOnlyIfAskedTo) {
     }
 }
 
-TEST_F(RecordFile, AnyVersionWillDoWhereNoneIsExpected) {
+TEST_F(RecordFile, AcceptsAnyVersionIfNoneIsExpected) {
     writeFile(path("record"), R"({"version":9,"number":1})");
     EXPECT_EQ(load<Record>(path("record"), {.warning = "bad"})->version, 9);
 }

@@ -20,7 +20,7 @@ class CommaPunctuation : public std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
 };
 
-TEST(Text, FormatsNumbersAlikeInEveryLocale) {
+TEST(Text, FormatsNumbersTheSameInEveryLocale) {
     const std::locale before =
         std::locale::global(std::locale(std::locale::classic(), new CommaPunctuation));
     EXPECT_EQ(fixed(1234.5678, 2), "1234.57");
@@ -85,8 +85,8 @@ TEST(Text, TrimsEveryBlankAndLineEndOfUnicode) {
         {"\u2003 \u3000\na\u00A0\u2028\t", "a"},
         {"\u00A0\u0085", ""},
         {"a\u2003b\u00A0", "a\u2003b"},
-        {"\u2060a\uFEFF", "\u2060a\uFEFF"},  // without width, and no blanks
-        {"\u00E0a\u00E0", "\u00E0a\u00E0"},  // à, which ends as a no-break space does
+        {"\u2060a\uFEFF", "\u2060a\uFEFF"},  // zero width, and not blanks
+        {"\u00E0a\u00E0", "\u00E0a\u00E0"},  // à ends like a no-break space
         {"\240a\240", "\240a\240"},          // its last byte alone
         {"\x85", "\x85"},
         {"\xC2", "\xC2"},

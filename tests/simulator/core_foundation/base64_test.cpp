@@ -29,7 +29,7 @@ TEST(Base64, EncodesAndDecodes) {
     }
 }
 
-TEST(Base64, RefusesWhatIsNone) {
+TEST(Base64, RefusesOtherText) {
     for (const char* const text :
          {"Z", "Zg", "Zg=", "Zg= ", "=", "====", "Z===", "Zg==Zg==", "Z-9v"}) {
         EXPECT_THROW(base64Decoded(text), std::invalid_argument) << text;

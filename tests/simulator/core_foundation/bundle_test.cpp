@@ -29,7 +29,7 @@ TEST_F(Bundle, PathsAreThoseThatWereSet) {
     setBundlePaths({});
     EXPECT_EQ(CFBundleGetMainBundle(), nullptr);
     EXPECT_EQ(CFArrayGetCount(CFBundleGetAllBundles()), 0);
-    EXPECT_EQ(pathOf(second), "/tmp/B.xctest") << "what was handed out stays good";
+    EXPECT_EQ(pathOf(second), "/tmp/B.xctest") << "what was handed out stays valid";
 }
 
 TEST_F(Bundle, APathThatDoesNotFitIsRefused) {

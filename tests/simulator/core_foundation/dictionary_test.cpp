@@ -45,7 +45,7 @@ TEST_F(Dictionary, ReleasesAValueThatIsReplaced) {
     EXPECT_EQ(CFGetRetainCount(second.get()), 2);
 }
 
-TEST_F(Dictionary, TellsMissingFromPresent) {
+TEST_F(Dictionary, DistinguishesMissingFromPresent) {
     const void* keys[] = {CFSTR("a"), CFSTR("b"), CFSTR("a")};
     const void* values[] = {kCFBooleanTrue, kCFBooleanFalse, kCFBooleanFalse};
     const Owned<CFDictionaryRef> dictionary(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 3,

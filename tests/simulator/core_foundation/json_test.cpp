@@ -11,7 +11,7 @@ using namespace simulator::cf;
 
 class Json : public SimulatorTest {};
 
-TEST_F(Json, EveryPropertyListSurvivesTheWayThereAndBack) {
+TEST_F(Json, EveryPropertyListSurvivesTheRoundTrip) {
     const char* const rows[] = {
         R"("text €")",
         "true",
@@ -57,7 +57,7 @@ TEST_F(Json, GivesEachValueItsType) {
     }
 }
 
-TEST_F(Json, NullIsNoPropertyList) {
+TEST_F(Json, NullIsNotAPropertyList) {
     EXPECT_EQ(createFromJson(nullptr), nullptr);
     const Owned<CFTypeRef> list(createFromJson(json::parse(R"([1, null, {"a": null}])")));
     EXPECT_EQ(toJson(list.get()), json::parse("[1, {}]"));

@@ -49,7 +49,7 @@ TEST_F(Number, ConvertsIntegersToIntegers) {
         kCFNumberSInt64Type, {{least64, true, least64}, {greatest64, true, greatest64}});
     expectConversions<std::int8_t, std::int64_t>(kCFNumberSInt8Type,
                                                  {{127, true, 127},
-                                                  {128, true, -128},  // as if without a sign
+                                                  {128, true, -128},  // as if unsigned
                                                   {255, true, -1},
                                                   {256, false, 127},
                                                   {-129, false, -128}});
@@ -86,7 +86,7 @@ TEST_F(Number, ConvertsToFractions) {
         kCFNumberFloat32Type, {{16777216, true, 16777216.0F}, {16777217, false, 16777216.0F}});
 }
 
-TEST_F(Number, RemembersWhatItWasMadeAs) {
+TEST_F(Number, RemembersItsOriginalType) {
     const std::int32_t integer = -5;
     const float real = 0.25F;
     const Owned<CFNumberRef> whole(CFNumberCreate(kCFAllocatorDefault, kCFNumberIntType, &integer));
@@ -101,7 +101,7 @@ TEST_F(Number, RemembersWhatItWasMadeAs) {
     EXPECT_EQ(value, 0.25);
 }
 
-TEST_F(Number, MakesEveryTypeFromItsOwnWidth) {
+TEST_F(Number, CreatesEveryTypeFromItsOwnWidth) {
     // Bytes beyond the type's width must not be read: they are all ones.
     unsigned char bytes[8];
     std::memset(bytes, 0xFF, sizeof bytes);

@@ -47,7 +47,7 @@ TEST_F(String, TakesValidUTF8Only) {
         {"\xC3", -1},                 // cut off
         {"\xE2\x82", -1},             // cut off
         {"\xC3(", -1},                // not continued
-        {"\xFF", -1},                 //
+        {"\xFF", -1},                 // never a byte of UTF-8
         {"\xF8\x88\x80\x80\x80", -1}  // five bytes
     };
     for (const auto& [bytes, length] : rows) {

@@ -141,7 +141,7 @@ TEST_F(Configuration, PassesOverADisplayThatHasLeft) {
     EXPECT_EQ(displayValues("frame"), nlohmann::json({{0, 0, 1920, 1080}}));
 }
 
-TEST_F(Configuration, TakesEveryOptionThereIs) {
+TEST_F(Configuration, AcceptsEveryOption) {
     EXPECT_EQ(CGCompleteDisplayConfiguration(started(), kCGConfigureForAppOnly), kCGErrorSuccess);
     EXPECT_EQ(CGCompleteDisplayConfiguration(started(), kCGConfigurePermanently), kCGErrorSuccess);
     EXPECT_EQ(CGCompleteDisplayConfiguration(started(), 3), kCGErrorIllegalArgument);

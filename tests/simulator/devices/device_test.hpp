@@ -47,10 +47,10 @@ class CallbackRecorder {
     CallbackRecorder(const CallbackRecorder&) = delete;
     CallbackRecorder& operator=(const CallbackRecorder&) = delete;
 
-    /// What has come so far.
+    /// The callbacks so far.
     const Callbacks& soFar() const { return received_; }
 
-    /// Lets the main queue run, then gives what has come.
+    /// Lets the main queue run, then returns the callbacks so far.
     const Callbacks& delivered() {
         simulator::advance(0);
         return received_;

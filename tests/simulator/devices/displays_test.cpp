@@ -99,7 +99,7 @@ TEST_F(Displays, MayHaveNoPortUUID) {
     EXPECT_EQ(CGDisplayCreateUUIDFromDisplayID(3), nullptr);
 }
 
-TEST_F(Displays, LeftWithoutAPortUUIDGetEachTheirOwn) {
+TEST_F(Displays, GetAPortUUIDEachIfTheyAreGivenNone) {
     simulator::reset(twoDisplays());
     const simulator::cf::Owned<CFUUIDRef> one(CGDisplayCreateUUIDFromDisplayID(1));
     const simulator::cf::Owned<CFUUIDRef> two(CGDisplayCreateUUIDFromDisplayID(2));
@@ -127,7 +127,7 @@ TEST_F(Displays, QueriesMeetFaults) {
     EXPECT_EQ(CGDisplayCreateUUIDFromDisplayID(7), nullptr);
 }
 
-TEST_F(Displays, QueriesAreNoCallsOfTheResult) {
+TEST_F(Displays, QueriesAreNotAmongTheResultsCalls) {
     CGMainDisplayID();
     CGDisplayBounds(7);
     std::uint32_t count = 0;
@@ -155,7 +155,7 @@ TEST_F(Displays, MoveWhenArranged) {
         nlohmann::json({{100, 1080, 1280, 1024}, {0, 0, 1920, 1080}, {-800.5, -600, 800, 600}}));
 }
 
-TEST_F(Displays, EventsThatCannotBeAreRefused) {
+TEST_F(Displays, ImpossibleEventsAreRefused) {
     using simulator::devices::arrange;
     using simulator::devices::connect;
     using simulator::devices::disconnect;

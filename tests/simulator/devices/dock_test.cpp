@@ -70,7 +70,7 @@ TEST_F(Dock, AutoHideMeetsFaults) {
     EXPECT_EQ(CoreDockGetAutoHideEnabled(), 1);
 }
 
-TEST_F(Dock, TellsItsLiveCorners) {
+TEST_F(Dock, GivesItsLiveCorners) {
     read();
     EXPECT_EQ(actions_, (Corners{2, 3, 5, 14}));
     EXPECT_EQ(modifiers_, (Corners{0, 131072, 0, -1}));
@@ -87,7 +87,7 @@ TEST_F(Dock, SetsOneCornerAtATime) {
                                   getterName + " []"}));
 }
 
-TEST_F(Dock, RefusesACornerThatThereIsNot) {
+TEST_F(Dock, RefusesACornerThatDoesNotExist) {
     EXPECT_NE(set(1, 4, 0), 0);
     EXPECT_NE(set(1, -1, 0), 0);
     read();

@@ -93,7 +93,7 @@ TEST_F(IORegistry, HandlesCountAsLiveUntilTheyAreReleased) {
     EXPECT_EQ(simulator::liveObjects(), before);
 }
 
-TEST_F(IORegistry, RefusesHandlesThatAreNone) {
+TEST_F(IORegistry, RefusesInvalidHandles) {
     const io_iterator_t iterator = matching("IODisplayConnect");
     const io_service_t service = IOIteratorNext(iterator);
     CFMutableDictionaryRef properties = nullptr;
@@ -110,7 +110,7 @@ TEST_F(IORegistry, RefusesHandlesThatAreNone) {
     EXPECT_EQ(properties, nullptr);
 }
 
-TEST_F(IORegistry, RefusesArgumentsThatAreNone) {
+TEST_F(IORegistry, RefusesInvalidArguments) {
     io_iterator_t iterator = 77;
     EXPECT_EQ(IOServiceGetMatchingServices(kIOMainPortDefault, nullptr, &iterator),
               KERN_INVALID_ARGUMENT);
@@ -131,7 +131,7 @@ TEST_F(IORegistry, RefusesOptionsThatAreNotDefined) {
     IOObjectRelease(iterator);
 }
 
-TEST_F(IORegistry, IteratesOverTheServicesThatThereWere) {
+TEST_F(IORegistry, IteratesOverTheServicesThatWereMatched) {
     const io_iterator_t iterator = matching("IODisplayConnect");
     simulator::set({{"registry", nlohmann::json::array()}});
     const io_service_t service = IOIteratorNext(iterator);

@@ -119,12 +119,12 @@ TEST_F(Reconfiguration, TheActiveMenuBarLeavesADisplayThatGoes) {
     display.portUUID = uuid2;
     connect(display);
     EXPECT_EQ(activeDisplay(), uuid2) << "the first display is the main one";
-    const std::string nobodys = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
-    simulator::set({{"menuBar", {{"activeDisplay", nobodys}}}});
+    const std::string unknown = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
+    simulator::set({{"menuBar", {{"activeDisplay", unknown}}}});
     display.id = 10;
     connect(display);
     disconnect(9);
-    EXPECT_EQ(activeDisplay(), nobodys) << "as described, whatever becomes of other displays";
+    EXPECT_EQ(activeDisplay(), unknown) << "as described, whatever becomes of other displays";
 }
 
 TEST_F(Reconfiguration, ADisplayLaidOverTheMainOneDoesNotReplaceIt) {
@@ -210,7 +210,7 @@ TEST_F(Reconfiguration, ACallbackMayRegisterAnother) {
     EXPECT_EQ(received, (Callbacks{{2, 0}}));
 }
 
-TEST_F(Reconfiguration, RefusesACallbackThatIsNone) {
+TEST_F(Reconfiguration, RefusesANullCallback) {
     EXPECT_EQ(CGDisplayRegisterReconfigurationCallback(nullptr, nullptr), kCGErrorIllegalArgument);
     EXPECT_EQ(CGDisplayRemoveReconfigurationCallback(registerAnother, nullptr),
               kCGErrorIllegalArgument);

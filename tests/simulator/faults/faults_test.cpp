@@ -67,7 +67,7 @@ TEST_F(Faults, AForcedResultSuppressesTheEffectByDefault) {
     }
 }
 
-TEST_F(Faults, OfSeveralFaultsTheFirstThatAppliesCounts) {
+TEST_F(Faults, TheFirstOfSeveralFaultsThatAppliesCounts) {
     addFault({{"call", "CGMainDisplayID"}, {"result", 1}, {"times", 1}});
     addFault({{"call", "CGMainDisplayID"}, {"result", 2}, {"skip", 1}, {"times", 1}});
     addFault({{"call", "CGMainDisplayID"}, {"result", 3}, {"times", 3}});

@@ -26,7 +26,7 @@ using namespace simulator;
 
 class OutsideCalls : public SimulatorTest {};
 
-/// What a result of this function is read as; the error where it is refused.
+/// What a result of this function is read as; the error if it is refused.
 json readAs(const std::string& function, const json& result) {
     try {
         return readFaultResult(function, JsonReader(result, "result"));

@@ -36,7 +36,7 @@ TEST_F(DynamicLibrary, FindsWhatIsOffered) {
     EXPECT_EQ(dlsym(library, "TestHIServicesAnswer"), nullptr);
     EXPECT_EQ(dlsym(library, "NoSuchSymbol"), nullptr);
     EXPECT_EQ(dlclose(library), 0);
-    EXPECT_EQ(dlsym(library, "TestSkyLightAnswer"), nullptr) << "the handle was given up";
+    EXPECT_EQ(dlsym(library, "TestSkyLightAnswer"), nullptr) << "the handle was closed";
     EXPECT_EQ(dlclose(library), -1);
 }
 

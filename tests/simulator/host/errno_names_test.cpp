@@ -16,7 +16,7 @@ TEST(ErrnoNames, AreThoseOfTheHost) {
     EXPECT_EQ(errorCode("EINTR"), EINTR);
 }
 
-TEST(ErrnoNames, NoOtherTextIsOne) {
+TEST(ErrnoNames, OtherTextIsNotAName) {
     for (const char* const name : {"", "enoent", "ENOENT ", "2", "EWHATEVER"}) {
         EXPECT_EQ(errorCode(name), std::nullopt) << name;
     }

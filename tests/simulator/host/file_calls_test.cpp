@@ -70,7 +70,7 @@ const std::vector<Call>& allCalls() {
          }},
         {"closedir",
          [](const auto& at) {
-             // The compiler is not to reason that it is gone after a call that was made to fail.
+             // Keeps the compiler from assuming that a call that was made to fail has closed it.
              DIR* volatile entries = opendir(at.c_str());
              const bool closed = closedir(entries) == 0;
              if (!closed) {
@@ -249,7 +249,7 @@ TEST_F(FileCalls, TheHostsOtherFunctionsCanFailToo) {
     EXPECT_EQ(std::signal(SIGUSR2, SIG_DFL), SIG_DFL);
 }
 
-TEST_F(FileCalls, ACallTellsWhatItIsAbout) {
+TEST_F(FileCalls, ACallHasASubject) {
     std::vector<std::string> subjects;
     decideCalls([&](const std::string&) {
         subjects.push_back(std::filesystem::path(callSubject()).filename());

@@ -27,7 +27,7 @@ TEST_F(Processes, AVirtualProcessEndsAtOnce) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 7}}}}});
     int exits = 0;
     watchExit(7, [&] { ++exits; });
-    const ExitWatch forgotten = watchExit(7, [&] { ADD_FAILURE() << "the watch was given up"; });
+    const ExitWatch forgotten = watchExit(7, [&] { ADD_FAILURE() << "the watch was dropped"; });
     unwatchExit(forgotten);
     EXPECT_TRUE(isAlive(7));
     killProcess(7);
@@ -46,7 +46,7 @@ TEST_F(Processes, KillSeesTheMachinesProcessesOnly) {
     EXPECT_TRUE(isAlive(7));
 }
 
-TEST_F(Processes, ARealProcessIsMissedWhenTheKernelSaysSo) {
+TEST_F(Processes, ARealProcessEndsWhenTheKernelSaysSo) {
     clock::restart(clock::Kind::realTime);
     perform({{"launch", {{"bundle", "a"}, {"as", "child"}}}});
     const pid_t pid = mac().applications.at(0).pid;
@@ -54,7 +54,7 @@ TEST_F(Processes, ARealProcessIsMissedWhenTheKernelSaysSo) {
     int exits = 0;
     watchExit(pid, [&] { ++exits; });
     perform({{"exit", "child"}});
-    EXPECT_EQ(exits, 0) << "the kernel has yet to tell";
+    EXPECT_EQ(exits, 0) << "the kernel has not reported it yet";
     runUntil(clock::now() + clock::fromSeconds(0.2));
     EXPECT_EQ(exits, 1);
     EXPECT_FALSE(isAlive(pid));

@@ -16,7 +16,7 @@ using namespace simulator;
 
 class Clock : public SimulatorTest {};
 
-TEST_F(Clock, StartsAtAFixedDateWhereItIsVirtual) {
+TEST_F(Clock, StartsAtAFixedDateIfVirtual) {
     EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600);
     advance(0.25);
     EXPECT_EQ(CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970, 1767225600.25);
@@ -25,7 +25,7 @@ TEST_F(Clock, StartsAtAFixedDateWhereItIsVirtual) {
     EXPECT_EQ(now(), 0);
 }
 
-TEST_F(Clock, LetsAnHourBeOverAtOnceWhereItIsVirtual) {
+TEST_F(Clock, LetsAnHourPassAtOnceIfVirtual) {
     const auto before = std::chrono::steady_clock::now();
     bool hasRun = false;
     queueWork(3600 * clock::second, [&] { hasRun = true; });
@@ -34,7 +34,7 @@ TEST_F(Clock, LetsAnHourBeOverAtOnceWhereItIsVirtual) {
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::hours(1));
 }
 
-TEST_F(Clock, IsMovedByNanosleepWhereItIsVirtual) {
+TEST_F(Clock, IsMovedByNanosleepIfVirtual) {
     bool hasHappened = false;
     planEvent(clock::second, [&] { hasHappened = true; });
     const timespec duration{1, 500'000'000};
@@ -52,10 +52,10 @@ TEST_F(Clock, IsMovedByNanosleepWhereItIsVirtual) {
     EXPECT_EQ(now(), 1.5);
 }
 
-TEST_F(Clock, WaitsAsLongAsItSaysWhereItIsReal) {
+TEST_F(Clock, WaitsAsLongAsItSaysIfReal) {
     clock::restart(clock::Kind::realTime);
     const auto before = std::chrono::steady_clock::now();
-    // What is due runs when it is due, and not only once the end has come.
+    // What is due runs when it is due, not only at the end.
     struct Reached {};
     queueWork(clock::fromSeconds(0.05), [] { throw Reached(); });
     EXPECT_THROW(runUntil(clock::fromSeconds(24 * 3600)), Reached);
@@ -64,7 +64,7 @@ TEST_F(Clock, WaitsAsLongAsItSaysWhereItIsReal) {
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(100));
 }
 
-TEST_F(Clock, ShowsTheHostsDateWhereItIsReal) {
+TEST_F(Clock, ShowsTheHostsDateIfReal) {
     clock::restart(clock::Kind::realTime);
     const auto before = static_cast<double>(std::time(nullptr));
     const double date = CFAbsoluteTimeGetCurrent() + kCFAbsoluteTimeIntervalSince1970;

@@ -108,7 +108,7 @@ TEST_F(Dispatch, TimesAddUp) {
     EXPECT_EQ(dispatch_time(DISPATCH_TIME_NOW, 5), soon + 2 * NSEC_PER_SEC);
 }
 
-TEST_F(Dispatch, WorkForThePastRunsNowAndForEverNever) {
+TEST_F(Dispatch, WorkForThePastRunsNowAndForeverNever) {
     advance(10);
     dispatch_after_f(dispatch_time(DISPATCH_TIME_NOW, -5000000000), dispatch_get_main_queue(),
                      named("past"), note);
@@ -192,7 +192,7 @@ TEST_F(Dispatch, AnEventOnItsWayIsNotDeliveredAfterCancelling) {
     dispatch_release(watch);
 }
 
-TEST_F(Dispatch, AProcessSourceThatWasCancelledOrReleasedTellsOfNoExit) {
+TEST_F(Dispatch, ACancelledOrReleasedProcessSourceReportsNoExit) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 7}}}}});
     dispatch_source_t cancelled = makeExitWatch("cancelled", 7);
     dispatch_resume(cancelled);
@@ -206,7 +206,7 @@ TEST_F(Dispatch, AProcessSourceThatWasCancelledOrReleasedTellsOfNoExit) {
     dispatch_release(cancelled);
 }
 
-TEST_F(Dispatch, AProcessSourceTellsOfTheExitOnce) {
+TEST_F(Dispatch, AProcessSourceReportsTheExitOnce) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 7}}, {{"bundle", "b"}, {"pid", 8}}}}});
     dispatch_source_t watch = makeExitWatch("exit", 7);
     EXPECT_EQ(dispatch_source_get_handle(watch), 7U);
@@ -259,7 +259,7 @@ TEST_F(Dispatch, TheFinalizerRunsEvenWhenTheQueueIsEmptied) {
     EXPECT_EQ(events(), (Events{{0, "final"}}));
 }
 
-TEST_F(Dispatch, AHandlerMayGiveUpItsOwnSource) {
+TEST_F(Dispatch, AHandlerMayReleaseItsOwnSource) {
     dispatch_source_t timer = makeTimer("", 1, 1);
     dispatch_set_context(timer, timer);
     dispatch_source_set_event_handler_f(timer, [](void* source) {

@@ -57,7 +57,7 @@ TEST_F(EventLoop, WorkThatAnEventQueuesRunsBeforeOtherWorkOfThatTime) {
                                     "later"));
 }
 
-TEST_F(EventLoop, AnEventThatATestPerformsIsOne) {
+TEST_F(EventLoop, AnEventThatATestPerformsCounts) {
     onMainQueue(note("own"));
     performEvent([&] { onMainQueue(note("caused")); });
     onMainQueue(note("own, later"));
@@ -102,7 +102,7 @@ TEST_F(EventLoop, APieceThatTakesLongerThanTheRunIsItsLast) {
     EXPECT_EQ(restless.times.size(), 1001U);
 }
 
-TEST_F(EventLoop, MuchWorkTakesNoTimeWhereTimePassesBetween) {
+TEST_F(EventLoop, MuchWorkTakesNoTimeIfTimePassesBetween) {
     std::vector<double> times;
     for (int i = 0; i < 4000; ++i) {
         queueWork(i / 1000 * clock::second, [&] { times.push_back(now()); });

@@ -135,7 +135,7 @@ TEST_F(Timeline, MalformedEventsAreRefused) {
     }
 }
 
-TEST_F(Timeline, EventsThatTheMachineDoesNotLetHappenAreRefusedWhenTheyAreDue) {
+TEST_F(Timeline, ImpossibleEventsAreRefusedWhenTheyAreDue) {
     const ScopedEnvironment root("TOLVARAN_APPLICATION_SUPPORT_DIR", std::nullopt);
     reset(json::parse(R"({"applications": [{"bundle": "a", "pid": 5}]})"));
     const struct {

@@ -43,7 +43,7 @@ TEST_F(Workspace, ListsApplicationsInOrder) {
                     RunningApplication{"a", 5, true}));
 }
 
-TEST_F(Workspace, ObserversHearOfTheirNotificationsOnTheMainQueue) {
+TEST_F(Workspace, ObserversReceiveTheirNotificationsOnTheMainQueue) {
     const auto launches = workspace::observeLaunches(note("launch"));
     const auto terminations = workspace::observeTerminations(note("termination"));
     int wakes = 0;
@@ -69,7 +69,7 @@ TEST_F(Workspace, ALaunchOfAListedApplicationIsPostedAgain) {
                 ElementsAre(RunningApplication{"a", 5, false}, RunningApplication{"b", 6, false}));
 }
 
-TEST_F(Workspace, TheListStandsStillWhileAPieceOfWorkWaits) {
+TEST_F(Workspace, TheListStaysTheSameWhileAPieceOfWorkWaits) {
     const RunningApplication a{"a", 5, false};
     const RunningApplication b{"b", 6, false};
     reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
@@ -89,7 +89,7 @@ TEST_F(Workspace, TheListStandsStillWhileAPieceOfWorkWaits) {
     EXPECT_THAT(workspace::runningApplications(), ElementsAre(b));
 }
 
-TEST_F(Workspace, TheListStandsStillInAnAutoreleasePool) {
+TEST_F(Workspace, TheListStaysTheSameInAnAutoreleasePool) {
     workspace::withAutoreleasePool([] {
         workspace::withAutoreleasePool([] {});
         perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});
@@ -115,14 +115,14 @@ TEST_F(Workspace, TheExitEventComesBeforeTheNotification) {
     advance(0);
 }
 
-TEST_F(Workspace, ANotificationMayNameNobody) {
+TEST_F(Workspace, ANotificationMayNameNoApplication) {
     const auto launches = workspace::observeLaunches(note("launch"));
     postLaunch(std::nullopt);
     advance(0);
     EXPECT_THAT(noted_, ElementsAre("launch: nobody"));
 }
 
-TEST_F(Workspace, AnObserverThatIsGoneHearsNothing) {
+TEST_F(Workspace, AnObserverThatIsGoneReceivesNothing) {
     {
         const auto launches = workspace::observeLaunches(note("launch"));
         perform({{"launch", {{"bundle", "a"}, {"pid", 5}}}});

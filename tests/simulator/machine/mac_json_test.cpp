@@ -52,7 +52,7 @@ const json& everything() {
     return mac;
 }
 
-TEST_F(MacJson, EveryKeySurvivesTheWayThereAndBack) {
+TEST_F(MacJson, EveryKeySurvivesTheRoundTrip) {
     reset(everything());
     json expected = everything();
     EXPECT_EQ(machine(), expected);
@@ -174,7 +174,7 @@ TEST_F(MacJson, MalformedMachinesAreRefused) {
     EXPECT_EQ(machine(), before) << "a refused machine changes nothing";
 }
 
-TEST_F(MacJson, TheActiveMenuBarIsOnTheMainDisplayUnlessTold) {
+TEST_F(MacJson, TheActiveMenuBarIsOnTheMainDisplayUnlessGiven) {
     const std::string own2 = "D15B1A70-0000-4000-8000-000000000002";
     const std::string told = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
     const struct {

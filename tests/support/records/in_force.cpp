@@ -76,7 +76,7 @@ bool mayBeOfOneDisplay(const json& one, const json& other, const Moment& moment)
            isShared("portUUID");
 }
 
-/// Of several records for one display one alone is in force.
+/// Only one of several records for one display is in force.
 bool overrideMayGo(const json& record, const json& all, const Moment& moment) {
     return overrideIsInForce(record, moment) ||
            std::any_of(all.begin(), all.end(), [&](const json& other) {
@@ -112,7 +112,7 @@ bool menuBarMayBecome(const json& before, const json& after, const Moment& momen
                        [&](const json& record) { return overrideMayGo(record, records, moment); });
 }
 
-/// A later snapshot takes its place only while it is in force, or says the same.
+/// A later snapshot may replace it only while it is in force, or if it says the same.
 bool cornersMayBecome(const json& before, const json& after, const Moment& moment) {
     constexpr std::array corners{"tl", "tr", "bl", "br"};
     const json live = member(before, "liveActions");
@@ -149,7 +149,7 @@ bool holdMayBecome(const json& /*before*/, const json& after, const Moment& mome
            });
 }
 
-/// A mark may go once no layout stands that only the main application makes.
+/// A mark may go once the layout is not one that only the main application makes.
 bool marksMayBecome(const json& /*before*/, const json& /*after*/, const Moment& moment) {
     std::vector<DisplayFrame> frames;
     for (const json& display : moment.mac.at("displays")) {

@@ -62,9 +62,9 @@ std::vector<Change> layoutWrites(const SetMarks& marks) {
 
 const DisplayModeSpec mode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
 
-// --- By which failures they may be lost.
+// --- The failures that may lose them.
 
-// By which a file is read whole.
+// The calls that read a file whole.
 const std::vector<std::string> reading{"open", "fstat", "read"};
 
 const std::string frames = "mac/displays/[0-9]+/frame/[0-9]";
@@ -75,7 +75,7 @@ const std::vector<Loss> marksLosses = {
     {{"CGDisplayBounds"},
      "",
      "record|" + frames + "|" + inMarks,
-     "displays without bounds touch nobody: a zigzag of them goes unseen until the next run"},
+     "displays without bounds touch no other: a zigzag of them goes unseen until the next run"},
     {reading, markFiles, inMarks,
      "a mark that could not be read is not cleared; it stays until its set of displays is seen "
      "healthy again"},
@@ -102,7 +102,7 @@ const std::vector<Loss> cornersLosses = {
     {{"stat ENOENT", "stat ENOTDIR"},
      "State/hot-corners-snapshot\\.json",
      "record|mac/(preferences/com\\.apple\\.dock/.*|dock/corner(Actions|Modifiers)/[0-9])",
-     "where the file system says that there is no earlier snapshot, a new one is taken",
+     "if the file system says that there is no earlier snapshot, a new one is taken",
      true},
     {{"CFPreferencesCopyValue"},
      "",
@@ -269,24 +269,23 @@ Record dockMarker() {
 }
 
 Record screenSaverHold() {
-    return {
-        .path = "State/hot-corner-screen-saver-hold",
-        .name = "screen saver hold",
-        .fate = Fate::unread,
-        .example = "1",
-        .mayBecome = in_force::holdMayBecome,
-        .notWritten = "warn: screen-saver hot-corner hold marker could not be saved \\(.*\\)",
-        .notRemoved = "warn: screen-saver hot-corner hold marker could not be removed \\(.*\\)",
-        .losses = {{{"CFNotificationCenterPostNotification",
-                     "CFNotificationCenterGetDistributedCenter"},
-                    "",
-                    "record",
-                    "posting a notification tells nothing of its success, and the marker goes"}},
-        .changes = {[](const auto& path) { ScreenSaverHotCornerHold::begin(path); },
-                    [](const auto& path) { ScreenSaverHotCornerHold::end(path); }},
-        .read = [](const auto& path) {
-            return std::string(ScreenSaverHotCornerHold::isPending(path) ? "held" : "none");
-        }};
+    return {.path = "State/hot-corner-screen-saver-hold",
+            .name = "screen saver hold",
+            .fate = Fate::unread,
+            .example = "1",
+            .mayBecome = in_force::holdMayBecome,
+            .notWritten = "warn: screen-saver hot-corner hold marker could not be saved \\(.*\\)",
+            .notRemoved = "warn: screen-saver hot-corner hold marker could not be removed \\(.*\\)",
+            .losses = {{{"CFNotificationCenterPostNotification",
+                         "CFNotificationCenterGetDistributedCenter"},
+                        "",
+                        "record",
+                        "posting a notification does not report success, and the marker goes"}},
+            .changes = {[](const auto& path) { ScreenSaverHotCornerHold::begin(path); },
+                        [](const auto& path) { ScreenSaverHotCornerHold::end(path); }},
+            .read = [](const auto& path) {
+                return std::string(ScreenSaverHotCornerHold::isPending(path) ? "held" : "none");
+            }};
 }
 
 /// The main application's; this system only reads it.
@@ -318,8 +317,8 @@ const std::vector<Change> separatedChanges = {
     [](const auto& path) { SeparatedSetsStore::migrateCanonicalIDs(renaming, path); },
     [](const auto& path) { SeparatedSetsStore::clearSeparated("HW-3", path); }};
 
-/// The text with something that no field accepts in place of each number beyond every double. JSON
-/// allows those, and they may stand where nobody reads them. Those of a very large text stay.
+/// The text with each number too large for a double replaced by something that no field accepts.
+/// JSON allows such numbers, and they may be where nothing reads them. A very large text stays.
 std::string withoutHugeNumbers(const std::string& text) {
     constexpr std::size_t largest = 1'000'000;
     if (text.size() > largest) {
@@ -341,8 +340,7 @@ std::string withoutHugeNumbers(const std::string& text) {
     return result;
 }
 
-/// The document that the content is. Text with a zero byte is none, nor is one nested deeper than
-/// anybody would write.
+/// The content as a document. Text with a zero byte is not one, nor is text nested too deeply.
 json parsed(const std::string& content) {
     constexpr int deepest = 512;
     bool isTooDeep = content.find('\0') != std::string::npos;
@@ -396,7 +394,7 @@ bool mayBecome(const Record& record, const json& before, const json& after, cons
 
 bool mayBeLostBy(const Record& record, const std::string& function) {
     return std::ranges::any_of(record.losses, [&](const Loss& loss) {
-        return !loss.isApplications && loss.places.starts_with("record") &&
+        return !loss.onlyByApplication && loss.places.starts_with("record") &&
                std::ranges::find(loss.functions, function) != loss.functions.end();
     });
 }

@@ -1,6 +1,6 @@
-// The records that the system keeps on disk, a row for each: what is in one, when the Mac is as it
-// says so that it may go, what the log says if it cannot be read, written or removed, which
-// failures may lose it nevertheless, and how the library changes it.
+// The records that the system keeps on disk, a row for each: its content, when the Mac matches it
+// so that it may go, what the log says if it cannot be read, written or removed, which failures may
+// lose it all the same, and how the library changes it.
 //
 // Every trial that judges records uses these rows: the corruption, power-cut, kill, pair and
 // two-process trials, the lines that they expect in the log, the tests of malformed files, and the
@@ -24,14 +24,14 @@ namespace tolvaran::tests {
 enum class Fate {
     kept,       // it stays until its owner replaces it
     discarded,  // it is removed, so that it never blocks later restores
-    unread,     // that there is a file is all that counts
+    unread,     // only its existence counts
 };
 
 /// The Mac at the moment when a record has gone, or changed.
 struct Moment {
     nlohmann::json mac;     // as simulator::machine() gives it
     nlohmann::json posted;  // as simulator::notifications() gives it
-    // Another Mac whose preferences are as right, since the user has changed them later.
+    // Another Mac whose preferences are just as right, since the user has changed them later.
     nlohmann::json alsoRight = nullptr;
     // Whether two records of different names may be about one display.
     bool namesMayFold = false;
@@ -40,13 +40,13 @@ struct Moment {
     bool byApplication = false;
 };
 
-/// A failure after which, by design, a run may end otherwise than one without it.
+/// A failure after which, by design, a run may end differently from one without it.
 struct Loss {
     std::vector<std::string> functions;  // or a function and its error, such as "stat ENOENT"
     std::string subjects;  // a regular expression for the whole of what the call is about
     std::string places;    // a regular expression for the whole of a place; "record" is the record
     std::string reason;
-    bool isApplications = false;  // only the main application can lose it so
+    bool onlyByApplication = false;  // only the main application can lose it this way
 };
 
 using Change = std::function<void(const std::string& path)>;
@@ -60,13 +60,13 @@ struct Record {
     Fate fate = Fate::unread;
     std::string unusableLine = {};  // the beginning of the log line for an unusable file;
                                     // empty where the design gives none
-    std::string places = {};   // a regular expression: what on the Mac a usable one decides about
-    std::string example = {};  // one with every field; displays as in crash-in-full.json
+    std::string places = {};        // a regular expression: what a usable one decides on the Mac
+    std::string example = {};       // one with every field; displays as in crash-in-full.json
 
-    // Its end. Null: nobody but its owner may change it.
+    // Its end. Null: only its owner may change it.
     bool (*mayBecome)(const nlohmann::json& before, const nlohmann::json& after,
                       const Moment&) = nullptr;
-    bool isRewritten = false;  // whether the helper may take a part of it out
+    bool isRewritten = false;  // whether the helper may remove a part of it
 
     // What the log says, as regular expressions for whole lines; empty where it says nothing.
     std::string notWritten = {};

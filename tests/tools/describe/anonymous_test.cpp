@@ -30,9 +30,9 @@ json anonymous(const json& report) {
     return result.scenario;
 }
 
-/// What happened, as a report tells it but for the names: they are replaced here as they were
-/// there. What is a name in the result of the original must be one in that of the other. Files that
-/// are not JSON are compared by size.
+/// The result of a run with its names replaced, as a report replaces them: what is a name in the
+/// result of the original must be one in that of the other. Files that are not JSON are compared by
+/// size.
 std::string withoutNames(const json& result) {
     json comparable = result;
     for (json& content : comparable["files"]) {
@@ -49,7 +49,7 @@ std::string withoutNames(const json& result) {
     return std::regex_replace(text, serial, "$1#");
 }
 
-/// The names of the displays in this scenario's files that are of no particular form.
+/// Whether names of displays in this scenario's files have no particular form.
 bool hasFreeNames(const json& report) {
     return report.dump().find("knownDisplays") != std::string::npos;
 }
@@ -122,7 +122,7 @@ json personalReport() {
     return report;
 }
 
-TEST(Anonymous, NothingOfTheUsersIsLeft) {
+TEST(Anonymous, NothingPersonalIsLeft) {
     const json report = personalReport();
     const std::string before = report.dump();
     const std::string after = anonymous(report).dump();
@@ -237,7 +237,7 @@ TEST(Pseudonyms, TwinsStayTwinsAndCasesApart) {
     EXPECT_EQ(pseudonyms.signature("HW-1-2-77,unknown,"), "HW-1-2-1001,unknown,");
 }
 
-TEST(Pseudonyms, AreNoOnesOriginals) {
+TEST(Pseudonyms, AreNotOriginalsOfOthers) {
     const Pseudonyms pseudonyms({"HW-1-2-1001", "HW-1-2-1002", "HW-1-2-100"}, {}, {});
     for (const char* const serial : {"1001", "1002", "100"}) {
         EXPECT_EQ(pseudonyms.serial(serial).find("100"), std::string::npos);

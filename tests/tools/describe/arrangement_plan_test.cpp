@@ -1,4 +1,4 @@
-// What is foretold of the displays is what the helper tries first.
+// What is planned for the displays is what the helper tries first.
 #include "tools/describe/arrangement_plan.hpp"
 
 #include <gmock/gmock.h>
@@ -146,7 +146,7 @@ class Maker {
     std::mt19937 random_;
 };
 
-Places foretold(const json& scenario) {
+Places planned(const json& scenario) {
     const FoundMac mac(simulator::readScenario(scenario, "", ""), FoundMac::Helper::neverRan);
     Places places;
     mac.visit([&] {
@@ -176,7 +176,7 @@ Places tried(const json& result) {
     return places;
 }
 
-// What the log says where a candidate of each kind is used, or not.
+// What the log says if a candidate of each kind is used, or not.
 const std::vector<std::string> everyWay = {"restored exact arrangement",
                                            "subset-restored",
                                            "superset-projection-restored",
@@ -186,12 +186,12 @@ const std::vector<std::string> everyWay = {"restored exact arrangement",
                                            "is itself zigzag",
                                            "has out-of-range coordinates"};
 
-TEST(ArrangementPlan, ForetellsWhatTheHelperTriesFirst) {
+TEST(ArrangementPlan, IsWhatTheHelperTriesFirst) {
     std::map<std::string, int> seen;
     for (unsigned seed = 0; seed < 400; ++seed) {
         const json scenario = Maker(seed).scenario();
         const json result = played(scenario);
-        EXPECT_EQ(foretold(scenario), tried(result)) << "seed " << seed << ": " << scenario.dump(1);
+        EXPECT_EQ(planned(scenario), tried(result)) << "seed " << seed << ": " << scenario.dump(1);
         const std::string log = result["log"].dump();
         for (const std::string& way : everyWay) {
             seen[way] += log.find(way) == std::string::npos ? 0 : 1;

@@ -1,4 +1,4 @@
-// A simulated Mac that is to be described.
+// A simulated Mac to be described.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -14,7 +14,7 @@
 
 namespace tolvaran::tests {
 
-/// A Mac with nothing as usual.
+/// A Mac where nothing is as usual.
 inline nlohmann::json fullMac() {
     std::ifstream file(TOLVARAN_FULL_MAC);
     return nlohmann::json::parse(file);

@@ -16,7 +16,8 @@ using nlohmann::json;
 using tests::described;
 using tests::fullMac;
 
-/// A path such as "/displays/0/modes" into the description, and what is noted of it.
+/// What a fault removes from the description, a path such as "/displays/0/modes", and the note
+/// about it.
 struct Refusal {
     json fault;
     std::string key;  // gone from the description

@@ -23,7 +23,7 @@ bool isHelper(pid_t pid) {
     return pid == helper;
 }
 
-bool isNobody(pid_t) {
+bool noProcessExists(pid_t) {
     return false;
 }
 
@@ -67,7 +67,7 @@ struct Found {
     std::string text;
 };
 
-/// What is said of it. Nothing may be changed.
+/// What --health finds on this Mac, where it may change nothing.
 Found found(const json& files, const json& mac = {}, const std::string& log = start,
             bool (*processExists)(pid_t) = isHelper) {
     const FoundMac foundMac = macWith(files, mac);
@@ -86,7 +86,7 @@ Found found(const json& files, const json& mac = {}, const std::string& log = st
     return result;
 }
 
-TEST(Health, IsFineWhereNothingWaits) {
+TEST(Health, IsFineIfNothingWaits) {
     const Found fine = found(json::object());
     EXPECT_EQ(fine.health.exitStatus(), 0);
     EXPECT_EQ(fine.text,
@@ -103,16 +103,16 @@ TEST(Health, KnowsADeadHelperByItsHeartbeatOrItsProcess) {
     EXPECT_THAT(stale.text, testing::StartsWith("The helper is dead. Nothing puts this Mac back. "
                                                 "Last heartbeat 5 minutes ago. It was process "
                                                 "501, started 2026-01-01 00:00:00.000.\n"));
-    EXPECT_EQ(found(json::object(), {}, start, isNobody).health.exitStatus(), 2);
-    EXPECT_EQ(found(json::object(), {}, "", isNobody).health.exitStatus(), 0)
-        << "a log that tells nothing says nothing against a fresh heartbeat";
+    EXPECT_EQ(found(json::object(), {}, start, noProcessExists).health.exitStatus(), 2);
+    EXPECT_EQ(found(json::object(), {}, "", noProcessExists).health.exitStatus(), 0)
+        << "an empty log does not contradict a fresh heartbeat";
     EXPECT_EQ(found({{"State/.helper-heartbeat", "no number"}}, {}, "").health.helper,
               Health::Helper::neverThere);
     EXPECT_EQ(found({{"State/.helper-heartbeat", "no number"}}, {}, start).health.helper,
               Health::Helper::dead);
 }
 
-TEST(Health, SaysThatTheHelperWasNeverThere) {
+TEST(Health, SaysThatTheHelperHasNeverRun) {
     const Found never = found({{"State/.helper-heartbeat", ""}}, {}, "");
     EXPECT_EQ(never.health.exitStatus(), 2);
     EXPECT_THAT(never.text, testing::StartsWith("The helper has never run."));
@@ -131,7 +131,7 @@ TEST(Health, SaysWhatThisMacOSLacksAndWhatThatCosts) {
                 testing::HasSubstr("Identifier: nothing that is put back depends on it.\n"));
 }
 
-/// A record in one of its states, and what is said of it below its title.
+/// A record in one of its states, and the text below its title.
 struct State {
     const char* what;
     json files;
@@ -296,7 +296,7 @@ const std::vector<State> states = {
      "Dock\n  waits: the record cannot be read; the next run removes it\n"},
 };
 
-TEST(Health, TellsEachRecordInEachOfItsStates) {
+TEST(Health, DescribesEachRecordInEachOfItsStates) {
     for (const State& state : states) {
         const Found result = found(state.files, state.mac);
         const std::size_t list = result.text.find("\n\n");
@@ -324,7 +324,7 @@ TEST(Health, RecordsWaitForTolvaranAndForAHelper) {
     const Found waiting = found(files, running);
     EXPECT_THAT(waiting.text, testing::HasSubstr("Tolvaran is running (process 812).\n1 record"));
     EXPECT_THAT(waiting.text, testing::EndsWith("yes\n  waits: Tolvaran is running\n"));
-    const Found dead = found(files, running, start, isNobody);
+    const Found dead = found(files, running, start, noProcessExists);
     EXPECT_EQ(dead.health.exitStatus(), 2);
     EXPECT_THAT(dead.text, testing::EndsWith("yes\n  waits: Tolvaran is running\n"
                                              "  waits: no helper is running\n"));

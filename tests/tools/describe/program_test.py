@@ -15,7 +15,7 @@ DESCRIBE, SIMULATOR, FULL_MAC = sys.argv[1:]
 
 
 def run(*command):
-    """Runs the command where there are no files of the helper's."""
+    """Runs the command where the helper has no files."""
     environment = dict(os.environ)
     for variable in ("APPLICATION_SUPPORT", "LOGS"):
         environment[f"TOLVARAN_{variable}_DIR"] = "/nonexistent"
@@ -59,7 +59,7 @@ class Program(unittest.TestCase):
         self.assertEqual(result["scenario"]["about"]["macOS"], "simulated")
         self.assertEqual(len(result["mac"]["displays"]), 3)
 
-    def test_health_where_there_never_was_a_helper(self):
+    def test_health_if_the_helper_has_never_run(self):
         told = run(DESCRIBE, "--mac", FULL_MAC, "--health")
         self.assertEqual(told.returncode, 2)
         self.assertTrue(told.stdout.startswith("The helper has never run."), told.stdout)
@@ -69,13 +69,13 @@ class Program(unittest.TestCase):
         self.assertEqual(health["status"], 2)
         self.assertEqual(health["tolvaran"], 812)
 
-    def test_a_report_that_cannot_be_written_is_told_in_a_line(self):
+    def test_a_report_that_cannot_be_written_is_reported_in_one_line(self):
         written = run(DESCRIBE, "--mac", FULL_MAC, "--report", self.directory / "no" / "report")
         self.assertEqual(written.returncode, 1)
         self.assertEqual(written.stdout, "")
         self.assertIn("No such file or directory", written.stderr)
 
-    def test_wrong_arguments_and_files_are_told_in_a_line(self):
+    def test_wrong_arguments_and_files_are_reported_in_one_line(self):
         bad = self.write("bad.json", {"screens": []})
         for arguments, message in (
             ([], "usage: "),

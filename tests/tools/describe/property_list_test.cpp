@@ -82,18 +82,18 @@ TEST(PropertyList, HasNoFormForWhatJSONCannotHold) {
         CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &infinity));
     const auto endlessDate = CFRef<CFTypeRef>::assume(CFDateCreate(kCFAllocatorDefault, infinity));
     const auto uuid = CFRef<CFTypeRef>::assume(CFUUIDCreate(kCFAllocatorDefault));
-    const auto noText = CFRef<CFTypeRef>::assume(
+    const auto notText = CFRef<CFTypeRef>::assume(
         CFStringCreateWithCharacters(kCFAllocatorDefault, &loneSurrogate, 1));
     const auto tooDeep =
         CFRef<CFTypeRef>::assume(simulator::cf::createFromJson(json::parse(nested(52))));
     const auto text = CFRef<CFTypeRef>::retain(CFSTR("text"));
-    for (const CFRef<CFTypeRef>& bad : {endless, endlessDate, uuid, noText, tooDeep}) {
+    for (const CFRef<CFTypeRef>& bad : {endless, endlessDate, uuid, notText, tooDeep}) {
         EXPECT_EQ(shown(bad.get()), "none");
         EXPECT_EQ(shown(list(bad.get()).get()), "none");
         EXPECT_EQ(shown(dictionary(CFSTR("key"), bad.get()).get()), "none");
     }
     EXPECT_EQ(shown(nullptr), "none");
-    EXPECT_EQ(shown(dictionary(uuid.get(), text.get()).get()), "none") << "a key that is no text";
+    EXPECT_EQ(shown(dictionary(uuid.get(), text.get()).get()), "none") << "a key that is not text";
     for (CFStringRef tag : {CFSTR("$data"), CFSTR("$date")}) {
         EXPECT_EQ(shown(dictionary(tag, text.get()).get()), "none") << "reads as something else";
     }

@@ -26,9 +26,9 @@ FoundMac crashedMac() {
     return FoundMac(simulator::loadScenario(TOLVARAN_SCENARIOS "/replay-example.json"));
 }
 
-/// The result of playing the Mac itself, as far as a report tells it: the helper reads no other
+/// The result of playing the Mac itself, as far as a report covers it: the helper reads no other
 /// settings, and a report holds no other file.
-json toldResult(json result, const json& report) {
+json reportedResult(json result, const json& report) {
     for (const auto& [path, content] : report["files"].items()) {
         if (path == settingsPath && result["files"].contains(path)) {
             result["files"][path] = content;
@@ -42,7 +42,7 @@ class EveryScenario : public testing::TestWithParam<std::string> {};
 TEST_P(EveryScenario, LeavesAMacWhoseReportEndsTheSame) {
     const FoundMac found(simulator::loadScenario(GetParam()));
     const json report = found.report();
-    EXPECT_EQ(playedReport(report).dump(1), toldResult(found.played(), report).dump(1));
+    EXPECT_EQ(playedReport(report).dump(1), reportedResult(found.played(), report).dump(1));
     EXPECT_FALSE(report["log"].empty());
 }
 
@@ -53,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(Scenarios, EveryScenario, testing::ValuesIn(tests::scen
                              return name;
                          });
 
-TEST(Report, HoldsWhatTheHelperReadsAndSaid) {
+TEST(Report, HoldsWhatTheHelperReadsAndLogged) {
     const FoundMac found = crashedMac();
     writeFile(found.file("State/.display-originals"), "\xff\x00");
     writeFile(found.file("State/below/other"), "text\n");
@@ -136,7 +136,7 @@ TEST(Report, HoldsTheEndOfTheLog) {
     EXPECT_EQ(report["log"][1999], "cannot read State/a \xEF\xBF\xBD");
 }
 
-TEST(Report, EveryContentIsWrittenAsItStands) {
+TEST(Report, EveryContentIsWrittenUnchanged) {
     for (const std::string content :
          {"", "{}", "[1.5,\"a\"]", "{\"a\" : 1}", "\"text\"", "1", "{\"$data\":\"AA==\"}",
           "{\"a\":1,\"a\":2}", "1e999", "2.0", "\xc3\xa4", "\xff", "null"}) {

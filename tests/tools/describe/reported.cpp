@@ -17,7 +17,7 @@ using nlohmann::json;
 
 const simulator::PlayOptions quietly{.quiet = true};
 
-json macThatIsTold(json mac) {
+json revealedMac(json mac) {
     for (const Untold& row : untold()) {
         row.forget(mac);
     }
@@ -44,7 +44,7 @@ void FoundMac::visit(const std::function<void()>& work) const {
     const ScopedEnvironment logs("TOLVARAN_LOGS_DIR", root_ / "Logs");
     forgetProcessWideValues();
     simulator::reset(mac_);
-    // The run of the helper has left them to its log.
+    // The helper's run has set the sinks to its log.
     RestoreLog::silence();
     work();
     forgetProcessWideValues();
@@ -58,7 +58,7 @@ json FoundMac::report(describe::Settings settings) const {
 
 json FoundMac::played() const {
     simulator::Scenario scenario;
-    scenario.mac = macThatIsTold(mac_);
+    scenario.mac = revealedMac(mac_);
     scenario.filesFrom = root_ / "ApplicationSupport";
     return simulator::play(scenario, quietly).result;
 }

@@ -1,4 +1,4 @@
-// A Mac as a run of the helper leaves it, and what a report of it is good for.
+// A Mac as a run of the helper leaves it, and the replay of its report.
 #pragma once
 
 #include <functional>
@@ -30,7 +30,7 @@ class FoundMac {
 
     /// The report that tolvaran_describe makes of it.
     nlohmann::json report(describe::Settings settings = describe::Settings::thoseRead) const;
-    /// What the helper does on it when it is started: a result without what no report tells.
+    /// What the helper does when it starts there: a result without what no report can hold.
     nlohmann::json played() const;
 
   private:
@@ -45,7 +45,7 @@ nlohmann::json playedReport(const nlohmann::json& report);
 /// of its bytes changed.
 std::vector<Corruption> someCorruptions(const std::string& whole);
 
-/// The file names of every scenario.
+/// The paths of all scenarios.
 std::vector<std::string> scenarioPaths();
 
 }  // namespace tolvaran::tests

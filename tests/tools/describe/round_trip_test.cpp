@@ -35,7 +35,7 @@ std::vector<json> macsOfScenarios() {
     return macs;
 }
 
-/// The full Mac, and with it everything that a Mac keeps to itself.
+/// The full Mac, with everything that a Mac keeps to itself.
 json secretiveMac() {
     json mac = fullMac();
     mac["cursorAssociated"] = false;
@@ -62,8 +62,8 @@ std::vector<json> handMadeMacs() {
     return macs;
 }
 
-/// The Mac's description must be the machine, but for what the rows take out; counts in `uses` how
-/// often each row did.
+/// Expects the Mac's description to be the machine, except for what the rows take out; counts in
+/// `uses` how often each row did.
 void expectGivenBack(const json& mac, std::vector<int>& uses) {
     const json told = described(mac).mac;
     json expected = simulator::machine();
@@ -76,7 +76,7 @@ void expectGivenBack(const json& mac, std::vector<int>& uses) {
     EXPECT_EQ(told.dump(1), expected.dump(1));
 }
 
-TEST(RoundTrip, EveryMacIsGivenBackAndNoExceptionIsIdle) {
+TEST(RoundTrip, EveryMacIsGivenBackAndEveryExceptionIsNeeded) {
     std::vector<json> macs = macsOfScenarios();
     EXPECT_GT(macs.size(), 80U);
     for (const json& mac : handMadeMacs()) {
@@ -91,7 +91,7 @@ TEST(RoundTrip, EveryMacIsGivenBackAndNoExceptionIsIdle) {
     }
 }
 
-TEST(RoundTrip, TheFullMacNeedsNoExceptionButTheCursor) {
+TEST(RoundTrip, TheFullMacNeedsNoExceptionExceptTheCursor) {
     const describe::Description description = described(fullMac());
     json expected = simulator::machine();
     expected.erase("cursorAssociated");
@@ -101,7 +101,7 @@ TEST(RoundTrip, TheFullMacNeedsNoExceptionButTheCursor) {
                                         "scenario then assumes true"}));
 }
 
-TEST(RoundTrip, NothingElseOfTheUsersIsTold) {
+TEST(RoundTrip, NothingElsePersonalIsDescribed) {
     const std::string told = described(secretiveMac()).mac.dump();
     for (const char* const secret : {"finder", "secret", "tilesize", "AppleLanguages"}) {
         EXPECT_EQ(told.find(secret), std::string::npos) << secret;

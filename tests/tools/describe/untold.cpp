@@ -31,7 +31,7 @@ void keepOnly(json& object, const Names& keys) {
     object = kept;
 }
 
-/// Takes the key out of an object of the Mac, or of every display, when the Mac lacks one of these.
+/// Removes the key from an object of the Mac, or from every display, if the Mac lacks one of these.
 std::function<void(json&)> withoutWhenLacking(const std::string& object, const std::string& key,
                                               const Names& names) {
     return [=](json& mac) {
@@ -129,23 +129,23 @@ const std::vector<Untold>& untold() {
          forgetSpellingOfPorts},
         {"displays[].spaceType", "the window server lists spaces by port UUID",
          forgetSpacesWithoutPort},
-        {"displays[].spaceType", "not without the function that tells it",
+        {"displays[].spaceType", "unknown without its function",
          withoutWhenLacking("displays", "spaceType",
                             windowServerNames("SLSCopyManagedDisplaySpaces"))},
-        {"displays[].menuBarOverride", "not without the function that tells it",
+        {"displays[].menuBarOverride", "unknown without its function",
          withoutWhenLacking("displays", "menuBarOverride",
                             windowServerNames("SLSGetMenuBarVisibilityOverrideOnDisplay"))},
-        {"menuBar.autoHide", "not without the function that tells it",
+        {"menuBar.autoHide", "unknown without its function",
          withoutWhenLacking("menuBar", "autoHide",
                             windowServerNames("SLSGetMenuBarAutohideEnabled"))},
-        {"menuBar.activeDisplay", "not without the function that tells it",
+        {"menuBar.activeDisplay", "unknown without its function",
          withoutWhenLacking("menuBar", "activeDisplay",
                             windowServerNames("SLSCopyActiveMenuBarDisplayIdentifier"))},
-        {"dock.cornerActions", "not without the function that tells it",
+        {"dock.cornerActions", "unknown without its function",
          withoutWhenLacking("dock", "cornerActions", dockNames)},
-        {"dock.cornerModifiers", "not without the function that tells it",
+        {"dock.cornerModifiers", "unknown without its function",
          withoutWhenLacking("dock", "cornerModifiers", dockNames)},
-        {"unavailable", "which functions a library has cannot be asked of one that is not there",
+        {"unavailable", "a library that is missing does not say which functions it has",
          forgetFunctionsOfLackingLibraries},
     };
     return list;

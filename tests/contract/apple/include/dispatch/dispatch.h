@@ -1,5 +1,5 @@
-// Apple's published libdispatch, whose header forbids the sources for processes elsewhere than on
-// Apple's kernel. The product is compiled with them all the same; no test here creates one.
+// Apple's published libdispatch. Its header forbids process sources except on Apple's kernel. The
+// product is compiled with them all the same; no test here creates one.
 #pragma once
 
 #include_next <dispatch/dispatch.h>
