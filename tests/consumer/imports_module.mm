@@ -1,4 +1,4 @@
-// An application in Objective-C++ that imports the installed library as a module of Clang's, and
+// An application in Objective-C++ that imports the installed library as a Clang module, and
 // includes nothing. It is compiled and linked with the Mac product.
 @import TolvaranRestore;
 

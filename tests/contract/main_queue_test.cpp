@@ -113,7 +113,7 @@ TEST_F(MainQueue, TheHandlerIsDestroyedAfterTheSource) {
 
 // What the helper does when the watch on a process fires. Documented: the system keeps a source
 // while its handler runs, so that the handler may release it.
-TEST_F(MainQueue, AHandlerMayReleaseItsOwnSourceAndUsesWhatItOwnsToItsEnd) {
+TEST_F(MainQueue, AHandlerMayReleaseItsOwnSourceAndKeepsWhatItOwnsToItsEnd) {
     const auto owned = std::make_shared<std::string>("owned");
     main_queue::Source timer;
     timer = main_queue::makeTimer(0.02, [this, &timer, owned] {

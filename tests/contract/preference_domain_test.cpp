@@ -34,7 +34,7 @@ class PreferenceDomains : public Contract {
     }
 };
 
-// Documented: no value is null, and setting null removes one.
+// Documented: a missing value is null, and setting null removes one.
 TEST_F(PreferenceDomains, AKeyWithoutAValueReadsAsNone) {
     EXPECT_FALSE(domain().value(contractKey));
     EXPECT_EQ(domain().integer(contractKey), std::nullopt);
@@ -57,7 +57,7 @@ TEST_F(PreferenceDomains, AnIntegerIsReadBackBeforeAndAfterASynchronisation) {
     }
 }
 
-// Documented: a property list has booleans of their own. The menu bar's settings are stored so.
+// Documented: a property list has booleans of its own. The menu bar's settings are stored as such.
 TEST_F(PreferenceDomains, ABooleanStaysOneAndReadsAsZeroOrOne) {
     for (const bool value : {true, false}) {
         domain().setBoolean(contractKey, value);
@@ -68,7 +68,7 @@ TEST_F(PreferenceDomains, ABooleanStaysOneAndReadsAsZeroOrOne) {
 }
 
 // Left open: what another program has stored there. Only numbers and booleans are read.
-TEST_F(PreferenceDomains, AValueOfAnotherTypeIsNoInteger) {
+TEST_F(PreferenceDomains, AValueOfAnotherTypeIsNotAnInteger) {
     store(CFSTR("5"));
     EXPECT_EQ(domain().integer(contractKey), std::nullopt);
     store(cf::makeDictionary(CFSTR("key"), kCFBooleanTrue).get());
@@ -80,7 +80,7 @@ TEST_F(PreferenceDomains, AValueOfAnotherTypeIsNoInteger) {
     EXPECT_EQ(domain().integer(contractKey), -2);
 }
 
-// Documented: null stands for a value that is not there; the caller owns the one it is given.
+// Documented: null stands for a missing value; the caller owns the value that it gets.
 TEST_F(PreferenceDomains, AValueOutlivesItsRemoval) {
     domain().setInteger(contractKey, 7);
     const auto held = domain().value(contractKey);
@@ -98,8 +98,8 @@ TEST_F(PreferenceDomains, SynchronisingTheApplicationKeepsTheDomainsValues) {
     EXPECT_EQ(domain().integer(contractKey), 3);
 }
 
-// Documented: a value is looked for in exactly the domain that is named. Left open for a domain
-// that every application falls back to: that this holds there too.
+// Documented: a value is looked up in exactly the domain that is named. Left open for a domain that
+// every application falls back to: that this holds there too.
 TEST_F(PreferenceDomains, TheDomainOfEveryApplicationIsApart) {
     domain().setInteger(contractKey, 3);
     EXPECT_EQ(PreferenceDomain::anyApplication().integer(contractKey), std::nullopt);

@@ -47,7 +47,7 @@ DESCRIBE = """#!/bin/sh
 echo '{}' >"$2"
 exit  # the stand-in for codesign signs behind this line
 """
-# The preferences that the tests have left, if they have.
+# The preferences that the tests have left, if any.
 DEFAULTS = """#!/bin/sh
 case "$*" in
     "read -g TolvaranHelperContractTests") [ -e "$STATE/global-preference" ] ;;

@@ -47,7 +47,7 @@ std::size_t leakedObjects() {
     return 0;
 }
 
-// There is no user whose preferences these would be.
+// There is no user to disturb.
 bool mayBeDisturbed() {
     return true;
 }

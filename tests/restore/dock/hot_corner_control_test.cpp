@@ -178,14 +178,14 @@ std::vector<Suppression> suppressions() {
     oneMissing.erase("wvous-bl-corner");
     json oneActive = disabled;
     oneActive["wvous-br-corner"] = 2;
-    json notANumber = disabled;
-    notANumber["wvous-tr-corner"] = "1";
+    json oneText = disabled;
+    oneText["wvous-tr-corner"] = "1";
     return {
         {"in force", disabled, suppressedCorners, true, true},
         {"not in force", usersPreferences(), usersCorners, false, false},
         {"one preference missing", oneMissing, suppressedCorners, false, true},
         {"one preference active", oneActive, suppressedCorners, false, true},
-        {"one preference not a number", notANumber, suppressedCorners, false, true},
+        {"one preference is text", oneText, suppressedCorners, false, true},
         {"one corner live", disabled, {{1, 1, 1, 2}, {0, 0, 0, 0}}, true, false},
         {"one modifier live", disabled, {{1, 1, 1, 1}, {0, 0, 1, 0}}, true, false},
     };
