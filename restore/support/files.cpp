@@ -159,6 +159,114 @@ bool Error::isChangedByAnother() const {
     return code_ == 0;
 }
 
+// The hidden files beside a record that is being changed.
+
+namespace {
+
+// While a record is being changed, hidden files lie beside it. Their names consist of ".", the
+// record's name, one of these markers, the process ID, "-", and something that makes the name
+// unique. Only unfinished files with "claim-" in their names are removed by other writers: an older
+// main application does not expect to lose its own.
+constexpr std::string_view unfinishedMarker = ".unfinished-";  // new content
+constexpr std::string_view asideMarker = ".removing-";         // the record, about to be removed
+constexpr std::string_view claim = "claim-";                   // behind the process ID
+
+std::string hiddenName(const std::string& path, std::string_view marker) {
+    return "." + lastComponent(path) + std::string(marker);
+}
+
+/// The process that made the hidden file with this name; none if the name has no such marker.
+std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMarker) {
+    const auto marker = name.rfind(hiddenMarker);
+    if (name.empty() || name.front() != '.' || marker == std::string::npos) {
+        return std::nullopt;
+    }
+    const char* const digits = name.c_str() + marker + hiddenMarker.size();
+    char* end = nullptr;
+    errno = 0;
+    const long pid = std::strtol(digits, &end, 10);
+    if (end == digits || *end != '-' || errno != 0 || pid <= 0 || !std::in_range<pid_t>(pid)) {
+        return std::nullopt;
+    }
+    return static_cast<pid_t>(pid);
+}
+
+/// Whether the process that made a hidden file may still need it. This process needs none while it
+/// looks, so a file with its ID was left by an earlier process with the same ID, for example before
+/// a restart of the Mac.
+bool mayStillNeedIt(pid_t maker) {
+    return maker != ::getpid() && (::kill(maker, 0) == 0 || errno != ESRCH);
+}
+
+/// Puts back a record that was moved aside, unless there is a newer one.
+void putBack(const std::string& aside, const std::string& path) {
+    const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
+    if (isBack || errno == EEXIST) {
+        // A power cut must not undo the one without the other.
+        flushDirectory(parentDirectory(path));
+        unlinkFile(aside);
+    } else if (!status(path)) {
+        // A volume without hard links: a record that is written just now is replaced.
+        uninterrupted([&] { return ::rename(aside.c_str(), path.c_str()); });
+    } else {
+        unlinkFile(aside);
+    }
+}
+
+/// Removes or puts back what processes that have ended left in the directory. Whether there was
+/// anything.
+/// @param names what is in the directory
+bool cleanUp(const std::string& directory, const std::vector<std::string>& names) {
+    bool found = false;
+    for (const std::string& name : names) {
+        const auto remover = makerOf(name, asideMarker);
+        const auto maker = remover ? remover : makerOf(name, unfinishedMarker);
+        if (!maker || mayStillNeedIt(*maker)) {
+            continue;
+        }
+        found = true;
+        const std::string path = directory + "/" + name;
+        if (remover) {
+            putBack(path, directory + "/" + name.substr(1, name.rfind(asideMarker) - 1));
+        } else {
+            unlinkFile(path);
+        }
+    }
+    return found;
+}
+
+/// Puts back the record if another process has moved it aside. Until that process has looked at
+/// what it has moved, this may be a newer record than the one that it is removing.
+void putBackFromAside(const std::string& path) {
+    const std::string prefix = hiddenName(path, asideMarker);
+    for (const std::string& name :
+         namesIn(parentDirectory(path)).value_or(std::vector<std::string>())) {
+        const std::optional<pid_t> remover = makerOf(name, asideMarker);
+        if (remover && *remover != ::getpid() && name.starts_with(prefix)) {
+            putBack(directoryOf(path) + name, path);
+        }
+    }
+}
+
+/// Whether it is worth looking again for a record that was not found, as errno says: another
+/// process may have moved it aside, and then it has been put back. A helper's run does not look
+/// again: what is aside has changed since it began, and is left to the next run.
+bool mayBeBack(const std::string& path) {
+    if (errno != ENOENT || Recovery::ofDirectory() != nullptr) {
+        return false;
+    }
+    putBackFromAside(path);
+    return true;
+}
+
+/// Opens a record as openToLook() does, even if another process has moved it aside.
+int openRecord(const std::string& path) {
+    const int descriptor = openToLook(path);
+    return descriptor < 0 && mayBeBack(path) ? openToLook(path) : descriptor;
+}
+
+}  // namespace
+
 // Reading, and looking at what there is.
 
 namespace {
@@ -170,7 +278,7 @@ constexpr std::size_t maximumContent = std::size_t{64} * 1024 * 1024;
 }  // namespace
 
 std::optional<std::string> read(const std::string& path) {
-    const Descriptor file(openToLook(path));
+    const Descriptor file(openRecord(path));
     struct stat status {};
     if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
@@ -191,7 +299,7 @@ std::optional<std::string> read(const std::string& path) {
 }
 
 bool exists(const std::string& path) {
-    return status(path).has_value();
+    return status(path) || (mayBeBack(path) && status(path));
 }
 
 bool mayExist(const std::string& path) {
@@ -300,6 +408,14 @@ Version versionOf(Descriptor file, const struct stat& status) {
         Version::State{std::make_shared<const Descriptor>(std::move(file)), identityOf(status)}));
 }
 
+/// The same version without its file, which another one may therefore be mistaken for later.
+Version withoutFile(const Version& version) {
+    return version.state() == nullptr
+               ? version
+               : Version(std::make_shared<Version::State>(
+                     Version::State{.file = nullptr, .identity = version.state()->identity}));
+}
+
 /// The version of the same file after changing its modification time; none if that cannot be set.
 std::optional<Version> touch(const Version& version) {
     if (version.state() == nullptr || !version.state()->file || !version.state()->file->isOpen()) {
@@ -320,7 +436,7 @@ std::optional<Version> touch(const Version& version) {
 }  // namespace
 
 Version Version::at(const std::string& path) {
-    Descriptor file(openToLook(path));
+    Descriptor file(openRecord(path));
     struct stat status {};
     if (file.isOpen() && ::fstat(file.number(), &status) == 0) {
         return versionOf(std::move(file), status);
@@ -339,53 +455,11 @@ bool Version::isAt(const std::string& path) const {
     return state_ != nullptr && (!state_->identity || *state_->identity == identityOf(now));
 }
 
-// The hidden files beside a record that is being changed.
-
-namespace {
-
-// While a record is being changed, hidden files lie beside it. Their names consist of ".", the
-// record's name, one of these markers, the process ID, "-", and something that makes the name
-// unique. Only unfinished files with "claim-" in their names are removed by other writers: an older
-// main application does not expect to lose its own.
-constexpr std::string_view unfinishedMarker = ".unfinished-";  // new content
-constexpr std::string_view asideMarker = ".removing-";         // the record, about to be removed
-constexpr std::string_view claim = "claim-";                   // behind the process ID
-
-std::string hiddenName(const std::string& path, std::string_view marker) {
-    return "." + lastComponent(path) + std::string(marker);
-}
-
-/// The process that made the hidden file with this name; none if the name has no such marker.
-std::optional<pid_t> makerOf(const std::string& name, std::string_view hiddenMarker) {
-    const auto marker = name.rfind(hiddenMarker);
-    if (name.empty() || name.front() != '.' || marker == std::string::npos) {
-        return std::nullopt;
-    }
-    const char* const digits = name.c_str() + marker + hiddenMarker.size();
-    char* end = nullptr;
-    errno = 0;
-    const long pid = std::strtol(digits, &end, 10);
-    if (end == digits || *end != '-' || errno != 0 || pid <= 0 || !std::in_range<pid_t>(pid)) {
-        return std::nullopt;
-    }
-    return static_cast<pid_t>(pid);
-}
-
-/// Whether the process that made a hidden file may still need it. This process needs none while it
-/// looks, so a file with its ID was left by an earlier process with the same ID, for example before
-/// a restart of the Mac.
-bool mayStillNeedIt(pid_t maker) {
-    return maker != ::getpid() && (::kill(maker, 0) == 0 || errno != ESRCH);
-}
-
-}  // namespace
-
 // Recoveries: which version of a record this thread expects.
 
 namespace {
 
-// The records' directory holds little else. A recovery keeps no more versions than this, because
-// each takes a descriptor.
+// The records' directory holds little else. Of further files a recovery keeps no descriptor.
 constexpr std::size_t maximumRecords = 64;
 
 thread_local Recovery* innermostRecovery = nullptr;
@@ -414,16 +488,33 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
         }
         return;
     }
-    const std::optional<std::vector<std::string>> names = namesIn(path);
+    const Recovery* const outer = ofDirectory();
+    if (outer != nullptr && outer->directory_ == path) {
+        return;
+    }
+    std::optional<std::vector<std::string>> names = namesIn(path);
+    if (names && cleanUp(path, *names)) {
+        names = namesIn(path);
+    }
     if (!names && exists(path)) {
         return;
     }
     for (const std::string& name : names.value_or(std::vector<std::string>())) {
-        if (!makerOf(name, unfinishedMarker) && versions_.size() < maximumRecords) {
-            versions_[path + "/" + name] = Version::at(path + "/" + name);
+        if (!makerOf(name, unfinishedMarker)) {
+            const Version version = Version::at(path + "/" + name);
+            versions_[path + "/" + name] =
+                versions_.size() < maximumRecords ? version : withoutFile(version);
         }
     }
     directory_ = path;
+}
+
+const Recovery* Recovery::ofDirectory() {
+    const Recovery* recovery = innermostRecovery;
+    while (recovery != nullptr && recovery->directory_.empty()) {
+        recovery = recovery->outer_;
+    }
+    return recovery;
 }
 
 bool Recovery::concerns(const std::string& path) const {
@@ -469,17 +560,18 @@ std::string unfinishedTemplate(const std::string& path) {
 }
 
 /// Makes every other process that is changing the record fail and start over, even one that is
-/// stopped.
-void overtakeOthers(const std::string& path, const std::string& own = "") {
+/// stopped. False if the directory cannot be listed: others may then be changing it unseen.
+bool overtakeOthers(const std::string& path, const std::string& own = "") {
     const std::string prefix = hiddenName(path, unfinishedMarker);
-    for (const std::string& name :
-         namesIn(parentDirectory(path)).value_or(std::vector<std::string>())) {
+    const std::optional<std::vector<std::string>> names = namesIn(parentDirectory(path));
+    for (const std::string& name : names.value_or(std::vector<std::string>())) {
         const bool isClaim =
             name.starts_with(prefix) && name.find(claim, prefix.size()) != name.npos;
         if (isClaim && name != lastComponent(own)) {
             unlinkFile(directoryOf(path) + name);
         }
     }
+    return names.has_value();
 }
 
 /// A record's new content on its way into place; removed unless it gets there.
@@ -549,8 +641,8 @@ bool tryToReplace(const std::string& path, std::string_view content,
     UnfinishedFile unfinished(path);
     unfinished.write(content);
     unfinished.flushToDisk();
-    overtakeOthers(path, unfinished.name());
-    if ((expected && !expected->isAt(path)) || !unfinished.replaceRecord()) {
+    const bool isAlone = overtakeOthers(path, unfinished.name());
+    if ((expected && !(isAlone && expected->isAt(path))) || !unfinished.replaceRecord()) {
         return false;
     }
     flushDirectory(parentDirectory(path));
@@ -563,10 +655,17 @@ bool tryToReplace(const std::string& path, std::string_view content,
 constexpr int maximumTries = 20;
 constexpr double longestPause = 0.005;  // seconds
 
-/// Waits until another process may be done; each process waits for a different time.
-void pause() {
+/// Waits until another process may be done. The lengths of a process's pauses are the digits of its
+/// ID to base 7, so two processes never wait alike all the time.
+/// @param n how often it has waited before
+void pause(int n) {
     constexpr int lengths = 7;
-    sleepFor(longestPause * (::getpid() % lengths + 1) / lengths);
+    constexpr int digits = 6;  // of the largest ID on a Mac
+    int id = ::getpid();
+    for (int digit = n % digits; digit > 0; --digit) {
+        id /= lengths;
+    }
+    sleepFor(longestPause * (id % lengths + 1) / lengths);
 }
 
 /// Repeats `attempt` while it returns false because another process has come in between.
@@ -579,7 +678,7 @@ void untilUndisturbed(const std::string& operation, const std::string& path, Att
         if (n == maximumTries) {
             throw Error(operation, path, EBUSY);
         }
-        pause();
+        pause(n);
     }
 }
 
@@ -613,26 +712,15 @@ std::string asidePath(const std::string& path) {
         directoryOf(path) + hiddenName(path, asideMarker) + std::to_string(::getpid()) + "-";
     // An earlier process with the same ID may have left some.
     int number = 0;
-    while (exists(name + std::to_string(number)) && number < maximumAttempts) {
+    while (status(name + std::to_string(number)) && number < maximumAttempts) {
         ++number;
     }
     return name + std::to_string(number);
 }
 
-/// Puts back a record that was moved aside, unless there is a newer one.
-void putBack(const std::string& aside, const std::string& path) {
-    const bool isBack = uninterrupted([&] { return ::link(aside.c_str(), path.c_str()); }) == 0;
-    if (isBack || errno == EEXIST) {
-        // A power cut must not undo the one without the other.
-        flushDirectory(parentDirectory(path));
-        unlinkFile(aside);
-    } else if (!exists(path)) {
-        // A volume without hard links.
-        uninterrupted([&] { return ::rename(aside.c_str(), path.c_str()); });
-    }
-}
-
 void removeUnconditionally(const std::string& path) {
+    // Before, for those that have looked at the record already, and after, for those that look now.
+    overtakeOthers(path);
     if (unlinkFile(path) != 0) {
         throw Error("remove", path, errno);
     }
@@ -640,13 +728,17 @@ void removeUnconditionally(const std::string& path) {
     flushDirectory(parentDirectory(path));
 }
 
-/// Removes the record if it is still the expected one; false if it is not.
+/// Removes the record if it is still the expected one; false if it is not, or if another process
+/// has put it back because it was looking for it.
 bool tryToRemove(const std::string& path, const Version& expected) {
     const std::string aside = asidePath(path);
     if (!expected.isAt(path)) {
         return false;
     }
     if (uninterrupted([&] { return ::rename(path.c_str(), aside.c_str()); }) != 0) {
+        if (!expected.isAt(path)) {
+            return false;
+        }
         // If it cannot be moved, it is removed where it is, if possible.
         removeUnconditionally(path);
         Recovery::note(path, Version());
@@ -660,7 +752,13 @@ bool tryToRemove(const std::string& path, const Version& expected) {
     if (unlinkFile(aside) != 0) {
         const int failure = errno;
         putBack(aside, path);
+        if (failure == ENOENT) {
+            return false;
+        }
         throw Error("remove", path, failure);
+    }
+    if (expected.isAt(path)) {
+        return false;
     }
     flushDirectory(parentDirectory(path));
     Recovery::note(path, Version());
@@ -700,8 +798,7 @@ bool tryToTouch(const std::string& path, const Version& expected) {
     if (!touched) {
         return false;
     }
-    overtakeOthers(path);
-    if (!touched->isAt(path)) {
+    if (!overtakeOthers(path) || !touched->isAt(path)) {
         return false;
     }
     Recovery::note(path, *touched);
@@ -769,18 +866,7 @@ void moveIfPossible(const std::string& from, const std::string& to) {
 }
 
 void removeAbandonedFiles(const std::string& directory) {
-    for (const std::string& name : namesIn(directory).value_or(std::vector<std::string>())) {
-        const std::string path = directory + "/" + name;
-        if (const auto writer = makerOf(name, unfinishedMarker)) {
-            if (!mayStillNeedIt(*writer)) {
-                unlinkFile(path);
-            }
-        } else if (const auto remover = makerOf(name, asideMarker)) {
-            if (!mayStillNeedIt(*remover)) {
-                putBack(path, directory + "/" + name.substr(1, name.rfind(asideMarker) - 1));
-            }
-        }
-    }
+    cleanUp(directory, namesIn(directory).value_or(std::vector<std::string>()));
 }
 
 // The standard streams.

@@ -13,6 +13,9 @@
 //   the same version, only one succeeds.
 // - To remove a record in a Recovery, a process moves it aside, looks at what it has moved, and
 //   puts it back if it is not the version it expects.
+// - Nobody takes a record for missing while another process has moved it aside: whoever looks for
+//   it puts it back, and the removal is made again or given up. Only a helper's run leaves it
+//   aside.
 // - To rely on a record that already says the right thing (update()), a process touches it. The
 //   content stays, but whoever read the record before now sees a new version.
 //
@@ -60,7 +63,8 @@ std::optional<std::string> read(const std::string& path);
 /// Replaces the file by one with this content, or leaves it as it was. Whatever is written after
 /// this returns reaches the disk after it; a power cut may still undo the newest writes, each as a
 /// whole. A symbolic link at `path` is replaced, not followed. The file is the user's alone to
-/// read. If another process is changing the same file, tries again for up to a tenth of a second.
+/// read. If another process is changing the same file, tries again, with pauses of up to a tenth of
+/// a second in all.
 /// @throws Error, after removing anything unfinished; isChangedByAnother() only in a Recovery
 void writeAtomically(const std::string& path, std::string_view content);
 
@@ -83,9 +87,9 @@ struct Change {
 };
 
 /// Reads the record and does with it what `decide` says. If another process changes it in between,
-/// does both again, for up to a tenth of a second, so no process's change is lost. Creates the
-/// parent directory, if possible, before it writes. A record that is relied on keeps its content
-/// byte for byte.
+/// does both again, with pauses of up to a tenth of a second in all, so no process's change is
+/// lost. Creates the parent directory, if possible, before it writes. A record that is relied on
+/// keeps its content byte for byte.
 /// @param decide given the content, none if there is no file or it cannot be read. May throw.
 /// @return what has been done
 /// @throws Error; the record is then as it was. isChangedByAnother() only in a Recovery.
@@ -172,6 +176,9 @@ class Version {
 /// describes a Mac that has changed since, and the next recovery starts from it.
 ///
 /// If one recovery begins inside another and both cover the same record, the outer one decides.
+///
+/// A recovery of a directory begins with removeAbandonedFiles() there, unless it begins inside
+/// another one of the same directory.
 class Recovery {
   public:
     enum class Scope { record, directory };
@@ -185,6 +192,8 @@ class Recovery {
     static std::optional<Version> expected(const std::string& path);
     /// Notes the version that this thread itself has made of a record.
     static void note(const std::string& path, const Version& version);
+    /// The innermost recovery of a directory that is in progress in this thread; null without one.
+    static const Recovery* ofDirectory();
 
   private:
     bool concerns(const std::string& path) const;

@@ -77,8 +77,8 @@ void save(const Record& record, const std::string& path, const std::string& name
 }
 
 /// Changes the record in the file; changes that another process makes at the same time are kept
-/// (files::update()). Logs as load() and save() do, except that a failed removal is silent. After a
-/// failure the file is as it was.
+/// (files::update()). Logs as load() and save() do, except that a failed removal is silent unless
+/// another process has changed the record. After a failure the file is as it was.
 /// @param name what the log calls the file, such as "originals file"
 /// @param alter alters the record that it is given (an empty one if the file holds no usable
 ///              record) and returns what to do with the file. May be called several times.
@@ -99,7 +99,7 @@ files::Change::Kind update(const std::string& path, const Expectation& expected,
     } catch (const json::EncodingError&) {
         RestoreLog::warn("Failed to encode " + name);
     } catch (const files::Error& error) {
-        if (kind != Kind::removal) {
+        if (kind != Kind::removal || error.isChangedByAnother()) {
             RestoreLog::warn("Failed to write " + name + ": " + error.what());
         }
     }

@@ -114,6 +114,22 @@ TEST(ProcessWatch, WhatAKilledInstanceLeftHalfWrittenIsRemovedAfterItsExit) {
     EXPECT_EQ(readFile(unfinished), std::nullopt);
 }
 
+TEST(ProcessWatch, WhatAnInstanceLeftThatCouldNotBeWatchedIsRemovedByTheNextRun) {
+    const HelperProcess process;
+    const auto helper = Helper::make();
+    helper->start();
+    const std::string ended = std::to_string(endedProcess());
+    const std::string unfinished =
+        process.state(".menubar-state.json.unfinished-" + ended + "-abcdef");
+    const std::string aside = process.state(".dock-autohide-pending.json.removing-" + ended + "-0");
+    writeFile(unfinished, "{");
+    writeFile(aside, R"({"version":1,"restoreTo":true})");
+    simulator::advance(60);
+    EXPECT_EQ(readFile(unfinished), std::nullopt);
+    EXPECT_EQ(readFile(aside), std::nullopt);
+    EXPECT_EQ(simulator::machine()["dock"]["autoHide"], true);
+}
+
 TEST(ProcessWatch, TheExitedInstanceMayStillBeListed) {
     HelperProcess process(applications({812}));
     const auto helper = Helper::make();

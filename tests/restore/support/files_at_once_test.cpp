@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -287,6 +288,121 @@ TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {
     EXPECT_TRUE(removeIfPossible(path));
     EXPECT_EQ(readFile(path), "b");
     EXPECT_FALSE(isChangedByAnother(directory / "below/record"));
+}
+
+TEST_F(FilesAtOnce, ANewRecordIsKeptWhereTheOneToRemoveHasGone) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    writeFile(path, "a");
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    const Recovery recovery(path, Recovery::Scope::record);
+    // An older main application, which replaces a record by removing it first.
+    simulator::decideCalls([&](const std::string& function) {
+        if (function == "rename") {
+            std::filesystem::remove(path);
+        } else if (readFile(path) == std::nullopt) {
+            writeFile(path, "b");
+        }
+        return nlohmann::json();
+    });
+    EXPECT_TRUE(removeIfPossible(path));
+    simulator::decideCalls(nullptr);
+    EXPECT_EQ(readFile(path), "b");
+}
+
+TEST_F(FilesAtOnce, ARecoveryCoversEveryRecordOfALargeDirectory) {
+    const TemporaryDirectory directory;
+    constexpr int count = 200;
+    for (int n = 0; n < count; ++n) {
+        writeFile(directory / ("record" + std::to_string(n)), "a");
+    }
+    const std::string changed = directory / "record77";
+    const Recovery recovery(directory.path(), Recovery::Scope::directory);
+    inAnotherProcess([&] { writeAtomically(changed, "b"); });
+    for (int n = 0; n < count; ++n) {
+        const std::string path = directory / ("record" + std::to_string(n));
+        EXPECT_EQ(removeIfPossible(path), path == changed) << n;
+    }
+    EXPECT_EQ(directory.list(), Names{"record77"});
+}
+
+TEST_F(FilesAtOnce, ARecordThatAnotherProcessHasMovedAsideIsNotMissing) {
+    const std::vector<std::function<bool(const std::string& path)>> looks = {
+        [](const auto& path) { return read(path) == "a"; },
+        [](const auto& path) { return exists(path); },
+        [](const auto& path) { return mayExist(path); },
+        [](const auto& path) { return !Version::at(path).isAt(path + ".not"); },
+    };
+    for (const auto& look : looks) {
+        const TemporaryDirectory directory;
+        const std::string path = directory / "record";
+        simulator::reset();
+        simulator::addFault({{"call", "kill"}, {"result", "EPERM"}});  // another user's, but alive
+        const std::string aside = ".record.removing-" + std::to_string(endedProcess()) + "-0";
+        writeFile(directory / aside, "a");
+        {
+            // A helper restores by what it has found.
+            const Recovery recovery(directory.path(), Recovery::Scope::directory);
+            look(path);
+            EXPECT_EQ(directory.list(), Names{aside});
+        }
+        EXPECT_TRUE(look(path));
+        EXPECT_EQ(readFile(path), "a");
+        EXPECT_EQ(directory.list(), Names{"record"});
+    }
+}
+
+TEST_F(FilesAtOnce, WhatThisProcessItselfHasMovedAsideStaysThere) {
+    const TemporaryDirectory directory;
+    const std::string aside = ".record.removing-" + std::to_string(::getpid()) + "-0";
+    writeFile(directory / aside, "a");
+    EXPECT_FALSE(exists(directory / "record"));
+    EXPECT_EQ(directory.list(), Names{aside});
+}
+
+TEST_F(FilesAtOnce, ARemovalThatAReaderHasUndoneIsMadeAgain) {
+    for (const Work& other :
+         std::vector<Work>{[](const auto& path) { static_cast<void>(read(path)); },
+                           [](const auto& path) { static_cast<void>(exists(path)); }}) {
+        forEveryCall("a", recover, other,
+                     [](const auto& after) { EXPECT_EQ(after, std::nullopt); });
+    }
+}
+
+TEST_F(FilesAtOnce, WithoutHardLinksARecordThatWasMovedAsideGivesWayToANewerOne) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    simulator::addFault({{"call", "link"}, {"result", "ENOTSUP"}});
+    const std::string aside = ".record.removing-" + std::to_string(endedProcess()) + "-0";
+    writeFile(directory / aside, "old");
+    removeAbandonedFiles(directory.path());
+    EXPECT_EQ(readFile(directory / "record"), "old");
+    writeFile(directory / aside, "older");
+    removeAbandonedFiles(directory.path());
+    EXPECT_EQ(readFile(directory / "record"), "old");
+    EXPECT_EQ(directory.list(), Names{"record"});
+}
+
+/// The pauses of a process that is always overtaken, as the moments at which they end.
+std::vector<double> pauses(pid_t pid) {
+    const TemporaryDirectory directory;
+    simulator::reset();
+    simulator::exposeToFaults(directory.path());
+    simulator::setProcessID(pid);
+    simulator::addFault({{"call", "rename"}, {"result", "ENOENT"}});
+    std::vector<double> ends;
+    simulator::onCall("rename", [&] { ends.push_back(simulator::now()); });
+    EXPECT_THROW(writeAtomically(directory / "record", "x"), Error);
+    simulator::setProcessID(std::nullopt);
+    return ends;
+}
+
+TEST_F(FilesAtOnce, NoTwoProcessesPauseAlike) {
+    EXPECT_NE(pauses(4000), pauses(4001));
+    EXPECT_NE(pauses(4000), pauses(4007));
+    EXPECT_NE(pauses(4000), pauses(4049));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -85,6 +86,29 @@ TEST_F(RecordFile, SaysWhatCouldNotBeEncodedOrWritten) {
                                 "warn: Failed to write test file: rename " +
                                     path("directory: Is a directory")}));
     EXPECT_EQ(readFile(path("record")), "old");
+}
+
+TEST_F(RecordFile, SaysThatARecordStaysBecauseAnotherProcessHasChangedIt) {
+    const std::string record = path("State/record");
+    save(Record{3, 1}, record, "test file");
+    const files::Recovery recovery(record, files::Recovery::Scope::record);
+    inAnotherProcess([&] { save(Record{3, 2}, record, "test file"); });
+    update<Record>(record, versionThree, "test file",
+                   [](Record&) { return files::Change::Kind::removal; });
+    EXPECT_EQ(takeLog(), Lines{"warn: Failed to write test file: replace " + record +
+                               ": another process has changed it"});
+    EXPECT_EQ(load<Record>(record, versionThree)->number, 2);
+}
+
+TEST_F(RecordFile, IsSilentAboutARemovalThatFails) {
+    const std::string record = path("record");
+    save(Record{3, 1}, record, "test file");
+    failCalls("rename", "EIO");
+    failCalls("unlink", "EIO");
+    update<Record>(record, versionThree, "test file",
+                   [](Record&) { return files::Change::Kind::removal; });
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(load<Record>(record, versionThree)->number, 1);
 }
 
 }  // namespace
