@@ -19,7 +19,7 @@ void touchHeartbeat() {
 void safetyTick() {
     touchHeartbeat();
     // Harmless while the main application runs: every step checks for it and skips.
-    runRestoreSequence("safety-tick", std::nullopt);
+    runQueuedRestoreSequence("safety-tick", std::nullopt);
 }
 
 void registerReconfigurationCallback() {
@@ -40,7 +40,7 @@ void reconfigurationCallback(CGDirectDisplayID /*display*/, CGDisplayChangeSumma
     }
     // Each callback gets its own run: every run reads the hardware afresh, and merging runs could
     // miss the state that the last one would have seen.
-    main_queue::async([] { runRestoreSequence("display-reconfig", std::nullopt); });
+    main_queue::async([] { runQueuedRestoreSequence("display-reconfig", std::nullopt); });
 }
 
 std::shared_ptr<Helper> Helper::make() {
@@ -90,7 +90,7 @@ void Helper::lookForMainApp() {
         return;
     }
     helperLog("info", "Tolvaran not running at helper start; running cold-start check");
-    runRestoreSequence("cold-start", std::nullopt);
+    runQueuedRestoreSequence("cold-start", std::nullopt);
 }
 
 }  // namespace tolvaran

@@ -66,7 +66,7 @@ void Helper::rearmAfterExit(const std::weak_ptr<Helper>& weak, pid_t exitedPID) 
     }
     // Tolvaran may have been killed while changing a record.
     files::removeAbandonedFiles(TolvaranPaths::stateDir());
-    runRestoreSequence("proc-exit", exitedPID);
+    runQueuedRestoreSequence("proc-exit", exitedPID);
 }
 
 }  // namespace tolvaran

@@ -1,13 +1,56 @@
 #include "helper/restore_sequence.hpp"
 
+#include <memory>
 #include <new>
 
+#include "helper/main_queue.hpp"
 #include "helper/step_log.hpp"
 #include "helper/steps/steps.hpp"
 #include "restore/paths/tolvaran_paths.hpp"
 #include "restore/support/files.hpp"
+#include "restore/support/process_wide.hpp"
 
 namespace tolvaran {
+namespace {
+
+/// Runs that follow each other.
+struct QueuedRuns {
+    std::unique_ptr<files::Recovery> records;  // as the first run has found them
+    unsigned count = 0;
+};
+
+QueuedRuns& queuedRuns() {
+    static ProcessWide<QueuedRuns> runs;
+    return runs.get();
+}
+
+/// Ends the runs' view of the records in a later turn of the main queue, or in the first one that
+/// follows a turn without any run.
+void endWhenAtRest() {
+    main_queue::async([before = queuedRuns().count] {
+        if (queuedRuns().count != before) {
+            try {
+                endWhenAtRest();
+                return;
+            } catch (const std::bad_alloc&) {
+                // Out of memory: the next run looks at the records again.
+            }
+        }
+        queuedRuns().records.reset();
+    });
+}
+
+void beginQueuedRun() {
+    QueuedRuns& runs = queuedRuns();
+    ++runs.count;
+    if (!runs.records) {
+        endWhenAtRest();
+        runs.records = std::make_unique<files::Recovery>(TolvaranPaths::stateDir(),
+                                                         files::Recovery::Scope::directory);
+    }
+}
+
+}  // namespace
 
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
     // Records that the main application writes from here on are left alone: this run's steps do not
@@ -27,6 +70,15 @@ void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) 
             StepLog(step.name, tag).log("error", std::string("gave up: ") + error.what());
         }
     }
+}
+
+void runQueuedRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID) {
+    try {
+        beginQueuedRun();
+    } catch (const std::bad_alloc&) {
+        // The run then goes by the records that it finds itself.
+    }
+    runRestoreSequence(tag, exitedPID);
 }
 
 }  // namespace tolvaran

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <map>
+#include <optional>
 #include <utility>
 
 #include "simulator/core_foundation/object.hpp"
@@ -42,6 +43,7 @@ struct LoopState {
     bool running = false;  // queued work is running
     bool isEvent = false;  // an event is being performed
     int workAtOnce = 0;    // how much has run since time last moved
+    std::uint64_t turns = 0;
     std::function<void(LoopMoment)> observer;
     // Dropped work may hold the only pointers to what it would have freed, as in any killed
     // process. Kept so that this does not look like a leak.
@@ -98,14 +100,45 @@ void runNextEvent() {
     tellObserver(LoopMoment::afterEvent);
 }
 
-void runNextWork() {
-    auto next = loopState().queue.extract(loopState().queue.begin());
+void runWork(const QueuePlace& place) {
+    auto next = loopState().queue.extract(place);
     loopState().places.erase(next.key().number);
     tellObserver(LoopMoment::beforeWork);
     const Marked running(loopState().running);
-    const ApplicationsHold hold;
     next.mapped().run();
 }
+
+/// One turn of the main queue after the other.
+class Turns {
+  public:
+    /// The place of the work that is to be done next; begins a turn if the present one is over. The
+    /// queue must not be empty.
+    QueuePlace next() {
+        if (hold_) {
+            for (const auto& [place, work] : loopState().queue) {
+                if (place.due > began_) {
+                    break;
+                }
+                if (place.number <= lastNumber_) {
+                    return place;
+                }
+            }
+        }
+        end();
+        hold_.emplace();
+        began_ = clock::now();
+        lastNumber_ = loopState().lastNumber;
+        ++loopState().turns;
+        return loopState().queue.begin()->first;
+    }
+
+    void end() { hold_.reset(); }
+
+  private:
+    std::optional<ApplicationsHold> hold_;
+    clock::Time began_ = 0;
+    std::uint64_t lastNumber_ = 0;  // of what had been queued when the turn began
+};
 
 /// Lets time pass until `time`, or until a process ends.
 void waitUntil(clock::Time time) {
@@ -186,15 +219,17 @@ void runUntil(clock::Time end) {
         cf::misuse("event loop", "it must not be run from within its own work");
     }
     loopState().workAtOnce = 0;
+    Turns turns;
     while (true) {
         const clock::Time next =
             std::min({nextDue(loopState().events), nextDue(loopState().queue), end});
         if (clock::now() < next) {
+            turns.end();
             waitUntil(next);
         } else if (isDue(loopState().events, end)) {
             runNextEvent();
         } else if (isDue(loopState().queue, end)) {
-            runNextWork();
+            runWork(turns.next());
             if (!takeTime(end)) {
                 return;
             }
@@ -215,6 +250,10 @@ void sleepUntil(clock::Time end) {
             return;
         }
     }
+}
+
+std::uint64_t turnsOfMainQueue() {
+    return loopState().turns;
 }
 
 void setEndOfRun(clock::Time end) {

@@ -7,6 +7,10 @@
 // in this order: events as they were planned, then work that events have queued, then other work,
 // each as it was queued.
 //
+// The main queue works in turns, as a Mac's does: a turn performs what is due when it begins, and
+// what becomes due meanwhile belongs to a later one. The list of running applications stays as it
+// is during a turn.
+//
 // The virtual clock stands still while work runs. Once more than 1,000 pieces have run at one time,
 // each takes a second until nothing is due any more, so even a process that never comes to rest
 // reaches the end of its run.
@@ -45,6 +49,9 @@ void runUntil(clock::Time end);
 
 /// Lets time pass while the process waits: events happen, queued work does not run.
 void sleepUntil(clock::Time end);
+
+/// How many turns the main queue has begun since the start of the program.
+std::uint64_t turnsOfMainQueue();
 
 /// When the event loop of the shared application returns. It is 0 after a reset: unless this is
 /// called, a process does only what is due immediately.

@@ -97,8 +97,9 @@ bool activationIsProhibited() {
 
 namespace tolvaran::workspace {
 
-// A Mac changes this list only between two pieces of the main run loop's work: a process that waits
-// within a piece does not see an application come or go until that piece ends.
+// A Mac changes this list only between two turns of the main run loop: a process that waits within
+// a turn does not see an application come or go until all that the main queue was given before that
+// turn has been performed.
 std::vector<RunningApplication> runningApplications() {
     const auto& held = simulator::workspaceState().heldApplications;
     const auto& applications = held ? *held : simulator::mac().applications;

@@ -15,8 +15,8 @@ void postLaunch(const std::optional<Application>& application);
 void postTermination(const std::optional<Application>& application);
 void postWake();
 
-/// While it exists, the workspace's list of running applications stays as it is, which is what a
-/// piece of the process's own work sees. One inside another changes nothing.
+/// While it exists, the workspace's list of running applications stays as it is, which is what the
+/// process's own work sees during a turn of the main queue. One inside another changes nothing.
 class ApplicationsHold {
   public:
     ApplicationsHold();

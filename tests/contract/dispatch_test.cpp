@@ -40,6 +40,29 @@ TEST_F(Dispatch, WorkQueuedByWorkRunsAfterIt) {
     EXPECT_EQ(happened, std::vector<std::string>({"begin", "end", "inner"}));
 }
 
+// Not documented: a turn of the event loop performs what the main queue held when the turn began,
+// all of it, and leaves what is given meanwhile to a later one. Between two turns the workspace may
+// hear of an application.
+TEST_F(Dispatch, ATurnOfTheEventLoopPerformsAllThatWasGivenBeforeItAndNothingElse) {
+    struct Turns {
+        std::uint64_t first, second, inner;
+        bool isOver;
+    } turns{};
+    dispatch_async_f(dispatch_get_main_queue(), &turns, [](void* context) {
+        static_cast<Turns*>(context)->first = the_mac::turns();
+        dispatch_async_f(dispatch_get_main_queue(), context, [](void* inner) {
+            static_cast<Turns*>(inner)->inner = the_mac::turns();
+            static_cast<Turns*>(inner)->isOver = true;
+        });
+    });
+    dispatch_async_f(dispatch_get_main_queue(), &turns, [](void* context) {
+        static_cast<Turns*>(context)->second = the_mac::turns();
+    });
+    ASSERT_TRUE(the_mac::waitUntil([&] { return turns.isOver; }));
+    EXPECT_EQ(turns.first, turns.second);
+    EXPECT_LT(turns.second, turns.inner);
+}
+
 // Documented: the work is queued at its time. Left open: how much later it runs.
 TEST_F(Dispatch, DelayedWorkWaitsAndTheEarlierDeadlineComesFirst) {
     Note late{&happened, "late"};

@@ -7,6 +7,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "restore/support/cf_ref.hpp"
 #include "restore/support/cf_values.hpp"
 #include "tests/contract/the_mac.hpp"
 
@@ -27,9 +28,23 @@ void keep(CFNotificationCenterRef, void*, CFNotificationName name, const void*,
         {.name = tolvaran::cf::string(name).value(), .marker = tolvaran::cf::string(marker)});
 }
 
+std::uint64_t turnsBegun = 0;
+
+void countTurn(CFRunLoopObserverRef, CFRunLoopActivity, void*) {
+    ++turnsBegun;
+}
+
+/// Counts the turns of the run loop from now on.
+void countTurns() {
+    static const tolvaran::CFRef<CFRunLoopObserverRef> observer(
+        CFRunLoopObserverCreate(nullptr, kCFRunLoopBeforeTimers, true, 0, countTurn, nullptr));
+    CFRunLoopAddObserver(CFRunLoopGetMain(), observer.get(), kCFRunLoopCommonModes);
+}
+
 }  // namespace
 
 void prepare() {
+    countTurns();
     CFNotificationCenterRemoveEveryObserver(center(), &log);
     log.clear();
 }
@@ -55,6 +70,10 @@ bool waitUntil(const std::function<bool()>& condition, double seconds) {
         CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.01, true);
     }
     return condition();
+}
+
+std::uint64_t turns() {
+    return turnsBegun;
 }
 
 pid_t startProcess() {

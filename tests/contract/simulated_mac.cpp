@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "simulator/loop/event_loop.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/contract/the_mac.hpp"
 
@@ -51,6 +52,10 @@ bool waitUntil(const std::function<bool()>& condition, double seconds) {
         simulator::advance(step);
     }
     return condition();
+}
+
+std::uint64_t turns() {
+    return simulator::turnsOfMainQueue();
 }
 
 pid_t startProcess() {

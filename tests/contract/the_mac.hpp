@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -30,6 +31,9 @@ void letPass(double seconds);
 
 /// Lets them work until `condition` holds, for `seconds` at most. @return whether it held
 bool waitUntil(const std::function<bool()>& condition, double seconds = 5.0);
+
+/// How many turns the main thread's event loop has begun. Each serves the main queue once at most.
+std::uint64_t turns();
 
 /// Starts a process that does nothing until it is ended.
 pid_t startProcess();

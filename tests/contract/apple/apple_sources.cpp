@@ -30,11 +30,14 @@ const dispatch_source_type_s unservedProcessSource;
 namespace the_mac {
 namespace {
 
+std::uint64_t turnsBegun = 0;
+
 /// Does the main queue's work, or waits for some until a moment of absolute time.
 void serveMainQueue(CFAbsoluteTime until) {
     pollfd queue = {.fd = _dispatch_get_main_queue_handle_4CF(), .events = POLLIN, .revents = 0};
     const double milliseconds = std::ceil((until - CFAbsoluteTimeGetCurrent()) * 1000);
     if (::poll(&queue, 1, static_cast<int>(std::max(milliseconds, 0.0))) == 1) {
+        ++turnsBegun;
         _dispatch_main_queue_callback_4CF(nullptr);
     }
 }
@@ -50,6 +53,10 @@ std::size_t leakedObjects() {
 // There is no user to disturb.
 bool mayBeDisturbed() {
     return true;
+}
+
+std::uint64_t turns() {
+    return turnsBegun;
 }
 
 void letPass(double seconds) {

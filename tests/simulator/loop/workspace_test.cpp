@@ -69,7 +69,7 @@ TEST_F(Workspace, ALaunchOfAListedApplicationIsPostedAgain) {
                 ElementsAre(RunningApplication{"a", 5, false}, RunningApplication{"b", 6, false}));
 }
 
-TEST_F(Workspace, TheListStaysTheSameWhileAPieceOfWorkWaits) {
+TEST_F(Workspace, TheListStaysTheSameDuringATurnOfTheMainQueue) {
     const RunningApplication a{"a", 5, false};
     const RunningApplication b{"b", 6, false};
     reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
@@ -79,14 +79,31 @@ TEST_F(Workspace, TheListStaysTheSameWhileAPieceOfWorkWaits) {
     queueWork(0, [&] {
         sleepUntil(2 * clock::second);
         EXPECT_THAT(workspace::runningApplications(), ElementsAre(a));
+        queueWork(0, [&] {
+            EXPECT_THAT(workspace::runningApplications(),
+                        ElementsAre(RunningApplication{"a", 5, true}, b));
+            noted_.push_back("later turn");
+        });
     });
     queueWork(0, [&] {
-        EXPECT_THAT(workspace::runningApplications(),
-                    ElementsAre(RunningApplication{"a", 5, true}, b));
+        EXPECT_THAT(workspace::runningApplications(), ElementsAre(a));
+        noted_.push_back("same turn");
     });
     advance(2);
+    EXPECT_THAT(noted_, ElementsAre("same turn", "later turn"));
     advance(1);
     EXPECT_THAT(workspace::runningApplications(), ElementsAre(b));
+}
+
+TEST_F(Workspace, WorkThatBecomesDueDuringATurnBelongsToALaterOne) {
+    planEvent(clock::second, [] { perform({{"launch", {{"bundle", "b"}, {"pid", 6}}}}); });
+    queueWork(0, [&] { sleepUntil(2 * clock::second); });
+    queueWork(clock::second, [&] {
+        EXPECT_EQ(workspace::runningApplications().size(), 1U);
+        noted_.push_back("later turn");
+    });
+    advance(2);
+    EXPECT_THAT(noted_, ElementsAre("later turn"));
 }
 
 TEST_F(Workspace, TheListStaysTheSameInAnAutoreleasePool) {
