@@ -87,12 +87,19 @@ DockHotCornerSnapshot join(DockHotCornerLeaseOwner owner, const std::string& pat
 /// Undoes an earlier suppression that is still pending. Until then the corners may be the
 /// suppressed ones, so no snapshot of them may replace the pending one.
 void recoverFirst(const std::string& path, const std::string& appID) {
-    if (hasRecoveryState(path) && !restoreIfPending(path, appID)) {
-        RestoreLog::warn("hot-corner enter: pending snapshot at " + path +
-                         " could not be restored (corrupt file or Dock sync failed); refusing to "
-                         "overwrite with fresh snapshot");
-        throw OverrideError::syncFailed();
+    const bool isRestored = hasRecoveryState(path) && restoreIfPending(path, appID);
+    if (!hasRecoveryState(path)) {
+        // The helper may have restored and removed it meanwhile.
+        files::Recovery::note(path, files::Version());
+        return;
     }
+    if (isRestored) {
+        return;  // the file cannot be removed
+    }
+    RestoreLog::warn("hot-corner enter: pending snapshot at " + path +
+                     " could not be restored (corrupt file or Dock sync failed); refusing to "
+                     "overwrite with fresh snapshot");
+    throw OverrideError::syncFailed();
 }
 
 /// Puts the corners back after a failed suppression. If that fails too, the snapshot stays for a
@@ -215,6 +222,7 @@ bool restoreIfPending(const std::string& path, const std::string& appID) {
     }
     const bool isRetained = retainOrWarn(*snapshot, path, Purpose::restoring, pendingNotRetained);
     if (!isRetained && files::isChangedByAnother(path)) {
+        leaseState().recoverySnapshot.reset();
         return false;
     }
     return restoreOrWarn(*snapshot, path, appID, pendingOperation) &&

@@ -1,5 +1,11 @@
 // The file that holds the hot-corner snapshot while the corners are suppressed. It is what a crash
 // leaves behind: the helper restores from it. Used by the leases and the restore step.
+//
+// The helper may be restoring from the file while the main application uses it. Loading sees a
+// whole snapshot or none. What saveSnapshotOrThrow() has saved, or ensureSnapshotOrThrow() has kept
+// for suppressing, is not removed by a restore that began before. saveSnapshotOrThrow() and
+// deleteSnapshot() do not look at what is in the file: of two processes that save at once one
+// prevails. DockHotCornerOverride::enter() and exit() take care of all this.
 #pragma once
 
 #include <optional>

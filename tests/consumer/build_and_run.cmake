@@ -77,6 +77,16 @@ if(left)
     message(FATAL_ERROR "the guide's example left ${left}")
 endif()
 
+# The same after a crash, where there is a Mac that can be made to have had one.
+file(GLOB_RECURSE simulator ${work}/prefix/*TolvaranSimulator.a)
+if(simulator)
+    run(${COMPILER} -std=c++20 -Dmain=example -c ${work}/example.cpp -o ${work}/example.o ${options})
+    run(${COMPILER} -std=c++20 -I${source}/../.. ${source}/guide_after_a_crash.cpp ${work}/example.o
+        -o ${work}/guide_after_a_crash ${options})
+    run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${work}/state
+        ${work}/guide_after_a_crash)
+endif()
+
 if(NOT CLANG)
     message(FATAL_ERROR "there is no Clang to import the library as a module")
 endif()
