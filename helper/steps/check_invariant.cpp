@@ -1,11 +1,29 @@
 #include "helper/steps/steps.hpp"
 
+#include <algorithm>
+#include <string>
+
 #include "helper/step_log.hpp"
 #include "restore/arrangement/arrangement_repair.hpp"
 #include "restore/arrangement/main_application_layout.hpp"
+#include "restore/arrangement/originals_store.hpp"
 #include "restore/arrangement/repair_attempts.hpp"
+#include "restore/arrangement/set_marks.hpp"
 
 namespace tolvaran {
+namespace {
+
+/// Whether a main application has started and saved or marked a layout since the run began: it may
+/// be making the one that the displays show.
+bool haveRecordsChanged(const StepLog& step) {
+    const std::string paths[] = {OriginalsStore::defaultPath(), SeparatedSetsStore::defaultPath(),
+                                 SidePinnedSetsStore::defaultPath(),
+                                 NativeMirroredSetsStore::defaultPath()};
+    return std::ranges::any_of(paths,
+                               [&](const auto& path) { return step.recordHasChanged(path); });
+}
+
+}  // namespace
 
 void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
     const StepLog step(step_names::checkInvariant, tag);
@@ -24,7 +42,9 @@ void checkInvariant(const std::string& tag, std::optional<pid_t> exitedPID) {
     repair_attempts::beginCheck(hardware.displays);
     const MainApplicationLayout::Look look = MainApplicationLayout::look(hardware);
     if (look.isMainAppLayout) {
-        repairArrangement(hardware, log);
+        if (!haveRecordsChanged(step)) {
+            repairArrangement(hardware, log);
+        }
         return;
     }
     log("debug", "hardware not a Tolvaran layout, invariant holds");

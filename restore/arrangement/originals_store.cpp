@@ -14,6 +14,7 @@ namespace tolvaran::OriginalsStore {
 namespace {
 
 using Arrangements = decltype(OriginalsFile::arrangements);
+using Kind = files::Change::Kind;
 
 constexpr const char* recordName = "originals file";
 record_file::Expectation usable() {
@@ -48,11 +49,22 @@ void save(const OriginalsFile& file, const std::string& path) {
     record_file::save(file, path, recordName);
 }
 
+void saveArrangement(const std::string& signature, const std::vector<OriginalsEntry>& entries,
+                     const std::string& path) {
+    record_file::update<OriginalsFile>(path, usable(), recordName, [&](OriginalsFile& file) {
+        const auto [saved, isNew] = file.arrangements.try_emplace(signature, entries);
+        if (!isNew && saved->second == entries) {
+            return Kind::reliedOn;
+        }
+        saved->second = entries;
+        return Kind::replacement;
+    });
+}
+
 void migrateUUIDs(const std::map<std::string, std::string>& mapping, const std::string& path) {
     if (mapping.empty()) {
         return;
     }
-    using Kind = files::Change::Kind;
     const auto migrate = [&](OriginalsFile& file) {
         Arrangements renamed = migrated(file.arrangements, mapping);
         const bool isChanged = renamed != file.arrangements;

@@ -2,8 +2,8 @@
 // arrangement for each set of displays. The main application writes the store; the arrangement
 // invariant puts the displays back from it. Nothing here throws, except std::bad_alloc.
 //
-// The helper only reads the store. save() replaces the whole file, so only one process should save
-// at a time; migrateUUIDs() changes what the file holds at that moment.
+// The helper only reads the store. saveArrangement() and migrateUUIDs() change what the file holds
+// at that moment, so what two processes do at once is all kept. save() replaces the whole file.
 #pragma once
 
 #include <cstdint>
@@ -48,6 +48,12 @@ OriginalsFile load(const std::string& path);
 /// RestoreLog.warn: "Failed to encode originals file", or "Failed to write originals file: " and
 /// the error.
 void save(const OriginalsFile& file, const std::string& path);
+
+/// Saves the arrangement of one set of displays, in place of an earlier one, and leaves all others
+/// as they are in the file. Logs as load() and save() do.
+/// @param signature of the entries' UUIDs
+void saveArrangement(const std::string& signature, const std::vector<OriginalsEntry>& entries,
+                     const std::string& path);
 
 /// Renames displays throughout the store: every UUID that is a key of `mapping` becomes its value.
 /// If entries then share a UUID, or arrangements a signature, the first stays (in stored order, and

@@ -36,6 +36,19 @@ bool switchMode(const std::string& key, const DisplayModeSpec& spec, CGDirectDis
     return true;
 }
 
+/// Whether another process has changed the records since the recovery in progress began, which is
+/// logged: they may then be of changes that are still to be made.
+bool haveRecordsChanged(const std::string& path, const std::string& key) {
+    const bool haveChanged = files::isChangedByAnother(path);
+    if (haveChanged) {
+        RestoreLog::info(
+            "resolution restore: the records were changed by another process meanwhile; keeping "
+            "entry for " +
+            key);
+    }
+    return haveChanged;
+}
+
 }  // namespace
 
 std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idByCanonicalUUID,
@@ -46,14 +59,12 @@ std::int64_t restorePending(const std::map<std::string, CGDirectDisplayID>& idBy
         if (display == idByCanonicalUUID.end()) {
             continue;
         }
+        if (haveRecordsChanged(path, key)) {
+            continue;
+        }
         const bool alreadyShown = shows(display->second, spec);
         const bool applied = !alreadyShown && switchMode(key, spec, display->second);
-        if ((alreadyShown || applied) && files::isChangedByAnother(path)) {
-            RestoreLog::info(
-                "resolution restore: the records were changed by another process meanwhile; "
-                "keeping entry for " +
-                key);
-        } else if (alreadyShown || applied) {
+        if ((alreadyShown || applied) && !haveRecordsChanged(path, key)) {
             // Starts from the file as it is now: the main application may have added or cleared
             // records since it was read above, and those changes must stay.
             ResolutionOriginalsStore::clear(key, path);

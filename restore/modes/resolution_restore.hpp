@@ -22,8 +22,8 @@ namespace tolvaran::ResolutionRestore {
 ///   MODE for KEY; keeping entry"
 /// - through RestoreLog.warn, if the display configuration could not be begun or completed:
 ///   "resolution restore: apply failed for KEY MODE; keeping entry"
-/// - through RestoreLog.info, even after a success: "resolution restore: the records were changed
-///   by another process meanwhile; keeping entry for KEY"
+/// - through RestoreLog.info, before or after the change: "resolution restore: the records were
+///   changed by another process meanwhile; keeping entry for KEY"
 ///
 /// Also logs what ResolutionOriginalsStore logs.
 /// @param idByCanonicalUUID the displays to consider, by canonical display ID
