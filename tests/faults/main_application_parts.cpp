@@ -137,8 +137,16 @@ void changeMode() {
 
 void changeModeBack() {
     const std::string path = ResolutionOriginalsStore::defaultPath();
-    DisplayModeControl::apply(1, firstDisplay);
-    ResolutionOriginalsStore::clear(firstID, path);
+    const auto pending = ResolutionOriginalsStore::pendingEntries(path);
+    const auto known = pending.find(firstID);
+    if (known == pending.end()) {
+        return;
+    }
+    const auto mode =
+        DisplayModeControl::exactMatch(known->second, DisplayModeControl::modes(firstDisplay));
+    if (mode && DisplayModeControl::apply(mode->modeNum, firstDisplay)) {
+        ResolutionOriginalsStore::clear(firstID, path);
+    }
 }
 
 std::vector<OriginalsEntry> usersArrangement() {
@@ -146,9 +154,7 @@ std::vector<OriginalsEntry> usersArrangement() {
 }
 
 void saveArrangement() {
-    OriginalsFile file = OriginalsStore::load(OriginalsStore::defaultPath());
-    file.arrangements[bothIDs] = usersArrangement();
-    OriginalsStore::save(file, OriginalsStore::defaultPath());
+    OriginalsStore::saveArrangement(bothIDs, usersArrangement(), OriginalsStore::defaultPath());
 }
 
 void separateDisplays() {
@@ -190,12 +196,32 @@ void mirrorDisplays() {
         {{.displayID = secondDisplay, .origin = CGPointMake(1512, 300)}});
 }
 
-void migrateNames() {
+void unmirrorDisplays() {
+    DisplayApply::applyOriginalsToHardware(
+        {{.displayID = secondDisplay, .origin = CGPointMake(1512, 0)}});
+    NativeMirroredSetsStore::clearNativeMirrored(bothIDs, NativeMirroredSetsStore::defaultPath());
+}
+
+// A set of displays that are not connected, before and after one of them is renamed.
+const std::string oldIDs = "old,other";
+const std::string newIDs = "new,other";
+
+void nameDisplays() {
+    const std::vector<OriginalsEntry> entries{{.uuid = "old"}, {.uuid = "other", .x = 1512}};
+    OriginalsStore::saveArrangement(oldIDs, entries, OriginalsStore::defaultPath());
+    SeparatedSetsStore::markSeparated(oldIDs, SeparatedSetsStore::defaultPath());
+    SidePinnedSetsStore::markSidePinned(oldIDs, entries, SidePinnedSetsStore::defaultPath());
+    NativeMirroredSetsStore::markNativeMirrored(oldIDs, entries,
+                                                NativeMirroredSetsStore::defaultPath());
+    separateDisplays();
+}
+
+void renameDisplays() {
     const std::map<std::string, std::string> mapping{{"old", "new"}};
-    SeparatedSetsStore::markSeparated("old,other", SeparatedSetsStore::defaultPath());
     OriginalsStore::migrateUUIDs(mapping, OriginalsStore::defaultPath());
     SeparatedSetsStore::migrateCanonicalIDs(mapping, SeparatedSetsStore::defaultPath());
-    SeparatedSetsStore::clearSeparated("new,other", SeparatedSetsStore::defaultPath());
+    SidePinnedSetsStore::migrateCanonicalIDs(mapping, SidePinnedSetsStore::defaultPath());
+    NativeMirroredSetsStore::migrateCanonicalIDs(mapping, NativeMirroredSetsStore::defaultPath());
 }
 
 constexpr Part allParts[] = {
@@ -206,8 +232,8 @@ constexpr Part allParts[] = {
     {"mode", changeMode, changeModeBack},
     {"separated", separateDisplays, joinDisplays},
     {"pinned", pinDisplays, unpinDisplays},
-    {"mirrored", mirrorDisplays, joinDisplays},
-    {"names", separateDisplays, migrateNames},
+    {"mirrored", mirrorDisplays, unmirrorDisplays},
+    {"names", nameDisplays, renameDisplays},
 };
 
 std::vector<std::string> filesWhere(bool (*isWanted)(const std::string& name)) {
@@ -248,6 +274,24 @@ std::vector<std::string> unfinishedRecords() {
     });
 }
 
+std::map<std::string, std::size_t> keptRecords() {
+    std::map<std::string, std::size_t> counts;
+    for (const auto& [signature, entries] :
+         OriginalsStore::load(OriginalsStore::defaultPath()).arrangements) {
+        ++counts[signature == newIDs ? oldIDs : signature];
+    }
+    const auto count = [&](const std::vector<std::string>& marks) {
+        for (const std::string& signature : marks) {
+            counts[oldIDs] += signature == oldIDs || signature == newIDs ? 1 : 0;
+        }
+    };
+    count(SeparatedSetsStore::signatures(SeparatedSetsStore::defaultPath()));
+    count(SidePinnedSetsStore::signatures(SidePinnedSetsStore::defaultPath()));
+    count(NativeMirroredSetsStore::signatures(NativeMirroredSetsStore::defaultPath()));
+    std::erase_if(counts, [](const auto& one) { return one.second == 0; });
+    return counts;
+}
+
 std::vector<std::string> pendingRecords() {
     std::vector<std::string> names = filesWhere([](const std::string& name) {
         return name != ".display-originals" && !name.ends_with("-sets.json");
@@ -258,8 +302,8 @@ std::vector<std::string> pendingRecords() {
     add(SeparatedSetsStore::signatures(SeparatedSetsStore::defaultPath()));
     add(SidePinnedSetsStore::signatures(SidePinnedSetsStore::defaultPath()));
     add(NativeMirroredSetsStore::signatures(NativeMirroredSetsStore::defaultPath()));
-    std::erase(names, "old,other");  // no display of these is connected
-    std::erase(names, "new,other");
+    std::erase(names, oldIDs);  // no display of these is connected
+    std::erase(names, newIDs);
     return names;
 }
 

@@ -2,6 +2,8 @@
 // application does on it.
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string>
@@ -27,6 +29,10 @@ nlohmann::json settings();
 /// The names of the records that have something left to put back; sets of marks by their
 /// signatures.
 std::vector<std::string> pendingRecords();
+
+/// How many records there are of each set of displays that stay when everything has been put back:
+/// arrangements, and marks of sets that are not connected. Renamed sets count under their old name.
+std::map<std::string, std::size_t> keptRecords();
 
 /// The names of files that were left behind while a record was replaced or removed.
 std::vector<std::string> unfinishedRecords();

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <map>
 #include <random>
 #include <thread>
 
@@ -63,11 +64,24 @@ class RealProcesses : public testing::Test {
         }
         const auto choices = static_cast<unsigned>(random_());
         board_->mainApplicationRuns = true;
-        const pid_t pid = start([&] { changeThings(choices); });
+        pid_t pid = start([&] { changeThings(choices); });
         if (upTo(9) == 0) {
-            stopHelper();
+            stop(helper_);
+            if (upTo(1) == 0) {
+                // The next one starts before the helper goes on.
+                sleepUpTo(6000);
+                end(pid);
+                pid = start([&] { changeThings(choices + 1); });
+            }
         }
         sleepUpTo(6000);
+        if (upTo(9) == 0) {
+            stop(pid);
+            __real_kill(helper_, SIGCONT);
+            sleepUpTo(6000);
+            __real_kill(pid, SIGCONT);
+            sleepUpTo(3000);
+        }
         end(pid);
         board_->mainApplicationRuns = false;
         __real_kill(helper_, SIGCONT);
@@ -93,6 +107,11 @@ class RealProcesses : public testing::Test {
         mac_.alone([&] { EXPECT_EQ(json::diff(before_, settings()), json::array()); });
         EXPECT_EQ(pendingRecords(), Lines{});
         EXPECT_EQ(unfinishedRecords(), Lines{});
+        const auto kept = keptRecords();
+        for (const auto& [signature, count] : kept_) {
+            EXPECT_TRUE(kept.contains(signature) && kept.at(signature) >= count) << signature;
+        }
+        kept_ = kept;
     }
 
     Lines takeLog() { return process_.takeLog(); }
@@ -135,11 +154,11 @@ class RealProcesses : public testing::Test {
         }
     }
 
-    /// Stops the helper between its calls to the Mac, so that it does not keep others from the Mac.
-    void stopHelper() {
+    /// Stops a process between its calls to the Mac, so that it does not keep others from the Mac.
+    void stop(pid_t pid) {
         mac_.alone([&] {
-            __real_kill(helper_, SIGSTOP);
-            ::waitpid(helper_, nullptr, WUNTRACED);
+            __real_kill(pid, SIGSTOP);
+            ::waitpid(pid, nullptr, WUNTRACED);
         });
     }
 
@@ -163,6 +182,7 @@ class RealProcesses : public testing::Test {
     Board* board_ = new (::mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE,
                                 MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Board;
     std::minstd_rand random_{1};
+    std::map<std::string, std::size_t> kept_;  // at the last check
     // What successive main applications do most, so that they meet in the same records.
     std::size_t favourite_ = 0;
     pid_t helper_ = 0;

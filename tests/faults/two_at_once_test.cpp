@@ -4,6 +4,10 @@
 // must be as it was before the first of them started, and nothing may be left over.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
+#include <optional>
+
 #include "helper/restore_sequence.hpp"
 #include "restore/support/files.hpp"
 #include "restore/tolvaran_restore.hpp"
@@ -51,6 +55,7 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
         HelperProcess process(usersMac());
         const json before = settings();
         inAnotherProcess(GetParam().crashed, 700);
+        const auto keptBefore = keptRecords();
         const CallCounts counts = playFromTheRunsBeginning(turns);
         // A new helper, which first clears away what a killed process has left.
         files::removeAbandonedFiles(TolvaranPaths::stateDir());
@@ -59,6 +64,7 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
         runRestoreSequence("safety-tick", std::nullopt);
         EXPECT_EQ(json::diff(before, settings()), json::array());
         EXPECT_EQ(pendingRecords(), std::vector<std::string>{});
+        checkKeptRecords(keptBefore, turns);
         if (HasFailure() && !std::exchange(hasPrintedLog_, true)) {
             for (const std::string& line : process.takeLog()) {
                 ADD_FAILURE() << line;
@@ -71,11 +77,29 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
     /// next main application starts after that, so it is not among them.
     static CallCounts playFromTheRunsBeginning(const std::vector<Turn>& turns) {
         const files::Recovery begun(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
-        return play({.helper = [] { runRestoreSequence("safety-tick", std::nullopt); },
-                     .mainApplication = GetParam().next},
-                    turns);
+        return tests::play({.helper = [] { runRestoreSequence("safety-tick", std::nullopt); },
+                            .mainApplication = GetParam().next},
+                           turns);
     }
 
+    /// No arrangement and no mark of absent displays may be gone, or missing if the main
+    /// application has come to its end.
+    void checkKeptRecords(const std::map<std::string, std::size_t>& before,
+                          const std::vector<Turn>& turns) {
+        const auto kept = keptRecords();
+        const bool isKilled = std::ranges::any_of(turns, [](const Turn& turn) {
+            return turn.endsKilled && turn.actor == Actor::mainApplication;
+        });
+        if (!isKilled) {
+            EXPECT_EQ(kept, allKept_.value_or(kept));
+            allKept_ = allKept_.value_or(kept);
+        }
+        for (const auto& [signature, count] : before) {
+            EXPECT_TRUE(kept.contains(signature) && kept.at(signature) >= count) << signature;
+        }
+    }
+
+    std::optional<std::map<std::string, std::size_t>> allKept_;  // when nobody is in between
     bool hasPrintedLog_ = false;
 };
 
@@ -92,6 +116,16 @@ TEST_P(TwoAtOnceTrial, OneSwitch) {
         check({{.actor = Actor::helper, .calls = calls.helper / 2},
                {.actor = Actor::mainApplication, .calls = k, .endsKilled = true}});
     }
+    for (std::size_t k = 0; k <= calls.mainApplication;
+         k += wideStride(calls.mainApplication, 25), ++runs) {
+        SCOPED_TRACE("helper after call " + std::to_string(k) + " of the main application");
+        check({{.actor = Actor::mainApplication, .calls = k}, {.actor = Actor::helper}});
+    }
+    for (std::size_t k = 0; k <= calls.helper; k += wideStride(calls.helper, 10), ++runs) {
+        SCOPED_TRACE("helper killed after call " + std::to_string(k));
+        check({{.actor = Actor::mainApplication, .calls = calls.mainApplication / 2},
+               {.actor = Actor::helper, .calls = k, .endsKilled = true}});
+    }
     addStatistics({{"one switch", runs}});
 }
 
@@ -99,7 +133,8 @@ TEST_P(TwoAtOnceTrial, TwoSwitches) {
     const CallCounts calls = check({});
     const std::size_t pairs = (calls.helper + 1) * (calls.mainApplication + 1);
     std::size_t runs = 0;
-    for (std::size_t pair = 0; pair < pairs; pair += wideStride(pairs, 60)) {
+    const std::size_t step = wideStride(pairs, 60);
+    for (std::size_t pair = 0; pair < pairs; pair += step) {
         const std::size_t j = pair / (calls.mainApplication + 1);
         const std::size_t k = pair % (calls.mainApplication + 1);
         const std::string places = std::to_string(j) + " of the helper, then call " +
@@ -111,6 +146,15 @@ TEST_P(TwoAtOnceTrial, TwoSwitches) {
                    {.actor = Actor::helper}});
             ++runs;
         }
+        if (effort() != Effort::all && pair / step % 5 != 0) {
+            continue;
+        }
+        SCOPED_TRACE("the main application first: after its call " + std::to_string(k) +
+                     ", then call " + std::to_string(j) + " of the helper");
+        check({{.actor = Actor::mainApplication, .calls = k},
+               {.actor = Actor::helper, .calls = j},
+               {.actor = Actor::mainApplication}});
+        ++runs;
     }
     addStatistics({{"two switches", runs}});
 }
