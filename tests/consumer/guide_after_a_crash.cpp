@@ -24,7 +24,7 @@ json macAfterTheCrash() {
         {"number": 2, "flags": 1, "width": 1512, "height": 982}]}]})");
 }
 
-/// Makes the main application know the display by this ID first.
+/// Has the main application know the display by this ID first.
 void rememberDisplay(const std::string& id) {
     const std::filesystem::path preferences = AliasMap::defaultPreferencesPath();
     std::filesystem::create_directories(preferences.parent_path());

@@ -40,10 +40,10 @@ TEST_F(Dispatch, WorkQueuedByWorkRunsAfterIt) {
     EXPECT_EQ(happened, std::vector<std::string>({"begin", "end", "inner"}));
 }
 
-// Not documented: a turn of the event loop performs what the main queue held when the turn began,
-// all of it, and leaves what is given meanwhile to a later one. Between two turns the workspace may
-// hear of an application.
-TEST_F(Dispatch, ATurnOfTheEventLoopPerformsAllThatWasGivenBeforeItAndNothingElse) {
+// Not documented: a turn of the event loop performs everything that the main queue held when the
+// turn began, and leaves what is queued meanwhile to a later one. Between two turns the workspace
+// may learn of an application.
+TEST_F(Dispatch, ATurnOfTheEventLoopPerformsExactlyWhatWasQueuedBeforeIt) {
     struct Turns {
         std::uint64_t first, second, inner;
         bool isOver;

@@ -30,8 +30,8 @@ nlohmann::json settings();
 /// signatures.
 std::vector<std::string> pendingRecords();
 
-/// How many records there are of each set of displays that stay when everything has been put back:
-/// arrangements, and marks of sets that are not connected. Renamed sets count under their old name.
+/// How many records of each set of displays stay when everything has been put back: arrangements,
+/// and marks of sets that are not connected. Renamed sets count under their old name.
 std::map<std::string, std::size_t> keptRecords();
 
 /// The names of files that were left behind while a record was replaced or removed.

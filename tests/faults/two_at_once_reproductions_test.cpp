@@ -64,8 +64,8 @@ TEST(TwoAtOnce, ANewSuppressionDuringARestoreCanBeUndone) {
     EXPECT_EQ(readFile(path), std::nullopt);
 }
 
-/// Has the helper restore the corners, by the records of before, after each call in turn that the
-/// main application makes while it does `work`.
+/// Has the main application do `work`, and the helper restore the corners after each of its calls
+/// in turn, going by the records from before.
 void helperRestoresCornersDuring(const std::function<void(const std::string& path)>& work) {
     for (std::size_t k = 0;; ++k) {
         SCOPED_TRACE("after call " + std::to_string(k));
@@ -84,7 +84,7 @@ void helperRestoresCornersDuring(const std::function<void(const std::string& pat
     }
 }
 
-TEST(TwoAtOnce, ASuppressionBeginsThoughTheHelperIsUndoingTheLastOne) {
+TEST(TwoAtOnce, ASuppressionBeginsWhileTheHelperIsUndoingTheLastOne) {
     helperRestoresCornersDuring([](const std::string& path) {
         try {
             DockHotCornerOverride::enter(DockHotCornerLeaseOwner::gameMode, path,
@@ -297,7 +297,7 @@ TEST(TwoAtOnce, ARunThatFollowsAnotherAtOnceLeavesAloneWhatWasWrittenDuringIt) {
     EXPECT_FALSE(DockAutoHideOverride::isPending(DockAutoHideOverride::defaultSnapshotPath()));
 }
 
-/// The displays of whose modes the file has a record, one letter each.
+/// The displays with a recorded mode in the file, one letter each.
 std::string recordedModes(const std::string& path) {
     std::string displays;
     for (const auto& [display, spec] : ResolutionOriginalsStore::pendingEntries(path)) {
@@ -315,8 +315,8 @@ void recordTwoModes(const std::string& path) {
 
 class ARemovalBesideTwoWrites : public testing::TestWithParam<bool> {
   protected:
-    /// The helper makes `j` calls, the main application `k`, the helper one more, and then each the
-    /// rest, unless the helper is killed after that one.
+    /// The helper makes `j` calls, the main application `k`, the helper one more; then each makes
+    /// the rest, unless the helper is killed after that one.
     CallCounts check(std::size_t j, std::size_t k) const {
         const HelperProcess process;
         const std::string path = process.state("modes");

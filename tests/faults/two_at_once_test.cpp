@@ -82,8 +82,8 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
                            turns);
     }
 
-    /// No arrangement and no mark of absent displays may be gone, or missing if the main
-    /// application has come to its end.
+    /// No arrangement and no mark of absent displays may be lost, and none may be missing if the
+    /// main application was not killed.
     void checkKeptRecords(const std::map<std::string, std::size_t>& before,
                           const std::vector<Turn>& turns) {
         const auto kept = keptRecords();
@@ -99,7 +99,7 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
         }
     }
 
-    std::optional<std::map<std::string, std::size_t>> allKept_;  // when nobody is in between
+    std::optional<std::map<std::string, std::size_t>> allKept_;  // of the first run, unswitched
     bool hasPrintedLog_ = false;
 };
 

@@ -290,7 +290,7 @@ TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {
     EXPECT_FALSE(isChangedByAnother(directory / "below/record"));
 }
 
-TEST_F(FilesAtOnce, ANewRecordIsKeptWhereTheOneToRemoveHasGone) {
+TEST_F(FilesAtOnce, ANewRecordIsKeptIfTheOneToRemoveHasGone) {
     const TemporaryDirectory directory;
     const std::string path = directory / "record";
     writeFile(path, "a");
@@ -361,7 +361,7 @@ TEST_F(FilesAtOnce, WhatThisProcessItselfHasMovedAsideStaysThere) {
     EXPECT_EQ(directory.list(), Names{aside});
 }
 
-TEST_F(FilesAtOnce, ARemovalThatAReaderHasUndoneIsMadeAgain) {
+TEST_F(FilesAtOnce, ARemovalThatAReaderHasUndoneIsRepeated) {
     for (const Work& other :
          std::vector<Work>{[](const auto& path) { static_cast<void>(read(path)); },
                            [](const auto& path) { static_cast<void>(exists(path)); }}) {
@@ -385,7 +385,7 @@ TEST_F(FilesAtOnce, WithoutHardLinksARecordThatWasMovedAsideGivesWayToANewerOne)
     EXPECT_EQ(directory.list(), Names{"record"});
 }
 
-/// The pauses of a process that is always overtaken, as the moments at which they end.
+/// When the pauses of a process end that is always overtaken.
 std::vector<double> pauses(pid_t pid) {
     const TemporaryDirectory directory;
     simulator::reset();
@@ -399,7 +399,7 @@ std::vector<double> pauses(pid_t pid) {
     return ends;
 }
 
-TEST_F(FilesAtOnce, NoTwoProcessesPauseAlike) {
+TEST_F(FilesAtOnce, DifferentProcessesPauseDifferently) {
     EXPECT_NE(pauses(4000), pauses(4001));
     EXPECT_NE(pauses(4000), pauses(4007));
     EXPECT_NE(pauses(4000), pauses(4049));
