@@ -36,7 +36,7 @@ void countTurn(CFRunLoopObserverRef, CFRunLoopActivity, void*) {
 
 /// Counts the turns of the run loop from now on.
 void countTurns() {
-    static const tolvaran::CFRef<CFRunLoopObserverRef> observer(
+    static const auto observer = tolvaran::CFRef<CFRunLoopObserverRef>::assume(
         CFRunLoopObserverCreate(nullptr, kCFRunLoopBeforeTimers, true, 0, countTurn, nullptr));
     CFRunLoopAddObserver(CFRunLoopGetMain(), observer.get(), kCFRunLoopCommonModes);
 }
