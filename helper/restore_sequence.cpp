@@ -24,19 +24,15 @@ QueuedRuns& queuedRuns() {
     return runs.get();
 }
 
-/// Ends the runs' view of the records in a later turn of the main queue, or in the first one that
-/// follows a turn without any run.
-void endWhenAtRest() {
+/// Forgets those records in a later turn of the main queue: the first that follows one without a
+/// run.
+void forgetWhenAtRest() {
     main_queue::async([before = queuedRuns().count] {
-        if (queuedRuns().count != before) {
-            try {
-                endWhenAtRest();
-                return;
-            } catch (const std::bad_alloc&) {
-                // Out of memory: the next run looks at the records again.
-            }
+        if (queuedRuns().count == before) {
+            queuedRuns().records.reset();
+        } else {
+            forgetWhenAtRest();
         }
-        queuedRuns().records.reset();
     });
 }
 
@@ -44,7 +40,7 @@ void beginQueuedRun() {
     QueuedRuns& runs = queuedRuns();
     ++runs.count;
     if (!runs.records) {
-        endWhenAtRest();
+        forgetWhenAtRest();
         runs.records = std::make_unique<files::Recovery>(TolvaranPaths::stateDir(),
                                                          files::Recovery::Scope::directory);
     }

@@ -5,7 +5,9 @@
 #include <new>
 #include <nlohmann/json.hpp>
 
+#include "restore/dock/dock_auto_hide_override.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -71,6 +73,27 @@ TEST(RestoreSequence, AStepThatRunsOutOfMemoryDoesNotStopTheLaterOnes) {
                                 " [proc-exit]: gave up: " + std::bad_alloc().what()});
         EXPECT_EQ(log.back(), steps[failing] == steps.back() ? errors.back() : cursorIsBack);
     }
+}
+
+void hideDockAsMainApplication() {
+    inAnotherProcess([] {
+        DockAutoHideOverride::markPending(true, DockAutoHideOverride::defaultSnapshotPath());
+    });
+}
+
+bool isDockHidden() {
+    return simulator::machine()["dock"]["autoHide"];
+}
+
+TEST(RestoreSequence, QueuedRunsGoByTheRecordsOfTheFirstUntilTheQueueIsAtRest) {
+    const HelperProcess process({{"dock", {{"autoHide", false}}}});
+    runQueuedRestoreSequence("display-reconfig", std::nullopt);
+    hideDockAsMainApplication();
+    runQueuedRestoreSequence("display-reconfig", std::nullopt);
+    EXPECT_FALSE(isDockHidden());
+    simulator::advance(0);
+    runQueuedRestoreSequence("display-reconfig", std::nullopt);
+    EXPECT_TRUE(isDockHidden());
 }
 
 }  // namespace

@@ -316,6 +316,8 @@ TEST_F(FilesAtOnce, ARecoveryCoversEveryRecordOfALargeDirectory) {
     constexpr int count = 200;
     for (int n = 0; n < count; ++n) {
         writeFile(directory / ("record" + std::to_string(n)), "a");
+        // Counts as missing.
+        std::filesystem::create_symlink("nowhere", directory / ("link" + std::to_string(n)));
     }
     const std::string changed = directory / "record77";
     const Recovery recovery(directory.path(), Recovery::Scope::directory);
@@ -323,6 +325,9 @@ TEST_F(FilesAtOnce, ARecoveryCoversEveryRecordOfALargeDirectory) {
     for (int n = 0; n < count; ++n) {
         const std::string path = directory / ("record" + std::to_string(n));
         EXPECT_EQ(removeIfPossible(path), path == changed) << n;
+        const std::string link = directory / ("link" + std::to_string(n));
+        EXPECT_FALSE(isChangedByAnother(link));
+        std::filesystem::remove(link);
     }
     EXPECT_EQ(directory.list(), Names{"record77"});
 }
