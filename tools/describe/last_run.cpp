@@ -4,44 +4,13 @@
 #include <string_view>
 #include <utility>
 
+#include "report/log_reading.hpp"
+
 namespace tolvaran::describe {
 namespace {
 
 using simulator::report::LogLine;
 using simulator::report::readStepLine;
-
-// The library names its store or operation in each line. All other lines belong to the arrangement.
-constexpr std::array<std::pair<std::string_view, Matter>, 12> beginnings{{
-    {"resolution restore", Matter::modes},
-    {"resolution originals", Matter::modes},
-    {"Failed to encode resolution", Matter::modes},
-    {"Failed to write resolution", Matter::modes},
-    {"menu bar snapshot", Matter::menuBar},
-    {"Per-display menu bar", Matter::menuBar},
-    {"CFPreferencesSynchronize", Matter::menuBar},
-    {"CGSSetMenuBar", Matter::menuBar},
-    {"SLS", Matter::menuBar},
-    {"Failed to write menu bar", Matter::menuBar},
-    {"hot-corner", Matter::hotCorners},
-    {"screen-saver", Matter::screenSaver},
-}};
-
-// The steps of a run, in order.
-constexpr std::array<Matter, 5> matterOfStep{Matter::arrangement, Matter::modes, Matter::menuBar,
-                                             Matter::hotCorners, Matter::dock};
-
-std::optional<Matter> matterOf(const std::string& message) {
-    if (const auto step = readStepLine(message)) {
-        return step->step < matterOfStep.size() ? std::optional(matterOfStep[step->step])
-                                                : std::nullopt;
-    }
-    for (const auto& [beginning, matter] : beginnings) {
-        if (message.starts_with(beginning)) {
-            return matter;
-        }
-    }
-    return Matter::arrangement;
-}
 
 std::optional<HelperStart> readStart(const LogLine& line) {
     constexpr std::string_view beginning = "Helper starting (pid ";
@@ -83,11 +52,8 @@ LastRun readLastRun(const std::vector<std::string>& lines) {
     const auto [begin, end] = lastRunOf(read);
     for (std::size_t i = begin; i < end; ++i) {
         const bool isFailure = read[i].level == "warn" || read[i].level == "error";
-        const auto matter = isFailure && !simulator::report::isAboutProcesses(read[i].message)
-                                ? matterOf(read[i].message)
-                                : std::nullopt;
-        if (matter) {
-            last.failures[static_cast<std::size_t>(*matter)].push_back(read[i].message);
+        if (isFailure && !simulator::report::isAboutProcesses(read[i].message)) {
+            last.failures.push_back(read[i].message);
         }
     }
     return last;

@@ -4,8 +4,11 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
+#include "helper/steps/steps.hpp"
+#include "report/log_reading.hpp"
 #include "restore/arrangement/named_displays.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
 #include "restore/dock/hot_corner_control.hpp"
@@ -274,21 +277,60 @@ bool lookAtDock(Outlook& outlook) {
 }
 
 struct Record {
-    Matter matter;
     const char* title;
     const char* file;
     bool (*look)(Outlook& outlook);
+    /// Its step, and how the library's log lines about it begin.
+    std::vector<std::string_view> lines;
 };
 
-// In the order in which a run puts them back.
-constexpr std::array<Record, matterCount> records{{
-    {Matter::arrangement, "Arrangement", "State/.display-originals", lookAtArrangement},
-    {Matter::modes, "Display modes", "State/.resolution-originals", lookAtModes},
-    {Matter::menuBar, "Menu bar", "State/menubar-state.json", lookAtMenuBar},
-    {Matter::screenSaver, "Screen saver", "State/hot-corner-screen-saver-hold", lookAtScreenSaver},
-    {Matter::hotCorners, "Hot corners", "State/hot-corners-snapshot.json", lookAtHotCorners},
-    {Matter::dock, "Dock", "State/dock-autohide-pending.json", lookAtDock},
-}};
+/// In the order in which a run puts them back. The first one also has the library's other lines.
+const std::vector<Record>& records() {
+    static const std::vector<Record> all = {
+        {"Arrangement",
+         "State/.display-originals",
+         lookAtArrangement,
+         {step_names::checkInvariant}},
+        {"Display modes",
+         "State/.resolution-originals",
+         lookAtModes,
+         {step_names::restoreResolutions, "resolution restore", "resolution originals",
+          "Failed to encode resolution", "Failed to write resolution"}},
+        {"Menu bar",
+         "State/menubar-state.json",
+         lookAtMenuBar,
+         {step_names::restoreMenuBar, "menu bar snapshot", "Per-display menu bar",
+          "CFPreferencesSynchronize", "CGSSetMenuBar", "SLS", "Failed to write menu bar"}},
+        {"Screen saver", "State/hot-corner-screen-saver-hold", lookAtScreenSaver, {"screen-saver"}},
+        {"Hot corners",
+         "State/hot-corners-snapshot.json",
+         lookAtHotCorners,
+         {step_names::restoreHotCorners, "hot-corner"}},
+        {"Dock", "State/dock-autohide-pending.json", lookAtDock, {step_names::restoreDockAutoHide}},
+    };
+    return all;
+}
+
+/// The record that a failure is about; null for the failure of a step without a record.
+const Record* recordOf(const std::string& failure) {
+    const auto step = simulator::report::readStepLine(failure);
+    const auto isOfFailure = [&](std::string_view line) {
+        return step ? simulator::report::steps[step->step].name == line : failure.starts_with(line);
+    };
+    for (const Record& record : records()) {
+        if (std::ranges::any_of(record.lines, isOfFailure)) {
+            return &record;
+        }
+    }
+    return step ? nullptr : &records().front();
+}
+
+std::vector<std::string> failuresOf(const Record& record, const LastRun& last) {
+    std::vector<std::string> failures;
+    std::ranges::copy_if(last.failures, std::back_inserter(failures),
+                         [&](const std::string& failure) { return recordOf(failure) == &record; });
+    return failures;
+}
 
 /// Collects the library's warnings, each once.
 class Warnings {
@@ -326,9 +368,8 @@ std::vector<WaitingRecord> waitingRecords(const json& mac, const LastRun& last) 
     const json whole = completed(mac);
     const Hardware hardware = readHardware();
     Warnings warnings;
-    for (const Record& record : records) {
-        const auto matter = static_cast<std::size_t>(record.matter);
-        Outlook outlook(whole, hardware, last.failures[matter]);
+    for (const Record& record : records()) {
+        Outlook outlook(whole, hardware, failuresOf(record, last));
         const bool waits = record.look(outlook);
         const std::vector<std::string> damage = unreadable(warnings.take());
         for (const std::string& warning : damage) {

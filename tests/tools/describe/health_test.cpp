@@ -345,7 +345,10 @@ TEST(Health, QuotesWhatTheLastRunFailedAt) {
         line("warn", "restoreMenuBar [safety-tick]: CGS apply failed; snapshot kept") +
         line("warn", "screen-saver hot-corner hold marker could not be removed (x)") +
         line("warn", "hot-corner restore could not be verified") +
-        line("info", "restoreDockAutoHide [safety-tick]: marker found, restoring") + endOfRun +
+        line("error", "restoreHotCorners [safety-tick]: gave up: out of memory") +
+        line("error", "restoreDockAutoHide [safety-tick]: gave up: out of memory") +
+        line("info", "restoreDockAutoHide [safety-tick]: marker found, restoring") +
+        line("warn", "restoreCursorAssociation [safety-tick]: refused") +
         line("warn", "hot-corner of a run that goes on");
     const Health health = found(files, zigzag(), log).health;
     std::vector<std::pair<std::string, std::vector<std::string>>> reasons;
@@ -369,8 +372,12 @@ TEST(Health, QuotesWhatTheLastRunFailedAt) {
                           testing::ElementsAre(says + "screen-saver hot-corner hold marker could "
                                                       "not be removed (x)")),
             testing::Pair("Hot corners",
-                          testing::ElementsAre(says + "hot-corner restore could not be verified")),
-            testing::Pair("Dock", testing::ElementsAre("the next run, within a minute"))));
+                          testing::ElementsAre(says + "hot-corner restore could not be verified",
+                                               says + "restoreHotCorners [safety-tick]: gave up: "
+                                                      "out of memory")),
+            testing::Pair("Dock",
+                          testing::ElementsAre(says + "restoreDockAutoHide [safety-tick]: gave up: "
+                                                      "out of memory"))));
 }
 
 TEST(Health, WhatWouldBePutBackIsWhatTheNextRunPutsBack) {
