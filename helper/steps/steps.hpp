@@ -1,4 +1,4 @@
-// The six restore steps. Unless the main application is running, each puts back one kind of change
+// The restore steps. Unless the main application is running, each puts back one kind of change
 // that it makes, and leaves what it cannot put back to the next run. Main thread only.
 //
 // All take the trigger of the run ("cold-start", "safety-tick", "display-reconfig" or "proc-exit")

@@ -5,9 +5,12 @@
 #include <new>
 #include <nlohmann/json.hpp>
 
+#include "helper/steps/steps.hpp"
+#include "report/log_reading.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/other_process.hpp"
+#include "tests/support/records/records.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -15,31 +18,42 @@ namespace {
 
 using nlohmann::json;
 
-const Lines steps = {"checkInvariant",    "restoreResolutions",  "restoreMenuBar",
-                     "restoreHotCorners", "restoreDockAutoHide", "restoreCursorAssociation"};
-
 const std::string cursorIsBack = "info: restoreCursorAssociation [proc-exit]: re-associated cursor";
 
 const json withTolvaran = {
     {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
 
-/// A process that has a mode to put back: without one its step does not even ask whether Tolvaran
-/// runs.
+/// A process that has every record: without its own, a step may not even ask whether
+/// Tolvaran runs.
 class SequenceProcess : public HelperProcess {
   public:
     explicit SequenceProcess(const json& mac = json::object()) : HelperProcess(mac) {
-        writeFile(
-            state(".resolution-originals"),
-            R"({"version":1,"entries":{"away":{"width":1,"height":1,"scaled":true,"hz":0}}})");
+        for (const Record& record : records()) {
+            writeFile(path(record.path), record.example);
+        }
     }
 };
+
+// The reports have the steps' names and order a second time.
+TEST(RestoreSequence, IsWhatReportsKnowOfIt) {
+    Lines names;
+    Lines namesInReports;
+    for (const Step& step : steps) {
+        names.emplace_back(step.name);
+    }
+    for (const simulator::report::Step& step : simulator::report::steps) {
+        namesInReports.emplace_back(step.name);
+    }
+    EXPECT_EQ(namesInReports, names);
+}
 
 TEST(RestoreSequence, RunsEveryStepInOneOrderWithItsTag) {
     SequenceProcess process(withTolvaran);
     runRestoreSequence("proc-exit", 811);
     Lines expected;
-    for (const std::string& step : steps) {
-        expected.push_back("debug: " + step + " [proc-exit]: Tolvaran running (pid 812), skipping");
+    for (const Step& step : steps) {
+        expected.push_back("debug: " + std::string(step.name) +
+                           " [proc-exit]: Tolvaran running (pid 812), skipping");
     }
     EXPECT_EQ(process.takeLog(), expected);
 }
@@ -69,9 +83,9 @@ TEST(RestoreSequence, AStepThatRunsOutOfMemoryDoesNotStopTheLaterOnes) {
         const Lines log = process.takeLog();
         std::ranges::copy_if(log, std::back_inserter(errors),
                              [](const std::string& line) { return line.starts_with("error: "); });
-        EXPECT_EQ(errors, Lines{"error: " + steps[failing] +
+        EXPECT_EQ(errors, Lines{"error: " + std::string(steps[failing].name) +
                                 " [proc-exit]: gave up: " + std::bad_alloc().what()});
-        EXPECT_EQ(log.back(), steps[failing] == steps.back() ? errors.back() : cursorIsBack);
+        EXPECT_EQ(log.back(), failing + 1 == steps.size() ? errors.back() : cursorIsBack);
     }
 }
 
