@@ -12,21 +12,13 @@ namespace {
 
 using nlohmann::json;
 
-/// A failure of one of these functions leaves a line that matches the pattern, in which "CODE"
-/// stands for the failure's code.
-struct Row {
-    std::vector<std::string> functions;
-    std::string subject;     // a regular expression for the whole of what the call is about
-    std::string line;        // a regular expression for a whole line
-    bool isRetried = false;  // a single failure leaves no line: the call is made again
-};
-
 // The calls that write a file whole. fcntl is not one of them: if a barrier fails, an fsync
 // follows.
 const std::vector<std::string> writing{"mkostemp", "write", "fsync", "rename"};
 
-std::vector<Row> withRecords(std::vector<Row> rows) {
+std::vector<FailureLine> withRecords(std::vector<FailureLine> rows) {
     for (const Record& record : records()) {
+        rows.insert(rows.end(), record.lines.begin(), record.lines.end());
         if (!record.notWritten.empty()) {
             rows.push_back({writing, escaped(record.path), record.notWritten});
         }
@@ -37,8 +29,8 @@ std::vector<Row> withRecords(std::vector<Row> rows) {
     return rows;
 }
 
-const std::vector<Row>& table() {
-    static const std::vector<Row> rows = withRecords({
+const std::vector<FailureLine>& table() {
+    static const std::vector<FailureLine> rows = withRecords({
         {{"CGDisplayRegisterReconfigurationCallback"},
          "",
          "error: CGDisplayRegisterReconfigurationCallback failed: CODE"},
@@ -51,41 +43,6 @@ const std::vector<Row>& table() {
          "error: checkInvariant \\[.*\\]: CG configure rejected .*|"
          "warn: resolution restore: apply failed for .*; keeping entry|"
          "warn: the main application gave up: .*"},
-        {{"CGSGetNumberOfDisplayModes"},
-         "",
-         "warn: resolution restore: no exact mode .*; keeping entry|"
-         "warn: the main application gave up: .*",
-         true},
-        {{"CGSSetMenuBarAutohideEnabled"}, "", "warn: CGSSetMenuBarAutohideEnabled returned CODE"},
-        {{"CFPreferencesSynchronize"},
-         "",
-         "warn: CFPreferencesSynchronize returned false for menu bar prefs"},
-        {{"CFPreferencesAppSynchronize"},
-         "",
-         "warn: hot-corner (restoreIfPending|exit): CFPreferencesAppSynchronize failed; snapshot "
-         "kept at .* for retry|warn: the main application gave up: could not sync com.apple.dock "
-         "prefs after writing wvous-\\*-corner"},
-        {{"SLSGetMenuBarAutohideEnabled"}, "", "warn: SLSGetMenuBarAutohideEnabled returned CODE"},
-        {{"SLSSetMenuBarVisibilityOverrideOnDisplay"},
-         "",
-         "warn: SLSSetMenuBarVisibilityOverrideOnDisplay returned CODE for display .*"},
-        {{"CoreDockGetExposeCornerActionsWithModifiers"},
-         "",
-         "warn: hot-corner restore could not be verified because the CoreDock getter is "
-         "unavailable|warn: hot-corner release could not refresh native suppression while other "
-         "owners remain|warn: the main application gave up: could not sync .*",
-         true},
-        {{"dlopen"},
-         "SkyLight",
-         "warn: Per-display menu bar API is unavailable on this macOS build"},
-        {{"dlsym"},
-         "CGSMainConnectionID|SLS(Get|Set).*|SLSCopyManagedDisplaySpaces",
-         "warn: Per-display menu bar API is unavailable on this macOS build"},
-        {{"dlsym"},
-         "CoreDock.*",
-         "warn: hot-corner restore found the CoreDock setter unavailable and restored raw "
-         "preferences only|warn: hot-corner disable failed because required CoreDock functions are "
-         "unavailable"},
         {{"dispatch_source_create"},
          "",
          "error: safety timer could not be created|"
@@ -120,16 +77,15 @@ const std::set<std::string>& unlogged() {
         // Only completion shows whether a configuration succeeded.
         "CGConfigureDisplayOrigin", "CGSConfigureDisplayMode", "CGSGetCurrentDisplayMode",
         // The failure looks like a valid answer.
-        "CGSMainConnectionID", "CoreDockGetAutoHideEnabled", "CFPreferencesCopyValue",
-        "SLSCopyActiveMenuBarDisplayIdentifier", "SLSCopyManagedDisplaySpaces",
-        "SLSGetMenuBarVisibilityOverrideOnDisplay", "CFBundleCopyBundleURL",
-        "CFBundleGetAllBundles", "CFBundleGetMainBundle", "CFURLGetFileSystemRepresentation",
-        "CFUUIDCreate", "getpwuid", "runningApplications",
+        "CGSMainConnectionID", "CFPreferencesCopyValue", "SLSCopyActiveMenuBarDisplayIdentifier",
+        "SLSCopyManagedDisplaySpaces", "SLSGetMenuBarVisibilityOverrideOnDisplay",
+        "CFBundleCopyBundleURL", "CFBundleGetAllBundles", "CFBundleGetMainBundle",
+        "CFURLGetFileSystemRepresentation", "CFUUIDCreate", "getpwuid", "runningApplications",
         // The result, if any, does not show a failure.
         "CFNotificationCenterPostNotification", "CFPreferencesSetValue",
-        "CoreDockSetAutoHideEnabled", "CoreDockSetExposeCornerActionWithModifier",
-        "dispatch_after_f", "dispatch_async_f", "dispatch_source_set_timer", "nanosleep",
-        "observeLaunches", "observeTerminations", "observeWakes", "setActivationPolicy", "signal",
+        "CoreDockSetExposeCornerActionWithModifier", "dispatch_after_f", "dispatch_async_f",
+        "dispatch_source_set_timer", "nanosleep", "observeLaunches", "observeTerminations",
+        "observeWakes", "setActivationPolicy", "signal",
         // Subjects that the table has no row for.
         "mkostemp", "write", "fsync", "rename", "unlink", "dlopen", "dlsym"};
     return functions;
@@ -144,7 +100,7 @@ bool countsAsSuccess(const Call& call, const json& form) {
 }
 
 /// Whether the next call makes up for a single such failure.
-bool isMadeUpFor(const Row& row, const Call& call, const json& form, Lasting lasting) {
+bool isMadeUpFor(const FailureLine& row, const Call& call, const json& form, Lasting lasting) {
     const json result = form.value("result", json());
     // If the unfinished file is gone, another process was quicker, and the file is written again.
     const bool isOvertaken = call.function == "rename" && result == "ENOENT";
@@ -163,12 +119,15 @@ std::string withCode(std::string line, const json& form) {
 
 std::string missingLine(const Call& call, const json& form, Lasting lasting,
                         const std::vector<std::string>& log) {
-    for (const Row& row : table()) {
+    for (const FailureLine& row : table()) {
         const bool isAbout =
             std::ranges::find(row.functions, call.function) != row.functions.end() &&
             std::regex_match(call.subject, std::regex(row.subject));
         if (!isAbout) {
             continue;
+        }
+        if (row.line.empty()) {
+            return "";
         }
         if (countsAsSuccess(call, form) &&
             call.function != "CoreDockGetExposeCornerActionsWithModifiers") {

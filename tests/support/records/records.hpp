@@ -49,6 +49,15 @@ struct Loss {
     bool onlyByApplication = false;  // only the main application can lose it this way
 };
 
+/// A failure of one of these functions leaves a line in the log.
+struct FailureLine {
+    std::vector<std::string> functions;
+    std::string subject;  // a regular expression for the whole of what the call is about
+    std::string line;     // a regular expression for a whole line, in which "CODE" stands for the
+                          // failure's code; empty if nothing is logged
+    bool isRetried = false;  // a single failure leaves no line: the call is made again
+};
+
 using Change = std::function<void(const std::string& path)>;
 
 struct Record {
@@ -71,6 +80,7 @@ struct Record {
     // What the log says, as regular expressions for whole lines; empty where it says nothing.
     std::string notWritten = {};
     std::string notRemoved = {};
+    std::vector<FailureLine> lines = {};  // of the calls that put it back
     std::vector<Loss> losses = {};
 
     // What the library does with it.
