@@ -1,6 +1,5 @@
 #include "restore/arrangement/hardware.hpp"
 
-#include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/named_displays.hpp"
 #include "restore/arrangement/zigzag.hpp"
 
@@ -8,8 +7,7 @@ namespace tolvaran {
 
 Hardware readHardware() {
     const std::vector<CGDirectDisplayID> displays = activeDisplays();
-    std::vector<NamedDisplay> named = nameDisplays(displays);
-    foldAliases(named, AliasMap::load(AliasMap::defaultPreferencesPath()));
+    const std::vector<NamedDisplay> named = namedDisplays(displays, AliasLoading::afterNaming);
     std::vector<std::string> ids;
     for (const NamedDisplay& display : named) {
         ids.push_back(display.canonicalID);

@@ -24,8 +24,7 @@ struct Hardware {
     std::string signature;
 };
 
-/// Names the active displays, then folds their names through the aliases. Logs what nameDisplays()
-/// and AliasMap::load() log.
+/// Names the active displays, then loads the aliases. Logs what namedDisplays() logs.
 Hardware readHardware();
 
 /// Adds a display at its present or planned place. A display that has just gone has no area and is

@@ -1,7 +1,9 @@
 #include "restore/arrangement/named_displays.hpp"
 
 #include <algorithm>
+#include <utility>
 
+#include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/display_identity.hpp"
 #include "restore/paths/restore_log.hpp"
 
@@ -9,8 +11,6 @@ namespace tolvaran {
 namespace {
 
 using FingerprintIDs = std::vector<std::optional<std::string>>;
-
-const std::string fingerprintPrefix = "HW-";
 
 FingerprintIDs fingerprintIDs(const std::vector<CGDirectDisplayID>& displays) {
     FingerprintIDs result;
@@ -32,6 +32,24 @@ std::optional<std::string> distinctive(const std::optional<std::string>& own,
     return own;
 }
 
+/// Names the displays, but does not fold their canonical IDs.
+std::vector<NamedDisplay> nameDisplays(const std::vector<CGDirectDisplayID>& displays) {
+    const FingerprintIDs all = fingerprintIDs(displays);
+    std::vector<NamedDisplay> named;
+    for (std::size_t i = 0; i < displays.size(); ++i) {
+        NamedDisplay display{.displayID = displays[i],
+                             .fingerprintID = all[i],
+                             .portUUID = displayPortUUID(displays[i])};
+        display.uuid = distinctive(display.fingerprintID, all).value_or(display.portUUID);
+        named.push_back(std::move(display));
+    }
+    return named;
+}
+
+AliasMap loadAliases() {
+    return AliasMap::load(AliasMap::defaultPreferencesPath());
+}
+
 }  // namespace
 
 std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit) {
@@ -44,24 +62,20 @@ std::vector<CGDirectDisplayID> activeDisplays(std::uint32_t limit) {
     return displays;
 }
 
-std::vector<NamedDisplay> nameDisplays(const std::vector<CGDirectDisplayID>& displays) {
-    const FingerprintIDs all = fingerprintIDs(displays);
-    std::vector<NamedDisplay> named;
-    for (std::size_t i = 0; i < displays.size(); ++i) {
-        NamedDisplay display{.displayID = displays[i],
-                             .fingerprintID = all[i],
-                             .portUUID = displayPortUUID(displays[i])};
-        display.uuid = distinctive(display.fingerprintID, all).value_or(display.portUUID);
-        display.canonicalID = display.uuid;
-        named.push_back(std::move(display));
+std::vector<NamedDisplay> namedDisplays(const std::vector<CGDirectDisplayID>& displays,
+                                        AliasLoading loading) {
+    std::optional<AliasMap> aliases;
+    if (loading == AliasLoading::beforeNaming) {
+        aliases = loadAliases();
+    }
+    std::vector<NamedDisplay> named = nameDisplays(displays);
+    if (!aliases) {
+        aliases = loadAliases();
+    }
+    for (NamedDisplay& display : named) {
+        display.canonicalID = aliases->canonicalID(display.uuid);
     }
     return named;
-}
-
-void foldAliases(std::vector<NamedDisplay>& displays, const AliasMap& aliases) {
-    for (NamedDisplay& display : displays) {
-        display.canonicalID = aliases.canonicalID(display.uuid);
-    }
 }
 
 std::map<std::string, CGDirectDisplayID> displaysByCanonicalID(
@@ -75,7 +89,8 @@ std::map<std::string, CGDirectDisplayID> displaysByCanonicalID(
 
 std::optional<std::string> displayFingerprintID(CGDirectDisplayID displayID) {
     const std::optional<std::string> fingerprint = displayHardwareFingerprint(displayID);
-    return fingerprint ? std::optional(fingerprintPrefix + *fingerprint) : std::nullopt;
+    return fingerprint ? std::optional(std::string(fingerprintPrefix) + *fingerprint)
+                       : std::nullopt;
 }
 
 // Declared in display_identity.hpp. Defined here, where the fingerprint becomes the name.

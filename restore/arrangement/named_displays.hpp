@@ -9,11 +9,13 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "restore/arrangement/alias_map.hpp"
-
 namespace tolvaran {
+
+/// What a display's name begins with if it is made from its hardware fingerprint.
+inline constexpr std::string_view fingerprintPrefix = "HW-";
 
 /// How many displays a restore sees: more than any Mac drives.
 inline constexpr std::uint32_t displayLimit = 16;
@@ -34,14 +36,15 @@ struct NamedDisplay {
     bool operator==(const NamedDisplay&) const = default;
 };
 
-/// Names the displays, in the same order. The canonical IDs are the display UUIDs until
-/// foldAliases(). Logs through RestoreLog.warn, for each of several identical monitors, what
-/// displayUUID() logs.
-/// @param displays all active displays, so that identical monitors are told apart
-std::vector<NamedDisplay> nameDisplays(const std::vector<CGDirectDisplayID>& displays);
+/// When the alias map is loaded: what that logs comes before or after what naming logs.
+enum class AliasLoading { beforeNaming, afterNaming };
 
-/// Folds the display UUIDs into canonical IDs.
-void foldAliases(std::vector<NamedDisplay>& displays, const AliasMap& aliases);
+/// The displays with all their names, in the same order. The canonical IDs are folded through the
+/// alias map in the default preferences. Logs what AliasMap::load() logs and, through
+/// RestoreLog.warn, for each of several identical monitors, what displayUUID() logs.
+/// @param displays all active displays, so that identical monitors are told apart
+std::vector<NamedDisplay> namedDisplays(const std::vector<CGDirectDisplayID>& displays,
+                                        AliasLoading loading);
 
 /// The display under each canonical ID; the last one if several have the same ID.
 std::map<std::string, CGDirectDisplayID> displaysByCanonicalID(

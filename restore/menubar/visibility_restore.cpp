@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <set>
 
-#include "restore/arrangement/alias_map.hpp"
 #include "restore/arrangement/named_displays.hpp"
 #include "restore/menubar/global_preferences.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/menubar/menu_bar_candidates.hpp"
 #include "restore/menubar/menu_bar_matcher.hpp"
 #include "restore/support/sleep.hpp"
 
@@ -38,18 +38,7 @@ std::optional<Candidates> connectedCandidates() {
     if (!displays) {
         return std::nullopt;
     }
-    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
-    std::vector<NamedDisplay> named = nameDisplays(*displays);
-    foldAliases(named, aliases);
-    Candidates candidates;
-    for (const NamedDisplay& display : named) {
-        candidates.push_back({.displayID = display.displayID,
-                              .aliasID = display.uuid,
-                              .canonicalID = display.canonicalID,
-                              .fingerprintID = display.fingerprintID,
-                              .portUUID = display.portUUID});
-    }
-    return candidates;
+    return menuBarCandidates(namedDisplays(*displays, AliasLoading::beforeNaming));
 }
 
 /// Whether the override soon reads as `enabled`. The window server accepts an override at once and

@@ -78,10 +78,7 @@ std::int64_t restorePendingUsingSystemDisplays(const std::string& path) {
     if (ResolutionOriginalsStore::pendingEntries(path).empty()) {
         return 0;
     }
-    const std::vector<CGDirectDisplayID> displays = activeDisplays();
-    const AliasMap aliases = AliasMap::load(AliasMap::defaultPreferencesPath());
-    std::vector<NamedDisplay> named = nameDisplays(displays);
-    foldAliases(named, aliases);
+    const auto named = namedDisplays(activeDisplays(), AliasLoading::beforeNaming);
     return restorePending(displaysByCanonicalID(named), path);
 }
 

@@ -12,6 +12,7 @@
 
 #include "report/text.hpp"
 #include "restore/arrangement/formats.hpp"
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/dock/formats.hpp"
 #include "restore/menubar/formats.hpp"
 #include "restore/modes/formats.hpp"
@@ -121,13 +122,17 @@ std::size_t fingerprintEnd(const std::string& text, std::size_t begin) {
     return end == at ? begin : end;
 }
 
+bool isHardwareID(const std::string& text, std::size_t at) {
+    return std::string_view(text).substr(at).starts_with(fingerprintPrefix);
+}
+
 /// Calls `take` for each ID of a known form in the text, with its place.
 void visitIDs(const std::string& text,
               const std::function<void(const Span&, const std::string&)>& take) {
     constexpr std::size_t uuidLength = 36;
     for (std::size_t at = 0; at < text.size();) {
         const bool begins = at == 0 || !isAlphanumeric(text[at - 1]);
-        const std::size_t prefix = text.compare(at, 3, "HW-") == 0 ? 3 : 0;
+        const std::size_t prefix = isHardwareID(text, at) ? fingerprintPrefix.size() : 0;
         const bool isID =
             prefix > 0 || std::string_view(text).substr(0, at).ends_with("fingerprint ");
         const std::size_t end = begins && isID ? fingerprintEnd(text, at + prefix) : at;
@@ -135,7 +140,8 @@ void visitIDs(const std::string& text,
             take({at, at + uuidLength}, text.substr(at, uuidLength));
             at += uuidLength;
         } else if (end > at + prefix) {
-            take({at, end}, (prefix == 0 ? "HW-" : "") + text.substr(at, end - at));
+            take({at, end},
+                 std::string(prefix == 0 ? fingerprintPrefix : "") + text.substr(at, end - at));
             at = end;
         } else {
             ++at;
@@ -419,9 +425,10 @@ class Disguise {
         std::string result;
         std::size_t done = 0;
         visitIDs(text, [&](const Span& span, const std::string& id) {
-            const bool isWhole = text.compare(span.begin, 3, "HW-") == 0 || isUUID(id);
+            const bool isWhole = isHardwareID(text, span.begin) || isUUID(id);
             result += text.substr(done, span.begin - done);
-            result += isWhole ? pseudonyms_.id(id) : pseudonyms_.id(id).substr(3);
+            result +=
+                isWhole ? pseudonyms_.id(id) : pseudonyms_.id(id).substr(fingerprintPrefix.size());
             done = span.end;
         });
         return result + text.substr(done);

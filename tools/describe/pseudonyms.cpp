@@ -4,6 +4,7 @@
 #include <iterator>
 #include <vector>
 
+#include "restore/arrangement/named_displays.hpp"
 #include "restore/support/text.hpp"
 #include "tools/describe/displays.hpp"
 
@@ -70,12 +71,13 @@ std::string inCaseOf(const std::string& uuid, const std::string& text) {
 }  // namespace
 
 bool readHardwareID(const std::string& text, HardwareID& id) {
-    if (!text.starts_with("HW-")) {
+    if (!text.starts_with(fingerprintPrefix)) {
         return false;
     }
-    const std::size_t model = text.find('-', 3);
+    const std::size_t vendor = fingerprintPrefix.size();
+    const std::size_t model = text.find('-', vendor);
     const std::size_t serial = model == std::string::npos ? model : text.find('-', model + 1);
-    if (serial == std::string::npos || !isNumber(text.substr(3, model - 3)) ||
+    if (serial == std::string::npos || !isNumber(text.substr(vendor, model - vendor)) ||
         !isNumber(text.substr(model + 1, serial - model - 1))) {
         return false;
     }

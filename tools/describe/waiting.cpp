@@ -16,6 +16,7 @@
 #include "restore/dock/screen_saver_hot_corner_hold.hpp"
 #include "restore/menubar/global_preferences.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
+#include "restore/menubar/menu_bar_candidates.hpp"
 #include "restore/menubar/menu_bar_matcher.hpp"
 #include "restore/modes/display_mode_control.hpp"
 #include "restore/modes/resolution_originals_store.hpp"
@@ -199,20 +200,6 @@ void lookAtOverride(const MenuBarDisplayVisibilityOverride& record,
     }
 }
 
-std::vector<MenuBarRestoreCandidate> menuBarCandidates() {
-    std::vector<NamedDisplay> displays = nameDisplays(activeDisplays());
-    foldAliases(displays, AliasMap::load(AliasMap::defaultPreferencesPath()));
-    std::vector<MenuBarRestoreCandidate> candidates;
-    for (const NamedDisplay& display : displays) {
-        candidates.push_back({.displayID = display.displayID,
-                              .aliasID = display.uuid,
-                              .canonicalID = display.canonicalID,
-                              .fingerprintID = display.fingerprintID,
-                              .portUUID = display.portUUID});
-    }
-    return candidates;
-}
-
 bool lookAtMenuBar(Outlook& outlook) {
     const auto snapshot = MenuBarAutohide::loadSnapshot(MenuBarAutohide::defaultSnapshotPath());
     if (!snapshot) {
@@ -227,7 +214,8 @@ bool lookAtMenuBar(Outlook& outlook) {
         outlook.keep("this macOS lacks functions for the menu bar of single displays");
         return true;
     }
-    const auto targets = resolveMenuBarRecords(records, menuBarCandidates());
+    const auto displays = namedDisplays(activeDisplays(), AliasLoading::beforeNaming);
+    const auto targets = resolveMenuBarRecords(records, menuBarCandidates(displays));
     for (std::size_t i = 0; i < records.size(); ++i) {
         lookAtOverride(records[i], targets[i], outlook);
     }

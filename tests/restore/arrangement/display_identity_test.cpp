@@ -274,7 +274,7 @@ TEST_F(DisplayIdentityTest, TwinsWithoutSerialNumbersAreToldApartToo) {
 /// The display UUIDs of displays that are named together.
 Lines uuidsOf(const std::vector<CGDirectDisplayID>& displays) {
     Lines uuids;
-    for (const NamedDisplay& display : nameDisplays(displays)) {
+    for (const NamedDisplay& display : namedDisplays(displays, AliasLoading::afterNaming)) {
         uuids.push_back(display.uuid);
     }
     return uuids;

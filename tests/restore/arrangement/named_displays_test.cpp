@@ -55,10 +55,8 @@ TEST_F(NamedDisplaysTest, AreListedInTheWindowServersOrderUpToTheLimit) {
 
 /// The canonical IDs of these displays.
 Lines namesOf(const IDs& displays) {
-    std::vector<NamedDisplay> named = nameDisplays(displays);
-    foldAliases(named, AliasMap::load(AliasMap::defaultPreferencesPath()));
     Lines ids;
-    for (const NamedDisplay& display : named) {
+    for (const NamedDisplay& display : namedDisplays(displays, AliasLoading::afterNaming)) {
         ids.push_back(display.canonicalID);
     }
     return ids;
@@ -99,6 +97,19 @@ TEST_F(NamedDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
     EXPECT_EQ(takeLog(), (Lines{line, line}));
 }
 
+TEST_F(NamedDisplaysTest, TheAliasMapIsLoadedWhenTheCallerSays) {
+    writePreferences("{");
+    arrange(json::array({displayWith(3, 5, firstUUID), displayWith(1, 5, secondUUID)}));
+    const std::string twin =
+        "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
+    const std::string aliases =
+        "warn: AliasMap: preferences.json unparseable, falling back to identity";
+    namedDisplays({3, 1}, AliasLoading::afterNaming);
+    EXPECT_EQ(takeLog(), (Lines{twin, twin, aliases}));
+    namedDisplays({3, 1}, AliasLoading::beforeNaming);
+    EXPECT_EQ(takeLog(), (Lines{aliases, twin, twin}));
+}
+
 TEST_F(NamedDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
     using Map = std::map<std::string, CGDirectDisplayID>;
     const auto mapOf = [](const std::vector<std::pair<CGDirectDisplayID, std::string>>& ids) {
@@ -114,11 +125,9 @@ TEST_F(NamedDisplaysTest, TheLastDisplayOfACanonicalIDCounts) {
 }
 
 TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
-    writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-4"]}]})");
     json withoutHardware = displayWith(2, 5, secondUUID);
     withoutHardware["vendor"] = 0;
     arrange(json::array({displayWith(3, 4), withoutHardware}));
-    std::vector<NamedDisplay> named = nameDisplays({3, 2});
     std::vector<NamedDisplay> expected{{.displayID = 3,
                                         .fingerprintID = "HW-10-20-4",
                                         .portUUID = firstUUID,
@@ -129,15 +138,19 @@ TEST_F(NamedDisplaysTest, EachHasAllItsNames) {
                                         .portUUID = secondUUID,
                                         .uuid = secondUUID,
                                         .canonicalID = secondUUID}};
-    EXPECT_EQ(named, expected);
-    foldAliases(named, AliasMap::load(AliasMap::defaultPreferencesPath()));
+    for (const auto loading : {AliasLoading::beforeNaming, AliasLoading::afterNaming}) {
+        EXPECT_EQ(namedDisplays({3, 2}, loading), expected);
+    }
+    writePreferences(R"({"knownDisplays":[{"ids":["main","HW-10-20-4"]}]})");
     expected[0].canonicalID = "main";
-    EXPECT_EQ(named, expected);
+    for (const auto loading : {AliasLoading::beforeNaming, AliasLoading::afterNaming}) {
+        EXPECT_EQ(namedDisplays({3, 2}, loading), expected);
+    }
 }
 
 TEST_F(NamedDisplaysTest, ATwinKeepsItsFingerprint) {
     arrange(json::array({displayWith(3, 4), displayWith(2, 4, secondUUID)}));
-    for (const NamedDisplay& display : nameDisplays({3, 2})) {
+    for (const NamedDisplay& display : namedDisplays({3, 2}, AliasLoading::afterNaming)) {
         EXPECT_EQ(display.fingerprintID, "HW-10-20-4");
         EXPECT_EQ(display.uuid, display.portUUID);
     }
@@ -150,7 +163,7 @@ TEST_F(NamedDisplaysTest, TheHardwareOfEachIsReadOnce) {
         ++calls[function];
         return json();
     });
-    nameDisplays({7, 8, 9});
+    namedDisplays({7, 8, 9}, AliasLoading::afterNaming);
     simulator::decideCalls(nullptr);
     for (const char* const function :
          {"CGDisplayVendorNumber", "CGDisplayModelNumber", "CGDisplaySerialNumber",
@@ -158,7 +171,7 @@ TEST_F(NamedDisplaysTest, TheHardwareOfEachIsReadOnce) {
         EXPECT_EQ(calls[function], 3) << function;
     }
     EXPECT_EQ(calls["IOServiceGetMatchingServices"], 1);
-    EXPECT_EQ(nameDisplays({}), std::vector<NamedDisplay>());
+    EXPECT_EQ(namedDisplays({}, AliasLoading::afterNaming), std::vector<NamedDisplay>());
 }
 
 }  // namespace
