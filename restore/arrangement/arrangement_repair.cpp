@@ -4,14 +4,13 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <map>
 #include <optional>
-#include <set>
-#include <string_view>
+#include <string>
 
+#include "restore/arrangement/arrangement_candidates.hpp"
 #include "restore/arrangement/display_apply.hpp"
 #include "restore/arrangement/main_application_layout.hpp"
-#include "restore/arrangement/named_displays.hpp"
-#include "restore/arrangement/originals_projection.hpp"
 #include "restore/arrangement/originals_store.hpp"
 #include "restore/arrangement/repair_attempts.hpp"
 #include "restore/arrangement/zigzag.hpp"
@@ -19,9 +18,6 @@
 namespace tolvaran {
 namespace {
 
-using Arrangement = std::vector<OriginalsEntry>;
-using Arrangements = std::map<std::string, Arrangement>;
-using Positions = std::vector<HardwarePosition>;
 using MainApplicationLayout::Marks;
 
 // How often one check configures the displays, however many saved arrangements a file holds.
@@ -32,18 +28,9 @@ struct Repair {
     const Hardware& hardware;
     const CheckLog& log;
     // After the last configuration. Read once, not for every arrangement.
-    std::map<CGDirectDisplayID, CGRect> frames = {};
-    CGDirectDisplayID mainDisplay = kCGNullDirectDisplay;
+    DisplayPlaces places = {};
     std::size_t configurations = 0;
 };
-
-void noteFrames(Repair& repair, const std::vector<DisplayFrame>& frames) {
-    repair.frames.clear();
-    for (const DisplayFrame& frame : frames) {
-        repair.frames[frame.displayID] = frame.frame;
-    }
-    repair.mainDisplay = CGMainDisplayID();
-}
 
 /// Where the displays are, read a second time if one of them could not be read: whether it moves
 /// decides the outcome of the repair.
@@ -53,58 +40,7 @@ std::vector<DisplayFrame> carefullyReadFrames(const Hardware& hardware) {
 }
 
 Repair beginRepair(const Hardware& hardware, const CheckLog& log) {
-    Repair repair{.hardware = hardware, .log = log};
-    noteFrames(repair, carefullyReadFrames(hardware));
-    return repair;
-}
-
-/// Where the entries put their active displays.
-Positions activePositions(const Hardware& hardware, const Arrangement& entries) {
-    Positions positions;
-    positions.reserve(entries.size());
-    for (const OriginalsEntry& entry : entries) {
-        const auto active = hardware.displayIDByCanonicalID.find(entry.uuid);
-        if (active != hardware.displayIDByCanonicalID.end()) {
-            positions.push_back(
-                {.displayID = active->second, .origin = CGPointMake(entry.x, entry.y)});
-        }
-    }
-    return positions;
-}
-
-/// Whether the display can be put there, wherever the main display is.
-bool isInRange(const HardwarePosition& position) {
-    constexpr double reach = 1 << 30;  // points; the sum of two fits the window server's integers
-    return std::abs(position.origin.x) < reach && std::abs(position.origin.y) < reach;
-}
-
-/// The displays at new places, with their present sizes.
-std::vector<DisplayFrame> plannedFrames(const Repair& repair, const Positions& positions) {
-    std::vector<DisplayFrame> frames;
-    frames.reserve(positions.size());
-    for (const HardwarePosition& position : positions) {
-        const auto present = repair.frames.find(position.displayID);
-        if (present != repair.frames.end()) {
-            addFrame(frames, position.displayID, {position.origin, present->second.size});
-        }
-    }
-    return frames;
-}
-
-/// Whether each display is where applying the positions would put it. Of several positions for one
-/// display the last one counts, as in a configuration.
-bool isInForce(const Repair& repair, const Positions& positions) {
-    std::map<CGDirectDisplayID, CGPoint> places;
-    for (const HardwarePosition& position :
-         DisplayApply::anchoredPositions(positions, repair.mainDisplay)) {
-        places[position.displayID] =
-            CGPointMake(std::trunc(position.origin.x), std::trunc(position.origin.y));
-    }
-    return std::ranges::all_of(places, [&](const auto& place) {
-        const auto present = repair.frames.find(place.first);
-        return present != repair.frames.end() &&
-               CGPointEqualToPoint(present->second.origin, place.second);
-    });
+    return {.hardware = hardware, .log = log, .places = placesOf(carefullyReadFrames(hardware))};
 }
 
 /// Whether any display that could be read both times has moved.
@@ -137,11 +73,11 @@ void noteAttempt(const Repair& repair, const Positions& positions, const std::st
 
 /// What the accepted positions have done to the displays.
 Effect lookAgain(Repair& repair) {
-    const auto before = repair.frames;
+    const DisplayPlaces before = repair.places;
     const std::vector<DisplayFrame> now = carefullyReadFrames(repair.hardware);
     const bool zigzag = Zigzag::isZigzag(now);
-    noteFrames(repair, now);
-    if (!haveMoved(before, repair.frames)) {
+    repair.places = placesOf(now);
+    if (!haveMoved(before.frames, repair.places.frames)) {
         return Effect::none;
     }
     return zigzag ? Effect::leftZigzag : Effect::settled;
@@ -165,35 +101,24 @@ bool configure(Repair& repair, const Positions& positions, const std::string& wh
     return effect == Effect::settled;
 }
 
-/// Whether the positions may be configured. If not, logs why.
-bool isUsable(const Repair& repair, const Positions& positions, const std::string& candidate) {
-    const auto refuse = [&](const std::string& reason) {
-        repair.log("warn", candidate + reason + ", skipping");
-        return false;
-    };
-    if (positions.size() > displayLimit) {
-        return refuse(" has " + std::to_string(positions.size()) + " positions");
-    }
-    if (!std::ranges::all_of(positions, isInRange)) {
-        return refuse(" has out-of-range coordinates");
-    }
-    return !Zigzag::isZigzag(plannedFrames(repair, positions)) || refuse(" is itself zigzag");
-}
-
 /// How a candidate counts that is already in place.
 enum class InForce { isRestored, isPassedOver };
 
 /// Tries a saved arrangement, unless none of its displays is active or one of the guards stops it.
 /// @param label what the log calls it
-bool tryCandidate(Repair& repair, const Arrangement& entries, const std::string& label,
+bool tryCandidate(Repair& repair, const SavedArrangement& entries, const std::string& label,
                   InForce inForce) {
     const Positions positions = activePositions(repair.hardware, entries);
     const std::string candidate = "candidate " + label;
     if (positions.empty() || repair.configurations >= configurationLimit ||
-        !repair_attempts::mayTry(positions) || !isUsable(repair, positions, candidate)) {
+        !repair_attempts::mayTry(positions)) {
         return false;
     }
-    if (isInForce(repair, positions)) {
+    if (const auto flaw = flawOf(positions, repair.places)) {
+        repair.log("warn", candidate + " " + *flaw + ", skipping");
+        return false;
+    }
+    if (isInForce(positions, repair.places)) {
         if (inForce == InForce::isRestored && !Zigzag::isZigzag(presentFrames(repair.hardware))) {
             return true;
         }
@@ -223,7 +148,7 @@ bool tryStackedFallback(Repair& repair) {
     if (positions.empty() || !repair_attempts::mayTryRow(positions)) {
         return false;
     }
-    if (isInForce(repair, positions)) {
+    if (isInForce(positions, repair.places)) {
         repair.log("debug", "stacked fallback is already in force, skipping");
         return false;
     }
@@ -234,7 +159,7 @@ bool tryStackedFallback(Repair& repair) {
 
 // The strategies. Each returns the log line of its success, or none.
 
-std::optional<std::string> restoreExact(Repair& repair, const Arrangements& arrangements) {
+std::optional<std::string> restoreExact(Repair& repair, const SavedArrangements& arrangements) {
     const std::string sig = "sig=" + repair.hardware.signature;
     const auto exact = arrangements.find(repair.hardware.signature);
     if (exact == arrangements.end() ||
@@ -244,39 +169,7 @@ std::optional<std::string> restoreExact(Repair& repair, const Arrangements& arra
     return "restored exact arrangement for " + sig;
 }
 
-struct Subset {
-    std::size_t size;  // how many displays it names
-    const Arrangement* entries;
-};
-
-/// How many different displays the entries name. Copies no text: a damaged file may hold thousands
-/// of arrangements.
-std::size_t countDisplays(const Arrangement& entries) {
-    std::vector<std::string_view> uuids;
-    uuids.reserve(entries.size());
-    for (const OriginalsEntry& entry : entries) {
-        uuids.push_back(entry.uuid);
-    }
-    std::ranges::sort(uuids);
-    return static_cast<std::size_t>(std::unique(uuids.begin(), uuids.end()) - uuids.begin());
-}
-
-/// The arrangements of some of the active displays and no others, those of the most displays first.
-std::vector<Subset> subsetArrangements(const Hardware& hardware, const Arrangements& arrangements) {
-    std::vector<Subset> subsets;
-    for (const auto& [signature, entries] : arrangements) {
-        const bool allActive = std::ranges::all_of(entries, [&](const OriginalsEntry& entry) {
-            return hardware.displayIDByCanonicalID.contains(entry.uuid);
-        });
-        if (signature != hardware.signature && !entries.empty() && allActive) {
-            subsets.push_back({.size = countDisplays(entries), .entries = &entries});
-        }
-    }
-    std::ranges::stable_sort(subsets, std::ranges::greater(), &Subset::size);
-    return subsets;
-}
-
-std::optional<std::string> restoreSubset(Repair& repair, const Arrangements& arrangements) {
+std::optional<std::string> restoreSubset(Repair& repair, const SavedArrangements& arrangements) {
     for (const Subset& subset : subsetArrangements(repair.hardware, arrangements)) {
         const std::string size = std::to_string(subset.size);
         if (tryCandidate(repair, *subset.entries, "subset(" + size + ")", InForce::isPassedOver)) {
@@ -287,23 +180,16 @@ std::optional<std::string> restoreSubset(Repair& repair, const Arrangements& arr
     return std::nullopt;
 }
 
-std::set<std::string> activeUUIDs(const Hardware& hardware) {
-    std::set<std::string> uuids;
-    for (const auto& [uuid, display] : hardware.displayIDByCanonicalID) {
-        uuids.insert(uuid);
-    }
-    return uuids;
-}
-
-std::optional<std::string> restoreProjection(Repair& repair, const Arrangements& arrangements) {
+std::optional<std::string> restoreProjection(Repair& repair,
+                                             const SavedArrangements& arrangements) {
     if (!Zigzag::isFullZigzag(presentFrames(repair.hardware))) {
         repair.log("warn",
                    "layout is corner-only but not a full zigzag (ambiguous); skipping superset "
                    "projection");
         return std::nullopt;
     }
-    const std::vector<Arrangement> projections = OriginalsProjection::projectedSupersetArrangements(
-        arrangements, activeUUIDs(repair.hardware));
+    const std::vector<SavedArrangement> projections =
+        projectedArrangements(repair.hardware, arrangements);
     for (std::size_t i = 0; i < projections.size(); ++i) {
         if (tryCandidate(repair, projections[i], "superset-projection[" + std::to_string(i) + "]",
                          InForce::isPassedOver)) {
@@ -313,7 +199,8 @@ std::optional<std::string> restoreProjection(Repair& repair, const Arrangements&
     return std::nullopt;
 }
 
-std::optional<std::string> restoreStacked(Repair& repair, const Arrangements& /*arrangements*/) {
+std::optional<std::string> restoreStacked(Repair& repair,
+                                          const SavedArrangements& /*arrangements*/) {
     if (!tryStackedFallback(repair)) {
         return std::nullopt;
     }
@@ -321,7 +208,7 @@ std::optional<std::string> restoreStacked(Repair& repair, const Arrangements& /*
 }
 
 struct Strategy {
-    std::optional<std::string> (*attempt)(Repair& repair, const Arrangements& arrangements);
+    std::optional<std::string> (*attempt)(Repair& repair, const SavedArrangements& arrangements);
     Marks settledMarks;  // the marks that its success makes outdated
 };
 

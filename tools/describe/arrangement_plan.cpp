@@ -1,26 +1,16 @@
 #include "tools/describe/arrangement_plan.hpp"
 
-#include <CoreGraphics/CoreGraphics.h>
-
 #include <algorithm>
-#include <cmath>
-#include <map>
-#include <set>
 #include <utility>
 
+#include "restore/arrangement/arrangement_candidates.hpp"
 #include "restore/arrangement/main_application_layout.hpp"
-#include "restore/arrangement/named_displays.hpp"
-#include "restore/arrangement/originals_projection.hpp"
 #include "restore/arrangement/originals_store.hpp"
 #include "restore/arrangement/set_marks.hpp"
 #include "restore/arrangement/zigzag.hpp"
 
 namespace tolvaran::describe {
 namespace {
-
-using Arrangement = std::vector<OriginalsEntry>;
-using Arrangements = std::map<std::string, Arrangement>;
-using Positions = std::vector<HardwarePosition>;
 
 bool isMarked(const std::string& signature) {
     const auto has = [&](const std::vector<std::string>& signatures) {
@@ -33,67 +23,28 @@ bool isMarked(const std::string& signature) {
     return separated || pinned || mirrored;
 }
 
-Positions positionsOf(const Hardware& hardware, const Arrangement& arrangement) {
-    Positions positions;
-    for (const OriginalsEntry& entry : arrangement) {
-        if (const auto display = hardware.displayIDByCanonicalID.find(entry.uuid);
-            display != hardware.displayIDByCanonicalID.end()) {
-            positions.push_back({display->second, CGPointMake(entry.x, entry.y)});
-        }
-    }
-    return positions;
-}
-
-/// Whether the invariant would try them: a damaged record may ask for what no Mac can do.
-bool areUsable(const Positions& positions) {
-    constexpr double reach = 1 << 30;
-    std::vector<DisplayFrame> frames;
-    for (const HardwarePosition& position : positions) {
-        frames.push_back(
-            {position.displayID, {position.origin, CGDisplayBounds(position.displayID).size}});
-    }
-    return !positions.empty() && positions.size() <= displayLimit &&
-           std::ranges::all_of(positions,
-                               [](const HardwarePosition& position) {
-                                   return std::abs(position.origin.x) < reach &&
-                                          std::abs(position.origin.y) < reach;
-                               }) &&
-           !Zigzag::isZigzag(frames);
-}
-
 /// A saved arrangement that may help.
 struct Candidate {
-    Arrangement entries;
+    SavedArrangement entries;
     bool isExact = false;  // of just these displays
 };
 
-/// Those of some, and only of, the active displays; those of the most displays first.
-std::vector<Candidate> subsets(const Hardware& hardware, const Arrangements& arrangements,
-                               const std::set<std::string>& active) {
+/// The saved arrangements that may help, in the order in which a repair tries them.
+std::vector<Candidate> candidates(const Hardware& hardware, const SavedArrangements& arrangements,
+                                  bool isFullZigzag) {
     std::vector<Candidate> all;
-    for (const auto& [signature, arrangement] : arrangements) {
-        const std::set<std::string> named = OriginalsProjection::uuids(arrangement);
-        if (signature != hardware.signature && std::ranges::includes(active, named)) {
-            all.push_back({.entries = arrangement});
+    if (const auto exact = arrangements.find(hardware.signature); exact != arrangements.end()) {
+        all.push_back({.entries = exact->second, .isExact = true});
+    }
+    for (const Subset& subset : subsetArrangements(hardware, arrangements)) {
+        all.push_back({.entries = *subset.entries});
+    }
+    if (isFullZigzag) {
+        for (SavedArrangement& projection : projectedArrangements(hardware, arrangements)) {
+            all.push_back({.entries = std::move(projection)});
         }
     }
-    std::ranges::stable_sort(all, std::ranges::greater(), [](const Candidate& subset) {
-        return OriginalsProjection::uuids(subset.entries).size();
-    });
     return all;
-}
-
-/// Whether applying the positions would leave each display where it is. Of several positions of one
-/// display the last one counts.
-bool areInForce(const Positions& positions) {
-    std::map<CGDirectDisplayID, CGPoint> places;
-    for (const HardwarePosition& position : positions) {
-        places[position.displayID] =
-            CGPointMake(std::trunc(position.origin.x), std::trunc(position.origin.y));
-    }
-    return std::ranges::all_of(places, [](const auto& place) {
-        return CGPointEqualToPoint(CGDisplayBounds(place.first).origin, place.second);
-    });
 }
 
 struct Best {
@@ -101,45 +52,26 @@ struct Best {
     bool isInForce = false;  // the exact arrangement is, and nothing is moved
 };
 
-/// The saved arrangements that may help, the best first.
-std::vector<Candidate> candidates(const Hardware& hardware, const Arrangements& arrangements,
-                                  const std::vector<DisplayFrame>& frames) {
-    std::set<std::string> active;
-    for (const auto& [id, display] : hardware.displayIDByCanonicalID) {
-        active.insert(id);
-    }
-    std::vector<Candidate> all = subsets(hardware, arrangements, active);
-    if (const auto exact = arrangements.find(hardware.signature); exact != arrangements.end()) {
-        all.insert(all.begin(), {.entries = exact->second, .isExact = true});
-    }
-    if (Zigzag::isFullZigzag(frames)) {
-        for (Arrangement& projection :
-             OriginalsProjection::projectedSupersetArrangements(arrangements, active)) {
-            all.push_back({.entries = std::move(projection)});
-        }
-    }
-    return all;
-}
-
-Best bestPositions(const Hardware& hardware, const Arrangements& arrangements) {
+Best bestPositions(const Hardware& hardware, const SavedArrangements& arrangements) {
     const std::vector<DisplayFrame> frames = currentFrames(hardware.displays);
-    for (const Candidate& candidate : candidates(hardware, arrangements, frames)) {
-        const Positions saved = positionsOf(hardware, candidate.entries);
-        if (!areUsable(saved)) {
+    const DisplayPlaces places = placesOf(frames);
+    const bool isFullZigzag = Zigzag::isFullZigzag(frames);
+    for (const Candidate& candidate : candidates(hardware, arrangements, isFullZigzag)) {
+        const Positions positions = activePositions(hardware, candidate.entries);
+        if (positions.empty() || flawOf(positions, places)) {
             continue;
         }
-        const Positions positions = DisplayApply::anchoredPositions(saved, CGMainDisplayID());
-        if (!areInForce(positions)) {
-            return {.positions = positions};
+        if (!isInForce(positions, places)) {
+            return {.positions = DisplayApply::anchoredPositions(positions, places.mainDisplay)};
         }
         if (candidate.isExact && !Zigzag::isZigzag(frames)) {
             return {.isInForce = true};
         }
     }
-    if (!Zigzag::isFullZigzag(frames)) {
+    if (!isFullZigzag) {
         return {};
     }
-    return {.positions = DisplayApply::stackedFallbackPositions(frames, CGMainDisplayID())};
+    return {.positions = DisplayApply::stackedFallbackPositions(frames, places.mainDisplay)};
 }
 
 }  // namespace
