@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "simulator/core_foundation/base64.hpp"
-#include "simulator/devices/devices.hpp"
 #include "simulator/faults/faults.hpp"
 #include "simulator/host/files.hpp"
 #include "simulator/machine/json_reader.hpp"
@@ -111,8 +110,6 @@ void readLog(const JsonReader& log, Scenario& scenario) {
 Scenario readDocument(const JsonReader& document, const std::string& directory) {
     document.requireKeys({"name", "clock", "mac", "files", "filesFrom", "timeline", "until",
                           "faults", "expect", "about", "log"});
-    // Reading the machine requires knowing which symbols a Mac may lack.
-    devices::registerPrivateSymbols();
     Scenario scenario;
     const auto ifPresent = [&](const char* key, auto read) {
         if (const auto value = document.find(key)) {

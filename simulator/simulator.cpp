@@ -51,7 +51,6 @@ OnReset::OnReset(std::function<void()> work) {
 }
 
 void reset(const nlohmann::json& machine) {
-    devices::registerPrivateSymbols();
     Machine next = readMachine(JsonReader(machine, ""));
     for (const std::function<void()>& work : resets()) {
         work();

@@ -11,8 +11,4 @@ namespace simulator::devices {
 /// Registry objects (iterators and services) not yet released; part of liveObjects().
 std::size_t liveRegistryObjects();
 
-/// Registers the private functions of "SkyLight" and "HIServices" for look-up at run time. Calling
-/// it again changes nothing. simulator::reset() calls it.
-void registerPrivateSymbols();
-
 }  // namespace simulator::devices

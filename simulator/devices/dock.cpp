@@ -8,7 +8,8 @@
 
 #include "simulator/devices/call.hpp"
 #include "simulator/devices/symbols.hpp"
-#include "simulator/machine/machine.hpp"
+#include "simulator/machine/machine_part.hpp"
+#include "simulator/on_reset.hpp"
 
 using namespace simulator;
 using namespace simulator::devices;
@@ -17,12 +18,37 @@ namespace {
 
 constexpr std::int32_t cornerCount = 4;
 
+using Corners = decltype(Dock::cornerActions);
+
+void readCorners(const JsonReader& dock, const std::string& key, Corners& into) {
+    ifPresent(dock, key, [&](const JsonReader& list) {
+        std::ranges::transform(
+            list.elements(into.size()), into.begin(),
+            [](const JsonReader& corner) { return corner.integer<std::int32_t>(); });
+    });
+}
+
+void readDock(const JsonReader& value, Dock& dock) {
+    value.requireKeys({"autoHide", "cornerActions", "cornerModifiers"});
+    readBoolean(value, "autoHide", dock.autoHide);
+    readCorners(value, "cornerActions", dock.cornerActions);
+    readCorners(value, "cornerModifiers", dock.cornerModifiers);
+}
+
+nlohmann::json writeDock(const Dock& dock) {
+    return {{"autoHide", dock.autoHide},
+            {"cornerActions", dock.cornerActions},
+            {"cornerModifiers", dock.cornerModifiers}};
+}
+
+const MachinePart<Dock> dock("dock", readDock, writeDock);
+
 // The functions of HIServices. They have internal linkage, so that only a look-up reaches them.
 
 void CoreDockGetExposeCornerActionsWithModifiers(std::int32_t* actions, std::int32_t* modifiers) {
     recordedCall(__func__, nlohmann::json::array(), [&](const CallFault&) {
-        std::ranges::copy(mac().dock.cornerActions, actions);
-        std::ranges::copy(mac().dock.cornerModifiers, modifiers);
+        std::ranges::copy(dock.state().cornerActions, actions);
+        std::ranges::copy(dock.state().cornerModifiers, modifiers);
     });
 }
 
@@ -34,11 +60,17 @@ std::int32_t CoreDockSetExposeCornerActionWithModifier(std::int32_t action, std:
             return kCGErrorIllegalArgument;
         }
         const auto index = static_cast<std::size_t>(corner);
-        mac().dock.cornerActions.at(index) = action;
-        mac().dock.cornerModifiers.at(index) = modifier;
+        dock.state().cornerActions.at(index) = action;
+        dock.state().cornerModifiers.at(index) = modifier;
         return kCGErrorSuccess;
     });
 }
+
+const OnReset offerCorners([] {
+    using namespace tolvaran::hi_services;
+    offer("HIServices", getCornerActions, CoreDockGetExposeCornerActionsWithModifiers);
+    offer("HIServices", setCornerAction, CoreDockSetExposeCornerActionWithModifier);
+});
 
 }  // namespace
 
@@ -46,23 +78,21 @@ extern "C" {
 
 Boolean CoreDockGetAutoHideEnabled(void) {
     const bool enabled = recordedCall(__func__, nlohmann::json::array(),
-                                      [](const CallFault&) { return mac().dock.autoHide; });
+                                      [](const CallFault&) { return dock.state().autoHide; });
     return enabled ? 1 : 0;
 }
 
 void CoreDockSetAutoHideEnabled(Boolean enabled) {
     recordedCall(__func__, nlohmann::json::array({recorded(enabled)}),
-                 [&](const CallFault&) { mac().dock.autoHide = enabled != 0; });
+                 [&](const CallFault&) { dock.state().autoHide = enabled != 0; });
 }
 
 }  // extern "C"
 
-namespace simulator::devices {
+namespace simulator {
 
-void registerDockSymbols() {
-    using namespace tolvaran::hi_services;
-    offer("HIServices", getCornerActions, CoreDockGetExposeCornerActionsWithModifiers);
-    offer("HIServices", setCornerAction, CoreDockSetExposeCornerActionWithModifier);
+const Dock& dockOf(const Machine& machine) {
+    return std::any_cast<const Dock&>(machine.parts.at("dock"));
 }
 
-}  // namespace simulator::devices
+}  // namespace simulator

@@ -4,9 +4,21 @@
 // The Dock takes its corners only from the setter; writing preferences does not change them.
 #pragma once
 
-namespace simulator::devices {
+#include <array>
+#include <cstdint>
 
-/// Offers the hot-corner functions for look-up at run time.
-void registerDockSymbols();
+#include "simulator/machine/machine.hpp"
 
-}  // namespace simulator::devices
+namespace simulator {
+
+/// The machine's part "dock".
+struct Dock {
+    bool autoHide = false;
+    // Top-left, top-right, bottom-left, bottom-right.
+    std::array<std::int32_t, 4> cornerActions{1, 1, 1, 1};
+    std::array<std::int32_t, 4> cornerModifiers{0, 0, 0, 0};
+};
+
+const Dock& dockOf(const Machine& machine);
+
+}  // namespace simulator

@@ -144,6 +144,16 @@ CFArrayRef SLSCopyManagedDisplaySpaces(std::int32_t connection) {
         cf::createFromJson(replacement ? *replacement : managedDisplaySpaces()));
 }
 
+const OnReset offerSkyLight([] {
+    using namespace tolvaran;
+    offer("SkyLight", sky_light::mainConnection, CGSMainConnectionID);
+    offer("SkyLight", sky_light::getAutohide, SLSGetMenuBarAutohideEnabled);
+    offer("SkyLight", sky_light::getOverride, SLSGetMenuBarVisibilityOverrideOnDisplay);
+    offer("SkyLight", sky_light::setOverride, SLSSetMenuBarVisibilityOverrideOnDisplay);
+    offer("SkyLight", sky_light::copyActiveDisplay, SLSCopyActiveMenuBarDisplayIdentifier);
+    offer("SkyLight", sky_light::copyManagedDisplaySpaces, SLSCopyManagedDisplaySpaces);
+});
+
 }  // namespace
 
 extern "C" {
@@ -164,16 +174,6 @@ namespace simulator::devices {
 
 void replaceManagedDisplaySpaces(nlohmann::json value) {
     menuBarState().managedDisplaySpaces = std::move(value);
-}
-
-void registerMenuBarSymbols() {
-    using namespace tolvaran;
-    offer("SkyLight", sky_light::mainConnection, CGSMainConnectionID);
-    offer("SkyLight", sky_light::getAutohide, SLSGetMenuBarAutohideEnabled);
-    offer("SkyLight", sky_light::getOverride, SLSGetMenuBarVisibilityOverrideOnDisplay);
-    offer("SkyLight", sky_light::setOverride, SLSSetMenuBarVisibilityOverrideOnDisplay);
-    offer("SkyLight", sky_light::copyActiveDisplay, SLSCopyActiveMenuBarDisplayIdentifier);
-    offer("SkyLight", sky_light::copyManagedDisplaySpaces, SLSCopyManagedDisplaySpaces);
 }
 
 }  // namespace simulator::devices

@@ -14,7 +14,4 @@ namespace simulator::devices {
 /// "Current Space", whose "type" is the display's spaceType. reset() ends it.
 void replaceManagedDisplaySpaces(nlohmann::json value);
 
-/// Offers the SkyLight functions for look-up at run time.
-void registerMenuBarSymbols();
-
 }  // namespace simulator::devices

@@ -49,7 +49,7 @@ void JsonReader::fail(const std::string& what) const {
     throw std::invalid_argument((path_.empty() ? "the document" : path_) + ": " + what);
 }
 
-void JsonReader::requireKeys(std::initializer_list<std::string_view> known) const {
+void JsonReader::requireKeys(const std::vector<std::string_view>& known) const {
     requireObject();
     for (auto entry = value_.begin(); entry != value_.end(); ++entry) {
         if (std::find(known.begin(), known.end(), entry.key()) == known.end()) {

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -41,7 +40,7 @@ class JsonReader {
     /// Fails unless the value is an object.
     void requireObject() const;
     /// Fails unless the value is an object with no key but these.
-    void requireKeys(std::initializer_list<std::string_view> known) const;
+    void requireKeys(const std::vector<std::string_view>& known) const;
     /// The value under a key; none if the key is missing.
     std::optional<JsonReader> find(const std::string& key) const;
     /// The value under a key; fails if the key is missing.
@@ -74,5 +73,24 @@ class JsonReader {
     const nlohmann::json& value_;
     std::string path_;
 };
+
+/// Calls `read` with the value under the key, if there is one.
+template <typename Read>
+void ifPresent(const JsonReader& object, const std::string& key, Read read) {
+    if (const std::optional<JsonReader> found = object.find(key)) {
+        read(*found);
+    }
+}
+
+/// Stores the integer under the key, if there is one.
+template <typename Integer>
+void readInteger(const JsonReader& object, const std::string& key, Integer& into) {
+    ifPresent(object, key, [&](const JsonReader& value) { into = value.integer<Integer>(); });
+}
+
+/// Stores the boolean under the key, if there is one.
+inline void readBoolean(const JsonReader& object, const std::string& key, bool& into) {
+    ifPresent(object, key, [&](const JsonReader& value) { into = value.boolean(); });
+}
 
 }  // namespace simulator

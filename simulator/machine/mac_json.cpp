@@ -10,6 +10,7 @@
 #include "simulator/core_foundation/base64.hpp"
 #include "simulator/core_foundation/uuid.hpp"
 #include "simulator/host/dynamic_library.hpp"
+#include "simulator/machine/machine_part.hpp"
 
 namespace simulator {
 namespace {
@@ -17,23 +18,6 @@ namespace {
 using nlohmann::json;
 
 // Reading.
-
-/// Calls `read` with the value under `key`, if there is one.
-template <typename Read>
-void ifPresent(const JsonReader& object, const std::string& key, Read read) {
-    if (const std::optional<JsonReader> found = object.find(key)) {
-        read(*found);
-    }
-}
-
-template <typename Integer>
-void readInteger(const JsonReader& object, const std::string& key, Integer& into) {
-    ifPresent(object, key, [&](const JsonReader& value) { into = value.integer<Integer>(); });
-}
-
-void readBoolean(const JsonReader& object, const std::string& key, bool& into) {
-    ifPresent(object, key, [&](const JsonReader& value) { into = value.boolean(); });
-}
 
 CGRect readFrame(const JsonReader& frame) {
     std::array<double, 4> numbers{};
@@ -131,22 +115,6 @@ void readPreferences(const JsonReader& domains, Machine& machine) {
     }
 }
 
-void readCorners(const JsonReader& dock, const std::string& key,
-                 std::array<std::int32_t, 4>& into) {
-    ifPresent(dock, key, [&](const JsonReader& list) {
-        const std::vector<JsonReader> corners = list.elements(into.size());
-        std::transform(corners.begin(), corners.end(), into.begin(),
-                       [](const JsonReader& corner) { return corner.integer<std::int32_t>(); });
-    });
-}
-
-void readDock(const JsonReader& dock, Machine& machine) {
-    dock.requireKeys({"autoHide", "cornerActions", "cornerModifiers"});
-    readBoolean(dock, "autoHide", machine.dock.autoHide);
-    readCorners(dock, "cornerActions", machine.dock.cornerActions);
-    readCorners(dock, "cornerModifiers", machine.dock.cornerModifiers);
-}
-
 void readMenuBar(const JsonReader& menuBar, Machine& machine) {
     menuBar.requireKeys({"autoHide", "activeDisplay"});
     readBoolean(menuBar, "autoHide", machine.menuBar.autoHide);
@@ -176,23 +144,34 @@ void readUnavailable(const JsonReader& list, Machine& machine) {
     }
 }
 
+/// The keys of a whole `mac`.
+std::vector<std::string_view> knownKeys() {
+    std::vector<std::string_view> keys{"displays", "mainDisplay",  "registry",   "preferences",
+                                       "menuBar",  "applications", "unavailable"};
+    for (const PartFormat& part : partFormats()) {
+        keys.push_back(part.key);
+    }
+    return keys;
+}
+
 /// Every key of `mac` except `displays`, which other functions read.
 void readParts(const JsonReader& mac, Machine& machine) {
-    mac.requireKeys({"displays", "mainDisplay", "registry", "preferences", "dock", "menuBar",
-                     "cursorAssociated", "applications", "unavailable"});
+    mac.requireKeys(knownKeys());
     readInteger(mac, "mainDisplay", machine.mainDisplay);
-    readBoolean(mac, "cursorAssociated", machine.cursorAssociated);
     using Read = void (*)(const JsonReader&, Machine&);
-    constexpr std::array<std::pair<const char*, Read>, 6> parts{{
+    constexpr std::array<std::pair<const char*, Read>, 5> parts{{
         {"registry", readRegistry},
         {"preferences", readPreferences},
-        {"dock", readDock},
         {"menuBar", readMenuBar},
         {"applications", readApplications},
         {"unavailable", readUnavailable},
     }};
     for (const auto& [key, read] : parts) {
         ifPresent(mac, key, [&, part = read](const JsonReader& value) { part(value, machine); });
+    }
+    for (const PartFormat& part : partFormats()) {
+        std::any& state = machine.parts.try_emplace(part.key, part.initial).first->second;
+        ifPresent(mac, part.key, [&](const JsonReader& value) { part.read(value, state); });
     }
 }
 
@@ -343,22 +322,21 @@ Machine readMachine(const JsonReader& mac) {
 }
 
 json writeMachine(const Machine& machine) {
-    return {{"displays", writeAll(machine.displays, writeDisplay)},
-            {"mainDisplay", machine.mainDisplay},
-            {"registry", machine.registry},
-            {"preferences", machine.preferences},
-            {"dock",
-             {{"autoHide", machine.dock.autoHide},
-              {"cornerActions", machine.dock.cornerActions},
-              {"cornerModifiers", machine.dock.cornerModifiers}}},
-            {"menuBar",
-             {{"autoHide", machine.menuBar.autoHide},
-              {"activeDisplay", machine.menuBar.activeDisplay.empty()
-                                    ? json(nullptr)
-                                    : json(machine.menuBar.activeDisplay)}}},
-            {"cursorAssociated", machine.cursorAssociated},
-            {"applications", writeAll(machine.applications, writeApplication)},
-            {"unavailable", machine.unavailable}};
+    json mac = {{"displays", writeAll(machine.displays, writeDisplay)},
+                {"mainDisplay", machine.mainDisplay},
+                {"registry", machine.registry},
+                {"preferences", machine.preferences},
+                {"menuBar",
+                 {{"autoHide", machine.menuBar.autoHide},
+                  {"activeDisplay", machine.menuBar.activeDisplay.empty()
+                                        ? json(nullptr)
+                                        : json(machine.menuBar.activeDisplay)}}},
+                {"applications", writeAll(machine.applications, writeApplication)},
+                {"unavailable", machine.unavailable}};
+    for (const PartFormat& part : partFormats()) {
+        mac[part.key] = part.write(machine.parts.at(part.key));
+    }
+    return mac;
 }
 
 }  // namespace simulator

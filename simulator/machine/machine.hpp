@@ -1,11 +1,12 @@
 // The simulated Mac: everything that the system under test can see or change, as plain values. The
 // functions that the simulator offers under Apple's names read and write mac(); tests and the
-// scenario player access it as JSON through simulator.hpp.
+// scenario player access it as JSON through simulator.hpp. What only one device knows is a part of
+// its own (machine_part.hpp).
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include <array>
+#include <any>
 #include <cstdint>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -39,13 +40,6 @@ struct Display {
     std::int64_t spaceType = 0;
 };
 
-struct Dock {
-    bool autoHide = false;
-    // Top-left, top-right, bottom-left, bottom-right.
-    std::array<std::int32_t, 4> cornerActions{1, 1, 1, 1};
-    std::array<std::int32_t, 4> cornerModifiers{0, 0, 0, 0};
-};
-
 struct MenuBar {
     bool autoHide = false;
     std::string activeDisplay;  // port UUID
@@ -63,11 +57,10 @@ struct Machine {
     // One object per display-connect service.
     nlohmann::json registry = nlohmann::json::array();
     std::map<std::string, std::map<std::string, nlohmann::json>> preferences;  // domain, key, value
-    Dock dock;
     MenuBar menuBar;
-    bool cursorAssociated = true;
     std::vector<Application> applications;  // in the workspace's listing order
     std::set<std::string> unavailable;      // private symbols, "SkyLight", "HIServices"
+    std::map<std::string, std::any> parts;  // by key, of the devices that keep their own state
 };
 
 Machine& mac();

@@ -26,6 +26,7 @@
 
 #include "restore/dock/dock_hot_corner_override.hpp"
 #include "restore/dock/hot_corner_lease_state.hpp"
+#include "simulator/devices/dock.hpp"
 #include "simulator/machine/machine.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/restore/dock/hot_corner_mac.hpp"
@@ -300,8 +301,10 @@ struct Moment {
 };
 
 bool haveSameCorners(const simulator::Machine& a, const simulator::Machine& b) {
-    return a.preferences == b.preferences && a.dock.cornerActions == b.dock.cornerActions &&
-           a.dock.cornerModifiers == b.dock.cornerModifiers;
+    const simulator::Dock& dockOfA = simulator::dockOf(a);
+    const simulator::Dock& dockOfB = simulator::dockOf(b);
+    return a.preferences == b.preferences && dockOfA.cornerActions == dockOfB.cornerActions &&
+           dockOfA.cornerModifiers == dockOfB.cornerModifiers;
 }
 
 bool areSame(const Moment& a, const Moment& b) {
@@ -420,9 +423,11 @@ class Walk {
         EXPECT_EQ(mac.preferences,
                   (model.preferencesSuppressed ? suppressed_ : start_.mac).preferences)
             << after.sequence;
-        const simulator::Dock& dock = (model.dockSuppressed ? suppressed_ : start_.mac).dock;
-        EXPECT_EQ(mac.dock.cornerActions, dock.cornerActions) << after.sequence;
-        EXPECT_EQ(mac.dock.cornerModifiers, dock.cornerModifiers) << after.sequence;
+        const simulator::Dock& found = simulator::dockOf(mac);
+        const simulator::Dock& dock =
+            simulator::dockOf(model.dockSuppressed ? suppressed_ : start_.mac);
+        EXPECT_EQ(found.cornerActions, dock.cornerActions) << after.sequence;
+        EXPECT_EQ(found.cornerModifiers, dock.cornerModifiers) << after.sequence;
         EXPECT_EQ(after.file, model.onDisk ? std::optional(usersSnapshotText) : std::nullopt)
             << after.sequence;
         for (const Owner owner : allDockHotCornerLeaseOwners) {

@@ -9,8 +9,19 @@ using namespace simulator;
 
 class MacJson : public SimulatorTest {};
 
+/// The machine must be as expected, but may have keys that are not: other devices' parts.
+void expectMachine(const json& expected) {
+    json mac = machine();
+    for (const auto& [key, value] : machine().items()) {
+        if (!expected.contains(key)) {
+            mac.erase(key);
+        }
+    }
+    EXPECT_EQ(mac, expected);
+}
+
 TEST_F(MacJson, TheDefaultsAreOneDisplayAndNothingChanged) {
-    EXPECT_EQ(machine(), json::parse(R"({
+    expectMachine(json::parse(R"({
         "displays": [{"id": 1, "vendor": 0, "model": 0, "serial": 0,
                       "portUUID": "D15B1A70-0000-4000-8000-000000000001",
                       "frame": [0, 0, 1440, 900],
@@ -54,10 +65,9 @@ const json& everything() {
 
 TEST_F(MacJson, EveryKeySurvivesTheRoundTrip) {
     reset(everything());
-    json expected = everything();
-    EXPECT_EQ(machine(), expected);
+    expectMachine(everything());
     reset(machine());
-    EXPECT_EQ(machine(), expected);
+    expectMachine(everything());
 }
 
 TEST_F(MacJson, EveryDisplayHasAPortUUIDOfItsOwn) {
@@ -217,7 +227,7 @@ TEST_F(MacJson, SettingMergesObjectsAndReplacesLists) {
     expected["unavailable"] = json::array();
     expected["mainDisplay"] = 2;
     expected["cursorAssociated"] = true;
-    EXPECT_EQ(machine(), expected);
+    expectMachine(expected);
     EXPECT_EQ(thrownBy([] { set({{"displays", json::array()}}); }), "displays: unknown key");
 }
 
