@@ -45,9 +45,9 @@ constexpr const char* introduction = R"(# The scenarios
 What happens to the displays in each: on the left just before the helper's first change, on the
 right at the end. The main display has a thicker edge; rings mark displays that touch only at a
 corner; bars are the menu bar and the Dock, dashed if hidden; filled corners are active hot corners;
-the cursor is struck out if it does not follow the mouse. A report
-(`tolvaran_simulator --report PAGE.html SCENARIO.json`) tells the whole story of one;
-[docs/scenarios.md](../docs/scenarios.md) says how to write one.
+the cursor is struck out if it does not follow the mouse. A scenario whose two sides would look
+alike has no picture. A report (`tolvaran_simulator --report PAGE.html SCENARIO.json`) tells the
+whole story of one; [docs/scenarios.md](../docs/scenarios.md) says how to write one.
 
 `make gallery` writes this page and its pictures.
 )";
@@ -65,24 +65,37 @@ std::string plainText(const std::string& text) {
 }
 
 struct Exhibit {
-    std::string file;  // NAME of NAME.json
-    std::string line;  // of the page
-    std::string picture;
+    std::string file;     // NAME of NAME.json
+    std::string line;     // of the page
+    std::string picture;  // empty if its two sides would look alike
 };
+
+/// Whether a picture shows no difference.
+bool lookAlike(const json& before, const json& after) {
+    constexpr double size = 100000;  // units, so that no small difference is rounded away
+    const report::Side first = report::sideOf("", before);
+    const report::Side second = report::sideOf("", after);
+    const report::Canvas canvas = report::canvasFor(first, second, size, size);
+    return report::arrangementSvg(first, canvas) == report::arrangementSvg(second, canvas);
+}
 
 Exhibit exhibitOf(const fs::path& path) {
     const Scenario scenario = loadScenario(path.string());
     const json result = play(scenario, {.quiet = true, .observes = true}).result;
     const std::string file = path.stem().string();
     const std::vector<std::string> changes = report::headlines(result);
-    const std::string change =
-        changes.empty() ? "Nothing changes" : "Changed: " + report::joined(changes, ", ");
-    return {
-        file,
-        "[" + file + "](" + file + ".json): " + plainText(scenario.name) + "\\\n![" +
-            plainText(change) + "](" + pictures + "/" + file + ".svg)\n",
-        report::beforeAndAfterSvg(scenario.name, report::sideOf("before", result["before"]["mac"]),
-                                  report::sideOf("after", result["mac"]))};
+    const std::string change = plainText(
+        changes.empty() ? "Nothing changes" : "Changed: " + report::joined(changes, ", "));
+    const std::string line =
+        "[" + file + "](" + file + ".json): " + plainText(scenario.name) + "\\\n";
+    const json& before = result["before"]["mac"];
+    const json& after = result["mac"];
+    if (lookAlike(before, after)) {
+        return {file, line + change + "\n", ""};
+    }
+    return {file, line + "![" + change + "](" + pictures + "/" + file + ".svg)\n",
+            report::beforeAndAfterSvg(scenario.name, report::sideOf("before", before),
+                                      report::sideOf("after", after))};
 }
 
 std::size_t groupOf(const Exhibit& exhibit) {
@@ -127,7 +140,7 @@ std::optional<std::string> textOf(const fs::path& path) {
     return std::string{std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Pictures without a scenario.
+/// Pictures that belong to no scenario, or to one that needs none.
 std::vector<fs::path> leftOvers(const fs::path& directory, const Files& gallery) {
     std::vector<fs::path> found = filesIn(directory / pictures, ".svg");
     std::erase_if(found, [&](const fs::path& path) {
@@ -148,7 +161,7 @@ int check(const fs::path& directory, const Files& gallery, std::ostream& errors)
         }
     }
     for (const fs::path& path : leftOvers(directory, gallery)) {
-        complain(path, "belongs to no scenario");
+        complain(path, "is not needed");
     }
     return status;
 }
@@ -184,7 +197,9 @@ Files galleryOf(const std::string& directory) {
     }
     Files gallery{{"README.md", pageOf(exhibits)}};
     for (const Exhibit& exhibit : exhibits) {
-        gallery[std::string(pictures) + "/" + exhibit.file + ".svg"] = exhibit.picture;
+        if (!exhibit.picture.empty()) {
+            gallery[std::string(pictures) + "/" + exhibit.file + ".svg"] = exhibit.picture;
+        }
     }
     return gallery;
 }
