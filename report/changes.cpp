@@ -4,6 +4,8 @@
 #include <array>
 #include <map>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "report/arrangement.hpp"
 #include "report/text.hpp"
@@ -132,6 +134,38 @@ const std::array<Question, 1> cursorQuestions{{
     {"Follows the mouse", [](const json& mac) { return yesOrNo(mac["cursorAssociated"]); }},
 }};
 
+// Parts of the Mac that have facts of their own above and below, or that the helper only reads.
+constexpr std::array<std::string_view, 9> knownParts{
+    "applications", "cursorAssociated", "displays", "dock",       "mainDisplay",
+    "menuBar",      "preferences",      "registry", "unavailable"};
+
+/// The values of all other parts, by their names; those of an object one by one.
+std::map<std::string, std::string> otherValues(const json& mac) {
+    std::map<std::string, std::string> values;
+    for (const auto& [key, part] : mac.items()) {
+        if (std::ranges::find(knownParts, key) != knownParts.end()) {
+            continue;
+        }
+        if (!part.is_object()) {
+            values[key] = oneLine(compact(part));
+            continue;
+        }
+        for (const auto& [name, value] : part.items()) {
+            values[key + ": " + name] = oneLine(compact(value));
+        }
+    }
+    return values;
+}
+
+FactGroup otherFacts(const json& before, const json& after) {
+    FactGroup group{"Other settings", {}};
+    std::map<std::string, std::string> now = otherValues(after);
+    for (const auto& [name, value] : otherValues(before)) {
+        group.facts.push_back({name, value, now[name]});
+    }
+    return group;
+}
+
 const json* findDisplay(const json& mac, const json& id) {
     for (const json& display : mac["displays"]) {
         if (display["id"] == id) {
@@ -252,9 +286,14 @@ std::vector<FactGroup> displayFacts(const json& before, const json& after) {
 }
 
 std::vector<FactGroup> deskFacts(const json& before, const json& after) {
-    return {cornerFacts(before, after), answered("Menu bar", menuBarQuestions, before, after),
-            answered("Dock", dockQuestions, before, after),
-            answered("Cursor", cursorQuestions, before, after)};
+    std::vector<FactGroup> groups = {cornerFacts(before, after),
+                                     answered("Menu bar", menuBarQuestions, before, after),
+                                     answered("Dock", dockQuestions, before, after),
+                                     answered("Cursor", cursorQuestions, before, after)};
+    if (FactGroup others = otherFacts(before, after); !others.facts.empty()) {
+        groups.push_back(std::move(others));
+    }
+    return groups;
 }
 
 std::vector<FileChange> fileChanges(const json& before, const json& after) {

@@ -29,7 +29,8 @@ struct FactGroup {
 /// it is connected, and whether it is the main display, are facts only if they changed.
 std::vector<FactGroup> displayFacts(const nlohmann::json& before, const nlohmann::json& after);
 
-/// Hot corners, menu bar, Dock and cursor.
+/// Hot corners, menu bar, Dock and cursor, then every other part of the Mac that has a state, under
+/// its own name.
 std::vector<FactGroup> deskFacts(const nlohmann::json& before, const nlohmann::json& after);
 
 enum class FileFate { unchanged, changed, removed, added };

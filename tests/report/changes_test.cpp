@@ -81,6 +81,19 @@ TEST(Changes, TheMenuBarMayBeActiveNowhere) {
               "*Active on: none > 37D8832A-2D66-02CA-B9F7-8F30A301B230");
 }
 
+TEST(Changes, OfPartsWithoutFactsOfTheirOwn) {
+    json before = completeMac(json::object());
+    before["lamp"] = {{"isOn", true}, {"colour", {1, 2}}};
+    before["volume"] = 7;
+    json after = before;
+    after["lamp"]["isOn"] = false;
+    const std::vector<FactGroup> groups = deskFacts(before, after);
+    ASSERT_EQ(groups.size(), 5U);
+    EXPECT_EQ(groups[4].title, "Other settings");
+    EXPECT_THAT(shown(groups[4]), ElementsAre("lamp: colour: [1,2] > [1,2]",
+                                              "*lamp: isOn: true > false", "volume: 7 > 7"));
+}
+
 TEST(Changes, OfFiles) {
     const json before = {{"a", {{"x", 1}, {"y", 2}}}, {"gone", "text\n"}, {"same", 1}};
     const json after = {{"a", {{"x", 1}, {"y", 3}}}, {"new", ""}, {"same", 1}};
