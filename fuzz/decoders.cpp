@@ -39,6 +39,7 @@
 #include "restore/support/preferences.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/log_capture.hpp"
+#include "tests/support/records/records.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::fuzz {
@@ -384,6 +385,22 @@ void preferences(const Input& input) {
     }
 }
 
+/// Reads the content as each kind of record that the tests know, so that a new kind is tried too.
+void anyRecord(const Input& input) {
+    LogCapture log;
+    for (const tests::Record& record : tests::records()) {
+        const std::string value = record.read(input.path);
+        require(record.read(input.path) == value, record.name + ": another value when read again");
+        require(tests::readFile(input.path) == input.content, record.name + ": reading wrote");
+        for (const std::string& line : log.take()) {
+            const std::string refusal =
+                record.unusableLine.substr(0, record.unusableLine.find(" at "));
+            require(!refusal.empty() && line.starts_with(refusal),
+                    record.name + ": an unexpected line: " + line);
+        }
+    }
+}
+
 struct Decoder {
     char letter;
     void (*check)(const Input& input);
@@ -405,6 +422,7 @@ constexpr std::array decoders = {
     Decoder{'d', dockMarker, ""},
     Decoder{'b', heartbeat, ""},
     Decoder{'k', screenSaverHold, ""},
+    Decoder{'x', anyRecord, ""},
     Decoder{'j', anyJSON, ""},
     Decoder{'e', modes, ""},
     Decoder{'i', registry, ""},
