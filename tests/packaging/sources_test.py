@@ -14,7 +14,7 @@ class Sources(unittest.TestCase):
     def test_nothing_is_compiled_under_a_condition(self):
         files = [
             path
-            for folder in ("helper", "restore", "tools/describe")
+            for folder in ("helper", "restore", "platform", "tools/describe")
             for path in (ROOT / folder).rglob("*")
             if path.suffix in (".cpp", ".hpp", ".mm")
         ]

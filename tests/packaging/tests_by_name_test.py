@@ -21,7 +21,6 @@ ELSEWHERE = {
     "simulator/core_foundation/date.cpp": "tests/simulator/core_foundation/json_test.cpp",
     "simulator/core_foundation/unicode.cpp": "tests/simulator/core_foundation/string_test.cpp",
     # Used by every test of the simulator.
-    "simulator/devices/devices.cpp": "tests/simulator/devices/io_registry_test.cpp",
     "simulator/simulator.cpp": "tests/simulator/faults/faults_test.cpp",
     # Only instantiates a library's templates.
     "simulator/machine/instantiated_json.cpp": "tests/simulator/machine/mac_json_test.cpp",

@@ -9,15 +9,15 @@ namespace {
 
 using nlohmann::json;
 
-const Hardware hardware{
+const Hardware activePair{
     .displays = {1, 2}, .displayIDByCanonicalID = {{"A", 1}, {"B", 2}}, .signature = "A,B"};
 
-HardwarePosition at(CGDirectDisplayID display, double x, double y) {
+HardwarePosition positionAt(CGDirectDisplayID display, double x, double y) {
     return {.displayID = display, .origin = CGPointMake(x, y)};
 }
 
 /// Two displays side by side; the main one is on the left.
-DisplayPlaces sideBySide() {
+DisplayPlaces leftAndRight() {
     return {.frames = {{1, CGRectMake(0, 0, 100, 100)}, {2, CGRectMake(100, 0, 100, 100)}},
             .mainDisplay = 1};
 }
@@ -35,9 +35,9 @@ TEST_F(ArrangementCandidates, PlacesAreTheFramesAndTheMainDisplayOfNow) {
 }
 
 TEST_F(ArrangementCandidates, OnlyActiveDisplaysArePlaced) {
-    EXPECT_EQ(activePositions(hardware, {{.uuid = "B", .x = 5, .y = 6}, {.uuid = "C"}}),
-              Positions{at(2, 5, 6)});
-    EXPECT_EQ(activePositions(hardware, {{.uuid = "C"}}), Positions());
+    EXPECT_EQ(activePositions(activePair, {{.uuid = "B", .x = 5, .y = 6}, {.uuid = "C"}}),
+              Positions{positionAt(2, 5, 6)});
+    EXPECT_EQ(activePositions(activePair, {{.uuid = "C"}}), Positions());
 }
 
 TEST_F(ArrangementCandidates, DamagedPositionsHaveAFlaw) {
@@ -46,25 +46,25 @@ TEST_F(ArrangementCandidates, DamagedPositionsHaveAFlaw) {
         Positions positions;
         std::optional<std::string> flaw;
     } rows[] = {
-        {{at(1, 0, 0), at(2, 100, 0)}, std::nullopt},
-        {{at(1, 0, 0), at(2, 100, 100)}, "is itself zigzag"},
-        {Positions(16, at(1, 0, 0)), std::nullopt},
-        {Positions(17, at(1, 0, 0)), "has 17 positions"},
-        {{at(1, 0, 0), at(2, reach, 0)}, "has out-of-range coordinates"},
-        {{at(1, 0, -reach), at(2, 0, 0)}, "has out-of-range coordinates"},
-        {{at(1, 0, 0), at(2, reach - 1, 1 - reach)}, std::nullopt},
+        {{positionAt(1, 0, 0), positionAt(2, 100, 0)}, std::nullopt},
+        {{positionAt(1, 0, 0), positionAt(2, 100, 100)}, "is itself zigzag"},
+        {Positions(16, positionAt(1, 0, 0)), std::nullopt},
+        {Positions(17, positionAt(1, 0, 0)), "has 17 positions"},
+        {{positionAt(1, 0, 0), positionAt(2, reach, 0)}, "has out-of-range coordinates"},
+        {{positionAt(1, 0, -reach), positionAt(2, 0, 0)}, "has out-of-range coordinates"},
+        {{positionAt(1, 0, 0), positionAt(2, reach - 1, 1 - reach)}, std::nullopt},
     };
     for (const auto& [positions, flaw] : rows) {
-        EXPECT_EQ(flawOf(positions, sideBySide()), flaw) << flaw.value_or("none");
+        EXPECT_EQ(flawOf(positions, leftAndRight()), flaw) << flaw.value_or("none");
     }
 }
 
 TEST_F(ArrangementCandidates, ADisplayWithoutAreaMakesNoZigzag) {
-    DisplayPlaces places = sideBySide();
+    DisplayPlaces places = leftAndRight();
     places.frames[2] = CGRectMake(100, 0, 0, 0);
-    EXPECT_EQ(flawOf({at(1, 0, 0), at(2, 100, 100)}, places), std::nullopt);
+    EXPECT_EQ(flawOf({positionAt(1, 0, 0), positionAt(2, 100, 100)}, places), std::nullopt);
     places.frames.erase(2);
-    EXPECT_EQ(flawOf({at(1, 0, 0), at(2, 100, 100)}, places), std::nullopt);
+    EXPECT_EQ(flawOf({positionAt(1, 0, 0), positionAt(2, 100, 100)}, places), std::nullopt);
 }
 
 TEST_F(ArrangementCandidates, AreInForceAroundTheMainDisplay) {
@@ -72,16 +72,16 @@ TEST_F(ArrangementCandidates, AreInForceAroundTheMainDisplay) {
         Positions positions;
         bool isInForce;
     } rows[] = {
-        {{at(1, 0, 0), at(2, 100, 0)}, true},
-        {{at(1, 40, 50), at(2, 140, 50)}, true},
-        {{at(1, 0, 0), at(2, 100.5, 0.5)}, true},
-        {{at(1, 0, 0), at(2, 101, 0)}, false},
-        {{at(1, 0, 0), at(2, 7, 7), at(2, 100, 0)}, true},
-        {{at(1, 0, 0), at(2, 100, 0), at(2, 7, 7)}, false},
-        {{at(1, 0, 0), at(3, 100, 0)}, false},
+        {{positionAt(1, 0, 0), positionAt(2, 100, 0)}, true},
+        {{positionAt(1, 40, 50), positionAt(2, 140, 50)}, true},
+        {{positionAt(1, 0, 0), positionAt(2, 100.5, 0.5)}, true},
+        {{positionAt(1, 0, 0), positionAt(2, 101, 0)}, false},
+        {{positionAt(1, 0, 0), positionAt(2, 7, 7), positionAt(2, 100, 0)}, true},
+        {{positionAt(1, 0, 0), positionAt(2, 100, 0), positionAt(2, 7, 7)}, false},
+        {{positionAt(1, 0, 0), positionAt(3, 100, 0)}, false},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(isInForce(row.positions, sideBySide()), row.isInForce) << &row - rows;
+        EXPECT_EQ(isInForce(row.positions, leftAndRight()), row.isInForce) << &row - rows;
     }
 }
 
@@ -95,7 +95,7 @@ TEST_F(ArrangementCandidates, SubsetsAreOfActiveDisplaysOnlyAndTheLargestComesFi
         {"5", {{.uuid = "B"}}},
     };
     std::vector<std::pair<std::size_t, const SavedArrangement*>> found;
-    for (const Subset& subset : subsetArrangements(hardware, saved)) {
+    for (const Subset& subset : subsetArrangements(activePair, saved)) {
         found.emplace_back(subset.size, subset.entries);
     }
     EXPECT_EQ(found, (std::vector<std::pair<std::size_t, const SavedArrangement*>>{
@@ -107,7 +107,7 @@ TEST_F(ArrangementCandidates, ProjectionsAreOfArrangementsOfMoreDisplays) {
     const OriginalsEntry b{.uuid = "B", .x = 100, .y = 0};
     const SavedArrangements saved{{"A,B", {a, b}},
                                   {"A,B,C", {a, b, {.uuid = "C", .x = 200, .y = 0}}}};
-    EXPECT_EQ(projectedArrangements(hardware, saved), std::vector<SavedArrangement>({{a, b}}));
+    EXPECT_EQ(projectedArrangements(activePair, saved), std::vector<SavedArrangement>({{a, b}}));
 }
 
 }  // namespace

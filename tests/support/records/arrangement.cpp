@@ -62,42 +62,45 @@ bool marksMayBecome(const json& /*before*/, const json& /*after*/, const Moment&
 
 // --- What the library does with them.
 
-const std::string pair = "HW-1,HW-2";
-const MarkedLayout layout = {{.uuid = "HW-1", .x = 0, .y = 0}, {.uuid = "HW-2", .x = 800, .y = 0}};
-const MarkedLayout otherLayout = {{.uuid = "HW-1", .x = 0, .y = 0}};
+const std::string exampleSet = "HW-1,HW-2";
+const MarkedLayout exampleLayout = {{.uuid = "HW-1", .x = 0, .y = 0},
+                                    {.uuid = "HW-2", .x = 800, .y = 0}};
+const MarkedLayout otherExampleLayout = {{.uuid = "HW-1", .x = 0, .y = 0}};
 const std::map<std::string, std::string> renaming = {{"HW-2", "HW-3"}};
 
 void saveOriginals(const MarkedLayout& entries, const std::string& path) {
-    OriginalsStore::save({.arrangements = {{pair, entries}}}, path);
+    OriginalsStore::save({.arrangements = {{exampleSet, entries}}}, path);
 }
 
 std::vector<Change> layoutWrites(const SetMarks& marks) {
-    return {[=](const auto& path) { LayoutSets::premark(marks, pair, layout, path); },
-            [=](const auto& path) { LayoutSets::premark(marks, pair, otherLayout, path); },
-            [=](const auto& path) { LayoutSets::mark(marks, pair, layout, path); },
-            [=](const auto& path) {
-                LayoutSets::restoreCandidates(marks, pair, {otherLayout, layout}, path);
-            },
-            [=](const auto& path) { LayoutSets::migrateCanonicalIDs(marks, renaming, path); },
-            [=](const auto& path) { LayoutSets::clear(marks, "HW-1,HW-3", path); }};
+    return {
+        [=](const auto& path) { LayoutSets::premark(marks, exampleSet, exampleLayout, path); },
+        [=](const auto& path) { LayoutSets::premark(marks, exampleSet, otherExampleLayout, path); },
+        [=](const auto& path) { LayoutSets::mark(marks, exampleSet, exampleLayout, path); },
+        [=](const auto& path) {
+            LayoutSets::restoreCandidates(marks, exampleSet, {otherExampleLayout, exampleLayout},
+                                          path);
+        },
+        [=](const auto& path) { LayoutSets::migrateCanonicalIDs(marks, renaming, path); },
+        [=](const auto& path) { LayoutSets::clear(marks, "HW-1,HW-3", path); }};
 }
 
 const std::vector<Change> separatedChanges = {
-    [](const auto& path) { SeparatedSetsStore::markSeparated(pair, path); },
+    [](const auto& path) { SeparatedSetsStore::markSeparated(exampleSet, path); },
     [](const auto& path) { SeparatedSetsStore::markSeparated("HW-3", path); },
     [](const auto& path) { SeparatedSetsStore::migrateCanonicalIDs(renaming, path); },
     [](const auto& path) { SeparatedSetsStore::clearSeparated("HW-3", path); }};
 
 // --- The failures that may lose them.
 
-const std::string frames = "mac/displays/[0-9]+/frame/[0-9]";
+const std::string inFrames = "mac/displays/[0-9]+/frame/[0-9]";
 const std::string markFiles = "State/(separated|side-pinned|native-mirrored)-sets\\.json";
 const std::string inMarks = "files/State~1(separated|side-pinned|native-mirrored)-sets\\.json/.*";
 
 const std::vector<Loss> marksLosses = {
     {{"CGDisplayBounds"},
      "",
-     "record|" + frames + "|" + inMarks,
+     "record|" + inFrames + "|" + inMarks,
      "displays without bounds touch no other: a zigzag of them goes unseen until the next run"},
     {reading, markFiles, inMarks,
      "a mark that could not be read is not cleared; it stays until its set of displays is seen "
@@ -106,7 +109,7 @@ const std::vector<Loss> marksLosses = {
 
 // --- The rows.
 
-const std::string framesAndMarks = frames +
+const std::string framesAndMarks = inFrames +
                                    "|files/State~1(separated|side-pinned|native-mirrored)"
                                    "-sets\\.json.*";
 
@@ -144,12 +147,12 @@ Record originals() {
                    R"({"uuid":"B","x":800,"y":-2.5}]}})",
         .isRewritten = true,
         .notWritten = "warn: Failed to write originals file: .*",
-        .losses = {{reading, "State/\\.display-originals", frames,
+        .losses = {{reading, "State/\\.display-originals", inFrames,
                     "unreadable originals count as an empty store, and the generated row takes "
                     "their place"}},
-        .changes = {[](const auto& path) { saveOriginals(layout, path); },
-                    [](const auto& path) { saveOriginals(otherLayout, path); },
-                    [](const auto& path) { saveOriginals(layout, path); },
+        .changes = {[](const auto& path) { saveOriginals(exampleLayout, path); },
+                    [](const auto& path) { saveOriginals(otherExampleLayout, path); },
+                    [](const auto& path) { saveOriginals(exampleLayout, path); },
                     [](const auto& path) { OriginalsStore::migrateUUIDs(renaming, path); }},
         .read = [](const auto& path) { return textOf(OriginalsStore::load(path)); }};
 }

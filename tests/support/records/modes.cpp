@@ -45,7 +45,7 @@ bool modesMayBecome(const json& before, const json& after, const Moment& moment)
     });
 }
 
-const DisplayModeSpec mode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
+const DisplayModeSpec exampleMode = {.width = 2560, .height = 1440, .scaled = false, .hz = 60};
 
 const std::vector<FailureLine> modesLines = {
     {{"CGSGetNumberOfDisplayModes"},
@@ -56,31 +56,33 @@ const std::vector<FailureLine> modesLines = {
 };
 
 Record resolutionOriginals() {
-    return {
-        .path = "State/.resolution-originals",
-        .name = "resolution originals",
-        .isUsable = isResolutionOriginals,
-        .fate = Fate::kept,
-        .unusableLine =
-            "warn: resolution originals file missing/wrong version/unparseable, starting fresh",
-        .places = "mac/displays/[0-9]+/(mode|frame/[0-9])",
-        .example = R"({"version":1,"entries":{"A":{"width":2560,"height":1440,"scaled":true,)"
-                   R"("hz":60}}})",
-        .mayBecome = modesMayBecome,
-        .isRewritten = true,
-        .notWritten = "warn: Failed to write resolution originals file: .*",
-        .lines = modesLines,
-        .losses = {{{"CGSConfigureDisplayMode"},
-                    "",
-                    "record|mac/displays/[0-9]+/(mode|frame/[0-9])|"
-                    "files/State~1\\.resolution-originals.*",
-                    "only the completion of a configuration counts"}},
-        .changes = {
-            [](const auto& path) { ResolutionOriginalsStore::recordIfAbsent("HW-1", mode, path); },
-            [](const auto& path) { ResolutionOriginalsStore::recordIfAbsent("HW-2", mode, path); },
-            [](const auto& path) { ResolutionOriginalsStore::clear("HW-1", path); },
-            [](const auto& path) { ResolutionOriginalsStore::clear("HW-2", path); }},
-        .read = [](const auto& path) { return textOf(ResolutionOriginalsStore::load(path)); }};
+    return {.path = "State/.resolution-originals",
+            .name = "resolution originals",
+            .isUsable = isResolutionOriginals,
+            .fate = Fate::kept,
+            .unusableLine =
+                "warn: resolution originals file missing/wrong version/unparseable, starting fresh",
+            .places = "mac/displays/[0-9]+/(mode|frame/[0-9])",
+            .example = R"({"version":1,"entries":{"A":{"width":2560,"height":1440,"scaled":true,)"
+                       R"("hz":60}}})",
+            .mayBecome = modesMayBecome,
+            .isRewritten = true,
+            .notWritten = "warn: Failed to write resolution originals file: .*",
+            .lines = modesLines,
+            .losses = {{{"CGSConfigureDisplayMode"},
+                        "",
+                        "record|mac/displays/[0-9]+/(mode|frame/[0-9])|"
+                        "files/State~1\\.resolution-originals.*",
+                        "only the completion of a configuration counts"}},
+            .changes = {[](const auto& path) {
+                            ResolutionOriginalsStore::recordIfAbsent("HW-1", exampleMode, path);
+                        },
+                        [](const auto& path) {
+                            ResolutionOriginalsStore::recordIfAbsent("HW-2", exampleMode, path);
+                        },
+                        [](const auto& path) { ResolutionOriginalsStore::clear("HW-1", path); },
+                        [](const auto& path) { ResolutionOriginalsStore::clear("HW-2", path); }},
+            .read = [](const auto& path) { return textOf(ResolutionOriginalsStore::load(path)); }};
 }
 
 }  // namespace
