@@ -110,6 +110,19 @@ TEST_F(PrivateInterfaces, TheDocksAutoHideIsReadAsItWasSet) {
     EXPECT_EQ(CoreDockGetAutoHideEnabled(), before);
 }
 
+// The restore does not read back what it has set, so it must take effect.
+TEST_F(PrivateInterfaces, TheDocksAutoHideTakesEffect) {
+    if (!the_mac::mayBeDisturbed()) {
+        GTEST_SKIP() << "hides or shows the Dock: needs leave to disturb";
+    }
+    const Boolean before = CoreDockGetAutoHideEnabled();
+    const Boolean changed = before == 0 ? 1 : 0;
+    for (const Boolean value : {changed, before}) {
+        CoreDockSetAutoHideEnabled(value);
+        EXPECT_TRUE(the_mac::waitUntil([&] { return CoreDockGetAutoHideEnabled() == value; }));
+    }
+}
+
 /// The Dock's preferences of the corners, in the order of hotCornerFields.
 std::vector<std::optional<std::int64_t>> cornerPreferences() {
     const PreferenceDomain dock("com.apple.dock");
