@@ -560,18 +560,18 @@ std::string unfinishedTemplate(const std::string& path) {
 }
 
 /// Makes every other process that is changing the record fail and start over, even one that is
-/// stopped. False if the directory cannot be listed: others may then be changing it unseen.
-bool overtakeOthers(const std::string& path, const std::string& own = "") {
+/// stopped. Does nothing in a directory that cannot be listed: there two processes may come in each
+/// other's way, but one alone can still change its records.
+void overtakeOthers(const std::string& path, const std::string& own = "") {
     const std::string prefix = hiddenName(path, unfinishedMarker);
-    const std::optional<std::vector<std::string>> names = namesIn(parentDirectory(path));
-    for (const std::string& name : names.value_or(std::vector<std::string>())) {
+    for (const std::string& name :
+         namesIn(parentDirectory(path)).value_or(std::vector<std::string>())) {
         const bool isClaim =
             name.starts_with(prefix) && name.find(claim, prefix.size()) != name.npos;
         if (isClaim && name != lastComponent(own)) {
             unlinkFile(directoryOf(path) + name);
         }
     }
-    return names.has_value();
 }
 
 /// A record's new content on its way into place; removed unless it gets there.
@@ -641,8 +641,8 @@ bool tryToReplace(const std::string& path, std::string_view content,
     UnfinishedFile unfinished(path);
     unfinished.write(content);
     unfinished.flushToDisk();
-    const bool isAlone = overtakeOthers(path, unfinished.name());
-    if ((expected && !(isAlone && expected->isAt(path))) || !unfinished.replaceRecord()) {
+    overtakeOthers(path, unfinished.name());
+    if ((expected && !expected->isAt(path)) || !unfinished.replaceRecord()) {
         return false;
     }
     flushDirectory(parentDirectory(path));
@@ -798,7 +798,8 @@ bool tryToTouch(const std::string& path, const Version& expected) {
     if (!touched) {
         return false;
     }
-    if (!overtakeOthers(path) || !touched->isAt(path)) {
+    overtakeOthers(path);
+    if (!touched->isAt(path)) {
         return false;
     }
     Recovery::note(path, *touched);
