@@ -9,6 +9,7 @@ browser logs no errors, and what came from the scenario is text.
 Needs what `tools/install-dependencies browser` installs.
 """
 import json
+import os
 import pathlib
 import re
 import subprocess
@@ -362,10 +363,20 @@ class Report(unittest.TestCase):
         self.assertEqual([url for url in requests if url != self.page.as_uri()], [])
 
 
+def open_all(simulator):
+    """Opens all reports, in as many browsers as there are processors."""
+    scenarios = [*sorted(HERE.parent.parent.glob("scenarios/*.json")), HERE / "hostile.json"]
+    count = os.cpu_count()
+    visits = [subprocess.Popen([sys.executable, __file__, simulator, *scenarios[part::count]])
+              for part in range(count)]
+    return max([visit.wait() for visit in visits])
+
+
 def main():
     simulator, *scenarios = sys.argv[1:]
-    scenarios = [pathlib.Path(path) for path in scenarios] or [
-        *sorted(HERE.parent.parent.glob("scenarios/*.json")), HERE / "hostile.json"]
+    if not scenarios:
+        return open_all(simulator)
+    scenarios = [pathlib.Path(path) for path in scenarios]
     suite = unittest.TestSuite()
     with tempfile.TemporaryDirectory() as directory:
         browser = start_browser()
