@@ -15,6 +15,7 @@
 #include "tests/faults/torture.hpp"
 #include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
+#include "tests/support/suppressed_corners.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::tests {
@@ -23,16 +24,6 @@ namespace {
 using nlohmann::json;
 
 const json userCorners{5, 1, 1, 13};
-
-json suppressedMac() {
-    return {{"preferences",
-             {{"com.apple.dock",
-               {{"wvous-tl-corner", 1},
-                {"wvous-tr-corner", 1},
-                {"wvous-bl-corner", 1},
-                {"wvous-br-corner", 1}}}}},
-            {"dock", {{"cornerActions", {1, 1, 1, 1}}, {"cornerModifiers", {0, 0, 0, 0}}}}};
-}
 
 const char* const cornersOfTheUser =
     R"({"brCorner":13,"liveActions":[5,1,1,13],"liveModifiers":[0,0,0,0],"tlCorner":5})";
@@ -47,7 +38,7 @@ void duringFirst(const std::string& function, const std::function<void()>& work)
 }
 
 TEST(TwoAtOnce, ANewSuppressionDuringARestoreCanBeUndone) {
-    const HelperProcess process(suppressedMac());
+    const HelperProcess process(macWithSuppressedCorners());
     const std::string path = DockHotCornerOverride::defaultSnapshotPath();
     writeFile(path, cornersOfTheUser);
     duringFirst("CFPreferencesAppSynchronize", [&] {
@@ -69,7 +60,7 @@ TEST(TwoAtOnce, ANewSuppressionDuringARestoreCanBeUndone) {
 void helperRestoresCornersDuring(const std::function<void(const std::string& path)>& work) {
     for (std::size_t k = 0;; ++k) {
         SCOPED_TRACE("after call " + std::to_string(k));
-        const HelperProcess process(suppressedMac());
+        const HelperProcess process(macWithSuppressedCorners());
         const std::string path = DockHotCornerOverride::defaultSnapshotPath();
         writeFile(path, cornersOfTheUser);
         const files::Recovery begun(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
@@ -242,7 +233,7 @@ TEST(TwoAtOnce, ALayoutThatWasMarkedSinceTheRunBeganIsNotRepaired) {
 }
 
 TEST(TwoAtOnce, ASnapshotThatGoesDuringAFailingRestoreIsForgotten) {
-    const HelperProcess process(suppressedMac());
+    const HelperProcess process(macWithSuppressedCorners());
     const std::string path = DockHotCornerOverride::defaultSnapshotPath();
     writeFile(path, cornersOfTheUser);
     simulator::onCall("CFPreferencesAppSynchronize", [&] { std::filesystem::remove(path); });
@@ -256,7 +247,7 @@ TEST(TwoAtOnce, ASnapshotThatGoesDuringAFailingRestoreIsForgotten) {
 }
 
 TEST(TwoAtOnce, AHotCornerRestoreThatRanOutOfMemoryStartsFromTheFileNextTime) {
-    const HelperProcess process(suppressedMac());
+    const HelperProcess process(macWithSuppressedCorners());
     const std::string path = DockHotCornerOverride::defaultSnapshotPath();
     writeFile(path, cornersOfTheUser);
     simulator::onCall("CFPreferencesAppSynchronize", [done = std::make_shared<bool>(false)] {

@@ -11,6 +11,7 @@
 #include "restore/dock/screen_saver_hot_corner_hold.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/helper/steps/step_test.hpp"
+#include "tests/support/suppressed_corners.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -25,17 +26,6 @@ const std::string snapshotText =
 const std::string holdReleased = "info: restoreHotCorners [cold-start]: screen saver hold released";
 const std::string applyingCorners = "info: restoreHotCorners [cold-start]: applying snapshot";
 const std::string applied = "info: restoreHotCorners [cold-start]: snapshot applied + deleted";
-
-/// A Mac whose corners are suppressed.
-json suppressedMac() {
-    return {{"preferences",
-             {{"com.apple.dock",
-               {{"wvous-tl-corner", 1},
-                {"wvous-tr-corner", 1},
-                {"wvous-bl-corner", 1},
-                {"wvous-br-corner", 1}}}}},
-            {"dock", {{"cornerActions", {1, 1, 1, 1}}}}};
-}
 
 void expectRestoredCorners() {
     EXPECT_EQ(simulator::machine()["preferences"]["com.apple.dock"],
@@ -54,7 +44,7 @@ Lines postedNames() {
 class RestoreHotCorners : public StepTest {
   protected:
     RestoreHotCorners() : StepTest(restoreHotCorners, "restoreHotCorners") {
-        start(suppressedMac());
+        start(macWithSuppressedCorners());
     }
 };
 
@@ -130,7 +120,7 @@ TEST_F(RestoreHotCorners, SaysNoMoreAboutADirectoryInTheSnapshotsPlace) {
 }
 
 TEST_F(RestoreHotCorners, LeavesBothToARunningTolvaran) {
-    start(whileTolvaranRuns(812, suppressedMac()));
+    start(whileTolvaranRuns(812, macWithSuppressedCorners()));
     write(holdFile, "1");
     write(snapshotFile, snapshotText);
     EXPECT_EQ(run("safety-tick"), Lines{skips("safety-tick", 812)});
