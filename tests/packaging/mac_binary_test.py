@@ -14,6 +14,8 @@ PACKAGING = pathlib.Path(os.environ["PACKAGING"])
 CPUS = {"arm64": 0x0100000C, "x86_64": 0x01000007}
 FOUNDATION = "/System/Library/Frameworks/CoreFoundation.framework/CoreFoundation"
 SYSTEM = "/usr/lib/libSystem.B.dylib"
+CXX = "/usr/lib/libc++.1.dylib"
+CXX_ABI = "/usr/lib/libc++abi.dylib"
 STUB = """--- !tapi-tbd
 tbd-version:     4
 targets:         [ x86_64-macos, {arm64}-macos ]
@@ -55,8 +57,8 @@ def slice_of(architecture, libraries, imports, defined, minimum, rpath, text):
 
 def program(
     architectures=("arm64", "x86_64"),
-    libraries=(FOUNDATION, SYSTEM),
-    imports=(("_CFRelease", 1), ("_exit", 2)),
+    libraries=(FOUNDATION, SYSTEM, CXX),
+    imports=(("_CFRelease", 1), ("_exit", 2), ("__Znwm", 3)),
     defined=("_main",),
     minimum=13,
     rpath=None,
@@ -81,27 +83,49 @@ FAULTS = [
     ({"rpath": "@executable_path"}, "arm64: looks for libraries in @executable_path"),
     (
         {
-            "libraries": (FOUNDATION, SYSTEM, "/opt/lib/x.dylib"),
-            "imports": (("_CFRelease", 1), ("_exit", 2), ("_x", 3)),
+            "libraries": (FOUNDATION, SYSTEM, CXX, "/opt/lib/x.dylib"),
+            "imports": (("_CFRelease", 1), ("_exit", 2), ("__Znwm", 3), ("_x", 4)),
         },
         "arm64: loads /opt/lib/x.dylib, which is not Apple's",
     ),
-    ({"imports": (("_CFRelease", 1),)}, f"arm64: loads {SYSTEM}, but uses nothing of it"),
-    ({"imports": (("_CFRelease", 1), ("_exit", 3))}, "arm64: _exit is bound to no library"),
     (
-        {"imports": (("_CFRelease", 1), ("_CFMissing", 1), ("_exit", 2))},
+        {"imports": (("_CFRelease", 1), ("__Znwm", 3))},
+        f"arm64: loads {SYSTEM}, but uses nothing of it",
+    ),
+    (
+        {"imports": (("_CFRelease", 1), ("_exit", 4), ("__Znwm", 3))},
+        "arm64: _exit is bound to no library",
+    ),
+    (
+        {"imports": (("_CFRelease", 1), ("_CFMissing", 1), ("_exit", 2), ("__Znwm", 3))},
         f"x86_64: _CFMissing is not in {FOUNDATION}",
     ),
     (
-        {"imports": (("_CFRelease", 2), ("_exit", 2), ("_CFRetain", 1))},
+        {"imports": (("_CFRelease", 2), ("_exit", 2), ("_CFRetain", 1), ("__Znwm", 3))},
         f"arm64: _CFRelease is not in {SYSTEM}",
     ),
     (
-        {"libraries": (SYSTEM,), "imports": (("_exit", 1),)},
+        {"libraries": (SYSTEM, CXX), "imports": (("_exit", 1), ("__Znwm", 2))},
         "arm64: imports nothing of Core Foundation",
+    ),
+    (
+        {"libraries": (FOUNDATION, SYSTEM), "imports": (("_CFRelease", 1), ("_exit", 2))},
+        f"arm64: has no C++ standard library from {CXX}",
+    ),
+    (
+        {
+            "libraries": (FOUNDATION, SYSTEM, CXX, CXX_ABI),
+            "imports": (("_CFRelease", 1), ("_exit", 2), ("__Znwm", 3), ("___cxa_throw", 4)),
+        },
+        f"arm64: loads {CXX_ABI}, which is not {CXX}",
+    ),
+    (
+        {"imports": (("_CFRelease", 1), ("_exit", 2), ("__Znwm", 3), ("__ZN8tolvaran4lostEv", 3))},
+        f"arm64: __ZN8tolvaran4lostEv is not in {CXX}",
     ),
     ({"defined": ("_main", "_CFRetain")}, "arm64: defines _CFRetain itself"),
     ({"text": b"Simulator"}, "arm64: mentions the simulator"),
+    ({"text": b"__ZN9simulator7machineEv"}, "arm64: mentions the simulator"),
 ]
 
 
@@ -118,6 +142,8 @@ class MacBinary(unittest.TestCase):
         for library, symbols, arm64 in (
             (FOUNDATION, "_CFRelease, _CFRetain", "arm64"),
             (SYSTEM, "_exit", "arm64e"),
+            (CXX, "__Znwm", "arm64"),
+            (CXX_ABI, "___cxa_throw", "arm64"),
         ):
             stub = STUB.format(library=library, symbols=symbols, arm64=arm64)
             (self.root / "stubs" / pathlib.Path(library).name).with_suffix(".tbd").write_text(stub)
@@ -139,6 +165,8 @@ class MacBinary(unittest.TestCase):
     def test_a_good_bundle_has_no_fault(self):
         self.assertEqual(self.check(tolvaran_helper=program()), [])
         self.assertEqual(self.check(tolvaran_helper=program(), other=program()), [])
+        report = program(text=b"__ZN9simulator6report5stepsE")
+        self.assertEqual(self.check(tolvaran_helper=report), [])
 
     def test_every_fault_is_reported_for_every_program(self):
         for difference, message in FAULTS:
