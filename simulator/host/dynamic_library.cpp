@@ -64,7 +64,11 @@ bool succeeds(std::string_view function, const char* subject) {
 
 }  // namespace
 
+/// False until the program's own initialisers run.
+static bool hasSymbols = false;
+
 void registerSymbol(const std::string& library, const std::string& name, void* function) {
+    hasSymbols = true;
     findLibrary([&](const Library& known) { return known.name == library; })->symbols[name] =
         function;
 }
@@ -115,7 +119,8 @@ void* __wrap_dlopen(const char* path, int mode) {
 // A statically linked sanitizer calls this while it starts, before it can check anything.
 __attribute__((no_sanitize("address", "undefined"))) void* __wrap_dlsym(void* handle,
                                                                         const char* name) {
-    return handle == RTLD_NEXT ? __real_dlsym(handle, name) : simulator::look(handle, name);
+    const bool isHostsOwn = handle == RTLD_NEXT || !simulator::hasSymbols;
+    return isHostsOwn ? __real_dlsym(handle, name) : simulator::look(handle, name);
 }
 
 int __wrap_dlclose(void* handle) {
