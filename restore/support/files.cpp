@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "restore/support/process_wide.hpp"
 #include "restore/support/sleep.hpp"
 
 namespace tolvaran::files {
@@ -371,6 +373,50 @@ void createParentDirectory(const std::string& path) {
     }
 }
 
+// Presence: which directories this process has changed records in, outside a helper's run.
+
+namespace {
+
+/// Each such directory, locked (shared, with flock) for as long as this process lives.
+std::map<std::string, Descriptor>& presence() {
+    static ProcessWide<std::map<std::string, Descriptor>> directories;
+    return directories.get();
+}
+
+/// Never waits. 0, or -1 with errno.
+int lock(const Descriptor& directory, int kind) {
+    return uninterrupted([&] { return ::flock(directory.number(), kind | LOCK_NB); });
+}
+
+/// Shows every helper's run that begins from now on that this process is at work, unless this is
+/// such a run. If a run is just asking, or the volume has no locks, the next change tries again.
+void showPresence(const std::string& directory) {
+    if (Recovery::ofDirectory() != nullptr || presence().contains(directory)) {
+        return;
+    }
+    Descriptor opened(openFile(directory, O_RDONLY | O_DIRECTORY));
+    if (opened.isOpen() && lock(opened, LOCK_SH) == 0) {
+        presence().emplace(directory, std::move(opened));
+    }
+}
+
+/// Whether another process has shown its presence, and lives. The lock that answers this is held
+/// between two adjacent calls, and nobody waits for it.
+bool isAnotherPresent(const std::string& directory) {
+    const auto own = presence().find(directory);
+    const bool isPresent = own != presence().end();
+    const Descriptor opened(isPresent ? -1 : openFile(directory, O_RDONLY | O_DIRECTORY));
+    const Descriptor& asked = isPresent ? own->second : opened;
+    if (!asked.isOpen()) {
+        return false;
+    }
+    const bool isShared = lock(asked, LOCK_EX) != 0 && errno == EWOULDBLOCK;
+    lock(asked, isPresent ? LOCK_SH : LOCK_UN);
+    return isShared;
+}
+
+}  // namespace
+
 // Versions: which file is at a path.
 
 namespace {
@@ -406,6 +452,12 @@ Identity identityOf(const struct stat& status) {
 Version versionOf(Descriptor file, const struct stat& status) {
     return Version(std::make_shared<Version::State>(
         Version::State{std::make_shared<const Descriptor>(std::move(file)), identityOf(status)}));
+}
+
+/// A version that no file has.
+Version noFilesVersion() {
+    return Version(
+        std::make_shared<Version::State>(Version::State{.file = nullptr, .identity = Identity{}}));
 }
 
 /// The same version without its file, which another one may therefore be mistaken for later.
@@ -504,6 +556,12 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
             const Version version = Version::at(path + "/" + name);
             versions_[path + "/" + name] =
                 versions_.size() < maximumRecords ? version : withoutFile(version);
+        }
+    }
+    // After the look, so that whoever appears later changes what has been seen.
+    if (!versions_.empty() && isAnotherPresent(path)) {
+        for (auto& [name, version] : versions_) {
+            version = noFilesVersion();
         }
     }
     directory_ = path;
@@ -638,6 +696,7 @@ class UnfinishedFile {
 /// longer the `expected` one.
 bool tryToReplace(const std::string& path, std::string_view content,
                   const std::optional<Version>& expected) {
+    showPresence(parentDirectory(path));
     UnfinishedFile unfinished(path);
     unfinished.write(content);
     unfinished.flushToDisk();
@@ -645,6 +704,7 @@ bool tryToReplace(const std::string& path, std::string_view content,
     if ((expected && !expected->isAt(path)) || !unfinished.replaceRecord()) {
         return false;
     }
+    showPresence(parentDirectory(path));
     flushDirectory(parentDirectory(path));
     Recovery::note(path, std::move(unfinished).version());
     return true;
@@ -794,6 +854,7 @@ namespace {
 /// Changes the record's modification time and thus its version; any process that is changing it has
 /// to start over. False if it cannot be touched or is no longer the expected one.
 bool tryToTouch(const std::string& path, const Version& expected) {
+    showPresence(parentDirectory(path));
     const std::optional<Version> touched = touch(expected);
     if (!touched) {
         return false;

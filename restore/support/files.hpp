@@ -2,9 +2,9 @@
 // Mac looked like, so one function reads a file and one replaces it, and both are built so that a
 // full disk, a power cut or a kill at any moment leaves either the old file or the new one.
 //
-// Two processes share the records: the main application and the helper. There are no locks, because
-// a process may be stopped or killed at any point and nobody may have to wait for it. Instead, a
-// change fails if another process has changed the record in the meantime:
+// Two processes share the records: the main application and the helper. Nobody waits for a lock,
+// because a process may be stopped or killed at any point. Instead, a change fails if another
+// process has changed the record in the meantime:
 //
 // - To replace a record, a process writes the new content to an unfinished file of its own beside
 //   it, removes every other process's unfinished file of that record, checks that the record is
@@ -19,8 +19,13 @@
 // - To rely on a record that already says the right thing (update()), a process touches it. The
 //   content stays, but whoever read the record before now sees a new version.
 //
+// - A process that has changed a record outside a Recovery of the directory holds a shared lock
+//   (flock) on the directory until it ends. A Recovery of the directory that begins meanwhile
+//   leaves every record alone: the system lists an application only some time after it has started.
+//
 // An older version of the main application does not do this: it replaces and removes records
-// directly. Its unfinished files have other names and are left alone while it runs.
+// directly. Its unfinished files have other names and are left alone while it runs. On a volume
+// without flock the lock is left out.
 #pragma once
 
 #include <cstdint>
@@ -178,7 +183,8 @@ class Version {
 /// If one recovery begins inside another and both cover the same record, the outer one decides.
 ///
 /// A recovery of a directory begins with removeAbandonedFiles() there, unless it begins inside
-/// another one of the same directory.
+/// another one of the same directory. If another process that still runs has changed any record
+/// there outside a recovery, all of them count as changed by it.
 class Recovery {
   public:
     enum class Scope { record, directory };
@@ -204,8 +210,8 @@ class Recovery {
     Recovery* const outer_;
 };
 
-/// Whether another process has changed the record since the Recovery in progress began; false
-/// without one.
+/// Whether another process has changed the record since the Recovery in progress began, or was at
+/// work on the records of the directory when it began; false without a Recovery.
 bool isChangedByAnother(const std::string& path);
 
 /// The log text for a record that is left alone because isChangedByAnother(): its name, and " was

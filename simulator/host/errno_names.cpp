@@ -26,6 +26,7 @@ std::optional<int> errorCode(std::string_view name) {
         {"ENFILE", ENFILE},
         {"ENODEV", ENODEV},
         {"ENOENT", ENOENT},
+        {"ENOLCK", ENOLCK},
         {"ENOMEM", ENOMEM},
         {"ENOSPC", ENOSPC},
         {"ENOSYS", ENOSYS},
@@ -42,6 +43,7 @@ std::optional<int> errorCode(std::string_view name) {
         {"ESTALE", ESTALE},
         {"ETIMEDOUT", ETIMEDOUT},
         {"ETXTBSY", ETXTBSY},
+        {"EWOULDBLOCK", EWOULDBLOCK},
         {"EXDEV", EXDEV},
     };
     const auto found = codes.find(name);

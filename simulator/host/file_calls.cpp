@@ -311,6 +311,10 @@ int __wrap_fcntl(int descriptor, int command, ...) {
     });
 }
 
+int __wrap_flock(int descriptor, int operation) {
+    return call("flock", subject(descriptor), [=] { return __real_flock(descriptor, operation); });
+}
+
 int __wrap_fstat(int descriptor, struct stat* result) {
     return call("fstat", subject(descriptor), [=] { return __real_fstat(descriptor, result); });
 }

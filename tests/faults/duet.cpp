@@ -45,12 +45,12 @@ class Stage {
     }
 
     /// At the start of every call: passes the turn on if it is over.
-    nlohmann::json call() {
+    nlohmann::json call(const std::string& function) {
         const Actor actor = PlayedProcess::current() == 0 ? Actor::helper : Actor::mainApplication;
         std::size_t& count = counts_[number(actor)];
         ++count;
         if (isKilled_[number(actor)]) {
-            return {{"effect", false}};
+            return ofKilledProcess(function);
         }
         while (turns_.front().calls == 0) {
             isKilled_[number(actor)] |= turns_.front().endsKilled;
@@ -60,12 +60,17 @@ class Stage {
             lock.release();  // the mutex stays locked
         }
         --turns_.front().calls;
-        return isKilled_[number(actor)] ? nlohmann::json{{"effect", false}} : nlohmann::json();
+        return isKilled_[number(actor)] ? ofKilledProcess(function) : nlohmann::json();
     }
 
     CallCounts counts() const { return {.helper = counts_[0], .mainApplication = counts_[1]}; }
 
   private:
+    /// Its calls have no effect, but the end of a process closes its files.
+    static nlohmann::json ofKilledProcess(const std::string& function) {
+        return function == "close" ? nlohmann::json() : nlohmann::json{{"effect", false}};
+    }
+
     void awaitTurn(std::unique_lock<std::mutex>& lock, Actor actor) {
         passed_.wait(lock, [&] { return turns_.front().actor == actor; });
         begin();
@@ -99,7 +104,7 @@ class Stage {
 
 CallCounts play(const Duet& duet, const std::vector<Turn>& turns) {
     Stage stage(turns);
-    simulator::decideCalls([&](const std::string&) { return stage.call(); });
+    simulator::decideCalls([&](const std::string& function) { return stage.call(function); });
     std::thread mainApplication(
         [&] { stage.perform(Actor::mainApplication, duet.mainApplication); });
     stage.perform(Actor::helper, duet.helper);

@@ -65,6 +65,8 @@ const std::set<std::string>& unlogged() {
         "open", "fstat", "read", "stat", "mkdir",
         // A file that cannot be touched is rewritten, one that cannot be linked is renamed.
         "futimens", "link",
+        // A volume without locks does not show who is at work.
+        "flock",
         // A volume without barriers gets the ordinary flush.
         "fcntl",
         // A display that cannot be read gets another name or no part in the layout; a mode that

@@ -49,7 +49,7 @@ void SharedMac::alone(const std::function<void()>& work) {
 }
 
 void SharedMac::take() {
-    if (flock(lock_, LOCK_EX) != 0) {
+    if (__real_flock(lock_, LOCK_EX) != 0) {
         throw std::runtime_error("the Mac cannot be locked");
     }
     std::ifstream in(file_);
@@ -68,7 +68,7 @@ void SharedMac::giveBack() {
     std::filesystem::rename(unfinished, file_);
     isTaken_ = false;
     if (lock_ >= 0) {
-        flock(lock_, LOCK_UN);
+        __real_flock(lock_, LOCK_UN);
     }
 }
 

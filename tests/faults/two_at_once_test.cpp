@@ -51,12 +51,14 @@ std::vector<TwoAtOnceCase> cases() {
 class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
   protected:
     /// Runs both in these turns, and checks the result.
-    CallCounts check(const std::vector<Turn>& turns) {
+    /// @param isNoticed whether the helper has looked at the records before the next main
+    /// application starts, and so notices all that this one changes
+    CallCounts check(const std::vector<Turn>& turns, bool isNoticed = true) {
         HelperProcess process(usersMac());
         const json before = settings();
         inAnotherProcess(GetParam().crashed, 700);
         const auto keptBefore = keptRecords();
-        const CallCounts counts = playFromTheRunsBeginning(turns);
+        const CallCounts counts = isNoticed ? playFromTheRunsBeginning(turns) : play(turns);
         // A new helper, which first clears away what a killed process has left.
         files::removeAbandonedFiles(TolvaranPaths::stateDir());
         EXPECT_EQ(unfinishedRecords(), std::vector<std::string>{});
@@ -77,6 +79,10 @@ class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
     /// next main application starts after that, so it is not among them.
     static CallCounts playFromTheRunsBeginning(const std::vector<Turn>& turns) {
         const files::Recovery begun(TolvaranPaths::stateDir(), files::Recovery::Scope::directory);
+        return play(turns);
+    }
+
+    static CallCounts play(const std::vector<Turn>& turns) {
         return tests::play({.helper = [] { runRestoreSequence("safety-tick", std::nullopt); },
                             .mainApplication = GetParam().next},
                            turns);
@@ -125,6 +131,18 @@ TEST_P(TwoAtOnceTrial, OneSwitch) {
         SCOPED_TRACE("helper killed after call " + std::to_string(k));
         check({{.actor = Actor::mainApplication, .calls = calls.mainApplication / 2},
                {.actor = Actor::helper, .calls = k, .endsKilled = true}});
+    }
+    addStatistics({{"one switch", runs}});
+}
+
+/// The system lists an application only some time after it has started.
+TEST_P(TwoAtOnceTrial, ARunThatBeginsBeforeTheNextOneIsListed) {
+    const CallCounts calls = check({}, false);
+    std::size_t runs = 0;
+    for (std::size_t k = 0; k <= calls.mainApplication;
+         k += wideStride(calls.mainApplication, 40), ++runs) {
+        SCOPED_TRACE("helper after call " + std::to_string(k) + " of the main application");
+        check({{.actor = Actor::mainApplication, .calls = k}, {.actor = Actor::helper}}, false);
     }
     addStatistics({{"one switch", runs}});
 }

@@ -7,9 +7,11 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "restore/support/files.hpp"
+#include "restore/support/process_wide.hpp"
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/other_process.hpp"
@@ -388,6 +390,78 @@ TEST_F(FilesAtOnce, WithoutHardLinksARecordThatWasMovedAsideGivesWayToANewerOne)
     removeAbandonedFiles(directory.path());
     EXPECT_EQ(readFile(directory / "record"), "old");
     EXPECT_EQ(directory.list(), Names{"record"});
+}
+
+/// Whether a recovery of the directory that begins now may remove the record.
+bool mayRemove(const std::string& directory) {
+    const Recovery recovery(directory, Recovery::Scope::directory);
+    return !isChangedByAnother(directory + "/record") && !removeIfPossible(directory + "/record");
+}
+
+/// Changes the record in a process that then goes on, while `work` is done in this one.
+void besideAnother(const std::function<void()>& change, const std::function<void()>& work) {
+    std::thread([&] {
+        const PlayedProcess played(2);
+        change();
+        std::thread(work).join();
+        forgetProcessWideValues();
+    }).join();
+}
+
+TEST_F(FilesAtOnce, ARecoveryLeavesAloneWhatAProcessThatStillRunsHasWritten) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    const auto checkIsKept = [&] { EXPECT_FALSE(mayRemove(directory.path())); };
+    besideAnother([&] { writeAtomically(path, "new"); }, checkIsKept);
+    besideAnother(
+        [&] { update(path, [](const auto&) { return Change{.kind = Change::Kind::reliedOn}; }); },
+        checkIsKept);
+    EXPECT_EQ(readFile(path), "new");
+    EXPECT_TRUE(mayRemove(directory.path()));
+    EXPECT_EQ(directory.list(), Names{});
+}
+
+TEST_F(FilesAtOnce, AProcessThatOnlyLooksDoesNotKeepARecoveryFromItsWork) {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "record";
+    writeFile(path, "old");
+    besideAnother([&] { update(path, [](const auto&) { return Change{}; }); },
+                  [&] { EXPECT_TRUE(mayRemove(directory.path())); });
+}
+
+TEST_F(FilesAtOnce, ARecoveryMayChangeWhatItsOwnProcessHasWrittenBefore) {
+    const TemporaryDirectory directory;
+    writeAtomically(directory / "record", "own");
+    EXPECT_TRUE(mayRemove(directory.path()));
+    // The process still shows its presence.
+    writeAtomically(directory / "record", "own");
+    bool isKept = false;
+    inAnotherProcess([&] { isKept = !mayRemove(directory.path()); });
+    EXPECT_TRUE(isKept);
+    forgetProcessWideValues();
+}
+
+TEST_F(FilesAtOnce, WithoutLocksARecoveryGoesByTheRecordsAlone) {
+    const TemporaryDirectory directory;
+    simulator::exposeToFaults(directory.path());
+    for (const char* const failure : {"ENOTSUP", "ENOLCK"}) {
+        simulator::addFault({{"call", "flock"}, {"result", failure}});
+        besideAnother([&] { writeAtomically(directory / "record", "new"); },
+                      [&] { EXPECT_TRUE(mayRemove(directory.path())) << failure; });
+        simulator::clearFaults();
+    }
+}
+
+TEST_F(FilesAtOnce, AProcessThatCouldNotShowItsPresenceTriesAgainWithTheNextChange) {
+    const TemporaryDirectory directory;
+    simulator::exposeToFaults(directory.path());
+    simulator::addFault({{"call", "flock"}, {"result", "EWOULDBLOCK"}, {"times", 2}});
+    besideAnother(
+        [&] {
+            writeAtomically(directory / "record", "new");
+            writeAtomically(directory / "record", "newer");
+        },
+        [&] { EXPECT_FALSE(mayRemove(directory.path())); });
 }
 
 /// When the pauses of a process end that is always overtaken.
