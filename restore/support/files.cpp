@@ -811,8 +811,9 @@ bool tryToRemove(const std::string& path, const Version& expected) {
     }
     if (unlinkFile(aside) != 0) {
         const int failure = errno;
+        const bool isPutBack = failure == ENOENT && !status(aside);
         putBack(aside, path);
-        if (failure == ENOENT) {
+        if (isPutBack) {
             return false;
         }
         throw Error("remove", path, failure);
