@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 
 #include "platform/private_interfaces.hpp"
 #include "restore/tolvaran_restore.hpp"
@@ -276,19 +277,31 @@ std::vector<std::string> unfinishedRecords() {
 
 std::map<std::string, std::size_t> keptRecords() {
     std::map<std::string, std::size_t> counts;
-    for (const auto& [signature, entries] :
-         OriginalsStore::load(OriginalsStore::defaultPath()).arrangements) {
-        ++counts[signature == newIDs ? oldIDs : signature];
-    }
-    const auto count = [&](const std::vector<std::string>& marks) {
-        for (const std::string& signature : marks) {
-            counts[oldIDs] += signature == oldIDs || signature == newIDs ? 1 : 0;
+    const auto count = [&](std::set<std::string> signatures) {
+        // Renaming merges a set with one that has its new name already.
+        if (signatures.erase(newIDs) != 0) {
+            signatures.insert(oldIDs);
+        }
+        for (const std::string& signature : signatures) {
+            ++counts[signature];
         }
     };
-    count(SeparatedSetsStore::signatures(SeparatedSetsStore::defaultPath()));
-    count(SidePinnedSetsStore::signatures(SidePinnedSetsStore::defaultPath()));
-    count(NativeMirroredSetsStore::signatures(NativeMirroredSetsStore::defaultPath()));
-    std::erase_if(counts, [](const auto& one) { return one.second == 0; });
+    const auto countAbsent = [&](const std::vector<std::string>& marks) {
+        std::set<std::string> absent(marks.begin(), marks.end());
+        std::erase_if(absent, [](const std::string& signature) {
+            return signature != oldIDs && signature != newIDs;
+        });
+        count(std::move(absent));
+    };
+    std::set<std::string> arranged;
+    for (const auto& [signature, entries] :
+         OriginalsStore::load(OriginalsStore::defaultPath()).arrangements) {
+        arranged.insert(signature);
+    }
+    count(std::move(arranged));
+    countAbsent(SeparatedSetsStore::signatures(SeparatedSetsStore::defaultPath()));
+    countAbsent(SidePinnedSetsStore::signatures(SidePinnedSetsStore::defaultPath()));
+    countAbsent(NativeMirroredSetsStore::signatures(NativeMirroredSetsStore::defaultPath()));
     return counts;
 }
 

@@ -9,11 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <map>
 #include <random>
+#include <string_view>
 #include <thread>
 
 #include "helper/restore_sequence.hpp"
@@ -200,6 +202,17 @@ class RealProcesses : public testing::Test {
     std::size_t favourite_ = 0;
     pid_t helper_ = 0;
 };
+
+TEST(KeptRecords, AreNotFewerAfterARenamedSetHasMergedWithItsNamesake) {
+    const HelperProcess process(usersMac());
+    const Part& names = *std::ranges::find(parts(), std::string_view("names"), &Part::name);
+    names.take();
+    names.giveBack();
+    names.take();
+    const auto before = keptRecords();
+    names.giveBack();
+    EXPECT_EQ(keptRecords(), before);
+}
 
 TEST_F(RealProcesses, LoseNothing) {
     const int mainApplications = effort() == Effort::all ? 10000 : 400;
