@@ -39,11 +39,16 @@ void forgetWhenAtRest() {
 void beginQueuedRun() {
     QueuedRuns& runs = queuedRuns();
     ++runs.count;
+    if (runs.records && !runs.records->metAnother()) {
+        return;
+    }
     if (!runs.records) {
         forgetWhenAtRest();
-        runs.records = std::make_unique<files::Recovery>(TolvaranPaths::stateDir(),
-                                                         files::Recovery::Scope::directory);
     }
+    // Whoever was at work may have ended since. The old one goes first, or it would still decide.
+    runs.records.reset();
+    runs.records = std::make_unique<files::Recovery>(TolvaranPaths::stateDir(),
+                                                     files::Recovery::Scope::directory);
 }
 
 }  // namespace

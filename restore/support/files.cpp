@@ -544,11 +544,12 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
     if (outer != nullptr && outer->directory_ == path) {
         return;
     }
+    const bool isThere = exists(path);  // if not, all that appears in it is new
     std::optional<std::vector<std::string>> names = namesIn(path);
     if (names && cleanUp(path, *names)) {
         names = namesIn(path);
     }
-    if (!names && exists(path)) {
+    if (!names && isThere) {
         return;
     }
     for (const std::string& name : names.value_or(std::vector<std::string>())) {
@@ -558,10 +559,12 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
                 versions_.size() < maximumRecords ? version : withoutFile(version);
         }
     }
+    const Version none = noFilesVersion();
     // After the look, so that whoever appears later changes what has been seen.
-    if (!versions_.empty() && isAnotherPresent(path)) {
+    metAnother_ = !versions_.empty() && isAnotherPresent(path);
+    if (metAnother_) {
         for (auto& [name, version] : versions_) {
-            version = noFilesVersion();
+            version = none;
         }
     }
     directory_ = path;
@@ -816,7 +819,7 @@ bool tryToRemove(const std::string& path, const Version& expected) {
         if (isPutBack) {
             return false;
         }
-        throw Error("remove", path, failure);
+        throw Error("remove", path, failure == ENOENT ? EIO : failure);
     }
     if (expected.isAt(path)) {
         return false;
@@ -864,6 +867,7 @@ bool tryToTouch(const std::string& path, const Version& expected) {
     if (!touched->isAt(path)) {
         return false;
     }
+    showPresence(parentDirectory(path));
     Recovery::note(path, *touched);
     return true;
 }

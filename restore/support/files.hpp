@@ -19,9 +19,10 @@
 // - To rely on a record that already says the right thing (update()), a process touches it. The
 //   content stays, but whoever read the record before now sees a new version.
 //
-// - A process that has changed a record outside a Recovery of the directory holds a shared lock
-//   (flock) on the directory until it ends. A Recovery of the directory that begins meanwhile
-//   leaves every record alone: the system lists an application only some time after it has started.
+// - A process that has written or touched a record outside a Recovery of the directory holds a
+//   shared lock (flock) on the directory until it ends. A Recovery of the directory that begins
+//   meanwhile leaves every record alone: the system lists an application only some time after it
+//   has started.
 //
 // An older version of the main application does not do this: it replaces and removes records
 // directly. Its unfinished files have other names and are left alone while it runs. On a volume
@@ -183,8 +184,8 @@ class Version {
 /// If one recovery begins inside another and both cover the same record, the outer one decides.
 ///
 /// A recovery of a directory begins with removeAbandonedFiles() there, unless it begins inside
-/// another one of the same directory. If another process that still runs has changed any record
-/// there outside a recovery, all of them count as changed by it.
+/// another one of the same directory. If another process that still runs has written or touched any
+/// record there outside a recovery, all that exist count as changed by it.
 class Recovery {
   public:
     enum class Scope { record, directory };
@@ -193,6 +194,9 @@ class Recovery {
     Recovery(const Recovery&) = delete;
     Recovery& operator=(const Recovery&) = delete;
     ~Recovery();
+
+    /// Whether another process was at work on the directory's records when this began.
+    bool metAnother() const { return metAnother_; }
 
     /// The version that this thread's recoveries expect of a record; none if none covers it.
     static std::optional<Version> expected(const std::string& path);
@@ -207,6 +211,7 @@ class Recovery {
 
     std::string directory_;  // empty if only one record is covered
     std::map<std::string, Version> versions_;
+    bool metAnother_ = false;
     Recovery* const outer_;
 };
 

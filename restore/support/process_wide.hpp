@@ -1,9 +1,9 @@
 // State that lives as long as the process. Almost everything in this system is computed afresh on
 // every call. The few exceptions (caches of what cannot change, the leases, the arrangements that
-// do not settle the displays, the log's file, the one Helper) are declared as ProcessWide values,
-// so that they can all be found. Two things are not: the log sinks (paths/restore_log.hpp), which
-// belong to the host, and the recoveries in progress (support/files.cpp), which belong to a thread
-// and end with a scope.
+// do not settle the displays, the log's file, the locked directories, the one Helper) are declared
+// as ProcessWide values, so that they can all be found. Two things are not: the log sinks
+// (paths/restore_log.hpp), which belong to the host, and the recoveries in progress
+// (support/files.cpp), which belong to a thread and end with a scope.
 //
 // On a user's Mac a value is made on first use and never ends, like a static variable in a
 // function. Tests play several processes in one: one after another on the same records

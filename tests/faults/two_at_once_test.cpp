@@ -144,6 +144,14 @@ TEST_P(TwoAtOnceTrial, ARunThatBeginsBeforeTheNextOneIsListed) {
         SCOPED_TRACE("helper after call " + std::to_string(k) + " of the main application");
         check({{.actor = Actor::mainApplication, .calls = k}, {.actor = Actor::helper}}, false);
     }
+    constexpr std::size_t looks = 16;  // more calls than a run needs to look at the records
+    for (std::size_t k = 0; k <= looks; ++k, ++runs) {
+        SCOPED_TRACE("main application after call " + std::to_string(k) + " of the helper's look");
+        check({{.actor = Actor::helper, .calls = k},
+               {.actor = Actor::mainApplication, .calls = calls.mainApplication / 2},
+               {.actor = Actor::helper}},
+              false);
+    }
     addStatistics({{"one switch", runs}});
 }
 

@@ -8,6 +8,7 @@
 #include "helper/steps/steps.hpp"
 #include "report/log_reading.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
+#include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/other_process.hpp"
 #include "tests/support/records/records.hpp"
@@ -107,6 +108,23 @@ TEST(RestoreSequence, QueuedRunsGoByTheRecordsOfTheFirstUntilTheQueueIsAtRest) {
     EXPECT_FALSE(isDockHidden());
     simulator::advance(0);
     runQueuedRestoreSequence("display-reconfig", std::nullopt);
+    EXPECT_TRUE(isDockHidden());
+}
+
+TEST(RestoreSequence, AQueuedRunPutsBackWhatTheFirstLeftToAProcessThatHasEndedSince) {
+    constexpr int other = 1;
+    const HelperProcess process({{"dock", {{"autoHide", false}}}});
+    {
+        const PlayedProcess mainApplication(other);
+        DockAutoHideOverride::markPending(true, DockAutoHideOverride::defaultSnapshotPath());
+    }
+    runQueuedRestoreSequence("display-reconfig", std::nullopt);
+    EXPECT_FALSE(isDockHidden());
+    {
+        const PlayedProcess mainApplication(other);
+        forgetProcessWideValues();
+    }
+    runQueuedRestoreSequence("proc-exit", std::nullopt);
     EXPECT_TRUE(isDockHidden());
 }
 
