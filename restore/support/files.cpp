@@ -373,7 +373,7 @@ void createParentDirectory(const std::string& path) {
     }
 }
 
-// Presence: which directories this process has changed records in, outside a helper's run.
+// Presence: which directories this process has written records in, outside a helper's run.
 
 namespace {
 
@@ -389,7 +389,9 @@ int lock(const Descriptor& directory, int kind) {
 }
 
 /// Shows every helper's run that begins from now on that this process is at work, unless this is
-/// such a run. If a run is just asking, or the volume has no locks, the next change tries again.
+/// such a run. Fails while a run is asking, and on a volume without locks. So it is called before a
+/// record is written, for runs that begin from then on, and again after it: a run that was asking
+/// had looked before, and notices the write.
 void showPresence(const std::string& directory) {
     if (Recovery::ofDirectory() != nullptr || presence().contains(directory)) {
         return;
@@ -544,7 +546,7 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
     if (outer != nullptr && outer->directory_ == path) {
         return;
     }
-    const bool isThere = exists(path);  // if not, all that appears in it is new
+    const bool isThere = status(path).has_value();  // if not, all that appears in it is new
     std::optional<std::vector<std::string>> names = namesIn(path);
     if (names && cleanUp(path, *names)) {
         names = namesIn(path);
@@ -819,6 +821,7 @@ bool tryToRemove(const std::string& path, const Version& expected) {
         if (isPutBack) {
             return false;
         }
+        // Not ENOENT, which callers take for success: the record is back at its place.
         throw Error("remove", path, failure == ENOENT ? EIO : failure);
     }
     if (expected.isAt(path)) {
