@@ -1,8 +1,8 @@
 #include "tests/faults/prescribed_losses.hpp"
 
 #include <algorithm>
-#include <regex>
 
+#include "tests/support/patterns.hpp"
 #include "tests/support/records/records.hpp"
 
 namespace tolvaran::tests {
@@ -65,12 +65,12 @@ bool contains(const std::vector<std::string>& names, const std::string& name) {
 bool isAbout(const Loss& loss, const Call& call) {
     return (contains(loss.functions, call.function) ||
             contains(loss.functions, call.function + " " + call.error)) &&
-           std::regex_match(call.subject, std::regex(loss.subjects));
+           matches(call.subject, loss.subjects);
 }
 
 bool allows(const Loss& loss, const std::vector<Call>& failed, const std::string& place) {
     return std::ranges::any_of(failed, [&](const Call& call) { return isAbout(loss, call); }) &&
-           std::regex_match(place, std::regex(loss.places));
+           matches(place, loss.places);
 }
 
 bool failedTogether(const MacsLoss& row, const std::vector<Call>& failed) {
