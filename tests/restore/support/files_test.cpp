@@ -249,16 +249,19 @@ TEST_F(Files, OnlyAnotherVolumeIsAReasonToCopy) {
     EXPECT_EQ(files(), Lines{"from"});
 }
 
-TEST_F(Files, OpensTheStandardStreamsThatAreClosed) {
-    for (const std::vector<int>& closed : std::vector<std::vector<int>>{{0}, {1}, {2}, {0, 1, 2}}) {
+TEST_F(Files, OpensOnlyTheStandardStreamsThatAreClosed) {
+    for (const std::vector<int>& closed :
+         std::vector<std::vector<int>>{{}, {0}, {1}, {2}, {0, 1, 2}}) {
         const pid_t child = ::fork();
         if (child == 0) {
+            const int lowestFree = ::open("/dev/null", O_RDONLY);
+            ::close(lowestFree);
             std::for_each(closed.begin(), closed.end(), ::close);
             openStandardStreams();
             const bool areOpen = std::all_of(closed.begin(), closed.end(), [](int stream) {
                 return ::write(stream, "x", 1) == 1;
             });
-            ::_exit(areOpen && ::open("/dev/null", O_RDONLY) > STDERR_FILENO ? 0 : 1);
+            ::_exit(areOpen && ::open("/dev/null", O_RDONLY) == lowestFree ? 0 : 1);
         }
         int status = -1;
         ::waitpid(child, &status, 0);
