@@ -1,4 +1,5 @@
-// Dispatch: the order of work on the main queue, and timers.
+// Dispatch: turns of the main queue, sources and timers. What the helper calls through
+// helper/main_queue is in main_queue_test.cpp.
 #include "tests/contract/dispatch_test.hpp"
 
 #include <dispatch/dispatch.h>
@@ -12,33 +13,6 @@
 namespace {
 
 using namespace dispatch_test;
-
-// Documented: queueing work returns at once, and the main queue performs it on the main thread, one
-// piece after the other, in the order of queueing.
-TEST_F(Dispatch, WorkRunsLaterAndInTheOrderOfQueueing) {
-    Note notes[] = {{&happened, "first"}, {&happened, "second"}, {&happened, "third"}};
-    for (Note& note : notes) {
-        dispatch_async_f(dispatch_get_main_queue(), &note, Note::write);
-    }
-    EXPECT_EQ(happened, std::vector<std::string>());
-    EXPECT_TRUE(waitFor(3));
-    EXPECT_EQ(happened, std::vector<std::string>({"first", "second", "third"}));
-}
-
-// Documented: the main queue is serial. So what work queues runs after that work, never inside.
-TEST_F(Dispatch, WorkQueuedByWorkRunsAfterIt) {
-    struct Outer {
-        Note before, inner, after;
-    } notes{{&happened, "begin"}, {&happened, "inner"}, {&happened, "end"}};
-    dispatch_async_f(dispatch_get_main_queue(), &notes, [](void* context) {
-        auto* const outer = static_cast<Outer*>(context);
-        Note::write(&outer->before);
-        dispatch_async_f(dispatch_get_main_queue(), &outer->inner, Note::write);
-        Note::write(&outer->after);
-    });
-    EXPECT_TRUE(waitFor(3));
-    EXPECT_EQ(happened, std::vector<std::string>({"begin", "end", "inner"}));
-}
 
 // Not documented: a turn of the event loop performs everything that the main queue held when the
 // turn began, and leaves what is queued meanwhile to a later one. Between two turns the workspace
@@ -63,39 +37,12 @@ TEST_F(Dispatch, ATurnOfTheEventLoopPerformsExactlyWhatWasQueuedBeforeIt) {
     EXPECT_LT(turns.second, turns.inner);
 }
 
-// Documented: the work is queued at its time. Left open: how much later it runs.
-TEST_F(Dispatch, DelayedWorkWaitsAndTheEarlierDeadlineComesFirst) {
-    Note late{&happened, "late"};
-    Note early{&happened, "early"};
-    dispatch_after_f(dispatch_time(DISPATCH_TIME_NOW, 400 * millisecond), dispatch_get_main_queue(),
-                     &late, Note::write);
-    dispatch_after_f(dispatch_time(DISPATCH_TIME_NOW, 200 * millisecond), dispatch_get_main_queue(),
-                     &early, Note::write);
-    the_mac::letPass(0.1);
-    EXPECT_EQ(happened, std::vector<std::string>());
-    EXPECT_TRUE(waitFor(2));
-    EXPECT_EQ(happened, std::vector<std::string>({"early", "late"}));
-}
-
 // Documented: a time may be counted from another one. Left open: what its number means, so only the
 // order is checked.
 TEST_F(Dispatch, TimesFromNowAreApartByWhatWasAdded) {
     const dispatch_time_t first = dispatch_time(DISPATCH_TIME_NOW, second);
     EXPECT_LT(first, dispatch_time(first, 1 * second));
     EXPECT_EQ(dispatch_time(first, 0), first);
-}
-
-// Documented: timers count from a start, and repeat at an interval; a system may be late, so the
-// upper bounds here are generous, but it is never early.
-TEST_F(Dispatch, ATimerFiresAfterItsDelayAndThenRepeatedly) {
-    Note tick{&happened, "tick"};
-    Source source(200 * millisecond, 200 * millisecond);
-    source.onEvent(tick);
-    source.resume();
-    the_mac::letPass(0.1);
-    EXPECT_EQ(happened.size(), 0U);
-    EXPECT_TRUE(waitFor(1));
-    EXPECT_TRUE(waitFor(3));
 }
 
 // Documented: a source is created suspended, and its cancellation prevents further handler calls.

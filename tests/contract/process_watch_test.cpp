@@ -20,36 +20,33 @@ Source watch(pid_t pid) {
 
 // Documented: the handler is called when the process exits, and the source's handle is the process
 // ID. Left open: that it is not called twice; a process exits once.
-TEST_F(ProcessWatch, AWatchFiresOnceWhenTheProcessExits) {
-    const pid_t pid = the_mac::startProcess();
-    Note exited{&happened, "exited"};
-    Source source = watch(pid);
-    ASSERT_NE(source.get(), nullptr);
-    EXPECT_EQ(dispatch_source_get_handle(source.get()), static_cast<std::uintptr_t>(pid));
-    source.onEvent(exited);
-    source.resume();
-    the_mac::letPass(0.05);
-    EXPECT_EQ(happened.size(), 0U);
-    the_mac::endProcess(pid);
-    EXPECT_TRUE(waitFor(1));
-    the_mac::letPass(0.2);
-    EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
-}
-
+//
 // A main application that is gone before its watch is armed must still be cleaned up after.
 // Documented for kernel events: a watch on a process that does not exist is refused; dispatch turns
 // the refusal into an exit event.
-TEST_F(ProcessWatch, AWatchOnAProcessThatIsAlreadyGoneStillFires) {
-    const pid_t pid = the_mac::startProcess();
-    the_mac::endProcess(pid);
-    Note exited{&happened, "exited"};
-    Source source = watch(pid);
-    ASSERT_NE(source.get(), nullptr);
-    source.onEvent(exited);
-    source.resume();
-    EXPECT_TRUE(waitFor(1));
-    the_mac::letPass(0.2);
-    EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
+TEST_F(ProcessWatch, AWatchFiresOnceForARunningProcessAndForOneThatIsGone) {
+    for (const bool isGoneBefore : {false, true}) {
+        SCOPED_TRACE(isGoneBefore ? "already gone" : "running");
+        happened.clear();
+        const pid_t pid = the_mac::startProcess();
+        if (isGoneBefore) {
+            the_mac::endProcess(pid);
+        }
+        Note exited{&happened, "exited"};
+        Source source = watch(pid);
+        ASSERT_NE(source.get(), nullptr);
+        EXPECT_EQ(dispatch_source_get_handle(source.get()), static_cast<std::uintptr_t>(pid));
+        source.onEvent(exited);
+        source.resume();
+        if (!isGoneBefore) {
+            the_mac::letPass(0.05);
+            EXPECT_EQ(happened.size(), 0U);
+            the_mac::endProcess(pid);
+        }
+        EXPECT_TRUE(waitFor(1));
+        the_mac::letPass(0.2);
+        EXPECT_EQ(happened, std::vector<std::string>({"exited"}));
+    }
 }
 
 // Documented: cancellation prevents further handler calls.

@@ -30,6 +30,22 @@ CFRef<CFNumberRef> numberOf(CFNumberType type, T value) {
     return CFRef<CFNumberRef>::assume(CFNumberCreate(kCFAllocatorDefault, type, &value));
 }
 
+/// The number as a value of another type; none if the conversion says that something is lost. What
+/// the buffer then holds is left open.
+template <typename T>
+std::optional<T> converted(const CFRef<CFNumberRef>& number, CFNumberType type) {
+    T value{};
+    return CFNumberGetValue(number.get(), type, &value) != 0 ? std::optional(value) : std::nullopt;
+}
+
+CFRef<CFNumberRef> integerOf(std::int64_t value) {
+    return numberOf(kCFNumberSInt64Type, value);
+}
+
+CFRef<CFNumberRef> realOf(double value) {
+    return numberOf(kCFNumberDoubleType, value);
+}
+
 std::string bytesOf(CFStringRef string) {
     char buffer[64] = {};
     CFIndex used = 0;
@@ -94,20 +110,6 @@ TEST_F(Values, AnArrayKeepsItsElementsInOrder) {
     EXPECT_TRUE(CFEqual(CFArrayGetValueAtIndex(array.get(), 1), second.get()));
 }
 
-// Documented: lengths count UTF-16 code units; text that is not in the named encoding gives null.
-TEST_F(Values, StringsConvertFromAndToUTF8AndRefuseOtherBytes) {
-    for (const std::string text : {"", "plain", "gr\xC3\xBC\xC3\x9F", "\xF0\x9F\x96\xA5", "a\0b"}) {
-        const auto string = stringOf(text);
-        ASSERT_TRUE(string) << text;
-        EXPECT_EQ(bytesOf(string.get()), text);
-    }
-    EXPECT_EQ(CFStringGetLength(stringOf("\xF0\x9F\x96\xA5").get()), 2);
-    EXPECT_EQ(CFStringGetLength(stringOf(std::string_view("a\0b", 3)).get()), 3);
-    for (const char* const bad : {"\xFF", "\xC3", "\xC0\xAF", "\xED\xA0\x80"}) {
-        EXPECT_FALSE(stringOf(bad)) << testing::PrintToString(bad);
-    }
-}
-
 // Documented: without a buffer, the size that is needed is stored; the result counts the characters
 // that were converted, and stops at the first one without a form in the encoding.
 TEST_F(Values, GetBytesGivesTheSizeAndStopsAtALoneSurrogate) {
@@ -149,50 +151,30 @@ TEST_F(Values, ANumberRemembersWhetherItIsFloatingPoint) {
 }
 
 // Documented: true when the conversion loses nothing.
-TEST_F(Values, WholeNumbersSurviveTheRoundTrip) {
-    constexpr std::int64_t cases[] = {0,
-                                      1,
-                                      -1,
-                                      1LL << 40,
-                                      std::numeric_limits<std::int64_t>::min(),
-                                      std::numeric_limits<std::int64_t>::max()};
-    for (const std::int64_t value : cases) {
-        std::int64_t read = 17;
-        EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, value).get(),
-                                     kCFNumberSInt64Type, &read));
-        EXPECT_EQ(read, value);
+TEST_F(Values, NumbersSurviveTheRoundTrip) {
+    constexpr std::int64_t integers[] = {0,
+                                         1,
+                                         -1,
+                                         1LL << 40,
+                                         std::numeric_limits<std::int64_t>::min(),
+                                         std::numeric_limits<std::int64_t>::max()};
+    for (const std::int64_t value : integers) {
+        EXPECT_EQ(converted<std::int64_t>(integerOf(value), kCFNumberSInt64Type), value);
     }
-    std::int64_t read = 17;
-    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt32Type, std::int32_t{-5}).get(),
-                                 kCFNumberSInt64Type, &read));
-    EXPECT_EQ(read, -5);
-}
-
-// Documented: false when the conversion loses something or is out of range. Left open: what the
-// buffer holds then, so it is not checked.
-TEST_F(Values, AConversionThatLosesSomethingSaysSo) {
-    std::int32_t narrow = 0;
-    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{1} << 40).get(),
-                                  kCFNumberSInt32Type, &narrow));
-    std::int64_t whole = 0;
-    EXPECT_FALSE(
-        CFNumberGetValue(numberOf(kCFNumberDoubleType, 1.5).get(), kCFNumberSInt64Type, &whole));
-    EXPECT_FALSE(
-        CFNumberGetValue(numberOf(kCFNumberDoubleType, 1e300).get(), kCFNumberSInt64Type, &whole));
-}
-
-// Documented: true when the conversion loses nothing.
-TEST_F(Values, ADoubleIsReadAsItWasWritten) {
     for (const double value : {0.0, 2.0, -1.5, 1e300}) {
-        double read = 17;
-        EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberDoubleType, value).get(),
-                                     kCFNumberDoubleType, &read));
-        EXPECT_EQ(read, value);
+        EXPECT_EQ(converted<double>(realOf(value), kCFNumberDoubleType), value);
     }
-    double read = 0;
-    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{1} << 40).get(),
-                                 kCFNumberDoubleType, &read));
-    EXPECT_EQ(read, std::ldexp(1.0, 40));
+    EXPECT_EQ(converted<std::int64_t>(numberOf(kCFNumberSInt32Type, std::int32_t{-5}),
+                                      kCFNumberSInt64Type),
+              -5);
+    EXPECT_EQ(converted<double>(integerOf(1LL << 40), kCFNumberDoubleType), std::ldexp(1.0, 40));
+}
+
+// Documented: false when the conversion loses something or is out of range.
+TEST_F(Values, AConversionThatLosesSomethingSaysSo) {
+    EXPECT_FALSE(converted<std::int32_t>(integerOf(1LL << 40), kCFNumberSInt32Type));
+    EXPECT_FALSE(converted<std::int64_t>(realOf(1.5), kCFNumberSInt64Type));
+    EXPECT_FALSE(converted<std::int64_t>(realOf(1e300), kCFNumberSInt64Type));
 }
 
 // Documented: the standard form of a UUID has 36 characters. Its letters have always been capitals,
@@ -280,68 +262,69 @@ TEST_F(Values, NumbersOfEveryTypeAreReadAsWhatTheyAre) {
 // Left open: that 255 and 65535 survive as signed numbers of 8 and 16 bits. There is no unsigned
 // type, and old applications keep such numbers all the same.
 TEST_F(Values, SmallUnsignedNumbersAreKeptAsSignedOnes) {
-    std::int8_t byte = 0;
-    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{255}).get(),
-                                 kCFNumberSInt8Type, &byte));
-    EXPECT_EQ(byte, -1);
-    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{256}).get(),
-                                  kCFNumberSInt8Type, &byte));
-    std::int16_t two = 0;
-    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{65535}).get(),
-                                 kCFNumberSInt16Type, &two));
-    EXPECT_EQ(two, -1);
-    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberSInt64Type, std::int64_t{-129}).get(),
-                                  kCFNumberSInt8Type, &byte));
+    EXPECT_EQ(converted<std::int8_t>(integerOf(255), kCFNumberSInt8Type), -1);
+    EXPECT_FALSE(converted<std::int8_t>(integerOf(256), kCFNumberSInt8Type));
+    EXPECT_FALSE(converted<std::int8_t>(integerOf(-129), kCFNumberSInt8Type));
+    EXPECT_EQ(converted<std::int16_t>(integerOf(65535), kCFNumberSInt16Type), -1);
 }
 
 // Left open: what a NaN converts to. It is kept as a double, and lost as anything else.
 TEST_F(Values, ANaNSurvivesAsADoubleOnly) {
-    double real = 0;
-    EXPECT_TRUE(CFNumberGetValue(numberOf(kCFNumberFloat32Type, std::nanf("")).get(),
-                                 kCFNumberDoubleType, &real));
-    EXPECT_TRUE(std::isnan(real));
-    float narrow = 0;
-    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberDoubleType, std::nan("")).get(),
-                                  kCFNumberFloat32Type, &narrow));
-    std::int64_t whole = 0;
-    EXPECT_FALSE(CFNumberGetValue(numberOf(kCFNumberDoubleType, std::nan("")).get(),
-                                  kCFNumberSInt64Type, &whole));
+    const auto narrow = numberOf(kCFNumberFloat32Type, std::nanf(""));
+    EXPECT_TRUE(std::isnan(converted<double>(narrow, kCFNumberDoubleType).value_or(0)));
+    EXPECT_FALSE(converted<float>(realOf(std::nan("")), kCFNumberFloat32Type));
+    EXPECT_FALSE(converted<std::int64_t>(realOf(std::nan("")), kCFNumberSInt64Type));
 }
 
-// Documented: text that is not in the named encoding gives null. Left open: what is done to a byte
-// order mark, which is dropped, and to the copyright sign of other encodings, which is replaced.
-TEST_F(Values, DamagedTextIsRefused) {
+// Documented: text that is not in the named encoding gives null, and lengths count UTF-16 units.
+// Left open: what is done to a byte order mark, which is dropped, and to the copyright sign of
+// other encodings, which is replaced.
+TEST_F(Values, TextIsReadAsUTF8AndRefusedIfItIsDamaged) {
+    using namespace std::string_literals;
     const struct {
         std::string bytes;
-        std::optional<std::string> text;
+        CFIndex length;                                  // in UTF-16 units; -1: refused
+        std::optional<std::string> text = std::nullopt;  // if it differs from the bytes
     } rows[] = {
-        {"a\x80", {}},     // a continuation without a beginning
-        {"\xC3", {}},      // a beginning without a continuation, at the end
-        {"\xC3(", {}},     // and before something else
-        {"\xE2\x82", {}},  // too short
-        {"\xE2\x82(", {}},
-        {"\xF0\x90\x80", {}},
-        {"\xC0\x80", {}},  // overlong
-        {"\xE0\x9F\xBF", {}},
-        {"\xF0\x8F\xBF\xBF", {}},
-        {"\xED\xA0\x80", {}},  // a surrogate, high or low
-        {"\xED\xBF\xBF", {}},
-        {"\xF4\x90\x80\x80", {}},      // beyond the last code point
-        {"\xF8\x88\x80\x80\x80", {}},  // forms that no longer exist
-        {"\xFC\x84\x80\x80\x80\x80", {}},
-        {"\xFE", {}},
-        {"\xFF", {}},
-        {"\xED\x9F\xBF\xEE\x80\x80", "\xED\x9F\xBF\xEE\x80\x80"},  // beside the surrogates
-        {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},                  // the last code point
-        {"\xEF\xBF\xBF", "\xEF\xBF\xBF"},                          // not a character
-        {"\xEF\xBB\xBFx", "x"},
-        {"x\xEF\xBB\xBF", "x\xEF\xBB\xBF"},
-        {"x\xA9", "x\xEF\xBF\xBD"},
-        {"\xC2\xA9", "\xC2\xA9"},
+        {"", 0},
+        {"plain", 5},
+        {"gr\xC3\xBC\xC3\x9F", 4},
+        {"a\0b"s, 3},
+        {"a\x80", -1},  // a continuation without a beginning
+        {"\x80", -1},
+        {"\xC3", -1},      // a beginning without a continuation, at the end
+        {"\xC3(", -1},     // and before something else
+        {"\xE2\x82", -1},  // too short
+        {"\xE2\x82(", -1},
+        {"\xF0\x90\x80", -1},
+        {"\xC0\x80", -1},  // overlong
+        {"\xC0\xAF", -1},
+        {"\xE0\x9F\xBF", -1},
+        {"\xF0\x8F\xBF\xBF", -1},
+        {"\xED\xA0\x80", -1},  // a surrogate, high or low
+        {"\xED\xBF\xBF", -1},
+        {"\xF4\x90\x80\x80", -1},      // beyond the last code point
+        {"\xF8\x88\x80\x80\x80", -1},  // forms that no longer exist
+        {"\xFC\x84\x80\x80\x80\x80", -1},
+        {"\xFE", -1},
+        {"\xFF", -1},
+        {"\xED\x9F\xBF\xEE\x80\x80", 2},  // beside the surrogates
+        {"\xE2\x82\xAC", 1},
+        {"\xF0\x90\x80\x80", 2},  // the first code point of two units
+        {"\xF0\x9F\x96\xA5", 2},
+        {"\xF4\x8F\xBF\xBF", 2},  // the last code point
+        {"\xEF\xBF\xBF", 1},      // not a character
+        {"\xEF\xBB\xBFx", 1, "x"},
+        {"x\xEF\xBB\xBF", 2},
+        {"x\xA9", 2, "x\xEF\xBF\xBD"},
+        {"\xC2\xA9", 1},
     };
-    for (const auto& [bytes, text] : rows) {
-        EXPECT_EQ(tolvaran::cf::string(stringOf(bytes).get()), text)
-            << testing::PrintToString(bytes);
+    for (const auto& [bytes, length, text] : rows) {
+        SCOPED_TRACE(testing::PrintToString(bytes));
+        const auto string = stringOf(bytes);
+        EXPECT_EQ(string ? CFStringGetLength(string.get()) : -1, length);
+        EXPECT_EQ(tolvaran::cf::string(string.get()),
+                  length < 0 ? std::nullopt : std::optional(text.value_or(bytes)));
     }
 }
 
@@ -370,8 +353,13 @@ TEST_F(Values, ADamagedUUIDIsReadAsFarAsItGoes) {
         const char* uuid;
     } rows[] = {
         {"3f2504e0-4f89-41d3-9a0c-0305e82c3301", "3F2504E0-4F89-41D3-9A0C-0305E82C3301"},
+        {"3F2504E0-4F89-41D3-9A0C-0305E82C33010", "3F2504E0-4F89-41D3-9A0C-0305E82C3301"},
         {"{3F2504E0-4F89-41D3-9A0C-0305E82C3301}", "3F2504E0-4F89-41D3-9A0C-0305E82C3301"},
+        {"3F2504E04F8941D39A0C0305E82C3301", "3F2504E0-F894-D39A-C030-E82C33010000"},
+        {"3F2504E0-4F89-41D3-9A0C0-305E82C3301", "3F2504E0-4F89-41D3-9A0C-0005E82C3301"},
+        {"3F2504E0-4F89-41D3-9A0C-0305E82C330", "3F2504E0-4F89-41D3-9A0C-0305E82C3300"},
         {"3F2504E0-4F89-41D3-9A0C-0305E82C33", "3F2504E0-4F89-41D3-9A0C-0305E82C3300"},
+        {"3F2504E0-4F89-41D3-9A0C-0305E82C330G", "3F2504E0-4F89-41D3-9A0C-0305E82C3300"},
         {"3F2504E0-4F89-41D3-9A0C-0305E82C33GG", "3F2504E0-4F89-41D3-9A0C-0305E82C3300"},
         {"none", "00000000-0000-0000-0000-000000000000"},
     };
