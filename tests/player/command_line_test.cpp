@@ -15,6 +15,8 @@ using namespace simulator;
 using testing::HasSubstr;
 using testing::StartsWith;
 
+using Arguments = std::vector<std::string>;
+
 class CommandLine : public SimulatorTest {
   protected:
     struct Run {
@@ -23,13 +25,16 @@ class CommandLine : public SimulatorTest {
         std::string errors;
     };
 
-    Run run(std::vector<std::string> arguments) {
-        std::ostringstream out;
+    /// What is written to `out` if it is given is not in the result.
+    static Run run(const Arguments& arguments, const report::Terminal& terminal = {},
+                   std::ostream* out = nullptr) {
+        std::ostringstream text;
         std::ostringstream errors;
         testing::internal::CaptureStderr();
-        const int status = runCommandLine(arguments, out, errors);
+        const int status =
+            runCommandLine(arguments, out != nullptr ? *out : text, errors, terminal);
         testing::internal::GetCapturedStderr();
-        return {status, out.str(), errors.str()};
+        return {status, text.str(), errors.str()};
     }
 
     std::string scenario(const std::string& content) {
@@ -145,28 +150,23 @@ TEST_F(CommandLine, AReportThatCannotBeWrittenIsAFailure) {
 TEST_F(CommandLine, WhateverElseGoesWrongIsOneLineAndStatus2) {
     const std::string path = scenario("{}");
     const Run noRoot = run({"--root", "/proc/no/such", path});
-    EXPECT_EQ(noRoot.status, 2);
-    EXPECT_THAT(noRoot.errors, StartsWith(path + ": "));
-    EXPECT_EQ(std::ranges::count(noRoot.errors, '\n'), 1);
-
     const ScopedEnvironment environment("TMPDIR", directory_ / "no/such");
     const Run noTemporary = run({path});
-    EXPECT_EQ(noTemporary.status, 2);
-    EXPECT_THAT(noTemporary.errors, StartsWith(path + ": "));
-    EXPECT_EQ(std::ranges::count(noTemporary.errors, '\n'), 1);
-    EXPECT_EQ(noTemporary.out, "");
+    for (const Run& result : {noRoot, noTemporary}) {
+        EXPECT_EQ(result.status, 2);
+        EXPECT_THAT(result.errors, StartsWith(path + ": "));
+        EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
+        EXPECT_EQ(result.out, "");
+    }
 }
 
 TEST_F(CommandLine, OutputThatCannotBeWrittenIsAnError) {
     const std::string path = scenario("{}");
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{path}, {"--json", path}, {"--help"}}) {
+    for (const Arguments& arguments : {Arguments{path}, {"--json", path}, {"--help"}}) {
         std::ofstream full("/dev/full");
-        std::ostringstream errors;
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(runCommandLine(arguments, full, errors), 2);
-        testing::internal::GetCapturedStderr();
-        EXPECT_EQ(errors.str(), "standard output cannot be written\n");
+        const Run result = run(arguments, {}, &full);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.errors, "standard output cannot be written\n");
     }
 }
 
@@ -186,31 +186,21 @@ TEST_F(CommandLine, FilesThatAreNestedDeeplyAreText) {
               {{{"at", 1}, {"write", {{"path", "State/.display-originals"}, {"content", deep}}}}}},
              {"expect", {{"files", {{"State/.display-originals", deep}}}}}}
             .dump());
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{path},
-          {"--json", path},
-          {"--report", directory_ / "report.html", path}}) {
+    for (const Arguments& arguments :
+         {Arguments{path}, {"--json", path}, {"--report", directory_ / "report.html", path}}) {
         const Run result = run(arguments);
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.errors, "");
     }
     const json result = json::parse(run({"--json", path}).out);
     EXPECT_TRUE(result["files"]["State/.display-originals"] == deep);
-    std::ostringstream out;
-    std::ostringstream errors;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(runCommandLine({path}, out, errors, {.isTerminal = true}), 0);
-    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(run({path}, {.isTerminal = true}).status, 0);
 }
 
 TEST_F(CommandLine, OnATerminalTheSummaryDrawsTheDisplays) {
-    std::ostringstream out;
-    std::ostringstream errors;
-    testing::internal::CaptureStderr();
-    runCommandLine({scenario("{}")}, out, errors, {.isTerminal = true});
-    testing::internal::GetCapturedStderr();
-    EXPECT_THAT(out.str(), HasSubstr("Before, at 1.000 s"));
-    EXPECT_THAT(out.str(), HasSubstr("1440x900"));
+    const Run drawn = run({scenario("{}")}, {.isTerminal = true});
+    EXPECT_THAT(drawn.out, HasSubstr("Before, at 1.000 s"));
+    EXPECT_THAT(drawn.out, HasSubstr("1440x900"));
     const Run piped = run({scenario("{}")});
     EXPECT_THAT(piped.out, testing::Not(HasSubstr("Before, at")));
     EXPECT_THAT(piped.out, HasSubstr("ID 1, main display\n    before  at 0, 0; "));
@@ -228,13 +218,10 @@ TEST_F(CommandLine, TheRootIsKept) {
 
 TEST_F(CommandLine, OtherArgumentsAreRefused) {
     const std::string path = scenario("{}");
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
-                                                      {path, path},
-                                                      {"--jsn", path},
-                                                      {"--root"},
-                                                      {path, "--root"},
-                                                      {path, "--report"},
-                                                      {""}}) {
+    const Arguments refused[] = {
+        {}, {path, path}, {"--jsn", path}, {"--root"}, {path, "--root"}, {path, "--report"}, {""},
+    };
+    for (const Arguments& arguments : refused) {
         const Run result = run(arguments);
         EXPECT_EQ(result.status, 2);
         EXPECT_THAT(result.errors, StartsWith("usage: "));

@@ -18,11 +18,14 @@ class Player : public SimulatorTest {};
 
 constexpr const char* marker = "State/dock-autohide-pending.json";
 
-json crash() {
-    return json::parse(R"({
+/// A crash, with these keys in place of its own.
+json crash(const char* keys = "{}") {
+    json document = json::parse(R"({
         "mac": {"applications": [{"bundle": "com.morvelli.Tolvaran", "pid": 812}]},
         "files": {"State/dock-autohide-pending.json": {"version": 1, "restoreTo": true}},
         "timeline": [{"at": 5, "exit": 812}]})");
+    document.update(json::parse(keys));
+    return document;
 }
 
 Outcome playQuietly(const json& document, std::optional<std::string> root = std::nullopt) {
@@ -58,10 +61,8 @@ json observed(const json& document) {
 }
 
 TEST_F(Player, ReportsHowTheScenarioWasPlayed) {
-    json document = crash();
-    document["timeline"].push_back({{"at", 2}, {"wake", true}});
-    document["timeline"].push_back({{"at", 9}, {"wake", true}});
-    document["until"] = 5.5;
+    const json document = crash(R"({"until": 5.5, "timeline": [
+        {"at": 5, "exit": 812}, {"at": 2, "wake": true}, {"at": 9, "wake": true}]})");
     const json result = observed(document);
     EXPECT_EQ(result["scenario"], (json{{"name", "test"}, {"clock", "virtual"}, {"until", 5.5}}));
     EXPECT_EQ(result["timeline"], (json{{{"at", 2}, {"wake", true}}, {{"at", 5}, {"exit", 812}}}))
@@ -70,17 +71,15 @@ TEST_F(Player, ReportsHowTheScenarioWasPlayed) {
 }
 
 TEST_F(Player, PassesOnWhatTheScenarioSaysAboutItself) {
-    json document = crash();
-    document["about"] = {{"macOS", "14.1"}};
-    document["log"] = {"[2026-01-01 10:00:00.000] [   1.500] [helper] [warn] said", "no line"};
-    const json facts = observed(document)["scenario"];
-    EXPECT_EQ(facts["about"], document["about"]);
+    json told = observed(crash(R"({"about": {"macOS": "14.1"},
+        "log": ["[2026-01-01 10:00:00.000] [   1.500] [helper] [warn] said", "no line"]})"));
+    json& facts = told["scenario"];
+    EXPECT_EQ(facts["about"], (json{{"macOS", "14.1"}}));
     EXPECT_EQ(facts["log"],
               (json{{{"time", "2026-01-01 10:00:00.000"}, {"level", "warn"}, {"message", "said"}},
                     {{"time", ""}, {"level", ""}, {"message", "no line"}}}));
-    json told = observed(document);
-    told["scenario"].erase("about");
-    told["scenario"].erase("log");
+    facts.erase("about");
+    facts.erase("log");
     EXPECT_EQ(told, observed(crash())) << "and does not act on it";
 }
 
@@ -111,11 +110,9 @@ TEST_F(Player, TheOrderNamesWhatHappenedOneByOne) {
 }
 
 TEST_F(Player, ReportsTheMacBeforeTheHelperChangedIt) {
-    json document = crash();
-    document["timeline"].push_back({{"at", 1}, {"wake", true}});
-    document["timeline"].push_back({{"at", 3}, {"set", {{"cursorAssociated", false}}}});
-    document["timeline"].push_back({{"at", 9}, {"set", {{"dock", {{"autoHide", false}}}}}});
-    const json before = observed(document)["before"];
+    const json before = observed(crash(R"({"timeline": [
+        {"at": 5, "exit": 812}, {"at": 1, "wake": true}, {"at": 3, "set": {"cursorAssociated": false}},
+        {"at": 9, "set": {"dock": {"autoHide": false}}}]})"))["before"];
     EXPECT_EQ(before["at"], 5.2);
     EXPECT_EQ(before["mac"]["cursorAssociated"], false);
     EXPECT_EQ(before["mac"]["dock"]["autoHide"], false);
@@ -125,21 +122,15 @@ TEST_F(Player, ReportsTheMacBeforeTheHelperChangedIt) {
 }
 
 TEST_F(Player, BeforeIsTheEndWhenTheHelperChangesNothing) {
-    json document = crash();
-    document["timeline"] = json::parse(R"([
+    const json result = observed(crash(R"({"until": 3, "timeline": [
         {"at": 1, "set": {"cursorAssociated": false}},
-        {"at": 2, "write": {"path": "State/other", "content": "x"}}])");
-    document["until"] = 3;
-    const json result = observed(document);
+        {"at": 2, "write": {"path": "State/other", "content": "x"}}]})"));
     EXPECT_EQ(result["before"],
               (json{{"at", 3}, {"mac", result["mac"]}, {"files", result["files"]}}));
 }
 
 TEST_F(Player, WhatTheHelperChangesAtItsStartHasABefore) {
-    json document = crash();
-    document["mac"] = {{"cursorAssociated", false}};
-    document["timeline"] = json::array();
-    const json result = observed(document);
+    const json result = observed(crash(R"({"mac": {"cursorAssociated": false}, "timeline": []})"));
     EXPECT_EQ(result["before"]["at"], 0);
     EXPECT_EQ(result["before"]["mac"]["cursorAssociated"], false);
     EXPECT_TRUE(result["before"]["files"].contains(marker));
@@ -173,10 +164,8 @@ TEST_F(Player, EveryVirtualRunIsTheSame) {
 }
 
 TEST_F(Player, TheLogNamesFilesByTheirPathBelowTheDirectory) {
-    json document = crash();
-    document["files"] = json::parse(R"({"State/.display-originals": "torn"})");
-    document["timeline"] = json::array();
-    document["mac"] = json::object();
+    const json document =
+        crash(R"({"files": {"State/.display-originals": "torn"}, "timeline": [], "mac": {}})");
     const json first = playQuietly(document).result;
     for (const std::string& message : names(first["log"], "message")) {
         EXPECT_THAT(message, testing::Not(testing::HasSubstr("ApplicationSupport")));
@@ -185,31 +174,25 @@ TEST_F(Player, TheLogNamesFilesByTheirPathBelowTheDirectory) {
 }
 
 TEST_F(Player, RunsUntilTheEnd) {
-    json document = crash();
-    document["until"] = 5.1;
-    EXPECT_EQ(playQuietly(document).result["mac"]["dock"]["autoHide"], false)
+    EXPECT_EQ(playQuietly(crash(R"({"until": 5.1})")).result["mac"]["dock"]["autoHide"], false)
         << "the restore comes 0.2 s after the exit";
-    document["until"] = 3600;
-    const json log = playQuietly(document).result["log"];
+    const json log = playQuietly(crash(R"({"until": 3600})")).result["log"];
     EXPECT_EQ(log.back()["at"], 3600);
 }
 
 TEST_F(Player, EventsOfTimeZeroComeBeforeTheHelperStarts) {
-    json document = crash();
-    document["mac"] = json::object();
-    document["timeline"] = json::parse(R"([
+    const json result = playQuietly(crash(R"({"mac": {}, "timeline": [
         {"at": 0, "launch": {"bundle": "com.morvelli.Tolvaran", "pid": 5}},
-        {"at": 0, "write": {"path": "State/dock-autohide-pending.json", "content": "torn"}}])");
-    const json result = playQuietly(document).result;
+        {"at": 0, "write": {"path": "State/dock-autohide-pending.json", "content": "torn"}}]})"))
+                            .result;
     EXPECT_THAT(names(result["log"], "message"),
                 testing::Contains("Tolvaran already running at helper start (pid 5)"));
     EXPECT_EQ(result["files"][marker], "torn");
 }
 
 TEST_F(Player, ComparesWithWhatIsExpected) {
-    json document = crash();
-    document["expect"] = json::parse(R"({"mac": {"dock": {"autoHide": true}}})");
-    document["expect"]["files"][marker] = nullptr;
+    json document = crash(R"({"expect": {"mac": {"dock": {"autoHide": true}},
+                                         "files": {"State/dock-autohide-pending.json": null}}})");
     EXPECT_THAT(playQuietly(document).failures, testing::IsEmpty());
     document["expect"]["mac"]["dock"]["autoHide"] = false;
     EXPECT_THAT(playQuietly(document).failures,
@@ -217,11 +200,10 @@ TEST_F(Player, ComparesWithWhatIsExpected) {
 }
 
 TEST_F(Player, FaultsMeetTheHelper) {
-    json document = crash();
-    document["faults"] = json::parse(
-        R"([{"call": "CoreDockSetAutoHideEnabled", "effect": false},
-            {"call": "unlink", "result": "EACCES"}])");
-    const json result = playQuietly(document).result;
+    const json result = playQuietly(crash(R"({"faults": [
+        {"call": "CoreDockSetAutoHideEnabled", "effect": false},
+        {"call": "unlink", "result": "EACCES"}]})"))
+                            .result;
     EXPECT_EQ(result["mac"]["dock"]["autoHide"], false);
     EXPECT_TRUE(result["files"].contains(marker));
     EXPECT_FALSE(playQuietly(crash()).result["files"].contains(marker))
@@ -307,14 +289,14 @@ TEST_F(Player, ARunThatItsOwnReconfigurationsKeepGoingReachesItsEnd) {
 }
 
 TEST_F(Player, EventsThatCannotHappenAreErrors) {
-    json document = crash();
-    document["timeline"] = json::parse(R"([{"at": 1, "exit": 4711}])");
-    EXPECT_EQ(thrownBy<ScenarioError>([&] { playQuietly(document); }),
+    const auto thrown = [](const json& document) {
+        return thrownBy<ScenarioError>([&] { playQuietly(document); });
+    };
+    EXPECT_EQ(thrown(crash(R"({"timeline": [{"at": 1, "exit": 4711}]})")),
               "timeline[0].exit: no application with this pid is running");
-    document = crash();
+    json document = crash();
     document["files"]["State"] = "a file where a directory must be";
-    EXPECT_THAT(thrownBy<ScenarioError>([&] { playQuietly(document); }),
-                testing::StartsWith("files: "));
+    EXPECT_THAT(thrown(document), testing::StartsWith("files: "));
     EXPECT_EQ(playQuietly(crash()).result["mac"]["dock"]["autoHide"], true)
         << "the next run is not disturbed";
 }

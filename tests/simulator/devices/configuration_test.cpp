@@ -1,5 +1,8 @@
 #include "simulator/devices/configuration.hpp"
 
+#include <cstdint>
+#include <vector>
+
 #include "platform/private_interfaces.hpp"
 #include "simulator/devices/displays.hpp"
 #include "tests/simulator/devices/device_test.hpp"
@@ -26,20 +29,93 @@ class Configuration : public DeviceTest {
         return config;
     }
 
+    /// An origin for a display.
+    struct Origin {
+        CGDirectDisplayID display;
+        std::int32_t x, y;
+    };
+
+    /// Completes a configuration, which must show on completion only.
+    /// @param mode   for the second display; 0: none
+    /// @param frame  of the second display afterwards
+    /// @param flags  the second display's change is reported with these; 0: none is reported
+    /// @param result of the completion
+    void expectCompletion(const std::vector<Origin>& origins, std::int32_t mode,
+                          const nlohmann::json& frame, CGDisplayChangeSummaryFlags flags,
+                          CGError result = kCGErrorSuccess) const {
+        CallbackRecorder callbacks;
+        CGDisplayConfigRef config = started();
+        for (const auto& [display, x, y] : origins) {
+            EXPECT_EQ(CGConfigureDisplayOrigin(config, display, x, y), kCGErrorSuccess);
+        }
+        if (mode != 0) {
+            EXPECT_EQ(CGSConfigureDisplayMode(config, 2, mode), kCGErrorSuccess);
+        }
+        EXPECT_EQ(callbacks.delivered(), Callbacks{});
+        EXPECT_EQ(simulator::machine(), before_);
+        EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession), result);
+        EXPECT_EQ(callLines().back(), callLine("CGCompleteDisplayConfiguration", {1}, result));
+        EXPECT_EQ(simulator::openConfigurations(), 0U);
+        nlohmann::json after = before_;
+        after["displays"][1]["frame"] = frame;
+        if (mode != 0 && result == kCGErrorSuccess) {
+            after["displays"][1]["mode"] = mode;
+        }
+        EXPECT_EQ(simulator::machine(), after);
+        EXPECT_EQ(callbacks.soFar(), Callbacks{});
+        const Callbacks reported{{1, begin}, {2, begin}, {1, flags & shape}, {2, flags}};
+        EXPECT_EQ(callbacks.delivered(), flags == 0 ? Callbacks{} : reported);
+    }
+
+    static constexpr CGDisplayChangeSummaryFlags moved = kCGDisplayMovedFlag | shape;
+    const nlohmann::json unchanged_ = {1920, 0, 1280, 1024};
     nlohmann::json before_;
 };
 
 TEST_F(Configuration, ShowsOnCompletionOnly) {
-    CallbackRecorder callbacks;
-    CGDisplayConfigRef config = started();
-    EXPECT_EQ(CGConfigureDisplayOrigin(config, 2, 0, -1024), kCGErrorSuccess);
-    EXPECT_EQ(callbacks.delivered(), Callbacks{});
-    EXPECT_EQ(simulator::machine(), before_);
-    EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession), kCGErrorSuccess);
-    EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(2), CGRectMake(0, -1024, 1280, 1024)));
-    EXPECT_EQ(callbacks.soFar(), Callbacks{});
-    EXPECT_EQ(callbacks.delivered(),
-              (Callbacks{{1, begin}, {2, begin}, {1, shape}, {2, kCGDisplayMovedFlag | shape}}));
+    constexpr auto newMode = kCGDisplaySetModeFlag;
+    const struct {
+        const char* what;
+        std::vector<Origin> origins;
+        nlohmann::json frame;
+        CGDisplayChangeSummaryFlags flags;
+        std::int32_t mode = 0;
+    } rows[] = {
+        {"a display moves", {{2, 0, -1024}}, {0, -1024, 1280, 1024}, moved},
+        {"the last origin given counts", {{2, 1, 2}, {2, 3, 4}}, {3, 4, 1280, 1024}, moved},
+        {"no change is not reported", {{2, 1920, 0}}, unchanged_, 0, 10},
+        {"an overlap is accepted as given", {{2, 100, 100}}, {100, 100, 1280, 1024}, moved},
+        {"a gap is accepted as given", {{2, 9000, -9000}}, {9000, -9000, 1280, 1024}, moved},
+        {"the main display stays", {{1, 1000, 1}, {2, 3000, 1}}, {2000, 0, 1280, 1024}, moved},
+        {"the frame follows the mode", {}, {1920, 0, 640, 480}, newMode | shape, 11},
+        {"a mode of the same size is reported too", {}, unchanged_, newMode, 12},
+    };
+    for (const auto& [what, origins, frame, flags, mode] : rows) {
+        SCOPED_TRACE(what);
+        SetUp();
+        expectCompletion(origins, mode, frame, flags);
+    }
+}
+
+TEST_F(Configuration, WithAModeThatTheDisplayLacksFailsAsAWhole) {
+    expectCompletion({{2, 0, -1024}}, 99, unchanged_, 0, kCGErrorIllegalArgument);
+}
+
+TEST_F(Configuration, CompletionThatFailsEndsItWithoutEffect) {
+    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
+    expectCompletion({{2, 0, -1024}}, 0, unchanged_, 0, kCGErrorCannotComplete);
+}
+
+TEST_F(Configuration, CompletionMayClaimToFailAndYetWork) {
+    simulator::addFault(
+        {{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}, {"effect", true}});
+    expectCompletion({{2, 0, -1024}}, 0, {0, -1024, 1280, 1024}, moved, kCGErrorCannotComplete);
+}
+
+TEST_F(Configuration, OriginThatIsLostLeavesTheDisplay) {
+    simulator::addFault(
+        {{"call", "CGConfigureDisplayOrigin"}, {"effect", false}, {"skip", 1}, {"times", 1}});
+    expectCompletion({{1, 0, 0}, {2, 5, 5}}, 0, unchanged_, 0);
 }
 
 TEST_F(Configuration, IsRecordedCallByCall) {
@@ -54,24 +130,6 @@ TEST_F(Configuration, IsRecordedCallByCall) {
         (Lines{"CGBeginDisplayConfiguration [] = 0", "CGConfigureDisplayOrigin [2,0,-1024] = 0",
                "CGSConfigureDisplayMode [2,11] = 0", "CGCompleteDisplayConfiguration [1] = 0",
                "CGBeginDisplayConfiguration [] = 0", "CGCancelDisplayConfiguration [] = 0"}));
-}
-
-TEST_F(Configuration, TakesTheLastOriginGiven) {
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 2, 1, 2);
-    CGConfigureDisplayOrigin(config, 2, 3, 4);
-    CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
-    EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(2), CGRectMake(3, 4, 1280, 1024)));
-}
-
-TEST_F(Configuration, ThatChangesNothingCallsNothingBack) {
-    CallbackRecorder callbacks;
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 2, 1920, 0);
-    CGSConfigureDisplayMode(config, 2, 10);
-    EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession), kCGErrorSuccess);
-    EXPECT_EQ(callbacks.delivered(), Callbacks{});
-    EXPECT_EQ(simulator::machine(), before_);
 }
 
 TEST_F(Configuration, CancelledLeavesNoTrace) {
@@ -147,57 +205,6 @@ TEST_F(Configuration, AcceptsEveryOption) {
     EXPECT_EQ(CGCompleteDisplayConfiguration(started(), 3), kCGErrorIllegalArgument);
 }
 
-TEST_F(Configuration, AcceptsOverlapsAndGapsAsGiven) {
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 2, 100, 100);
-    CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
-    EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(2), CGRectMake(100, 100, 1280, 1024)));
-    config = started();
-    CGConfigureDisplayOrigin(config, 2, 9000, -9000);
-    CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
-    EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(2), CGRectMake(9000, -9000, 1280, 1024)));
-}
-
-TEST_F(Configuration, KeepsTheMainDisplayAtTheOrigin) {
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 1, 1000, 100);
-    CGConfigureDisplayOrigin(config, 2, 3000, 100);
-    CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
-    EXPECT_EQ(displayValues("frame"), nlohmann::json({{0, 0, 1920, 1080}, {2000, 0, 1280, 1024}}));
-}
-
-TEST_F(Configuration, ChangesAModeAndWithItTheFrame) {
-    CallbackRecorder callbacks;
-    CGDisplayConfigRef config = started();
-    EXPECT_EQ(CGSConfigureDisplayMode(config, 2, 11), kCGErrorSuccess);
-    EXPECT_EQ(simulator::machine(), before_);
-    EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession), kCGErrorSuccess);
-    EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(2), CGRectMake(1920, 0, 640, 480)));
-    EXPECT_EQ(displayValues("mode").at(1), 11);
-    EXPECT_EQ(callbacks.delivered(),
-              (Callbacks{{1, begin}, {2, begin}, {1, shape}, {2, kCGDisplaySetModeFlag | shape}}));
-}
-
-TEST_F(Configuration, ReportsAModeOfTheSameSizeToo) {
-    CallbackRecorder callbacks;
-    CGDisplayConfigRef config = started();
-    CGSConfigureDisplayMode(config, 2, 12);
-    CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
-    EXPECT_EQ(callbacks.delivered(),
-              (Callbacks{{1, begin}, {2, begin}, {1, 0}, {2, kCGDisplaySetModeFlag}}));
-}
-
-TEST_F(Configuration, WithAModeThatTheDisplayLacksFailsAsAWhole) {
-    CallbackRecorder callbacks;
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 2, 0, -1024);
-    EXPECT_EQ(CGSConfigureDisplayMode(config, 2, 99), kCGErrorSuccess);
-    EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession),
-              kCGErrorIllegalArgument);
-    EXPECT_EQ(callbacks.delivered(), Callbacks{});
-    EXPECT_EQ(simulator::machine(), before_);
-}
-
 TEST_F(Configuration, BeginThatFailsGivesNoHandle) {
     simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}, {"times", 1}});
     CGDisplayConfigRef config = nullptr;
@@ -209,39 +216,6 @@ TEST_F(Configuration, BeginThatFailsGivesNoHandle) {
     EXPECT_EQ(config, nullptr);
     EXPECT_EQ(callLines(), (Lines{"CGBeginDisplayConfiguration [] = 1000",
                                   "CGBeginDisplayConfiguration [] = 0"}));
-}
-
-TEST_F(Configuration, CompletionThatFailsEndsItWithoutEffect) {
-    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
-    CallbackRecorder callbacks;
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 2, 0, -1024);
-    EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession),
-              kCGErrorCannotComplete);
-    EXPECT_EQ(simulator::openConfigurations(), 0U);
-    EXPECT_EQ(callbacks.delivered(), Callbacks{});
-    EXPECT_EQ(simulator::machine(), before_);
-    EXPECT_EQ(callLines().back(), "CGCompleteDisplayConfiguration [1] = 1004");
-}
-
-TEST_F(Configuration, CompletionMayClaimToFailAndYetWork) {
-    simulator::addFault(
-        {{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}, {"effect", true}});
-    CGDisplayConfigRef config = started();
-    CGConfigureDisplayOrigin(config, 2, 0, -1024);
-    EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession),
-              kCGErrorCannotComplete);
-    EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(2), CGRectMake(0, -1024, 1280, 1024)));
-}
-
-TEST_F(Configuration, OriginThatIsLostLeavesTheDisplay) {
-    simulator::addFault(
-        {{"call", "CGConfigureDisplayOrigin"}, {"effect", false}, {"skip", 1}, {"times", 1}});
-    CGDisplayConfigRef config = started();
-    EXPECT_EQ(CGConfigureDisplayOrigin(config, 1, 0, 0), kCGErrorSuccess);
-    EXPECT_EQ(CGConfigureDisplayOrigin(config, 2, 5, 5), kCGErrorSuccess);
-    CGCompleteDisplayConfiguration(config, kCGConfigureForSession);
-    EXPECT_EQ(simulator::machine(), before_);
 }
 
 }  // namespace
