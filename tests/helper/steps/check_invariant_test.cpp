@@ -77,6 +77,25 @@ TEST(CheckInvariant, AfterARunOfTolvaranEveryArrangementIsTriedAgain) {
     }
 }
 
+TEST(CheckInvariant, OnceOtherDisplaysWereConnectedEveryArrangementIsTriedAgain) {
+    const json saved{{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})},
+                     {sig({3}), entries({{3, 0, -300}})}};
+    ArrangementCheck invariant(three);
+    invariant.save(saved);
+    do {
+        invariant.run();
+    } while (!invariant.takeCalls().empty());
+    json third = mac(three)["displays"][2];
+    simulator::perform({{"disconnect", 3}});
+    invariant.run();
+    simulator::perform({{"connect", third}});
+    simulator::perform({{"arrange", {{"2", {100, 100}}, {"3", {200, 200}}}}});
+    invariant.takeCalls();
+    invariant.run();
+    EXPECT_EQ(invariant.takeCalls(),
+              moveCalls({{1, 0, 0}, {3, 0, -100}}) + moveCalls({{3, 0, -300}}));
+}
+
 // Naming the displays.
 
 TEST(CheckInvariant, TwinsGoByTheirPorts) {
