@@ -11,7 +11,7 @@
 // The full length is 6: more than a million sequences. Builds with sanitizers are slower and stop
 // earlier (TOLVARAN_LEASE_WALK_LENGTH in CMakeLists.txt). The second test has no such limit: it
 // goes on until no letter leads to a new moment. That covers sequences of every length, with more
-// letters.
+// letters, and it also compares the calls to the Mac.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -47,8 +47,8 @@ enum class Kind {
     writeFails,
     removeFails,
     dockRefuses,  // the Dock's setter does nothing
-    // The snapshot's file is removed.
-    loseFile,
+    loseFile,     // the snapshot's file is removed
+    dockForgets,  // the Dock's live corners are the user's again, as after its restart
 };
 
 struct Letter {
@@ -60,8 +60,8 @@ struct Letter {
 
     std::string text() const {
         const std::array names = {
-            "enter",      "exit",        "restoreIfPending", "restart", "synchronizeFails",
-            "writeFails", "removeFails", "dockRefuses",      "loseFile"};
+            "enter",      "exit",        "restoreIfPending", "restart",  "synchronizeFails",
+            "writeFails", "removeFails", "dockRefuses",      "loseFile", "dockForgets"};
         const std::string name = names.at(static_cast<std::size_t>(kind));
         return hasOwner() ? name + " " + rawValue(owner) : name;
     }
@@ -84,6 +84,7 @@ const std::vector<Letter> furtherLetters = {
     {Kind::removeFails},
     {Kind::dockRefuses},
     {Kind::loseFile},
+    {Kind::dockForgets},
 };
 
 /// What makes the next operation fail, as a fault of the Mac.
@@ -98,9 +99,26 @@ const std::map<Kind, json> faults = {
 struct Answer {
     std::string result;
     Lines log;
-
-    bool operator==(const Answer&) const = default;
+    std::vector<const Lines*> calls;  // those that are expected, in parts
 };
+
+// The calls that writing the corners causes, in parts: their preferences, whether the system
+// synchronises them, and then the Dock's own functions.
+const Lines readsDock = {readsCorners};
+const Lines announced = announces(true);
+const Lines refused = announces(false);
+const Lines storesSuppression = writesDisabledPreferences();
+const Lines storesUsersCorners = writesUsersPreferences();
+const Lines setsSuppression = setsCorners({1, 1, 1, 1}, {0, 0, 0, 0});
+const Lines setsUsersCorners = setsCorners({5, 2, 1, 13}, {1048576, 0, 131072, 524288});
+
+Lines joined(const std::vector<const Lines*>& parts) {
+    Lines lines;
+    for (const Lines* part : parts) {
+        lines.insert(lines.end(), part->begin(), part->end());
+    }
+    return lines;
+}
 
 // --- The model.
 
@@ -122,7 +140,7 @@ class Model {
 
     Answer perform(const Letter& letter) {
         Answer answer;
-        answer.result = performed(letter, answer.log);
+        answer.result = performed(letter, answer);
         if (letter.isOperation()) {
             troubles.clear();
         }
@@ -130,20 +148,23 @@ class Model {
     }
 
   private:
-    std::string performed(const Letter& letter, Lines& log) {
+    std::string performed(const Letter& letter, Answer& answer) {
         switch (letter.kind) {
             case Kind::enter:
-                return enter(letter.owner, log);
+                return enter(letter.owner, answer);
             case Kind::exit:
-                return exit(letter.owner, log);
+                return exit(letter.owner, answer);
             case Kind::restoreIfPending:
-                return restoreIfPending(log) ? "true" : "false";
+                return restoreIfPending(answer) ? "true" : "false";
             case Kind::restart:
                 owners.clear();
                 inMemory = false;
                 return "";
             case Kind::loseFile:
                 onDisk = false;
+                return "";
+            case Kind::dockForgets:
+                dockSuppressed = false;
                 return "";
             default:
                 troubles.insert(letter.kind);
@@ -152,20 +173,28 @@ class Model {
     }
 
     /// Writes the corners. @return whether that has certainly worked
-    bool write(bool suppress) {
+    bool write(bool suppress, Answer& answer) {
         preferencesSuppressed = suppress;
+        answer.calls.push_back(suppress ? &storesSuppression : &storesUsersCorners);
         if (troubles.contains(Kind::synchronizeFails)) {
+            answer.calls.push_back(&refused);
             return false;
         }
+        answer.calls.insert(
+            answer.calls.end(),
+            {&announced, suppress ? &setsSuppression : &setsUsersCorners, &readsDock});
         if (!troubles.contains(Kind::dockRefuses)) {
             dockSuppressed = suppress;
         }
         return dockSuppressed == suppress;
     }
 
-    bool suppress() { return write(true); }
-    bool restore() { return write(false); }
-    bool ensureSuppressed() { return (preferencesSuppressed && dockSuppressed) || suppress(); }
+    bool suppress(Answer& answer) { return write(true, answer); }
+    bool restore(Answer& answer) { return write(false, answer); }
+    bool ensureSuppressed(Answer& answer) {
+        answer.calls.push_back(&readsDock);
+        return (preferencesSuppressed && dockSuppressed) || suppress(answer);
+    }
 
     /// Puts the snapshot on disk. @return whether it is there
     bool save() {
@@ -184,31 +213,32 @@ class Model {
     }
 
     /// Keeps the snapshot in both places; a failure is logged as one of `operation`.
-    void retain(const std::string& operation, Lines& log) {
+    void retain(const std::string& operation, Answer& answer) {
         inMemory = true;
         if (!save()) {
-            log.push_back("warn: hot-corner " + operation +
-                          " could not re-persist its recovery snapshot: " + writeError());
+            answer.log.push_back("warn: hot-corner " + operation +
+                                 " could not re-persist its recovery snapshot: " + writeError());
         }
     }
 
-    std::string enter(Owner owner, Lines& log) {
+    std::string enter(Owner owner, Answer& answer) {
         const std::string syncFailed =
             "could not sync com.apple.dock prefs after writing wvous-*-corner";
         if (owners.empty()) {
-            if ((inMemory || onDisk) && !restoreIfPending(log)) {
-                log.push_back("warn: hot-corner enter: pending snapshot at " + path_ +
-                              " could not be restored (corrupt file or Dock sync failed); "
-                              "refusing to overwrite with fresh snapshot");
+            if ((inMemory || onDisk) && !restoreIfPending(answer)) {
+                answer.log.push_back("warn: hot-corner enter: pending snapshot at " + path_ +
+                                     " could not be restored (corrupt file or Dock sync failed); "
+                                     "refusing to overwrite with fresh snapshot");
                 return syncFailed;
             }
+            answer.calls.push_back(&readsDock);
             if (troubles.contains(Kind::writeFails)) {
                 return writeError();
             }
             onDisk = true;
             inMemory = true;
-            if (!suppress()) {
-                if (restore()) {
+            if (!suppress(answer)) {
+                if (restore(answer)) {
                     forget();
                 }
                 return syncFailed;
@@ -218,7 +248,7 @@ class Model {
             if (!save()) {
                 return writeError();
             }
-            if (!(owners.contains(owner) ? ensureSuppressed() : suppress())) {
+            if (!(owners.contains(owner) ? ensureSuppressed(answer) : suppress(answer))) {
                 return syncFailed;
             }
         }
@@ -226,24 +256,24 @@ class Model {
         return "entered";
     }
 
-    std::string exit(Owner owner, Lines& log) {
+    std::string exit(Owner owner, Answer& answer) {
         if (owners.erase(owner) == 0) {
             return "noLease";
         }
-        retain("release", log);
+        retain("release", answer);
         if (owners.empty()) {
-            if (restore()) {
+            if (restore(answer)) {
                 forget();
                 return "restored";
             }
-            log.push_back(kept("exit"));
+            answer.log.push_back(kept("exit"));
             return "restoreFailed";
         }
         if (!onDisk) {
             return "suppressionReassertFailed";
         }
-        if (!ensureSuppressed()) {
-            log.push_back(
+        if (!ensureSuppressed(answer)) {
+            answer.log.push_back(
                 "warn: hot-corner release could not refresh native suppression while other owners "
                 "remain");
             return "suppressionReassertFailed";
@@ -251,18 +281,18 @@ class Model {
         return "suppressionMaintained";
     }
 
-    bool restoreIfPending(Lines& log) {
+    bool restoreIfPending(Answer& answer) {
         if (!owners.empty()) {
-            log.push_back(
+            answer.log.push_back(
                 "warn: hot-corner restoreIfPending refused while suppression leases remain active");
             return false;
         }
         if (!inMemory && !onDisk) {
             return false;
         }
-        retain("restoreIfPending", log);
-        if (!restore()) {
-            log.push_back(kept("restoreIfPending"));
+        retain("restoreIfPending", answer);
+        if (!restore(answer)) {
+            answer.log.push_back(kept("restoreIfPending"));
             return false;
         }
         forget();
@@ -317,8 +347,14 @@ const char* fastDirectory() {
     return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
 }
 
+/// What is compared after each step: everything that the future depends on, or also the calls and
+/// every question that the leases answer, which takes longer.
+enum class Scrutiny { state, everything };
+
 class Walk {
   public:
+    explicit Walk(Scrutiny scrutiny) : scrutiny_(scrutiny) {}
+
     const Moment& start() const { return start_; }
     std::size_t steps() const { return steps_; }
 
@@ -336,6 +372,10 @@ class Walk {
         EXPECT_EQ(answer.result, expected.result) << after.sequence;
         EXPECT_EQ(answer.log, expected.log) << after.sequence;
         compare(after);
+        if (scrutiny_ == Scrutiny::everything) {
+            EXPECT_EQ(callLines(), joined(expected.calls)) << after.sequence;
+            compareFurther(after);
+        }
         return after;
     }
 
@@ -386,7 +426,7 @@ class Walk {
             }
         }
         std::string result = performed(letter);
-        return {std::move(result), process_.takeLog()};
+        return {std::move(result), process_.takeLog(), {}};
     }
 
     std::string performed(const Letter& letter) {
@@ -402,6 +442,9 @@ class Walk {
                 return "";
             case Kind::loseFile:
                 std::filesystem::remove(path_);
+                return "";
+            case Kind::dockForgets:
+                simulator::set({{"dock", usersMac()["dock"]}});
                 return "";
             default:
                 return "";
@@ -443,6 +486,13 @@ class Walk {
             << "the user's corners are lost" << after.sequence;
     }
 
+    void compareFurther(const Moment& after) {
+        const Model& model = after.model;
+        EXPECT_EQ(DockHotCornerOverride::isActive(), !model.owners.empty()) << after.sequence;
+        EXPECT_EQ(DockHotCornerOverride::hasRecoveryState(path_), model.inMemory || model.onDisk)
+            << after.sequence;
+    }
+
     simulator::Machine machine(const json& mac) {
         process_.start(mac);
         return simulator::mac();
@@ -456,6 +506,7 @@ class Walk {
         return mac;
     }
 
+    Scrutiny scrutiny_;
     ScopedEnvironment temporary_{"TMPDIR", fastDirectory()};
     SimulatedProcess process_;
     std::string path_ = process_.state("hot-corners-snapshot.json");
@@ -468,7 +519,7 @@ class Walk {
 // --- The tests.
 
 TEST(HotCornerLeaseWalk, NeverLosesTheUsersCornersInAnySequence) {
-    Walk walk;
+    Walk walk(Scrutiny::state);
     EXPECT_EQ(walk.explore(walk.start(), TOLVARAN_LEASE_WALK_LENGTH),
               Walk::sequenceCount(TOLVARAN_LEASE_WALK_LENGTH));
     RecordProperty("steps", std::to_string(walk.steps()));
@@ -485,7 +536,7 @@ bool takesTheLastCopy(const Model& model, const Letter& letter) {
 TEST(HotCornerLeaseStates, NeverLoseTheUsersCornersInASequenceOfAnyLength) {
     std::vector<Letter> all = letters;
     all.insert(all.end(), furtherLetters.begin(), furtherLetters.end());
-    Walk walk;
+    Walk walk(Scrutiny::everything);
     std::vector<Moment> moments = {walk.start()};
     for (std::size_t next = 0; next < moments.size() && !HasFailure(); ++next) {
         const Moment before = moments[next];
@@ -501,7 +552,7 @@ TEST(HotCornerLeaseStates, NeverLoseTheUsersCornersInASequenceOfAnyLength) {
             }
         }
     }
-    EXPECT_GT(moments.size(), 300U);
+    EXPECT_GT(moments.size(), 500U);
     RecordProperty("moments", std::to_string(moments.size()));
 }
 
