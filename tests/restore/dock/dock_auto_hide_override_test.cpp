@@ -177,6 +177,22 @@ TEST_F(DockAutoHide, ForcesTheDockBackAgainWhileTheMarkerCannotBeRemoved) {
     EXPECT_FALSE(DockAutoHideOverride::isPending(marker_));
 }
 
+TEST_F(DockAutoHide, LeavesAMarkerThatIsWrittenDuringItsRestore) {
+    const std::string newer = R"({"version":1,"restoreTo":false})";
+    dockHides(false);
+    DockAutoHideOverride::markPending(true, marker_);
+    simulator::onCall("CoreDockSetAutoHideEnabled", [&] {
+        std::filesystem::remove(marker_);
+        writeFile(marker_, newer);
+    });
+    EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
+    EXPECT_EQ(takeLog(),
+              (Lines{"info: dock auto-hide restoreIfPending: forced back to true",
+                     "info: dock auto-hide restoreIfPending: marker was changed by another process "
+                     "meanwhile and is left alone"}));
+    EXPECT_EQ(readFile(marker_), newer);
+}
+
 TEST_F(DockAutoHide, HasItsMarkerInTheStateDirectory) {
     EXPECT_EQ(DockAutoHideOverride::defaultSnapshotPath(), marker_);
 }
