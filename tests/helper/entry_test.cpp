@@ -6,22 +6,18 @@
 
 #include <algorithm>
 #include <csignal>
-#include <nlohmann/json.hpp>
 
 #include "restore/paths/restore_log.hpp"
 #include "simulator/host/file_calls.hpp"
-#include "simulator/simulator.hpp"
+#include "tests/helper/helper_test.hpp"
 #include "tests/support/other_process.hpp"
-#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
 
-const json running = {
-    {"applications", json::array({{{"bundle", nullptr}, {"pid", 7}},
-                                  {{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
+const json running = whileTolvaranRuns({812});
 
 /// From now on collects what others can see a helper process do, in order: opening its log, the
 /// calls that tie it to its Mac, the lines of the log, and each heartbeat.
@@ -86,9 +82,9 @@ TEST(Entry, DoesNotTakeThePlaceOfAClosedStandardStream) {
     int status = -1;
     ::waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(process.takeLog(), (Lines{"info: Helper starting (pid " + std::to_string(child) + ")",
-                                        "info: Tolvaran already running at helper start (pid 812)",
-                                        "info: Watching PROC_EXIT for Tolvaran pid 812"}));
+    EXPECT_EQ(process.takeLog(),
+              (Lines{"info: Helper starting (pid " + std::to_string(child) + ")",
+                     "info: Tolvaran already running at helper start (pid 812)", watches(812)}));
 }
 
 TEST(Entry, LogsWhatTheLibrarySaysInItsLevel) {

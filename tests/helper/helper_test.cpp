@@ -1,216 +1,144 @@
-#include "helper/helper.hpp"
+#include "tests/helper/helper_test.hpp"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
-#include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
+#include <cmath>
 
 #include "restore/paths/helper_heartbeat.hpp"
-#include "simulator/simulator.hpp"
-#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
 
-const json runningTolvaran = {
-    {"applications", json::array({{{"bundle", nullptr}, {"pid", 7}},
-                                  {{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
-
+const json empty = json::object();
 const std::string starting = "info: Helper starting (pid " + std::to_string(::getpid()) + ")";
+const std::string alreadyRunning = "info: Tolvaran already running at helper start (pid 812)";
+const std::string notRunning =
+    "info: Tolvaran not running at helper start; running cold-start check";
 
-int countOf(const Lines& lines, const std::string& line) {
-    return static_cast<int>(std::count(lines.begin(), lines.end(), line));
+/// The event of a change of a display.
+json reconfigures(int display, CGDisplayChangeSummaryFlags flags) {
+    return {{"reconfigure", {{"display", display}, {"flags", flags}}}};
 }
 
-std::string cursorLine(const std::string& tag) {
-    return "info: restoreCursorAssociation [" + tag + "]: re-associated cursor";
-}
-
-std::int64_t heartbeatAt(double seconds) {
-    return std::llround((HelperHeartbeat::currentDate() - simulator::now() + seconds) * 1000);
-}
-
-TEST(Helper, BeginsWithEveryFieldEmpty) {
-    const HelperProcess process;
-    const auto helper = Helper::make();
-    EXPECT_FALSE(helper->processSource);
-    EXPECT_FALSE(helper->watchedPID.has_value());
-    EXPECT_FALSE(helper->safetyTimer);
-    EXPECT_FALSE(helper->launchObserver.has_value());
-    EXPECT_FALSE(helper->terminateObserver.has_value());
-    EXPECT_FALSE(helper->wakeObserver.has_value());
-}
-
-TEST(Helper, WithTolvaranRunningItWatchesAndRestoresNothing) {
-    HelperProcess process(runningTolvaran);
-    const auto helper = Helper::make();
-    helper->start();
-    EXPECT_EQ(process.takeLog(),
-              (Lines{starting, "info: Tolvaran already running at helper start (pid 812)",
-                     "info: Watching PROC_EXIT for Tolvaran pid 812"}));
-    EXPECT_EQ(callNames(), Lines{});
-    EXPECT_EQ(readFile(process.state(".helper-heartbeat")), std::to_string(heartbeatAt(0)));
-}
-
-TEST(Helper, WithoutTolvaranItRestoresOnceAndWatchesNothing) {
-    HelperProcess process;
-    const auto helper = Helper::make();
-    helper->start();
-    const Lines lines = process.takeLog();
-    EXPECT_EQ(lines[0], starting);
-    EXPECT_EQ(lines[1], "info: Tolvaran not running at helper start; running cold-start check");
-    EXPECT_EQ(
-        lines[2],
-        "debug: checkInvariant [cold-start]: hardware not a Tolvaran layout, invariant holds");
-    EXPECT_EQ(lines.back(), cursorLine("cold-start"));
-    EXPECT_EQ(countOf(lines, cursorLine("cold-start")), 1);
-    EXPECT_FALSE(helper->watchedPID.has_value());
-}
-
-TEST(Helper, AnInstanceThatIsFlaggedTerminatedIsNotRunning) {
-    HelperProcess process(runningTolvaran);
-    simulator::perform({{"terminated", 812}});
-    const auto helper = Helper::make();
-    helper->start();
-    EXPECT_EQ(process.takeLog()[1],
-              "info: Tolvaran not running at helper start; running cold-start check");
-}
-
-TEST(Helper, TheSafetyTickComesEverySixtySeconds) {
-    HelperProcess process;
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
-    simulator::advance(59.999);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    EXPECT_EQ(readFile(process.state(".helper-heartbeat")), std::to_string(heartbeatAt(0)));
-    simulator::advance(0.001);
-    EXPECT_EQ(countOf(process.takeLog(), cursorLine("safety-tick")), 1);
-    EXPECT_EQ(readFile(process.state(".helper-heartbeat")), std::to_string(heartbeatAt(60)));
-    simulator::advance(3600);
-    EXPECT_EQ(countOf(process.takeLog(), cursorLine("safety-tick")), 60);
-}
-
-TEST(Helper, TheTickSkipsWhileTolvaranRuns) {
-    HelperProcess process(runningTolvaran);
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
-    simulator::advance(60);
-    Lines expected;
-    for (const std::string step : {"checkInvariant", "restoreMenuBar", "restoreHotCorners",
-                                   "restoreDockAutoHide", "restoreCursorAssociation"}) {
-        expected.push_back("debug: " + step +
-                           " [safety-tick]: Tolvaran running (pid 812), skipping");
+class HelperStart : public HelperTest {
+  protected:
+    /// How many restore runs with this tag have ended during these seconds.
+    std::ptrdiff_t runs(const std::string& tag, double seconds) {
+        return std::ranges::count(logOf(seconds), reassociatesCursor(tag));
     }
-    EXPECT_EQ(process.takeLog(), expected);
+
+    /// Expects the heartbeat of so many seconds after the start.
+    void expectHeartbeatAt(double seconds) const {
+        const double start = HelperHeartbeat::currentDate() - simulator::now();
+        EXPECT_EQ(readFile(state(".helper-heartbeat")),
+                  std::to_string(std::llround((start + seconds) * 1000)));
+    }
+};
+
+TEST_F(HelperStart, BeginsWithEveryFieldEmpty) {
+    makeOn(empty);
+    EXPECT_FALSE(helper_->processSource);
+    EXPECT_FALSE(helper_->watchedPID.has_value());
+    EXPECT_FALSE(helper_->safetyTimer);
+    EXPECT_FALSE(helper_->launchObserver.has_value());
+    EXPECT_FALSE(helper_->terminateObserver.has_value());
+    EXPECT_FALSE(helper_->wakeObserver.has_value());
+}
+
+TEST_F(HelperStart, WithTolvaranRunningItWatchesAndRestoresNothing) {
+    EXPECT_EQ(startOn(whileTolvaranRuns({812})), (Lines{starting, alreadyRunning, watches(812)}));
+    EXPECT_EQ(callNames(), Lines{});
+    expectHeartbeatAt(0);
+}
+
+TEST_F(HelperStart, WithoutTolvaranItRestoresOnceAndWatchesNothing) {
+    EXPECT_EQ(startOn(empty), (Lines{starting, notRunning} + restoreRun("cold-start")));
+    EXPECT_FALSE(helper_->watchedPID.has_value());
+}
+
+TEST_F(HelperStart, AnInstanceThatIsFlaggedTerminatedIsNotRunning) {
+    makeOn(whileTolvaranRuns({812}));
+    simulator::perform({{"terminated", 812}});
+    helper_->start();
+    EXPECT_EQ(takeLog()[1], notRunning);
+}
+
+TEST_F(HelperStart, TheSafetyTickComesEverySixtySeconds) {
+    startOn(empty);
+    EXPECT_EQ(logOf(59.999), Lines{});
+    expectHeartbeatAt(0);
+    EXPECT_EQ(runs("safety-tick", 0.001), 1);
+    expectHeartbeatAt(60);
+    EXPECT_EQ(runs("safety-tick", 3600), 60);
+}
+
+TEST_F(HelperStart, TheTickSkipsWhileTolvaranRuns) {
+    startOn(whileTolvaranRuns({812}));
+    EXPECT_EQ(logOf(60), skippedRun("safety-tick", 812));
     EXPECT_EQ(callNames(), Lines{});
 }
 
-TEST(Helper, EachEndOfAReconfigurationGetsItsRun) {
-    HelperProcess process;
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
-    simulator::perform(
-        {{"reconfigure", {{"display", 1}, {"flags", kCGDisplayBeginConfigurationFlag}}}});
-    simulator::advance(1);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    simulator::perform(
-        {{"reconfigure",
-          {{"display", 1}, {"flags", kCGDisplayBeginConfigurationFlag | kCGDisplayMovedFlag}}}});
-    simulator::advance(1);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    simulator::perform({{"reconfigure", {{"display", 1}, {"flags", kCGDisplayMovedFlag}}}});
-    simulator::perform({{"reconfigure", {{"display", 2}, {"flags", 0}}}});
-    simulator::advance(1);
-    EXPECT_EQ(countOf(process.takeLog(), cursorLine("display-reconfig")), 2);
+TEST_F(HelperStart, EachEndOfAReconfigurationGetsItsRun) {
+    startOn(empty);
+    EXPECT_EQ(logOf(reconfigures(1, kCGDisplayBeginConfigurationFlag), 1), Lines{});
+    EXPECT_EQ(logOf(reconfigures(1, kCGDisplayBeginConfigurationFlag | kCGDisplayMovedFlag), 1),
+              Lines{});
+    simulator::perform(reconfigures(1, kCGDisplayMovedFlag));
+    simulator::perform(reconfigures(2, 0));
+    EXPECT_EQ(runs("display-reconfig", 1), 2);
 }
 
-TEST(Helper, TheCallbackOnlyQueuesTheRun) {
-    HelperProcess process;
+TEST_F(HelperStart, TheCallbackOnlyQueuesTheRun) {
     reconfigurationCallback(1, kCGDisplayMovedFlag, nullptr);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    simulator::advance(0);
-    EXPECT_EQ(countOf(process.takeLog(), cursorLine("display-reconfig")), 1);
+    EXPECT_EQ(takeLog(), Lines{});
+    EXPECT_EQ(runs("display-reconfig", 0), 1);
 }
 
-TEST(Helper, AWakeTouchesTheHeartbeatAndRestoresNothing) {
-    HelperProcess process;
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
+TEST_F(HelperStart, AWakeTouchesTheHeartbeatAndRestoresNothing) {
+    startOn(empty);
     simulator::advance(12.5);
-    simulator::perform({{"wake", true}});
-    simulator::advance(0);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    EXPECT_EQ(readFile(process.state(".helper-heartbeat")), std::to_string(heartbeatAt(12.5)));
+    EXPECT_EQ(logOf({{"wake", true}}), Lines{});
+    expectHeartbeatAt(12.5);
 }
 
-TEST(Helper, ALaunchArmsTheWatchAndOtherApplicationsDoNot) {
-    HelperProcess process;
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
-    simulator::perform({{"launch", {{"bundle", "com.other"}, {"pid", 5}}}});
-    simulator::perform({{"launch", {{"bundle", nullptr}, {"pid", 6}}}});
-    simulator::advance(0);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    simulator::perform({{"launch", {{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}}});
-    simulator::advance(0);
-    EXPECT_EQ(process.takeLog(), (Lines{"info: Tolvaran launched (pid 812)",
-                                        "info: Watching PROC_EXIT for Tolvaran pid 812"}));
+TEST_F(HelperStart, ALaunchArmsTheWatchAndOtherApplicationsDoNot) {
+    startOn(empty);
+    EXPECT_EQ(logOf(launch(5, "com.other")), Lines{});
+    EXPECT_EQ(logOf(launch(6, nullptr)), Lines{});
+    EXPECT_EQ(logOf(launch(812)), (Lines{"info: Tolvaran launched (pid 812)", watches(812)}));
 }
 
-TEST(Helper, ATerminationAloneRestoresNothing) {
-    HelperProcess process(runningTolvaran);
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
-    simulator::perform({{"terminated", 812}});
-    simulator::advance(1);
-    EXPECT_EQ(process.takeLog(), Lines{"debug: NSWorkspace reports Tolvaran terminated (pid 812)"});
-    EXPECT_EQ(helper->watchedPID, 812);
+TEST_F(HelperStart, ATerminationAloneRestoresNothing) {
+    startOn(whileTolvaranRuns({812}));
+    EXPECT_EQ(logOf({{"terminated", 812}}, 1),
+              Lines{"debug: NSWorkspace reports Tolvaran terminated (pid 812)"});
+    EXPECT_EQ(helper_->watchedPID, 812);
 }
 
-TEST(Helper, OnceItIsGoneLaunchesAreIgnored) {
-    HelperProcess process;
-    auto helper = Helper::make();
-    helper->start();
-    auto launchObserver = std::move(helper->launchObserver);
-    auto terminateObserver = std::move(helper->terminateObserver);
-    helper.reset();
-    process.takeLog();
-    simulator::perform({{"launch", {{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}}});
-    simulator::perform({{"exit", 812}});
-    simulator::advance(0);
-    EXPECT_EQ(process.takeLog(), Lines{});
+TEST_F(HelperStart, OnceItIsGoneLaunchesAreIgnored) {
+    startOn(empty);
+    auto launchObserver = std::move(helper_->launchObserver);
+    auto terminateObserver = std::move(helper_->terminateObserver);
+    helper_.reset();
+    simulator::perform(launch(812));
+    EXPECT_EQ(logOf({{"exit", 812}}), Lines{});
 }
 
-TEST(Helper, CarriesOnWithoutTheReconfigurationCallback) {
-    HelperProcess process(runningTolvaran);
+TEST_F(HelperStart, CarriesOnWithoutTheReconfigurationCallback) {
+    makeOn(whileTolvaranRuns({812}));
     simulator::addFault({{"call", "CGDisplayRegisterReconfigurationCallback"}, {"result", 1001}});
-    const auto helper = Helper::make();
-    helper->start();
-    EXPECT_EQ(process.takeLog(),
+    helper_->start();
+    EXPECT_EQ(takeLog(),
               (Lines{starting, "error: CGDisplayRegisterReconfigurationCallback failed: 1001",
-                     "info: Tolvaran already running at helper start (pid 812)",
-                     "info: Watching PROC_EXIT for Tolvaran pid 812"}));
+                     alreadyRunning, watches(812)}));
 }
 
-TEST(Helper, AStateDirectoryThatIsAFileStopsNothing) {
-    HelperProcess process;
-    const std::string heartbeat = process.state(".helper-heartbeat");
-    writeFile(heartbeat.substr(0, heartbeat.rfind('/')), "");
-    const auto helper = Helper::make();
-    helper->start();
-    EXPECT_EQ(process.takeLog().back(), cursorLine("cold-start"));
+TEST_F(HelperStart, AStateDirectoryThatIsAFileStopsNothing) {
+    writeFile(path("State"), "");
+    EXPECT_EQ(startOn(empty).back(), reassociatesCursor("cold-start"));
 }
 
 }  // namespace

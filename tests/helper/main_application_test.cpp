@@ -55,6 +55,7 @@ const std::vector<Row> rows = {
     {"the excluded one", json::array({tolvaran(812)}), 812, {}},
     {"a terminated one", json::array({tolvaran(812, true)}), {}, {}},
     {"the first of two", {tolvaran(900), tolvaran(812)}, {}, 900},
+    {"the first, the second excluded", {tolvaran(900), tolvaran(812)}, 812, 900},
     {"the second, the first excluded", {tolvaran(900), tolvaran(812)}, 900, 812},
     {"the second, the first terminated", {tolvaran(900, true), tolvaran(812)}, {}, 812},
     {"one terminated, the other excluded", {tolvaran(900, true), tolvaran(812)}, 812, {}},

@@ -1,111 +1,60 @@
 // The watch on the main application's process, from launch to restore.
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
-
-#include "helper/helper.hpp"
-#include "helper/main_application.hpp"
 #include "simulator/loop/workspace_events.hpp"
-#include "simulator/simulator.hpp"
+#include "tests/helper/helper_test.hpp"
 #include "tests/support/other_process.hpp"
-#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
-using nlohmann::json;
+std::string launched(pid_t pid) {
+    return "info: Tolvaran launched (pid " + std::to_string(pid) + ")";
+}
 
-constexpr const char* tolvaranBundle = "com.morvelli.Tolvaran";
+std::string exitFired(pid_t pid) {
+    return "info: PROC_EXIT fired for Tolvaran (pid " + std::to_string(pid) + ")";
+}
 
-json applications(const std::vector<pid_t>& pids) {
-    json list =
-        json::array({{{"bundle", nullptr}, {"pid", 1}}, {{"bundle", "com.other"}, {"pid", 2}}});
-    for (const pid_t pid : pids) {
-        list.push_back({{"bundle", tolvaranBundle}, {"pid", pid}});
+class ProcessWatch : public HelperTest {
+  protected:
+    /// Watches a process with a helper that observes nothing else, beside these instances.
+    /// @return what is logged
+    Lines watch(pid_t pid, const std::vector<pid_t>& instances) {
+        makeOn(whileTolvaranRuns(instances));
+        helper_->watch(pid);
+        return takeLog();
     }
-    return {{"applications", list}};
-}
 
-json launch(pid_t pid, const char* bundle = tolvaranBundle) {
-    return {{"launch", {{"bundle", bundle}, {"pid", pid}}}};
-}
-
-/// The lines of one restore run on a Mac with nothing to put back.
-Lines restored(const std::string& tag) {
-    return {"debug: checkInvariant [" + tag + "]: hardware not a Tolvaran layout, invariant holds",
-            "info: restoreCursorAssociation [" + tag + "]: re-associated cursor"};
-}
-
-/// The lines of one restore run that finds instance `pid` alive.
-Lines skipped(const std::string& tag, pid_t pid) {
-    Lines lines;
-    for (const std::string step : {"checkInvariant", "restoreMenuBar", "restoreHotCorners",
-                                   "restoreDockAutoHide", "restoreCursorAssociation"}) {
-        lines.push_back("debug: " + step + " [" + tag + "]: Tolvaran running (pid " +
-                        std::to_string(pid) + "), skipping");
+    /// Tells the helper of a launch. @return what is logged
+    Lines tellOfLaunch(pid_t pid) {
+        helper_->mainAppLaunched(pid);
+        return takeLog();
     }
-    return lines;
-}
+};
 
-TEST(MainApplication, IsTheFirstLiveInstanceInListingOrder) {
-    const HelperProcess process(applications({30, 20, 10}));
-    EXPECT_EQ(runningMainAppPID(std::nullopt), 30);
-    EXPECT_EQ(runningMainAppPID(30), 20);
-    EXPECT_EQ(runningMainAppPID(20), 30);
-    EXPECT_TRUE(isMainAppPIDAlive(10));
-    EXPECT_FALSE(isMainAppPIDAlive(2));
-    simulator::perform({{"terminated", 30}});
-    EXPECT_EQ(runningMainAppPID(std::nullopt), 20);
-    EXPECT_EQ(runningMainAppPID(20), 10);
-    EXPECT_FALSE(isMainAppPIDAlive(30));
-}
-
-TEST(MainApplication, IsNoneWithoutALiveInstance) {
-    const HelperProcess process(applications({30}));
-    EXPECT_EQ(runningMainAppPID(30), std::nullopt);
-    simulator::perform({{"exit", 30}});
-    EXPECT_EQ(runningMainAppPID(std::nullopt), std::nullopt);
-}
-
-TEST(ProcessWatch, ANotificationWithoutAnApplicationIsIgnored) {
-    HelperProcess process(applications({812}));
-    const auto helper = Helper::make();
-    helper->start();
-    process.takeLog();
+TEST_F(ProcessWatch, ANotificationWithoutAnApplicationIsIgnored) {
+    startOn(whileTolvaranRuns({812}));
     simulator::postLaunch(std::nullopt);
     simulator::postTermination(std::nullopt);
-    simulator::advance(0);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    EXPECT_EQ(helper->watchedPID, 812);
+    EXPECT_EQ(logOf(0), Lines{});
+    EXPECT_EQ(helper_->watchedPID, 812);
 }
 
-TEST(ProcessWatch, ACrashIsRestoredOnceAfterTheGrace) {
-    HelperProcess process(applications({812}));
-    const auto helper = Helper::make();
-    helper->watch(812);
-    EXPECT_EQ(process.takeLog(), Lines{"info: Watching PROC_EXIT for Tolvaran pid 812"});
-    EXPECT_EQ(helper->watchedPID, 812);
-    EXPECT_TRUE(helper->processSource);
+TEST_F(ProcessWatch, ACrashIsRestoredOnceAfterTheGrace) {
+    EXPECT_EQ(watch(812, {812}), Lines{watches(812)});
+    EXPECT_EQ(helper_->watchedPID, 812);
+    EXPECT_TRUE(helper_->processSource);
 
-    simulator::perform({{"exit", 812}});
-    simulator::advance(0.199);
-    EXPECT_EQ(process.takeLog(), Lines{"info: PROC_EXIT fired for Tolvaran (pid 812)"});
-    EXPECT_EQ(helper->watchedPID, std::nullopt);
-    EXPECT_FALSE(helper->processSource);
-    simulator::advance(0.001);
-    EXPECT_EQ(process.takeLog(), restored("proc-exit"));
-    simulator::advance(100);
-    EXPECT_EQ(process.takeLog(), Lines{});
+    EXPECT_EQ(logOf({{"exit", 812}}, 0.199), Lines{exitFired(812)});
+    EXPECT_EQ(helper_->watchedPID, std::nullopt);
+    EXPECT_FALSE(helper_->processSource);
+    EXPECT_EQ(logOf(0.001), restoreRun("proc-exit"));
+    EXPECT_EQ(logOf(100), Lines{});
 }
 
-TEST(ProcessWatch, WhatAKilledInstanceLeftHalfWrittenIsRemovedAfterItsExit) {
-    const HelperProcess process(applications({812}));
-    const auto helper = Helper::make();
-    helper->watch(812);
-    const std::string unfinished = process.state(".menubar-state.json.unfinished-" +
-                                                 std::to_string(endedProcess()) + "-abcdef");
+TEST_F(ProcessWatch, WhatAKilledInstanceLeftHalfWrittenIsRemovedAfterItsExit) {
+    watch(812, {812});
+    const std::string unfinished =
+        state(".menubar-state.json.unfinished-" + std::to_string(endedProcess()) + "-abcdef");
     writeFile(unfinished, "{");
     simulator::perform({{"exit", 812}});
     simulator::advance(0.199);
@@ -114,14 +63,11 @@ TEST(ProcessWatch, WhatAKilledInstanceLeftHalfWrittenIsRemovedAfterItsExit) {
     EXPECT_EQ(readFile(unfinished), std::nullopt);
 }
 
-TEST(ProcessWatch, WhatAnInstanceLeftThatCouldNotBeWatchedIsRemovedByTheNextRun) {
-    const HelperProcess process;
-    const auto helper = Helper::make();
-    helper->start();
+TEST_F(ProcessWatch, WhatAnInstanceLeftThatCouldNotBeWatchedIsRemovedByTheNextRun) {
+    startOn(nlohmann::json::object());
     const std::string ended = std::to_string(endedProcess());
-    const std::string unfinished =
-        process.state(".menubar-state.json.unfinished-" + ended + "-abcdef");
-    const std::string aside = process.state(".dock-autohide-pending.json.removing-" + ended + "-0");
+    const std::string unfinished = state(".menubar-state.json.unfinished-" + ended + "-abcdef");
+    const std::string aside = state(".dock-autohide-pending.json.removing-" + ended + "-0");
     writeFile(unfinished, "{");
     writeFile(aside, R"({"version":1,"restoreTo":true})");
     simulator::advance(60);
@@ -130,122 +76,86 @@ TEST(ProcessWatch, WhatAnInstanceLeftThatCouldNotBeWatchedIsRemovedByTheNextRun)
     EXPECT_EQ(simulator::machine()["dock"]["autoHide"], true);
 }
 
-TEST(ProcessWatch, TheExitedInstanceMayStillBeListed) {
-    HelperProcess process(applications({812}));
-    const auto helper = Helper::make();
-    Helper::rearmAfterExit(helper, 812);
-    EXPECT_EQ(process.takeLog(), restored("proc-exit"));
+TEST_F(ProcessWatch, TheExitedInstanceMayStillBeListed) {
+    makeOn(whileTolvaranRuns({812}));
+    Helper::rearmAfterExit(helper_, 812);
+    EXPECT_EQ(takeLog(), restoreRun("proc-exit"));
 }
 
-TEST(ProcessWatch, ARelaunchMovesTheWatchAndEveryStepSkips) {
-    HelperProcess process(applications({812}));
-    const auto helper = Helper::make();
-    helper->watch(812);
-    simulator::perform({{"exit", 812}});
-    simulator::advance(0.1);
-    simulator::perform(launch(813));  // nothing observes the workspace here
-    process.takeLog();
-    simulator::advance(0.1);
+TEST_F(ProcessWatch, ARelaunchMovesTheWatchAndEveryStepSkips) {
+    watch(812, {812});
+    logOf({{"exit", 812}}, 0.1);
+    // Nothing observes the workspace here.
     EXPECT_EQ(
-        process.takeLog(),
-        Lines({"info: Re-arming PROC_EXIT watch on live Tolvaran pid 813 after pid 812 exited",
-               "info: Watching PROC_EXIT for Tolvaran pid 813"}) +
-            skipped("proc-exit", 813));
-    EXPECT_EQ(helper->watchedPID, 813);
-    EXPECT_EQ(simulator::calls(), json::array());
+        logOf(launch(813), 0.1),
+        (Lines{"info: Re-arming PROC_EXIT watch on live Tolvaran pid 813 after pid 812 exited",
+               watches(813)} +
+         skippedRun("proc-exit", 813)));
+    EXPECT_EQ(helper_->watchedPID, 813);
+    EXPECT_EQ(takeCalls(), Lines{});
 }
 
-TEST(ProcessWatch, AWatchArmedOnAnExitedProcessStillFires) {
-    HelperProcess process(applications({}));
-    const auto helper = Helper::make();
-    helper->watch(4711);
-    simulator::advance(0.2);
-    EXPECT_EQ(process.takeLog(), Lines({"info: Watching PROC_EXIT for Tolvaran pid 4711",
-                                        "info: PROC_EXIT fired for Tolvaran (pid 4711)"}) +
-                                     restored("proc-exit"));
+TEST_F(ProcessWatch, AWatchArmedOnAnExitedProcessStillFires) {
+    EXPECT_EQ(watch(4711, {}), Lines{watches(4711)});
+    EXPECT_EQ(logOf(0.2), Lines{exitFired(4711)} + restoreRun("proc-exit"));
 }
 
-TEST(ProcessWatch, ANewWatchReplacesTheEarlierOne) {
-    HelperProcess process(applications({812, 813}));
-    const auto helper = Helper::make();
-    helper->watch(812);
-    helper->watch(813);
-    process.takeLog();
-    simulator::perform({{"exit", 812}});
-    simulator::advance(1);
-    EXPECT_EQ(process.takeLog(), Lines{});
-    simulator::perform({{"exit", 813}});
-    simulator::advance(0);
-    EXPECT_EQ(process.takeLog(), Lines{"info: PROC_EXIT fired for Tolvaran (pid 813)"});
+TEST_F(ProcessWatch, ANewWatchReplacesTheEarlierOne) {
+    watch(812, {812, 813});
+    helper_->watch(813);
+    takeLog();
+    EXPECT_EQ(logOf({{"exit", 812}}, 1), Lines{});
+    EXPECT_EQ(logOf({{"exit", 813}}), Lines{exitFired(813)});
 }
 
-TEST(ProcessWatch, ALaunchIsWatchedUnlessTheWatchedInstanceLives) {
-    HelperProcess process(applications({812, 813}));
-    const auto helper = Helper::make();
-    helper->mainAppLaunched(812);
-    EXPECT_EQ(process.takeLog(), Lines({"info: Tolvaran launched (pid 812)",
-                                        "info: Watching PROC_EXIT for Tolvaran pid 812"}));
-    helper->mainAppLaunched(813);
+TEST_F(ProcessWatch, ALaunchIsWatchedUnlessTheWatchedInstanceLives) {
+    makeOn(whileTolvaranRuns({812, 813}));
+    EXPECT_EQ(tellOfLaunch(812), (Lines{launched(812), watches(812)}));
     EXPECT_EQ(
-        process.takeLog(),
+        tellOfLaunch(813),
         Lines{"debug: Tolvaran launched (pid 813); already watching live pid 812, keeping watch"});
-    EXPECT_EQ(helper->watchedPID, 812);
-    helper->mainAppLaunched(812);  // the same one again: the watch is replaced
-    EXPECT_EQ(process.takeLog(), Lines({"info: Tolvaran launched (pid 812)",
-                                        "info: Watching PROC_EXIT for Tolvaran pid 812"}));
+    EXPECT_EQ(helper_->watchedPID, 812);
+    // The same one again: the watch is replaced.
+    EXPECT_EQ(tellOfLaunch(812), (Lines{launched(812), watches(812)}));
     simulator::perform({{"terminated", 812}});
-    helper->mainAppLaunched(813);
-    EXPECT_EQ(process.takeLog(), Lines({"info: Tolvaran launched (pid 813)",
-                                        "info: Watching PROC_EXIT for Tolvaran pid 813"}));
+    EXPECT_EQ(tellOfLaunch(813), (Lines{launched(813), watches(813)}));
 }
 
-TEST(ProcessWatch, ATerminationIsOnlyLogged) {
-    HelperProcess process(applications({812}));
-    const auto helper = Helper::make();
-    helper->watch(812);
-    process.takeLog();
-    helper->mainAppTerminated(812);
-    simulator::advance(1);
-    EXPECT_EQ(process.takeLog(), Lines{"debug: NSWorkspace reports Tolvaran terminated (pid 812)"});
+TEST_F(ProcessWatch, ATerminationIsOnlyLogged) {
+    watch(812, {812});
+    helper_->mainAppTerminated(812);
+    EXPECT_EQ(logOf(1), Lines{"debug: NSWorkspace reports Tolvaran terminated (pid 812)"});
 }
 
-TEST(ProcessWatch, WithoutTheHelperTheSequenceStillRuns) {
-    HelperProcess process(applications({812, 813}));
-    auto helper = Helper::make();
-    const std::weak_ptr<Helper> weak = helper;
-    helper.reset();
+TEST_F(ProcessWatch, WithoutTheHelperTheSequenceStillRuns) {
+    makeOn(whileTolvaranRuns({812, 813}));
+    const std::weak_ptr<Helper> weak = helper_;
+    helper_.reset();
     ASSERT_TRUE(weak.expired());
     Helper::procExitFired(weak, 812);
-    simulator::advance(0.2);
-    EXPECT_EQ(
-        process.takeLog(),
-        Lines({"info: PROC_EXIT fired for Tolvaran (pid 812)",
-               "info: Re-arming PROC_EXIT watch on live Tolvaran pid 813 after pid 812 exited"}) +
-            skipped("proc-exit", 813));
+    EXPECT_EQ(logOf(0.2), (Lines{exitFired(812),
+                                 "info: Re-arming PROC_EXIT watch on live Tolvaran pid 813 after "
+                                 "pid 812 exited"} +
+                           skippedRun("proc-exit", 813)));
     Helper::rearmAfterExit(weak, 813);  // now 812 counts as the other one, and lives
-    EXPECT_EQ(process.takeLog().back(),
-              "debug: restoreCursorAssociation [proc-exit]: Tolvaran running (pid 812), skipping");
+    EXPECT_EQ(takeLog().back(), skippedRun("proc-exit", 812).back());
 }
 
-TEST(ProcessWatch, AWatchDoesNotKeepTheHelperAlive) {
-    HelperProcess process(applications({812}));
+TEST_F(ProcessWatch, AWatchDoesNotKeepTheHelperAlive) {
     const std::size_t before = simulator::liveObjects();
-    auto helper = Helper::make();
-    helper->watch(812);
-    const std::weak_ptr<Helper> weak = helper;
-    helper.reset();
+    watch(812, {812});
+    const std::weak_ptr<Helper> weak = helper_;
+    helper_.reset();
     EXPECT_TRUE(weak.expired());
     EXPECT_EQ(simulator::liveObjects(), before);
 }
 
-TEST(ProcessWatch, AWatchThatCannotBeCreatedIsLogged) {
-    HelperProcess process(applications({812}));
+TEST_F(ProcessWatch, AWatchThatCannotBeCreatedIsLogged) {
+    makeOn(whileTolvaranRuns({812}));
     simulator::addFault({{"call", "dispatch_source_create"}, {"result", nullptr}});
-    const auto helper = Helper::make();
-    helper->watch(812);
-    EXPECT_EQ(process.takeLog(),
-              Lines{"error: PROC_EXIT watch could not be created for Tolvaran pid 812"});
-    EXPECT_EQ(helper->watchedPID, std::nullopt);
+    helper_->watch(812);
+    EXPECT_EQ(takeLog(), Lines{"error: PROC_EXIT watch could not be created for Tolvaran pid 812"});
+    EXPECT_EQ(helper_->watchedPID, std::nullopt);
 }
 
 }  // namespace

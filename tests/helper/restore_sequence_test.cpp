@@ -9,20 +9,16 @@
 #include "report/log_reading.hpp"
 #include "restore/dock/dock_auto_hide_override.hpp"
 #include "restore/support/process_wide.hpp"
-#include "simulator/simulator.hpp"
+#include "tests/helper/helper_test.hpp"
 #include "tests/support/other_process.hpp"
 #include "tests/support/records/records.hpp"
-#include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using nlohmann::json;
 
-const std::string cursorIsBack = "info: restoreCursorAssociation [proc-exit]: re-associated cursor";
-
-const json withTolvaran = {
-    {"applications", json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", 812}}})}};
+const std::string cursorIsBack = reassociatesCursor("proc-exit");
 
 /// A process that has every record: without its own, a step may not even ask whether
 /// Tolvaran runs.
@@ -49,18 +45,17 @@ TEST(RestoreSequence, IsWhatReportsKnowOfIt) {
 }
 
 TEST(RestoreSequence, RunsEveryStepInOneOrderWithItsTag) {
-    SequenceProcess process(withTolvaran);
+    SequenceProcess process(whileTolvaranRuns({812}));
     runRestoreSequence("proc-exit", 811);
     Lines expected;
     for (const Step& step : steps) {
-        expected.push_back("debug: " + std::string(step.name) +
-                           " [proc-exit]: Tolvaran running (pid 812), skipping");
+        expected.push_back(skips(step.name, "proc-exit", 812));
     }
     EXPECT_EQ(process.takeLog(), expected);
 }
 
 TEST(RestoreSequence, TellsEveryStepWhichInstanceHasExited) {
-    SequenceProcess process(withTolvaran);
+    SequenceProcess process(whileTolvaranRuns({812}));
     runRestoreSequence("proc-exit", 812);
     const Lines log = process.takeLog();
     for (const std::string& line : log) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/simulator.hpp"
+#include "tests/helper/helper_test.hpp"
 #include "tests/support/arrangement_check.hpp"
 
 namespace tolvaran::tests {
@@ -17,14 +17,8 @@ namespace {
 
 using nlohmann::json;
 
-json runningBeside(const Places& places, int pid) {
-    json machine = mac(places);
-    machine["applications"] = {{{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}}};
-    return machine;
-}
-
 TEST(CheckInvariant, WhileTolvaranRunsItDoesNothing) {
-    ArrangementCheck invariant(runningBeside(two, 812));
+    ArrangementCheck invariant(whileTolvaranRuns({812}, mac(two)));
     writeFile(invariant.state(".display-originals"), "not JSON");  // would be reported if read
     writeFile(invariant.state("side-pinned-sets.json"), "not JSON");
     writeFile(invariant.state("../Settings/preferences.json"), "not JSON");
@@ -33,14 +27,13 @@ TEST(CheckInvariant, WhileTolvaranRunsItDoesNothing) {
         opened += function == "open" && !simulator::callSubject().ends_with(".log") ? 1 : 0;
         return json();
     });
-    EXPECT_EQ(invariant.run(),
-              (Lines{"debug: checkInvariant [cold-start]: Tolvaran running (pid 812), skipping"}));
+    EXPECT_EQ(invariant.run(), Lines{skips("checkInvariant", "cold-start", 812)});
     EXPECT_EQ(invariant.takeCalls(), Lines{});
     EXPECT_EQ(opened, 0U);
 }
 
 TEST(CheckInvariant, TheInstanceThatHasExitedDoesNotCountAsRunning) {
-    ArrangementCheck invariant(runningBeside(sideBySide, 812));
+    ArrangementCheck invariant(whileTolvaranRuns({812}, mac(sideBySide)));
     EXPECT_EQ(invariant.run("proc-exit", 812),
               Lines{"debug: checkInvariant [proc-exit]: hardware not a Tolvaran layout, invariant "
                     "holds"});

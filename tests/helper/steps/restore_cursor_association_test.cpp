@@ -38,7 +38,7 @@ TEST_F(RestoreCursorAssociation, LogsTheErrorCode) {
 }
 
 TEST_F(RestoreCursorAssociation, LeavesTheCursorToARunningTolvaran) {
-    start(whileTolvaranRuns(812, {{"cursorAssociated", false}}));
+    start(whileTolvaranRuns({812}, {{"cursorAssociated", false}}));
     EXPECT_EQ(run("safety-tick", 7), Lines{skips("safety-tick", 812)});
     EXPECT_EQ(simulator::calls(), json::array());
     EXPECT_EQ(run("proc-exit", 812),

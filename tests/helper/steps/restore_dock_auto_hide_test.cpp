@@ -66,7 +66,7 @@ TEST_F(RestoreDockAutoHide, WithoutAMarkerDoesNothing) {
 }
 
 TEST_F(RestoreDockAutoHide, LeavesTheMarkerToARunningTolvaran) {
-    start(whileTolvaranRuns(812));
+    start(whileTolvaranRuns({812}));
     DockAutoHideOverride::markPending(true, state(marker));
     EXPECT_EQ(run("safety-tick"), Lines{skips("safety-tick", 812)});
     EXPECT_TRUE(read(marker).has_value());

@@ -120,7 +120,7 @@ TEST_F(RestoreHotCorners, SaysNoMoreAboutADirectoryInTheSnapshotsPlace) {
 }
 
 TEST_F(RestoreHotCorners, LeavesBothToARunningTolvaran) {
-    start(whileTolvaranRuns(812, macWithSuppressedCorners()));
+    start(whileTolvaranRuns({812}, macWithSuppressedCorners()));
     write(holdFile, "1");
     write(snapshotFile, snapshotText);
     EXPECT_EQ(run("safety-tick"), Lines{skips("safety-tick", 812)});

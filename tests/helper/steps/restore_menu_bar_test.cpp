@@ -63,14 +63,14 @@ TEST_F(RestoreMenuBar, WithoutASnapshotDoesNothing) {
 }
 
 TEST_F(RestoreMenuBar, LeavesEverythingToARunningTolvaran) {
-    arrange(whileTolvaranRuns(812, macOfHere), ofRecords({here}));
+    arrange(whileTolvaranRuns({812}, macOfHere), ofRecords({here}));
     EXPECT_EQ(run("proc-exit", 811), Lines{skips("proc-exit", 812)});
     EXPECT_EQ(callLines(), Lines{});
     EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
 }
 
 TEST_F(RestoreMenuBar, DoesNotCountTheExitedInstanceAsRunning) {
-    arrange(whileTolvaranRuns(812, macOfHere), ofRecords({here}));
+    arrange(whileTolvaranRuns({812}, macOfHere), ofRecords({here}));
     EXPECT_EQ(run("proc-exit", 812), (Lines{"info: restoreMenuBar [proc-exit]: applying snapshot",
                                             "info: restoreMenuBar [proc-exit]: snapshot deleted"}));
     EXPECT_EQ(file(), std::nullopt);

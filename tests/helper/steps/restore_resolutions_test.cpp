@@ -82,7 +82,7 @@ TEST_F(RestoreResolutions, DoesNotSumUpWhenNothingCouldBeRestored) {
 }
 
 TEST_F(RestoreResolutions, WithoutRecordsSaysNothingNotEvenThatTolvaranRuns) {
-    for (const json& running : {mac(), whileTolvaranRuns(812, mac())}) {
+    for (const json& running : {mac(), whileTolvaranRuns({812}, mac())}) {
         for (const char* content : {"", R"({"version":1,"entries":{}})",
                                     R"({"version":1,"entries":{"a":{"width":0,"height":1,)"
                                     R"("scaled":false,"hz":0}}})"}) {
@@ -98,7 +98,7 @@ TEST_F(RestoreResolutions, WithoutRecordsSaysNothingNotEvenThatTolvaranRuns) {
 }
 
 TEST_F(RestoreResolutions, WarnsAboutABadFileBeforeAnythingElse) {
-    start(whileTolvaranRuns(812, mac()));
+    start(whileTolvaranRuns({812}, mac()));
     write(records, R"({"version":2,"entries":{}})");
     EXPECT_EQ(run("safety-tick"), Lines{"warn: resolution originals file missing/wrong "
                                         "version/unparseable, starting fresh"});
@@ -106,7 +106,7 @@ TEST_F(RestoreResolutions, WarnsAboutABadFileBeforeAnythingElse) {
 }
 
 TEST_F(RestoreResolutions, LeavesTheModesToARunningTolvaran) {
-    start(whileTolvaranRuns(812, mac()));
+    start(whileTolvaranRuns({812}, mac()));
     record(1280, 720);
     const auto before = read(records);
     EXPECT_EQ(run("safety-tick"), Lines{skips("safety-tick", 812)});
@@ -116,7 +116,7 @@ TEST_F(RestoreResolutions, LeavesTheModesToARunningTolvaran) {
 }
 
 TEST_F(RestoreResolutions, DoesNotCountTheExitedInstanceAsRunning) {
-    start(whileTolvaranRuns(812, mac()));
+    start(whileTolvaranRuns({812}, mac()));
     record(1280, 720);
     EXPECT_EQ(run("proc-exit", 812).back(),
               "info: restoreResolutions [proc-exit]: restored 2 display mode(s)");

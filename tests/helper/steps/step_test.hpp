@@ -4,20 +4,12 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
-#include "tests/support/simulated_process.hpp"
+#include "tests/helper/helper_test.hpp"
 
 namespace tolvaran::tests {
-
-/// The Mac with the main application running on it.
-inline nlohmann::json whileTolvaranRuns(pid_t pid, nlohmann::json mac = nlohmann::json::object()) {
-    mac["applications"] =
-        nlohmann::json::array({{{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}}});
-    return mac;
-}
 
 /// One step in the helper's process, beside the files in its state directory.
 class StepTest : public testing::Test, protected HelperProcess {
@@ -35,8 +27,7 @@ class StepTest : public testing::Test, protected HelperProcess {
 
     /// The only line that it logs while the main application runs.
     std::string skips(const std::string& tag, pid_t pid) const {
-        return "debug: " + name_ + " [" + tag + "]: Tolvaran running (pid " + std::to_string(pid) +
-               "), skipping";
+        return tests::skips(name_, tag, pid);
     }
 
     void write(const std::string& name, const std::string& content) const {
