@@ -31,27 +31,25 @@ class DockAutoHide : public ProcessTest {
     const std::string marker_ = state("dock-autohide-pending.json");
 };
 
-TEST_F(DockAutoHide, ForcesTheDockBackToTheRecordedValue) {
-    for (const bool value : {true, false}) {
-        dockHides(!value);
-        writeFile(marker_, json{{"version", 1}, {"restoreTo", value}}.dump());
-        EXPECT_TRUE(DockAutoHideOverride::restoreIfPending(marker_));
-        EXPECT_EQ(dockHides(), value);
-        EXPECT_EQ(takeCalls(), (Lines{gets(!value), setsTo(value)}));
-        EXPECT_EQ(takeLog(),
-                  Lines{std::string("info: dock auto-hide restoreIfPending: forced back to ") +
-                        (value ? "true" : "false")});
-        EXPECT_EQ(files(), Lines{"State/"});
-    }
-}
-
-TEST_F(DockAutoHide, LeavesTheDockAloneWhenItShowsTheRecordedValue) {
-    for (const bool value : {true, false}) {
-        dockHides(value);
-        writeFile(marker_, json{{"version", 1}, {"restoreTo", value}}.dump());
-        EXPECT_FALSE(DockAutoHideOverride::restoreIfPending(marker_));
-        EXPECT_EQ(takeCalls(), Lines{gets(value)});
-        EXPECT_EQ(takeLog(), Lines{});
+TEST_F(DockAutoHide, ForcesTheDockBackToTheRecordedValueUnlessItShowsThat) {
+    const std::string forced = "info: dock auto-hide restoreIfPending: forced back to ";
+    struct Row {
+        bool before;
+        bool recorded;
+        Lines calls;
+        Lines log;
+    };
+    for (const Row& row :
+         {Row{false, true, {gets(false), setsTo(true)}, {forced + "true"}},
+          Row{true, false, {gets(true), setsTo(false)}, {forced + "false"}},
+          Row{true, true, {gets(true)}, {}}, Row{false, false, {gets(false)}, {}}}) {
+        SCOPED_TRACE(testing::PrintToString(row.calls));
+        dockHides(row.before);
+        writeFile(marker_, json{{"version", 1}, {"restoreTo", row.recorded}}.dump());
+        EXPECT_EQ(DockAutoHideOverride::restoreIfPending(marker_), row.before != row.recorded);
+        EXPECT_EQ(dockHides(), row.recorded);
+        EXPECT_EQ(takeCalls(), row.calls);
+        EXPECT_EQ(takeLog(), row.log);
         EXPECT_EQ(files(), Lines{"State/"});
     }
 }

@@ -54,7 +54,7 @@ class HotCornerLeases : public ProcessTest {
 
     void expectUsersCorners() {
         EXPECT_EQ(preferences(), usersPreferences());
-        EXPECT_EQ(liveCorners(), json({{5, 2, 1, 13}, {1048576, 0, 131072, 524288}}));
+        EXPECT_EQ(liveCorners(), usersCorners);
     }
     void expectSuppressedCorners() {
         EXPECT_EQ(preferences(), suppressedPreferences());

@@ -109,8 +109,8 @@ const Lines announced = announces(true);
 const Lines refused = announces(false);
 const Lines storesSuppression = writesDisabledPreferences();
 const Lines storesUsersCorners = writesUsersPreferences();
-const Lines setsSuppression = setsCorners({1, 1, 1, 1}, {0, 0, 0, 0});
-const Lines setsUsersCorners = setsCorners({5, 2, 1, 13}, {1048576, 0, 131072, 524288});
+const Lines setsSuppression = setsCorners(suppressedCorners);
+const Lines setsUsersCorners = setsCorners(usersCorners);
 
 Lines joined(const std::vector<const Lines*>& parts) {
     Lines lines;
@@ -496,14 +496,6 @@ class Walk {
     simulator::Machine machine(const json& mac) {
         process_.start(mac);
         return simulator::mac();
-    }
-
-    static json suppressedMac() {
-        json mac = usersMac();
-        mac["preferences"][theDock] = suppressedPreferences();
-        mac["dock"] = {{"cornerActions", suppressedCorners[0]},
-                       {"cornerModifiers", suppressedCorners[1]}};
-        return mac;
     }
 
     Scrutiny scrutiny_;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -90,6 +91,23 @@ class HotCornerControl : public ProcessTest {
         }
     }
 
+    /// Performs the operation on this Mac with every combination of troubles.
+    /// @param predict completes what is expected; the Mac's state is already there, as it was
+    /// before
+    void expectWhateverFails(const json& mac,
+                             const std::function<bool(const std::string& domain)>& operation,
+                             const std::function<void(Expected&, const Trouble&)>& predict) {
+        for (const Trouble& trouble : everyCombination()) {
+            SCOPED_TRACE(testing::PrintToString(trouble));
+            startWith(mac, trouble);
+            Expected expected{
+                .preferences = mac["preferences"][theDock],
+                .live = {mac["dock"]["cornerActions"], mac["dock"]["cornerModifiers"]}};
+            predict(expected, trouble);
+            expect(expected, operation(trouble.domain()), trouble);
+        }
+    }
+
     void expect(const Expected& expected, bool result, const Trouble& trouble) {
         EXPECT_EQ(result, expected.result);
         EXPECT_EQ(callLines(), expected.calls);
@@ -115,8 +133,7 @@ void concludeWriting(Expected& expected, const Trouble& trouble, const json& ask
         expected.log.push_back(functionsMissing);
         return;
     }
-    expected.calls =
-        std::move(expected.calls) + setsCorners(asked[0], asked[1]) + Lines{readsCorners};
+    expected.calls = std::move(expected.calls) + setsCorners(asked) + Lines{readsCorners};
     if (!trouble.stubborn) {
         expected.live = asked;
     }
@@ -137,30 +154,14 @@ void expectSuppression(Expected& expected, const Trouble& trouble) {
         "warn: hot-corner disable failed because required CoreDock functions are unavailable", "");
 }
 
-const json usersCorners = {{5, 2, 1, 13}, {1048576, 0, 131072, 524288}};
-
 TEST_F(HotCornerControl, WritesTheSuppressionInOneOrderWhateverFails) {
-    for (const Trouble& trouble : everyCombination()) {
-        SCOPED_TRACE(testing::PrintToString(trouble));
-        startWith(usersMac(), trouble);
-        Expected expected{.live = usersCorners};
-        expectSuppression(expected, trouble);
-        expect(expected, Override::writeDisabled(trouble.domain()), trouble);
-    }
+    expectWhateverFails(usersMac(), Override::writeDisabled, expectSuppression);
 }
 
 // A Dock that ignores the call is not a failure if it already shows what was asked for.
 TEST_F(HotCornerControl, AcceptsADockThatAlreadyShowsTheSuppression) {
-    json mac = usersMac();
-    mac["dock"] = {{"cornerActions", suppressedCorners[0]},
-                   {"cornerModifiers", suppressedCorners[1]}};
-    for (const Trouble& trouble : everyCombination()) {
-        SCOPED_TRACE(testing::PrintToString(trouble));
-        startWith(mac, trouble);
-        Expected expected{.live = suppressedCorners};
-        expectSuppression(expected, trouble);
-        expect(expected, Override::writeDisabled(trouble.domain()), trouble);
-    }
+    expectWhateverFails(macWithCorners(usersPreferences(), suppressedCorners),
+                        Override::writeDisabled, expectSuppression);
 }
 
 /// A state before suppressing, and whether each half of it is suppressed already.
@@ -193,13 +194,8 @@ std::vector<Suppression> suppressions() {
 
 TEST_F(HotCornerControl, SuppressesAgainOnlyWhatIsNotSuppressed) {
     for (const Suppression& before : suppressions()) {
-        for (const Trouble& trouble : everyCombination()) {
-            SCOPED_TRACE(before.name + ": " + testing::PrintToString(trouble));
-            startWith({{"preferences", {{theDock, before.preferences}}},
-                       {"dock",
-                        {{"cornerActions", before.live[0]}, {"cornerModifiers", before.live[1]}}}},
-                      trouble);
-            Expected expected{.preferences = before.preferences, .live = before.live};
+        SCOPED_TRACE(before.name);
+        const auto predict = [&](Expected& expected, const Trouble& trouble) {
             bool inForce = before.inPreferences;
             if (!trouble.foreignDomain) {
                 inForce = inForce && before.inDock && !trouble.getterMissing && !trouble.unreadable;
@@ -210,12 +206,15 @@ TEST_F(HotCornerControl, SuppressesAgainOnlyWhatIsNotSuppressed) {
             } else {
                 expectSuppression(expected, trouble);
             }
-            expect(expected, Override::ensureDisabled(trouble.domain()), trouble);
-        }
+        };
+        expectWhateverFails(macWithCorners(before.preferences, before.live),
+                            Override::ensureDisabled, predict);
     }
 }
 
 void expectRestore(Expected& expected, const Trouble& trouble, const json& asked) {
+    expected.calls = writesUsersPreferences(trouble.domain());
+    expected.preferences = usersPreferences();
     concludeWriting(expected, trouble, asked,
                     "warn: hot-corner restore found the CoreDock setter unavailable and restored "
                     "raw preferences only",
@@ -223,22 +222,13 @@ void expectRestore(Expected& expected, const Trouble& trouble, const json& asked
                     "unavailable");
 }
 
-json suppressedMac() {
-    return {{"preferences", {{theDock, suppressedPreferences()}}},
-            {"dock",
-             {{"cornerActions", suppressedCorners[0]}, {"cornerModifiers", suppressedCorners[1]}}}};
-}
-
 TEST_F(HotCornerControl, RestoresInOneOrderWhateverFails) {
-    for (const Trouble& trouble : everyCombination()) {
-        SCOPED_TRACE(testing::PrintToString(trouble));
-        startWith(suppressedMac(), trouble);
-        Expected expected{.calls = writesUsersPreferences(trouble.domain()),
-                          .preferences = usersPreferences(),
-                          .live = suppressedCorners};
-        expectRestore(expected, trouble, usersCorners);
-        expect(expected, Override::restore(usersSnapshot(), trouble.domain()), trouble);
-    }
+    expectWhateverFails(
+        suppressedMac(),
+        [](const std::string& domain) { return Override::restore(usersSnapshot(), domain); },
+        [](Expected& expected, const Trouble& trouble) {
+            expectRestore(expected, trouble, usersCorners);
+        });
 }
 
 // Without live lists the Dock gets the preferences, and no action where there are none.
@@ -246,15 +236,12 @@ TEST_F(HotCornerControl, RestoresThePreferencesToTheDockWithoutLiveLists) {
     DockHotCornerSnapshot snapshot = usersSnapshot();
     snapshot.liveActions.reset();
     snapshot.liveModifiers.reset();
-    for (const Trouble& trouble : everyCombination()) {
-        SCOPED_TRACE(testing::PrintToString(trouble));
-        startWith(suppressedMac(), trouble);
-        Expected expected{.calls = writesUsersPreferences(trouble.domain()),
-                          .preferences = usersPreferences(),
-                          .live = suppressedCorners};
-        expectRestore(expected, trouble, {{5, 2, 1, 13}, {1048576, 0, 131072, 0}});
-        expect(expected, Override::restore(snapshot, trouble.domain()), trouble);
-    }
+    expectWhateverFails(
+        suppressedMac(),
+        [&](const std::string& domain) { return Override::restore(snapshot, domain); },
+        [](Expected& expected, const Trouble& trouble) {
+            expectRestore(expected, trouble, {{5, 2, 1, 13}, {1048576, 0, 131072, 0}});
+        });
 }
 
 TEST_F(HotCornerControl, RestoresCornersThatWereNeverSetByRemovingEveryKey) {
@@ -264,8 +251,8 @@ TEST_F(HotCornerControl, RestoresCornersThatWereNeverSetByRemovingEveryKey) {
     for (const HotCornerField& field : hotCornerFields) {
         removals.push_back(setsPreference(field.preference, std::nullopt));
     }
-    EXPECT_EQ(callLines(), removals + announces(true) + setsCorners({1, 1, 1, 1}, {0, 0, 0, 0}) +
-                               Lines{readsCorners});
+    EXPECT_EQ(callLines(),
+              removals + announces(true) + setsCorners(suppressedCorners) + Lines{readsCorners});
     EXPECT_EQ(preferences(), (json{{"orientation", "left"}}));
 }
 

@@ -24,13 +24,20 @@ inline nlohmann::json usersPreferences() {
             {"orientation", "left"}};
 }
 
-/// A Mac whose user has set up hot corners; the running Dock also has a modifier that the
-/// preferences lack.
+// The Dock's live state: the four actions, then the four modifiers. The user's has a modifier that
+// the preferences lack.
+inline const nlohmann::json usersCorners = {{5, 2, 1, 13}, {1048576, 0, 131072, 524288}};
+inline const nlohmann::json suppressedCorners = {{1, 1, 1, 1}, {0, 0, 0, 0}};
+
+inline nlohmann::json macWithCorners(const nlohmann::json& preferences,
+                                     const nlohmann::json& live) {
+    return {{"preferences", {{theDock, preferences}}},
+            {"dock", {{"cornerActions", live[0]}, {"cornerModifiers", live[1]}}}};
+}
+
+/// A Mac whose user has set up hot corners.
 inline nlohmann::json usersMac() {
-    return {
-        {"preferences", {{theDock, usersPreferences()}}},
-        {"dock",
-         {{"cornerActions", {5, 2, 1, 13}}, {"cornerModifiers", {1048576, 0, 131072, 524288}}}}};
+    return macWithCorners(usersPreferences(), usersCorners);
 }
 
 /// The snapshot of that Mac.
@@ -43,8 +50,8 @@ inline DockHotCornerSnapshot usersSnapshot() {
             131072,
             13,
             0,
-            HotCornerValues{5, 2, 1, 13},
-            HotCornerValues{1048576, 0, 131072, 524288}};
+            usersCorners[0].get<HotCornerValues>(),
+            usersCorners[1].get<HotCornerValues>()};
 }
 
 /// The snapshot's file.
@@ -62,17 +69,19 @@ inline nlohmann::json suppressedPreferences() {
     return preferences;
 }
 
+/// That Mac with its corners suppressed.
+inline nlohmann::json suppressedMac() {
+    return macWithCorners(suppressedPreferences(), suppressedCorners);
+}
+
 inline nlohmann::json preferences(const std::string& domain = theDock) {
     return simulator::machine()["preferences"].value(domain, nlohmann::json::object());
 }
 
-/// The Dock's live state: the four actions, then the four modifiers.
 inline nlohmann::json liveCorners() {
     const nlohmann::json dock = simulator::machine()["dock"];
     return {dock["cornerActions"], dock["cornerModifiers"]};
 }
-
-inline const nlohmann::json suppressedCorners = {{1, 1, 1, 1}, {0, 0, 0, 0}};
 
 // The lines of the calls that concern the corners.
 
@@ -112,18 +121,18 @@ inline Lines writesDisabledPreferences(const std::string& domain = theDock) {
         setsPreference("wvous-bl-corner", 1, domain), setsPreference("wvous-br-corner", 1, domain)};
 }
 
-inline Lines setsCorners(const HotCornerValues& actions, const HotCornerValues& modifiers) {
+inline Lines setsCorners(const nlohmann::json& corners) {
     Lines lines;
     for (std::size_t corner = 0; corner < 4; ++corner) {
         lines.push_back(
-            setsCorner(actions[corner], static_cast<std::int64_t>(corner), modifiers[corner]));
+            setsCorner(corners[0][corner], static_cast<std::int64_t>(corner), corners[1][corner]));
     }
     return lines;
 }
 
 /// The calls of one suppression without any failure.
 inline Lines suppresses() {
-    return writesDisabledPreferences() + announces(true) + setsCorners({1, 1, 1, 1}, {0, 0, 0, 0}) +
+    return writesDisabledPreferences() + announces(true) + setsCorners(suppressedCorners) +
            Lines{readsCorners};
 }
 
@@ -140,8 +149,8 @@ inline Lines writesUsersPreferences(const std::string& domain = theDock) {
 
 /// The calls of one restore of usersSnapshot() without any failure.
 inline Lines restores() {
-    return writesUsersPreferences() + announces(true) +
-           setsCorners({5, 2, 1, 13}, {1048576, 0, 131072, 524288}) + Lines{readsCorners};
+    return writesUsersPreferences() + announces(true) + setsCorners(usersCorners) +
+           Lines{readsCorners};
 }
 
 }  // namespace tolvaran::tests

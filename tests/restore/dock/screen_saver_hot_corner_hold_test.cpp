@@ -24,6 +24,15 @@ const std::string endsHold = asksFor(3);
 
 class ScreenSaverHold : public ProcessTest {
   protected:
+    /// Expects a hold that cannot begin for this reason and therefore asks for nothing.
+    void expectUnsaved(const std::string& marker, const std::string& reason) {
+        EXPECT_FALSE(Hold::begin(marker));
+        EXPECT_EQ(
+            takeLog(),
+            Lines{"warn: screen-saver hot-corner hold marker could not be saved (" + reason + ")"});
+        EXPECT_EQ(callLines(), Lines{});
+    }
+
     const std::string marker_ = state("hot-corner-screen-saver-hold");
 };
 
@@ -73,30 +82,17 @@ TEST_F(ScreenSaverHold, RecoversExactlyOnce) {
 
 TEST_F(ScreenSaverHold, AsksForNothingThatItCannotRecord) {
     writeFile(path("file"), "");
-    EXPECT_FALSE(Hold::begin(path("file/State/marker")));
-    EXPECT_EQ(takeLog(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
-                               "(create directory " +
-                               (path("file/State")) + ": Not a directory)"});
+    expectUnsaved(path("file/State/marker"),
+                  "create directory " + path("file/State: Not a directory"));
     std::filesystem::create_directories(marker_);
-    EXPECT_FALSE(Hold::begin(marker_));
-    EXPECT_EQ(takeLog(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
-                               "(rename " +
-                               marker_ + ": Is a directory)"});
-    EXPECT_EQ(callLines(), Lines{});
+    expectUnsaved(marker_, "rename " + marker_ + ": Is a directory");
 }
 
 TEST_F(ScreenSaverHold, AsksForNothingInAReadOnlyPlace) {
     simulator::addFault({{"call", "mkdir"}, {"result", "EROFS"}, {"times", 1}});
-    EXPECT_FALSE(Hold::begin(marker_));
-    EXPECT_EQ(takeLog(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
-                               "(create directory " +
-                               (path("State")) + ": Read-only file system)"});
+    expectUnsaved(marker_, "create directory " + path("State: Read-only file system"));
     failCalls("mkostemp", "EROFS");
-    EXPECT_FALSE(Hold::begin(marker_));
-    EXPECT_EQ(takeLog(), Lines{"warn: screen-saver hot-corner hold marker could not be saved "
-                               "(create " +
-                               marker_ + ": Read-only file system)"});
-    EXPECT_EQ(callLines(), Lines{});
+    expectUnsaved(marker_, "create " + marker_ + ": Read-only file system");
     EXPECT_FALSE(Hold::isPending(marker_));
 }
 
