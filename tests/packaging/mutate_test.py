@@ -62,14 +62,24 @@ class Mutate(unittest.TestCase):
         self.assertEqual(kinds, {"comparison", "condition", "constant", "branches", "call"})
 
     def test_what_does_not_compile_is_replaced_and_what_is_known_is_not_reported(self):
-        known = {("a.cpp", "f3();", ";")}
+        known = {("a.cpp", None, "f3();", ";")}
         tree = FakeTree(["", "nobody", "nobody", "concerned", "others", "nobody"])
         changes = [change(line) for line in range(1, 7)]
         self.assertEqual(mutate.attempt_all(tree, changes, 4, known), [change(2)])
 
     def test_the_list_of_changes_that_change_nothing_is_in_order(self):
         known = mutate.equivalents(mutate.EQUIVALENT)
-        self.assertEqual(list(mutate.outdated(known, ROOT)), [])
+        self.assertEqual(list(mutate.wrong_entries(known, ROOT)), [])
+
+    def test_an_entry_may_name_the_line_above(self):
+        known = {("a.cpp", "if (a) {", "return false;", "return true;")}
+        for above, expected in (("if (a) {", True), ("if (b) {", False)):
+            one = mutate.Change("a.cpp", 2, "constant", " return false;", " return true;", above)
+            self.assertEqual(mutate.is_known(one, known), expected)
+
+    def test_a_change_knows_the_line_above(self):
+        found, = mutate.changes_of("a.cpp", "  if (a)\n    f();\n")
+        self.assertEqual(found.key(), ("a.cpp", "if (a)", "f();", ";"))
 
     def test_an_entry_without_a_reason_or_without_its_line_is_refused(self):
         with tempfile.TemporaryDirectory() as directory:
@@ -79,10 +89,16 @@ class Mutate(unittest.TestCase):
                 mutate.equivalents(path)
             path.write_text("# list\n\na.cpp\n- x();\n+ ;\nIt does nothing.\n")
             known = mutate.equivalents(path)
-            self.assertEqual(known, {("a.cpp", "x();", ";")})
-            self.assertEqual(list(mutate.outdated(known, pathlib.Path(directory))), ["a.cpp: x();"])
-            pathlib.Path(directory, "a.cpp").write_text("    x();\n")
-            self.assertEqual(list(mutate.outdated(known, pathlib.Path(directory))), [])
+            self.assertEqual(known, {("a.cpp", None, "x();", ";")})
+            for source, wrong in (("", ["a.cpp: 0 times: x();"]), ("    x();\n", []),
+                                  ("x();\nx();\n", ["a.cpp: 2 times: x();"])):
+                pathlib.Path(directory, "a.cpp").write_text(source)
+                self.assertEqual(list(mutate.wrong_entries(known, pathlib.Path(directory))), wrong)
+            path.write_text("a.cpp\n  y();\n- x();\n+ ;\nIt does nothing.\n")
+            known = mutate.equivalents(path)
+            self.assertEqual(known, {("a.cpp", "y();", "x();", ";")})
+            pathlib.Path(directory, "a.cpp").write_text("y();\nx();\nx();\n")
+            self.assertEqual(list(mutate.wrong_entries(known, pathlib.Path(directory))), [])
 
     def test_a_change_is_undone_after_it_was_tried(self):
         with tempfile.TemporaryDirectory() as directory:
