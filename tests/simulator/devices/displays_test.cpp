@@ -37,29 +37,28 @@ class Displays : public DeviceTest {
     }
 };
 
-TEST_F(Displays, AreListedInTheMachinesOrder) {
-    std::array<CGDirectDisplayID, 4> ids{99, 99, 99, 99};
-    std::uint32_t count = 99;
-    EXPECT_EQ(CGGetActiveDisplayList(4, ids.data(), &count), kCGErrorSuccess);
-    EXPECT_EQ(count, 3U);
-    EXPECT_EQ(ids, (std::array<CGDirectDisplayID, 4>{7, 3, 5, 99}));
-}
-
-TEST_F(Displays, AreListedUpToTheLimit) {
-    std::array<CGDirectDisplayID, 3> ids{99, 99, 99};
-    std::uint32_t count = 99;
-    EXPECT_EQ(CGGetActiveDisplayList(2, ids.data(), &count), kCGErrorSuccess);
-    EXPECT_EQ(count, 2U);
-    EXPECT_EQ(ids, (std::array<CGDirectDisplayID, 3>{7, 3, 99}));
-}
-
-TEST_F(Displays, AreCountedWithoutABuffer) {
-    std::uint32_t count = 99;
-    EXPECT_EQ(CGGetActiveDisplayList(0, nullptr, &count), kCGErrorSuccess);
-    EXPECT_EQ(count, 3U);
-    count = 99;
-    EXPECT_EQ(CGGetActiveDisplayList(1, nullptr, &count), kCGErrorSuccess);
-    EXPECT_EQ(count, 3U);
+TEST_F(Displays, AreListedInTheMachinesOrderUpToTheLimitAndCounted) {
+    using IDs = std::array<CGDirectDisplayID, 4>;
+    const struct {
+        std::uint32_t limit;
+        bool hasBuffer;
+        IDs ids;
+        std::uint32_t count;
+    } rows[] = {
+        {4, true, {7, 3, 5, 99}, 3},
+        {2, true, {7, 3, 99, 99}, 2},
+        {0, false, {99, 99, 99, 99}, 3},
+        {1, false, {99, 99, 99, 99}, 3},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.limit << ", with a buffer: " << row.hasBuffer);
+        IDs ids{99, 99, 99, 99};
+        std::uint32_t count = 99;
+        EXPECT_EQ(CGGetActiveDisplayList(row.limit, row.hasBuffer ? ids.data() : nullptr, &count),
+                  kCGErrorSuccess);
+        EXPECT_EQ(count, row.count);
+        EXPECT_EQ(ids, row.ids);
+    }
 }
 
 TEST_F(Displays, TheCountMayBeLeftOut) {
@@ -109,13 +108,13 @@ TEST_F(Displays, GetAPortUUIDEachIfTheyAreGivenNone) {
 }
 
 TEST_F(Displays, QueriesMeetFaults) {
-    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}});
-    simulator::addFault({{"call", "CGMainDisplayID"}, {"result", 42}});
+    failCalls("CGGetActiveDisplayList", 1000);
+    failCalls("CGMainDisplayID", 42);
     simulator::addFault({{"call", "CGDisplayBounds"}, {"effect", false}});
-    simulator::addFault({{"call", "CGDisplayVendorNumber"}, {"result", 0}});
-    simulator::addFault({{"call", "CGDisplayModelNumber"}, {"result", 1}});
-    simulator::addFault({{"call", "CGDisplaySerialNumber"}, {"result", 2}});
-    simulator::addFault({{"call", "CGDisplayCreateUUIDFromDisplayID"}, {"result", nullptr}});
+    failCalls("CGDisplayVendorNumber", 0);
+    failCalls("CGDisplayModelNumber", 1);
+    failCalls("CGDisplaySerialNumber", 2);
+    failCalls("CGDisplayCreateUUIDFromDisplayID", nullptr);
     std::uint32_t count = 99;
     EXPECT_EQ(CGGetActiveDisplayList(0, nullptr, &count), kCGErrorFailure);
     EXPECT_EQ(count, 99U);

@@ -41,15 +41,37 @@ class MenuBar : public DeviceTest {
         return *function;
     }
 
-    std::int32_t setOverride(CGDirectDisplayID display, bool visible) {
+    // The functions that are looked up, for the process's own connection or another one.
+
+    std::int32_t setOverride(CGDirectDisplayID display, Boolean visible,
+                             std::int32_t connection = CGSMainConnectionID()) {
         return found<std::int32_t(std::int32_t, CGDirectDisplayID, Boolean)>(
-            "SLSSetMenuBarVisibilityOverrideOnDisplay")(CGSMainConnectionID(), display,
-                                                        visible ? 1 : 0);
+            "SLSSetMenuBarVisibilityOverrideOnDisplay")(connection, display, visible);
     }
 
-    bool getOverride(CGDirectDisplayID display) {
+    bool getOverride(CGDirectDisplayID display, std::int32_t connection = CGSMainConnectionID()) {
         return found<Boolean(std::int32_t, CGDirectDisplayID)>(
-                   "SLSGetMenuBarVisibilityOverrideOnDisplay")(CGSMainConnectionID(), display) != 0;
+                   "SLSGetMenuBarVisibilityOverrideOnDisplay")(connection, display) != 0;
+    }
+
+    std::int32_t getAutoHide(Boolean& enabled, std::int32_t connection = CGSMainConnectionID()) {
+        return found<std::int32_t(std::int32_t, Boolean*)>("SLSGetMenuBarAutohideEnabled")(
+            connection, &enabled);
+    }
+
+    nlohmann::json activeDisplay(std::int32_t connection = CGSMainConnectionID()) {
+        return copied<CFStringRef>("SLSCopyActiveMenuBarDisplayIdentifier", connection);
+    }
+
+    nlohmann::json managedSpaces(std::int32_t connection = CGSMainConnectionID()) {
+        return copied<CFArrayRef>("SLSCopyManagedDisplaySpaces", connection);
+    }
+
+    /// Has the next override show late.
+    static void delayOverride(int reads) {
+        simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"},
+                             {"delayReads", reads},
+                             {"times", 1}});
     }
 
     std::vector<bool> readings(CGDirectDisplayID display, std::size_t count) {
@@ -60,10 +82,12 @@ class MenuBar : public DeviceTest {
         return values;
     }
 
-    nlohmann::json managedSpaces() {
-        auto& copy = found<CFArrayRef(std::int32_t)>("SLSCopyManagedDisplaySpaces");
-        const simulator::cf::Owned<CFArrayRef> spaces(copy(CGSMainConnectionID()));
-        return simulator::cf::toJson(spaces.get());
+    /// What a Copy function returns; null for null.
+    template <typename Reference>
+    nlohmann::json copied(const char* function, std::int32_t connection) {
+        const simulator::cf::Owned<Reference> value(
+            found<Reference(std::int32_t)>(function)(connection));
+        return simulator::cf::toJson(value.get());
     }
 
     RunTimeLibrary skyLight_{skyLightPath};
@@ -75,16 +99,13 @@ TEST_F(MenuBar, ConnectionIsTheSameHoweverItIsFound) {
 }
 
 TEST_F(MenuBar, AutoHideIsSwitchedAndRead) {
-    auto& get = found<std::int32_t(std::int32_t, Boolean*)>("SLSGetMenuBarAutohideEnabled");
-    const std::int32_t connection = CGSMainConnectionID();
-    EXPECT_EQ(CGSSetMenuBarAutohideEnabled(connection, 1), kCGErrorSuccess);
-    Boolean enabled = 0;
-    EXPECT_EQ(get(connection, &enabled), 0);
-    EXPECT_EQ(enabled, 1);
-    EXPECT_EQ(simulator::machine().at("menuBar").at("autoHide"), true);
-    EXPECT_EQ(CGSSetMenuBarAutohideEnabled(connection, 0), kCGErrorSuccess);
-    EXPECT_EQ(get(connection, &enabled), 0);
-    EXPECT_EQ(enabled, 0);
+    for (const Boolean hides : {Boolean{1}, Boolean{0}}) {
+        EXPECT_EQ(CGSSetMenuBarAutohideEnabled(CGSMainConnectionID(), hides), kCGErrorSuccess);
+        Boolean enabled = 7;
+        EXPECT_EQ(getAutoHide(enabled), 0);
+        EXPECT_EQ(enabled, hides);
+        EXPECT_EQ(simulator::machine().at("menuBar").at("autoHide"), hides != 0);
+    }
     EXPECT_EQ(callLines(), (Lines{"CGSSetMenuBarAutohideEnabled [true] = 0",
                                   "CGSSetMenuBarAutohideEnabled [false] = 0"}));
 }
@@ -103,9 +124,7 @@ TEST_F(MenuBar, OverridesAreReadAndSetPerDisplay) {
 
 TEST_F(MenuBar, ABooleanThatIsNeitherOneNorZeroIsTrueAndRecordedAsItIs) {
     EXPECT_EQ(CGSSetMenuBarAutohideEnabled(CGSMainConnectionID(), 2), kCGErrorSuccess);
-    EXPECT_EQ((found<std::int32_t(std::int32_t, CGDirectDisplayID, Boolean)>(
-                  "SLSSetMenuBarVisibilityOverrideOnDisplay")(CGSMainConnectionID(), 2, 255)),
-              0);
+    EXPECT_EQ(setOverride(2, 255), 0);
     EXPECT_EQ(simulator::machine().at("menuBar").at("autoHide"), true);
     EXPECT_EQ(displayValues("menuBarOverride").at(1), true);
     EXPECT_EQ(callLines(), (Lines{"CGSSetMenuBarAutohideEnabled [2] = 0",
@@ -113,8 +132,7 @@ TEST_F(MenuBar, ABooleanThatIsNeitherOneNorZeroIsTrueAndRecordedAsItIs) {
 }
 
 TEST_F(MenuBar, AnOverrideMayShowLate) {
-    simulator::addFault(
-        {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 2}, {"times", 1}});
+    delayOverride(2);
     EXPECT_EQ(setOverride(2, true), 0);
     EXPECT_EQ(displayValues("menuBarOverride").at(1), false);
     EXPECT_EQ(readings(2, 4), (std::vector<bool>{false, false, true, true}));
@@ -124,23 +142,21 @@ TEST_F(MenuBar, AnOverrideMayShowLate) {
 }
 
 TEST_F(MenuBar, ALateOverrideIsReplacedByTheNext) {
-    simulator::addFault(
-        {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 1}, {"times", 1}});
+    delayOverride(1);
     setOverride(2, true);
     setOverride(2, false);
     EXPECT_EQ(readings(2, 3), (std::vector<bool>{false, false, false}));
 }
 
 TEST_F(MenuBar, ALateOverrideWaitsForReadsOfItsOwnDisplay) {
-    simulator::addFault(
-        {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 1}, {"times", 1}});
+    delayOverride(1);
     setOverride(2, true);
     EXPECT_EQ(readings(1, 3), (std::vector<bool>{true, true, true}));
     EXPECT_EQ(readings(2, 2), (std::vector<bool>{false, true}));
 }
 
 TEST_F(MenuBar, ResetForgetsALateOverride) {
-    simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 1}});
+    delayOverride(1);
     setOverride(2, true);
     const nlohmann::json mac = simulator::machine();
     simulator::reset(mac);
@@ -154,10 +170,7 @@ TEST_F(MenuBar, OverrideOfADisplayThatIsNotActiveIsRefused) {
 }
 
 TEST_F(MenuBar, ActiveDisplayIsNamedByItsPortUUID) {
-    auto& copy = found<CFStringRef(std::int32_t)>("SLSCopyActiveMenuBarDisplayIdentifier");
-    const simulator::cf::Owned<CFStringRef> identifier(copy(CGSMainConnectionID()));
-    ASSERT_NE(identifier.get(), nullptr);
-    EXPECT_EQ(simulator::cf::text(identifier.get()), secondUUID);
+    EXPECT_EQ(activeDisplay(), secondUUID);
 }
 
 TEST_F(MenuBar, ManagedSpacesNameTheDisplaysThatHaveAUUID) {
@@ -189,40 +202,30 @@ TEST_F(MenuBar, AForeignConnectionIsRefused) {
     const nlohmann::json before = simulator::machine();
     Boolean enabled = 7;
     EXPECT_EQ(CGSSetMenuBarAutohideEnabled(foreign, 1), kCGErrorInvalidConnection);
-    EXPECT_EQ((found<std::int32_t(std::int32_t, Boolean*)>("SLSGetMenuBarAutohideEnabled")(
-                  foreign, &enabled)),
-              kCGErrorInvalidConnection);
+    EXPECT_EQ(getAutoHide(enabled, foreign), kCGErrorInvalidConnection);
     EXPECT_EQ(enabled, 7);
-    EXPECT_EQ((found<std::int32_t(std::int32_t, CGDirectDisplayID, Boolean)>(
-                  "SLSSetMenuBarVisibilityOverrideOnDisplay")(foreign, 1, 0)),
-              kCGErrorInvalidConnection);
-    EXPECT_FALSE((found<Boolean(std::int32_t, CGDirectDisplayID)>(
-        "SLSGetMenuBarVisibilityOverrideOnDisplay")(foreign, 1)));
-    EXPECT_EQ(found<CFStringRef(std::int32_t)>("SLSCopyActiveMenuBarDisplayIdentifier")(foreign),
-              nullptr);
-    EXPECT_EQ(found<CFArrayRef(std::int32_t)>("SLSCopyManagedDisplaySpaces")(foreign), nullptr);
+    EXPECT_EQ(setOverride(1, 0, foreign), kCGErrorInvalidConnection);
+    EXPECT_FALSE(getOverride(1, foreign));
+    EXPECT_EQ(activeDisplay(foreign), nullptr);
+    EXPECT_EQ(managedSpaces(foreign), nullptr);
     EXPECT_EQ(simulator::machine(), before);
 }
 
 TEST_F(MenuBar, MeetsFaults) {
-    simulator::addFault({{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}});
-    simulator::addFault({{"call", "SLSGetMenuBarAutohideEnabled"}, {"result", 1001}});
-    simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"result", 1002}});
-    simulator::addFault({{"call", "SLSGetMenuBarVisibilityOverrideOnDisplay"}, {"result", false}});
-    simulator::addFault({{"call", "SLSCopyActiveMenuBarDisplayIdentifier"}, {"result", nullptr}});
-    simulator::addFault({{"call", "SLSCopyManagedDisplaySpaces"}, {"result", nullptr}});
+    failCalls("CGSSetMenuBarAutohideEnabled", 1000);
+    failCalls("SLSGetMenuBarAutohideEnabled", 1001);
+    failCalls("SLSSetMenuBarVisibilityOverrideOnDisplay", 1002);
+    failCalls("SLSGetMenuBarVisibilityOverrideOnDisplay", false);
+    failCalls("SLSCopyActiveMenuBarDisplayIdentifier", nullptr);
+    failCalls("SLSCopyManagedDisplaySpaces", nullptr);
     const nlohmann::json before = simulator::machine();
-    const std::int32_t connection = CGSMainConnectionID();
     Boolean enabled = 7;
-    EXPECT_EQ(CGSSetMenuBarAutohideEnabled(connection, 1), 1000);
-    EXPECT_EQ((found<std::int32_t(std::int32_t, Boolean*)>("SLSGetMenuBarAutohideEnabled")(
-                  connection, &enabled)),
-              1001);
+    EXPECT_EQ(CGSSetMenuBarAutohideEnabled(CGSMainConnectionID(), 1), 1000);
+    EXPECT_EQ(getAutoHide(enabled), 1001);
     EXPECT_EQ(enabled, 7);
     EXPECT_EQ(setOverride(2, true), 1002);
     EXPECT_FALSE(getOverride(1));
-    EXPECT_EQ(found<CFStringRef(std::int32_t)>("SLSCopyActiveMenuBarDisplayIdentifier")(connection),
-              nullptr);
+    EXPECT_EQ(activeDisplay(), nullptr);
     EXPECT_EQ(managedSpaces(), nullptr);
     EXPECT_EQ(simulator::machine(), before);
 }
