@@ -78,11 +78,7 @@ TEST_P(EveryAnonymousScenario, LeavesAMacWhoseAnonymousReportEndsTheSame) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, EveryAnonymousScenario,
-                         testing::ValuesIn(tests::scenarioPaths()), [](const auto& path) {
-                             std::string name = std::filesystem::path(path.param).stem().string();
-                             std::ranges::replace(name, '-', '_');
-                             return name;
-                         });
+                         testing::ValuesIn(tests::scenarioPaths()), tests::scenarioName);
 
 /// A report in which everything is personal.
 json personalReport() {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -22,10 +23,13 @@ inline nlohmann::json fullMac() {
 
 /// The description that a fresh process gives of the Mac. It must change nothing and leave nothing
 /// behind.
-inline describe::Description described(const nlohmann::json& mac,
-                                       const nlohmann::json& faults = nlohmann::json::array()) {
+/// @param alter makes of the machine what no scenario can describe
+inline describe::Description described(
+    const nlohmann::json& mac, const nlohmann::json& faults = nlohmann::json::array(),
+    const std::function<void()>& alter = [] {}) {
     forgetProcessWideValues();
     simulator::reset(mac);
+    alter();
     for (const nlohmann::json& fault : faults) {
         simulator::addFault(fault);
     }

@@ -16,6 +16,11 @@ using nlohmann::json;
 using tests::described;
 using tests::fullMac;
 
+/// The description of the full Mac, altered.
+describe::Description altered(const std::function<void()>& alter) {
+    return described(fullMac(), json::array(), alter);
+}
+
 /// What a fault removes from the description, a path such as "/displays/0/modes", and the note
 /// about it.
 struct Refusal {
@@ -95,10 +100,7 @@ TEST(Describe, AModeThatIsNotDescribedStaysAsTheHelperSeesIt) {
 
 TEST(Describe, ANumberOfModesThatMakesNoSenseIsNoted) {
     for (const std::int32_t count : {-1, 4097}) {
-        forgetProcessWideValues();
-        simulator::reset(fullMac());
-        simulator::devices::claimModeCount(1, count);
-        const auto [mac, notes] = describe::describeMac();
+        const auto [mac, notes] = altered([&] { simulator::devices::claimModeCount(1, count); });
         EXPECT_FALSE(mac["displays"][1].contains("modes"));
         EXPECT_THAT(notes, testing::Contains("displays[1].modes is left out: the display claims " +
                                              std::to_string(count) + " modes"));
@@ -118,10 +120,7 @@ TEST(Describe, RatesAreWrittenAsPeopleWriteThem) {
 }
 
 TEST(Describe, AnActiveDisplayThatIsNamedOtherwiseIsNoted) {
-    forgetProcessWideValues();
-    simulator::reset(fullMac());
-    simulator::mac().menuBar.activeDisplay = "Main";
-    const auto [mac, notes] = describe::describeMac();
+    const auto [mac, notes] = altered([] { simulator::mac().menuBar.activeDisplay = "Main"; });
     EXPECT_FALSE(mac["menuBar"].contains("activeDisplay"));
     EXPECT_THAT(notes, testing::Contains("menuBar.activeDisplay is left out: the window server "
                                          "names it \"Main\", not by a UUID"));
@@ -129,11 +128,10 @@ TEST(Describe, AnActiveDisplayThatIsNamedOtherwiseIsNoted) {
 
 TEST(Describe, AValueThatJSONCannotHoldIsNoted) {
     json endless = std::numeric_limits<double>::infinity();
-    forgetProcessWideValues();
-    simulator::reset(fullMac());
-    simulator::mac().preferences["global"]["_HIHideMenuBar"] = endless;
-    simulator::mac().registry[0]["DisplayVendorID"] = endless;
-    const auto [mac, notes] = describe::describeMac();
+    const auto [mac, notes] = altered([&] {
+        simulator::mac().preferences["global"]["_HIHideMenuBar"] = endless;
+        simulator::mac().registry[0]["DisplayVendorID"] = endless;
+    });
     EXPECT_EQ(mac["preferences"]["global"], (json{{"AppleMenuBarVisibleInFullscreen", 0}}));
     EXPECT_FALSE(mac["registry"][0].contains("DisplayVendorID"));
     EXPECT_THAT(notes,

@@ -47,11 +47,7 @@ TEST_P(EveryScenario, LeavesAMacWhoseReportEndsTheSame) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, EveryScenario, testing::ValuesIn(tests::scenarioPaths()),
-                         [](const auto& path) {
-                             std::string name = std::filesystem::path(path.param).stem().string();
-                             std::ranges::replace(name, '-', '_');
-                             return name;
-                         });
+                         tests::scenarioName);
 
 TEST(Report, HoldsWhatTheHelperReadsAndLogged) {
     const FoundMac found = crashedMac();

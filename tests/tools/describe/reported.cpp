@@ -88,4 +88,10 @@ std::vector<std::string> scenarioPaths() {
     return paths;
 }
 
+std::string scenarioName(const testing::TestParamInfo<std::string>& path) {
+    std::string name = std::filesystem::path(path.param).stem().string();
+    std::ranges::replace(name, '-', '_');
+    return name;
+}
+
 }  // namespace tolvaran::tests

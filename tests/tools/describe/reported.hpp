@@ -1,6 +1,8 @@
 // A Mac as a run of the helper leaves it, and the replay of its report.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -47,5 +49,7 @@ std::vector<Corruption> someCorruptions(const std::string& whole);
 
 /// The paths of all scenarios.
 std::vector<std::string> scenarioPaths();
+/// The name of the test of the scenario at this path.
+std::string scenarioName(const testing::TestParamInfo<std::string>& path);
 
 }  // namespace tolvaran::tests
