@@ -48,10 +48,14 @@ std::string sig(const std::vector<int>& displays) {
     return signature;
 }
 
+json placed(const std::string& name, int x, int y) {
+    return {{"uuid", name}, {"x", x}, {"y", y}};
+}
+
 json entries(const Places& places) {
     json list = json::array();
     for (const Place& place : places) {
-        list.push_back({{"uuid", uuid(place.display)}, {"x", place.x}, {"y", place.y}});
+        list.push_back(placed(uuid(place.display), place.x, place.y));
     }
     return list;
 }
@@ -99,6 +103,10 @@ std::string restoredStacked(const std::string& signature) {
     return said("info", "restored stacked fallback for sig=" + signature);
 }
 
+std::string clearedMark(const std::string& kind, const std::string& signature) {
+    return said("info", "cleared " + kind + " mark for healthy sig=" + signature);
+}
+
 Lines moved(const Places& places) {
     Lines lines{"debug: Applying " + std::to_string(places.size()) + " positions to hardware"};
     for (const Place& place : places) {
@@ -118,8 +126,10 @@ Lines moveCalls(const Places& places, const std::string& end) {
     return lines;
 }
 
-void ArrangementCheck::save(const json& arrangements) const {
-    write(".display-originals", {{"version", 2}, {"arrangements", arrangements}});
+ArrangementCheck::ArrangementCheck(const json& machine, const json& saved) : process_(machine) {
+    if (!saved.is_null()) {
+        write(".display-originals", {{"version", 2}, {"arrangements", saved}});
+    }
 }
 
 void ArrangementCheck::markAll(const Lines& signatures, const Places& layout) const {
@@ -173,10 +183,7 @@ void PrintTo(const CheckRow& row, std::ostream* out) {
 }
 
 void expectRow(const CheckRow& row) {
-    ArrangementCheck check(row.machine);
-    if (!row.saved.is_null()) {
-        check.save(row.saved);
-    }
+    ArrangementCheck check(row.machine, row.saved);
     const std::string signature = signatureOf(row.machine);
     if (row.marked) {
         check.markAll({signature}, *row.marked);

@@ -39,6 +39,8 @@ nlohmann::json mac(const Places& places);
 std::string uuid(int display);
 /// The signature of displays that are given in ascending order.
 std::string sig(const std::vector<int>& displays);
+/// One display of a saved arrangement, by name.
+nlohmann::json placed(const std::string& name, int x, int y);
 /// A saved arrangement or a marked layout.
 nlohmann::json entries(const Places& places);
 
@@ -58,6 +60,7 @@ std::string restoredExact(const std::string& signature);
 std::string restoredSubset(const std::string& signature, int size);
 std::string restoredProjection(const std::string& signature);
 std::string restoredStacked(const std::string& signature);
+std::string clearedMark(const std::string& kind, const std::string& signature);
 /// The lines of moving these displays, whose places are already relative to the main display.
 Lines moved(const Places& places);
 
@@ -71,13 +74,15 @@ Lines moveCalls(const Places& places, const std::string& end = completeCall);
 /// One helper process with its state files.
 class ArrangementCheck {
   public:
-    explicit ArrangementCheck(const nlohmann::json& machine) : process_(machine) {}
-    explicit ArrangementCheck(const Places& places) : ArrangementCheck(mac(places)) {}
+    /// @param saved the saved arrangements by signature; null for none
+    explicit ArrangementCheck(const nlohmann::json& machine, const nlohmann::json& saved = nullptr);
+    explicit ArrangementCheck(const Places& places, const nlohmann::json& saved = nullptr)
+        : ArrangementCheck(mac(places), saved) {}
 
-    /// Saves arrangements by signature.
-    void save(const nlohmann::json& arrangements) const;
     /// Marks the signatures in all three stores; `layout` is what the two with layouts hold.
     void markAll(const Lines& signatures, const Places& layout) const;
+    /// Has the main application know these IDs as one display.
+    void fold(const Lines& ids) const { process_.knowDisplays({ids}); }
     /// Writes a file in the state directory.
     void write(const std::string& name, const nlohmann::json& content) const;
 

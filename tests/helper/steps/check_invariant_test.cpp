@@ -57,8 +57,7 @@ TEST(CheckInvariant, AfterARunOfTolvaranEveryArrangementIsTriedAgain) {
     const json saved{{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})},
                      {sig({3}), entries({{3, 0, -300}})}};
     for (const bool hasRun : {false, true}) {
-        ArrangementCheck invariant(three);
-        invariant.save(saved);
+        ArrangementCheck invariant(three, saved);
         do {
             invariant.run();
         } while (!invariant.takeCalls().empty());
@@ -73,8 +72,7 @@ TEST(CheckInvariant, AfterARunOfTolvaranEveryArrangementIsTriedAgain) {
 TEST(CheckInvariant, OnceOtherDisplaysWereConnectedEveryArrangementIsTriedAgain) {
     const json saved{{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})},
                      {sig({3}), entries({{3, 0, -300}})}};
-    ArrangementCheck invariant(three);
-    invariant.save(saved);
+    ArrangementCheck invariant(three, saved);
     do {
         invariant.run();
     } while (!invariant.takeCalls().empty());
@@ -92,56 +90,45 @@ TEST(CheckInvariant, OnceOtherDisplaysWereConnectedEveryArrangementIsTriedAgain)
 // Naming the displays.
 
 TEST(CheckInvariant, TwinsGoByTheirPorts) {
+    const std::string port1 = "BBBBBBBB-0000-4000-8000-000000000001";
+    const std::string port2 = "AAAAAAAA-0000-4000-8000-000000000002";
+    const std::string signature = port2 + "," + port1;
     json machine = mac(two);
     machine["displays"][1]["serial"] = 1;
-    machine["displays"][0]["portUUID"] = "BBBBBBBB-0000-4000-8000-000000000001";
-    machine["displays"][1]["portUUID"] = "AAAAAAAA-0000-4000-8000-000000000002";
-    ArrangementCheck invariant(machine);
-    const std::string signature =
-        "AAAAAAAA-0000-4000-8000-000000000002,BBBBBBBB-0000-4000-8000-000000000001";
-    invariant.save({{signature,
-                     {{{"uuid", "AAAAAAAA-0000-4000-8000-000000000002"}, {"x", 100}, {"y", 0}},
-                      {{"uuid", "BBBBBBBB-0000-4000-8000-000000000001"}, {"x", 0}, {"y", 0}}}}});
+    machine["displays"][0]["portUUID"] = port1;
+    machine["displays"][1]["portUUID"] = port2;
+    ArrangementCheck invariant(machine,
+                               {{signature, {placed(port2, 100, 0), placed(port1, 0, 0)}}});
     const std::string twin =
         "warn: Multiple displays with fingerprint 1552-41234-1, disambiguating via port-UUID";
-    EXPECT_EQ(invariant.run(),
-              (Lines{twin, twin, detected} + moved({{2, 100, 0}, {1, 0, 0}}) +
-               Lines{said("info", "restored exact arrangement for sig=" + signature)}));
+    EXPECT_EQ(invariant.run(), (Lines{twin, twin, detected} + moved({{2, 100, 0}, {1, 0, 0}}) +
+                                Lines{restoredExact(signature)}));
 }
 
 TEST(CheckInvariant, AliasesAreFoldedIntoTheCanonicalID) {
-    ArrangementCheck invariant(two);
-    invariant.write("../Settings/preferences.json",
-                    {{"knownDisplays", {{{"ids", {"Zeta", uuid(1)}}}}}});
-    invariant.save(
-        {{uuid(2) + ",Zeta",
-          {{{"uuid", "Zeta"}, {"x", 0}, {"y", 0}}, {{"uuid", uuid(2)}, {"x", 100}, {"y", 0}}}}});
+    const std::string signature = uuid(2) + ",Zeta";
+    ArrangementCheck invariant(two, {{signature, {placed("Zeta", 0, 0), placed(uuid(2), 100, 0)}}});
+    invariant.fold({"Zeta", uuid(1)});
     EXPECT_EQ(invariant.run(),
-              (Lines{detected} + moved(sideBySide) +
-               Lines{said("info", "restored exact arrangement for sig=" + uuid(2) + ",Zeta")}));
+              (Lines{detected} + moved(sideBySide) + Lines{restoredExact(signature)}));
 }
 
 TEST(CheckInvariant, TheLaterOfTwoDisplaysWithOneCanonicalIDCounts) {
-    ArrangementCheck invariant(two);
-    invariant.write("../Settings/preferences.json",
-                    {{"knownDisplays", {{{"ids", {"Zeta", uuid(1), uuid(2)}}}}}});
-    invariant.save({{"Zeta,Zeta", {{{"uuid", "Zeta"}, {"x", 0}, {"y", 100}}}}});
+    ArrangementCheck invariant(two, {{"Zeta,Zeta", json::array({placed("Zeta", 0, 100)})}});
+    invariant.fold({"Zeta", uuid(1), uuid(2)});
     EXPECT_EQ(invariant.run(),
-              (Lines{detected} + moved({{2, 0, 100}}) +
-               Lines{said("info", "restored exact arrangement for sig=Zeta,Zeta")}));
+              (Lines{detected} + moved({{2, 0, 100}}) + Lines{restoredExact("Zeta,Zeta")}));
 }
 
 TEST(CheckInvariant, ADisplayWithoutUUIDGoesByItsNumber) {
+    const std::string signature = "Display-2," + uuid(1);
     json machine = mac(two);
     machine["displays"][1].erase("vendor");
     machine["displays"][1]["portUUID"] = nullptr;
-    ArrangementCheck invariant(machine);
-    invariant.save({{"Display-2," + uuid(1),
-                     {{{"uuid", uuid(1)}, {"x", 0}, {"y", 0}},
-                      {{"uuid", "Display-2"}, {"x", 100}, {"y", 0}}}}});
+    ArrangementCheck invariant(machine,
+                               {{signature, {placed(uuid(1), 0, 0), placed("Display-2", 100, 0)}}});
     EXPECT_EQ(invariant.run(),
-              (Lines{detected} + moved(sideBySide) +
-               Lines{said("info", "restored exact arrangement for sig=Display-2," + uuid(1))}));
+              (Lines{detected} + moved(sideBySide) + Lines{restoredExact(signature)}));
 }
 
 TEST(CheckInvariant, The17thDisplayIsNotSeen) {
@@ -154,15 +141,13 @@ TEST(CheckInvariant, The17thDisplayIsNotSeen) {
     places.push_back({27, 1600, 100});  // a corner with the 16th
     ArrangementCheck invariant(places);
     invariant.write("separated-sets.json", {{"version", 1}, {"signatures", {sig(seen)}}});
-    EXPECT_EQ(
-        invariant.run(),
-        (Lines{healthy, said("info", "cleared separated mark for healthy sig=" + sig(seen))}));
+    EXPECT_EQ(invariant.run(), (Lines{healthy, clearedMark("separated", sig(seen))}));
 }
 
 TEST(CheckInvariant, WithoutAListOfDisplaysNothingIsDone) {
     ArrangementCheck invariant(two);
     invariant.markAll({sig({1, 2})}, two);
-    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}});
+    failCalls("CGGetActiveDisplayList", 1000);
     EXPECT_EQ(invariant.run(), Lines{healthy});
     EXPECT_EQ(invariant.takeCalls(), Lines{});
     EXPECT_EQ(invariant.marks().size(), 3U);

@@ -345,26 +345,18 @@ INSTANTIATE_TEST_SUITE_P(InForce, Repair, testing::ValuesIn(inForceRows()),
 
 // Cases that need more than one check, or a closer look.
 
-TEST(ArrangementRepair, PutsAFullZigzagIntoARow) {
+TEST(ArrangementRepair, AfterTheRowTheMarkThatItLeftIsStale) {
     ArrangementCheck invariant(three);
-    invariant.markAll({sig({1, 2, 3})}, {{1, 7, 7}});
-    const Places stacked{{1, 0, 0}, {2, 100, 0}, {3, 200, 0}};
+    invariant.markAll({sig({1, 2, 3})}, elsewhere);
+    EXPECT_EQ(invariant.run().back(), restoredStacked(sig({1, 2, 3})));
     EXPECT_EQ(invariant.run(),
-              (Lines{detected, applyingStacked} + moved(stacked) +
-               Lines{said("info", "restored stacked fallback for sig=" + sig({1, 2, 3}))}));
-    EXPECT_EQ(invariant.takeCalls(), moveCalls(stacked));
-    EXPECT_EQ(invariant.marks(), Lines{"native-mirrored:" + sig({1, 2, 3})});
-    EXPECT_EQ(invariant.run(), (Lines{healthy, said("info",
-                                                    "cleared stale native-mirror mark for "
-                                                    "healthy sig=" +
-                                                        sig({1, 2, 3}))}));
+              (Lines{healthy, clearedMark("stale native-mirror", sig({1, 2, 3}))}));
 }
 
 TEST(ArrangementRepair, ARestoreThatCannotBeCheckedDoesNotCountAsDone) {
-    ArrangementCheck invariant(three);
-    const Places subset{{3, 200, 100}};  // leaves the other two corner to corner
-    invariant.save({{sig({3}), entries(subset)}});
-    invariant.markAll({sig({1, 2, 3})}, {{1, 7, 7}});
+    // The subset leaves the other two corner to corner.
+    ArrangementCheck invariant(three, {{sig({3}), entries({{3, 200, 100}})}});
+    invariant.markAll({sig({1, 2, 3})}, elsewhere);
     // The list after the subset was applied.
     simulator::addFault(
         {{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 2}, {"times", 1}});
@@ -376,23 +368,18 @@ TEST(ArrangementRepair, ARestoreThatCannotBeCheckedDoesNotCountAsDone) {
 
 TEST(ArrangementRepair, AProjectionThatMovesNothingIsPassedOver) {
     // The projection moves neither of the two displays that share a canonical ID.
-    json machine = mac(two);
-    ArrangementCheck invariant(machine);
-    invariant.write("../Settings/preferences.json",
-                    {{"knownDisplays", {{{"ids", {"Zeta", uuid(1), uuid(2)}}}}}});
-    invariant.save(
-        {{"Beta,Zeta",
-          {{{"uuid", "Zeta"}, {"x", 100}, {"y", 100}}, {{"uuid", "Beta"}, {"x", 0}, {"y", 0}}}}});
-    EXPECT_EQ(
-        invariant.run(),
-        (Lines{detected, alreadyInForce("superset-projection[0]"), applyingStacked} +
-         moved(sideBySide) + Lines{said("info", "restored stacked fallback for sig=Zeta,Zeta")}));
+    ArrangementCheck invariant(two,
+                               {{"Beta,Zeta", {placed("Zeta", 100, 100), placed("Beta", 0, 0)}}});
+    invariant.fold({"Zeta", uuid(1), uuid(2)});
+    EXPECT_EQ(invariant.run(),
+              (Lines{detected, alreadyInForce("superset-projection[0]"), applyingStacked} +
+               moved(sideBySide) + Lines{restoredStacked("Zeta,Zeta")}));
 }
 
 TEST(ArrangementRepair, OneUnreadableDisplayDoesNotHideAMove) {
     for (int call = 0; call < 30; ++call) {
-        ArrangementCheck invariant(two);
-        invariant.save({{sig({1, 2}), entries(sideBySide)}, {sig({2}), entries({{2, 0, 100}})}});
+        ArrangementCheck invariant(
+            two, {{sig({1, 2}), entries(sideBySide)}, {sig({2}), entries({{2, 0, 100}})}});
         simulator::addFault(
             {{"call", "CGDisplayBounds"}, {"effect", false}, {"skip", call}, {"times", 1}});
         invariant.run();
@@ -429,9 +416,8 @@ std::string leftAlone(const std::string& what) {
 }
 
 TEST(ArrangementRepair, ArrangementsThatMoveTheDisplaysBackAndForthAreLeftAlone) {
-    ArrangementCheck invariant(three);
-    invariant.save(
-        {{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})}, {sig({3}), entries({{3, 0, -300}})}});
+    ArrangementCheck invariant(three, {{sig({1, 3}), entries({{1, 0, 0}, {3, 0, -100}})},
+                                       {sig({3}), entries({{3, 0, -300}})}});
     Lines log;
     EXPECT_LE(configurationsUntilRest(invariant, log), 7U);
     EXPECT_EQ(count(log, leftAlone("candidate subset(2) was")), 1U);
@@ -445,8 +431,8 @@ TEST(ArrangementRepair, ArrangementsThatMoveTheDisplaysBackAndForthAreLeftAlone)
 
 TEST(ArrangementRepair, TheRowEndsTheZigzagThatSavedArrangementsDoNot) {
     // Each of the two moves a display of the staircase and leaves a corner touch.
-    ArrangementCheck invariant(three);
-    invariant.save({{sig({2}), entries({{2, 100, -100}})}, {sig({3}), entries({{3, -100, 100}})}});
+    ArrangementCheck invariant(
+        three, {{sig({2}), entries({{2, 100, -100}})}, {sig({3}), entries({{3, -100, 100}})}});
     Lines log;
     EXPECT_LE(configurationsUntilRest(invariant, log), 9U);
     EXPECT_EQ(invariant.run(), Lines{healthy});
@@ -455,8 +441,7 @@ TEST(ArrangementRepair, TheRowEndsTheZigzagThatSavedArrangementsDoNot) {
 TEST(ArrangementRepair, ArrangementsThatSucceedButMoveBackAndForthAreLeftAloneToo) {
     const Places below{{2, 0, 100}};
     const Places right{{2, 100, 0}};
-    ArrangementCheck invariant(sideBySide);
-    invariant.save({{"a", entries(right)}, {"b", entries(below)}});
+    ArrangementCheck invariant(sideBySide, {{"a", entries(right)}, {"b", entries(below)}});
     invariant.markAll({}, {});
     invariant.write(
         "native-mirrored-sets.json",
@@ -467,31 +452,27 @@ TEST(ArrangementRepair, ArrangementsThatSucceedButMoveBackAndForthAreLeftAloneTo
 }
 
 TEST(ArrangementRepair, RepairsThatOthersUndoAreNotHeldBack) {
-    ArrangementCheck invariant(two);
-    invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+    ArrangementCheck invariant(two, {{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
     for (int time = 0; time < 10; ++time) {
-        EXPECT_EQ(invariant.run().back(),
-                  said("info", "restored exact arrangement for sig=" + sig({1, 2})));
+        EXPECT_EQ(invariant.run().back(), restoredExact(sig({1, 2})));
         EXPECT_EQ(invariant.run(), Lines{healthy});
         simulator::perform({{"arrange", {{"2", {100, 100}}}}});
     }
 }
 
 TEST(ArrangementRepair, OneCheckConfiguresALimitedNumberOfTimes) {
-    ArrangementCheck invariant(ambiguous);
-    json saved = json::object();
+    json saved;
     for (int place = 0; place < 1000; ++place) {
         saved["a" + std::to_string(1000 + place)] = entries({{3, 1000 + place, 0}});
     }
-    invariant.save(saved);
-    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
+    ArrangementCheck invariant(ambiguous, saved);
+    failCalls("CGCompleteDisplayConfiguration", 1004);
     EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
     EXPECT_EQ(count(invariant.run(), "debug: Applying 1 positions to hardware"), 24U);
 }
 
 TEST(ArrangementRepair, WhatHasNoEffectIsNotTriedEndlessly) {
-    ArrangementCheck invariant(two);
-    invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+    ArrangementCheck invariant(two, {{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
     Lines log;
     EXPECT_EQ(configurationsUntilRest(invariant, log), 6U);
@@ -499,20 +480,18 @@ TEST(ArrangementRepair, WhatHasNoEffectIsNotTriedEndlessly) {
     EXPECT_EQ(count(log, leftAlone("stacked fallback was")), 1U);
     simulator::advance(600);
     simulator::clearFaults();
-    EXPECT_EQ(invariant.run().back(),
-              said("info", "restored exact arrangement for sig=" + sig({1, 2})));
+    EXPECT_EQ(invariant.run().back(), restoredExact(sig({1, 2})));
 }
 
 /// How often one check of a staircase of 16 displays calls each function, with this many useless
 /// saved arrangements like `places`.
 std::map<std::string, int> callsOfOneCheck(const Places& staircase, const Places& places,
                                            int arrangements) {
-    ArrangementCheck invariant(staircase);
-    json saved = json::object();
+    json saved;
     for (int i = 0; i < arrangements; ++i) {
         saved["a" + std::to_string(i)] = entries(places);
     }
-    invariant.save(saved);
+    ArrangementCheck invariant(staircase, saved);
     simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"effect", false}});
     std::map<std::string, int> calls;
     for (const char* const function :
@@ -545,25 +524,22 @@ TEST(ArrangementRepair, UnusableOriginalsCountAsMissing) {
         invariant.run(),
         (Lines{detected, "warn: originals file missing/wrong version/unparseable, starting fresh",
                applyingStacked} +
-         moved(sideBySide) +
-         Lines{said("info", "restored stacked fallback for sig=" + sig({1, 2}))}));
+         moved(sideBySide) + Lines{restoredStacked(sig({1, 2}))}));
 }
 
 TEST(ArrangementRepair, SavedOriginsThatNoDisplayCanHaveArePassedOver) {
     for (const json& far : {json(1073741824), json(-1073741824), json(2147483648), json(1e308)}) {
         for (const int entry : {0, 1}) {
             for (const char* const axis : {"x", "y"}) {
-                ArrangementCheck invariant(two);
                 json saved = entries(sideBySide);
                 saved[entry][axis] = far;
-                invariant.save({{sig({1, 2}), saved}, {sig({2}), entries({{2, 0, 100}})}});
+                ArrangementCheck invariant(
+                    two, {{sig({1, 2}), saved}, {sig({2}), entries({{2, 0, 100}})}});
                 EXPECT_EQ(
                     invariant.run(),
                     (Lines{detected, said("warn", "candidate sig=" + sig({1, 2}) +
                                                       " has out-of-range coordinates, skipping")} +
-                     moved({{2, 0, 100}}) +
-                     Lines{said("info", "subset-restored for sig=" + sig({1, 2}) +
-                                            " from 1-display arrangement")}))
+                     moved({{2, 0, 100}}) + Lines{restoredSubset(sig({1, 2}), 1)}))
                     << far << " in " << axis << " of entry " << entry;
             }
         }
@@ -572,31 +548,27 @@ TEST(ArrangementRepair, SavedOriginsThatNoDisplayCanHaveArePassedOver) {
 
 TEST(ArrangementRepair, AnArrangementOfMorePositionsThanDisplaysIsPassedOver) {
     for (const std::size_t count : {16U, 17U, 1000U}) {
-        ArrangementCheck invariant(two);
         json saved = entries({{1, 0, 0}});
         saved.insert(saved.end(), count - 1, entries({{2, 0, 100}})[0]);
-        invariant.save({{sig({1, 2}), saved}});
+        ArrangementCheck invariant(two, {{sig({1, 2}), saved}});
         const Lines log = invariant.run();
         if (count > 16) {
             EXPECT_EQ(log[1], said("warn", "candidate sig=" + sig({1, 2}) + " has " +
                                                std::to_string(count) + " positions, skipping"));
         } else {
-            EXPECT_EQ(log.back(),
-                      said("info", "restored exact arrangement for sig=" + sig({1, 2})));
+            EXPECT_EQ(log.back(), restoredExact(sig({1, 2})));
         }
     }
 }
 
 TEST(ArrangementRepair, TheFarthestPossibleOriginsAreApplied) {
     constexpr int far = 1073741823;
-    ArrangementCheck invariant(two);
-    invariant.save({{sig({1, 2}), entries({{1, -far, far}, {2, far, -far}})}});
+    ArrangementCheck invariant(two, {{sig({1, 2}), entries({{1, -far, far}, {2, far, -far}})}});
     EXPECT_EQ(invariant.run(),
               (Lines{detected,
                      "info: Re-anchored saved positions to current main 1: "
                      "shift=(-1073741823,1073741823)"} +
-               moved({{1, 0, 0}, {2, 2 * far, -2 * far}}) +
-               Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+               moved({{1, 0, 0}, {2, 2 * far, -2 * far}}) + Lines{restoredExact(sig({1, 2}))}));
 }
 
 }  // namespace

@@ -17,10 +17,13 @@ namespace {
 
 using nlohmann::json;
 
+std::string unusable(const std::string& kind) {
+    return "warn: " + kind + "-sets file wrong version/unparseable, treating as empty";
+}
+
 TEST(MainApplicationLayout, HealthyHardwareIsLeftAlone) {
     for (const Places& places : {Places{}, Places{{1, 0, 0}}, sideBySide}) {
-        ArrangementCheck invariant(places);
-        invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+        ArrangementCheck invariant(places, {{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
         EXPECT_EQ(invariant.run(), Lines{healthy});
         EXPECT_EQ(invariant.takeCalls(), Lines{});
     }
@@ -30,11 +33,9 @@ TEST(MainApplicationLayout, OnHealthyHardwareTheMarksOfTheseDisplaysAreStale) {
     ArrangementCheck invariant(sideBySide);
     // The marks of other signatures would match as well; only the signature keeps them.
     invariant.markAll({sig({1}), sig({1, 2}), sig({1, 3})}, {{1, 0, 0}, {2, 0, 100}});
-    EXPECT_EQ(
-        invariant.run(),
-        (Lines{healthy, said("info", "cleared separated mark for healthy sig=" + sig({1, 2})),
-               said("info", "cleared stale side-pin mark for healthy sig=" + sig({1, 2})),
-               said("info", "cleared stale native-mirror mark for healthy sig=" + sig({1, 2}))}));
+    EXPECT_EQ(invariant.run(), (Lines{healthy, clearedMark("separated", sig({1, 2})),
+                                      clearedMark("stale side-pin", sig({1, 2})),
+                                      clearedMark("stale native-mirror", sig({1, 2}))}));
     EXPECT_EQ(invariant.marks(),
               (Lines{"separated:" + sig({1}), "separated:" + sig({1, 3}), "side-pinned:" + sig({1}),
                      "side-pinned:" + sig({1, 3}), "native-mirrored:" + sig({1}),
@@ -93,8 +94,7 @@ TEST(MainApplicationLayout, AJustDisconnectedDisplayTouchesNoOther) {
     // Its bounds read as a point in the main display's corner.
     const Places left{{1, 0, 0}, {2, -100, 0}};
     for (int call = 0; call < 4; ++call) {
-        ArrangementCheck invariant(left);
-        invariant.save({{sig({1, 2}), entries(sideBySide)}});
+        ArrangementCheck invariant(left, {{sig({1, 2}), entries(sideBySide)}});
         simulator::addFault(
             {{"call", "CGDisplayBounds"}, {"effect", false}, {"skip", call}, {"times", 1}});
         EXPECT_EQ(invariant.run(), Lines{healthy}) << call;
@@ -107,13 +107,8 @@ TEST(MainApplicationLayout, EachStoreIsAskedClearedAndReportedBeforeTheNext) {
     invariant.markAll({sig({1, 2})}, {{1, 7, 7}});
     writeFile(invariant.state("side-pinned-sets.json"), "{");
     writeFile(invariant.state("native-mirrored-sets.json"), "{");
-    const std::string sidePinned =
-        "warn: side-pinned-sets file wrong version/unparseable, treating as empty";
-    const std::string nativeMirrored =
-        "warn: native-mirrored-sets file wrong version/unparseable, treating as empty";
-    EXPECT_EQ(invariant.run(),
-              (Lines{sidePinned, nativeMirrored, healthy,
-                     said("info", "cleared separated mark for healthy sig=" + sig({1, 2}))}));
+    EXPECT_EQ(invariant.run(), (Lines{unusable("side-pinned"), unusable("native-mirrored"), healthy,
+                                      clearedMark("separated", sig({1, 2}))}));
 }
 
 TEST(MainApplicationLayout, EachKindOfStaleMarkIsClearedAlone) {
@@ -122,15 +117,13 @@ TEST(MainApplicationLayout, EachKindOfStaleMarkIsClearedAlone) {
     const json sidePinned{{"version", 2}, {"arrangements", layouts}};
     const json nativeMirrored{{"version", 1}, {"arrangements", layouts}};
     const std::map<std::string, std::pair<json, std::string>> kinds{
-        {"separated-sets.json", {separated, "separated mark"}},
-        {"side-pinned-sets.json", {sidePinned, "stale side-pin mark"}},
-        {"native-mirrored-sets.json", {nativeMirrored, "stale native-mirror mark"}}};
+        {"separated-sets.json", {separated, "separated"}},
+        {"side-pinned-sets.json", {sidePinned, "stale side-pin"}},
+        {"native-mirrored-sets.json", {nativeMirrored, "stale native-mirror"}}};
     for (const auto& [name, kind] : kinds) {
         ArrangementCheck invariant(sideBySide);
         invariant.write(name, kind.first);
-        EXPECT_EQ(invariant.run(),
-                  (Lines{healthy, said("info", "cleared " + kind.second +
-                                                   " for healthy sig=" + sig({1, 2}))}));
+        EXPECT_EQ(invariant.run(), (Lines{healthy, clearedMark(kind.second, sig({1, 2}))}));
     }
 }
 
@@ -139,13 +132,11 @@ TEST(MainApplicationLayout, ALayoutRecognisedOnlyByAMarkIsRestored) {
     const json layouts{{sig({1, 2}), {entries({{9, 0, 0}}), entries(marked)}}};
     const std::map<std::string, int> versions{{"side-pinned", 2}, {"native-mirrored", 1}};
     for (const auto& [kind, version] : versions) {
-        ArrangementCheck invariant(sideBySide);
-        invariant.save({{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
+        ArrangementCheck invariant(sideBySide, {{sig({1, 2}), entries({{1, 0, 0}, {2, 0, 100}})}});
         invariant.markAll({}, {});
         invariant.write(kind + "-sets.json", {{"version", version}, {"arrangements", layouts}});
         EXPECT_EQ(invariant.run(),
-                  (moved({{1, 0, 0}, {2, 0, 100}}) +
-                   Lines{said("info", "restored exact arrangement for sig=" + sig({1, 2}))}));
+                  (moved({{1, 0, 0}, {2, 0, 100}}) + Lines{restoredExact(sig({1, 2}))}));
         EXPECT_EQ(invariant.takeCalls(), moveCalls({{1, 0, 0}, {2, 0, 100}}));
         EXPECT_EQ(invariant.marks(), Lines{});
     }
@@ -153,9 +144,6 @@ TEST(MainApplicationLayout, ALayoutRecognisedOnlyByAMarkIsRestored) {
 
 TEST(MainApplicationLayout, UnusableMarksCountAsMissingAndStay) {
     const std::string bad = R"({"version":9})";
-    const auto unusable = [](const std::string& kind) {
-        return "warn: " + kind + "-sets file wrong version/unparseable, treating as empty";
-    };
     ArrangementCheck invariant(sideBySide);
     for (const std::string kind : {"separated", "side-pinned", "native-mirrored"}) {
         writeFile(invariant.state(kind + "-sets.json"), bad);
