@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdio>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -15,21 +14,15 @@
 
 #include "restore/paths/restore_log.hpp"
 #include "simulator/simulator.hpp"
-#include "tests/support/simulated_process.hpp"
+#include "tests/support/arrangement_check.hpp"
 #include "tests/support/special_numbers.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
-using nlohmann::json;
 using Positions = std::vector<HardwarePosition>;
 
-const std::string begin = "CGBeginDisplayConfiguration [] = 0";
-const std::string completeForSession = "CGCompleteDisplayConfiguration [1] = 0";
-
-std::string origin(CGDirectDisplayID displayID, int x, int y) {
-    return "CGConfigureDisplayOrigin " + json::array({displayID, x, y}).dump() + " = 0";
-}
+constexpr int least = std::numeric_limits<int>::min();
 
 HardwarePosition position(CGDirectDisplayID displayID, double x, double y) {
     return {.displayID = displayID, .origin = CGPointMake(x, y)};
@@ -66,73 +59,64 @@ TEST_F(DisplayApplyTest, AnEmptyListFailsSilently) {
     EXPECT_EQ(callLines(), Lines{});
 }
 
-TEST_F(DisplayApplyTest, AppliesInOrderForTheSession) {
-    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
-        {position(5, -2560, 0), position(3, 0, 0), position(7, 0, 1080)}));
-    EXPECT_EQ(takeLog(),
-              (Lines{"debug: Applying 3 positions to hardware", "debug:   display 5 -> (-2560,0)",
-                     "debug:   display 3 -> (0,0)", "debug:   display 7 -> (0,1080)"}));
-    EXPECT_EQ(callLines(), (Lines{begin, origin(5, -2560, 0), origin(3, 0, 0), origin(7, 0, 1080),
-                                  completeForSession}));
-    expectOrigins({{0, 1080}, {0, 0}, {-2560, 0}});
-}
+/// What is to be applied, and what the window server is given.
+struct ApplyRow {
+    std::string name;
+    Positions positions;
+    std::string shift;  // as logged; empty without one
+    Places applied;
+    std::vector<CGPoint> origins = {};  // afterwards; empty: not compared
+};
 
-TEST_F(DisplayApplyTest, KeepsTheMainDisplayAtTheOrigin) {
-    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
-        {position(7, 0, 0), position(3, 1280, -100), position(5, 3200, 50)}));
-    EXPECT_EQ(takeLog(),
-              (Lines{"info: Re-anchored saved positions to current main 3: shift=(1280,-100)",
-                     "debug: Applying 3 positions to hardware", "debug:   display 7 -> (-1280,100)",
-                     "debug:   display 3 -> (0,0)", "debug:   display 5 -> (1920,150)"}));
-    EXPECT_EQ(callLines(), (Lines{begin, origin(7, -1280, 100), origin(3, 0, 0),
-                                  origin(5, 1920, 150), completeForSession}));
-    expectOrigins({{-1280, 100}, {0, 0}, {1920, 150}});
-}
+const std::vector<ApplyRow> applyRows{
+    {"in order",
+     {position(5, -2560, 0), position(3, 0, 0), position(7, 0, 1080)},
+     "",
+     {{5, -2560, 0}, {3, 0, 0}, {7, 0, 1080}},
+     {{0, 1080}, {0, 0}, {-2560, 0}}},
+    {"the main display stays at the origin",
+     {position(7, 0, 0), position(3, 1280, -100), position(5, 3200, 50)},
+     "(1280,-100)",
+     {{7, -1280, 100}, {3, 0, 0}, {5, 1920, 150}},
+     {{-1280, 100}, {0, 0}, {1920, 150}}},
+    {"a shift in one direction is a shift",
+     {position(3, 0, 30), position(5, 1920, 30)},
+     "(0,30)",
+     {{3, 0, 0}, {5, 1920, 0}}},
+    {"without the main display nothing is shifted",
+     {position(7, 100, 200), position(5, 1380, 200)},
+     "",
+     {{7, 100, 200}, {5, 1380, 200}}},
+    {"the first of two positions of the main display anchors",
+     {position(3, 10, 0), position(3, 20, 0), position(5, 1930, 0)},
+     "(10,0)",
+     {{3, 0, 0}, {3, 10, 0}, {5, 1920, 0}}},
+    {"negative zero is the origin", {position(3, -0.0, -0.0)}, "", {{3, 0, 0}}},
+    {"fractions are cut off after the shift",
+     {position(3, 100.5, -0.5), position(5, 2020.25, -100.25), position(7, -1180.25, 0)},
+     "(100,0)",
+     {{3, 0, 0}, {5, 1919, -99}, {7, -1280, 0}}},
+    {"every origin of 32 bits",
+     {position(5, 2147483647.9, -2147483648.9), position(7, -2147483648.0, 2147483647.0)},
+     "",
+     {{5, 2147483647, least}, {7, least, 2147483647}}},
+};
 
-TEST_F(DisplayApplyTest, AShiftInOneDirectionIsAShift) {
-    EXPECT_TRUE(
-        DisplayApply::applyOriginalsToHardware({position(3, 0, 30), position(5, 1920, 30)}));
-    EXPECT_EQ(takeLog().front(),
-              "info: Re-anchored saved positions to current main 3: shift=(0,30)");
-    EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(5, 1920, 0), completeForSession}));
-}
-
-TEST_F(DisplayApplyTest, WithoutTheMainDisplayNothingIsShifted) {
-    EXPECT_TRUE(
-        DisplayApply::applyOriginalsToHardware({position(7, 100, 200), position(5, 1380, 200)}));
-    EXPECT_EQ(takeLog(),
-              (Lines{"debug: Applying 2 positions to hardware", "debug:   display 7 -> (100,200)",
-                     "debug:   display 5 -> (1380,200)"}));
-    EXPECT_EQ(callLines(),
-              (Lines{begin, origin(7, 100, 200), origin(5, 1380, 200), completeForSession}));
-}
-
-TEST_F(DisplayApplyTest, TheFirstOfTwoPositionsOfTheMainDisplayAnchors) {
-    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
-        {position(3, 10, 0), position(3, 20, 0), position(5, 1930, 0)}));
-    EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(3, 10, 0), origin(5, 1920, 0),
-                                  completeForSession}));
-}
-
-TEST_F(DisplayApplyTest, NegativeZeroIsTheOrigin) {
-    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware({position(3, -0.0, -0.0)}));
-    EXPECT_EQ(takeLog(),
-              (Lines{"debug: Applying 1 positions to hardware", "debug:   display 3 -> (0,0)"}));
-}
-
-TEST_F(DisplayApplyTest, FractionsAreCutOffAfterTheShift) {
-    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
-        {position(3, 100.5, -0.5), position(5, 2020.25, -100.25), position(7, -1180.25, 0)}));
-    EXPECT_EQ(takeLog(),
-              (Lines{"info: Re-anchored saved positions to current main 3: shift=(100,0)",
-                     "debug: Applying 3 positions to hardware", "debug:   display 3 -> (0,0)",
-                     "debug:   display 5 -> (1919,-99)", "debug:   display 7 -> (-1280,0)"}));
-    EXPECT_EQ(callLines(), (Lines{begin, origin(3, 0, 0), origin(5, 1919, -99), origin(7, -1280, 0),
-                                  completeForSession}));
+TEST_F(DisplayApplyTest, AppliesPositionsForTheSession) {
+    for (const ApplyRow& row : applyRows) {
+        SCOPED_TRACE(row.name);
+        SetUp();
+        EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(row.positions));
+        const Lines shift{"info: Re-anchored saved positions to current main 3: shift=" +
+                          row.shift};
+        EXPECT_EQ(takeLog(), (row.shift.empty() ? Lines{} : shift) + moved(row.applied));
+        EXPECT_EQ(callLines(), moveCalls(row.applied));
+        expectOrigins(row.origins);
+    }
 }
 
 TEST_F(DisplayApplyTest, WhenItCannotBeginNothingElseHappens) {
-    simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1004}});
+    failCalls("CGBeginDisplayConfiguration", 1004);
     bool called = false;
     const auto hook = [&] { called = true; };
     EXPECT_FALSE(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, hook, hook));
@@ -143,14 +127,13 @@ TEST_F(DisplayApplyTest, WhenItCannotBeginNothingElseHappens) {
 }
 
 TEST_F(DisplayApplyTest, WhenCompletionFailsTheAfterHookStillRuns) {
-    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1001}});
+    failCalls("CGCompleteDisplayConfiguration", 1001);
     Lines order;
     EXPECT_FALSE(DisplayApply::applyOriginalsToHardware(
         {position(5, 0, 1080)}, [&] { order.push_back("before"); },
         [&] { order.push_back("after"); }));
     EXPECT_EQ(order, (Lines{"before", "after"}));
-    EXPECT_EQ(callLines(),
-              (Lines{begin, origin(5, 0, 1080), "CGCompleteDisplayConfiguration [1] = 1001"}));
+    EXPECT_EQ(callLines(), moveCalls({{5, 0, 1080}}, "CGCompleteDisplayConfiguration [1] = 1001"));
     expectOrigins({{-1280, 0}, {0, 0}, {1920, 0}});
 }
 
@@ -158,8 +141,9 @@ TEST_F(DisplayApplyTest, OnlyTheCompletionDecides) {
     simulator::addFault({{"call", "CGConfigureDisplayOrigin"}, {"result", 1001}, {"times", 1}});
     EXPECT_TRUE(
         DisplayApply::applyOriginalsToHardware({position(7, 0, 1080), position(5, 0, -1440)}));
-    EXPECT_EQ(callLines(), (Lines{begin, "CGConfigureDisplayOrigin [7,0,1080] = 1001",
-                                  origin(5, 0, -1440), completeForSession}));
+    Lines calls = moveCalls({{7, 0, 1080}, {5, 0, -1440}});
+    calls[1] = "CGConfigureDisplayOrigin [7,0,1080] = 1001";
+    EXPECT_EQ(callLines(), calls);
     expectOrigins({{-1280, 0}, {0, 0}, {0, -1440}});
 }
 
@@ -177,15 +161,15 @@ TEST_F(DisplayApplyTest, HooksRunInTheConfigurationAndAfterIt) {
             EXPECT_EQ(simulator::openConfigurations(), 0U);
             expectOrigins({{-1280, 0}, {0, 0}, {0, 1080}});
         }));
-    EXPECT_EQ(before, Lines{begin});
-    EXPECT_EQ(after, (Lines{begin, origin(3, 0, 0), origin(5, 0, 1080), completeForSession}));
+    EXPECT_EQ(before, Lines{beginCall});
+    EXPECT_EQ(after, moveCalls({{3, 0, 0}, {5, 0, 1080}}));
 }
 
 TEST_F(DisplayApplyTest, AHookThatThrowsCancelsTheConfiguration) {
     const auto hook = [] { throw std::runtime_error("no"); };
     EXPECT_THROW(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, hook),
                  std::runtime_error);
-    EXPECT_EQ(callLines(), (Lines{begin, "CGCancelDisplayConfiguration [] = 0"}));
+    EXPECT_EQ(callLines(), (Lines{beginCall, "CGCancelDisplayConfiguration [] = 0"}));
     expectOrigins({{-1280, 0}, {0, 0}, {1920, 0}});
 }
 
@@ -193,15 +177,8 @@ TEST_F(DisplayApplyTest, AnAfterHookThatThrowsFindsTheConfigurationCompleted) {
     const auto hook = [] { throw std::runtime_error("no"); };
     EXPECT_THROW(DisplayApply::applyOriginalsToHardware({position(5, 0, 1080)}, nullptr, hook),
                  std::runtime_error);
-    EXPECT_EQ(callLines(), (Lines{begin, origin(5, 0, 1080), completeForSession}));
+    EXPECT_EQ(callLines(), moveCalls({{5, 0, 1080}}));
     expectOrigins({{-1280, 0}, {0, 0}, {0, 1080}});
-}
-
-TEST_F(DisplayApplyTest, AcceptsEveryOriginOf32Bits) {
-    EXPECT_TRUE(DisplayApply::applyOriginalsToHardware(
-        {position(5, 2147483647.9, -2147483648.9), position(7, -2147483648.0, 2147483647.0)}));
-    EXPECT_EQ(callLines(), (Lines{begin, origin(5, 2147483647, -2147483648),
-                                  origin(7, -2147483648, 2147483647), completeForSession}));
 }
 
 struct Refusal {
