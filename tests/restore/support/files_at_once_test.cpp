@@ -22,8 +22,6 @@ namespace {
 
 using namespace files;
 
-using Names = std::vector<std::string>;
-
 /// Adds a letter to the record, unless it is there.
 void add(const std::string& path, char letter) {
     update(path, [letter](const std::optional<std::string>& content) -> Change {
@@ -47,9 +45,17 @@ void take(const std::string& path, char letter) {
     });
 }
 
+/// The record's name while the process of this ID removes it.
+std::string asideBy(pid_t pid) {
+    return ".record.removing-" + std::to_string(pid) + "-17";
+}
+
 class FilesAtOnce : public testing::Test {
   protected:
-    void SetUp() override { simulator::reset(); }
+    void SetUp() override {
+        simulator::reset();
+        simulator::exposeToFaults(directory_.path());
+    }
     void TearDown() override { simulator::reset(); }
 
     using Work = std::function<void(const std::string& path)>;
@@ -75,10 +81,13 @@ class FilesAtOnce : public testing::Test {
                 return;
             }
             const std::optional<std::string> after = readFile(path);
-            EXPECT_EQ(directory.list(), after ? Names{"record"} : Names{});
+            EXPECT_EQ(directory.list(), after ? Lines{"record"} : Lines{});
             check(after);
         }
     }
+
+    const TemporaryDirectory directory_;
+    const std::string path_ = directory_ / "record";
 };
 
 bool has(const std::optional<std::string>& content, char letter) {
@@ -199,139 +208,122 @@ TEST_F(FilesAtOnce, AProcessKilledHalfwayDoesNotBlockOthers) {
             removeAbandonedFiles(directory.path());
             add(path, 'c');
             EXPECT_TRUE(has(readFile(path), 'c')) << k;
-            EXPECT_EQ(directory.list(), Names{"record"}) << k;
+            EXPECT_EQ(directory.list(), Lines{"record"}) << k;
         }
     }
     EXPECT_GT(calls, 10U);
 }
 
 TEST_F(FilesAtOnce, AnOlderMainApplicationsUnfinishedFileIsLeftAlone) {
-    const TemporaryDirectory directory;
     const std::string name = ".record.unfinished-4711-AbCdEf";
-    writeFile(directory / name, "x");
-    writeAtomically(directory / "record", "a");
-    add(directory / "record", 'b');
-    EXPECT_EQ(directory.list(), (Names{name, "record"}));
+    writeFile(directory_ / name, "x");
+    writeAtomically(path_, "a");
+    add(path_, 'b');
+    EXPECT_EQ(directory_.list(), (Lines{name, "record"}));
 }
 
-TEST_F(FilesAtOnce, ARecordThatAKilledProcessMovedAsideIsPutBack) {
-    const TemporaryDirectory directory;
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(0);
+TEST_F(FilesAtOnce, ARecordThatAKilledProcessMovedAsideIsPutBackUnlessANewerOneIsThere) {
+    for (const bool hasHardLinks : {true, false}) {
+        SCOPED_TRACE(hasHardLinks ? "with hard links" : "without hard links");
+        if (!hasHardLinks) {
+            simulator::addFault({{"call", "link"}, {"result", "ENOTSUP"}});
+        }
+        std::filesystem::remove(path_);
+        const std::string aside = asideBy(endedProcess());
+        for (const char* const content : {"old", "older"}) {
+            writeFile(directory_ / aside, content);
+            removeAbandonedFiles(directory_.path());
+            EXPECT_EQ(readFile(path_), "old");
+        }
+        EXPECT_EQ(directory_.list(), Lines{"record"});
     }
-    ::waitpid(child, nullptr, 0);
-    const std::string aside = ".record.removing-" + std::to_string(child) + "-17";
-    writeFile(directory / aside, "old");
-    removeAbandonedFiles(directory.path());
-    EXPECT_EQ(readFile(directory / "record"), "old");
-    writeFile(directory / aside, "older");
-    removeAbandonedFiles(directory.path());
-    EXPECT_EQ(readFile(directory / "record"), "old") << "a newer one is there";
-    EXPECT_EQ(directory.list(), Names{"record"});
 }
 
 TEST_F(FilesAtOnce, NoProcessTriesForever) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
     simulator::addFault({{"call", "rename"}, {"result", "ENOENT"}});
     const double start = simulator::now();
     try {
-        writeAtomically(directory / "record", "x");
+        writeAtomically(path_, "x");
         ADD_FAILURE() << "nothing was thrown";
     } catch (const Error& error) {
         EXPECT_EQ(error.code(), EBUSY);
     }
     EXPECT_LE(simulator::now() - start, 0.11);
-    EXPECT_EQ(directory.list(), Names{});
+    EXPECT_EQ(directory_.list(), Lines{});
 }
 
 TEST_F(FilesAtOnce, WhatCannotBeTouchedIsRewritten) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    writeFile(path, "a");
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
+    writeFile(path_, "a");
     simulator::addFault({{"call", "futimens"}, {"result", "EPERM"}});
-    const Recovery recovery(path, Recovery::Scope::record);
-    inAnotherProcess([&] { add(path, 'a'); });
+    const Recovery recovery(path_, Recovery::Scope::record);
+    inAnotherProcess([&] { add(path_, 'a'); });
     EXPECT_EQ(simulator::faultsMet(), 1U);
-    EXPECT_TRUE(isChangedByAnother(path));
-    EXPECT_EQ(readFile(path), "a");
+    EXPECT_TRUE(isChangedByAnother(path_));
+    EXPECT_EQ(readFile(path_), "a");
 }
 
 TEST_F(FilesAtOnce, ARecoveryKnowsItsOwnChanges) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    writeFile(path, "a");
-    const Recovery all(directory.path(), Recovery::Scope::directory);
-    add(path, 'b');
-    add(path, 'b');
-    EXPECT_FALSE(isChangedByAnother(path));
-    const Recovery inner(path, Recovery::Scope::record);
-    remove(path);
-    EXPECT_FALSE(isChangedByAnother(path));
-    writeAtomically(path, "c");
-    EXPECT_FALSE(isChangedByAnother(path));
-    inAnotherProcess([&] { remove(path); });
-    EXPECT_TRUE(isChangedByAnother(path));
-    EXPECT_THROW(writeAtomically(path, "d"), Error);
-    EXPECT_EQ(directory.list(), Names{});
+    writeFile(path_, "a");
+    const Recovery all(directory_.path(), Recovery::Scope::directory);
+    add(path_, 'b');
+    add(path_, 'b');
+    EXPECT_FALSE(isChangedByAnother(path_));
+    const Recovery inner(path_, Recovery::Scope::record);
+    remove(path_);
+    EXPECT_FALSE(isChangedByAnother(path_));
+    writeAtomically(path_, "c");
+    EXPECT_FALSE(isChangedByAnother(path_));
+    inAnotherProcess([&] { remove(path_); });
+    EXPECT_TRUE(isChangedByAnother(path_));
+    EXPECT_THROW(writeAtomically(path_, "d"), Error);
+    EXPECT_EQ(directory_.list(), Lines{});
 }
 
 TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    const Recovery all(directory.path(), Recovery::Scope::directory);
-    inAnotherProcess([&] { writeAtomically(path, "b"); });
-    const Recovery inner(path, Recovery::Scope::record);
-    EXPECT_TRUE(isChangedByAnother(path));
-    EXPECT_TRUE(removeIfPossible(path));
-    EXPECT_EQ(readFile(path), "b");
-    EXPECT_FALSE(isChangedByAnother(directory / "below/record"));
+    const Recovery all(directory_.path(), Recovery::Scope::directory);
+    inAnotherProcess([&] { writeAtomically(path_, "b"); });
+    const Recovery inner(path_, Recovery::Scope::record);
+    EXPECT_TRUE(isChangedByAnother(path_));
+    EXPECT_TRUE(removeIfPossible(path_));
+    EXPECT_EQ(readFile(path_), "b");
+    EXPECT_FALSE(isChangedByAnother(directory_ / "below/record"));
 }
 
 TEST_F(FilesAtOnce, ANewRecordIsKeptIfTheOneToRemoveHasGone) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    writeFile(path, "a");
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
-    const Recovery recovery(path, Recovery::Scope::record);
+    writeFile(path_, "a");
+    const Recovery recovery(path_, Recovery::Scope::record);
     // An older main application, which replaces a record by removing it first.
     simulator::decideCalls([&](const std::string& function) {
         if (function == "rename") {
-            std::filesystem::remove(path);
-        } else if (readFile(path) == std::nullopt) {
-            writeFile(path, "b");
+            std::filesystem::remove(path_);
+        } else if (readFile(path_) == std::nullopt) {
+            writeFile(path_, "b");
         }
         return nlohmann::json();
     });
-    EXPECT_TRUE(removeIfPossible(path));
+    EXPECT_TRUE(removeIfPossible(path_));
     simulator::decideCalls(nullptr);
-    EXPECT_EQ(readFile(path), "b");
+    EXPECT_EQ(readFile(path_), "b");
 }
 
 TEST_F(FilesAtOnce, ARecoveryCoversEveryRecordOfALargeDirectory) {
-    const TemporaryDirectory directory;
     constexpr int count = 200;
     for (int n = 0; n < count; ++n) {
-        writeFile(directory / ("record" + std::to_string(n)), "a");
+        writeFile(directory_ / ("record" + std::to_string(n)), "a");
         // Counts as missing.
-        std::filesystem::create_symlink("nowhere", directory / ("link" + std::to_string(n)));
+        std::filesystem::create_symlink("nowhere", directory_ / ("link" + std::to_string(n)));
     }
-    const std::string changed = directory / "record77";
-    const Recovery recovery(directory.path(), Recovery::Scope::directory);
+    const std::string changed = directory_ / "record77";
+    const Recovery recovery(directory_.path(), Recovery::Scope::directory);
     inAnotherProcess([&] { writeAtomically(changed, "b"); });
     for (int n = 0; n < count; ++n) {
-        const std::string path = directory / ("record" + std::to_string(n));
+        const std::string path = directory_ / ("record" + std::to_string(n));
         EXPECT_EQ(removeIfPossible(path), path == changed) << n;
-        const std::string link = directory / ("link" + std::to_string(n));
+        const std::string link = directory_ / ("link" + std::to_string(n));
         EXPECT_FALSE(isChangedByAnother(link));
         std::filesystem::remove(link);
     }
-    EXPECT_EQ(directory.list(), Names{"record77"});
+    EXPECT_EQ(directory_.list(), Lines{"record77"});
 }
 
 TEST_F(FilesAtOnce, ARecordThatAnotherProcessHasMovedAsideIsNotMissing) {
@@ -346,26 +338,25 @@ TEST_F(FilesAtOnce, ARecordThatAnotherProcessHasMovedAsideIsNotMissing) {
         const std::string path = directory / "record";
         simulator::reset();
         simulator::addFault({{"call", "kill"}, {"result", "EPERM"}});  // another user's, but alive
-        const std::string aside = ".record.removing-" + std::to_string(endedProcess()) + "-0";
+        const std::string aside = asideBy(endedProcess());
         writeFile(directory / aside, "a");
         {
             // A helper restores by what it has found.
             const Recovery recovery(directory.path(), Recovery::Scope::directory);
             look(path);
-            EXPECT_EQ(directory.list(), Names{aside});
+            EXPECT_EQ(directory.list(), Lines{aside});
         }
         EXPECT_TRUE(look(path));
         EXPECT_EQ(readFile(path), "a");
-        EXPECT_EQ(directory.list(), Names{"record"});
+        EXPECT_EQ(directory.list(), Lines{"record"});
     }
 }
 
 TEST_F(FilesAtOnce, WhatThisProcessItselfHasMovedAsideStaysThere) {
-    const TemporaryDirectory directory;
-    const std::string aside = ".record.removing-" + std::to_string(::getpid()) + "-0";
-    writeFile(directory / aside, "a");
-    EXPECT_FALSE(exists(directory / "record"));
-    EXPECT_EQ(directory.list(), Names{aside});
+    const std::string aside = asideBy(::getpid());
+    writeFile(directory_ / aside, "a");
+    EXPECT_FALSE(exists(path_));
+    EXPECT_EQ(directory_.list(), Lines{aside});
 }
 
 TEST_F(FilesAtOnce, ARemovalThatAReaderHasUndoneIsRepeated) {
@@ -375,21 +366,6 @@ TEST_F(FilesAtOnce, ARemovalThatAReaderHasUndoneIsRepeated) {
         forEveryCall("a", recover, other,
                      [](const auto& after) { EXPECT_EQ(after, std::nullopt); });
     }
-}
-
-TEST_F(FilesAtOnce, WithoutHardLinksARecordThatWasMovedAsideGivesWayToANewerOne) {
-    const TemporaryDirectory directory;
-    simulator::reset();
-    simulator::exposeToFaults(directory.path());
-    simulator::addFault({{"call", "link"}, {"result", "ENOTSUP"}});
-    const std::string aside = ".record.removing-" + std::to_string(endedProcess()) + "-0";
-    writeFile(directory / aside, "old");
-    removeAbandonedFiles(directory.path());
-    EXPECT_EQ(readFile(directory / "record"), "old");
-    writeFile(directory / aside, "older");
-    removeAbandonedFiles(directory.path());
-    EXPECT_EQ(readFile(directory / "record"), "old");
-    EXPECT_EQ(directory.list(), Names{"record"});
 }
 
 /// Whether a recovery of the directory that begins now may remove the record.
@@ -409,59 +385,50 @@ void besideAnother(const std::function<void()>& change, const std::function<void
 }
 
 TEST_F(FilesAtOnce, ARecoveryLeavesAloneWhatAProcessThatStillRunsHasWritten) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    const auto checkIsKept = [&] { EXPECT_FALSE(mayRemove(directory.path())); };
-    besideAnother([&] { writeAtomically(path, "new"); }, checkIsKept);
+    const auto checkIsKept = [&] { EXPECT_FALSE(mayRemove(directory_.path())); };
+    besideAnother([&] { writeAtomically(path_, "new"); }, checkIsKept);
     besideAnother(
-        [&] { update(path, [](const auto&) { return Change{.kind = Change::Kind::reliedOn}; }); },
+        [&] { update(path_, [](const auto&) { return Change{.kind = Change::Kind::reliedOn}; }); },
         checkIsKept);
-    EXPECT_EQ(readFile(path), "new");
-    EXPECT_TRUE(mayRemove(directory.path()));
-    EXPECT_EQ(directory.list(), Names{});
+    EXPECT_EQ(readFile(path_), "new");
+    EXPECT_TRUE(mayRemove(directory_.path()));
+    EXPECT_EQ(directory_.list(), Lines{});
 }
 
 TEST_F(FilesAtOnce, AProcessThatOnlyLooksDoesNotKeepARecoveryFromItsWork) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "record";
-    writeFile(path, "old");
-    besideAnother([&] { update(path, [](const auto&) { return Change{}; }); },
-                  [&] { EXPECT_TRUE(mayRemove(directory.path())); });
+    writeFile(path_, "old");
+    besideAnother([&] { update(path_, [](const auto&) { return Change{}; }); },
+                  [&] { EXPECT_TRUE(mayRemove(directory_.path())); });
 }
 
 TEST_F(FilesAtOnce, ARecoveryMayChangeWhatItsOwnProcessHasWrittenBefore) {
-    const TemporaryDirectory directory;
-    writeAtomically(directory / "record", "own");
-    EXPECT_TRUE(mayRemove(directory.path()));
+    writeAtomically(path_, "own");
+    EXPECT_TRUE(mayRemove(directory_.path()));
     // The process still shows its presence.
-    writeAtomically(directory / "record", "own");
+    writeAtomically(path_, "own");
     bool isKept = false;
-    inAnotherProcess([&] { isKept = !mayRemove(directory.path()); });
+    inAnotherProcess([&] { isKept = !mayRemove(directory_.path()); });
     EXPECT_TRUE(isKept);
     forgetProcessWideValues();
 }
 
 TEST_F(FilesAtOnce, WithoutLocksARecoveryGoesByTheRecordsAlone) {
-    const TemporaryDirectory directory;
-    simulator::exposeToFaults(directory.path());
     for (const char* const failure : {"ENOTSUP", "ENOLCK"}) {
         simulator::addFault({{"call", "flock"}, {"result", failure}});
-        besideAnother([&] { writeAtomically(directory / "record", "new"); },
-                      [&] { EXPECT_TRUE(mayRemove(directory.path())) << failure; });
+        besideAnother([&] { writeAtomically(path_, "new"); },
+                      [&] { EXPECT_TRUE(mayRemove(directory_.path())) << failure; });
         simulator::clearFaults();
     }
 }
 
 TEST_F(FilesAtOnce, AProcessThatCouldNotShowItsPresenceTriesAgainWithTheNextChange) {
-    const TemporaryDirectory directory;
-    simulator::exposeToFaults(directory.path());
     simulator::addFault({{"call", "flock"}, {"result", "EWOULDBLOCK"}, {"times", 2}});
     besideAnother(
         [&] {
-            writeAtomically(directory / "record", "new");
-            writeAtomically(directory / "record", "newer");
+            writeAtomically(path_, "new");
+            writeAtomically(path_, "newer");
         },
-        [&] { EXPECT_FALSE(mayRemove(directory.path())); });
+        [&] { EXPECT_FALSE(mayRemove(directory_.path())); });
 }
 
 /// When the pauses of a process end that is always overtaken.

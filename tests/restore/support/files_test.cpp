@@ -13,6 +13,7 @@
 
 #include "simulator/host/file_calls.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/other_process.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -29,16 +30,6 @@ std::string errorOf(const std::function<void()>& action) {
         return error.what();
     }
     return "none";
-}
-
-/// The ID of a process that has ended.
-pid_t endedProcess() {
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::_exit(0);
-    }
-    ::waitpid(pid, nullptr, 0);
-    return pid;
 }
 
 TEST_F(Files, WritesAndReadsBack) {
@@ -83,7 +74,6 @@ TEST_F(Files, ADirectoryThatCannotBeFlushedDoesNotFailTheWrite) {
     simulator::addFault({{"call", "fsync"}, {"result", "EINVAL"}});
     writeAtomically(path("record"), "content");
     EXPECT_EQ(simulator::faultsMet(), 2U);
-    simulator::clearFaults();
     EXPECT_EQ(readFile(path("record")), "content");
 }
 
@@ -94,7 +84,6 @@ TEST_F(Files, AFileThatCannotBeFlushedIsNotPutInPlace) {
     }
     EXPECT_EQ(errorOf([&] { writeAtomically(path("record"), "new"); }),
               "flush " + path("record: Input/output error"));
-    simulator::clearFaults();
     EXPECT_EQ(readFile(path("record")), "old");
     EXPECT_EQ(files(), Lines{"record"});
 }
@@ -190,7 +179,6 @@ TEST_F(Files, MayExistUnlessTheFileSystemSaysThatItDoesNot) {
         simulator::addFault({{"call", "stat"}, {"result", error}, {"times", 1}});
         EXPECT_TRUE(mayExist(path("missing"))) << error;
     }
-    simulator::clearFaults();
 }
 
 TEST_F(Files, MovesOverAnExistingFileAndIgnoresFailures) {
@@ -207,7 +195,6 @@ TEST_F(Files, CopiesWhatItCannotMoveToAnotherVolume) {
     writeFile(path("to"), "old");
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
     moveIfPossible(path("from"), path("to"));
-    simulator::clearFaults();
     EXPECT_EQ(readFile(path("to")), "new");
     EXPECT_EQ(files(), Lines{"to"});
 }
@@ -236,7 +223,6 @@ TEST_F(Files, WhatIsMissingOrTooLargeIsNotCopiedToAnotherVolume) {
     ASSERT_EQ(::truncate(path("huge").c_str(), 65 * 1024 * 1024), 0);
     moveIfPossible(path("huge"), path("to"));
     EXPECT_EQ(simulator::faultsMet(), 2U);
-    simulator::clearFaults();
     EXPECT_EQ(files(), Lines{"huge"});
     EXPECT_EQ(size(path("huge")), 65 * 1024 * 1024);
 }
@@ -245,7 +231,6 @@ TEST_F(Files, OnlyAnotherVolumeIsAReasonToCopy) {
     writeFile(path("from"), "new");
     simulator::addFault({{"call", "rename"}, {"result", "EACCES"}, {"times", 1}});
     moveIfPossible(path("from"), path("to"));
-    simulator::clearFaults();
     EXPECT_EQ(files(), Lines{"from"});
 }
 
@@ -304,7 +289,6 @@ TEST_F(Files, LeavesTheUnfinishedFilesOfOtherUsersProcesses) {
     writeFile(path(name), "x");
     simulator::addFault({{"call", "kill"}, {"result", "EPERM"}});  // another user's, but alive
     removeAbandonedFiles(path(""));
-    simulator::clearFaults();
     EXPECT_EQ(files(), Lines{name});
 }
 
@@ -316,7 +300,6 @@ TEST_F(Files, AWriteThatMakesNoProgressFailsAsOnAFullDisk) {
     } catch (const Error& error) {
         EXPECT_EQ(error.code(), ENOSPC);
     }
-    simulator::clearFaults();
     EXPECT_EQ(files(), Lines{});
 }
 
