@@ -6,13 +6,13 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/patterns.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::tests {
@@ -43,6 +43,21 @@ class HelperLog : public testing::Test {
         }
     }
 
+    /// Sets the log up and writes lines. @return standard error
+    static std::string setUpAndLog(int lines = 1) {
+        return standardErrorOf([lines] {
+            setUpHelperLog();
+            logLines(lines);
+        });
+    }
+
+    /// Leaves both logs in the older place, and sets the log up.
+    void setUpWithOlderLogs() const {
+        writeFile(olderCurrent_, "old current\n");
+        writeFile(olderPrevious_, "old previous\n");
+        setUpHelperLog();
+    }
+
     TemporaryDirectory directory_;
     const std::string current_ = directory_ / "Logs/tolvaran-helper.log";
     const std::string previous_ = directory_ / "Logs/tolvaran-helper.log.prev";
@@ -70,16 +85,13 @@ TEST_F(HelperLog, FileAndStandardErrorCarryTheSameLines) {
         lines.push_back(line);
     }
     ASSERT_EQ(lines.size(), 3U);
+    const Lines patterns{R"(\[   0\.000\] \[helper\] \[info\] first)",
+                         R"(\[   1\.500\] \[helper\] \[debug\] second ×)",
+                         R"(\[123457\.500\] \[helper\] \[error\] )"};
     const std::string stamp = R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] )";
-    EXPECT_TRUE(std::regex_match(lines[0],
-                                 std::regex(stamp + R"(\[   0\.000\] \[helper\] \[info\] first)")))
-        << lines[0];
-    EXPECT_TRUE(std::regex_match(
-        lines[1], std::regex(stamp + R"(\[   1\.500\] \[helper\] \[debug\] second ×)")))
-        << lines[1];
-    EXPECT_TRUE(
-        std::regex_match(lines[2], std::regex(stamp + R"(\[123457\.500\] \[helper\] \[error\] )")))
-        << lines[2];
+    for (std::size_t i = 0; i < patterns.size(); ++i) {
+        EXPECT_TRUE(matches(lines[i], stamp + patterns[i])) << lines[i];
+    }
 }
 
 TEST_F(HelperLog, StampsLinesWithLocalTime) {
@@ -102,10 +114,7 @@ TEST_F(HelperLog, AMessageCannotForgeALine) {
 
 TEST_F(HelperLog, AddsToTheLogOfAnEarlierProcess) {
     writeFile(current_, "earlier\n");
-    const std::string written = standardErrorOf([] {
-        setUpHelperLog();
-        helperLog("info", "x");
-    });
+    const std::string written = setUpAndLog();
     EXPECT_EQ(readFile(current_), "earlier\n" + written);
     EXPECT_FALSE(readFile(previous_).has_value());
 }
@@ -113,10 +122,7 @@ TEST_F(HelperLog, AddsToTheLogOfAnEarlierProcess) {
 TEST_F(HelperLog, ALargeLogIsMovedBeforeTheFirstLine) {
     writeFile(current_, std::string(rotationSize, 'c'));
     writeFile(previous_, "older");
-    const std::string written = standardErrorOf([] {
-        setUpHelperLog();
-        helperLog("info", "x");
-    });
+    const std::string written = setUpAndLog();
     EXPECT_EQ(readFile(current_), written);
     EXPECT_EQ(readFile(previous_), std::string(rotationSize, 'c'));
 }
@@ -176,9 +182,7 @@ TEST_F(HelperLog, ALogThatCannotBeMovedGoesOnAtStartAndIsEmptiedAtTheNextCheck) 
 }
 
 TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedIfThereAreNone) {
-    writeFile(olderCurrent_, "old current\n");
-    writeFile(olderPrevious_, "old previous\n");
-    setUpHelperLog();
+    setUpWithOlderLogs();
     EXPECT_EQ(readFile(current_), "old current\n");
     EXPECT_EQ(readFile(previous_), "old previous\n");
     EXPECT_FALSE(readFile(olderCurrent_).has_value());
@@ -186,12 +190,10 @@ TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedIfThereAreNone) {
 }
 
 TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedFromAnotherVolumeToo) {
-    writeFile(olderCurrent_, "old current\n");
-    writeFile(olderPrevious_, "old previous\n");
     // The first log can only be copied; the second cannot be copied either.
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 1}});
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"skip", 2}});
-    setUpHelperLog();
+    setUpWithOlderLogs();
     EXPECT_EQ(readFile(current_), "old current\n");
     EXPECT_EQ(readFile(olderPrevious_), "old previous\n");
     EXPECT_EQ(directory_.list(),
@@ -200,10 +202,8 @@ TEST_F(HelperLog, LogsInTheOlderPlaceAreMovedFromAnotherVolumeToo) {
 }
 
 TEST_F(HelperLog, LogsInTheOlderPlaceStayIfThereAreNewerOnes) {
-    writeFile(olderCurrent_, "old current\n");
-    writeFile(olderPrevious_, "old previous\n");
     writeFile(current_, "new current\n");
-    setUpHelperLog();
+    setUpWithOlderLogs();
     EXPECT_EQ(readFile(current_), "new current\n");
     EXPECT_EQ(readFile(olderCurrent_), "old current\n");
     EXPECT_EQ(readFile(previous_), "old previous\n");  // each file is decided on its own
@@ -218,20 +218,14 @@ TEST_F(HelperLog, AMovedLogThatIsTooLargeIsRotatedAtOnce) {
 
 TEST_F(HelperLog, WithoutALogDirectoryThereIsStandardErrorOnly) {
     writeFile(directory_ / "Logs", "a file where the directory should be");
-    const std::string written = standardErrorOf([] {
-        setUpHelperLog();
-        logLines(1001);
-    });
+    const std::string written = setUpAndLog(1001);
     EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 1001);
     EXPECT_EQ(directory_.list(), std::vector<std::string>{"Logs"});
 }
 
 TEST_F(HelperLog, WithADirectoryInTheLogsPlaceThereIsStandardErrorOnly) {
     writeFile(current_ + "/occupied", "");
-    const std::string written = standardErrorOf([] {
-        setUpHelperLog();
-        helperLog("info", "x");
-    });
+    const std::string written = setUpAndLog();
     EXPECT_NE(written.find("[info] x\n"), std::string::npos);
     EXPECT_EQ(directory_.list(), (std::vector<std::string>{"Logs/", "Logs/tolvaran-helper.log/",
                                                            "Logs/tolvaran-helper.log/occupied"}));

@@ -129,7 +129,7 @@ TEST_F(HelperStart, OnceItIsGoneLaunchesAreIgnored) {
 
 TEST_F(HelperStart, CarriesOnWithoutTheReconfigurationCallback) {
     makeOn(whileTolvaranRuns({812}));
-    simulator::addFault({{"call", "CGDisplayRegisterReconfigurationCallback"}, {"result", 1001}});
+    failCalls("CGDisplayRegisterReconfigurationCallback", 1001);
     helper_->start();
     EXPECT_EQ(takeLog(),
               (Lines{starting, "error: CGDisplayRegisterReconfigurationCallback failed: 1001",

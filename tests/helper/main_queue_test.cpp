@@ -72,7 +72,7 @@ TEST_F(MainQueue, AHandlerMayDropItsOwnSource) {
 }
 
 TEST_F(MainQueue, WithoutASourceThereIsAnEmptyOne) {
-    simulator::addFault({{"call", "dispatch_source_create"}, {"result", nullptr}});
+    failCalls("dispatch_source_create", nullptr);
     EXPECT_FALSE(makeTimer(1, note("tick")));
     EXPECT_FALSE(makeExitWatch(1, note("exit")));
 }

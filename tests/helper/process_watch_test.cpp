@@ -152,7 +152,7 @@ TEST_F(ProcessWatch, AWatchDoesNotKeepTheHelperAlive) {
 
 TEST_F(ProcessWatch, AWatchThatCannotBeCreatedIsLogged) {
     makeOn(whileTolvaranRuns({812}));
-    simulator::addFault({{"call", "dispatch_source_create"}, {"result", nullptr}});
+    failCalls("dispatch_source_create", nullptr);
     helper_->watch(812);
     EXPECT_EQ(takeLog(), Lines{"error: PROC_EXIT watch could not be created for Tolvaran pid 812"});
     EXPECT_EQ(helper_->watchedPID, std::nullopt);

@@ -2,25 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "tests/support/simulated_process.hpp"
+#include "tests/helper/helper_test.hpp"
 
 namespace tolvaran::tests {
 namespace {
-
-using nlohmann::json;
-
-json runningApplications(const std::vector<int>& pids) {
-    json applications = json::array();
-    for (const int pid : pids) {
-        applications.push_back({{"bundle", "com.morvelli.Tolvaran"}, {"pid", pid}});
-    }
-    return {{"applications", applications}};
-}
 
 TEST(StepLog, PutsTheNameAndTheTagBeforeEachMessage) {
     HelperProcess process;
@@ -33,9 +22,9 @@ TEST(StepLog, PutsTheNameAndTheTagBeforeEachMessage) {
 
 TEST(StepLog, TheRunningTestLeavesOutTheInstanceThatHasExited) {
     struct Case {
-        std::vector<int> running;
+        std::vector<pid_t> running;
         std::optional<pid_t> exited;
-        std::optional<int> found;
+        std::optional<pid_t> found;
     };
     const Case cases[] = {
         {{}, std::nullopt, std::nullopt}, {{}, 812, std::nullopt}, {{812}, std::nullopt, 812},
@@ -43,14 +32,11 @@ TEST(StepLog, TheRunningTestLeavesOutTheInstanceThatHasExited) {
         {{812, 900}, std::nullopt, 812},
     };
     for (const Case& c : cases) {
-        HelperProcess process(runningApplications(c.running));
+        HelperProcess process(whileTolvaranRuns(c.running));
         EXPECT_EQ(StepLog("someStep", "safety-tick").mainAppIsRunning(c.exited),
                   c.found.has_value());
-        const Lines expected = c.found
-                                   ? Lines{"debug: someStep [safety-tick]: Tolvaran running (pid " +
-                                           std::to_string(*c.found) + "), skipping"}
-                                   : Lines{};
-        EXPECT_EQ(process.takeLog(), expected);
+        EXPECT_EQ(process.takeLog(),
+                  c.found ? Lines{skips("someStep", "safety-tick", *c.found)} : Lines{});
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include "tests/helper/helper_test.hpp"
 #include "tests/support/arrangement_check.hpp"
+#include "tests/support/twin_warning.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -99,8 +100,7 @@ TEST(CheckInvariant, TwinsGoByTheirPorts) {
     machine["displays"][1]["portUUID"] = port2;
     ArrangementCheck invariant(machine,
                                {{signature, {placed(port2, 100, 0), placed(port1, 0, 0)}}});
-    const std::string twin =
-        "warn: Multiple displays with fingerprint 1552-41234-1, disambiguating via port-UUID";
+    const std::string twin = twinWarning("1552-41234-1");
     EXPECT_EQ(invariant.run(), (Lines{twin, twin, detected} + moved({{2, 100, 0}, {1, 0, 0}}) +
                                 Lines{restoredExact(signature)}));
 }

@@ -31,7 +31,7 @@ TEST_F(RestoreCursorAssociation, ReassociatesOnEveryRun) {
 
 TEST_F(RestoreCursorAssociation, LogsTheErrorCode) {
     start(json{{"cursorAssociated", false}});
-    simulator::addFault({{"call", "CGAssociateMouseAndMouseCursorPosition"}, {"result", 1000}});
+    failCalls("CGAssociateMouseAndMouseCursorPosition", 1000);
     EXPECT_EQ(run(), Lines{"warn: restoreCursorAssociation [cold-start]: "
                            "CGAssociateMouseAndMouseCursorPosition(1) returned 1000"});
     EXPECT_EQ(simulator::machine()["cursorAssociated"], false);

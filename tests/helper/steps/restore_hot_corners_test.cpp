@@ -92,7 +92,7 @@ TEST_F(RestoreHotCorners, AppliesTheSnapshotEvenIfTheHoldsMarkerStays) {
 
 TEST_F(RestoreHotCorners, KeepsASnapshotThatItCannotRestore) {
     write(snapshotFile, snapshotText);
-    simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+    failCalls("CFPreferencesAppSynchronize", false);
     const Lines failing = {applyingCorners,
                            "warn: hot-corner restoreIfPending: CFPreferencesAppSynchronize failed; "
                            "snapshot kept at " +
@@ -144,7 +144,7 @@ TEST_F(RestoreHotCorners, TriesAgainFromTheFileThatMayBeNewerByThen) {
 
 TEST_F(RestoreHotCorners, TriesAgainFromTheNewerFileEvenIfTheOldOneBecameUnreadable) {
     write(snapshotFile, snapshotText);
-    simulator::addFault({{"call", "CFPreferencesAppSynchronize"}, {"result", false}});
+    failCalls("CFPreferencesAppSynchronize", false);
     simulator::onCall("CFPreferencesAppSynchronize", [] {
         simulator::addFault({{"call", "read"}, {"result", "EIO"}, {"times", 1}});
     });

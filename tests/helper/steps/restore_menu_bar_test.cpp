@@ -1,6 +1,6 @@
 #include "helper/steps/steps.hpp"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "restore/menubar/formats.hpp"
 #include "restore/menubar/menu_bar_autohide.hpp"
@@ -12,6 +12,8 @@ namespace {
 
 using Json = nlohmann::json;
 using Snapshot = MenuBarAutohideSnapshot;
+using testing::ElementsAre;
+using testing::StartsWith;
 
 const std::string fileName = "menubar-state.json";
 const std::string applyingMenuBar = "info: restoreMenuBar [cold-start]: applying snapshot";
@@ -98,7 +100,7 @@ TEST_F(RestoreMenuBar, KeepsEveryRecordWhileOneIsUnsettled) {
 
 TEST_F(RestoreMenuBar, KeepsTheGlobalPreferencesWhenTheyFail) {
     arrange(macOfHere, ofRecords({here, away}));
-    simulator::addFault({{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1000}});
+    failCalls("CGSSetMenuBarAutohideEnabled", 1000);
     EXPECT_EQ(run(), (Lines{applyingMenuBar, "warn: CGSSetMenuBarAutohideEnabled returned 1000",
                             applyFailed}));
     EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here, away})));
@@ -106,7 +108,7 @@ TEST_F(RestoreMenuBar, KeepsTheGlobalPreferencesWhenTheyFail) {
 
 TEST_F(RestoreMenuBar, DropsFlagsThatSayNothing) {
     arrange(macOfHere, flagged(ofRecords({here}), false, std::nullopt));
-    simulator::addFault({{"call", "CFPreferencesSynchronize"}, {"result", false}});
+    failCalls("CFPreferencesSynchronize", false);
     EXPECT_EQ(run(), (Lines{applyingMenuBar,
                             "warn: CFPreferencesSynchronize returned false for menu bar prefs",
                             applyFailed, kept(0)}));
@@ -145,14 +147,11 @@ TEST_F(RestoreMenuBar, LeavesAnUndecodableSnapshotInPlace) {
 TEST_F(RestoreMenuBar, SaysWhenTheSnapshotCannotBeDeleted) {
     arrange(macOfHere, ofRecords({here}));
     simulator::addFault({{"call", "unlink"}, {"result", "EPERM"}, {"times", 1}});
-    const Lines log = run();
-    ASSERT_EQ(log.size(), 3U);
-    EXPECT_EQ(log[0], applyingMenuBar);
-    EXPECT_EQ(log[1].rfind(
-                  "warn: menu bar snapshot at " + state(fileName) + " could not be deleted: ", 0),
-              0U)
-        << log[1];
-    EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: snapshot could not be deleted");
+    EXPECT_THAT(run(), ElementsAre(applyingMenuBar,
+                                   StartsWith("warn: menu bar snapshot at " + state(fileName) +
+                                              " could not be deleted: "),
+                                   "warn: restoreMenuBar [cold-start]: snapshot could not be "
+                                   "deleted"));
     EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here})));
     EXPECT_EQ(run(), (Lines{applyingMenuBar, deleted}));
 }
@@ -160,11 +159,10 @@ TEST_F(RestoreMenuBar, SaysWhenTheSnapshotCannotBeDeleted) {
 TEST_F(RestoreMenuBar, SaysWhenPendingRecordsCannotBeSaved) {
     arrange(macOfHere, ofRecords({here, away}));
     simulator::addFault({{"call", "rename"}, {"result", "ENOSPC"}, {"times", 1}});
-    const Lines log = run();
-    ASSERT_EQ(log.size(), 3U);
-    EXPECT_EQ(log[0], applyingMenuBar);
-    EXPECT_EQ(log[1].rfind("warn: Failed to write menu bar snapshot: ", 0), 0U) << log[1];
-    EXPECT_EQ(log[2], "warn: restoreMenuBar [cold-start]: pending records could not be saved");
+    EXPECT_THAT(
+        run(), ElementsAre(applyingMenuBar, StartsWith("warn: Failed to write menu bar snapshot: "),
+                           "warn: restoreMenuBar [cold-start]: pending records could not "
+                           "be saved"));
     EXPECT_EQ(file(), tolvaran::json::write(ofRecords({here, away})));
     EXPECT_EQ(run(), (Lines{applyingMenuBar, kept(1)}));
 }

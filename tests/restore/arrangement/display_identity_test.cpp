@@ -8,6 +8,7 @@
 #include "restore/arrangement/named_displays.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/simulated_process.hpp"
+#include "tests/support/twin_warning.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -212,8 +213,7 @@ TEST_F(DisplayIdentityTest, DisplayUUIDTellsTwinsApart) {
     const json one = display(7, {10, 20, 30});
     const json twin = display(8, {10, 20, 30}, uuid2);
     const json other = display(8, {10, 20, 31}, uuid2);
-    const Lines warning = {
-        "warn: Multiple displays with fingerprint 10-20-30, disambiguating via port-UUID"};
+    const Lines warning = {twinWarning("10-20-30")};
     const UUIDCase cases[] = {
         {"alone", json::array({one}), {{7}}, "HW-10-20-30", {}},
         {"without the whole list", json::array({one, twin}), std::nullopt, "HW-10-20-30", {}},
@@ -265,8 +265,7 @@ TEST_F(DisplayIdentityTest, TwinsWithoutSerialNumbersAreToldApartToo) {
         EXPECT_EQ(displayUUID(7, {{7, 8}}), uuid1);
         EXPECT_EQ(displayUUID(8, {{7, 8}}), uuid2);
         EXPECT_EQ(displayUUID(8, {{8}}), "HW-" + fingerprint);
-        const std::string line = "warn: Multiple displays with fingerprint " + fingerprint +
-                                 ", disambiguating via port-UUID";
+        const std::string line = twinWarning(fingerprint);
         EXPECT_EQ(takeLog(), (Lines{line, line}));
     }
 }
@@ -294,8 +293,7 @@ TEST_F(DisplayIdentityTest, NamingAllTogetherGivesTheSameNames) {
         names.push_back(displayUUID(id, all));
     }
     EXPECT_EQ(uuidsOf(all), names);
-    const std::string line =
-        "warn: Multiple displays with fingerprint 10-20-30, disambiguating via port-UUID";
+    const std::string line = twinWarning("10-20-30");
     EXPECT_EQ(together, (Lines{line, line}));
     EXPECT_EQ(takeLog(), (Lines{line, line, line, line}));
 }

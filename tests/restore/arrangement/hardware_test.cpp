@@ -49,7 +49,7 @@ TEST_F(HardwareTest, ListsTheDisplaysAgainAndKeepsTheFirstListIfItCannot) {
     const Hardware hardware = readHardware();
     simulator::perform({{"connect", mac(three)["displays"][2]}});
     EXPECT_THAT(displaysOf(presentFrames(hardware)), ElementsAre(1, 2, 3));
-    simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"result", 1000}});
+    failCalls("CGGetActiveDisplayList", 1000);
     EXPECT_THAT(displaysOf(presentFrames(hardware)), ElementsAre(1, 2));
 }
 

@@ -8,6 +8,7 @@
 #include "restore/arrangement/display_identity.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/simulated_process.hpp"
+#include "tests/support/twin_warning.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -92,16 +93,14 @@ TEST_F(NamedDisplaysTest, TwinsAreToldApartByTheWholeListBeforeTheyAreFolded) {
     writePreferences(R"({"knownDisplays":[{"ids":["left",")" + std::string(firstUUID) + R"("]}]})");
     arrange(json::array({displayWith(3, 5, firstUUID), displayWith(1, 5, secondUUID)}));
     EXPECT_EQ(namesOf({3, 1}), (Lines{"left", secondUUID}));
-    const std::string line =
-        "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
+    const std::string line = twinWarning("10-20-5");
     EXPECT_EQ(takeLog(), (Lines{line, line}));
 }
 
 TEST_F(NamedDisplaysTest, TheAliasMapIsLoadedWhenTheCallerSays) {
     writePreferences("{");
     arrange(json::array({displayWith(3, 5, firstUUID), displayWith(1, 5, secondUUID)}));
-    const std::string twin =
-        "warn: Multiple displays with fingerprint 10-20-5, disambiguating via port-UUID";
+    const std::string twin = twinWarning("10-20-5");
     const std::string aliases =
         "warn: AliasMap: preferences.json unparseable, falling back to identity";
     namedDisplays({3, 1}, AliasLoading::afterNaming);

@@ -99,7 +99,7 @@ TEST_F(DisplayModes, AreNoneWhenTheCountMakesNoSense) {
 
 TEST_F(DisplayModes, AreNoneWhenTheyCannotBeCounted) {
     resetMac(threeModes, 1);
-    simulator::addFault({{"call", "CGSGetNumberOfDisplayModes"}, {"result", 1001}});
+    failCalls("CGSGetNumberOfDisplayModes", 1001);
     EXPECT_THAT(DisplayModeControl::modes(7), IsEmpty());
 }
 
@@ -176,7 +176,7 @@ TEST_F(CurrentDisplayMode, IsNoneWithANegativeNumber) {
 
 TEST_F(CurrentDisplayMode, IsNoneWhenTheCallFails) {
     resetMac(threeModes, 1);
-    simulator::addFault({{"call", "CGSGetCurrentDisplayMode"}, {"result", 1001}});
+    failCalls("CGSGetCurrentDisplayMode", 1001);
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), std::nullopt);
     EXPECT_EQ(DisplayModeControl::currentMode(7), std::nullopt);
 }
@@ -201,7 +201,7 @@ TEST_F(ApplyingADisplayMode, SwitchesForTheSession) {
 
 TEST_F(ApplyingADisplayMode, FailsWhenTheConfigurationCannotBegin) {
     resetMac(threeModes, 1);
-    simulator::addFault({{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}});
+    failCalls("CGBeginDisplayConfiguration", 1000);
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines(), Lines{"CGBeginDisplayConfiguration [] = 1000"});
 }
@@ -226,7 +226,7 @@ TEST_F(ApplyingADisplayMode, FailsWithoutAHandle) {
 
 TEST_F(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
     resetMac(threeModes, 1);
-    simulator::addFault({{"call", "CGSConfigureDisplayMode"}, {"result", 1001}});
+    failCalls("CGSConfigureDisplayMode", 1001);
     EXPECT_TRUE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines(),
               (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [7,2] = 1001",
@@ -235,7 +235,7 @@ TEST_F(ApplyingADisplayMode, PassesOverARefusalOfTheModeItself) {
 
 TEST_F(ApplyingADisplayMode, DoesNotCancelAFailedCompletion) {
     resetMac(threeModes, 1);
-    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
+    failCalls("CGCompleteDisplayConfiguration", 1004);
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines(),
               (Lines{"CGBeginDisplayConfiguration [] = 0", "CGSConfigureDisplayMode [7,2] = 0",

@@ -13,6 +13,7 @@
 #include "restore/modes/formats.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/simulated_process.hpp"
+#include "tests/support/twin_warning.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -173,8 +174,7 @@ std::vector<RestoreRow> restoreRows() {
     const std::string portUUID = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
     json twin = displayWith(2, "serial", 1);
     twin["portUUID"] = portUUID;
-    const std::string twins =
-        "warn: Multiple displays with fingerprint 10-20-1, disambiguating via port-UUID";
+    const std::string twins = twinWarning("10-20-1");
     std::vector<RestoreRow> rows{
         {.name = "puts back every display",
          .displays = {display(1), display(2)},
@@ -324,7 +324,7 @@ TEST_F(ResolutionRestoring, ComparesTheShownModeInAllOfItsSpec) {
 TEST_F(ResolutionRestoring, PassesOverARefusalOfTheModeItself) {
     resetMac({display(1)});
     record({{firstID, small}});
-    simulator::addFault({{"call", "CGSConfigureDisplayMode"}, {"result", 1001}});
+    failCalls("CGSConfigureDisplayMode", 1001);
     EXPECT_EQ(restore(), 1);
     EXPECT_EQ(callLines(), callsOf({1, 2}, 1001));
     EXPECT_EQ(shown()[1], 1);
@@ -335,7 +335,7 @@ TEST_F(ResolutionRestoring, PassesOverARefusalOfTheModeItself) {
 TEST_F(ResolutionRestoring, DoesNotCancelAFailedCompletion) {
     resetMac({display(1)});
     record({{firstID, smallOfAnyRate}});
-    simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}});
+    failCalls("CGCompleteDisplayConfiguration", 1004);
     EXPECT_EQ(restore(), 0);
     EXPECT_EQ(callLines(), callsOf({1, 2}, 0, 1004));
     EXPECT_EQ(takeLog(), Lines{applyFailed(firstID, "1280 × 720")});
