@@ -239,6 +239,18 @@ TEST_F(FilesAtOnce, ARecordThatAKilledProcessMovedAsideIsPutBackUnlessANewerOneI
     }
 }
 
+TEST_F(FilesAtOnce, APowerCutCannotLoseARecordThatIsPutBack) {
+    writeFile(directory_ / asideBy(endedProcess()), "old");
+    Lines changes;
+    simulator::observeFileCalls([&](const simulator::FileCall& call) {
+        if (call.function == "link" || call.function == "unlink" || call.function == "fcntl") {
+            changes.emplace_back(call.function);
+        }
+    });
+    removeAbandonedFiles(directory_.path());
+    EXPECT_EQ(changes, (Lines{"link", "fcntl", "unlink"}));
+}
+
 TEST_F(FilesAtOnce, NoProcessTriesForever) {
     simulator::addFault({{"call", "rename"}, {"result", "ENOENT"}});
     const double start = simulator::now();
