@@ -176,16 +176,15 @@ json preferencesAfter(const Change& change) {
 
 TEST(MenuBarGlobalPreferences, AreAppliedInOrderWhateverFails) {
     for (const Change& change : everyChange()) {
+        SCOPED_TRACE(change.description());
         SimulatedProcess process(macBefore(change));
         addFaults(change);
         const bool wanted = change.hide.value_or(0) != 0;
         EXPECT_EQ(MenuBarAutohide::applyGlobal(change.snapshot()),
-                  change.synchronizes && change.switchResult == 0)
-            << change.description();
+                  change.synchronizes && change.switchResult == 0);
         EXPECT_EQ(callLines(),
                   appliesGlobal(written(change.hide), written(change.visibleInFullscreen),
-                                change.synchronizes, change.switchResult))
-            << change.description();
+                                change.synchronizes, change.switchResult));
         Lines warnings;
         if (!change.synchronizes) {
             warnings.emplace_back("CFPreferencesSynchronize returned false for menu bar prefs");
@@ -194,29 +193,27 @@ TEST(MenuBarGlobalPreferences, AreAppliedInOrderWhateverFails) {
             warnings.push_back("CGSSetMenuBarAutohideEnabled returned " +
                                std::to_string(change.switchResult));
         }
-        EXPECT_EQ(process.takeWarnings(), warnings) << change.description();
-        EXPECT_EQ(globalPreferences(), preferencesAfter(change)) << change.description();
-        EXPECT_EQ(autoHides(), (change.switchResult == 0) == wanted) << change.description();
+        EXPECT_EQ(process.takeWarnings(), warnings);
+        EXPECT_EQ(globalPreferences(), preferencesAfter(change));
+        EXPECT_EQ(autoHides(), (change.switchResult == 0) == wanted);
     }
 }
 
 TEST(MenuBarGlobalPreferences, AreStoredWithoutBeingApplied) {
     for (const Change& change : everyChange()) {
+        SCOPED_TRACE(change.description());
         SimulatedProcess process(macBefore(change));
         addFaults(change);
         const bool autoHidBefore = autoHides();
-        EXPECT_EQ(MenuBarAutohide::writeStoredPreference(change.snapshot()), change.synchronizes)
-            << change.description();
+        EXPECT_EQ(MenuBarAutohide::writeStoredPreference(change.snapshot()), change.synchronizes);
         EXPECT_EQ(callLines(), stores(written(change.hide), written(change.visibleInFullscreen),
-                                      change.synchronizes))
-            << change.description();
+                                      change.synchronizes));
         EXPECT_EQ(process.takeWarnings(),
                   change.synchronizes
                       ? Lines{}
-                      : Lines{"CFPreferencesSynchronize returned false for stored menu bar prefs"})
-            << change.description();
-        EXPECT_EQ(globalPreferences(), preferencesAfter(change)) << change.description();
-        EXPECT_EQ(autoHides(), autoHidBefore) << change.description();
+                      : Lines{"CFPreferencesSynchronize returned false for stored menu bar prefs"});
+        EXPECT_EQ(globalPreferences(), preferencesAfter(change));
+        EXPECT_EQ(autoHides(), autoHidBefore);
     }
 }
 
@@ -232,12 +229,12 @@ TEST(MenuBarGlobalPreferences, AlwaysHideMeansInFullScreenToo) {
 TEST(MenuBarGlobalPreferences, AlwaysHideFailsWithEitherPart) {
     for (const Change& trouble :
          {Change{1, 0, false, 0}, Change{1, 0, true, 1000}, Change{1, 0, false, 1000}}) {
+        SCOPED_TRACE(trouble.description());
         SimulatedProcess process;
         addFaults(trouble);
-        EXPECT_FALSE(MenuBarAutohide::writeAlways()) << trouble.description();
+        EXPECT_FALSE(MenuBarAutohide::writeAlways());
         EXPECT_EQ(callLines(),
-                  appliesGlobal(true, false, trouble.synchronizes, trouble.switchResult))
-            << trouble.description();
+                  appliesGlobal(true, false, trouble.synchronizes, trouble.switchResult));
         EXPECT_FALSE(process.takeWarnings().empty());
     }
 }

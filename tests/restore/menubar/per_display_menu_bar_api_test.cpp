@@ -19,15 +19,16 @@ std::array<bool, 6> found(const PerDisplayMenuBarAPI& api) {
 
 TEST(PerDisplayMenuBarAPI, HasWhatTheMacHas) {
     for (const SkyLight& skyLight : SkyLight::all()) {
+        SCOPED_TRACE(skyLight.missing());
         SimulatedProcess process(nlohmann::json{{"unavailable", skyLight.missing()}});
         const PerDisplayMenuBarAPI api;
         EXPECT_TRUE(api.handle.isOpen());
         for (std::size_t function = 0; function < skyLightFunctions.size(); ++function) {
-            EXPECT_EQ(found(api)[function], skyLight.has(function)) << skyLight.missing();
+            EXPECT_EQ(found(api)[function], skyLight.has(function));
         }
-        EXPECT_EQ(api.isComplete(), skyLight.isComplete()) << skyLight.missing();
+        EXPECT_EQ(api.isComplete(), skyLight.isComplete());
         EXPECT_EQ(nlohmann::json(api.missing), skyLight.missing());
-        EXPECT_EQ(process.takeWarnings(), skyLight.warnings()) << skyLight.missing();
+        EXPECT_EQ(process.takeWarnings(), skyLight.warnings());
     }
 }
 

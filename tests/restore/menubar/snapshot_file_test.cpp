@@ -67,15 +67,15 @@ TEST_F(MenuBarSnapshotFile, IsNotWrittenWhenItsDirectoryCannotBeCreated) {
 TEST_F(MenuBarSnapshotFile, StaysAsItWasWhenAWriteFails) {
     writeFile(path, "{}");
     for (const char* const call : {"mkostemp", "write", "rename"}) {
+        SCOPED_TRACE(call);
         simulator::clearFaults();
         simulator::addFault({{"call", call}, {"result", "ENOSPC"}});
-        EXPECT_FALSE(MenuBarAutohide::saveSnapshot(snapshot, path)) << call;
-        EXPECT_EQ(simulator::faultsMet(), 1U) << call;
+        EXPECT_FALSE(MenuBarAutohide::saveSnapshot(snapshot, path));
+        EXPECT_EQ(simulator::faultsMet(), 1U);
         EXPECT_THAT(process.takeWarnings(),
                     ElementsAre(testing::AllOf(StartsWith("Failed to write menu bar snapshot: "),
-                                               testing::EndsWith(": No space left on device"))))
-            << call;
-        EXPECT_EQ(readFile(path), "{}") << call;
+                                               testing::EndsWith(": No space left on device"))));
+        EXPECT_EQ(readFile(path), "{}");
     }
 }
 

@@ -27,8 +27,15 @@ Outcome outcome(const Records& unsettled, bool onlyAbsent) {
     return {.globalRestored = true, .unsettled = unsettled, .onlyAbsent = onlyAbsent};
 }
 
+const std::string setter = "SLSSetMenuBarVisibilityOverrideOnDisplay";
+
+// Two displays, and records of other overrides than they have.
+const json firstDisplay = display(7, 1, 1, false);
+const json secondDisplay = display(8, 2, 2, true);
+const Records theirRecords = {recordOf(1, 1, true), recordOf(2, 2, false)};
+
 TEST(MenuBarRestore, PutsTheGlobalPreferencesAndEveryDisplayBack) {
-    json mac = macWith({display(7, 1, 1, false), display(8, 2, 2, true)});
+    json mac = macWith({firstDisplay, secondDisplay});
     mac["preferences"] = {{"global", {{hideKey, true}, {visibleInFullscreenKey, false}}}};
     mac["menuBar"] = {{"autoHide", true}};
     SimulatedProcess process(mac);
@@ -83,7 +90,7 @@ TEST(MenuBarRestore, AttemptsTheRecordsWhenTheGlobalPreferencesFail) {
         {{{"call", "CGSSetMenuBarAutohideEnabled"}, {"result", 1003}},
          "CGSSetMenuBarAutohideEnabled returned 1003"}};
     for (const auto& [fault, warning] : troubles) {
-        SimulatedProcess process(macWith({display(7, 1, 1, false)}));
+        SimulatedProcess process(macWith({firstDisplay}));
         simulator::addFault(fault);
         const Snapshot snapshot{.displayVisibilityOverrides = {{recordOf(1, 1, true)}}};
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(snapshot), (Outcome{false, {}, true}));
@@ -106,23 +113,23 @@ const Records twoRecords = {recordOf(2, 2, false), recordOf(9, 3, true)};  // th
 
 TEST(MenuBarRestore, KeepsEveryRecordIfDisplaysCannotBeHandled) {
     for (const SkyLight& skyLight : SkyLight::all()) {
-        json mac = macWith({display(8, 2, 2, true)});
+        SCOPED_TRACE(skyLight.missing());
+        json mac = macWith({secondDisplay});
         mac["unavailable"] = skyLight.missing();
         SimulatedProcess process(mac);
         simulator::addFault({{"call", "CGGetActiveDisplayList"}, {"effect", true}});
         const bool complete = skyLight.isComplete();
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(twoRecords)),
-                  complete ? outcome({twoRecords[1]}, true) : outcome(twoRecords, false))
-            << skyLight.missing();
-        EXPECT_EQ(callLines(), complete ? putsBack(8, false) : Lines{}) << skyLight.missing();
-        EXPECT_EQ(process.takeWarnings(), skyLight.warnings()) << skyLight.missing();
-        EXPECT_EQ(simulator::faultsMet(), complete ? 2U : 0U) << skyLight.missing();
+                  complete ? outcome({twoRecords[1]}, true) : outcome(twoRecords, false));
+        EXPECT_EQ(callLines(), complete ? putsBack(8, false) : Lines{});
+        EXPECT_EQ(process.takeWarnings(), skyLight.warnings());
+        EXPECT_EQ(simulator::faultsMet(), complete ? 2U : 0U);
     }
 }
 
 TEST(MenuBarRestore, KeepsEveryRecordWhenTheDisplaysCannotBeListed) {
     for (const int failing : {0, 1}) {
-        SimulatedProcess process(macWith({display(8, 2, 2, true)}));
+        SimulatedProcess process(macWith({secondDisplay}));
         simulator::addFault({{"call", "CGGetActiveDisplayList"},
                              {"skip", failing},
                              {"result", 1000},
@@ -150,9 +157,6 @@ struct ForeignChange {
 };
 
 TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
-    const Records records = {recordOf(1, 1, true), recordOf(2, 2, false)};
-    const json first = display(7, 1, 1, false);
-    const json second = display(8, 2, 2, true);
     const auto disconnect = [](CGDirectDisplayID id) {
         return [id] { simulator::devices::disconnect(id); };
     };
@@ -161,21 +165,26 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
     };
     const std::vector<ForeignChange> changes = {
         {"the last one goes",
-         {first, second},
+         {firstDisplay, secondDisplay},
          disconnect(8),
          putsBack(7, true),
-         outcome({records[1]}, true)},
+         outcome({theirRecords[1]}, true)},
         {"the first one goes",
-         {first, second},
+         {firstDisplay, secondDisplay},
          disconnect(7),
          putsBack(8, false),
-         outcome({records[0]}, true)},
-        {"the only one goes", {first}, disconnect(7), {}, outcome(records, true)},
+         outcome({theirRecords[0]}, true)},
+        {"the only one goes", {firstDisplay}, disconnect(7), {}, outcome(theirRecords, true)},
         // There is room for as many as were counted; the next run sees the other one.
-        {"one comes", {first}, connect(second), putsBack(7, true), outcome({records[1]}, true)},
-        {"the first one comes", {}, connect(first), {}, outcome(records, true)},
+        {"one comes",
+         {firstDisplay},
+         connect(secondDisplay),
+         putsBack(7, true),
+         outcome({theirRecords[1]}, true)},
+        {"the first one comes", {}, connect(firstDisplay), {}, outcome(theirRecords, true)},
     };
     for (const ForeignChange& change : changes) {
+        SCOPED_TRACE(change.name);
         SimulatedProcess process(macWith(change.before));
         int calls = 0;
         simulator::onCall("CGGetActiveDisplayList", [&] {
@@ -183,14 +192,13 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
                 change.change();
             }
         });
-        EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(records)), change.outcome)
-            << change.name;
-        EXPECT_EQ(callLines(), change.calls) << change.name;
+        EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(theirRecords)), change.outcome);
+        EXPECT_EQ(callLines(), change.calls);
     }
 }
 
 TEST(MenuBarRestore, ARecordOfAnAbsentDisplayWaits) {
-    SimulatedProcess process(macWith({display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({secondDisplay}));
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(9, 3, true)})),
               outcome({recordOf(9, 3, true)}, true));
     EXPECT_EQ(callLines(), Lines{});
@@ -198,7 +206,7 @@ TEST(MenuBarRestore, ARecordOfAnAbsentDisplayWaits) {
 }
 
 TEST(MenuBarRestore, OneOfTwoRecordsOfADisplayIsRestoredAndTheOtherDropped) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false)}));
+    SimulatedProcess process(macWith({firstDisplay}));
     process.knowDisplays({{"desk", hardwareID(1)}});
     const Record byAlias{.canonicalID = "desk", .portUUID = port(3), .enabled = true};
     const Record byUUID{.canonicalID = hardwareID(1), .portUUID = port(3), .enabled = false};
@@ -208,7 +216,7 @@ TEST(MenuBarRestore, OneOfTwoRecordsOfADisplayIsRestoredAndTheOtherDropped) {
 }
 
 TEST(MenuBarRestore, ARecordThatFitsTwoDisplaysEquallyWellIsKept) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false)}));
+    SimulatedProcess process(macWith({firstDisplay, display(8, 2, 2, false)}));
     process.knowDisplays({{"desk", hardwareID(1), hardwareID(2)}});
     const Record either{.canonicalID = "desk", .portUUID = port(3), .enabled = true};
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({either})), outcome({either}, false));
@@ -216,11 +224,9 @@ TEST(MenuBarRestore, ARecordThatFitsTwoDisplaysEquallyWellIsKept) {
 }
 
 TEST(MenuBarRestore, TheAliasMapIsLoadedOnce) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
+    SimulatedProcess process(macWith({firstDisplay, secondDisplay}));
     writeFile(process.path("Settings/preferences.json"), "{");
-    EXPECT_EQ(
-        MenuBarAutohide::restoreDetailed(ofRecords({recordOf(1, 1, true), recordOf(2, 2, false)})),
-        outcome({}, true));
+    EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(theirRecords)), outcome({}, true));
     EXPECT_EQ(process.takeWarnings(),
               Lines{"AliasMap: preferences.json unparseable, falling back to identity"});
 }
@@ -229,7 +235,7 @@ const std::string twinsWarning =
     "Multiple displays with fingerprint 1552-41234-1, disambiguating via port-UUID";
 
 TEST(MenuBarRestore, ATwinThatHasAppearedDoesNotTakeADisplaysRecord) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, false)}));
+    SimulatedProcess process(macWith({firstDisplay, display(8, 1, 2, false)}));
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(1, 2, true)})),
               outcome({}, true));
     EXPECT_EQ(callLines(), putsBack(8, true));
@@ -237,14 +243,14 @@ TEST(MenuBarRestore, ATwinThatHasAppearedDoesNotTakeADisplaysRecord) {
 }
 
 TEST(MenuBarRestore, ARecordOfAnotherPortFitsBothTwins) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, false)}));
+    SimulatedProcess process(macWith({firstDisplay, display(8, 1, 2, false)}));
     EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({recordOf(1, 3, true)})),
               outcome({recordOf(1, 3, true)}, false));
     EXPECT_EQ(callLines(), Lines{});
 }
 
 TEST(MenuBarRestore, TwinsAreToldApartByTheirPorts) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 1, 2, true)}));
+    SimulatedProcess process(macWith({firstDisplay, display(8, 1, 2, true)}));
     const auto ofPort = [](int number, bool enabled) {
         return Record{.canonicalID = port(number),
                       .hardwareID = port(number),
@@ -267,16 +273,12 @@ TEST(MenuBarRestore, ADisplayWithoutUUIDIsKnownByItsNumber) {
 }
 
 TEST(MenuBarRestore, ARefusedOverrideIsNotReadBackAndStopsNoOther) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
-    simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"},
-                         {"result", -1},
-                         {"times", 1},
-                         {"effect", true}});
-    const Records records = {recordOf(1, 1, true), recordOf(2, 2, false)};
-    EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(records)), outcome({records[0]}, false));
+    SimulatedProcess process(macWith({firstDisplay, secondDisplay}));
+    simulator::addFault({{"call", setter}, {"result", -1}, {"times", 1}, {"effect", true}});
+    EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(theirRecords)),
+              outcome({theirRecords[0]}, false));
     EXPECT_EQ(callLines(), Lines{setsOverride(7, true, -1)} + putsBack(8, false));
-    EXPECT_EQ(process.takeWarnings(),
-              Lines{"SLSSetMenuBarVisibilityOverrideOnDisplay returned -1 for display 7"});
+    EXPECT_EQ(process.takeWarnings(), Lines{setter + " returned -1 for display 7"});
     EXPECT_EQ(simulator::now(), 0.0);
 }
 
@@ -307,7 +309,6 @@ struct ReadBack {
 };
 
 TEST(MenuBarRestore, AnOverrideIsReadBackUntilItShows) {
-    const std::string setter = "SLSSetMenuBarVisibilityOverrideOnDisplay";
     std::vector<ReadBack> rows;
     for (int delay = 0; delay <= 7; ++delay) {
         rows.push_back({{{"call", setter}, {"delayReads", delay}}, delay, true});
@@ -316,26 +317,24 @@ TEST(MenuBarRestore, AnOverrideIsReadBackUntilItShows) {
     rows.push_back({{{"call", setter}, {"effect", false}}, 7, false});
     for (const bool enabled : {true, false}) {
         for (const ReadBack& row : rows) {
+            SCOPED_TRACE(row.fault);
             SimulatedProcess process(macWith({display(7, 1, 1, !enabled)}));
             simulator::addFault(row.fault);
             simulator::addFault({{"call", "nanosleep"}, {"effect", true}});  // to count them
             const Record record = recordOf(1, 1, enabled);
             EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords({record})),
-                      row.settles ? outcome({}, true) : outcome({record}, false))
-                << row.fault;
+                      row.settles ? outcome({}, true) : outcome({record}, false));
             EXPECT_THAT(readTimes(),
-                        testing::Pointwise(testing::DoubleNear(1e-9), readsAfter(row.sleeps)))
-                << row.fault;
-            EXPECT_EQ(simulator::faultsMet(), static_cast<std::size_t>(row.sleeps) + 1)
-                << row.fault;
-            EXPECT_THAT(process.takeWarnings(), IsEmpty()) << row.fault;
+                        testing::Pointwise(testing::DoubleNear(1e-9), readsAfter(row.sleeps)));
+            EXPECT_EQ(simulator::faultsMet(), static_cast<std::size_t>(row.sleeps) + 1);
+            EXPECT_THAT(process.takeWarnings(), IsEmpty());
         }
     }
 }
 
 TEST(MenuBarRestore, EachOverrideIsReadBackBeforeTheNextIsSet) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, true)}));
-    simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"delayReads", 1}});
+    SimulatedProcess process(macWith({firstDisplay, secondDisplay}));
+    simulator::addFault({{"call", setter}, {"delayReads", 1}});
     EXPECT_EQ(
         MenuBarAutohide::restoreDetailed(ofRecords({recordOf(2, 2, false), recordOf(1, 1, true)})),
         outcome({}, true));
@@ -345,13 +344,10 @@ TEST(MenuBarRestore, EachOverrideIsReadBackBeforeTheNextIsSet) {
 }
 
 TEST(MenuBarRestore, EveryUnsettledRecordIsKeptInItsOrder) {
-    SimulatedProcess process(macWith({display(7, 1, 1, false), display(8, 2, 2, false),
+    SimulatedProcess process(macWith({firstDisplay, display(8, 2, 2, false),
                                       display(9, 3, 3, false), display(10, 4, 4, false)}));
     process.knowDisplays({{"either", hardwareID(3), hardwareID(4)}});
-    simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"},
-                         {"result", 1000},
-                         {"skip", 1},
-                         {"times", 1}});
+    simulator::addFault({{"call", setter}, {"result", 1000}, {"skip", 1}, {"times", 1}});
     const Record settled = recordOf(1, 1, true);
     const Record absent = recordOf(9, 9, true);
     const Record failed = recordOf(2, 2, true);
@@ -367,9 +363,8 @@ TEST(MenuBarRestore, AnyOtherTroubleMeansNotOnlyAbsent) {
     const Record absent = recordOf(9, 9, true);
     const Record failed = recordOf(1, 1, true);
     for (const Records& records : {Records{absent, failed}, Records{failed, absent}}) {
-        SimulatedProcess process(macWith({display(7, 1, 1, false)}));
-        simulator::addFault(
-            {{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"}, {"effect", false}});
+        SimulatedProcess process(macWith({firstDisplay}));
+        simulator::addFault({{"call", setter}, {"effect", false}});
         EXPECT_EQ(MenuBarAutohide::restoreDetailed(ofRecords(records)), outcome(records, false));
     }
 }
@@ -382,7 +377,6 @@ struct Whole {
 };
 
 TEST(MenuBarRestore, IsCompleteOnlyWhenNothingIsLeft) {
-    const std::string setter = "SLSSetMenuBarVisibilityOverrideOnDisplay";
     const Record here = recordOf(1, 1, true);
     const std::vector<Whole> rows = {
         {"everything back", {}, {here}, true},
@@ -399,7 +393,7 @@ TEST(MenuBarRestore, IsCompleteOnlyWhenNothingIsLeft) {
          false},
     };
     for (const Whole& row : rows) {
-        SimulatedProcess process(macWith({display(7, 1, 1, false)}));
+        SimulatedProcess process(macWith({firstDisplay}));
         if (row.fault) {
             simulator::addFault(*row.fault);
         }

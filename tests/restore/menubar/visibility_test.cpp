@@ -23,27 +23,23 @@ json answeringMac() {
 
 TEST(MenuBarVisibility, EveryOperationDegradesWithTheFunctionsItNeeds) {
     for (const SkyLight& skyLight : SkyLight::all()) {
+        SCOPED_TRACE(skyLight.missing());
         json mac = answeringMac();
         mac["unavailable"] = skyLight.missing();
         SimulatedProcess process(mac);
         const bool complete = skyLight.isComplete();
-        EXPECT_EQ(MenuBarAutohide::supportsPerDisplayVisibility(), complete) << mac;
+        EXPECT_EQ(MenuBarAutohide::supportsPerDisplayVisibility(), complete);
         EXPECT_EQ(MenuBarAutohide::visibilityOverride(7),
-                  complete ? std::optional(true) : std::nullopt)
-            << mac;
-        EXPECT_EQ(MenuBarAutohide::setVisibilityOverride(false, 7), skyLight.hasConnectionAnd(3))
-            << mac;
-        EXPECT_EQ(menuBarOverride(7), !skyLight.hasConnectionAnd(3)) << mac;
+                  complete ? std::optional(true) : std::nullopt);
+        EXPECT_EQ(MenuBarAutohide::setVisibilityOverride(false, 7), skyLight.hasConnectionAnd(3));
+        EXPECT_EQ(menuBarOverride(7), !skyLight.hasConnectionAnd(3));
         EXPECT_EQ(MenuBarAutohide::runtimeAutohideEnabled(),
-                  skyLight.hasConnectionAnd(1) ? std::optional(true) : std::nullopt)
-            << mac;
+                  skyLight.hasConnectionAnd(1) ? std::optional(true) : std::nullopt);
         EXPECT_EQ(MenuBarAutohide::activeMenuBarDisplayIdentifier(),
-                  skyLight.hasConnectionAnd(4) ? std::optional(port(1)) : std::nullopt)
-            << mac;
+                  skyLight.hasConnectionAnd(4) ? std::optional(port(1)) : std::nullopt);
         EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7),
-                  skyLight.hasConnectionAnd(5) ? std::optional(true) : std::nullopt)
-            << mac;
-        EXPECT_EQ(process.takeWarnings(), skyLight.warnings()) << mac;
+                  skyLight.hasConnectionAnd(5) ? std::optional(true) : std::nullopt);
+        EXPECT_EQ(process.takeWarnings(), skyLight.warnings());
     }
 }
 
@@ -121,13 +117,14 @@ TEST(MenuBarVisibility, TheActiveDisplayMayBeUnknown) {
 
 TEST(MenuBarVisibility, SpacesOfTypeFourAreFullscreen) {
     for (const int type : {0, 1, 2, 3, 4, 5, 104, -4}) {
+        SCOPED_TRACE(type);
         json plain = display(7, 1, 1);
         json other = display(8, 2, 2);
         other["spaceType"] = type;
         SimulatedProcess process(macWith({plain, other}));
-        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), false) << type;
-        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(8), type == 4) << type;
-        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(9), std::nullopt) << type;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), false);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(8), type == 4);
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(9), std::nullopt);
         EXPECT_EQ(MenuBarAutohide::currentSpaceType(7), 0);
         EXPECT_EQ(MenuBarAutohide::currentSpaceType(8), type);
         EXPECT_EQ(MenuBarAutohide::currentSpaceType(9), std::nullopt);
@@ -180,10 +177,11 @@ const std::vector<Spaces> shapes = {
 
 TEST(MenuBarVisibility, ManagedDisplaySpacesOfAnyShape) {
     for (const Spaces& shape : shapes) {
+        SCOPED_TRACE(shape.name);
         SimulatedProcess process(macWith({display(7, 1, 1)}));
         simulator::devices::replaceManagedDisplaySpaces(shape.value);
-        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), shape.fullscreen) << shape.name;
-        EXPECT_EQ(process.takeWarnings(), Lines{}) << shape.name;
+        EXPECT_EQ(MenuBarAutohide::currentSpaceIsFullscreen(7), shape.fullscreen);
+        EXPECT_EQ(process.takeWarnings(), Lines{});
     }
 }
 
