@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <string>
 #include <system_error>
@@ -105,24 +106,27 @@ std::string directoryOf(const std::string& path) {
     return path.substr(0, path.size() - lastComponent(path).size());
 }
 
+struct CloseDirectory {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+using OpenDirectory = std::unique_ptr<DIR, CloseDirectory>;
+
 /// The names in a directory; none if they cannot all be read.
 std::optional<std::vector<std::string>> namesIn(const std::string& directory) {
-    DIR* const entries = ::opendir(directory.empty() ? "." : directory.c_str());
-    if (entries == nullptr) {
+    const OpenDirectory entries(::opendir(directory.empty() ? "." : directory.c_str()));
+    if (!entries) {
         return std::nullopt;
     }
     std::vector<std::string> names;
     errno = 0;
-    while (const struct dirent* const entry = ::readdir(entries)) {
+    while (const struct dirent* const entry = ::readdir(entries.get())) {
         const std::string name = entry->d_name;
         if (name != "." && name != "..") {
             names.push_back(name);
         }
         errno = 0;
     }
-    const bool isWhole = errno == 0;
-    ::closedir(entries);
-    return isWhole ? std::optional(std::move(names)) : std::nullopt;
+    return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 /// Flushes changes to a directory's entries, if the volume can do that. Many network volumes

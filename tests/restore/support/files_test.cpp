@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -252,6 +253,18 @@ TEST_F(Files, OpensOnlyTheStandardStreamsThatAreClosed) {
         ::waitpid(child, &status, 0);
         EXPECT_EQ(status, 0) << testing::PrintToString(closed);
     }
+}
+
+TEST_F(Files, LeavesNoDirectoryOpenAfterAnException) {
+    const auto lowestFree = [] {
+        const int descriptor = ::open("/dev/null", O_RDONLY);
+        ::close(descriptor);
+        return descriptor;
+    };
+    const int before = lowestFree();
+    simulator::onCall("readdir", [] { throw std::bad_alloc(); });
+    EXPECT_THROW(removeAbandonedFiles(path("")), std::bad_alloc);
+    EXPECT_EQ(lowestFree(), before);
 }
 
 TEST_F(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
