@@ -10,6 +10,7 @@
 #include "restore/modes/resolution_originals_store.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/helper/steps/step_test.hpp"
+#include "tests/restore/modes/modes_mac.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -18,25 +19,7 @@ using nlohmann::json;
 
 const std::string records = ".resolution-originals";
 
-json mode(int number, int width, int height) {
-    return {{"number", number}, {"flags", 1}, {"width", width}, {"height", height},
-            {"depth", 8},       {"hz", 60},   {"density", 1}};
-}
-
-/// A Mac with the displays 1 and 2, which show 1920 × 1080.
-json mac() {
-    json result{{"displays", json::array()}};
-    for (const int id : {1, 2}) {
-        result["displays"].push_back({{"id", id},
-                                      {"vendor", 10},
-                                      {"model", 20},
-                                      {"serial", id},
-                                      {"frame", {1920 * (id - 1), 0, 1920, 1080}},
-                                      {"modes", {mode(1, 1920, 1080), mode(2, 1280, 720)}},
-                                      {"mode", 1}});
-    }
-    return result;
-}
+const json macOfTwo{{"displays", {displayWithModes(1), displayWithModes(2)}}};
 
 class RestoreResolutions : public StepTest {
   protected:
@@ -45,14 +28,14 @@ class RestoreResolutions : public StepTest {
     /// Records that both displays showed this mode.
     void record(int width, int height) const {
         ResolutionOriginalsStore::save({.version = 1,
-                                        .entries = {{"HW-10-20-1", {width, height, false, 60}},
-                                                    {"HW-10-20-2", {width, height, false, 60}}}},
+                                        .entries = {{hardwareIDOf(1), {width, height, false, 60}},
+                                                    {hardwareIDOf(2), {width, height, false, 60}}}},
                                        state(records));
     }
 };
 
 TEST_F(RestoreResolutions, CountsWhatItRestored) {
-    start(mac());
+    start(macOfTwo);
     record(1280, 720);
     EXPECT_EQ(run(), (Lines{"info: resolution restore: HW-10-20-1 -> 1280 × 720 @ 60 Hz",
                             "info: resolution restore: HW-10-20-2 -> 1280 × 720 @ 60 Hz",
@@ -64,7 +47,7 @@ TEST_F(RestoreResolutions, CountsWhatItRestored) {
 }
 
 TEST_F(RestoreResolutions, SaysNothingWhenEveryModeIsShownAlready) {
-    start(mac());
+    start(macOfTwo);
     record(1920, 1080);
     EXPECT_EQ(run("safety-tick"), Lines{});
     EXPECT_FALSE(read(records).has_value());
@@ -72,7 +55,7 @@ TEST_F(RestoreResolutions, SaysNothingWhenEveryModeIsShownAlready) {
 }
 
 TEST_F(RestoreResolutions, DoesNotSumUpWhenNothingCouldBeRestored) {
-    start(mac());
+    start(macOfTwo);
     record(800, 600);
     EXPECT_EQ(run("safety-tick"),
               (Lines{"warn: resolution restore: no exact mode 800 × 600 @ 60 Hz for HW-10-20-1; "
@@ -82,7 +65,7 @@ TEST_F(RestoreResolutions, DoesNotSumUpWhenNothingCouldBeRestored) {
 }
 
 TEST_F(RestoreResolutions, WithoutRecordsSaysNothingNotEvenThatTolvaranRuns) {
-    for (const json& running : {mac(), whileTolvaranRuns({812}, mac())}) {
+    for (const json& running : {macOfTwo, whileTolvaranRuns({812}, macOfTwo)}) {
         for (const char* content : {"", R"({"version":1,"entries":{}})",
                                     R"({"version":1,"entries":{"a":{"width":0,"height":1,)"
                                     R"("scaled":false,"hz":0}}})"}) {
@@ -98,7 +81,7 @@ TEST_F(RestoreResolutions, WithoutRecordsSaysNothingNotEvenThatTolvaranRuns) {
 }
 
 TEST_F(RestoreResolutions, WarnsAboutABadFileBeforeAnythingElse) {
-    start(whileTolvaranRuns({812}, mac()));
+    start(whileTolvaranRuns({812}, macOfTwo));
     write(records, R"({"version":2,"entries":{}})");
     EXPECT_EQ(run("safety-tick"), Lines{"warn: resolution originals file missing/wrong "
                                         "version/unparseable, starting fresh"});
@@ -106,7 +89,7 @@ TEST_F(RestoreResolutions, WarnsAboutABadFileBeforeAnythingElse) {
 }
 
 TEST_F(RestoreResolutions, LeavesTheModesToARunningTolvaran) {
-    start(whileTolvaranRuns({812}, mac()));
+    start(whileTolvaranRuns({812}, macOfTwo));
     record(1280, 720);
     const auto before = read(records);
     EXPECT_EQ(run("safety-tick"), Lines{skips("safety-tick", 812)});
@@ -116,7 +99,7 @@ TEST_F(RestoreResolutions, LeavesTheModesToARunningTolvaran) {
 }
 
 TEST_F(RestoreResolutions, DoesNotCountTheExitedInstanceAsRunning) {
-    start(whileTolvaranRuns({812}, mac()));
+    start(whileTolvaranRuns({812}, macOfTwo));
     record(1280, 720);
     EXPECT_EQ(run("proc-exit", 812).back(),
               "info: restoreResolutions [proc-exit]: restored 2 display mode(s)");

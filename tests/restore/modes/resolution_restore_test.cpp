@@ -12,6 +12,7 @@
 
 #include "restore/modes/formats.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/restore/modes/modes_mac.hpp"
 #include "tests/support/simulated_process.hpp"
 #include "tests/support/twin_warning.hpp"
 
@@ -24,41 +25,15 @@ using Entries = std::map<std::string, DisplayModeSpec>;
 const std::string storeUnusable =
     "warn: resolution originals file missing/wrong version/unparseable, starting fresh";
 
-constexpr std::uint32_t validMode = 1;
-
-json mode(std::int32_t number, std::int32_t width, std::int32_t height, double hz,
-          float density = 1.0F) {
-    return {{"number", number}, {"flags", validMode}, {"width", width},    {"height", height},
-            {"depth", 8},       {"hz", hz},           {"density", density}};
-}
-
-const json usualModes{mode(1, 1920, 1080, 60), mode(2, 1280, 720, 60), mode(3, 1280, 720, 59.94),
-                      mode(4, 1280, 720, 60, 2.0F)};
-
-/// A display whose canonical ID is "HW-10-20-" and its ID, showing the first of the usual modes.
-json display(std::uint32_t id) {
-    return {{"id", id},
-            {"vendor", 10},
-            {"model", 20},
-            {"serial", id},
-            {"frame", {1920 * (id - 1), 0, 1920, 1080}},
-            {"modes", usualModes},
-            {"mode", 1}};
-}
-
-/// Such a display with another value.
+/// The display with another value.
 json displayWith(std::uint32_t id, const std::string& key, const json& value) {
-    json result = display(id);
+    json result = displayWithModes(id);
     result[key] = value;
     return result;
 }
 
-std::string canonicalID(std::uint32_t id) {
-    return "HW-10-20-" + std::to_string(id);
-}
-
-const std::string firstID = canonicalID(1);
-const std::string secondID = canonicalID(2);
+const std::string firstID = hardwareIDOf(1);
+const std::string secondID = hardwareIDOf(2);
 const DisplayModeSpec small{1280, 720, false, 60};
 const DisplayModeSpec smallOfAnyRate{1280, 720, false, 0};
 const DisplayModeSpec large{1920, 1080, false, 60};
@@ -130,7 +105,7 @@ class ResolutionRestoring : public ProcessTest {
 /// One restore, and everything that is expected of it.
 struct RestoreRow {
     std::string name;
-    std::vector<json> displays = {display(1)};
+    std::vector<json> displays = {displayWithModes(1)};
     Entries recorded;
     std::vector<json> faults = {};
     std::string preferences = "{}";
@@ -177,7 +152,7 @@ std::vector<RestoreRow> restoreRows() {
     const std::string twins = twinWarning("10-20-1");
     std::vector<RestoreRow> rows{
         {.name = "puts back every display",
-         .displays = {display(1), display(2)},
+         .displays = {displayWithModes(1), displayWithModes(2)},
          .recorded = {{firstID, small}, {secondID, {1280, 720, true, 60}}},
          .switched = {{1, 2}, {2, 4}},
          .log = {restored(firstID), restored(secondID)}},
@@ -212,36 +187,36 @@ std::vector<RestoreRow> restoreRows() {
          .switched = {{1, 1}},
          .log = {restored(firstID, "1920 × 1080 @ 60 Hz")}},
         {.name = "restores only the later of two displays with one canonical ID",
-         .displays = {display(1), display(2)},
+         .displays = {displayWithModes(1), displayWithModes(2)},
          .recorded = {{"desk", small}, {firstID, small}},
          .preferences = R"({"knownDisplays":[{"ids":["desk","HW-10-20-1","HW-10-20-2"]}]})",
          .switched = {{2, 2}},
          .left = {{firstID, small}},
          .log = {restored("desk")}},
         {.name = "loads the alias map once and goes on without it",
-         .displays = {display(1), display(2)},
+         .displays = {displayWithModes(1), displayWithModes(2)},
          .recorded = {{firstID, small}, {secondID, small}},
          .preferences = R"({"knownDisplays":[{}]})",
          .switched = {{1, 2}, {2, 2}},
          .log = {"warn: AliasMap: preferences.json unparseable, falling back to identity",
                  restored(firstID), restored(secondID)}},
         {.name = "tells identical monitors apart by their ports",
-         .displays = {display(1), twin},
+         .displays = {displayWithModes(1), twin},
          .recorded = {{portUUID, small}, {firstID, small}},
          .switched = {{2, 2}},
          .left = {{firstID, small}},
          .log = {twins, twins, restored(portUUID)}},
         {.name = "only forgets what is shown already",
-         .displays = {display(1), display(2)},
+         .displays = {displayWithModes(1), displayWithModes(2)},
          .recorded = {{firstID, large}, {"elsewhere", small}},
          .left = {{"elsewhere", small}}},
         {.name = "removes the file with the last record that is shown already",
          .recorded = {{firstID, large}}},
         {.name = "forgets a mode of unknown rate that is shown without one",
-         .displays = {displayWith(1, "modes", json::array({mode(1, 1280, 720, 0.25)}))},
+         .displays = {displayWith(1, "modes", json::array({usableMode(1, 1280, 720, 0.25)}))},
          .recorded = {{firstID, smallOfAnyRate}}},
         {.name = "keeps a record without an exact mode",
-         .displays = {display(1), display(2)},
+         .displays = {displayWithModes(1), displayWithModes(2)},
          .recorded = inexact,
          .left = inexact,
          .log = {noExactMode(firstID, "3008 × 1692"), noExactMode(secondID, "1280 × 720 @ 50 Hz")}},
@@ -265,7 +240,7 @@ std::vector<RestoreRow> restoreRows() {
           "CGSGetCurrentDisplayMode"}) {
         rows.push_back(
             {.name = "goes by what the window server fills in whatever it returns: " + call,
-             .displays = {display(1), display(2)},
+             .displays = {displayWithModes(1), displayWithModes(2)},
              .recorded = {{firstID, large}, {secondID, small}},
              .faults = {{{"call", call}, {"result", 1001}, {"effect", true}}},
              .switched = {{2, 2}},
@@ -282,7 +257,7 @@ TEST_F(ResolutionRestoringRows, EndAsTheySay) {
 }
 
 TEST_F(ResolutionRestoring, WithoutRecordsAsksTheWindowServerForNothing) {
-    resetMac({display(1)});
+    resetMac({displayWithModes(1)});
     const auto listings = countCalls("CGGetActiveDisplayList");
     const auto reads = countCalls("CGSGetCurrentDisplayMode");
     EXPECT_EQ(restore(), 0);
@@ -294,7 +269,7 @@ TEST_F(ResolutionRestoring, WithoutRecordsAsksTheWindowServerForNothing) {
 }
 
 TEST_F(ResolutionRestoring, TreatsAnotherVersionAsNoRecordsAndKeepsTheFile) {
-    resetMac({display(1)});
+    resetMac({displayWithModes(1)});
     const std::string text = R"({"entries":{"HW-10-20-1":{"height":720,"hz":60,"scaled":false,)"
                              R"("width":1280}},"version":2})";
     writeFile(path_, text);
@@ -322,7 +297,7 @@ TEST_F(ResolutionRestoring, ComparesTheShownModeInAllOfItsSpec) {
 }
 
 TEST_F(ResolutionRestoring, PassesOverARefusalOfTheModeItself) {
-    resetMac({display(1)});
+    resetMac({displayWithModes(1)});
     record({{firstID, small}});
     failCalls("CGSConfigureDisplayMode", 1001);
     EXPECT_EQ(restore(), 1);
@@ -333,7 +308,7 @@ TEST_F(ResolutionRestoring, PassesOverARefusalOfTheModeItself) {
 }
 
 TEST_F(ResolutionRestoring, DoesNotCancelAFailedCompletion) {
-    resetMac({display(1)});
+    resetMac({displayWithModes(1)});
     record({{firstID, smallOfAnyRate}});
     failCalls("CGCompleteDisplayConfiguration", 1004);
     EXPECT_EQ(restore(), 0);
@@ -349,7 +324,7 @@ TEST_F(ResolutionRestoring, KeepsARecordThatCannotBeAppliedAndTriesAgain) {
         {{"call", "CGCompleteDisplayConfiguration"}, {"result", 1004}, {"times", 1}}};
     for (const json& fault : faults) {
         SCOPED_TRACE(fault);
-        resetMac({display(1), display(2)});
+        resetMac({displayWithModes(1), displayWithModes(2)});
         record({{firstID, small}, {secondID, small}});
         simulator::addFault(fault);
         EXPECT_EQ(restore(), 1);
@@ -367,19 +342,19 @@ TEST_F(ResolutionRestoring, SeesSixteenDisplays) {
     std::vector<json> displays;
     Entries recorded;
     for (std::uint32_t id = 1; id <= 17; ++id) {
-        displays.push_back(display(id));
-        recorded.emplace(canonicalID(id), small);
+        displays.push_back(displayWithModes(id));
+        recorded.emplace(hardwareIDOf(id), small);
     }
     resetMac(displays);
     record(recorded);
     EXPECT_EQ(restore(), 16);
     EXPECT_EQ(shown()[16], 2);
     EXPECT_EQ(shown()[17], 1);
-    expectRecorded({{canonicalID(17), small}});
+    expectRecorded({{hardwareIDOf(17), small}});
 }
 
 TEST_F(ResolutionRestoring, TakesTheDisplaysThatItIsGiven) {
-    resetMac({display(1), display(2)});
+    resetMac({displayWithModes(1), displayWithModes(2)});
     record({{"a", small}, {"b", small}, {"c", small}});
     EXPECT_EQ(ResolutionRestore::restorePending({{"b", 2}, {"d", 1}}, path_), 1);
     EXPECT_EQ(shown()[1], 1);
@@ -398,7 +373,7 @@ TEST_F(ResolutionRestoring, TakesTheDisplaysThatItIsGiven) {
 class ResolutionRestoringMeanwhile : public ResolutionRestoring {
   protected:
     void SetUp() override {
-        resetMac({display(1), display(2)});
+        resetMac({displayWithModes(1), displayWithModes(2)});
         record({{firstID, small}, {secondID, small}});
     }
 
