@@ -108,7 +108,7 @@ class ArrangementCheck {
 /// One check, and everything that is expected of it.
 struct CheckRow {
     std::string name;  // letters and digits
-    nlohmann::json machine;
+    nlohmann::json machine = mac(two);
     nlohmann::json saved = nlohmann::json();  // arrangements by signature
     std::optional<Places> marked = {};  // marked in all stores for all displays of the machine
     std::vector<nlohmann::json> faults = {};

@@ -56,6 +56,7 @@ json withoutMainDisplay(const Places& places) {
     return machine;
 }
 
+/// Rows without a machine are of `two`.
 class Repair : public testing::TestWithParam<CheckRow> {};
 
 TEST_P(Repair, EndsAsItsRowSays) {
@@ -68,14 +69,12 @@ std::vector<CheckRow> exactRows() {
     const std::string below = "CGCompleteDisplayConfiguration [1] = 1000";
     return {
         {.name = "PutsTheExactArrangementBack",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(leftOf)}, {sig({1}), entries({{1, 0, 0}})}},
          .marked = two,
          .log = Lines{detected} + moved(leftOf) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls(leftOf),
          .marksLeft = none},
         {.name = "PassesOverAnExactArrangementThatIsAZigzag",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries({{1, 0, 0}, {2, -100, -100}})},
                    {sig({2}), entries({{2, 100, 0}})}},
          .marked = elsewhere,
@@ -84,7 +83,6 @@ std::vector<CheckRow> exactRows() {
          .calls = moveCalls({{2, 100, 0}}),
          .marksLeft = onlyNativeMirrored},
         {.name = "SkipsEntriesOfDisplaysThatAreNotActive",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries({{9, 500, 500}, {1, 0, 0}, {2, 0, 100}})}},
          .log = Lines{detected} + moved(column) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls(column)},
@@ -93,32 +91,27 @@ std::vector<CheckRow> exactRows() {
          .saved = {{sig({1, 2, 3}), entries({{8, 0, 0}, {9, 100, 0}})}},
          .log = {detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}},
         {.name = "AppliesBothPositionsOfADisplaySavedTwice",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(twice)}},
          .log = Lines{detected} + moved(twice) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls(twice)},
         {.name = "ShiftsSavedPositionsToTheMainDisplay",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries({{1, 100, 30}, {2, 0, 30}})}},
          .log = Lines{detected,
                       "info: Re-anchored saved positions to current main 1: shift=(100,30)"} +
                 moved({{1, 0, 0}, {2, -100, 0}}) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls({{1, 0, 0}, {2, -100, 0}})},
         {.name = "KeepsTheFirstListOfDisplaysIfTheyCannotBeListedAgain",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(column)}},
          .faults = {{{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 1}}},
          .log = Lines{detected} + moved(column) + Lines{restoredExact(sig({1, 2}))},
          .calls = moveCalls(column)},
         {.name = "PassesOverWhatCannotBeBegun",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(sideBySide)}, {sig({2}), entries({{2, 0, 100}})}},
          .faults = {refused("CGBeginDisplayConfiguration", true)},
          .log = Lines{detected} + rejected(2, "for sig=" + sig({1, 2})) + moved({{2, 0, 100}}) +
                 Lines{restoredSubset(sig({1, 2}), 1)},
          .calls = Lines{"CGBeginDisplayConfiguration [] = 1000"} + moveCalls({{2, 0, 100}})},
         {.name = "PassesOverWhatCannotBeCompleted",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(sideBySide)}, {sig({2}), entries({{2, 0, 100}})}},
          .faults = {refused("CGCompleteDisplayConfiguration", true)},
          .log = Lines{detected} + moved(sideBySide) +
@@ -126,7 +119,6 @@ std::vector<CheckRow> exactRows() {
                 moved({{2, 0, 100}}) + Lines{restoredSubset(sig({1, 2}), 1)},
          .calls = moveCalls(sideBySide, below) + moveCalls({{2, 0, 100}})},
         {.name = "LeavesTheMarksIfEverythingIsRefused",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(sideBySide)},
                    {sig({2}), entries({{2, 0, 100}})},
                    {sig({1, 2, 3}), entries({{1, 0, 0}, {2, 0, -100}, {3, 0, 100}})}},
@@ -138,7 +130,6 @@ std::vector<CheckRow> exactRows() {
                 Lines{nothingUsable(sig({1, 2}))},
          .calls = Lines(4, "CGBeginDisplayConfiguration [] = 1000")},
         {.name = "CountsAConfigurationWithoutEffectAsAFailure",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries(sideBySide)}},
          .faults = {withoutEffect()},
          .log = Lines{detected} + moved(sideBySide) + Lines{detected, applyingStacked} +
@@ -198,7 +189,6 @@ std::vector<CheckRow> subsetRows() {
          .log = Lines{detected} + moved(pair) + Lines{restoredSubset(sig({1, 2, 3}), 2)},
          .calls = moveCalls(pair)},
         {.name = "AnArrangementOfAllDisplaysUnderAnotherSignatureCountsAsASubset",
-         .machine = mac(two),
          .saved = {{"another", entries(sideBySide)}},
          .log = Lines{detected} + moved(sideBySide) + Lines{restoredSubset(sig({1, 2}), 2)},
          .calls = moveCalls(sideBySide)},
@@ -226,7 +216,6 @@ std::vector<CheckRow> lastResortRows() {
          .marked = elsewhere,
          .log = {detected, ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2, 3}))}},
         {.name = "TheSmallestSupersetIsProjected",
-         .machine = mac(two),
          .saved = {{sig({1, 2, 3, 4}), entries(ofFour)},
                    {sig({1, 2, 3}), entries({{3, 0, 0}, {2, 0, 100}, {1, 0, 200}})}},
          .marked = elsewhere,
@@ -236,7 +225,6 @@ std::vector<CheckRow> lastResortRows() {
          .calls = moveCalls(projected),
          .marksLeft = onlyNativeMirrored},
         {.name = "ProjectionsOfEqualSizeAreTriedInTheOrderOfTheirSignatures",
-         .machine = mac(two),
          .saved = {{sig({1, 2, 5}), with(5, {{1, 0, 0}, {2, -100, 0}})},
                    {sig({1, 2, 3}), with(3, two)},
                    {sig({1, 2, 4}), with(4, column)}},
@@ -244,7 +232,6 @@ std::vector<CheckRow> lastResortRows() {
                 moved(column) + Lines{restoredProjection(sig({1, 2}))},
          .calls = moveCalls(column)},
         {.name = "AfterTheLastProjectionComesTheRow",
-         .machine = mac(two),
          .saved = {{sig({1, 2, 3}), entries({{1, 0, 0}, {2, 100, 100}, {3, 200, 0}})}},
          .log =
              Lines{detected, detected, isItselfZigzag("superset-projection[0]"), applyingStacked} +
@@ -258,7 +245,6 @@ std::vector<CheckRow> lastResortRows() {
          .calls = moveCalls(stacked),
          .marksLeft = onlyNativeMirrored},
         {.name = "ARowWithoutEffectIsAFailure",
-         .machine = mac(two),
          .faults = {withoutEffect(false)},
          .log = Lines{detected, applyingStacked} + moved(sideBySide) +
                 Lines{detected, nothingUsable(sig({1, 2}))},
@@ -280,7 +266,6 @@ std::vector<CheckRow> inForceRows() {
     const Lines unchanged{ambiguousGate, leftUnchanged, nothingUsable(sig({1, 2}))};
     std::vector<CheckRow> rows{
         {.name = "TheExactOneDoesNotEndTheZigzagOfOthers",
-         .machine = mac(two),
          .saved = {{sig({1, 2}), entries({{2, 100, 100}})}},
          .log = Lines{detected, detected, alreadyInForce("sig=" + sig({1, 2})), applyingStacked} +
                 moved(sideBySide) + Lines{restoredStacked(sig({1, 2}))},

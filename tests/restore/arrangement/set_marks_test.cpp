@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <concepts>
 #include <functional>
 #include <limits>
 #include <ostream>
@@ -53,7 +54,8 @@ struct Store {
     }
 };
 
-void PrintTo(const Store& store, std::ostream* out) {
+template <std::derived_from<Store> AnyStore>
+void PrintTo(const AnyStore& store, std::ostream* out) {
     *out << store.kind;
 }
 
@@ -64,30 +66,63 @@ nlohmann::json goodLayouts(int version) {
          {{"A,B", {{{{"uuid", "A"}, {"x", 1}, {"y", 2}}, {{"uuid", "B"}, {"x", 3}, {"y", 4}}}}}}}};
 }
 
-const std::vector<Store>& stores() {
-    static const std::vector<Store> list = {
-        {"separated",
-         {{"version", 1}, {"signatures", nlohmann::json::array({"A,B"})}},
-         SeparatedSetsStore::defaultPath,
-         SeparatedSetsStore::signatures,
-         SeparatedSetsStore::markSeparated,
-         SeparatedSetsStore::clearSeparated,
-         SeparatedSetsStore::migrateCanonicalIDs},
-        {"side-pinned", goodLayouts(2), SidePinnedSetsStore::defaultPath,
-         SidePinnedSetsStore::signatures,
-         [](const std::string& signature, const std::string& path) {
-             SidePinnedSetsStore::markSidePinned(signature, ab, path);
-         },
-         SidePinnedSetsStore::clearSidePinned, SidePinnedSetsStore::migrateCanonicalIDs},
-        {"native-mirrored", goodLayouts(1), NativeMirroredSetsStore::defaultPath,
-         NativeMirroredSetsStore::signatures,
-         [](const std::string& signature, const std::string& path) {
-             NativeMirroredSetsStore::markNativeMirrored(signature, ab, path);
-         },
-         NativeMirroredSetsStore::clearNativeMirrored,
-         NativeMirroredSetsStore::migrateCanonicalIDs},
+/// What only the two stores of layouts have.
+struct LayoutStore : Store {
+    std::function<MarkedLayouts(const std::string&)> load;
+    std::function<std::vector<MarkedLayout>(const std::string&, const std::string&)> candidates;
+    std::function<void(const std::string&, const MarkedLayout&, const std::string&)> premark;
+    std::function<void(const std::string&, const MarkedLayout&, const std::string&)> markLayout;
+    std::function<void(const std::string&, const std::vector<MarkedLayout>&, const std::string&)>
+        restoreCandidates;
+    std::function<bool(const std::string&, const Origins&, const std::string&)> matches;
+    std::function<MarkFinding(const std::string&, const Origins&, const std::string&)> find;
+};
+
+const std::vector<LayoutStore>& layoutStores() {
+    static const std::vector<LayoutStore> list = {
+        {{"side-pinned", goodLayouts(2), SidePinnedSetsStore::defaultPath,
+          SidePinnedSetsStore::signatures,
+          [](const std::string& signature, const std::string& path) {
+              SidePinnedSetsStore::markSidePinned(signature, ab, path);
+          },
+          SidePinnedSetsStore::clearSidePinned, SidePinnedSetsStore::migrateCanonicalIDs},
+         [](const std::string& path) { return SidePinnedSetsStore::load(path).arrangements; },
+         SidePinnedSetsStore::candidates,
+         SidePinnedSetsStore::premarkSidePinned,
+         SidePinnedSetsStore::markSidePinned,
+         SidePinnedSetsStore::restoreCandidates,
+         SidePinnedSetsStore::matchesCurrentHardware,
+         [](const auto&... arguments) { return LayoutSets::find(sidePinnedSets, arguments...); }},
+        {{"native-mirrored", goodLayouts(1), NativeMirroredSetsStore::defaultPath,
+          NativeMirroredSetsStore::signatures,
+          [](const std::string& signature, const std::string& path) {
+              NativeMirroredSetsStore::markNativeMirrored(signature, ab, path);
+          },
+          NativeMirroredSetsStore::clearNativeMirrored,
+          NativeMirroredSetsStore::migrateCanonicalIDs},
+         [](const std::string& path) { return NativeMirroredSetsStore::load(path).arrangements; },
+         NativeMirroredSetsStore::candidates,
+         NativeMirroredSetsStore::premarkNativeMirrored,
+         NativeMirroredSetsStore::markNativeMirrored,
+         NativeMirroredSetsStore::restoreCandidates,
+         NativeMirroredSetsStore::matchesCurrentHardware,
+         [](const auto&... arguments) {
+             return LayoutSets::find(nativeMirroredSets, arguments...);
+         }},
     };
     return list;
+}
+
+std::vector<Store> stores() {
+    return {{"separated",
+             {{"version", 1}, {"signatures", nlohmann::json::array({"A,B"})}},
+             SeparatedSetsStore::defaultPath,
+             SeparatedSetsStore::signatures,
+             SeparatedSetsStore::markSeparated,
+             SeparatedSetsStore::clearSeparated,
+             SeparatedSetsStore::migrateCanonicalIDs},
+            layoutStores()[0],
+            layoutStores()[1]};
 }
 
 class SetMarksTest : public testing::TestWithParam<Store>, protected SimulatedProcess {
@@ -240,51 +275,12 @@ TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
 
 // The two stores of layouts.
 
-struct LayoutStore {
-    std::string kind;
-    std::int64_t version;
-    std::function<MarkedLayouts(const std::string&)> load;
-    std::function<std::vector<MarkedLayout>(const std::string&, const std::string&)> candidates;
-    std::function<void(const std::string&, const MarkedLayout&, const std::string&)> premark;
-    std::function<void(const std::string&, const MarkedLayout&, const std::string&)> mark;
-    std::function<void(const std::string&, const std::vector<MarkedLayout>&, const std::string&)>
-        restoreCandidates;
-    std::function<void(const Mapping&, const std::string&)> migrate;
-    std::function<bool(const std::string&, const Origins&, const std::string&)> matches;
-    std::function<MarkFinding(const std::string&, const Origins&, const std::string&)> find;
-};
-
-void PrintTo(const LayoutStore& store, std::ostream* out) {
-    *out << store.kind;
-}
-
-const std::vector<LayoutStore>& layoutStores() {
-    static const std::vector<LayoutStore> list = {
-        {"side-pinned", 2,
-         [](const std::string& path) { return SidePinnedSetsStore::load(path).arrangements; },
-         SidePinnedSetsStore::candidates, SidePinnedSetsStore::premarkSidePinned,
-         SidePinnedSetsStore::markSidePinned, SidePinnedSetsStore::restoreCandidates,
-         SidePinnedSetsStore::migrateCanonicalIDs, SidePinnedSetsStore::matchesCurrentHardware,
-         [](const auto&... arguments) { return LayoutSets::find(sidePinnedSets, arguments...); }},
-        {"native-mirrored", 1,
-         [](const std::string& path) { return NativeMirroredSetsStore::load(path).arrangements; },
-         NativeMirroredSetsStore::candidates, NativeMirroredSetsStore::premarkNativeMirrored,
-         NativeMirroredSetsStore::markNativeMirrored, NativeMirroredSetsStore::restoreCandidates,
-         NativeMirroredSetsStore::migrateCanonicalIDs,
-         NativeMirroredSetsStore::matchesCurrentHardware,
-         [](const auto&... arguments) {
-             return LayoutSets::find(nativeMirroredSets, arguments...);
-         }},
-    };
-    return list;
-}
-
 class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>,
                             protected SimulatedProcess {
   protected:
     std::string text(const MarkedLayouts& arrangements) const {
         return R"({"arrangements":)" + tolvaran::json::write(arrangements) + R"(,"version":)" +
-               std::to_string(GetParam().version) + "}";
+               GetParam().good.at("version").dump() + "}";
     }
 
     /// Writes a file with these layouts, in a form that no store writes. @return its content
@@ -301,10 +297,10 @@ INSTANTIATE_TEST_SUITE_P(Stores, LayoutSetsStoreTest, ::testing::ValuesIn(layout
                          [](const auto& store) { return lettersOf(store.param.kind); });
 
 TEST_P(LayoutSetsStoreTest, WritesSortedKeysAndItsOwnVersion) {
-    GetParam().mark("A,B", ba, marks_);
+    GetParam().markLayout("A,B", ba, marks_);
     EXPECT_EQ(readFile(marks_), R"({"arrangements":{"A,B":[[{"uuid":"B","x":3,"y":4},)"
                                 R"({"uuid":"A","x":1,"y":2}]]},"version":)" +
-                                    std::to_string(GetParam().version) + "}");
+                                    GetParam().good.at("version").dump() + "}");
     EXPECT_EQ(GetParam().load(marks_), (MarkedLayouts{{"A,B", {ba}}}));
     EXPECT_EQ(takeLog(), Lines());
 }
@@ -329,8 +325,8 @@ TEST_P(LayoutSetsStoreTest, EmptySignaturesAndLayoutsAreNotMarked) {
     const std::string before = store({{"A,B", {ab}}});
     GetParam().premark("", ab, marks_);
     GetParam().premark("A,B", {}, marks_);
-    GetParam().mark("", ab, marks_);
-    GetParam().mark("A,B", {}, marks_);
+    GetParam().markLayout("", ab, marks_);
+    GetParam().markLayout("A,B", {}, marks_);
     GetParam().restoreCandidates("", {ab}, marks_);
     GetParam().restoreCandidates("", {}, marks_);
     EXPECT_EQ(readFile(marks_), before);
@@ -340,10 +336,10 @@ TEST_P(LayoutSetsStoreTest, MarkingReplacesThePremarks) {
     GetParam().premark("A,B", ab, marks_);
     GetParam().premark("A,B", ba, marks_);
     GetParam().premark("C", onlyC, marks_);
-    GetParam().mark("A,B", ba, marks_);
+    GetParam().markLayout("A,B", ba, marks_);
     EXPECT_EQ(GetParam().load(marks_), (MarkedLayouts{{"A,B", {ba}}, {"C", {onlyC}}}));
     store({{"A,B", {ba}}});
-    GetParam().mark("A,B", ba, marks_);
+    GetParam().markLayout("A,B", ba, marks_);
     EXPECT_EQ(readFile(marks_), text({{"A,B", {ba}}}));  // also when it is there already
 }
 
