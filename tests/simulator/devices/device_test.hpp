@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "simulator/machine/machine.hpp"
 #include "simulator/simulator.hpp"
 #include "tests/support/simulated_process.hpp"
 
@@ -37,7 +38,21 @@ inline nlohmann::json displayValues(const std::string& key) {
     return values;
 }
 
+inline simulator::Display displayAt(CGDirectDisplayID id, CGRect frame) {
+    simulator::Display display;
+    display.id = id;
+    display.frame = frame;
+    return display;
+}
+
 using Callbacks = std::vector<std::pair<CGDirectDisplayID, CGDisplayChangeSummaryFlags>>;
+
+/// The callbacks of a change while twoDisplays() are connected: it begins for both, then ends so.
+inline Callbacks changeOfTwo(const Callbacks& ends) {
+    Callbacks all{{1, begin}, {2, begin}};
+    all.insert(all.end(), ends.begin(), ends.end());
+    return all;
+}
 
 /// Registers a reconfiguration callback for its lifetime and keeps what it is called with.
 class CallbackRecorder {

@@ -13,15 +13,6 @@
 namespace tolvaran::tests {
 namespace {
 
-using simulator::Display;
-
-Display displayAt(CGDirectDisplayID id, CGRect frame) {
-    Display display;
-    display.id = id;
-    display.frame = frame;
-    return display;
-}
-
 class Displays : public DeviceTest {
   protected:
     void SetUp() override {

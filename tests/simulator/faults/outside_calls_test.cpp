@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "simulator/core_foundation/json.hpp"
@@ -146,20 +147,13 @@ TEST_F(OutsideCalls, ResultsAreReturned) {
         return CFPreferencesSynchronize(kCFPreferencesAnyApplication, kCFPreferencesCurrentUser,
                                         kCFPreferencesAnyHost) != 0;
     };
-    for (const json& no : {json(false), json(0)}) {
+    for (const auto& [result, isYes] :
+         {std::pair(json(false), false), {0, false}, {true, true}, {1, true}}) {
         clearFaults();
-        addFault({{"call", "CFPreferencesSynchronize"}, {"result", no}});
-        addFault({{"call", "CGDisplayIsActive"}, {"result", no}});
-        EXPECT_FALSE(synchronizes());
-        EXPECT_EQ(CGDisplayIsActive(1), 0);
-    }
-    clearFaults();
-    for (const json& yes : {json(true), json(1)}) {
-        clearFaults();
-        addFault({{"call", "CFPreferencesSynchronize"}, {"result", yes}});
-        addFault({{"call", "CGDisplayIsActive"}, {"result", yes}});
-        EXPECT_TRUE(synchronizes());
-        EXPECT_EQ(CGDisplayIsActive(99), 1);
+        failCalls("CFPreferencesSynchronize", result);
+        failCalls("CGDisplayIsActive", result);
+        EXPECT_EQ(synchronizes(), isYes) << result;
+        EXPECT_EQ(CGDisplayIsActive(isYes ? 99 : 1), isYes ? 1 : 0) << result;
     }
     addFault({{"call", "CGDisplayBounds"}, {"result", {1, 2, 3.5, -4}}});
     EXPECT_TRUE(CGRectEqualToRect(CGDisplayBounds(1), CGRectMake(1, 2, 3.5, -4)));

@@ -23,6 +23,13 @@ bool existsOnHost(pid_t pid) {
     return __real_kill(pid, 0) == 0;
 }
 
+/// Launches a real process, named "child", by the real clock.
+pid_t launchChild() {
+    clock::restart(clock::Kind::realTime);
+    perform({{"launch", {{"bundle", "a"}, {"as", "child"}}}});
+    return mac().applications.at(0).pid;
+}
+
 TEST_F(Processes, AVirtualProcessEndsAtOnce) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 7}}}}});
     int exits = 0;
@@ -47,9 +54,7 @@ TEST_F(Processes, KillSeesTheMachinesProcessesOnly) {
 }
 
 TEST_F(Processes, ARealProcessEndsWhenTheKernelSaysSo) {
-    clock::restart(clock::Kind::realTime);
-    perform({{"launch", {{"bundle", "a"}, {"as", "child"}}}});
-    const pid_t pid = mac().applications.at(0).pid;
+    const pid_t pid = launchChild();
     EXPECT_TRUE(existsOnHost(pid));
     int exits = 0;
     watchExit(pid, [&] { ++exits; });
@@ -62,9 +67,7 @@ TEST_F(Processes, ARealProcessEndsWhenTheKernelSaysSo) {
 }
 
 TEST_F(Processes, AProcessKilledFromOutsideIsNoticed) {
-    clock::restart(clock::Kind::realTime);
-    perform({{"launch", {{"bundle", "a"}, {"as", "child"}}}});
-    const pid_t pid = mac().applications.at(0).pid;
+    const pid_t pid = launchChild();
     int exits = 0;
     watchExit(pid, [&] { ++exits; });
     planEvent(clock::fromSeconds(0.02), [pid] { __real_kill(pid, SIGKILL); });
@@ -75,9 +78,7 @@ TEST_F(Processes, AProcessKilledFromOutsideIsNoticed) {
 }
 
 TEST_F(Processes, ResettingLeavesNoChildBehind) {
-    clock::restart(clock::Kind::realTime);
-    perform({{"launch", {{"bundle", "a"}, {"as", "child"}}}});
-    const pid_t pid = mac().applications.at(0).pid;
+    const pid_t pid = launchChild();
     reset();
     EXPECT_FALSE(existsOnHost(pid));
 }

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <regex>
 
-#include "tests/faults/corruptions.hpp"
 #include "tests/tools/describe/reported.hpp"
 #include "tools/describe/pseudonyms.hpp"
 
@@ -151,33 +150,23 @@ TEST(Anonymous, ATextThatIsStillThereIsNoticed) {
 }
 
 TEST(Anonymous, EverySpoiledFileReplaysToTheSameLine) {
-    const simulator::Scenario scenario =
-        simulator::loadScenario(TOLVARAN_SCENARIOS "/crash-in-full.json");
-    const FoundMac found(simulator::readScenario({{"mac", scenario.mac}}, "", ""));
-    for (const auto& [path, content] : scenario.files) {
-        const std::string whole = content.is_string() ? content.get<std::string>() : content.dump();
-        const std::vector<tests::Corruption> corruptions = tests::someCorruptions(whole);
-        for (std::size_t n = 0; n < corruptions.size() && !HasFailure(); n += 37) {
-            writeFile(found.file(path), corruptions[n].content);
-            const json report = found.report();
-            const describe::Anonymous changed = describe::anonymized(report, home);
-            const json original = playedReport(report)["log"];
-            const json replayed = playedReport(changed.scenario)["log"];
-            ASSERT_EQ(replayed.size(), original.size()) << path << ": " << corruptions[n].content;
-            for (std::size_t i = 0; i < original.size(); ++i) {
-                const auto line = original[i]["message"].get<std::string>();
-                EXPECT_EQ(replayed[i]["level"], original[i]["level"]);
-                EXPECT_EQ(replayed[i]["message"].get<std::string>().substr(0, 30),
-                          line.substr(0, 30))
-                    << path << ": " << corruptions[n].what;
-                if (line.find("failed to decode") != std::string::npos &&
-                    line.find('"') == std::string::npos) {
-                    EXPECT_EQ(replayed[i]["message"], line) << corruptions[n].what;
-                }
+    tests::forSomeSpoiledFiles(37, [](const FoundMac& found, const std::string& what) {
+        const json report = found.report();
+        const describe::Anonymous changed = describe::anonymized(report, home);
+        const json original = playedReport(report)["log"];
+        const json replayed = playedReport(changed.scenario)["log"];
+        ASSERT_EQ(replayed.size(), original.size()) << what;
+        for (std::size_t i = 0; i < original.size(); ++i) {
+            const auto line = original[i]["message"].get<std::string>();
+            EXPECT_EQ(replayed[i]["level"], original[i]["level"]);
+            EXPECT_EQ(replayed[i]["message"].get<std::string>().substr(0, 30), line.substr(0, 30))
+                << what;
+            if (line.find("failed to decode") != std::string::npos &&
+                line.find('"') == std::string::npos) {
+                EXPECT_EQ(replayed[i]["message"], line) << what;
             }
         }
-        std::filesystem::remove(found.file(path));
-    }
+    });
 }
 
 /// The pseudonyms of display IDs, in the order of the originals.

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/faults/corruptions.hpp"
 #include "tests/tools/describe/describe_mac.hpp"
 #include "tests/tools/describe/reported.hpp"
 
@@ -146,20 +145,9 @@ TEST(Report, EveryContentIsWrittenUnchanged) {
 }
 
 TEST(Report, EverySpoiledFileReplaysTheSame) {
-    const simulator::Scenario scenario =
-        simulator::loadScenario(TOLVARAN_SCENARIOS "/crash-in-full.json");
-    const FoundMac found(scenarioOf({{"mac", scenario.mac}}));
-    for (const auto& [path, content] : scenario.files) {
-        const std::string whole = content.is_string() ? content.get<std::string>() : content.dump();
-        const std::vector<tests::Corruption> corruptions = tests::someCorruptions(whole);
-        for (std::size_t n = 0; n < corruptions.size() && !HasFailure(); n += 31) {
-            writeFile(found.file(path), corruptions[n].content);
-            const json report = found.report();
-            EXPECT_EQ(playedReport(report)["log"], found.played()["log"])
-                << path << ": " << corruptions[n].what;
-        }
-        std::filesystem::remove(found.file(path));
-    }
+    tests::forSomeSpoiledFiles(31, [](const FoundMac& found, const std::string& what) {
+        EXPECT_EQ(playedReport(found.report())["log"], found.played()["log"]) << what;
+    });
 }
 
 TEST(Report, SaysWhatIsPersonalInIt) {

@@ -67,6 +67,8 @@ json playedReport(const json& report) {
     return simulator::play(simulator::readScenario(report, "", ""), quietly).result;
 }
 
+namespace {
+
 std::vector<Corruption> someCorruptions(const std::string& whole) {
     constexpr std::size_t step = 1009;
     std::vector<Corruption> corruptions = fieldCorruptions(whole);
@@ -75,6 +77,25 @@ std::vector<Corruption> someCorruptions(const std::string& whole) {
         corruptions.push_back(byteCorruption(whole, n));
     }
     return corruptions;
+}
+
+}  // namespace
+
+void forSomeSpoiledFiles(
+    std::size_t step,
+    const std::function<void(const FoundMac& found, const std::string& what)>& check) {
+    const simulator::Scenario scenario =
+        simulator::loadScenario(TOLVARAN_SCENARIOS "/crash-in-full.json");
+    const FoundMac found(simulator::readScenario({{"mac", scenario.mac}}, "", ""));
+    for (const auto& [path, content] : scenario.files) {
+        const std::string whole = content.is_string() ? content.get<std::string>() : content.dump();
+        const std::vector<Corruption> corruptions = someCorruptions(whole);
+        for (std::size_t n = 0; n < corruptions.size() && !testing::Test::HasFailure(); n += step) {
+            writeFile(found.file(path), corruptions[n].content);
+            check(found, path + ": " + corruptions[n].what);
+        }
+        std::filesystem::remove(found.file(path));
+    }
 }
 
 std::vector<std::string> scenarioPaths() {

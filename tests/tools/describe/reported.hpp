@@ -43,9 +43,12 @@ class FoundMac {
 /// What the helper does on the Mac that the report describes.
 nlohmann::json playedReport(const nlohmann::json& report);
 
-/// A state file with this content, spoiled: every field in every way, cut at every length, and some
-/// of its bytes changed.
-std::vector<Corruption> someCorruptions(const std::string& whole);
+/// Spoils each file of a crash in turn, on a Mac without the others: every field in every way, cut
+/// at every length, and some of its bytes changed. Calls `check` for every `step`th of these, until
+/// the test has failed, with what was spoiled.
+void forSomeSpoiledFiles(
+    std::size_t step,
+    const std::function<void(const FoundMac& found, const std::string& what)>& check);
 
 /// The paths of all scenarios.
 std::vector<std::string> scenarioPaths();
