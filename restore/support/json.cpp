@@ -401,7 +401,8 @@ void replaceNumbersOutOfRange(std::string& text) {
 
 /// Reads the text. @return false, with the value read in part, if a number is out of range
 /// @throws DecodingError
-bool readUnlessOutOfRange(const std::string& text, const Shape& shape, void* optional) {
+[[nodiscard]] bool readUnlessOutOfRange(const std::string& text, const Shape& shape,
+                                        void* optional) {
     Decoder decoder(shape, optional);
     const std::size_t start = text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
     rapidjson::StringStream stream(text.c_str() + start);
@@ -550,7 +551,9 @@ void read(std::string text, const Shape& shape, void* optional) {
     }
     if (!readUnlessOutOfRange(text, shape, optional)) {
         replaceNumbersOutOfRange(text);
-        readUnlessOutOfRange(text, shape, optional);
+        if (!readUnlessOutOfRange(text, shape, optional)) {
+            throw DecodingError("has a number out of range");
+        }
     }
 }
 
