@@ -86,7 +86,9 @@ void forSomeSpoiledFiles(
     const std::function<void(const FoundMac& found, const std::string& what)>& check) {
     const simulator::Scenario scenario =
         simulator::loadScenario(TOLVARAN_SCENARIOS "/crash-in-full.json");
-    const FoundMac found(simulator::readScenario({{"mac", scenario.mac}}, "", ""));
+    json mac = scenario.mac;
+    mac["applications"] = json::array();  // so that the helper reads the files as soon as it starts
+    const FoundMac found(simulator::readScenario({{"mac", mac}}, "", ""));
     for (const auto& [path, content] : scenario.files) {
         const std::string whole = content.is_string() ? content.get<std::string>() : content.dump();
         const std::vector<Corruption> corruptions = someCorruptions(whole);
