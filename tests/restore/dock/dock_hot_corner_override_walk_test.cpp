@@ -338,8 +338,8 @@ bool haveSameCorners(const simulator::Machine& a, const simulator::Machine& b) {
 }
 
 bool areSame(const Moment& a, const Moment& b) {
-    return haveSameCorners(a.mac, b.mac) && a.file == b.file && a.memory == b.memory &&
-           a.model == b.model;
+    return a.model == b.model && a.file == b.file && a.memory == b.memory &&
+           haveSameCorners(a.mac, b.mac);
 }
 
 /// A directory in memory if the host has one: flushing to a real disk is pointless here.
@@ -361,19 +361,21 @@ class Walk {
     /// Follows one letter from a moment. Fails the test if the system differs from the model.
     Moment step(const Moment& before, const Letter& letter) {
         ++steps_;
+        const std::string sequence = before.sequence + " / " + letter.text();
+        SCOPED_TRACE(sequence);
         goBackTo(before);
         Model model = before.model;
         const Answer expected = model.perform(letter);
         const Answer answer = performed(letter, before.model);
         simulator::clearFaults();
         Moment after{simulator::mac(), readFile(path_), DockHotCornerOverride::leaseState(), model,
-                     before.sequence + " / " + letter.text()};
+                     sequence};
         file_ = after.file;
-        EXPECT_EQ(answer.result, expected.result) << after.sequence;
-        EXPECT_EQ(answer.log, expected.log) << after.sequence;
+        EXPECT_EQ(answer.result, expected.result);
+        EXPECT_EQ(answer.log, expected.log);
         compare(after);
         if (scrutiny_ == Scrutiny::everything) {
-            EXPECT_EQ(callLines(), joined(expected.calls)) << after.sequence;
+            EXPECT_EQ(callLines(), joined(expected.calls));
             compareFurther(after);
         }
         return after;
@@ -464,33 +466,28 @@ class Walk {
         const Model& model = after.model;
         const simulator::Machine& mac = after.mac;
         EXPECT_EQ(mac.preferences,
-                  (model.preferencesSuppressed ? suppressed_ : start_.mac).preferences)
-            << after.sequence;
+                  (model.preferencesSuppressed ? suppressed_ : start_.mac).preferences);
         const simulator::Dock& found = simulator::dockOf(mac);
         const simulator::Dock& dock =
             simulator::dockOf(model.dockSuppressed ? suppressed_ : start_.mac);
-        EXPECT_EQ(found.cornerActions, dock.cornerActions) << after.sequence;
-        EXPECT_EQ(found.cornerModifiers, dock.cornerModifiers) << after.sequence;
-        EXPECT_EQ(after.file, model.onDisk ? std::optional(usersSnapshotText) : std::nullopt)
-            << after.sequence;
+        EXPECT_EQ(found.cornerActions, dock.cornerActions);
+        EXPECT_EQ(found.cornerModifiers, dock.cornerModifiers);
+        EXPECT_EQ(after.file, model.onDisk ? std::optional(usersSnapshotText) : std::nullopt);
         for (const Owner owner : allDockHotCornerLeaseOwners) {
-            EXPECT_EQ(DockHotCornerOverride::isHeld(owner), model.owners.contains(owner))
-                << after.sequence;
+            EXPECT_EQ(DockHotCornerOverride::isHeld(owner), model.owners.contains(owner));
         }
         const auto recoverable = DockHotCornerOverride::recoverableSnapshot(path_);
         EXPECT_EQ(recoverable,
-                  model.inMemory || model.onDisk ? std::optional(usersSnapshot()) : std::nullopt)
-            << after.sequence;
+                  model.inMemory || model.onDisk ? std::optional(usersSnapshot()) : std::nullopt);
         // The one rule, without the model's help.
         EXPECT_TRUE(haveSameCorners(mac, start_.mac) || recoverable == usersSnapshot())
-            << "the user's corners are lost" << after.sequence;
+            << "the user's corners are lost";
     }
 
     void compareFurther(const Moment& after) {
         const Model& model = after.model;
-        EXPECT_EQ(DockHotCornerOverride::isActive(), !model.owners.empty()) << after.sequence;
-        EXPECT_EQ(DockHotCornerOverride::hasRecoveryState(path_), model.inMemory || model.onDisk)
-            << after.sequence;
+        EXPECT_EQ(DockHotCornerOverride::isActive(), !model.owners.empty());
+        EXPECT_EQ(DockHotCornerOverride::hasRecoveryState(path_), model.inMemory || model.onDisk);
     }
 
     simulator::Machine machine(const json& mac) {
