@@ -893,9 +893,9 @@ bool tryTo(const Change& change, const std::string& path, const Version& version
             createParentDirectoryIfPossible(path);
             return tryToReplace(path, change.content, version);
         case Change::Kind::removal:
-            return tryToRemove(path, version);
+            break;
     }
-    return true;
+    return tryToRemove(path, version);
 }
 
 }  // namespace

@@ -68,7 +68,8 @@ class Stage {
   private:
     /// Its calls have no effect, but the end of a process closes its files.
     static nlohmann::json ofKilledProcess(const std::string& function) {
-        return function == "close" ? nlohmann::json() : nlohmann::json{{"effect", false}};
+        const bool closes = function == "close" || function == "closedir";
+        return closes ? nlohmann::json() : nlohmann::json{{"effect", false}};
     }
 
     void awaitTurn(std::unique_lock<std::mutex>& lock, Actor actor) {

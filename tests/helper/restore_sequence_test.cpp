@@ -96,7 +96,7 @@ bool isDockHidden() {
 }
 
 TEST(RestoreSequence, QueuedRunsGoByTheRecordsOfTheFirstUntilTheQueueIsAtRest) {
-    const HelperProcess process({{"dock", {{"autoHide", false}}}});
+    const HelperProcess process(json{{"dock", {{"autoHide", false}}}});
     runQueuedRestoreSequence("display-reconfig", std::nullopt);
     hideDockAsMainApplication();
     runQueuedRestoreSequence("display-reconfig", std::nullopt);
@@ -108,7 +108,7 @@ TEST(RestoreSequence, QueuedRunsGoByTheRecordsOfTheFirstUntilTheQueueIsAtRest) {
 
 TEST(RestoreSequence, AQueuedRunPutsBackWhatTheFirstLeftToAProcessThatHasEndedSince) {
     constexpr int other = 1;
-    const HelperProcess process({{"dock", {{"autoHide", false}}}});
+    const HelperProcess process(json{{"dock", {{"autoHide", false}}}});
     {
         const PlayedProcess mainApplication(other);
         DockAutoHideOverride::markPending(true, DockAutoHideOverride::defaultSnapshotPath());
