@@ -119,18 +119,23 @@ TEST_F(Preferences, SynchronisingTheApplicationKeepsTheDomainsValues) {
     EXPECT_EQ(cf::boolean(domain().value(key).get()), true);
 }
 
-// Documented: a value is looked up in exactly the domain that is named. Left open for a domain that
-// every application falls back to: that this holds there too.
+// Documented: a value is looked up in exactly the domain that is named.
 TEST_F(Preferences, DomainsAreApart) {
     const PreferenceDomain global = PreferenceDomain::anyApplication();
     domain().setInteger(key, 3);
     EXPECT_FALSE(PreferenceDomain("com.morvelli.TolvaranHelper.OtherContractTests").value(key));
     EXPECT_FALSE(global.value(key));
     EXPECT_EQ(global.integer(key), std::nullopt);
+}
+
+// Left open for a domain that every application falls back to: that it is apart, too.
+TEST_F(Preferences, TheDomainOfEveryApplicationIsApart) {
     if (!the_mac::mayBeDisturbed()) {
         GTEST_SKIP()
             << "adds a key to the preferences of every application: needs leave to disturb";
     }
+    const PreferenceDomain global = PreferenceDomain::anyApplication();
+    domain().setInteger(key, 3);
     global.setBoolean(key, true);
     EXPECT_TRUE(global.synchronize());
     EXPECT_EQ(cf::boolean(global.value(key).get()), true);
