@@ -1,6 +1,7 @@
 """tools/check-includes, on good trees and on faulty ones."""
 
 import pathlib
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -14,6 +15,8 @@ ALLOWED = [
     ("restore/support/json.cpp", "rapidjson/reader.h"),
     ("restore/support/a.cpp", "sys/stat.h"),
     ("restore/tolvaran_restore.hpp", "restore/dock/a.hpp"),
+    ("restore/sound/a.cpp", "restore/sound/a.hpp"),
+    ("restore/sound/a.cpp", "restore/arrangement/named_displays.hpp"),
     ("helper/a.cpp", "restore/dock/a.hpp"),
     ("helper/steps/a.cpp", "helper/helper.hpp"),
     ("simulator/devices/a.cpp", "platform/workspace.hpp"),
@@ -26,6 +29,9 @@ FORBIDDEN = [
     ("restore/support/a.cpp", "restore/dock/a.hpp"),
     ("restore/support/files.cpp", "rapidjson/reader.h"),
     ("restore/support/json.cpp", "nlohmann/json.hpp"),
+    ("restore/sound/a.cpp", "restore/menubar/a.hpp"),
+    ("restore/sounds.cpp", "restore/menubar/a.hpp"),
+    ("restore/dock/b.cpp", "restore/dock/../menubar/a.hpp"),
     ("restore/dock/a.hpp", "helper/helper.hpp"),
     ("helper/a.cpp", "simulator/simulator.hpp"),
     ("helper/a.cpp", "nlohmann/json.hpp"),
@@ -67,10 +73,33 @@ class Includes(unittest.TestCase):
         result = self.check(*{file: (file, header) for file, header in FORBIDDEN}.values())
         self.assertEqual(len(result.stderr.splitlines()), len({file for file, _ in FORBIDDEN}))
 
-    def test_the_build_checks_it(self):
-        text = (ROOT / "CMakeLists.txt").read_text()
-        self.assertIn("add_dependencies(TolvaranRestore check_includes)", text)
-        self.assertIn("tools/check-includes", (ROOT / "cmake/check_includes.cmake").read_text())
+    def test_a_forbidden_include_fails_the_build(self):
+        with tempfile.TemporaryDirectory() as directory:
+            root = pathlib.Path(directory)
+            for name in ("tools/check-includes", "cmake/check_includes.cmake"):
+                (root / name).parent.mkdir()
+                shutil.copy(ROOT / name, root / name)
+            (root / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\n"
+                                                 "project(floors NONE)\n"
+                                                 "include(cmake/check_includes.cmake)\n")
+            source = root / "simulator/devices/dock.cpp"
+            source.parent.mkdir(parents=True)
+            for header, is_allowed in (("platform/workspace.hpp", True),
+                                       ("restore/support/files.hpp", False)):
+                source.write_text(f'#include "{header}"\n')
+                subprocess.run(["cmake", "-S", root, "-B", root / "build"], check=True,
+                               capture_output=True)
+                built = subprocess.run(["cmake", "--build", root / "build"], capture_output=True,
+                                       text=True)
+                output = built.stdout + built.stderr
+                self.assertEqual(built.returncode == 0, is_allowed, output)
+                self.assertEqual("must not include restore/support/files.hpp" in output,
+                                 not is_allowed, output)
+
+    def test_nothing_is_built_without_the_check(self):
+        commands = (ROOT / "CMakeLists.txt").read_text().splitlines()
+        self.assertIn("include(cmake/check_includes.cmake)", commands)
+        self.assertIn("add_dependencies(TolvaranRestore check_includes)", commands)
 
 
 if __name__ == "__main__":
