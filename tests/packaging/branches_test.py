@@ -1,12 +1,21 @@
 """The comparison of untaken branches with the list of those that need not be taken."""
 
+import importlib.machinery
+import importlib.util
 import json
 import pathlib
 import subprocess
+import sys
 import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
+loader = importlib.machinery.SourceFileLoader("branches", str(ROOT / "tools/check-branches"))
+branches = importlib.util.module_from_spec(importlib.util.spec_from_loader("branches", loader))
+loader.exec_module(branches)
+
+LIST = ROOT / "tools/uncovered-branches.txt"
 SOURCE = "int f(int n) {\n    if (n > 0) {\n        return 1;\n    }\n    return n ? 2 : 3;\n}\n"
 
 
@@ -57,6 +66,16 @@ class Branches(unittest.TestCase):
     def test_an_entry_must_name_an_untaken_branch(self):
         self.assertEqual(self.check(["f.cpp: if (n > 0)"], line(2, 1, 1)),
                          (1, "list: names no untaken branch: f.cpp: if (n > 0)\n"))
+
+    def test_every_entry_of_the_list_names_lines_of_the_product(self):
+        lines = [(path.relative_to(ROOT).as_posix(), text.strip())
+                 for folder in ("helper", "restore") for path in (ROOT / folder).rglob("*.[ch]pp")
+                 for text in path.read_text(encoding="utf-8").splitlines()]
+        entries = list(branches.entries(LIST))
+        self.assertGreater(len(entries), 10)
+        for file, part, _ in entries:
+            self.assertTrue(any(branches.names((file, part), at, text) for at, text in lines),
+                            f"{file}: {part}")
 
 
 if __name__ == "__main__":
