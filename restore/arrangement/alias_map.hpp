@@ -1,5 +1,5 @@
 // Which display UUIDs name the same display, according to the main application. It keeps the list
-// in its preferences.json; this system only reads it.
+// in its preferences.json; this system only reads it. Main thread only.
 #pragma once
 
 #include <string>

@@ -1,5 +1,6 @@
 // The saved arrangements that may help displays in disorder, and what speaks against using one. The
-// repair tries them; tolvaran_describe says which one it would try. Not installed.
+// repair tries them; tolvaran_describe says which one it would try. Not installed. Main thread
+// only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
@@ -34,8 +35,9 @@ DisplayPlaces placesOf(const std::vector<DisplayFrame>& frames);
 /// Where an arrangement puts its active displays.
 Positions activePositions(const Hardware& hardware, const SavedArrangement& arrangement);
 
-/// What forbids configuring the positions, as in "has 17 positions"; none if they may be. They may
-/// have been read from a damaged file. Logs what Zigzag::isZigzag() logs.
+/// What forbids configuring the positions: "has N positions", "has out-of-range coordinates" or "is
+/// itself zigzag"; none if they may be configured. They may have been read from a damaged file.
+/// Logs what Zigzag::isZigzag() logs.
 /// @param places gives the displays' sizes; a display without one there takes no part in the layout
 std::optional<std::string> flawOf(const Positions& positions, const DisplayPlaces& places);
 

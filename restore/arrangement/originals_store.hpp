@@ -1,6 +1,7 @@
 // The originals: where the displays stood before the main application moved them, one saved
 // arrangement for each set of displays. The main application writes the store; the arrangement
-// invariant puts the displays back from it. Nothing here throws, except std::bad_alloc.
+// invariant puts the displays back from it. Nothing here throws, except std::bad_alloc. Main thread
+// only.
 //
 // The helper only reads the store. saveArrangement() and migrateUUIDs() change what the file holds
 // at that moment, so what two processes do at once is all kept. save() replaces the whole file.

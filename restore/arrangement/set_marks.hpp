@@ -9,9 +9,9 @@
 // clears them. SetMarks holds what differs between the stores; everything else is common:
 //
 // Every operation takes the file's path last and reads the file afresh. Nothing throws, except
-// std::bad_alloc if memory runs out. Two processes may change a store at the same time; the changes
-// of both are kept. Marking what is marked already leaves the file alone, but still keeps a helper
-// that read it earlier from clearing the mark.
+// std::bad_alloc if memory runs out. Main thread only. Two processes may change a store at the same
+// time; the changes of both are kept. Marking what is marked already leaves the file alone, but
+// still keeps a helper that read it earlier from clearing the mark.
 //
 // A missing file is an empty store. A file that does not decode or has another version counts as
 // empty, stays until the next change replaces it, and is reported through RestoreLog.warn:

@@ -1,6 +1,7 @@
 // Recognises layouts in which displays meet at their corners only ("zigzag" or corner-touch
 // layouts), and names sets of displays. The system's display settings never make a zigzag, so once
 // the main application is gone such a layout was left by it. Used by the arrangement invariant.
+// Main thread only.
 //
 // Edges and corners count as touching within a tolerance of 1.0 point. Two displays share a side
 // when an edge of one lies on an edge of the other along more than the tolerance; they touch at a

@@ -41,8 +41,11 @@ namespace tolvaran::DockHotCornerOverride {
 ///
 /// Also logs what restoreIfPending(), loadSnapshot(), writeDisabled() and restore() log.
 /// @return the snapshot that will be restored when the last lease ends
-/// @throws OverrideError. A first lease that fails, even by running out of memory, leaves the
-///         corners restored, or the snapshot in place for a later recovery; no lease was added.
+/// @throws OverrideError, with the reasons of saveSnapshotOrThrow() and, if leases are held but
+///         their snapshot is lost, "active gameMode lease has no persisted snapshot" (or another
+///         owner's) or "active hot-corner leases have no persisted snapshot". A first lease that
+///         fails, even by running out of memory, leaves the corners restored, or the snapshot in
+///         place for a later recovery; no lease was added.
 DockHotCornerSnapshot enter(DockHotCornerLeaseOwner owner, const std::string& path,
                             const std::string& appID);
 

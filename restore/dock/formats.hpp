@@ -27,9 +27,11 @@ struct Format<DockHotCornerSnapshot> {
         },
         hotCornerFields);
 
-    /// @throws DecodingError with one of the two texts in dock_hot_corner_snapshot.hpp
+    /// @throws DecodingError: a key and "hot-corner snapshot contains a value outside the Int32
+    ///         range" or "live hot-corner actions and modifiers must be paired four-element Int32
+    ///         arrays"
     static void checkRead(const Record& record);
-    /// @throws EncodingError
+    /// @throws EncodingError: the first of these texts, whatever is wrong
     static void checkWritten(const Record& record);
 };
 

@@ -1,5 +1,6 @@
 // The file that holds the hot-corner snapshot while the corners are suppressed. It is what a crash
-// leaves behind: the helper restores from it. Used by the leases and the restore step.
+// leaves behind: the helper restores from it. Used by the leases and the restore step. Main thread
+// only.
 //
 // The helper may be restoring from the file while the main application uses it. Loading sees a
 // whole snapshot or none. What saveSnapshotOrThrow() has saved, or ensureSnapshotOrThrow() has kept

@@ -2,7 +2,8 @@
 // main application records and clears them; the restore reads them and clears each one that it has
 // put back. Both may do so at the same time: recordIfAbsent() and clear() change what the file
 // holds at that moment, so neither process's changes are lost. save() replaces all of it. Nothing
-// here throws, except std::bad_alloc if memory runs out; the file is then as it was.
+// here throws, except std::bad_alloc if memory runs out; the file is then as it was. Main thread
+// only.
 #pragma once
 
 #include <cstdint>

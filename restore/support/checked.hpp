@@ -1,6 +1,7 @@
 // Conversions whose failure is a programming error. Carrying on with a wrong number could move a
 // user's display to a place that nobody chose, so the program stops instead, and says why first, as
-// in "stopping: x of the origin of display 7 is nan, which does not fit in 32 bits".
+// in "stopping: x of the origin of display 7 is nan, which does not fit in 32 bits". Main thread
+// only, except where a function says otherwise.
 #pragma once
 
 #include <cstdint>

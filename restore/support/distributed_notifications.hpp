@@ -1,4 +1,4 @@
-// Notifications to every process of the login session.
+// Notifications to every process of the login session. Main thread only.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -27,6 +27,9 @@
 // An older version of the main application does not do this: it replaces and removes records
 // directly. Its unfinished files have other names and are left alone while it runs. On a volume
 // without flock the lock is left out.
+//
+// Main thread only, except that any thread may read a file, ask whether it exists, replace it with
+// writeUnflushed() and, outside a Recovery, remove it.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // The preferences of one domain, for the current user on any host, which is where the Dock's and
-// the global settings are stored.
+// the global settings are stored. Main thread only.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,5 +1,5 @@
 // Reads and writes the records' files by one rule, so that unusable files are treated the same
-// everywhere.
+// everywhere. Main thread only.
 #pragma once
 
 #include <cstdint>
