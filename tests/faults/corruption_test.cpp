@@ -2,9 +2,9 @@
 // byte changed, with every field missing, doubled, null and of every other type.
 //
 // A file that is no longer a record must count as missing: the Mac ends as it does without the
-// file, records in other files are still put back, the log says so if the design gives it a line,
-// and the file stays, unless the design discards it. A file that still holds a record, perhaps a
-// different one, may change only what that kind of record decides.
+// file, records in other files are still put back, the log has that record's warning, if there is
+// one, and the file stays unless it is a marker that is discarded. A file that still holds a
+// record, perhaps a different one, may change only what that kind of record decides.
 //
 // `make torture` tries all of this, including millions of single bytes; the ordinary test run tries
 // a fixed sample for each file.

@@ -1,4 +1,4 @@
-// What a power cut may leave of a directory: follows the file calls, and gives every state in which
+// What a power cut may leave of a directory: follows the file calls, and lists every state in which
 // a cut at this moment may leave the disk. Used by the power-cut tests.
 //
 // The model assumes only the guarantees without which a record could not be replaced at all; APFS,

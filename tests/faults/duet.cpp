@@ -28,7 +28,7 @@ class Stage {
         begin();
     }
 
-    /// Performs one actor's part to its end, whenever it has the turn.
+    /// Performs one actor's part to its end, running only during its turns.
     void perform(Actor actor, const std::function<void()>& part) {
         std::unique_lock lock(changing_);
         const PlayedProcess played(static_cast<int>(number(actor)));

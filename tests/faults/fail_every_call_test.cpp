@@ -1,10 +1,9 @@
 // Fails every call to the outside in turn: the Nth call of every story, for every N, once and from
-// then on, in each form in which that call can fail. After each, a helper that meets no fault must
+// then on, in each form in which that call can fail. A helper that then runs without faults must
 // end where it would have ended had there never been one.
 //
-// `make torture` tries every call in every form. The ordinary test run fails each call in one of
-// its forms, by turns, but at most 300 calls of a story, spread evenly. Builds with sanitizers take
-// a smaller sample.
+// `make torture` tries every call in every form. The ordinary test run tries at most 300 calls of a
+// story, spread evenly, each in one of its forms. Builds with sanitizers take a smaller sample.
 #include <gtest/gtest.h>
 
 #include <limits>

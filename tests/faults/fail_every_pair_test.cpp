@@ -68,7 +68,7 @@ class Pairs {
     std::uint64_t step_;
 };
 
-/// One way for the function to fail, varying with the number; null if it cannot fail.
+/// A way for the function to fail, varying with the number; null if it cannot fail.
 json oneForm(const std::string& function, std::uint64_t number) {
     const std::vector<json>& forms = simulator::failureForms(function);
     return forms.empty() ? json() : forms[number % forms.size()];

@@ -38,8 +38,8 @@ struct Ending {
     bool operator==(const Ending&) const = default;
 };
 
-/// How a new helper ends that meets no faults and starts on the files in "ApplicationSupport" below
-/// `root`, on a Mac where Tolvaran is not running.
+/// Where a new helper ends that starts on the files in "ApplicationSupport" below `root`, without
+/// faults, on a Mac where Tolvaran is not running.
 Ending healedEnding(const nlohmann::json& mac, const std::string& root);
 
 /// How many descriptors this process has open.
@@ -60,7 +60,7 @@ struct FaultRun {
     Ending after;                // the first run
     Ending healed;               // the run after it: a new helper, no Tolvaran, no faults
     std::optional<Ending> alsoRight;    // of the calm run: another right ending of the next
-    std::vector<std::string> leftOver;  // what each leaves open or undeleted
+    std::vector<std::string> leftOver;  // what either run leaves open or undeleted
 };
 
 /// Plays one story repeatedly.

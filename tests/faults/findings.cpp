@@ -23,7 +23,7 @@ bool couldNotBeRemoved(const std::vector<Call>& failed, const std::string& leftO
 /// The records that a run removed or changed too early: afterwards they are neither as before nor
 /// as a run without a fault leaves them, and what they stand for is not in force. Files that are
 /// not records must not change at all.
-/// @return for each "record/" and the file's path, such as "record/State/menubar-state.json"
+/// @return "record/" and the file's path for each, such as "record/State/menubar-state.json"
 std::vector<std::string> lostRecords(const FaultRun& calm, const FaultRun& hit) {
     const Moment moment{.mac = hit.after.mac,
                         .posted = hit.posted,

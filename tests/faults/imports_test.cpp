@@ -115,8 +115,8 @@ bool belongsToTheToolchain(const std::string& symbol) {
                  "_GLOBAL_OFFSET_TABLE_", "__start___", "__stop___"});
 }
 
-/// The functions that the product calls and does not define, without those that cannot fail. C++
-/// functions without their arguments.
+/// The functions that the product calls but does not define, except those that cannot fail. C++
+/// functions are named without their arguments.
 Names outsideFunctions() {
     const Names own = symbols("--defined-only", TOLVARAN_PRODUCT_LIBRARIES);
     Names functions;

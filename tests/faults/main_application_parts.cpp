@@ -38,7 +38,7 @@ const std::string firstID = "HW-1552-41040-17";
 const std::string secondID = "HW-4268-16609-18";
 const std::string bothIDs = firstID + "," + secondID;
 
-// What the main application does, as required of one that may start beside a helper.
+// What the main application does, in the ways that are safe beside a running helper.
 
 std::string corners() {
     return DockHotCornerOverride::defaultSnapshotPath();

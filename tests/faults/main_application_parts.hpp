@@ -1,5 +1,5 @@
-// For the trials that interleave the helper and a main application: the Mac, and what the main
-// application does on it.
+// The Mac, and what the main application does on it, in the trials that interleave the helper and a
+// main application.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +14,8 @@ namespace tolvaran::tests {
 /// A Mac with two displays, as its user likes it.
 const nlohmann::json& usersMac();
 
-/// What the main application does to one thing, and how it puts it back, both as required of an
-/// application that may start while a helper is restoring.
+/// How the main application changes one thing and puts it back, both in ways that are safe while a
+/// helper is restoring.
 struct Part {
     const char* name;
     void (*take)();

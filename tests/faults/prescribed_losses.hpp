@@ -11,8 +11,8 @@ namespace tolvaran::tests {
 
 /// Why a difference is by design; empty if no row of the table allows it.
 /// @param failed every call that failed
-/// @param place  where the endings differ, as differences() names it, or a record that went too
-///               early, such as "record/State/menubar-state.json"
+/// @param place  where the endings differ, as differences() names it, or a record that was removed
+///               too early, such as "record/State/menubar-state.json"
 std::string prescribedLoss(const std::vector<Call>& failed, const std::string& place);
 
 }  // namespace tolvaran::tests

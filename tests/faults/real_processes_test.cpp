@@ -1,8 +1,8 @@
-// The helper's restore runs and main applications as real processes, in real time, on one
-// directory. Main application after main application starts, changes things and is killed at a
-// random moment; the helper goes from one run to the next, and now and then it is stopped for a
-// while or killed. Whenever all main applications have ended and the helper has run, the user's Mac
-// must be as it was before the first of them started.
+// Runs the helper's restore and main applications as real processes, in real time, on one
+// directory. One main application after another starts, changes things and is killed at a random
+// moment; the helper restores over and over, and now and then it is stopped for a while or killed.
+// Whenever all main applications have ended and the helper has run, the user's Mac must be as it
+// was before the first of them started.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -99,7 +99,7 @@ class RealProcesses : public testing::Test {
     /// Checks that the helper restores the Mac to what it was before the first main application
     /// started, with nothing left over, within a few runs.
     void checkMac() {
-        constexpr int fewest = 3;  // one that is under way now, and two from their beginning
+        constexpr int fewest = 3;  // the one under way now, and two whole ones
         constexpr int most = 10;
         for (int runs = 0; runs < fewest || (runs < most && !isRestored()); ++runs) {
             awaitRun();

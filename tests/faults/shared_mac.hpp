@@ -1,6 +1,6 @@
 // One simulated Mac for several real processes. Each of them has a copy in its memory; every call
-// to one of Apple's functions has the Mac to itself, and starts with what the previous call left,
-// in whatever process.
+// to one of Apple's functions has the Mac to itself, and starts with what the previous call in any
+// process left.
 #pragma once
 
 #include <functional>

@@ -14,7 +14,7 @@ namespace tolvaran::tests {
 struct Story {
     std::string name;  // letters, digits and "_"
     simulator::Scenario scenario;
-    /// Functions that the scenario itself lets fail in some calls.
+    /// Functions that the scenario itself makes fail in some calls.
     std::vector<std::string> passingFaults = {};
     std::function<void()> program;  // what the process does; if empty, it is the helper
     /// Whether it may also end as without the scenario's own faults. Those are temporary, and a
@@ -30,7 +30,7 @@ const std::vector<Story>& stories();
 /// Mac where the helper then puts everything back.
 std::vector<Story> mainApplicationStories();
 
-/// The names of the stories, for tests with one instance a story.
+/// The names of the stories, for tests with one instance per story.
 std::vector<std::string> storyNames();
 
 /// The story of this name.

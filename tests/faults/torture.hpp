@@ -9,7 +9,7 @@ namespace tolvaran::tests {
 /// How much is tried; set by the environment variable TOLVARAN_FAULTS.
 enum class Effort {
     sample,    // "sample": a few cases of everything, for slow builds such as those with sanitizers
-    thorough,  // not set: all of what has some thousands of cases, a sample of the rest
+    thorough,  // not set: all cases if there are a few thousand, a sample if there are more
     all,       // "all": everything
 };
 Effort effort();

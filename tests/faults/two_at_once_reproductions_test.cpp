@@ -111,7 +111,7 @@ TEST(TwoAtOnce, AMenuBarRecordThatIsWrittenDuringItsRestoreIsKept) {
               true);
 }
 
-/// A store of several entries, of whatever kind.
+/// A store that holds several entries.
 struct Store {
     std::string name;
     std::function<void(const std::string& entry, const std::string& path)> add;
@@ -270,7 +270,7 @@ void startAndHideDock() {
     });
 }
 
-// The list of running applications stays as it is until both have ended.
+// The list of running applications stays as it is until both runs have ended.
 TEST(TwoAtOnce, ARunThatFollowsAnotherAtOnceLeavesAloneWhatWasWrittenDuringIt) {
     const HelperProcess process({{"dock", {{"autoHide", false}}}});
     const auto helper = Helper::make();

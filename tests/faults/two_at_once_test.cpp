@@ -1,7 +1,7 @@
 // The helper's restore run and a main application at work at the same time. One main application
 // has crashed; the helper's run, begun while none was running, and a new main application
 // interleave in every way. When both have ended and the helper has run once more, the user's Mac
-// must be as it was before the first of them started, and nothing may be left over.
+// must be as it was before the crashed one started, and nothing may be left over.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -51,8 +51,8 @@ std::vector<TwoAtOnceCase> cases() {
 class TwoAtOnceTrial : public testing::TestWithParam<TwoAtOnceCase> {
   protected:
     /// Runs both in these turns, and checks the result.
-    /// @param isNoticed whether the helper has looked at the records before the next main
-    /// application starts, and so notices all that this one changes
+    /// @param isNoticed whether the helper looks at the records before the next main application
+    ///                  starts, and so notices everything that it changes
     CallCounts check(const std::vector<Turn>& turns, bool isNoticed = true) {
         HelperProcess process(usersMac());
         const json before = settings();
