@@ -16,14 +16,14 @@ namespace tolvaran::tests {
 
 using nlohmann::json;
 
-/// A test in a process that ends with the test's body: what lasts until its end is freed before the
-/// check for what was left behind.
+/// A test whose simulated process ends with the test's body: what lasts until its end is freed
+/// before the check for what was left behind.
 class SimulatorTest : public ProcessTest {
   protected:
     ~SimulatorTest() override { simulator::reset(); }
 };
 
-/// The message of the Error that `action` throws; empty if it throws none.
+/// The message of the Error that `action` throws; empty if it does not throw one.
 template <typename Error = std::invalid_argument>
 std::string thrownBy(const std::function<void()>& action) {
     try {

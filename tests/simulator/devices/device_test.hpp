@@ -47,7 +47,7 @@ inline simulator::Display displayAt(CGDirectDisplayID id, CGRect frame) {
 
 using Callbacks = std::vector<std::pair<CGDirectDisplayID, CGDisplayChangeSummaryFlags>>;
 
-/// The callbacks of a change while twoDisplays() are connected: it begins for both, then ends so.
+/// The callbacks of a change while twoDisplays() are connected: it begins for both, then `ends`.
 inline Callbacks changeOfTwo(const Callbacks& ends) {
     Callbacks all{{1, begin}, {2, begin}};
     all.insert(all.end(), ends.begin(), ends.end());

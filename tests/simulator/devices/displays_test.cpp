@@ -89,7 +89,7 @@ TEST_F(Displays, MayHaveNoPortUUID) {
     EXPECT_EQ(CGDisplayCreateUUIDFromDisplayID(3), nullptr);
 }
 
-TEST_F(Displays, GetAPortUUIDEachIfTheyAreGivenNone) {
+TEST_F(Displays, GetTheirOwnPortUUIDIfNoneIsGiven) {
     simulator::reset(twoDisplays());
     const simulator::cf::Owned<CFUUIDRef> one(CGDisplayCreateUUIDFromDisplayID(1));
     const simulator::cf::Owned<CFUUIDRef> two(CGDisplayCreateUUIDFromDisplayID(2));

@@ -67,7 +67,7 @@ class MenuBar : public DeviceTest {
         return copied<CFArrayRef>("SLSCopyManagedDisplaySpaces", connection);
     }
 
-    /// Has the next override show late.
+    /// Makes the next override show late.
     static void delayOverride(int reads) {
         simulator::addFault({{"call", "SLSSetMenuBarVisibilityOverrideOnDisplay"},
                              {"delayReads", reads},

@@ -65,7 +65,7 @@ TEST_F(Reconfiguration, DisconnectingReportsTheRemovedDisplay) {
     EXPECT_EQ(callbacks.delivered(), changeOfTwo({{1, shape}, {2, kCGDisplayRemoveFlag | shape}}));
 }
 
-TEST_F(Reconfiguration, ByNameIsThisOneCallback) {
+TEST_F(Reconfiguration, OfANamedDisplayCallsBackOnceWithTheGivenFlags) {
     CallbackRecorder callbacks;
     reconfigure(77, kCGDisplayMovedFlag | kCGDisplayMirrorFlag);
     reconfigure(2, kCGDisplayBeginConfigurationFlag);

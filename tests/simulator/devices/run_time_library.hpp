@@ -6,7 +6,7 @@
 
 namespace tolvaran::tests {
 
-/// A library opened for as long as this lives; `handle` is null when it cannot be opened.
+/// A library opened for as long as this lives; `handle` is null if it cannot be opened.
 struct RunTimeLibrary {
     explicit RunTimeLibrary(const char* path) : handle(dlopen(path, RTLD_LAZY | RTLD_LOCAL)) {}
     ~RunTimeLibrary() {

@@ -27,7 +27,7 @@ using namespace simulator;
 
 class OutsideCalls : public SimulatorTest {};
 
-/// What a result of this function is read as; the error if it is refused.
+/// How a result of this function is read; the error if it is refused.
 json readAs(const std::string& function, const json& result) {
     try {
         return readFaultResult(function, JsonReader(result, "result"));

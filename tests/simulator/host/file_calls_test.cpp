@@ -36,7 +36,7 @@ class FileCalls : public SimulatorTest {
     std::string hidden_ = directory_ / "exposed.not";
 };
 
-/// Every redirected call on a path, made on `directory`; true when it succeeded.
+/// A redirected call, made on `directory` or what is in it; true if it succeeded.
 struct Call {
     const char* name;
     std::function<bool(const std::string& directory)> perform;
@@ -70,7 +70,7 @@ const std::vector<Call>& allCalls() {
          }},
         {"closedir",
          [](const auto& at) {
-             // Keeps the compiler from assuming that a call that was made to fail has closed it.
+             // Volatile, or the compiler assumes that the failed call has closed it.
              DIR* volatile entries = opendir(at.c_str());
              const bool closed = closedir(entries) == 0;
              if (!closed) {

@@ -23,7 +23,7 @@ bool existsOnHost(pid_t pid) {
     return __real_kill(pid, 0) == 0;
 }
 
-/// Launches a real process, named "child", by the real clock.
+/// Launches a real process, named "child", on the real clock.
 pid_t launchChild() {
     clock::restart(clock::Kind::realTime);
     perform({{"launch", {{"bundle", "a"}, {"as", "child"}}}});

@@ -9,7 +9,7 @@ using namespace simulator;
 
 class MacJson : public SimulatorTest {};
 
-/// The machine must be as expected, but may have keys that are not: other devices' parts.
+/// Compares the machine's keys that are expected; others belong to other devices' parts.
 void expectMachine(const json& expected) {
     json mac = machine();
     for (const auto& [key, value] : machine().items()) {
