@@ -22,8 +22,7 @@ std::string pathOf(CFBundleRef bundle) {
     return path;
 }
 
-// Left open: the main bundle of a program outside any bundle. It has one all the same, its
-// directory.
+// Left open: the main bundle of a program outside any bundle. It is the program's directory.
 TEST_F(Bundle, TheMainBundleHasAPath) {
     const CFBundleRef main = CFBundleGetMainBundle();
     ASSERT_NE(main, nullptr);
@@ -31,7 +30,7 @@ TEST_F(Bundle, TheMainBundleHasAPath) {
     EXPECT_EQ(pathOf(main).substr(0, 1), "/");
 }
 
-// Documented: the list of all bundles is of those that the process has opened.
+// Documented: the list holds the bundles that the process has opened.
 TEST_F(Bundle, TheMainBundleIsAmongTheLoadedOnes) {
     const CFArrayRef all = CFBundleGetAllBundles();
     ASSERT_NE(all, nullptr);

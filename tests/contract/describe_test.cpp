@@ -1,4 +1,4 @@
-// The description of this Mac: everything that tolvaran_describe asks for is answered.
+// The description of this Mac: everything that tolvaran_describe asks for has an answer.
 #include "tools/describe/describe.hpp"
 
 #include <gmock/gmock.h>
@@ -19,8 +19,8 @@ class Describe : public Contract {
     const json& mac = description.mac;
 };
 
-// Left open: all of it, since most of it is private. A part that a Mac does not give has a note,
-// and so is not a failure here.
+// Left open: all of it, since most of it is private. A part that a Mac does not give has a note
+// instead.
 TEST_F(Describe, EveryPartIsThereOrNoted) {
     const std::set<std::string> parts = {"displays",         "mainDisplay",  "registry",
                                          "preferences",      "dock",         "menuBar",
@@ -36,7 +36,7 @@ TEST_F(Describe, EveryPartIsThereOrNoted) {
     }
 }
 
-// Documented: the main display is an active one. Left open: that the current mode is among the
+// Documented: the main display is an active one. Left open: whether the current mode is among the
 // listed ones, which the restore of modes relies on.
 TEST_F(Describe, TheDisplaysAreListedWithTheirModes) {
     ASSERT_TRUE(mac.contains("displays"));

@@ -39,7 +39,7 @@ TEST_F(Dispatch, ATurnOfTheEventLoopPerformsExactlyWhatWasQueuedBeforeIt) {
 
 // Documented: a time may be counted from another one. Left open: what its number means, so only the
 // order is checked.
-TEST_F(Dispatch, TimesFromNowAreApartByWhatWasAdded) {
+TEST_F(Dispatch, ATimeMayBeCountedFromAnotherOne) {
     const dispatch_time_t first = dispatch_time(DISPATCH_TIME_NOW, second);
     EXPECT_LT(first, dispatch_time(first, 1 * second));
     EXPECT_EQ(dispatch_time(first, 0), first);
@@ -104,8 +104,8 @@ TEST_F(Dispatch, ASourceReleasedByItsOwnHandlerEndsAfterTheHandler) {
     EXPECT_EQ(happened, std::vector<std::string>({"handler returns", "ended"}));
 }
 
-// Documented: firings that could not be delivered in time are delivered as one. Left open: that the
-// next one is on the beat again, as if none had been missed.
+// Documented: firings that could not be delivered in time are delivered as one. Left open: whether
+// the next one is on the beat again, as if none had been missed.
 TEST_F(Dispatch, ATimerThatMissedFiringsCatchesUpWithOneAndKeepsItsBeat) {
     Note tick{&happened, "tick"};
     const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();
@@ -172,7 +172,7 @@ TEST_F(Dispatch, WhatCameDueWhileTheQueueWasBusyRunsInTheOrderOfItsTimes) {
 }
 
 // Left open: the order of a delayed call and a timer that are due at the same time. Both run once.
-TEST_F(Dispatch, ADelayedCallAndATimerDueAtOneTimeBothRun) {
+TEST_F(Dispatch, ADelayedCallAndATimerDueAtTheSameTimeBothRun) {
     Note delayed{&happened, "delayed"};
     Note tick{&happened, "tick"};
     const dispatch_time_t when = dispatch_time(DISPATCH_TIME_NOW, 50 * millisecond);

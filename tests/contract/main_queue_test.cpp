@@ -58,7 +58,7 @@ TEST_F(MainQueue, DelayedWorkIsNotEarlyAndRunsInTheOrderOfItsTimes) {
     EXPECT_EQ(happened, std::vector<std::string>({"at once", "early", "late"}));
 }
 
-// Documented: a timer's first firing and its interval are set apart; here both are the same.
+// Documented: a timer's first firing and its interval are set separately; here both are the same.
 TEST_F(MainQueue, ATimerFiresAfterEachIntervalUntilItIsCancelled) {
     const CFAbsoluteTime start = CFAbsoluteTimeGetCurrent();
     main_queue::Source timer = main_queue::makeTimer(0.1, note("tick"));
@@ -83,7 +83,7 @@ TEST_F(MainQueue, ATimerThatIsCancelledWhileItIsDueDoesNotFire) {
     EXPECT_EQ(happened, std::vector<std::string>());
 }
 
-// Documented: a timer fires until it is cancelled; so it does whichever object owns its source.
+// Documented: a timer fires until it is cancelled, so it must not matter which object owns it.
 TEST_F(MainQueue, ASourceKeepsFiringWhenItIsMoved) {
     main_queue::Source first = main_queue::makeTimer(0.05, note("tick"));
     main_queue::Source second(std::move(first));

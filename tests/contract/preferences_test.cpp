@@ -96,7 +96,7 @@ TEST_F(Preferences, AValueOfAnotherTypeIsNotAnInteger) {
     EXPECT_EQ(domain().integer(key), -2);
 }
 
-// Documented: the caller owns the value that it gets.
+// Documented: the caller owns the value that is returned.
 TEST_F(Preferences, AValueOutlivesItsRemoval) {
     for (const std::int64_t value : {std::int64_t{7}, std::int64_t{1} << 40}) {
         domain().setInteger(key, value);
@@ -128,11 +128,11 @@ TEST_F(Preferences, DomainsAreApart) {
     EXPECT_EQ(global.integer(key), std::nullopt);
 }
 
-// Left open for a domain that every application falls back to: that it is apart, too.
+// Left open: whether the domain that every application falls back to is apart, too.
 TEST_F(Preferences, TheDomainOfEveryApplicationIsApart) {
     if (!the_mac::mayBeDisturbed()) {
         GTEST_SKIP()
-            << "adds a key to the preferences of every application: needs leave to disturb";
+            << "adds a key to the preferences of every application: needs permission to disturb";
     }
     const PreferenceDomain global = PreferenceDomain::anyApplication();
     domain().setInteger(key, 3);

@@ -1,5 +1,5 @@
 // The private functions of the window server and the Dock. None of them is documented: each test
-// says what the product takes for granted. Functions that a Mac may lack are tested if it has them.
+// checks what the product relies on. Functions that a Mac may lack are tested if it has them.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -35,7 +35,7 @@ TEST_F(PrivateInterfaces, EveryModeCanBeReadAndTheCurrentOneIsAmongThem) {
     ASSERT_GT(count, 0);
     std::vector<std::int32_t> numbers;
     for (std::int32_t index = 0; index < count; ++index) {
-        // Somewhat longer than the window server is told, like the product's.
+        // Longer than the window server is told, like the product's.
         alignas(std::uint32_t) std::array<std::byte, 220> buffer{};
         ASSERT_EQ(CGSGetDisplayModeDescriptionOfLength(display, index, buffer.data(),
                                                        std::int32_t{displayModeRecordLength}),
@@ -113,7 +113,7 @@ TEST_F(PrivateInterfaces, TheDocksAutoHideIsReadAsItWasSet) {
 // The restore does not read back what it has set, so it must take effect.
 TEST_F(PrivateInterfaces, TheDocksAutoHideTakesEffect) {
     if (!the_mac::mayBeDisturbed()) {
-        GTEST_SKIP() << "hides or shows the Dock: needs leave to disturb";
+        GTEST_SKIP() << "hides or shows the Dock: needs permission to disturb";
     }
     const Boolean before = CoreDockGetAutoHideEnabled();
     const Boolean changed = before == 0 ? 1 : 0;

@@ -14,7 +14,7 @@ using namespace tolvaran;
 
 class Process : public Contract {};
 
-// Left open, since these two functions have only a header: that they give main()'s arguments.
+// Left open, since these two functions have only a header: whether they give main()'s arguments.
 // Documented for those: a null after the last one.
 TEST_F(Process, TheArgumentsBeginWithTheProgram) {
     ASSERT_GE(*_NSGetArgc(), 1);
@@ -40,8 +40,8 @@ TEST_F(Process, TheRunningApplicationsAreListedWithTheirProcesses) {
     }
 }
 
-// Documented: an observer lives until it is removed. Left open: what a test could launch, end or
-// wake, so nothing is expected to arrive.
+// Documented: an observer lives until it is removed. A test can neither launch nor end an
+// application nor wake the Mac, so nothing is expected to arrive.
 TEST_F(Process, AnObservationCanBeBegunAndEnded) {
     const auto nothing = [](const std::optional<workspace::RunningApplication>&) {};
     const auto launches = workspace::observeLaunches(nothing);

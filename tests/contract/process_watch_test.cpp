@@ -19,9 +19,9 @@ Source watch(pid_t pid) {
 }
 
 // Documented: the handler is called when the process exits, and the source's handle is the process
-// ID. Left open: that it is not called twice; a process exits once.
+// ID. Left open: whether it is called only once; a process exits only once.
 //
-// A main application that is gone before its watch is armed must still be cleaned up after.
+// The helper must also clean up after a main application that is gone before its watch is armed.
 // Documented for kernel events: a watch on a process that does not exist is refused; dispatch turns
 // the refusal into an exit event.
 TEST_F(ProcessWatch, AWatchFiresOnceForARunningProcessAndForOneThatIsGone) {

@@ -11,7 +11,7 @@ using tolvaran::CFRef;
 
 class Registry : public Contract {};
 
-/// Counts the services of a class that give their properties, and releases them.
+/// Reads the properties of every service of a class. @return how many services there are
 int readAll(const char* className, bool mustHaveProperties) {
     CFMutableDictionaryRef matching = IOServiceMatching(className);
     EXPECT_NE(matching, nullptr);

@@ -1,5 +1,6 @@
 // The Mac that the contract tests run on: the simulated one, or the one they are started on.
-// Implemented once for each (simulated_mac.cpp, real_mac.cpp).
+// Implemented once for each (simulated_mac.cpp, real_mac.cpp), and for Apple's own code on another
+// host (apple/apple_sources.cpp).
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

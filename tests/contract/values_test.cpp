@@ -150,7 +150,7 @@ TEST_F(Values, ANumberRemembersWhetherItIsFloatingPoint) {
     EXPECT_TRUE(CFNumberIsFloatType(numberOf(kCFNumberFloat32Type, 0.5F).get()));
 }
 
-// Documented: true when the conversion loses nothing.
+// Documented: true if the conversion loses nothing.
 TEST_F(Values, NumbersSurviveTheRoundTrip) {
     constexpr std::int64_t integers[] = {0,
                                          1,
@@ -170,7 +170,7 @@ TEST_F(Values, NumbersSurviveTheRoundTrip) {
     EXPECT_EQ(converted<double>(integerOf(1LL << 40), kCFNumberDoubleType), std::ldexp(1.0, 40));
 }
 
-// Documented: false when the conversion loses something or is out of range.
+// Documented: false if the conversion loses something or is out of range.
 TEST_F(Values, AConversionThatLosesSomethingSaysSo) {
     EXPECT_FALSE(converted<std::int32_t>(integerOf(1LL << 40), kCFNumberSInt32Type));
     EXPECT_FALSE(converted<std::int64_t>(realOf(1.5), kCFNumberSInt64Type));
@@ -196,8 +196,8 @@ TEST_F(Values, AUUIDIsWrittenInCapitalsAndNoTwoAreAlike) {
     EXPECT_TRUE(CFEqual(first.get(), again.get()));
 }
 
-// Documented: seconds since the start of 2001, UTC. Left open: that they never go back; a clock may
-// be set, but hardly during this test.
+// Documented: seconds since the start of 2001, UTC. Left open: whether they ever go back; a clock
+// may be set, but hardly during this test.
 TEST_F(Values, AbsoluteTimeCountsFromTheBeginningOf2001AndAdvances) {
     EXPECT_EQ(kCFAbsoluteTimeIntervalSince1970, 978307200.0);
     const CFAbsoluteTime before = CFAbsoluteTimeGetCurrent();
@@ -259,8 +259,8 @@ TEST_F(Values, NumbersOfEveryTypeAreReadAsWhatTheyAre) {
     EXPECT_EQ(Readings::of(nullptr), Readings());
 }
 
-// Left open: that 255 and 65535 survive as signed numbers of 8 and 16 bits. There is no unsigned
-// type, and old applications keep such numbers all the same.
+// Left open: whether 255 and 65535 survive as signed numbers of 8 and 16 bits. There is no unsigned
+// type, but old applications keep such numbers.
 TEST_F(Values, SmallUnsignedNumbersAreKeptAsSignedOnes) {
     EXPECT_EQ(converted<std::int8_t>(integerOf(255), kCFNumberSInt8Type), -1);
     EXPECT_FALSE(converted<std::int8_t>(integerOf(256), kCFNumberSInt8Type));
@@ -329,7 +329,7 @@ TEST_F(Values, TextIsReadAsUTF8AndRefusedIfItIsDamaged) {
 }
 
 // Documented: converting reports how much it could convert. A string of UTF-16 units may hold
-// invalid text; the product then reads none.
+// invalid text, which the product does not read.
 TEST_F(Values, ALoneSurrogateAnywhereMakesAStringUnreadable) {
     const std::vector<std::vector<UniChar>> broken = {{0xD800},         {0xDC00},
                                                       {'a', 0xD83D},    {0xDDA5, 'a'},
@@ -346,7 +346,7 @@ TEST_F(Values, ALoneSurrogateAnywhereMakesAStringUnreadable) {
     EXPECT_EQ(tolvaran::cf::string(string.get()), "\xF0\x9F\x96\xA5");
 }
 
-// Left open: what text that is not a UUID gives. As much of it is read as possible.
+// Left open: what text that is not a UUID gives. It is read as far as possible.
 TEST_F(Values, ADamagedUUIDIsReadAsFarAsItGoes) {
     const struct {
         const char* text;

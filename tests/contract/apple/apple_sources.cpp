@@ -16,7 +16,7 @@
 extern "C" int _dispatch_get_main_queue_handle_4CF(void);
 extern "C" void _dispatch_main_queue_callback_4CF(void* unused);
 
-// Core Foundation calls it; its definition belongs to a build together with Swift.
+// Core Foundation calls it, but only a build with Swift defines it.
 extern "C" int _CFThreadSetName(pthread_t, const char*) {
     return 0;
 }
