@@ -25,7 +25,7 @@ class CommandLine : public SimulatorTest {
         std::string errors;
     };
 
-    /// What is written to `out` if it is given is not in the result.
+    /// If `out` is given, the output goes there and not into the result.
     static Run run(const Arguments& arguments, const report::Terminal& terminal = {},
                    std::ostream* out = nullptr) {
         std::ostringstream text;

@@ -18,7 +18,7 @@ class Player : public SimulatorTest {};
 
 constexpr const char* marker = "State/dock-autohide-pending.json";
 
-/// A crash, with these keys in place of its own.
+/// A scenario with a crash, with these keys in place of its own.
 json crash(const char* keys = "{}") {
     json document = json::parse(R"({
         "mac": {"applications": [{"bundle": "com.morvelli.Tolvaran", "pid": 812}]},

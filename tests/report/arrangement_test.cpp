@@ -47,7 +47,7 @@ TEST(ReportArrangement, AThirdDisplayMayJoinTwo) {
                 ElementsAre(CornerTouch{0, 1, {100, 100}, 2}));
 }
 
-// The pictures must mark what the system acts on. All layouts of three displays on a small grid.
+// The pictures must mark what the system acts on, in every layout of three displays on a grid.
 TEST(ReportArrangement, MarksATouchExactlyWhereTheSystemSeesAZigzag) {
     const double places[] = {0, 1, 2, 10, 11, 11.5, 20};
     std::vector<Frame> frames;

@@ -60,7 +60,7 @@ TEST(Chronicle, CoversACrashFromTheEventToTheLastCall) {
     EXPECT_EQ(entries[3].logIndex, std::nullopt);
 }
 
-TEST(Chronicle, RunsAtOneTimeAreToldApartByTheirStepsAndTags) {
+TEST(Chronicle, RunsAtTheSameTimeAreToldApartByTheirStepsAndTags) {
     json result = emptyResult();
     for (const char* const tag : {"safety-tick", "display-reconfig", "display-reconfig"}) {
         addLine(result, 60, "debug", std::string("checkInvariant [") + tag + "]: holds");

@@ -42,8 +42,7 @@ TEST(LineDifference, ShowsWhatIsGoneAndWhatIsNew) {
     }
 }
 
-// Every pair of short texts of two different lines: the difference gives back both, and keeps as
-// much as can be kept.
+// Every pair of short texts of two different lines: the difference gives back both.
 TEST(LineDifference, GivesBackBothTexts) {
     std::vector<std::vector<std::string>> texts{{}};
     for (std::size_t i = 0; texts[i].size() < 5; ++i) {

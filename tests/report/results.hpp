@@ -1,4 +1,4 @@
-// Results as the player gives them, for tests of what is drawn from them.
+// Results like the player's, for tests of what is drawn from them.
 #pragma once
 
 #include <gmock/gmock.h>

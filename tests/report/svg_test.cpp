@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-/// The values of an attribute group in the order of the text.
+/// What the pattern's group matches, in the order of the text.
 std::vector<std::string> found(const std::string& text, const std::string& pattern) {
     const std::regex expression(pattern);
     std::vector<std::string> all;
@@ -82,7 +82,7 @@ TEST(SVG, DescribesWhatItShows) {
     }
 }
 
-TEST(SVG, AboveAllTheIDIsReadable) {
+TEST(SVG, SmallDisplaysShowTheirID) {
     const Side side =
         sideOf("before", macWith({display(1, 0, 0, 100, 100), display(23, 3000, 3000, 100, 100)}));
     const std::string picture = arrangementSvg(side, canvasFor(side, side, 424, 424));
