@@ -29,9 +29,8 @@ json anonymous(const json& report) {
     return result.scenario;
 }
 
-/// The result of a run with its names replaced, as a report replaces them: what is a name in the
-/// result of the original must be one in that of the other. Files that are not JSON are compared by
-/// size.
+/// The result of a run with a placeholder for every name, so that a report's result can be compared
+/// with that of its anonymous version. Files that are not JSON are compared by size.
 std::string withoutNames(const json& result) {
     json comparable = result;
     for (json& content : comparable["files"]) {
@@ -48,7 +47,7 @@ std::string withoutNames(const json& result) {
     return std::regex_replace(text, serial, "$1#");
 }
 
-/// Whether names of displays in this scenario's files have no particular form.
+/// Whether this report's files may give displays names of any form.
 bool hasFreeNames(const json& report) {
     return report.dump().find("knownDisplays") != std::string::npos;
 }

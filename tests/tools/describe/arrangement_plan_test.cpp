@@ -1,4 +1,4 @@
-// What is planned for the displays is what the helper tries first.
+// The plan for the displays is what the helper tries first.
 #include "tools/describe/arrangement_plan.hpp"
 
 #include <gmock/gmock.h>
@@ -176,7 +176,7 @@ Places tried(const json& result) {
     return places;
 }
 
-// What the log says if a candidate of each kind is used, or not.
+// What the log says about a candidate of each kind, used or refused.
 const std::vector<std::string> everyWay = {"restored exact arrangement",
                                            "subset-restored",
                                            "superset-projection-restored",

@@ -23,7 +23,7 @@ inline nlohmann::json fullMac() {
 
 /// The description that a fresh process gives of the Mac. It must change nothing and leave nothing
 /// behind.
-/// @param alter makes of the machine what no scenario can describe
+/// @param alter changes the machine in ways that no scenario can describe
 inline describe::Description described(
     const nlohmann::json& mac, const nlohmann::json& faults = nlohmann::json::array(),
     const std::function<void()>& alter = [] {}) {

@@ -19,7 +19,7 @@ namespace tolvaran::tests {
 class FoundMac {
   public:
     enum class Helper { hasRun, neverRan };
-    /// As the scenario's run leaves it, or as it is before.
+    /// As the scenario's run leaves it, or as it is before the run.
     explicit FoundMac(const simulator::Scenario& scenario, Helper helper = Helper::hasRun);
 
     const nlohmann::json& mac() const { return mac_; }
@@ -27,12 +27,12 @@ class FoundMac {
     std::string file(const std::string& path) const;
     /// The path of the helper's log.
     std::string log() const { return root_ / "Logs/tolvaran-helper.log"; }
-    /// Calls `work` as on this Mac, in a process that has just started.
+    /// Calls `work` on this Mac, as in a process that has just started.
     void visit(const std::function<void()>& work) const;
 
     /// The report that tolvaran_describe makes of it.
     nlohmann::json report(describe::Settings settings = describe::Settings::thoseRead) const;
-    /// What the helper does when it starts there: a result without what no report can hold.
+    /// What the helper does when it starts there: the result, without what a report cannot hold.
     nlohmann::json played() const;
 
   private:
@@ -44,15 +44,15 @@ class FoundMac {
 nlohmann::json playedReport(const nlohmann::json& report);
 
 /// Spoils each file of a crash in turn, on a Mac without the others: every field in every way, cut
-/// at every length, and some of its bytes changed. Calls `check` for every `step`th of these, until
-/// the test has failed, with what was spoiled.
+/// at every length, and some of its bytes changed. Calls `check` with every `step`th of these and
+/// what was spoiled, until the test fails.
 void forSomeSpoiledFiles(
     std::size_t step,
     const std::function<void(const FoundMac& found, const std::string& what)>& check);
 
 /// The paths of all scenarios.
 std::vector<std::string> scenarioPaths();
-/// The name of the test of the scenario at this path.
+/// The name of the test for the scenario at this path.
 std::string scenarioName(const testing::TestParamInfo<std::string>& path);
 
 }  // namespace tolvaran::tests

@@ -12,7 +12,7 @@ namespace tolvaran::tests {
 struct Untold {
     std::string key;
     std::string reason;
-    /// Removes it from a machine's `mac` object, or reduces it to what the Mac reveals.
+    /// Removes the key from a machine's `mac` object, or reduces it to what the Mac reveals.
     std::function<void(nlohmann::json& mac)> forget;
 };
 
