@@ -77,7 +77,7 @@ if(left)
     message(FATAL_ERROR "the guide's example left ${left}")
 endif()
 
-# The example after a crash, if there is a simulated Mac to have had one.
+# The example after a crash, if there is a simulated Mac.
 file(GLOB_RECURSE simulator ${work}/prefix/*TolvaranSimulator.a)
 if(simulator)
     run(${COMPILER} -std=c++20 -Dmain=example -c ${work}/example.cpp -o ${work}/example.o ${options})

@@ -24,7 +24,7 @@ json macAfterTheCrash() {
         {"number": 2, "flags": 1, "width": 1512, "height": 982}]}]})");
 }
 
-/// Has the main application know the display by this ID first.
+/// Makes this the ID by which the main application first knew the display.
 void rememberDisplay(const std::string& id) {
     const std::filesystem::path preferences = AliasMap::defaultPreferencesPath();
     std::filesystem::create_directories(preferences.parent_path());

@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-// Programs that use the library may use other names as well.
+// Both at once: the public headers must not declare a tolvaran::json.
 using namespace tolvaran;
 using nlohmann::json;
 

@@ -33,7 +33,7 @@ class Bench(unittest.TestCase):
             self.assertEqual(bench.LOOKUP.match(call)[1], "/a/State/x.json")
         self.assertIsNone(bench.LOOKUP.match('openat(AT_FDCWD, "/a/State", O_RDONLY) = 4'))
 
-    def test_a_tick_is_what_longer_runs_have_more(self):
+    def test_a_tick_is_the_difference_between_a_longer_and_a_shorter_run(self):
         self.assertEqual(bench.per_tick(lambda seconds: 1000 + 7 * (seconds // 60)), 7)
 
 

@@ -1,4 +1,4 @@
-"""tools/mac/make-sysroot makes of a few files what Clang takes for Xcode's SDK."""
+"""tools/mac/make-sysroot turns a few files into what Clang takes for Xcode's SDK."""
 
 import pathlib
 import re
