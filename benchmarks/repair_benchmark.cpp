@@ -1,5 +1,5 @@
-// A repair whose file holds far more arrangements than any user has, as a damaged one may, beside
-// reading that file. On a simulated Mac.
+// A repair whose file holds far more arrangements than any user has, as a damaged one may, and for
+// comparison only reading that file. On a simulated Mac.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -26,7 +26,7 @@ tests::Places staircase() {
     return places;
 }
 
-/// A helper on a Mac whose displays are a staircase, as they are in all of so many arrangements.
+/// A helper on a Mac whose displays form a staircase, as they do in each of its many arrangements.
 class DamagedMac {
   public:
     explicit DamagedMac(std::int64_t arrangements) : check_(staircase()) {

@@ -15,7 +15,7 @@
 namespace tolvaran::benchmarks {
 namespace {
 
-/// Runs the sequence once; whether it did what there was to do and nothing else.
+/// Runs the sequence once. @return whether it associated the cursor and did nothing else
 bool runsIdly() {
     runRestoreSequence("safety-tick", std::nullopt);
     return simulator::machine().at("cursorAssociated") == true && simulator::calls().size() == 1;
