@@ -19,16 +19,16 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t mostCalls = 60000;
 
-// Thrown through the helper. No std::exception, which somebody might catch.
+// Thrown through the helper. Not std::exceptions, which might be caught.
 struct Endless {};
 struct Stopped {
     std::string reason;
 };
 
-/// The beginnings of every reason for which the program is to stop rather than carry on with a
-/// wrong number.
+/// How every reason begins for which the program must stop rather than carry on with a wrong
+/// number: these do not fit in 32 bits.
 constexpr std::array reasonsToStop = {
-    "x of the origin of display ",  // no 32-bit integer
+    "x of the origin of display ",
     "y of the origin of display ",
     "x of the shift to the main display",
     "y of the shift to the main display",
@@ -40,7 +40,7 @@ void requireKnownReason(const std::string& reason) {
             "the program stopped: " + reason);
 }
 
-/// From now on a stop is thrown rather than carried out. The process that it would end is this one.
+/// From now on throws Stopped where the helper would end its process, which is this one.
 void catchStops() {
     RestoreLog::warn = [log = RestoreLog::warn](const std::string& message) {
         const std::string stopping = "stopping: ";
@@ -56,8 +56,8 @@ std::size_t openDescriptors() {
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
-/// Whether the scenario put a file of this name there itself: its writer may be alive, or the name
-/// none that the helper gives.
+/// Whether the scenario put a file of this name there itself: its writer may be alive, or the
+/// helper may never use such a name.
 bool isGiven(const simulator::Scenario& scenario, const std::string& name) {
     return std::any_of(scenario.files.begin(), scenario.files.end(),
                        [&](const auto& file) { return file.first.ends_with(name); }) ||
@@ -71,7 +71,8 @@ bool canRemoveFiles(const simulator::Scenario& scenario) {
                         [](const nlohmann::json& fault) { return fault.at("call") == "unlink"; });
 }
 
-/// What the helper began to write and left lying about, though it could have removed it.
+/// Notes the files that the helper began to write and left behind although it could have removed
+/// them.
 void noteUnfinishedFiles(const simulator::Scenario& scenario, const std::string& root,
                          std::vector<std::string>& leftOver) {
     for (const auto& entry : fs::recursive_directory_iterator(root)) {
@@ -106,7 +107,7 @@ void play(const simulator::Scenario& scenario, const std::string& root, const Wa
             played.leftOver.emplace_back("an open display configuration");
         }
         if (simulator::devices::liveRegistryObjects() != 0) {
-            played.leftOver.emplace_back("a registry object that nobody released");
+            played.leftOver.emplace_back("an unreleased registry object");
         }
     };
     played.result = simulator::play(scenario, {.root = root,
@@ -140,7 +141,7 @@ BoundedPlay playBounded(const simulator::Scenario& scenario, const std::string& 
         played.leftOver.emplace_back("an open descriptor");
     }
     if (simulator::liveObjects() != objects) {
-        played.leftOver.emplace_back("an object that nobody released");
+        played.leftOver.emplace_back("an unreleased object");
     }
     return played;
 }

@@ -11,23 +11,23 @@
 
 namespace tolvaran::fuzz {
 
-/// How a play came to its end.
+/// How a play ended.
 enum class Ending {
     whole,    // at the time given
     refused,  // the Mac did not let something happen
-    stopped,  // the helper stopped itself, as it does over a number that no Mac can have
-    endless,  // it was broken off, as the helper would not come to rest
+    stopped,  // the helper stopped itself, as it must on a number that no Mac can have
+    endless,  // it was cut off: the helper did not come to rest
 };
 
 struct BoundedPlay {
     Ending ending = Ending::whole;
     std::string why = {};                    // of all endings but whole
     nlohmann::json result = {};              // of whole: the scenario's result
-    std::vector<std::string> leftOver = {};  // of whole: what nobody closed, released or finished
+    std::vector<std::string> leftOver = {};  // of whole: what is not closed, released or finished
     std::size_t configurations = 0;          // of the displays, in the busiest minute
 };
 
-/// Is asked about every outside call before it is made.
+/// Called before every outside call.
 using Watch = std::function<void(const std::string& function)>;
 
 /// Plays the scenario with its application-support and log directories below `root`.

@@ -25,7 +25,7 @@ class Choices {
         return byte % limit;
     }
 
-    /// True for so many of 16 choices; false where the bytes have ended.
+    /// True for this many of 16 choices; false after the last byte.
     bool chance(std::size_t ofSixteen) { return below(16) >= 16 - ofSixteen; }
 
     /// One element of a list that is not empty.

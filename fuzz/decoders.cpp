@@ -2,11 +2,11 @@
 // them, the rest is what it reads: the content of a file, a list of raw mode records, or values of
 // the system as JSON. Other inputs are ignored.
 //
-// Whatever the bytes are, no decoder may crash, leak or touch the file. What it accepts it must
-// write and read back equal; anything else it must refuse as its header says.
+// Whatever the bytes are, no decoder may crash, leak or change the file. What it accepts must be
+// equal when written and read back; anything else it must refuse as its header says.
 //
-// One record is not here: the commit cache of the originals is never on disk. Of the screen saver's
-// hold ('k') only the presence of its file counts.
+// One record is not here: the commit cache of the originals is never on disk. For the screen
+// saver's hold ('k'), only the presence of its file counts.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -51,12 +51,12 @@ using tests::LogCapture;
 struct Input {
     std::string path;
     std::string content;
-    // How the one line begins that refuses the file; empty if it is refused silently.
+    // How the log line that refuses the file begins; empty if it is refused silently.
     std::string refusal;
 };
 
-/// Whether a text holds an object according to another parser; none if that stops at a number out
-/// of range, which does not matter if the value is ignored.
+/// Whether the text is an object according to another parser; none if that parser stops at a number
+/// out of range, which does not matter if the value is ignored.
 std::optional<bool> isObject(const std::string& content) {
     try {
         return content.find('\0') == std::string::npos &&
@@ -69,11 +69,11 @@ std::optional<bool> isObject(const std::string& content) {
 }
 
 /// Whether no reader may accept this as a record.
-bool isNoObject(const std::string& content) {
+bool isNotAnObject(const std::string& content) {
     return isObject(content) == false;
 }
 
-/// A record without a field: any object holds one.
+/// A record without fields: any object is one.
 struct Nothing {
     bool operator==(const Nothing&) const = default;
 };
@@ -89,7 +89,7 @@ struct tolvaran::json::Format<tolvaran::fuzz::Nothing> {
 namespace tolvaran::fuzz {
 namespace {
 
-/// The lines in one; empty for none.
+/// The lines as one; empty if there are none.
 std::string joined(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines) {
@@ -105,8 +105,8 @@ bool requireRefusalOrSilence(const Input& input, LogCapture& log) {
     require(!refused || (lines.size() == 1 && !input.refusal.empty() &&
                          lines[0].starts_with("warn: " + input.refusal)),
             "reading logged: " + joined(lines));
-    require(refused || input.refusal.empty() || !isNoObject(input.content),
-            "something else was taken for a record, silently");
+    require(refused || input.refusal.empty() || !isNotAnObject(input.content),
+            "what is not a record was accepted silently");
     return refused;
 }
 
@@ -128,8 +128,7 @@ auto readAndWrite(const Input& input, Load load, Save save) {
 
 void originals(const Input& input) {
     const OriginalsFile file = readAndWrite(input, OriginalsStore::load, OriginalsStore::save);
-    // A migration that renames nothing keeps only what is well formed, and then changes nothing
-    // more.
+    // A migration that renames nothing drops what is malformed; a second one changes nothing.
     OriginalsStore::migrateUUIDs({{"A", "A"}}, input.path);
     const OriginalsFile migrated = OriginalsStore::load(input.path);
     OriginalsStore::migrateUUIDs({{"A", "A"}}, input.path);
@@ -235,10 +234,10 @@ void hotCorners(const Input& input) {
                              DockHotCornerOverride::deleteSnapshot(path);
                          }
                      });
-    require(!snapshot || snapshot->isValid(), "a snapshot was read that may not be restored");
+    require(!snapshot || snapshot->isValid(), "an invalid snapshot was accepted");
     require(!snapshot || (snapshot->effectiveActions().size() == hotCornerCount &&
                           snapshot->cornerActions().size() == hotCornerCount),
-            "a snapshot has not four corners");
+            "a snapshot does not have four corners");
 }
 
 void dockMarker(const Input& input) {
@@ -262,7 +261,7 @@ void heartbeat(const Input& input) {
         require(HelperHeartbeat::touch(input.path, *date), "the heartbeat could not be written");
         const auto again = HelperHeartbeat::lastTouch(input.path);
         // Writing cuts off what reading has rounded, which can cost the last millisecond.
-        require(again && std::fabs(*again - *date) < 0.0015, "the heartbeat was written otherwise");
+        require(again && std::fabs(*again - *date) < 0.0015, "the heartbeat's date changed");
     }
     require(log.lines().empty(), "the heartbeat logged something");
 }
@@ -273,13 +272,13 @@ void screenSaverHold(const Input& input) {
             "a hold was not ended");
 }
 
-/// Reads the text as this type and, where that works, writes what was read and reads that.
+/// Reads the text as this type and, if that works, writes what was read and reads it again.
 template <typename T>
 void requireTheSameWhenReadAgain(const std::string& text) {
     try {
         const T value = json::read<T>(text);
         require(json::read<T>(json::write(value)) == value, "JSON is not written as it is read");
-        require(!std::is_same_v<T, Nothing> || !isNoObject(text),
+        require(!std::is_same_v<T, Nothing> || !isNotAnObject(text),
                 "what is not an object was read as one");
     } catch (const json::EncodingError& error) {
         fail(std::string("what was read cannot be written: ") + error.what());
@@ -307,7 +306,7 @@ std::vector<DisplayModeDescriptor> modesIn(const std::string& content) {
          at += displayModeRecordLength) {
         modes.push_back(DisplayModeDescriptor::fromRecord(
             DisplayModeRecord(bytes.data() + at, displayModeRecordLength)));
-        std::int32_t width = 0;  // read as a host does that is little-endian, as all of ours are
+        std::int32_t width = 0;  // as a little-endian host reads it
         std::memcpy(&width, bytes.data() + at + 8, sizeof width);
         require(modes.back().width == width, "a mode has another width");
     }
@@ -319,20 +318,20 @@ void modes(const Input& input) {
     for (const DisplayModeDescriptor& mode : all) {
         const auto match = DisplayModeControl::exactMatch(mode.spec(), all);
         require(match.has_value() || !mode.isUsable(), "a usable mode does not match its own spec");
-        require(!match || match->isUsable(), "a mode matches that may not be used");
+        require(!match || match->isUsable(), "an unusable mode matches");
     }
     for (const DisplayModeDescriptor& mode : DisplayModeControl::dedupedModes(all)) {
-        require(mode.isUsable() && mode.width > 0, "a mode is offered that may not be used");
+        require(mode.isUsable() && mode.width > 0, "an unusable mode is offered");
     }
     // A width in pixels that does not fit in 64 bits stops the program.
     const bool hasWidths = std::all_of(all.begin(), all.end(), [](const auto& mode) {
         return std::fabs(mode.density * static_cast<float>(mode.width)) < 1e18F;
     });
     require(!hasWidths || DisplayModeControl::nativePixelWidth(all) >= 0,
-            "a panel's width is below 0");
+            "a panel's width is negative");
 }
 
-/// Makes the Mac anew with the input as one of its keys; false when the simulator refuses that.
+/// Resets the Mac, with the input under one of its keys; false if the simulator refuses it.
 bool becomes(const std::string& key, const Input& input) {
     const auto value = nlohmann::json::parse(input.content, nullptr, false);
     try {
@@ -343,7 +342,7 @@ bool becomes(const std::string& key, const Input& input) {
     }
 }
 
-/// A number that a display can have; 1, as which the system reads true, for everything else.
+/// The service's number; 1, as which the system reads true, if no display can have that number.
 std::uint32_t numberIn(const nlohmann::json& service, const char* key) {
     const auto value = service.find(key);
     const bool isNumber = value != service.end() && value->is_number_unsigned() &&
@@ -363,7 +362,7 @@ void registry(const Input& input) {
             return other.value("DisplaySerialString", nlohmann::json()) == *serial;
         };
         require(!serial || (!serial->empty() && std::any_of(services.begin(), services.end(), has)),
-                "a serial string is nobody's");
+                "a serial string belongs to no service");
     }
 }
 

@@ -78,7 +78,7 @@ class Mutator {
         return bytes;
     }
 
-    /// What records are made of, and what they are broken by.
+    /// What records are made of, and what breaks them.
     std::string token() {
         static const std::vector<std::string> tokens = {
             "0",    "-1",   "1e400", "2147483648", "9223372036854775808",
@@ -104,7 +104,7 @@ class Mutator {
     }
     void putToken(std::string& input, std::size_t at) { input.replace(at, below(32), token()); }
 
-    /// Gives the first number behind a place another value.
+    /// Replaces the first number after a place.
     void replaceNumber(std::string& input, std::size_t at) {
         static const std::vector<std::string> numbers = {
             "0", "-1", "0.5", "1", "2", "4096", "2147483648", "-9223372036854775808", "1e300"};

@@ -1,5 +1,5 @@
-// Watches the records while the helper runs: a record, or a part of one, may only go if the Mac is
-// as it says at that moment, or if its row says that it may be lost (tests/support/records).
+// Watches the records while the helper runs: a record, or a part of one, may only be removed if the
+// Mac matches it at that moment, or if its row says that it may be lost (tests/support/records).
 #pragma once
 
 #include <set>
@@ -11,14 +11,14 @@ namespace tolvaran::fuzz {
 class RecordGuard {
   public:
     /// @param root   below which the application-support directory lies
-    /// @param faulty the functions that fail at some time of the run
+    /// @param faulty the functions that fail at some point of the run
     RecordGuard(std::string root, const std::vector<std::string>& faulty);
 
-    /// Looks at a call that is about to be made: when it removes or replaces a record, at the
-    /// record and at the Mac.
+    /// Looks at a call that is about to be made. If it removes or replaces a record, compares the
+    /// record with the Mac.
     void watch(const std::string& function);
 
-    /// Describes what went although it must not.
+    /// Describes what was removed too early.
     const std::vector<std::string>& losses() const { return losses_; }
 
   private:

@@ -1,9 +1,9 @@
-// Fuzz target: the reading and the playing of scenario files. An input is the content of one.
+// Fuzz target: reading and playing scenario files. An input is the content of one.
 //
-// Whatever it holds, it is either refused in one line or played, twice the same, to a result that
-// can be printed and whose Mac can be the Mac of another scenario. Scenarios that need the host
-// (the real clock starts processes, `filesFrom` copies any directory) are read and not played, and
-// no play is longer than a few virtual minutes.
+// Whatever it holds, it is either refused in one line or played. Played twice, it gives the same
+// result, which can be printed and whose Mac can be that of another scenario. Scenarios that need
+// the host (the real clock starts processes, `filesFrom` copies any directory) are read and not
+// played, and no play is longer than a few virtual minutes.
 #include <algorithm>
 #include <string>
 
@@ -19,7 +19,7 @@ namespace {
 constexpr simulator::clock::Time longest = 200 * simulator::clock::second;
 
 void requireOneLine(const std::string& text) {
-    require(!text.empty() && text.find('\n') == std::string::npos, "no single line: " + text);
+    require(!text.empty() && text.find('\n') == std::string::npos, "not a single line: " + text);
 }
 
 BoundedPlay playAnew(const simulator::Scenario& scenario) {
@@ -33,7 +33,7 @@ BoundedPlay playAnew(const simulator::Scenario& scenario) {
 
 void requireMacToBeReadable(const nlohmann::json& mac) {
     simulator::reset(mac);
-    require(simulator::machine() == mac, "a Mac that was written is read as another one");
+    require(simulator::machine() == mac, "a Mac is not read as it was written");
     simulator::reset();
 }
 
@@ -44,7 +44,7 @@ void play(simulator::Scenario scenario) {
     scenario.until = std::min(scenario.until, longest);
     const BoundedPlay first = playAnew(scenario);
     const BoundedPlay second = playAnew(scenario);
-    require(first.ending == second.ending, "the same scenario ends otherwise: " + second.why);
+    require(first.ending == second.ending, "the same scenario ends differently: " + second.why);
     if (first.ending == Ending::refused) {
         requireOneLine(first.why);
     }

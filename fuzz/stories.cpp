@@ -1,9 +1,9 @@
 // Fuzz target: random timelines of events and faults on a random Mac with random records. An input
-// is a row of choices (choices.hpp, story_maker.hpp).
+// is a sequence of choices (choices.hpp, story_maker.hpp).
 //
 // Whatever happens, the helper comes to rest, leaves nothing behind, removes no record too early
-// (record_guard.hpp) and does not configure the displays too often. The next helper, which meets no
-// fault, also ends and completes the work: another one changes nothing.
+// (record_guard.hpp) and does not configure the displays too often. The next helper, without
+// faults, also comes to rest and completes the work: another one changes nothing.
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -31,7 +31,7 @@ BoundedPlay playOn(const json& story, const std::string& root) {
     RecordGuard guard(root, faultyFunctions(story));
     BoundedPlay played = playBounded(simulator::readScenario(story, ".", "story"), root,
                                      [&](const std::string& function) { guard.watch(function); });
-    requireNothing(guard.losses(), "a record went before its time");
+    requireNothing(guard.losses(), "a record was removed too early");
     requireNothing(played.leftOver, "left behind");
     const std::size_t events = story.value("timeline", json::array()).size();
     require(played.configurations <=
@@ -65,7 +65,7 @@ void tell(const json& story) {
     const tests::TemporaryDirectory root;
     const auto isOver = [&](const BoundedPlay& played) {
         require(played.ending != Ending::endless, "the helper does not come to rest");
-        // Or it was stopped, as it is to be, or the Mac did not let an event happen.
+        // The helper may have had to stop, or the Mac may have refused an event.
         return played.ending != Ending::whole;
     };
     const BoundedPlay first = playOn(story, root.path());
@@ -78,7 +78,7 @@ void tell(const json& story) {
     }
     requireHealed(next.result);
     const BoundedPlay last = playOn(nextStory(next.result), root.path());
-    require(last.ending == Ending::whole, "a helper that has nothing to do ends otherwise");
+    require(last.ending == Ending::whole, "a helper that has nothing to do does not end normally");
     const json changes = json::diff(placeOf(next.result), placeOf(last.result));
     require(changes.empty(), "one more run changes something: " + changes.dump());
 }

@@ -28,7 +28,7 @@ struct Monitor {
     int height;
 };
 
-/// Two twins, one that says nothing of itself, one with a name in the registry only.
+/// Among them two twins, one that says nothing about itself, and one named only in the registry.
 constexpr std::array<Monitor, 6> monitors = {{
     {"HW-1552-41040-77", 1552, 41040, 77, true, 1512, 982},
     {"HW-4268-16609-5", 4268, 16609, 5, true, 1920, 1080},
@@ -74,7 +74,7 @@ double coordinate(Choices& choices) {
     return choices.below(64) == 63 ? choices.of(wild) : choices.of(usual);
 }
 
-/// The next display's corner touches the one before.
+/// Each display touches the corner of the one before.
 void chain(std::vector<Point>& points, const std::vector<std::size_t>& displays) {
     Point corner{0, 0};
     for (const std::size_t monitor : displays) {
@@ -357,7 +357,7 @@ constexpr std::array records = {
     Record{"Settings/preferences.json", knownDisplays},
 };
 
-/// The record as it should be or, once in a while, cut off or of another version.
+/// The record as it should be or, now and then, cut off or of another version.
 json content(Choices& choices, const Record& record, const std::vector<std::size_t>& connected) {
     json good = record.make(choices, connected);
     const std::size_t fate = choices.below(16);
@@ -371,7 +371,7 @@ json content(Choices& choices, const Record& record, const std::vector<std::size
     return good;
 }
 
-/// A record that has no maker of its own is as its example.
+/// Records without a maker of their own are like their examples.
 json makeFiles(Choices& choices, const std::vector<std::size_t>& connected) {
     json files = json::object();
     for (const Record& record : records) {
@@ -390,8 +390,8 @@ json makeFiles(Choices& choices, const std::vector<std::size_t>& connected) {
 
 // What happens.
 
-/// Adds events that the Mac can let happen, one second or more apart, so that none but those that
-/// change nothing of what the helper restores falls into a wait of it.
+/// Adds events that are possible on the Mac, a second or more apart, so that none changes what the
+/// helper restores while it waits.
 class TimelineMaker {
   public:
     TimelineMaker(Choices& choices, std::vector<std::size_t> connected, const json& mac)
@@ -491,7 +491,7 @@ class TimelineMaker {
             {"write", {{"path", record.path}, {"content", content(choices_, record, connected_)}}}};
     }
 
-    /// Tolvaran's own file, which nobody else removes and which is therefore there.
+    /// Removes Tolvaran's own file, which is there if an event wrote it: nobody else removes it.
     json remove() {
         const char* const path = "Settings/preferences.json";
         if (present_.erase(path) == 0) {

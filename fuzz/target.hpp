@@ -7,8 +7,7 @@
 
 extern "C" {
 
-/// Tries one input. Ends the process by fuzz::fail() when something is wrong with what becomes of
-/// it.
+/// Tries one input. Ends the process with fuzz::fail() if anything goes wrong.
 /// @return 0, as libFuzzer demands
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
