@@ -28,7 +28,7 @@ const json userCorners{5, 1, 1, 13};
 const char* const cornersOfTheUser =
     R"({"brCorner":13,"liveActions":[5,1,1,13],"liveModifiers":[0,0,0,0],"tlCorner":5})";
 
-/// Has another process do `work` during the first call of the function.
+/// Performs `work` as another process during the first call of the function.
 void duringFirst(const std::string& function, const std::function<void()>& work) {
     simulator::onCall(function, [=, done = std::make_shared<bool>(false)] {
         if (!std::exchange(*done, true)) {
@@ -55,8 +55,8 @@ TEST(TwoAtOnce, ANewSuppressionDuringARestoreCanBeUndone) {
     EXPECT_EQ(readFile(path), std::nullopt);
 }
 
-/// Has the main application do `work`, and the helper restore the corners after each of its calls
-/// in turn, going by the records from before.
+/// Performs `work` as the main application, and lets the helper restore the corners, going by the
+/// records from before, after each of its calls in turn.
 void helperRestoresCornersDuring(const std::function<void(const std::string& path)>& work) {
     for (std::size_t k = 0;; ++k) {
         SCOPED_TRACE("after call " + std::to_string(k));

@@ -39,7 +39,7 @@ echo "codesign $*" >>"$CALLS"
 [ ! -e "$STATE/codesign-fails" ] || exit 1
 for target; do :; done
 if [ -f "$target" ]; then echo signed >>"$target"; exit; fi
-# It signs no bundle with unsigned programs beside the main one.
+# It does not sign a bundle with unsigned programs beside the main one.
 grep -qx signed "$target/Contents/MacOS/tolvaran_describe" || exit 1
 mkdir "$target/Contents/_CodeSignature"
 """

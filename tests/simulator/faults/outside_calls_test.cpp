@@ -136,7 +136,7 @@ TEST_F(OutsideCalls, EveryFailureFormIsAFaultOfItsFunction) {
 TEST_F(OutsideCalls, FailAsOnARealSystem) {
     const std::vector<json> closes{{{"result", "EIO"}, {"effect", true}},
                                    {{"result", "EINTR"}, {"effect", true}}};
-    EXPECT_EQ(failureForms("close"), closes) << "it has closed all the same";
+    EXPECT_EQ(failureForms("close"), closes) << "it has closed anyway";
     EXPECT_EQ(failureForms("getpid"), std::vector<json>{});
     EXPECT_THROW(failureForms("CGNope"), std::out_of_range);
 }

@@ -189,7 +189,7 @@ TEST_F(FileCalls, AFaultNamesTheErrorOrItsNumber) {
     EXPECT_TRUE(readFile(exposed_ + "/file"));
 }
 
-TEST_F(FileCalls, AFaultMayHaveTheEffectAllTheSame) {
+TEST_F(FileCalls, AFaultMayStillHaveTheEffect) {
     addFault({{"call", "unlink"}, {"result", "EIO"}, {"effect", true}});
     EXPECT_EQ(unlink((exposed_ + "/file").c_str()), -1);
     EXPECT_FALSE(readFile(exposed_ + "/file"));

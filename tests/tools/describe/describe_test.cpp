@@ -119,7 +119,7 @@ TEST(Describe, RatesAreWrittenAsPeopleWriteThem) {
     }
 }
 
-TEST(Describe, AnActiveDisplayThatIsNamedOtherwiseIsNoted) {
+TEST(Describe, AnActiveDisplayThatIsNotNamedByAUUIDIsNoted) {
     const auto [mac, notes] = altered([] { simulator::mac().menuBar.activeDisplay = "Main"; });
     EXPECT_FALSE(mac["menuBar"].contains("activeDisplay"));
     EXPECT_THAT(notes, testing::Contains("menuBar.activeDisplay is left out: the window server "

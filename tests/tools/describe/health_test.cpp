@@ -219,7 +219,7 @@ const std::vector<State> states = {
     {"a mode that is in force",
      {{modes, modeOf("HW-4-5-6", 100, 80)}},
      "Display modes\n  waits: everything is as recorded; only the record is left to remove\n"},
-    {"a mode that the display has not",
+    {"a mode that the display lacks",
      {{modes, modeOf("HW-4-5-6", 300, 200)}},
      "Display modes\n  waits: HW-4-5-6 has no mode 300 x 200 @ 60 Hz now\n"},
     {"a mode of an absent display",
