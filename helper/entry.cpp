@@ -25,7 +25,8 @@ void setUpLogging() {
 }
 
 int helperMain() {
-    // Otherwise the first file opened would get a stream's number, and the log its own echo.
+    // Otherwise a file opened first would get a stream's number: the log would also receive what
+    // goes to standard error.
     files::openStandardStreams();
     // The helper must survive the end of the process that reads its standard error.
     std::signal(SIGPIPE, SIG_IGN);

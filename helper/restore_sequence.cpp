@@ -24,8 +24,7 @@ QueuedRuns& queuedRuns() {
     return runs.get();
 }
 
-/// Forgets those records in a later turn of the main queue: the first that follows one without a
-/// run.
+/// Forgets those records once a turn of the main queue has passed without a run.
 void forgetWhenAtRest() {
     main_queue::async([before = queuedRuns().count] {
         if (queuedRuns().count == before) {
@@ -45,7 +44,8 @@ void beginQueuedRun() {
     if (!runs.records) {
         forgetWhenAtRest();
     }
-    // Whoever was at work may have ended since. The old one goes first, or it would still decide.
+    // The process that was at work may have ended since. The old recovery goes first: being the
+    // outer one, it would still decide.
     runs.records.reset();
     runs.records = std::make_unique<files::Recovery>(TolvaranPaths::stateDir(),
                                                      files::Recovery::Scope::directory);

@@ -1,8 +1,8 @@
 // The whole public library TolvaranRestore: what the main application and the helper share.
 // Programs that use the library include this header and nothing else of it.
 //
-// Use the library on the main thread only. What any thread may call says so: the paths and the
-// helper's heartbeat.
+// Use the library on the main thread only, except for the paths and the helper's heartbeat, which
+// any thread may use.
 #pragma once
 
 #include "restore/arrangement/alias_map.hpp"

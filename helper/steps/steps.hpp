@@ -1,5 +1,5 @@
-// The restore steps. Unless the main application is running, each puts back one kind of change
-// that it makes, and leaves what it cannot put back to the next run. Main thread only.
+// The restore steps. Unless the main application is running, each puts back one kind of its
+// changes, and leaves what it cannot put back to the next run. Main thread only.
 //
 // All take the trigger of the run ("cold-start", "safety-tick", "display-reconfig" or "proc-exit")
 // and, for "proc-exit", the instance that has just exited, which does not count as running. Their
@@ -8,7 +8,7 @@
 // If the main application is running, each logs at "debug" "Tolvaran running (pid 812), skipping".
 // If another process has changed a step's record since the run began, the step logs at "debug" the
 // record's name and " was changed by another process meanwhile; left to the next run". All also log
-// what the library's functions log that they call.
+// what the library functions they call log.
 #pragma once
 
 #include <sys/types.h>

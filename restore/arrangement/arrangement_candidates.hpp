@@ -1,4 +1,4 @@
-// The saved arrangements that may help displays in disorder, and what speaks against using one. The
+// The saved arrangements that may help displays in disorder, and the reasons not to use one. The
 // repair tries them; tolvaran_describe says which one it would try. Not installed. Main thread
 // only.
 #pragma once
@@ -35,10 +35,10 @@ DisplayPlaces placesOf(const std::vector<DisplayFrame>& frames);
 /// Where an arrangement puts its active displays.
 Positions activePositions(const Hardware& hardware, const SavedArrangement& arrangement);
 
-/// What forbids configuring the positions: "has N positions", "has out-of-range coordinates" or "is
-/// itself zigzag"; none if they may be configured. They may have been read from a damaged file.
-/// Logs what Zigzag::isZigzag() logs.
-/// @param places gives the displays' sizes; a display without one there takes no part in the layout
+/// Why the positions must not be configured: "has N positions", "has out-of-range coordinates" or
+/// "is itself zigzag"; none if they may be. They may have been read from a damaged file. Logs what
+/// Zigzag::isZigzag() logs.
+/// @param places gives the displays' sizes; a display missing there is left out of the layout
 std::optional<std::string> flawOf(const Positions& positions, const DisplayPlaces& places);
 
 /// Whether each display is where applying the positions would put it. Of several positions for one
@@ -51,7 +51,7 @@ struct Subset {
     const SavedArrangement* entries;
 };
 
-/// All of these, those of the most displays first. They point into `arrangements`.
+/// Every such arrangement, those of the most displays first. They point into `arrangements`.
 std::vector<Subset> subsetArrangements(const Hardware& hardware,
                                        const SavedArrangements& arrangements);
 

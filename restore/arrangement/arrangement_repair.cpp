@@ -20,7 +20,7 @@ namespace {
 
 using MainApplicationLayout::Marks;
 
-// How often one check configures the displays, however many saved arrangements a file holds.
+// How often one check may configure the displays, however many saved arrangements a file holds.
 constexpr std::size_t configurationLimit = repair_attempts::limitForAll;
 
 /// One repair in progress.
@@ -101,7 +101,7 @@ bool configure(Repair& repair, const Positions& positions, const std::string& wh
     return effect == Effect::settled;
 }
 
-/// How a candidate counts that is already in place.
+/// How a candidate that is already in place counts.
 enum class InForce { isRestored, isPassedOver };
 
 /// Tries a saved arrangement, unless none of its displays is active or one of the guards stops it.

@@ -12,8 +12,8 @@
 //                               seconds, so nothing is configured. The exact arrangement then
 //                               counts as restored, unless a zigzag remains. Any other is passed
 //                               over: it would settle the marks although it repaired nothing.
-//   nothing has moved           The window server accepts a configuration without effect; that is
-//                               no repair either, and the next arrangement is tried.
+//   nothing has moved           The window server may accept a configuration that changes nothing.
+//                               The next arrangement is then tried.
 //   moved again and again       Arrangements that move the displays back and forth are left alone
 //                               for a while (repair_attempts.hpp); the row then ends the zigzag,
 //                               even one that is not full: it is not the user's layout.
@@ -22,7 +22,7 @@
 //                               before and after a configuration: whether that display has moved
 //                               decides the outcome.
 //   a display without area      It has just gone, and is left out: as a point at the desktop's
-//                               origin it would make a zigzag of any layout.
+//                               origin it would turn any layout into a zigzag.
 //   doubtful set marks          Marks that look out of date are removed only if a second look at
 //                               the displays and at the file confirms it
 //                               (MainApplicationLayout::clearStaleMarks()).

@@ -1,6 +1,6 @@
 // The registry's display-connect services, which know more about a display than Core Graphics does.
-// Used by display identity and by tolvaran_describe. Macs with Apple's own processors have none.
-// Main thread only.
+// Used by display identity and by tolvaran_describe. Macs with Apple silicon have none. Main thread
+// only.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -28,7 +28,7 @@ struct Hardware {
 Hardware readHardware();
 
 /// Adds a display at its present or planned place. A display that has just gone has no area and is
-/// left out: as a point at the desktop's origin it would make a zigzag of any layout.
+/// left out: as a point at the desktop's origin it would turn any layout into a zigzag.
 void addFrame(std::vector<DisplayFrame>& frames, CGDirectDisplayID display, const CGRect& frame);
 
 /// Where the displays are now.

@@ -38,7 +38,7 @@ bool isOutOfDate(const MarkFinding& found) {
     return found.isMarked && !found.isInForce;
 }
 
-/// The native-mirrored store must be last.
+/// The native-mirrored store must be last: clear() may leave out the last one.
 constexpr std::array<MarkStore, 3> stores{{
     {"separated mark", SeparatedSetsStore::defaultPath, [](const Look&) { return true; },
      isSeparated, SeparatedSetsStore::clearSeparated},

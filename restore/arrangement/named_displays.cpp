@@ -32,7 +32,7 @@ std::optional<std::string> distinctive(const std::optional<std::string>& own,
     return own;
 }
 
-/// Names the displays, but does not fold their canonical IDs.
+/// Names the displays, but leaves their canonical IDs empty.
 std::vector<NamedDisplay> nameDisplays(const std::vector<CGDirectDisplayID>& displays) {
     const FingerprintIDs all = fingerprintIDs(displays);
     std::vector<NamedDisplay> named;

@@ -17,7 +17,7 @@ namespace tolvaran {
 /// What a display's name begins with if it is made from its hardware fingerprint.
 inline constexpr std::string_view fingerprintPrefix = "HW-";
 
-/// How many displays a restore sees: more than any Mac drives.
+/// The most displays that a restore sees: more than any Mac drives.
 inline constexpr std::uint32_t displayLimit = 16;
 
 /// The active displays in the window server's order, at most `limit`. Empty if the call fails.
@@ -36,7 +36,7 @@ struct NamedDisplay {
     bool operator==(const NamedDisplay&) const = default;
 };
 
-/// When the alias map is loaded: what that logs comes before or after what naming logs.
+/// When the alias map is loaded, so whether that logs before or after naming does.
 enum class AliasLoading { beforeNaming, afterNaming };
 
 /// The displays with all their names, in the same order. The canonical IDs are folded through the

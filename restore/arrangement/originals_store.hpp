@@ -4,7 +4,7 @@
 // only.
 //
 // The helper only reads the store. saveArrangement() and migrateUUIDs() change what the file holds
-// at that moment, so what two processes do at once is all kept. save() replaces the whole file.
+// at that moment, so the changes of two processes are both kept. save() replaces the whole file.
 #pragma once
 
 #include <cstdint>
@@ -52,7 +52,7 @@ void save(const OriginalsFile& file, const std::string& path);
 
 /// Saves the arrangement of one set of displays, in place of an earlier one, and leaves all others
 /// as they are in the file. Logs as load() and save() do.
-/// @param signature of the entries' UUIDs
+/// @param signature that of the entries' UUIDs
 void saveArrangement(const std::string& signature, const std::vector<OriginalsEntry>& entries,
                      const std::string& path);
 

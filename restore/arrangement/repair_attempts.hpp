@@ -1,12 +1,12 @@
-// Stops arrangements that never settle the displays. Two saved arrangements may each leave a zigzag
-// that the other one moves: every move then triggers a check, and every check a move, endlessly. Or
+// Stops arrangements that never settle the displays. Two saved arrangements may each leave a
+// zigzag: every move then triggers a check, and every check applies the other one, endlessly. Or
 // the window server accepts a configuration and does nothing. So an arrangement that has been
 // applied several times in quick succession without settling the displays is left alone for a
 // while.
 //
-// Nothing else is remembered between checks, and only in memory. It is forgotten when the set
-// of displays changes and when the main application has run: either creates a new situation, in
-// which the same arrangement may be right. Main thread only.
+// Checks remember nothing else, and this only in memory. It is forgotten when the set of displays
+// changes and when the main application has run: in the new situation the same arrangement may be
+// right. Main thread only.
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>

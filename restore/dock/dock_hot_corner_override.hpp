@@ -15,8 +15,8 @@
 // switch the corners on; the next enter() switches them off again. An operation neither replaces
 // nor removes a snapshot that another process has written since the operation began.
 //
-// Any operation may throw std::bad_alloc if memory runs out; what it promises after other failures
-// then holds too.
+// Any operation may throw std::bad_alloc if memory runs out; its promises about other failures then
+// hold too.
 #pragma once
 
 #include <optional>

@@ -27,7 +27,7 @@ bool isLiveList(const std::optional<HotCornerValues>& list) {
     return list && list->size() == hotCornerCount && std::ranges::all_of(*list, fitsInt32);
 }
 
-/// `live` if it is complete, else one preference for each corner.
+/// `live` if it is complete, else each corner's preference, or `absent` without one.
 HotCornerValues effective(const DockHotCornerSnapshot& snapshot,
                           const std::optional<HotCornerValues>& live,
                           const HotCornerField& (*field)(std::size_t), std::int64_t absent) {

@@ -43,7 +43,8 @@ bool setVisibilityOverride(bool enabled, CGDirectDisplayID displayID);
 /// + code.
 std::optional<bool> runtimeAutohideEnabled();
 
-/// The display that carries the active menu bar, as its port UUID in upper or lower case.
+/// The port UUID, in upper or lower case, of the display that carries the active menu bar; none if
+/// that is unknown.
 std::optional<std::string> activeMenuBarDisplayIdentifier();
 
 /// Whether the display shows a full-screen space; none if that is unknown.
@@ -98,8 +99,7 @@ bool writeStoredPreference(const MenuBarAutohideSnapshot& snapshot);
 bool writeAlways();
 
 /// Whether this system posted the change notification itself.
-/// @param userInfo the notification's user info; null if it has none. Nothing else is needed, and
-///                 in C there is no object for the whole notification.
+/// @param userInfo the notification's user info; null if it has none
 bool isTolvaranPolicyNotification(CFDictionaryRef userInfo);
 
 // Putting a snapshot back.

@@ -44,7 +44,7 @@ struct MenuBarDisplayIdentity {
 struct MenuBarRestoreOutcome {
     bool globalRestored = false;  // the two global preferences are back, now or from earlier
     std::vector<MenuBarDisplayVisibilityOverride> unsettled = {};  // records that were not put back
-    bool onlyAbsent = false;  // every unsettled record's display is not connected
+    bool onlyAbsent = false;  // no unsettled record's display is connected
 
     bool operator==(const MenuBarRestoreOutcome&) const = default;
 

@@ -42,11 +42,12 @@ void save(const ResolutionOriginalsFile& file, const std::string& path);
 
 /// Adds an entry, unless the display has one: the first one recorded is the true original. A helper
 /// that is putting that mode back at this moment keeps the entry. Logs as load() and save() do.
-/// @param spec the entry of pendingEntries() if there is one, else the mode that the display shows:
-///             after a crash, and until a helper has run, that is not the user's
+/// @param spec the entry of pendingEntries() if there is one, else the mode that the display shows,
+///             which after a crash is not the user's until a helper has run
 void recordIfAbsent(const std::string& uuid, const DisplayModeSpec& spec, const std::string& path);
 
-/// Removes an entry; writes nothing if there is none. Logs as load() and save() do.
+/// Removes an entry, and with the last one the file; writes nothing if there is no such entry. Logs
+/// as load() and save() do.
 void clear(const std::string& uuid, const std::string& path);
 
 /// The entries of load().

@@ -16,8 +16,8 @@ namespace tolvaran::ResolutionRestore {
 /// applied (DisplayModeControl::apply()).
 ///
 /// In these lines KEY is the record's key, and MODE what DisplayModeSpec::displayString() returns.
-/// Logs through RestoreLog.info "resolution restore: KEY -> MODE" after every success. Otherwise
-/// the record stays for the next run, and a line says why:
+/// Logs through RestoreLog.info "resolution restore: KEY -> MODE" after every success. If a record
+/// stays for the next run, a line says why:
 /// - through RestoreLog.warn, if the display has no such mode: "resolution restore: no exact mode
 ///   MODE for KEY; keeping entry"
 /// - through RestoreLog.warn, if the display configuration could not be begun or completed:

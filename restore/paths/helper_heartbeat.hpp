@@ -29,7 +29,7 @@ bool touch(const std::string& path, Date now);
 /// decimal integer.
 std::optional<Date> lastTouch(const std::string& path);
 
-/// Seconds from the last touch to `now`, negative if that is in the future; none without a touch.
+/// Seconds from the last touch to `now`, negative if the touch is later; none without a touch.
 std::optional<double> age(const std::string& path, Date now);
 
 /// Whether the last touch is at most `threshold` seconds old. One in the future counts as fresh,

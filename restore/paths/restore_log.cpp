@@ -2,7 +2,7 @@
 
 namespace tolvaran::RestoreLog {
 
-// Empty before any code of the process runs, so that no sink that a host sets is cleared later.
+// Initialised at compile time, so that nothing clears a sink that a host has set early.
 constinit Sink debug;
 constinit Sink info;
 constinit Sink warn;

@@ -3,7 +3,7 @@
 //
 // Nothing here touches the disk or creates a directory, and nothing fails. Every function looks at
 // the environment and the arguments afresh; only the defaults and the test root are computed once.
-// Any thread may call it while none changes the environment.
+// Any thread may call it as long as none changes the environment.
 #pragma once
 
 #include <string>

@@ -25,7 +25,8 @@ CFRef<CFNumberRef> makeNumber(std::int64_t value);
 /// A new dictionary with this one entry; both objects are retained by it.
 CFRef<CFDictionaryRef> makeDictionary(CFStringRef key, CFTypeRef value);
 
-/// The text of a string object as UTF-8; none for null and for other types.
+/// The text of a string object as UTF-8; none for null, for other types and for text with half of a
+/// surrogate pair.
 std::optional<std::string> string(CFTypeRef object);
 
 /// The value of a number or a boolean (true is 1), truncated; none for null, for other types and

@@ -212,7 +212,7 @@ void putBack(const std::string& aside, const std::string& path) {
         flushDirectory(parentDirectory(path));
         unlinkFile(aside);
     } else if (!status(path)) {
-        // A volume without hard links: a record that is written just now is replaced.
+        // A volume without hard links: this would replace a record written at this moment.
         uninterrupted([&] { return ::rename(aside.c_str(), path.c_str()); });
     } else {
         unlinkFile(aside);
@@ -254,9 +254,9 @@ void putBackFromAside(const std::string& path) {
     }
 }
 
-/// Whether it is worth looking again for a record that was not found, as errno says: another
-/// process may have moved it aside, and then it has been put back. A helper's run does not look
-/// again: what is aside has changed since it began, and is left to the next run.
+/// To be called while errno says why a record was not found: puts it back if another process has
+/// moved it aside, and says whether to look again. A helper's run does neither: what is aside has
+/// changed since it began, and is left to the next run.
 bool mayBeBack(const std::string& path) {
     if (errno != ENOENT || Recovery::ofDirectory() != nullptr) {
         return false;
@@ -392,10 +392,10 @@ int lock(const Descriptor& directory, int kind) {
     return uninterrupted([&] { return ::flock(directory.number(), kind | LOCK_NB); });
 }
 
-/// Shows every helper's run that begins from now on that this process is at work, unless this is
-/// such a run. Fails while a run is asking, and on a volume without locks. So it is called before a
-/// record is written, for runs that begin from then on, and again after it: a run that was asking
-/// had looked before, and notices the write.
+/// Shows later runs of the helper that this process is at work, unless this is such a run. Fails
+/// while a run is asking, and on a volume without locks. So it is called before a record is written
+/// and again after it, in case a run was asking the first time; that run looked before the write,
+/// and so notices it.
 void showPresence(const std::string& directory) {
     if (Recovery::ofDirectory() != nullptr || presence().contains(directory)) {
         return;
@@ -406,8 +406,8 @@ void showPresence(const std::string& directory) {
     }
 }
 
-/// Whether another process has shown its presence, and lives. The lock that answers this is held
-/// between two adjacent calls, and nobody waits for it.
+/// Whether another process that is still running has shown its presence. The lock that answers this
+/// is held only between two adjacent calls, and nobody waits for it.
 bool isAnotherPresent(const std::string& directory) {
     const auto own = presence().find(directory);
     const bool isPresent = own != presence().end();
@@ -466,7 +466,7 @@ Version noFilesVersion() {
         std::make_shared<Version::State>(Version::State{.file = nullptr, .identity = Identity{}}));
 }
 
-/// The same version without its file, which another one may therefore be mistaken for later.
+/// The version without its open file: another file may later get the same identity.
 Version withoutFile(const Version& version) {
     return version.state() == nullptr
                ? version
@@ -517,7 +517,7 @@ bool Version::isAt(const std::string& path) const {
 
 namespace {
 
-// The records' directory holds little else. Of further files a recovery keeps no descriptor.
+// How many files a recovery keeps open. The directory holds little but records.
 constexpr std::size_t maximumRecords = 64;
 
 thread_local Recovery* innermostRecovery = nullptr;
@@ -566,7 +566,7 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
         }
     }
     const Version none = noFilesVersion();
-    // After the look, so that whoever appears later changes what has been seen.
+    // Asked after looking, so that a process that appears later changes what has been seen.
     metAnother_ = !versions_.empty() && isAnotherPresent(path);
     if (metAnother_) {
         for (auto& [name, version] : versions_) {
@@ -627,7 +627,7 @@ std::string unfinishedTemplate(const std::string& path) {
 }
 
 /// Makes every other process that is changing the record fail and start over, even one that is
-/// stopped. Does nothing in a directory that cannot be listed: there two processes may come in each
+/// stopped. Does nothing in a directory that cannot be listed: there two processes may get in each
 /// other's way, but one alone can still change its records.
 void overtakeOthers(const std::string& path, const std::string& own = "") {
     const std::string prefix = hiddenName(path, unfinishedMarker);
@@ -725,7 +725,7 @@ constexpr int maximumTries = 20;
 constexpr double longestPause = 0.005;  // seconds
 
 /// Waits until another process may be done. The lengths of a process's pauses are the digits of its
-/// ID to base 7, so two processes never wait alike all the time.
+/// ID in base 7, so no two processes keep pausing alike.
 /// @param n how often it has waited before
 void pause(int n) {
     constexpr int lengths = 7;
@@ -788,7 +788,7 @@ std::string asidePath(const std::string& path) {
 }
 
 void removeUnconditionally(const std::string& path) {
-    // Before, for those that have looked at the record already, and after, for those that look now.
+    // Before, for processes that have already looked at the record; after, for those looking now.
     overtakeOthers(path);
     if (unlinkFile(path) != 0) {
         throw Error("remove", path, errno);

@@ -13,11 +13,11 @@
 //   the same version, only one succeeds.
 // - To remove a record in a Recovery, a process moves it aside, looks at what it has moved, and
 //   puts it back if it is not the version it expects.
-// - Nobody takes a record for missing while another process has moved it aside: whoever looks for
-//   it puts it back, and the removal is made again or given up. Only a helper's run leaves it
+// - A record that another process has moved aside is not taken for missing: a process that looks
+//   for it puts it back, and the removal is made again or given up. Only a helper's run leaves it
 //   aside.
 // - To rely on a record that already says the right thing (update()), a process touches it. The
-//   content stays, but whoever read the record before now sees a new version.
+//   content stays, but a process that read the record before now sees a new version.
 //
 // - A process that has written or touched a record outside a Recovery of the directory holds a
 //   shared lock (flock) on the directory until it ends. A Recovery of the directory that begins
@@ -226,7 +226,7 @@ bool isChangedByAnother(const std::string& path);
 /// changed by another process meanwhile; left to the next run".
 std::string leftToNextRun(const std::string& path);
 
-/// A file that is only ever added to.
+/// An append-only file.
 class Appender {
   public:
     /// Opens the file, which must exist; none if it cannot be opened for writing.
@@ -243,7 +243,7 @@ class Appender {
     /// Adds to the current end of the file; false if that failed.
     bool append(std::string_view text);
 
-    /// Where the last append ended, in bytes from the start of the file.
+    /// The length of the file in bytes, when it was opened or last appended to.
     std::int64_t offset() const { return offset_; }
 
   private:

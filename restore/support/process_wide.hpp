@@ -27,10 +27,10 @@ void whenForgotten(std::function<void()> forget);
 /// user's Mac calls it. No other thread may use a value of the process meanwhile.
 void forgetProcessWideValues();
 
-/// Makes this thread play another process, with values of its own, while it lives. For tests only,
-/// which cannot do without: they pass control between the main application and the helper at every
-/// call that either makes to the Mac, which only two threads of one process allow, and neither may
-/// see the leases and caches of the other.
+/// Makes this thread play another process, with values of its own, while it lives. For tests only:
+/// they switch between the main application and the helper at every call that either makes to the
+/// Mac. That takes two threads of one process, of which neither may see the other's leases and
+/// caches.
 class PlayedProcess {
   public:
     /// @param number identifies the process; threads without a PlayedProcess play 0

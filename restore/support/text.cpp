@@ -12,8 +12,7 @@
 namespace tolvaran::text {
 namespace {
 
-// Every blank and line end that Unicode knows, in UTF-8: what Foundation trims as whitespace and
-// newlines.
+// Every character with Unicode's White_Space property, line ends included, in UTF-8.
 constexpr std::array<std::string_view, 25> whitespace{
     "\t",           "\n",           "\v",           "\f",           "\r",           " ",
     "\xC2\x85",     "\xC2\xA0",     "\xE1\x9A\x80", "\xE2\x80\x80", "\xE2\x80\x81", "\xE2\x80\x82",

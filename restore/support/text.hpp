@@ -28,7 +28,7 @@ std::string describe(const std::map<std::string, std::string>& mapping);
 /// `value` without white space and line ends at either end.
 std::string_view trimmed(std::string_view value);
 
-/// ASCII letters changed to the other case; other bytes stay.
+/// `value` with its ASCII letters in lower or upper case; other bytes stay.
 std::string lowercased(std::string value);
 std::string uppercased(std::string value);
 
