@@ -15,7 +15,7 @@ namespace simulator {
 
 struct PlayOptions {
     /// Keeps the application-support directory as "ApplicationSupport" and the logs as "Logs" in
-    /// this directory; files already there take part. None: a new temporary directory, which is
+    /// this directory; files already there are used. None: a new temporary directory, which is
     /// removed at the end.
     std::optional<std::string> root = {};
     /// Keeps the helper's log off standard error.

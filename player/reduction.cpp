@@ -30,7 +30,7 @@ class Reducer {
     Reduction result() { return {std::move(document_), plays_}; }
 
   private:
-    /// Whether the smaller document still shows it, and is therefore kept.
+    /// Keeps the smaller document if it still shows what is wanted; whether it does.
     bool keepIfShown(json smaller) {
         ++plays_;
         if (!shows_(smaller)) {

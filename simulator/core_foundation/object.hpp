@@ -39,8 +39,8 @@ CFTypeID newType(std::string name);
 /// A new object with one reference, which the caller owns.
 CFTypeRef create(CFTypeID type, std::unique_ptr<Value> value);
 
-/// A new object that lives forever: neither its references nor, in simulator::liveObjects(), itself
-/// are counted.
+/// A new object that lives forever: its references are not counted, and liveObjects() leaves it
+/// out.
 CFTypeRef createConstant(CFTypeID type, std::unique_ptr<Value> value);
 
 /// Makes an object live forever, like one from createConstant(). Its references are no longer

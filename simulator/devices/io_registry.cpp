@@ -1,4 +1,4 @@
-
+// The I/O registry: the display-connect services of the machine, behind counted handles.
 #include <IOKit/IOKitLib.h>
 
 #include <algorithm>

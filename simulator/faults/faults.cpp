@@ -42,7 +42,7 @@ FaultState& faultState() {
 
 const OnReset clearFaultsAndHooks([] { faultState() = {}; });
 
-/// From how many read-backs a new value stays hidden; 0 if the fault does not say.
+/// How many reads do not show a new value yet; 0 if the fault does not say.
 std::int64_t readDelay(const JsonReader& fault, const std::string& call) {
     const auto delay = fault.find("delayReads");
     if (delay && call != "SLSSetMenuBarVisibilityOverrideOnDisplay") {

@@ -17,7 +17,7 @@ struct CallFault {
     bool performs = true;  // whether the call has its effect
     // What it returns instead of its own result, of the function's type (outside_calls.hpp).
     std::optional<nlohmann::json> forcedResult;
-    std::int64_t delayReads = 0;  // from how many read-backs the new value stays hidden
+    std::int64_t delayReads = 0;  // how many reads do not show the new value yet
 
     /// The forced result as the function's own type, or `own` if none is forced.
     template <typename Result>

@@ -1,4 +1,4 @@
-// The two libraries that a Mac has for loading at run time, SkyLight and HIServices. The linker
+// The two libraries that the product opens at run time, SkyLight and HIServices. The linker
 // redirects dlopen, dlsym and dlclose to here; they serve these two from the functions registered
 // here and everything else from the host.
 //
