@@ -61,7 +61,7 @@ void setArguments(std::vector<std::string> arguments);
 void setBundlePaths(std::vector<std::string> paths);
 
 /// Performs one timeline event ({"launch": …}, {"exit": pid}, {"wake": true}, …; no "at") now.
-/// @throws std::invalid_argument naming the key that is wrong, or that the machine refuses
+/// @throws std::invalid_argument naming the key that is wrong, or impossible on the machine
 void perform(const nlohmann::json& event);
 /// Lets virtual time pass: performs everything due until then on the main queue, in order.
 void advance(double seconds);

@@ -1,6 +1,6 @@
 // Strictly reads JSON written by hand: the machine, timeline events, faults, scenario files. A
 // reader knows the path of its value, so every error names the key, such as "mac.displays[1].frame:
-// must be a list of 4 numbers".
+// must have 4 elements".
 #pragma once
 
 #include <cstddef>

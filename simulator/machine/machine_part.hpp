@@ -16,7 +16,7 @@ namespace simulator {
 
 struct PartFormat {
     std::string key;
-    std::any initial;  // the state of a machine that is not told otherwise
+    std::any initial;  // the state if `mac` does not have the key
     std::function<void(const JsonReader&, std::any& state)> read;
     std::function<nlohmann::json(const std::any& state)> write;
 };

@@ -19,8 +19,8 @@ struct Host {
 /// @param arguments without the program's name
 /// @param out takes what was asked for
 /// @param errors takes what was left out, or one line that says what went wrong
-/// @return the exit status: 0 for success, 1 if something could not be written, 2 if the arguments
-///         make no sense; for --health see health.hpp
+/// @return the exit status: 0 for success, 1 if something could not be written or not be made
+///         anonymous, 2 if the arguments make no sense; for --health see health.hpp
 int runCommandLine(const std::vector<std::string>& arguments, const Host& host, std::ostream& out,
                    std::ostream& errors);
 

@@ -12,7 +12,7 @@
 
 namespace tolvaran::describe {
 
-/// The active displays in the window server's listing order; none if it refuses to list them.
+/// The active displays in the window server's listing order; none if it cannot list them all.
 std::optional<std::vector<CGDirectDisplayID>> listedDisplays();
 
 /// What is known about one display.

@@ -31,7 +31,7 @@ std::string duration(double seconds) {
     return "";
 }
 
-/// Writes in colour if the terminal has it, and in ASCII if it has no more.
+/// Writes in colour if the terminal has colours, and in ASCII if it shows nothing else.
 class Writer {
   public:
     explicit Writer(const Terminal& terminal) : terminal_(terminal) {}

@@ -9,10 +9,10 @@
 
 namespace tolvaran::describe {
 
-/// A few lines for a terminal, in colour if it has that, and in ASCII if it shows no more.
+/// A few lines for a terminal, in colour if it has colours, and in ASCII if it shows nothing else.
 std::string healthText(const Health& health, const simulator::report::Terminal& terminal);
 
-/// {"status", "helper", "tolvaran", "lacking", "waiting"}, as described in docs/mac.md.
+/// The same facts as an object: {"status", "helper", "tolvaran", "lacking", "waiting"}.
 nlohmann::json healthJSON(const Health& health);
 
 }  // namespace tolvaran::describe

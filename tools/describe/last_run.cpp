@@ -23,7 +23,7 @@ std::optional<HelperStart> readStart(const LogLine& line) {
     return start;
 }
 
-/// Where the last finished run ends, and where the one before it does.
+/// Where the last finished run begins, which is where the one before it ends, and where it ends.
 std::pair<std::size_t, std::size_t> lastRunOf(const std::vector<LogLine>& lines) {
     std::size_t begin = 0;
     std::size_t end = 0;

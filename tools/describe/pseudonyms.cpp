@@ -58,7 +58,7 @@ std::size_t firstSerial(const std::vector<std::string>& originals) {
     return 4'000'000'001;  // there cannot be this many displays
 }
 
-/// The letter in the UUID's case; mixed case differs from both.
+/// `text` in the case of the UUID's letters; mixed case differs from both.
 std::string inCaseOf(const std::string& uuid, const std::string& text) {
     const bool hasLower = uuid.find_first_of("abcdef") != std::string::npos;
     const bool hasUpper = uuid.find_first_of("ABCDEF") != std::string::npos;

@@ -40,7 +40,7 @@ typedef std::uint64_t dispatch_time_t;
 
 dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) noexcept;
 
-// Queues. There is only the main one; an item of it never runs inside another.
+// Queues. There is only the main one; none of its items runs inside another.
 
 dispatch_queue_main_t dispatch_get_main_queue(void) noexcept;
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept;
