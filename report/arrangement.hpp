@@ -72,7 +72,7 @@ std::string modeText(const nlohmann::json& display);
 
 /// An arrangement in one sentence, for readers who cannot see the picture.
 std::string described(const Arrangement& arrangement);
-/// A touch in words: "Display A and display B touch at a corner (100, 200)".
+/// A touch in words: "displays 1 and 2 touch at a corner (100, 200)".
 std::string described(const CornerTouch& touch, const Arrangement& arrangement);
 
 }  // namespace simulator::report

@@ -1,5 +1,5 @@
 // What is the same and what differs between the Mac before and after, in words: tables of facts,
-// and the state files. Used by the page; the short form by the terminal's summary.
+// and the state files. Used by the page, the gallery, the terminal's summary and tolvaran_describe.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -46,7 +46,7 @@ struct FileChange {
 /// Every file of either side by its path. JSON is compared with one value on each line.
 std::vector<FileChange> fileChanges(const nlohmann::json& before, const nlohmann::json& after);
 
-/// What changed, in a few words each: "2 displays moved", "menu bar", … Empty if nothing did.
+/// What changed, in a few words each: "2 displays moved", "Menu bar", … Empty if nothing did.
 std::vector<std::string> headlines(const nlohmann::json& result);
 
 }  // namespace simulator::report

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-// All text from a result goes through these two.
+// All text from a result goes through element() or escaped().
 
 /// <name class="style">text</name>, the text escaped.
 std::string element(const std::string& name, const std::string& style, const std::string& text) {

@@ -10,7 +10,7 @@
 
 namespace simulator::report {
 
-/// The Dock and the hot corners, which are drawn on the main display.
+/// The Dock, the hot corners and the cursor, which are drawn on the main display.
 struct Desk {
     bool dockHides = false;
     bool cursorFollows = true;

@@ -180,7 +180,7 @@ void drawLabels(Grid& grid, const Box& box, const ShownDisplay& display, bool is
     }
 }
 
-/// Both displays' cells at the corner where they touch.
+/// Marks both displays' cells at the corner where they touch.
 void markTouch(Grid& grid, const CornerTouch& touch, const Arrangement& arrangement,
                const std::vector<Box>& boxes, bool isASCII) {
     for (const std::size_t place : {touch.first, touch.second}) {
