@@ -29,8 +29,7 @@ void forgetProcessWideValues();
 
 /// Makes this thread play another process, with values of its own, while it lives. For tests only:
 /// they switch between the main application and the helper at every call that either makes to the
-/// Mac. That takes two threads of one process, of which neither may see the other's leases and
-/// caches.
+/// Mac. That takes two threads of one process, and neither may see the other's leases and caches.
 class PlayedProcess {
   public:
     /// @param number identifies the process; threads without a PlayedProcess play 0

@@ -54,7 +54,7 @@ class JsonReader {
     /// Fails unless there are exactly `count`.
     std::vector<JsonReader> elements(std::size_t count) const;
 
-    // Single values. A boolean is not a number, nor a number a boolean; a whole number may be
+    // Single values. A boolean is not a number and a number not a boolean; a whole number may be
     // written with a fraction of 0.
 
     bool boolean() const;
