@@ -91,8 +91,8 @@ std::optional<Span> beforeMode(const std::string& text) {
 /// The place in a log line at which the helper names displays in any form.
 std::optional<Span> namedSpan(const std::string& line) {
     if (auto span = between(
-            line,
-            "sig=", {" from ", " is itself", " has ", " is already", " keeps", ", skipping"})) {
+            line, "sig=",
+            {" from ", " is itself", " has ", " is already", " was applied", ", skipping"})) {
         return span;
     }
     if (line.find("resolution restore: ") == std::string::npos) {
