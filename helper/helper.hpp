@@ -16,7 +16,7 @@ namespace tolvaran {
 /// First delay and repeat period of the safety timer, in seconds.
 inline constexpr double safetyInterval = 60.0;
 
-/// Grace time after an exit, in seconds, in which a relaunched instance can appear.
+/// Grace period after an exit, in seconds, for a relaunched instance to appear.
 inline constexpr double relaunchGrace = 0.2;
 
 /// The display-reconfiguration callback. Queues one restore run tagged "display-reconfig" for each

@@ -11,7 +11,7 @@ namespace tolvaran::main_queue {
 
 using Work = std::function<void()>;
 
-/// Runs `work` once, after the current piece of work has finished.
+/// Runs `work` once, after everything that is already queued.
 void async(Work work);
 
 /// Runs `work` once, `seconds` from now.

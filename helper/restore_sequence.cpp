@@ -77,7 +77,7 @@ void runQueuedRestoreSequence(const std::string& tag, std::optional<pid_t> exite
     try {
         beginQueuedRun();
     } catch (const std::bad_alloc&) {
-        // The run then goes by the records that it finds itself.
+        // The run then uses the records that it finds itself.
     }
     runRestoreSequence(tag, exitedPID);
 }

@@ -18,7 +18,7 @@ namespace tolvaran {
 void runRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID);
 
 /// Runs every step as runRestoreSequence() does, within a piece of the main queue's work. Runs that
-/// follow each other go by the records that the first one found, until the main queue comes to
+/// follow each other all use the records that the first one found, until the main queue comes to
 /// rest: the list of running applications may not have been updated before, so a main application
 /// that has started meanwhile, and its new records, would not be recognised.
 void runQueuedRestoreSequence(const std::string& tag, std::optional<pid_t> exitedPID);

@@ -64,7 +64,7 @@ json logLines(const json& log) {
     return lines;
 }
 
-/// A file that contains JSON's null exists nevertheless.
+/// A file whose content is JSON's null still exists.
 void compareFiles(const json& expected, const json& found, Failures& failures) {
     for (const auto& [path, content] : expected.items()) {
         if (!content.is_null()) {

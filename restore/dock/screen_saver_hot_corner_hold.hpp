@@ -21,7 +21,7 @@ std::string defaultMarkerPath();
 ///         then
 bool begin(const std::string& path);
 
-/// Requests the end of the hold in every case, and then removes the marker.
+/// Requests the end of the hold, marker or not, and then removes the marker.
 /// @return false, after logging through RestoreLog.warn "screen-saver hot-corner hold marker could
 ///         not be removed (" the error ")", if a marker could not be removed, or another process
 ///         has written one meanwhile

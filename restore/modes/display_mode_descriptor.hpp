@@ -36,7 +36,7 @@ struct DisplayModeDescriptor {
 
     bool operator==(const DisplayModeDescriptor&) const = default;
 
-    /// Reads a raw record, wherever in memory it begins.
+    /// Reads a raw record of any alignment.
     static DisplayModeDescriptor fromRecord(DisplayModeRecord record);
 
     /// Whether this is a HiDPI mode: a density above 1.5.

@@ -130,7 +130,7 @@ std::optional<std::vector<std::string>> namesIn(const std::string& directory) {
 }
 
 /// Flushes changes to a directory's entries, if the volume can do that. Many network volumes
-/// cannot; the change is made nevertheless, so this does not count as a failure.
+/// cannot; the change is made anyway, so this does not count as a failure.
 void flushDirectory(const std::string& path) {
     const Descriptor opened(openFile(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
     if (opened.isOpen()) {
