@@ -30,7 +30,7 @@ inline const Places four{{1, 0, 0}, {2, 100, 100}, {3, 200, 200}, {4, 300, 300}}
 inline const Places ambiguous{{1, 0, 0}, {2, 100, 0}, {3, 200, 100}};
 inline const Places sideBySide{{1, 0, 0}, {2, 100, 0}};
 inline const Places column{{1, 0, 0}, {2, 0, 100}};
-/// Where no display of the zigzags is.
+/// A place that no layout above uses.
 inline const Places elsewhere{{1, 7, 7}};
 
 /// A Mac with these displays.
@@ -81,7 +81,7 @@ class ArrangementCheck {
 
     /// Marks the signatures in all three stores; `layout` is what the two with layouts hold.
     void markAll(const Lines& signatures, const Places& layout) const;
-    /// Has the main application know these IDs as one display.
+    /// Makes the main application treat these IDs as one display.
     void fold(const Lines& ids) const { process_.knowDisplays({ids}); }
     /// Writes a file in the state directory.
     void write(const std::string& name, const nlohmann::json& content) const;
@@ -94,7 +94,7 @@ class ArrangementCheck {
     /// and no object may be left behind.
     Lines run(const std::string& tag = "cold-start", std::optional<pid_t> exited = std::nullopt);
 
-    /// The calls since the last time.
+    /// The calls since this was last asked.
     Lines takeCalls() { return process_.takeCalls(); }
 
     std::string state(const std::string& name) const { return process_.state(name); }

@@ -9,8 +9,8 @@
 
 namespace tolvaran::tests {
 
-/// The most configurations that any minute of a story may see, and how many more for each event of
-/// the story: a display that comes or goes, or a run of Tolvaran, is a new situation.
+/// The most configurations allowed in any minute of a play, and how many more for each of its
+/// events: a display that comes or goes, or a run of Tolvaran, is a new situation.
 inline constexpr std::size_t mostConfigurationsPerMinute = 12;
 inline constexpr std::size_t mostConfigurationsPerEvent = 6;
 

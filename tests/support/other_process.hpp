@@ -8,16 +8,16 @@
 
 namespace tolvaran::tests {
 
-/// Does `work` as another process would: with another process ID, and with process-wide values of
-/// its own, which are then forgotten. The calling thread waits.
+/// Does `work` as another process would: with another process ID and its own process-wide values,
+/// which are then forgotten. The calling thread waits.
 void inAnotherProcess(const std::function<void()>& work, pid_t pid = 4000);
 
-/// Has another process do `work` at the start of this process's call number `index`, counting from
-/// 0 the outside calls that faults could meet. simulator::reset() ends it.
-/// @return the running count of such calls
+/// Makes another process do `work` when this process makes its outside call number `index`, counted
+/// from 0 over the calls that faults can hit. simulator::reset() ends it.
+/// @return the running count of these calls
 std::shared_ptr<const std::size_t> duringCall(std::size_t index, const std::function<void()>& work);
 
-/// The ID of a process that has ended, which is free now.
+/// The ID of a process that has ended; no process has it now.
 pid_t endedProcess();
 
 }  // namespace tolvaran::tests

@@ -20,9 +20,9 @@ namespace tolvaran::tests {
 /// writes a log file.
 enum class Role { library, helper };
 
-/// While it lives, the Mac is as given, and the files of the system lie below a directory of its
-/// own, where the simulator's faults can meet the calls about them. Every process begins with
-/// process-wide values of its own. At its end no object and no display configuration may be left.
+/// For its lifetime, the Mac is as given and the system's files lie below a directory of its own,
+/// where the simulator's faults can hit calls about them. Every process begins with fresh
+/// process-wide values. At its end no object may be alive and no display configuration open.
 class SimulatedProcess {
   public:
     explicit SimulatedProcess(const nlohmann::json& mac = nlohmann::json::object(),
@@ -35,16 +35,16 @@ class SimulatedProcess {
     /// files that the old one left.
     void start(const nlohmann::json& mac = nlohmann::json::object());
 
-    /// Ends the process and starts another one on the Mac as it is, with its calls and faults.
+    /// Ends the process and starts another one on the Mac as it is, keeping its calls and faults.
     void restart() const;
 
-    /// The lines logged since the last time, as "level: message".
+    /// The lines logged since this was last asked, as "level: message".
     Lines takeLog();
 
-    /// The messages since the last time without their level. All must be warnings.
+    /// The messages since the log was last taken, without their level. All must be warnings.
     Lines takeWarnings();
 
-    /// The calls since the last time.
+    /// The calls since this was last asked.
     Lines takeCalls();
 
     /// The path of a file below the application-support directory, which exists from the beginning.
@@ -57,7 +57,7 @@ class SimulatedProcess {
     /// What lies below the application-support directory, in the form of filesBelow().
     Lines files() const { return filesBelow(support_); }
 
-    /// Has the main application know each of these groups of IDs as one display.
+    /// Makes the main application treat each of these groups of IDs as one display.
     void knowDisplays(const std::vector<Lines>& groups) const;
 
   private:

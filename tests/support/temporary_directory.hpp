@@ -1,5 +1,5 @@
-// A directory of a test's own. These functions use the standard library, not the product's file
-// access, so that neither can hide a mistake of the other.
+// A test's own directory. These functions use the standard library, not the product's file access,
+// so that neither can hide a mistake in the other.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace tolvaran::tests {
 
-/// A fresh directory, removed with its content at the end.
+/// A fresh directory, removed with its content when this is destroyed.
 class TemporaryDirectory {
   public:
     TemporaryDirectory();

@@ -155,7 +155,7 @@ Record dockMarker() {
             .places = "mac/(preferences/com\\.apple\\.dock/autohide|dock/autoHide)",
             .example = R"({"version":1,"restoreTo":true})",
             .mayBecome = dockMarkerMayBecome,
-            // The Dock's answer may be true, and setting its value returns nothing.
+            // A wrong answer looks like a right one, and setting the value returns nothing.
             .lines = {{{"CoreDockGetAutoHideEnabled", "CoreDockSetAutoHideEnabled"}, "", ""}},
             .losses = {{reading, "State/dock-autohide-pending\\.json", "record|mac/dock/autoHide",
                         "a marker that cannot be read is removed, so that a bad file never blocks "

@@ -85,8 +85,8 @@ bool mayBeLostBy(const Record& record, const std::string& function) {
     });
 }
 
-std::string escaped(const std::string& text) {
-    return std::regex_replace(text, std::regex(R"([.])"), R"(\.)");
+std::string escaped(const std::string& path) {
+    return std::regex_replace(path, std::regex(R"([.])"), R"(\.)");
 }
 
 }  // namespace tolvaran::tests

@@ -9,7 +9,7 @@
 //
 //     const Record* record = findRecord("State/menubar-state.json");
 //     record->changes[0](path);                    // the library writes it
-//     EXPECT_TRUE(isUsable(*record, content));     // the design's word on the content
+//     EXPECT_TRUE(isUsable(*record, content));     // what the design says of it
 //     EXPECT_TRUE(mayBecome(*record, before, after, {simulator::machine(), posted}));
 #pragma once
 
@@ -43,8 +43,8 @@ struct Moment {
 /// A failure after which, by design, a run may end differently from one without it.
 struct Loss {
     std::vector<std::string> functions;  // or a function and its error, such as "stat ENOENT"
-    std::string subjects;  // a regular expression for the whole of what the call is about
-    std::string places;    // a regular expression for the whole of a place; "record" is the record
+    std::string subjects;                // a regular expression for all that the call is about
+    std::string places;  // a regular expression for a whole place; "record" is the record
     std::string reason;
     bool onlyByApplication = false;  // only the main application can lose it this way
 };
@@ -52,7 +52,7 @@ struct Loss {
 /// A failure of one of these functions leaves a line in the log.
 struct FailureLine {
     std::vector<std::string> functions;
-    std::string subject;  // a regular expression for the whole of what the call is about
+    std::string subject;  // a regular expression for all that the call is about
     std::string line;     // a regular expression for a whole line, in which "CODE" stands for the
                           // failure's code; empty if nothing is logged
     bool isRetried = false;  // a single failure leaves no line: the call is made again
@@ -106,7 +106,7 @@ bool mayBecome(const Record& record, const nlohmann::json& before, const nlohman
 /// Whether a failure of this function may lose the record while the helper runs.
 bool mayBeLostBy(const Record& record, const std::string& function);
 
-/// A regular expression for this text.
-std::string escaped(const std::string& text);
+/// The path with its dots escaped, for use in a regular expression.
+std::string escaped(const std::string& path);
 
 }  // namespace tolvaran::tests

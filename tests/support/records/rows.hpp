@@ -1,5 +1,5 @@
-// The rows of records(), from the source of each subject. A row's source has all that tests know of
-// the record: what its file must be, when it may go, and what a failure may cost.
+// The rows of records(), with one source file per subject. Each holds all that the tests know about
+// its records: what their files must contain, when they may go, and what a failure may cost.
 #pragma once
 
 #include <optional>
