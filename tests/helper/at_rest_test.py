@@ -40,8 +40,8 @@ def main():
     assert log_writes, "the helper logged nothing"
     # After the last line of the start-up run: the wait, and then the player's own clean-up.
     after = calls[log_writes[-1] + 1:]
-    # The run ends by closing the records that it used, in a piece of work of its own. Before each
-    # piece of work the player checks whether a file has changed.
+    # The run ends by closing the records that it used, as a separate work item. Before each work
+    # item the player checks whether a file has changed.
     while LOOKING.match(after[0]):
         after.pop(0)
     waits = [i for i, call in enumerate(after) if WAITING.match(call)]

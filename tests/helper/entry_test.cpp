@@ -19,8 +19,8 @@ using nlohmann::json;
 
 const json running = whileTolvaranRuns({812});
 
-/// From now on collects what others can see a helper process do, in order: opening its log, the
-/// calls that tie it to its Mac, the lines of the log, and each heartbeat.
+/// From now on, collects in order what others can see a helper process do: open its log, make the
+/// calls that tie it to its Mac, write lines to its log, and touch the heartbeat.
 void watchStart(Lines& done) {
     simulator::decideCalls([&done](const std::string& function) {
         const std::vector<std::string> steps = {"setActivationPolicy",
@@ -87,7 +87,7 @@ TEST(Entry, DoesNotTakeThePlaceOfAClosedStandardStream) {
                      "info: Tolvaran already running at helper start (pid 812)", watches(812)}));
 }
 
-TEST(Entry, LogsWhatTheLibrarySaysInItsLevel) {
+TEST(Entry, LogsWhatTheLibrarySaysAtItsLevel) {
     HelperProcess process;
     RestoreLog::debug("one");
     RestoreLog::info("two");

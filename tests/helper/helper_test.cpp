@@ -18,19 +18,19 @@ const std::string alreadyRunning = "info: Tolvaran already running at helper sta
 const std::string notRunning =
     "info: Tolvaran not running at helper start; running cold-start check";
 
-/// The event of a change of a display.
+/// A display's reconfiguration, as an event.
 json reconfigures(int display, CGDisplayChangeSummaryFlags flags) {
     return {{"reconfigure", {{"display", display}, {"flags", flags}}}};
 }
 
 class HelperStart : public HelperTest {
   protected:
-    /// How many restore runs with this tag have ended during these seconds.
+    /// Lets seconds pass. @return how many restore runs with this tag end meanwhile
     std::ptrdiff_t runs(const std::string& tag, double seconds) {
         return std::ranges::count(logOf(seconds), reassociatesCursor(tag));
     }
 
-    /// Expects the heartbeat of so many seconds after the start.
+    /// Expects the heartbeat to be dated this many seconds after the start.
     void expectHeartbeatAt(double seconds) const {
         const double start = HelperHeartbeat::currentDate() - simulator::now();
         EXPECT_EQ(readFile(state(".helper-heartbeat")),

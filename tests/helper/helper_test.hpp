@@ -1,5 +1,5 @@
-// What the tests of the helper share: instances of the main application on a simulated Mac, the
-// log lines about them, and the helper beside them.
+// What the helper's tests share: instances of the main application on a simulated Mac, the log
+// lines about them, and a helper in a process of its own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace tolvaran::tests {
 
 inline constexpr const char* tolvaranBundle = "com.morvelli.Tolvaran";
 
-/// The Mac with these instances of the main application, listed in this order after others.
+/// The Mac with these instances of the main application, listed in this order after other ones.
 inline nlohmann::json whileTolvaranRuns(const std::vector<pid_t>& pids,
                                         nlohmann::json mac = nlohmann::json::object()) {
     mac["applications"] = {{{"bundle", nullptr}, {"pid", 1}},
@@ -29,7 +29,7 @@ inline nlohmann::json whileTolvaranRuns(const std::vector<pid_t>& pids,
     return mac;
 }
 
-/// The event of an application's launch.
+/// An application's launch, as an event.
 inline nlohmann::json launch(pid_t pid, const nlohmann::json& bundle = tolvaranBundle) {
     return {{"launch", {{"bundle", bundle}, {"pid", pid}}}};
 }
@@ -38,7 +38,7 @@ inline std::string watches(pid_t pid) {
     return "info: Watching PROC_EXIT for Tolvaran pid " + std::to_string(pid);
 }
 
-/// The only line of a step while an instance runs.
+/// The only line that a step logs while an instance runs.
 inline std::string skips(const std::string& step, const std::string& tag, pid_t pid) {
     return "debug: " + step + " [" + tag + "]: Tolvaran running (pid " + std::to_string(pid) +
            "), skipping";

@@ -52,7 +52,7 @@ TEST_F(MainQueue, ATimerRepeatsUntilItIsDropped) {
     EXPECT_EQ(notes_.size(), 3U);
 }
 
-TEST_F(MainQueue, ACancelledTimerFiresNoMore) {
+TEST_F(MainQueue, ACancelledTimerDoesNotFireAgain) {
     Source timer = makeTimer(1, note("tick"));
     timer.cancel();
     simulator::advance(10);
@@ -71,7 +71,7 @@ TEST_F(MainQueue, AHandlerMayDropItsOwnSource) {
     EXPECT_EQ(notes_, Lines{"still there"});
 }
 
-TEST_F(MainQueue, WithoutASourceThereIsAnEmptyOne) {
+TEST_F(MainQueue, ASourceThatCannotBeCreatedIsEmpty) {
     failCalls("dispatch_source_create", nullptr);
     EXPECT_FALSE(makeTimer(1, note("tick")));
     EXPECT_FALSE(makeExitWatch(1, note("exit")));

@@ -16,7 +16,7 @@ std::string exitFired(pid_t pid) {
 
 class ProcessWatch : public HelperTest {
   protected:
-    /// Watches a process with a helper that observes nothing else, beside these instances.
+    /// Makes a helper that only watches this process, on a Mac with these instances.
     /// @return what is logged
     Lines watch(pid_t pid, const std::vector<pid_t>& instances) {
         makeOn(whileTolvaranRuns(instances));
@@ -24,8 +24,8 @@ class ProcessWatch : public HelperTest {
         return takeLog();
     }
 
-    /// Tells the helper of a launch. @return what is logged
-    Lines tellOfLaunch(pid_t pid) {
+    /// Notifies the helper of a launch. @return what is logged
+    Lines notifyOfLaunch(pid_t pid) {
         helper_->mainAppLaunched(pid);
         return takeLog();
     }
@@ -63,7 +63,7 @@ TEST_F(ProcessWatch, WhatAKilledInstanceLeftHalfWrittenIsRemovedAfterItsExit) {
     EXPECT_EQ(readFile(unfinished), std::nullopt);
 }
 
-TEST_F(ProcessWatch, WhatAnInstanceLeftThatCouldNotBeWatchedIsRemovedByTheNextRun) {
+TEST_F(ProcessWatch, WhatAnUnwatchedInstanceLeftIsRemovedByTheNextRun) {
     startOn(nlohmann::json::object());
     const std::string ended = std::to_string(endedProcess());
     const std::string unfinished = state(".menubar-state.json.unfinished-" + ended + "-abcdef");
@@ -110,15 +110,15 @@ TEST_F(ProcessWatch, ANewWatchReplacesTheEarlierOne) {
 
 TEST_F(ProcessWatch, ALaunchIsWatchedUnlessTheWatchedInstanceLives) {
     makeOn(whileTolvaranRuns({812, 813}));
-    EXPECT_EQ(tellOfLaunch(812), (Lines{launched(812), watches(812)}));
+    EXPECT_EQ(notifyOfLaunch(812), (Lines{launched(812), watches(812)}));
     EXPECT_EQ(
-        tellOfLaunch(813),
+        notifyOfLaunch(813),
         Lines{"debug: Tolvaran launched (pid 813); already watching live pid 812, keeping watch"});
     EXPECT_EQ(helper_->watchedPID, 812);
-    // The same one again: the watch is replaced.
-    EXPECT_EQ(tellOfLaunch(812), (Lines{launched(812), watches(812)}));
+    // Another launch of the same instance replaces the watch.
+    EXPECT_EQ(notifyOfLaunch(812), (Lines{launched(812), watches(812)}));
     simulator::perform({{"terminated", 812}});
-    EXPECT_EQ(tellOfLaunch(813), (Lines{launched(813), watches(813)}));
+    EXPECT_EQ(notifyOfLaunch(813), (Lines{launched(813), watches(813)}));
 }
 
 TEST_F(ProcessWatch, ATerminationIsOnlyLogged) {
@@ -137,7 +137,7 @@ TEST_F(ProcessWatch, WithoutTheHelperTheSequenceStillRuns) {
                                  "info: Re-arming PROC_EXIT watch on live Tolvaran pid 813 after "
                                  "pid 812 exited"} +
                            skippedRun("proc-exit", 813)));
-    Helper::rearmAfterExit(weak, 813);  // now 812 counts as the other one, and lives
+    Helper::rearmAfterExit(weak, 813);  // 812 now counts as another live instance
     EXPECT_EQ(takeLog().back(), skippedRun("proc-exit", 812).back());
 }
 

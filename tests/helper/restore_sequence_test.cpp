@@ -20,8 +20,7 @@ using nlohmann::json;
 
 const std::string cursorIsBack = reassociatesCursor("proc-exit");
 
-/// A process that has every record: without its own, a step may not even ask whether
-/// Tolvaran runs.
+/// A process with every record: without its own, a step may not even ask whether Tolvaran runs.
 class SequenceProcess : public HelperProcess {
   public:
     explicit SequenceProcess(const json& mac = json::object()) : HelperProcess(mac) {
@@ -31,8 +30,8 @@ class SequenceProcess : public HelperProcess {
     }
 };
 
-// The reports have the steps' names and order a second time.
-TEST(RestoreSequence, IsWhatReportsKnowOfIt) {
+// The reports keep their own list of the steps.
+TEST(RestoreSequence, HasTheStepsThatReportsListInTheirOrder) {
     Lines names;
     Lines namesInReports;
     for (const Step& step : steps) {
@@ -64,7 +63,7 @@ TEST(RestoreSequence, TellsEveryStepWhichInstanceHasExited) {
     EXPECT_EQ(log.back(), cursorIsBack);
 }
 
-// Every step asks once whether Tolvaran is running, so that this call finds it.
+// Every step asks exactly once whether Tolvaran is running, so the number of that call selects it.
 TEST(RestoreSequence, AStepThatRunsOutOfMemoryDoesNotStopTheLaterOnes) {
     for (std::size_t failing = 0; failing < steps.size(); ++failing) {
         SequenceProcess process;
@@ -95,7 +94,7 @@ bool isDockHidden() {
     return simulator::machine()["dock"]["autoHide"];
 }
 
-TEST(RestoreSequence, QueuedRunsGoByTheRecordsOfTheFirstUntilTheQueueIsAtRest) {
+TEST(RestoreSequence, QueuedRunsUseTheRecordsOfTheFirstUntilTheQueueIsAtRest) {
     const HelperProcess process(json{{"dock", {{"autoHide", false}}}});
     runQueuedRestoreSequence("display-reconfig", std::nullopt);
     hideDockAsMainApplication();

@@ -26,7 +26,7 @@ std::string kept(int count) {
            " unsettled display(s)";
 }
 
-/// The helper beside a snapshot file.
+/// The step with a snapshot file.
 class RestoreMenuBar : public StepTest {
   protected:
     RestoreMenuBar() : StepTest(restoreMenuBar, "restoreMenuBar") {}

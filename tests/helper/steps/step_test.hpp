@@ -1,4 +1,4 @@
-// What the tests of the single restore steps share.
+// What the tests of the individual restore steps share.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 
 namespace tolvaran::tests {
 
-/// One step in the helper's process, beside the files in its state directory.
+/// One step in the helper's process, with the files in its state directory.
 class StepTest : public testing::Test, protected HelperProcess {
   protected:
     using Step = void (*)(const std::string& tag, std::optional<pid_t> exitedPID);
@@ -25,7 +25,7 @@ class StepTest : public testing::Test, protected HelperProcess {
         return takeLog();
     }
 
-    /// The only line that it logs while the main application runs.
+    /// The only line that the step logs while the main application runs.
     std::string skips(const std::string& tag, pid_t pid) const {
         return tests::skips(name_, tag, pid);
     }
