@@ -24,7 +24,7 @@ DisplayPlaces leftAndRight() {
 
 class ArrangementCandidates : public ProcessTest {};
 
-TEST_F(ArrangementCandidates, PlacesAreTheFramesAndTheMainDisplayOfNow) {
+TEST_F(ArrangementCandidates, PlacesAreTheGivenFramesAndTheCurrentMainDisplay) {
     start({{"displays",
             {{{"id", 7}, {"frame", {100, 0, 50, 50}}}, {{"id", 8}, {"frame", {0, 0, 100, 100}}}}}});
     const DisplayPlaces places = placesOf({{.displayID = 7, .frame = CGRectMake(100, 0, 50, 50)}});

@@ -19,7 +19,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Marks that are left by every repair but the exact one.
+/// The marks that every repair but the exact one leaves.
 const Lines onlyNativeMirrored{"native-mirrored"};
 const Lines none{};
 
@@ -56,7 +56,7 @@ json withoutMainDisplay(const Places& places) {
     return machine;
 }
 
-/// Rows without a machine are of `two`.
+/// Rows without a machine use `two`.
 class Repair : public testing::TestWithParam<CheckRow> {};
 
 TEST_P(Repair, EndsAsItsRowSays) {
@@ -342,7 +342,7 @@ TEST(ArrangementRepair, ARestoreThatCannotBeCheckedDoesNotCountAsDone) {
     // The subset leaves the other two corner to corner.
     ArrangementCheck invariant(three, {{sig({3}), entries({{3, 200, 100}})}});
     invariant.markAll({sig({1, 2, 3})}, elsewhere);
-    // The list after the subset was applied.
+    // The listing after the subset was applied fails.
     simulator::addFault(
         {{"call", "CGGetActiveDisplayList"}, {"result", 1000}, {"skip", 2}, {"times", 1}});
     const Lines log = invariant.run();
@@ -379,8 +379,8 @@ std::size_t count(const Lines& log, const std::string& line) {
     return static_cast<std::size_t>(std::ranges::count(log, line));
 }
 
-/// Checks, as the helper does after every move, until a check moves nothing. @return the number of
-/// configurations that took
+/// Checks, as the helper does after every move, until a check moves nothing. @return how many
+/// configurations this took
 std::size_t configurationsUntilRest(ArrangementCheck& invariant, Lines& log) {
     std::size_t total = 0;
     for (int run = 0; run < 300; ++run) {

@@ -59,7 +59,7 @@ TEST_F(DisplayApplyTest, AnEmptyListFailsSilently) {
     EXPECT_EQ(callLines(), Lines{});
 }
 
-/// What is to be applied, and what the window server is given.
+/// The positions to apply, and what the window server is given.
 struct ApplyRow {
     std::string name;
     Positions positions;
@@ -96,7 +96,7 @@ const std::vector<ApplyRow> applyRows{
      {position(3, 100.5, -0.5), position(5, 2020.25, -100.25), position(7, -1180.25, 0)},
      "(100,0)",
      {{3, 0, 0}, {5, 1919, -99}, {7, -1280, 0}}},
-    {"every origin of 32 bits",
+    {"origins at the limits of 32 bits",
      {position(5, 2147483647.9, -2147483648.9), position(7, -2147483648.0, 2147483647.0)},
      "",
      {{5, 2147483647, least}, {7, least, 2147483647}}},
@@ -187,7 +187,7 @@ struct Refusal {
     std::string log;  // all of it, as the program stops
 };
 
-/// What the log shows before the first display of a list of one.
+/// What is logged before the only display of a list.
 const std::string applying = "Applying 1 positions to hardware\n";
 
 std::ostream& operator<<(std::ostream& out, const Refusal& refusal) {
@@ -218,17 +218,17 @@ INSTANTIATE_TEST_SUITE_P(
             "YIsNaN", position(5, 0, notANumber),
             applying +
                 "stopping: y of the origin of display 5 is nan, which does not fit in 64 bits\n"},
-        Refusal{"YOf64Bits", position(7, 0, -1e308),
+        Refusal{"YBeyond64Bits", position(7, 0, -1e308),
                 applying + "stopping: y of the origin of display 7 is "
                            "-1e+308, which does not fit in 64 bits\n"},
-        Refusal{"XOf64Bits", position(5, 9223372036854775808.0, 0),
+        Refusal{"XBeyond64Bits", position(5, 9223372036854775808.0, 0),
                 applying + "stopping: x of the origin of display 5 is 9.2233720368547758e+18, "
                            "which does not fit in 64 bits\n"},
-        Refusal{"XOf32Bits", position(5, 2147483648.0, 0),
+        Refusal{"XBeyond32Bits", position(5, 2147483648.0, 0),
                 applying + "  display 5 -> (2147483648,0)\n"
                            "stopping: x of the origin of display 5 is 2147483648, which does not "
                            "fit in 32 bits\n"},
-        Refusal{"YOf32Bits", position(5, 0, -2147483649.0),
+        Refusal{"YBeyond32Bits", position(5, 0, -2147483649.0),
                 applying + "  display 5 -> (0,-2147483649)\n"
                            "stopping: y of the origin of display 5 is -2147483649, which does not "
                            "fit in 32 bits\n"},

@@ -57,7 +57,7 @@ TEST_F(DisplayConnections, OneWithoutPropertiesIsShownAsNull) {
     EXPECT_EQ(seen_, (Serials{"A", "none", "C"}));
 }
 
-TEST_F(DisplayConnections, ARegistryThatRefusesIsNotAnEmptyOne) {
+TEST_F(DisplayConnections, ARegistryThatRefusesDoesNotCountAsEmpty) {
     simulator::addFault({{"call", "IOServiceGetMatchingServices"}, {"times", 1}, {"result", 5}});
     EXPECT_FALSE(visit(100));
     simulator::addFault({{"call", "IOServiceMatching"}, {"times", 1}, {"effect", false}});

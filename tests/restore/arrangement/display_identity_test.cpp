@@ -38,7 +38,7 @@ json withSerial(const std::string& serial) {
     return connection({{"DisplaySerialString", serial}});
 }
 
-// Each start() begins a new process, and the end of each shows what it has left behind.
+// Each start() begins a new process, after checking that the last one left nothing behind.
 class DisplayIdentityTest : public ProcessTest {};
 
 TEST_F(DisplayIdentityTest, FingerprintIsVendorModelAndSerial) {
@@ -74,7 +74,7 @@ TEST_F(DisplayIdentityTest, ADisplayThatIsGoneHasNoFingerprint) {
     EXPECT_EQ(displayUUID(8), "Display-8");
 }
 
-TEST_F(DisplayIdentityTest, EdidSerialIsThatOfTheFirstMatchingConnectionThatHasOne) {
+TEST_F(DisplayIdentityTest, EdidSerialComesFromTheFirstMatchingConnectionThatHasOne) {
     struct Case {
         std::string what;
         json registry;

@@ -90,7 +90,7 @@ TEST(MainApplicationLayout, MarksStayIfTheLayoutCouldNotBeRead) {
     EXPECT_EQ(invariant.marks().size(), 3U);
 }
 
-TEST(MainApplicationLayout, AJustDisconnectedDisplayTouchesNoOther) {
+TEST(MainApplicationLayout, AJustDisconnectedDisplayTouchesNoOthers) {
     // Its bounds read as a point in the main display's corner.
     const Places left{{1, 0, 0}, {2, -100, 0}};
     for (int call = 0; call < 4; ++call) {
@@ -102,7 +102,7 @@ TEST(MainApplicationLayout, AJustDisconnectedDisplayTouchesNoOther) {
     }
 }
 
-TEST(MainApplicationLayout, EachStoreIsAskedClearedAndReportedBeforeTheNext) {
+TEST(MainApplicationLayout, UnusableLayoutMarksDoNotKeepASeparatedMarkFromBeingCleared) {
     ArrangementCheck invariant(sideBySide);
     invariant.markAll({sig({1, 2})}, {{1, 7, 7}});
     writeFile(invariant.state("side-pinned-sets.json"), "{");
@@ -127,7 +127,7 @@ TEST(MainApplicationLayout, EachKindOfStaleMarkIsClearedAlone) {
     }
 }
 
-TEST(MainApplicationLayout, ALayoutRecognisedOnlyByAMarkIsRestored) {
+TEST(MainApplicationLayout, ALayoutRecognisedOnlyByAMarkIsUndone) {
     const Places marked{{1, 0, 0}, {2, 98, 2}};  // two points off in each direction
     const json layouts{{sig({1, 2}), {entries({{9, 0, 0}}), entries(marked)}}};
     const std::map<std::string, int> versions{{"side-pinned", 2}, {"native-mirrored", 1}};

@@ -23,7 +23,7 @@ std::vector<Arrangement> project(const Arrangements& arrangements,
     return OriginalsProjection::projectedSupersetArrangements(arrangements, active);
 }
 
-/// These entries as another arrangement has saved them, `x` further to the right.
+/// These entries as another arrangement saved them, `x` further to the right.
 Arrangement moved(Arrangement entries, double x) {
     for (OriginalsEntry& entry : entries) {
         entry.x += x;

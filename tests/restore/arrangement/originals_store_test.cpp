@@ -158,7 +158,7 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
          {{"A", {a1}}, {"B", {b3}}},
          {{"A", {a1}}},
          R"(["B": "A"])"},
-        {"the first met of two stays",
+        {"the first of two stays",
          {{"A", "C"}},
          {{"A", {a1}}, {"C", {c5}}},
          {{"C", {{.uuid = "C", .x = 1, .y = 2}}}},
@@ -194,7 +194,7 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
         {"no arrangements", {{"A", "Z"}}, {}, {}, ""},
     };
     for (const Migration& c : cases) {
-        // Not as the store writes it.
+        // In a form that the store does not write, so that a rewrite shows.
         const std::string before =
             nlohmann::json::parse(tolvaran::json::write(file(c.before))).dump(1);
         writeFile(path_, before);

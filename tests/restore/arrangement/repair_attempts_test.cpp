@@ -24,7 +24,7 @@ class RepairAttemptsTest : public ProcessTest {
   protected:
     RepairAttemptsTest() { repair_attempts::beginCheck({1, 2}); }
 
-    /// Moves the displays there until the arrangement is left alone.
+    /// Notes attempts that leave a zigzag until the arrangement is left alone.
     static void exhaust(const Positions& arrangement) {
         EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), NextStep::goOn);
         EXPECT_EQ(noteAttempt(arrangement, Effect::leftZigzag), NextStep::goOn);

@@ -66,7 +66,7 @@ nlohmann::json goodLayouts(int version) {
          {{"A,B", {{{{"uuid", "A"}, {"x", 1}, {"y", 2}}, {{"uuid", "B"}, {"x", 3}, {"y", 4}}}}}}}};
 }
 
-/// What only the two stores of layouts have.
+/// What only the two layout stores have.
 struct LayoutStore : Store {
     std::function<MarkedLayouts(const std::string&)> load;
     std::function<std::vector<MarkedLayout>(const std::string&, const std::string&)> candidates;
@@ -273,7 +273,7 @@ TEST_F(SeparatedSetsStoreTest, MigrationKeepsTheFirstOfEachSignature) {
     }
 }
 
-// The two stores of layouts.
+// The two layout stores.
 
 class LayoutSetsStoreTest : public ::testing::TestWithParam<LayoutStore>,
                             protected SimulatedProcess {
@@ -468,7 +468,7 @@ TEST_P(LayoutSetsStoreTest, MigrationRenamesLayoutsAndKeepsTheFirstOfEachKind) {
          {{"B", "A"}},
          {{"A", {{markedA}}}, {"B", {{markedB}}}},
          {{"A", {{markedA}}}}},
-        {"the first met of two stays", {{"A", "C"}}, {{"A", {}}, {"C", {onlyC}}}, {{"C", {}}}},
+        {"the first of two stays", {{"A", "C"}}, {{"A", {}}, {"C", {onlyC}}}, {{"C", {}}}},
         {"an unsorted signature", {{"Q", "Z"}}, {{"B,A", {ab}}}, {{"A,B", {ab}}}},
         {"a signature that disagrees", {{"A", "Z"}}, {{"C", {{markedA}}}}, {{"C", {{z1}}}}},
         {"a layout that disagrees", {{"C", "Z"}}, {{"C", {{markedA}}}}, {{"Z", {{markedA}}}}},

@@ -194,7 +194,7 @@ class Grid {
         int height;
     };
 
-    /// All places of displays of these sizes within `bounds`, everything counted in cells.
+    /// All placements of displays of these sizes within `bounds`, both counted in cells.
     Grid(const std::vector<Size>& sizes, Size bounds, double pointsPerCell) {
         for (const Size& size : sizes) {
             for (int x = 0; x + size.width <= bounds.width; ++x) {
@@ -269,7 +269,7 @@ class Grid {
 
     Meeting meets(std::size_t i, std::size_t j) const { return meetings_[i * places_.size() + j]; }
 
-    /// Sets of displays as bits: one bit each for those that meet a display in a certain way.
+    /// A set of displays, one bit each.
     using Set = unsigned;
 
     Answer answer(const std::vector<std::size_t>& chosen) const {

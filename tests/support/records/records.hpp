@@ -44,7 +44,7 @@ struct Moment {
 struct Loss {
     std::vector<std::string> functions;  // or a function and its error, such as "stat ENOENT"
     std::string subjects;                // a regular expression for all that the call is about
-    std::string places;  // a regular expression for a whole place; "record" is the record
+    std::string places;                  // one for a whole place; "record" is the record
     std::string reason;
     bool onlyByApplication = false;  // only the main application can lose it this way
 };
