@@ -1,5 +1,6 @@
-// What the sequences of dock_hot_corner_override_walk_test.cpp do not reach: the first lease and
-// the last as an example, changes by the user and to the file, and what is missing or in the way.
+// What the sequences of dock_hot_corner_override_walk_test.cpp do not reach: changes by the user
+// and to the file, and what is missing or in the way. The first lease and the last serve as an
+// example.
 #include "restore/dock/dock_hot_corner_override.hpp"
 
 #include <gtest/gtest.h>
@@ -242,7 +243,7 @@ TEST_F(HotCornerLeases, LeasesWithoutASnapshotCannotBeUndone) {
     EXPECT_EQ(takeCalls(), Lines{});
 }
 
-TEST_F(HotCornerLeases, LeasesTakeTheirSnapshotFromTheFileWhenMemoryHasNone) {
+TEST_F(HotCornerLeases, LeasesTakeTheirSnapshotFromTheFileIfMemoryHasNone) {
     DockHotCornerOverride::leaseState().owners = {"gameMode"};
     writeFile(path_, usersSnapshotText);
     EXPECT_EQ(enter(gameMode), usersSnapshot());

@@ -47,6 +47,7 @@ enum class Kind {
     writeFails,
     removeFails,
     dockRefuses,  // the Dock's setter does nothing
+    // At once:
     loseFile,     // the snapshot's file is removed
     dockForgets,  // the Dock's live corners are the user's again, as after its restart
 };
@@ -122,7 +123,7 @@ Lines joined(const std::vector<const Lines*>& parts) {
 
 // --- The model.
 
-/// What is expected of the system. It knows of the corners only whether they are suppressed.
+/// What is expected of the system. It knows only whether the corners are suppressed.
 class Model {
   public:
     explicit Model(std::string path) : path_(std::move(path)) {}
@@ -172,7 +173,7 @@ class Model {
         }
     }
 
-    /// Writes the corners. @return whether that has certainly worked
+    /// Writes the corners. @return whether that is known to have worked
     bool write(bool suppress, Answer& answer) {
         preferencesSuppressed = suppress;
         answer.calls.push_back(suppress ? &storesSuppression : &storesUsersCorners);
@@ -382,7 +383,7 @@ class Walk {
     }
 
     /// Follows every sequence of up to `length` letters from a moment.
-    /// @return how many that are
+    /// @return how many there are
     std::size_t explore(const Moment& before, int length) {
         if (length == 0) {
             return 0;
@@ -393,7 +394,7 @@ class Walk {
             if (testing::Test::HasFailure()) {
                 break;  // one failure says enough
             }
-            // If a letter changes nothing at all, what may follow it is what may follow here.
+            // If a letter changes nothing at all, whatever may follow it may also follow here.
             sequences += 1 + (areSame(after, before) ? sequenceCount(length - 1)
                                                      : explore(after, length - 1));
         }
@@ -514,7 +515,7 @@ TEST(HotCornerLeaseWalk, NeverLosesTheUsersCornersInAnySequence) {
     RecordProperty("steps", std::to_string(walk.steps()));
 }
 
-/// One accident is enough: nothing can bring back a snapshot that has lost both copies while it is
+/// One accident is enough: nothing can bring back a snapshot once both copies are lost while it is
 /// needed.
 bool takesTheLastCopy(const Model& model, const Letter& letter) {
     const bool fromDisk = letter.kind == Kind::loseFile && !model.inMemory;

@@ -92,8 +92,7 @@ class HotCornerControl : public ProcessTest {
     }
 
     /// Performs the operation on this Mac with every combination of troubles.
-    /// @param predict completes what is expected; the Mac's state is already there, as it was
-    /// before
+    /// @param predict completes what is expected, which begins with the Mac's state before
     void expectWhateverFails(const json& mac,
                              const std::function<bool(const std::string& domain)>& operation,
                              const std::function<void(Expected&, const Trouble&)>& predict) {
@@ -117,7 +116,7 @@ class HotCornerControl : public ProcessTest {
     }
 };
 
-/// The end of a suppression and of a restore: what follows the written preferences.
+/// Adds what follows the written preferences, in a suppression and in a restore alike.
 /// @param expected in: the live state before; out: everything but the preferences
 void concludeWriting(Expected& expected, const Trouble& trouble, const json& asked,
                      const std::string& functionsMissing, const std::string& unreadable) {
@@ -282,7 +281,7 @@ TEST_F(HotCornerControl, GivesTheDockTheExtremesOf32Bits) {
     startWith(suppressedMac(), {});
     const DockHotCornerSnapshot snapshot(least, greatest, -1, 0, greatest, least + 1, 7, -7,
                                          std::nullopt, std::nullopt);
-    // The Dock has taken them all, but one of them reads like an unfilled value.
+    // The Dock took them all, but one of them reads like an unfilled value.
     EXPECT_FALSE(Override::restore(snapshot, theDock));
     EXPECT_EQ(liveCorners(), json({{least, -1, greatest, 7}, {greatest, 0, least + 1, -7}}));
     EXPECT_EQ(takeLog(), Lines{"warn: hot-corner restore could not be verified because the "

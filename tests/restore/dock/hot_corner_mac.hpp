@@ -59,7 +59,7 @@ inline const std::string usersSnapshotText =
     R"({"blModifier":131072,"brCorner":13,"brModifier":0,"liveActions":[5,2,1,13],)"
     R"("liveModifiers":[1048576,0,131072,524288],"tlCorner":5,"tlModifier":1048576,"trCorner":2})";
 
-/// The corners of that Mac once they are suppressed: modifiers stay in the preferences.
+/// That Mac's preferences once its corners are suppressed: the modifiers stay.
 inline nlohmann::json suppressedPreferences() {
     nlohmann::json preferences = usersPreferences();
     for (const char* key :
@@ -97,7 +97,7 @@ inline std::string synchronizes(bool success, const std::string& domain = theDoc
     return callLine("CFPreferencesAppSynchronize", {domain}, success);
 }
 
-/// Without object and user info, delivered immediately.
+/// Without an object or user info, delivered immediately.
 inline std::string posts(const std::string& notification) {
     return callLine("CFNotificationCenterPostNotification", {notification, nullptr, nullptr, true});
 }
@@ -109,7 +109,7 @@ inline std::string setsCorner(std::int64_t action, std::int64_t corner, std::int
 
 inline const std::string readsCorners = "CoreDockGetExposeCornerActionsWithModifiers []";
 
-/// Synchronising, then both notifications, whether or not it succeeded.
+/// Synchronising, then both notifications, whether or not it succeeds.
 inline Lines announces(bool success, const std::string& domain = theDock) {
     return {synchronizes(success, domain), posts("com.apple.dock.prefchanged"),
             posts("com.apple.dock.hotcorner.updated")};

@@ -45,7 +45,8 @@ class SkyLight {
     bool has(std::size_t function) const { return (present_ >> function & 1U) != 0; }
     bool hasConnectionAnd(std::size_t function) const { return has(0) && has(function); }
 
-    /// Whether single displays' menu bars can be handled: all but the active display's identifier.
+    /// Whether menu bars can be handled per display; only the active display's identifier is not
+    /// needed for that.
     bool isComplete() const { return (present_ | 1U << 4U) == (1U << 6U) - 1; }
 
     nlohmann::json missing() const {
@@ -58,7 +59,7 @@ class SkyLight {
         return names;
     }
 
-    /// What is logged when it is looked up.
+    /// What is logged when the functions are looked up.
     Lines warnings() const { return isComplete() ? Lines{} : Lines{unavailableWarning}; }
 
   private:
@@ -91,7 +92,7 @@ inline nlohmann::json macWith(const std::vector<nlohmann::json>& displays) {
     return {{"displays", displays}};
 }
 
-/// The machine's override of a display.
+/// A display's override on the simulated Mac.
 inline bool menuBarOverride(CGDirectDisplayID id) {
     const nlohmann::json displays = simulator::machine()["displays"];
     for (const nlohmann::json& display : displays) {
@@ -117,7 +118,7 @@ inline MenuBarDisplayVisibilityOverride recordOf(std::uint32_t serial, int portN
 inline const std::string hideKey = "_HIHideMenuBar";
 inline const std::string visibleInFullscreenKey = "AppleMenuBarVisibleInFullscreen";
 
-/// Whether a preference or a snapshot's value is on, or absent.
+/// The value of a preference or in a snapshot: on, off or absent.
 using Switch = std::optional<bool>;
 
 inline std::string setsPreference(const std::string& key, Switch value) {
@@ -142,7 +143,7 @@ inline std::string postsMarked(const std::string& notification) {
                     {notification, nullptr, {{"TolvaranMenuBarPolicyChange", true}}, true});
 }
 
-/// One global apply.
+/// The calls of one global apply.
 inline Lines appliesGlobal(Switch hide, Switch visibleInFullscreen, bool synchronizes = true,
                            int switchResult = 0) {
     return stores(hide, visibleInFullscreen, synchronizes) +
@@ -162,7 +163,7 @@ inline std::string readsOverride(CGDirectDisplayID id, bool result) {
                     result);
 }
 
-/// One override that shows at once.
+/// The calls for one override that shows at once.
 inline Lines putsBack(CGDirectDisplayID id, bool enabled) {
     return {setsOverride(id, enabled), readsOverride(id, enabled)};
 }

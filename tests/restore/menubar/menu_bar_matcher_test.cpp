@@ -191,8 +191,8 @@ TEST(MenuBarMatcher, ARecordThatLosesItsDisplayIsNotMovedToAnother) {
                 ElementsAre("display 1", "superseded"));
 }
 
-// Every assignment of identities to several records and displays, against the rules in another
-// form: by ranks of pairs that are known beforehand, without an order of evaluation.
+// Every assignment of identities to several records and displays, against another form of the
+// rules: ranks of pairs that are known beforehand, without an order of evaluation.
 
 /// How well a record fits a display, 0 for not at all.
 int rank(const Record& saved, const Candidate& display) {
@@ -222,7 +222,7 @@ struct Domain {
     std::vector<Candidate> candidates;
     std::vector<std::vector<int>> ranks;  // by record and candidate
 
-    /// @param hardwareIDs those that records have
+    /// @param hardwareIDs the ones that records have
     explicit Domain(const std::vector<std::optional<std::string>>& hardwareIDs) {
         for (const auto& hardwareID : hardwareIDs) {
             for (const char* const canonicalID : {"A", "P"}) {
@@ -282,7 +282,7 @@ struct Assignment {
         return result;
     }
 
-    /// Whether the first record is to have the display that the other one wishes for.
+    /// Whether the first record is to get the display that the other one wishes for.
     bool isPreferred(std::size_t recordPlace, std::size_t otherPlace) const {
         const Target wanted = wish(otherPlace);
         if (!wanted.matchedDisplay() || wish(recordPlace) != wanted) {
@@ -375,7 +375,7 @@ class Checker {
         return all;
     }
 
-    /// Whether every dropped record agrees with a display that another record has got.
+    /// Whether every dropped record agrees with a display that another record got.
     static bool noneIsLost(const std::vector<Target>& targets, const Assignment& assignment) {
         for (std::size_t place = 0; place < targets.size(); ++place) {
             const auto ownsItsDisplay = [&](const Target& other) {
@@ -443,7 +443,7 @@ std::set<int> ranksIn(const Domain& domain) {
 }
 
 TEST(MenuBarMatcherExhaustive, TheDomainsHoldEveryDegreeOfAgreement) {
-    // None; by the port alone, which then agrees; and on the other bases without and with the port.
+    // None; the two that need the port; and each other basis, without the port and with it.
     const auto every = ElementsAre(0, 2, 4, 5, 6, 7, 8, 9, 10);
     EXPECT_THAT(ranksIn(smallDomain), every);
     EXPECT_THAT(ranksIn(largeDomain), every);

@@ -17,7 +17,7 @@ using Record = MenuBarDisplayVisibilityOverride;
 using Records = std::vector<Record>;
 using Outcome = MenuBarRestoreOutcome;
 
-/// A snapshot whose global preferences are back already, so that only its records matter.
+/// A snapshot whose global preferences are already restored, so that only its records matter.
 Snapshot ofRecords(const Records& records) {
     return {.displayVisibilityOverrides = records, .globalRestored = true};
 }
@@ -29,7 +29,7 @@ Outcome outcome(const Records& unsettled, bool onlyAbsent) {
 
 const std::string setter = "SLSSetMenuBarVisibilityOverrideOnDisplay";
 
-// Two displays, and records of other overrides than they have.
+// Two displays, and records whose overrides differ from theirs.
 const json firstDisplay = display(7, 1, 1, false);
 const json secondDisplay = display(8, 2, 2, true);
 const Records theirRecords = {recordOf(1, 1, true), recordOf(2, 2, false)};
@@ -175,7 +175,7 @@ TEST(MenuBarRestore, DisplaysMayComeAndGoWhileTheyAreListed) {
          putsBack(8, false),
          outcome({theirRecords[0]}, true)},
         {"the only one goes", {firstDisplay}, disconnect(7), {}, outcome(theirRecords, true)},
-        // There is room for as many as were counted; the next run sees the other one.
+        // There is room only for as many as were counted; the next run sees the other one.
         {"one comes",
          {firstDisplay},
          connect(secondDisplay),
@@ -293,7 +293,7 @@ std::vector<double> readTimes() {
     return times;
 }
 
-/// The times of a read at once and of one after each of this many waits of 0.025 s.
+/// The times of a read at once and of another after each of this many waits of 0.025 s.
 std::vector<double> readsAfter(int waits) {
     std::vector<double> times;
     for (int wait = 0; wait <= waits; ++wait) {
@@ -464,7 +464,7 @@ TEST(MenuBarBaseline, AnAmbiguousRecordIsNotABaseline) {
               (std::vector{one, other}));
 }
 
-TEST(MenuBarBaseline, ARecordMayBelongByTheFingerprintOfTheDisplayItself) {
+TEST(MenuBarBaseline, ARecordMayMatchTheDisplaysOwnFingerprint) {
     SimulatedProcess process(macOfIdentities());
     const MenuBarDisplayIdentity twin(7, port(1), std::nullopt, port(1));
     EXPECT_THAT(MenuBarAutohide::displaysWithoutBaseline({twin}, {recordOf(1, 9, true)}),

@@ -1,4 +1,4 @@
-// A locale in which numbers look different, for tests that text does not follow the user's region.
+// A locale in which numbers look different, to test that text does not follow the user's region.
 #pragma once
 
 #include <locale>
@@ -6,9 +6,9 @@
 
 namespace tolvaran::tests {
 
-/// While it lives, numbers have a decimal comma and thousands are grouped by dots: in C++ streams
-/// always, through a facet of its own; in C functions if one of the usual locales of such a region
-/// is installed. Prints a note if none is, since then only the streams are tested.
+/// For its lifetime, numbers have a decimal comma and dots between thousands: in C++ streams
+/// always, through a facet of its own; in C functions if a common locale of such a region is
+/// installed. Prints a note if none is, since then only the streams are tested.
 class DecimalCommaLocale {
   public:
     DecimalCommaLocale();

@@ -80,7 +80,7 @@ TEST_F(DisplayModes, AreListedInTheWindowServersOrder) {
     EXPECT_EQ(DisplayModeControl::modes(7), threeModes);
 }
 
-TEST_F(DisplayModes, OfADisplayThatIsGoneAreNone) {
+TEST_F(DisplayModes, AreNoneForADisplayThatIsGone) {
     resetMac(threeModes, 1);
     EXPECT_THAT(DisplayModeControl::modes(8), IsEmpty());
     EXPECT_EQ(DisplayModeControl::currentModeNumber(8), std::nullopt);
@@ -103,7 +103,7 @@ TEST_F(DisplayModes, AreNoneWhenTheyCannotBeCounted) {
     EXPECT_THAT(DisplayModeControl::modes(7), IsEmpty());
 }
 
-TEST_F(DisplayModes, CountByWhatIsFilledInWhateverTheCallsReturn) {
+TEST_F(DisplayModes, AreTakenAsFilledInWhateverTheCallsReturn) {
     for (const std::string call :
          {"CGSGetNumberOfDisplayModes", "CGSGetDisplayModeDescriptionOfLength",
           "CGSGetCurrentDisplayMode"}) {
@@ -126,19 +126,19 @@ TEST_F(DisplayModes, AreListedUpToTheGreatestCount) {
     EXPECT_EQ(DisplayModeControl::currentMode(7), many.back());
 }
 
-TEST_F(DisplayModes, AreListedAsFarAsTheCountGoes) {
+TEST_F(DisplayModes, AreListedUpToTheClaimedCount) {
     resetMac(threeModes, 1);
     simulator::devices::claimModeCount(7, 2);
     EXPECT_THAT(numbers(DisplayModeControl::modes(7)), ElementsAre(1, 2));
 }
 
-TEST_F(DisplayModes, OfARefusedIndexAreZeros) {
+TEST_F(DisplayModes, AreZerosAtARefusedIndex) {
     resetMac(threeModes, 1);
     simulator::addFault({{"call", "CGSGetDisplayModeDescriptionOfLength"},
                          {"result", 1001},
                          {"skip", 1},
                          {"times", 1}});
-    // In the middle: nothing of the mode before may show through.
+    // In the middle: nothing of the previous mode may show through.
     EXPECT_EQ(DisplayModeControl::modes(7),
               (Modes{threeModes[0], DisplayModeDescriptor{}, threeModes[2]}));
 
@@ -149,7 +149,7 @@ TEST_F(DisplayModes, OfARefusedIndexAreZeros) {
     EXPECT_EQ(beyond[4], DisplayModeDescriptor{});
 }
 
-TEST_F(CurrentDisplayMode, IsTheListedOneOfTheCurrentNumber) {
+TEST_F(CurrentDisplayMode, IsTheListedModeWithTheCurrentNumber) {
     resetMac(threeModes, 5);
     EXPECT_EQ(DisplayModeControl::currentModeNumber(7), 5);
     EXPECT_EQ(DisplayModeControl::currentMode(7), threeModes[2]);
@@ -162,7 +162,7 @@ TEST_F(CurrentDisplayMode, MayHaveNumberZero) {
     EXPECT_EQ(DisplayModeControl::currentMode(7), modes[1]);
 }
 
-TEST_F(CurrentDisplayMode, IsTheFirstListedOfItsNumber) {
+TEST_F(CurrentDisplayMode, IsTheFirstListedModeWithItsNumber) {
     const Modes modes{mode(4, 800, 600, 60), mode(5, 1920, 1080, 60), mode(5, 1280, 720, 60)};
     resetMac(modes, 5);
     EXPECT_EQ(DisplayModeControl::currentMode(7), modes[1]);
@@ -212,7 +212,7 @@ TEST_F(ApplyingADisplayMode, FailsWithAnErrorEvenWhenThereIsAHandle) {
         {{"call", "CGBeginDisplayConfiguration"}, {"result", 1000}, {"effect", true}});
     EXPECT_FALSE(DisplayModeControl::apply(2, 7));
     EXPECT_EQ(callLines().size(), 1U);
-    // Nothing is known of such a handle, so it is left alone.
+    // Nothing is known about such a handle, so it is left alone.
     EXPECT_EQ(simulator::openConfigurations(), 1U);
     simulator::reset();
 }
@@ -491,7 +491,7 @@ TEST(ExactMatchProperty, IsTheFirstOfTheBestCandidates) {
             continue;
         }
         ++found;
-        std::ranges::stable_sort(candidates, {}, rank);  // of one size and scaledness
+        std::ranges::stable_sort(candidates, {}, rank);  // all of one size and scaledness
         EXPECT_EQ(*match, candidates.front());
     }
     EXPECT_GT(found, rounds / 10);  // otherwise the lists would prove little

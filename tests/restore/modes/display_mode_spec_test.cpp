@@ -31,7 +31,7 @@ TEST(DisplayModeSpec, IsBuiltFromItsFieldsInOrder) {
     EXPECT_EQ(spec.hz, 60);
 }
 
-// One more than the original in each field: none may be left out of equality or of the hash.
+// The original, and a variation of each field: equality and the hash may leave none out.
 const std::vector<DisplayModeSpec> variations{{2560, 1440, true, 60},
                                               {2561, 1440, true, 60},
                                               {2560, 1441, true, 60},
@@ -225,8 +225,7 @@ TEST(DisplayModeSpec, AspectRatios) {
     expectRatios();
 }
 
-TEST(DisplayModeSpec, AspectRatioTriesSixteenToTenFirst) {
-    // 8:5 lies far from 16:9, but every multiple of it must come out alike.
+TEST(DisplayModeSpec, AspectRatioIsTheSameForEveryMultiple) {
     for (std::int64_t factor = 1; factor <= 1000; ++factor) {
         ASSERT_EQ(sized(8 * factor, 5 * factor).aspectRatioString(), "16:10") << factor;
         ASSERT_EQ(sized(16 * factor, 9 * factor).aspectRatioString(), "16:9") << factor;

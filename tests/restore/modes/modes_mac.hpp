@@ -1,4 +1,4 @@
-// Displays with modes, for the tests of what is restored of them.
+// Displays with modes, for the tests of restoring modes.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,7 @@ inline nlohmann::json usableMode(std::int32_t number, std::int32_t width, std::i
             {"depth", 8},       {"hz", hz},   {"density", density}};
 }
 
-/// A display whose hardware ID is hardwareIDOf() its ID. It shows the first of its modes,
-/// 1920 × 1080.
+/// A display with the hardware ID hardwareIDOf(id). It shows the first of its modes, 1920 × 1080.
 inline nlohmann::json displayWithModes(std::uint32_t id) {
     return {{"id", id},
             {"vendor", 10},

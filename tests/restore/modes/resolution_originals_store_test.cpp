@@ -88,7 +88,7 @@ TEST_F(ResolutionOriginals, MayHoldWholeNumbersWithAFractionAndUnknownKeys) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(ResolutionOriginals, LoseEntriesThatNoDisplayCouldHaveSilently) {
+TEST_F(ResolutionOriginals, SilentlyLoseEntriesThatNoDisplayCouldHave) {
     Store::save(
         fileWith({{"zero width", {0, 1, false, 60}},
                   {"negative width", {-2560, 1440, false, 60}},
@@ -155,7 +155,7 @@ TEST_F(ResolutionOriginals, RecordTheFirstModeOfADisplay) {
 }
 
 TEST_F(ResolutionOriginals, AreNotTouchedByASecondModeOfADisplay) {
-    // Not as this system would write it, so that any rewriting shows.
+    // In a form that the store does not write, so that a rewrite shows.
     const std::string text =
         R"( {"version":1, "entries":{"a":{"width":2560,"height":1440,"scaled":true,"hz":60},
             "invalid":{"width":0,"height":0,"scaled":true,"hz":60}}} )";

@@ -25,7 +25,7 @@ using Entries = std::map<std::string, DisplayModeSpec>;
 const std::string storeUnusable =
     "warn: resolution originals file missing/wrong version/unparseable, starting fresh";
 
-/// The display with another value.
+/// The display with one value replaced.
 json displayWith(std::uint32_t id, const std::string& key, const json& value) {
     json result = displayWithModes(id);
     result[key] = value;
@@ -56,7 +56,7 @@ struct Switch {
     std::int32_t mode;
 };
 
-/// The calls for it, with the results of the last two.
+/// The calls for the switch, with the results of the last two.
 Lines callsOf(const Switch& wanted, int refusal = 0, int completion = 0) {
     return {callLine("CGBeginDisplayConfiguration", json::array(), 0),
             callLine("CGSConfigureDisplayMode", {wanted.display, wanted.mode}, refusal),
@@ -69,7 +69,7 @@ class ResolutionRestoring : public ProcessTest {
         ResolutionOriginalsStore::save({.version = 1, .entries = entries}, path_);
     }
 
-    /// Expects the file to hold these entries as they are written; without entries, no file.
+    /// Expects the file to hold exactly these entries, or no file if there are none.
     void expectRecorded(const Entries& entries) const {
         const ResolutionOriginalsFile file{.version = 1, .entries = entries};
         EXPECT_EQ(readFile(path_),
@@ -362,13 +362,13 @@ TEST_F(ResolutionRestoring, TakesTheDisplaysThatItIsGiven) {
     expectRecorded({{"a", small}, {"c", small}});
     EXPECT_EQ(ResolutionRestore::restorePending({}, path_), 0);
     EXPECT_EQ(takeLog(), Lines{restored("b")});
-    // Display 99 is gone meanwhile.
+    // Display 99 has gone meanwhile.
     EXPECT_EQ(ResolutionRestore::restorePending({{"a", 99}}, path_), 0);
     EXPECT_EQ(takeLog(), Lines{noExactMode("a")});
 }
 
 // The main application at work between two of our reads. It acts during a call to the window
-// server, when the copy that the restore uses is already in memory.
+// server, after the restore has read the records.
 
 class ResolutionRestoringMeanwhile : public ResolutionRestoring {
   protected:
@@ -430,7 +430,7 @@ TEST_F(ResolutionRestoringMeanwhile, AddsAndClearsAtOnce) {
     expectRecorded({{"new", small}});
 }
 
-TEST_F(ResolutionRestoringMeanwhile, SeesRecordsForDisplaysThatWereAddedBeforeItReadThem) {
+TEST_F(ResolutionRestoringMeanwhile, RestoresNothingThatIsClearedWhileDisplaysAreListed) {
     during("CGGetActiveDisplayList", [this] {
         ResolutionOriginalsStore::clear(firstID, path_);
         ResolutionOriginalsStore::clear(secondID, path_);

@@ -21,7 +21,7 @@ TEST(RestoreLog, DropsMessagesUntilAHostSetsTheSinks) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-/// Whether a sink that was set during static initialisation is called once that is over.
+/// Sets a sink during static initialisation and keeps what it receives afterwards.
 class EarlySink : public testing::Environment {
   public:
     EarlySink() {

@@ -158,7 +158,7 @@ TEST_F(FilesAtOnce, ARecoveryRemovesOnlyWhatItHasFound) {
     }
 }
 
-TEST_F(FilesAtOnce, ARecoveryWritesOnlyIfItFoundTheRecordThatItGoesBy) {
+TEST_F(FilesAtOnce, ARecoveryWritesOnlyOverTheRecordThatItFound) {
     forEveryCall(
         "a",
         [](const auto& path) {
@@ -322,7 +322,7 @@ TEST_F(FilesAtOnce, ARecoveryCoversEveryRecordOfALargeDirectory) {
     constexpr int count = 200;
     for (int n = 0; n < count; ++n) {
         writeFile(directory_ / ("record" + std::to_string(n)), "a");
-        // Counts as missing.
+        // A dangling link counts as missing.
         std::filesystem::create_symlink("nowhere", directory_ / ("link" + std::to_string(n)));
     }
     const std::string changed = directory_ / "record77";
@@ -353,7 +353,7 @@ TEST_F(FilesAtOnce, ARecordThatAnotherProcessHasMovedAsideIsNotMissing) {
         const std::string aside = asideBy(endedProcess());
         writeFile(directory / aside, "a");
         {
-            // A helper restores by what it has found.
+            // A recovery goes by what it found when it began.
             const Recovery recovery(directory.path(), Recovery::Scope::directory);
             look(path);
             EXPECT_EQ(directory.list(), Lines{aside});
@@ -407,7 +407,7 @@ TEST_F(FilesAtOnce, ARecoveryLeavesAloneWhatAProcessThatStillRunsHasWritten) {
     EXPECT_EQ(directory_.list(), Lines{});
 }
 
-TEST_F(FilesAtOnce, AProcessThatOnlyLooksDoesNotKeepARecoveryFromItsWork) {
+TEST_F(FilesAtOnce, AProcessThatOnlyLooksDoesNotHinderARecovery) {
     writeFile(path_, "old");
     besideAnother([&] { update(path_, [](const auto&) { return Change{}; }); },
                   [&] { EXPECT_TRUE(mayRemove(directory_.path())); });
@@ -443,7 +443,7 @@ TEST_F(FilesAtOnce, AProcessThatCouldNotShowItsPresenceTriesAgainWithTheNextChan
         [&] { EXPECT_FALSE(mayRemove(directory_.path())); });
 }
 
-/// When the pauses of a process end that is always overtaken.
+/// When each pause of a process that is always overtaken ends.
 std::vector<double> pauses(pid_t pid) {
     const TemporaryDirectory directory;
     simulator::reset();

@@ -201,7 +201,7 @@ TEST_F(Files, CopiesWhatItCannotMoveToAnotherVolume) {
 }
 
 TEST_F(Files, WhatCannotBeCopiedToAnotherVolumeStaysWhereItIs) {
-    // Whatever the copy fails at.
+    // Whichever call of the copy fails.
     for (const std::string call : {"open", "read", "mkostemp", "write", "fsync", "rename"}) {
         writeFile(path("from"), "new");
         writeFile(path("to"), "old");
@@ -342,8 +342,8 @@ TEST_F(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
     EXPECT_EQ(files(), Lines{"log"});
 }
 
-TEST_F(Files, ReadsOnlyTheBeginningOfAnEndlessFile) {
-    // Not exposed to faults, which would look at each of very many calls.
+TEST_F(Files, ReadsOnlyTheBeginningOfAHugeFile) {
+    // Not exposed to faults: checking each of so many calls would take long.
     const TemporaryDirectory directory;
     writeFile(directory / "huge", "");
     ASSERT_EQ(::truncate((directory / "huge").c_str(), 1'000'000'000'000), 0);

@@ -22,12 +22,12 @@ struct Record {
     bool operator==(const Record&) const = default;
 };
 
-/// None of its content is read.
+/// A record without fields: none of its content is read.
 struct Nothing {
     bool operator==(const Nothing&) const = default;
 };
 
-/// Has a rule of its own for each direction.
+/// A record with its own rule for each direction.
 struct Even {
     std::int64_t number = 0;
     std::vector<std::int64_t> others = {};  // may be missing

@@ -28,7 +28,7 @@ TEST(ProcessWide, IsCreatedOnceForThreadsThatAskAtTheSameTime) {
     std::atomic<int> created = 0;
     const auto create = [&] {
         const int number = ++created;
-        // Until another thread creates it too, or would have done so long ago.
+        // Waits until another thread creates it too, or would have long since.
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
         while (created == 1 && std::chrono::steady_clock::now() < end) {
             std::this_thread::yield();

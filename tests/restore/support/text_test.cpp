@@ -12,7 +12,7 @@ namespace {
 
 using namespace text;
 
-/// A locale as in much of Europe: decimal comma, dots between thousands.
+/// The punctuation of much of Europe: a decimal comma, dots between thousands.
 class CommaPunctuation : public std::numpunct<char> {
   protected:
     char do_decimal_point() const override { return ','; }
@@ -86,8 +86,8 @@ TEST(Text, TrimsEveryBlankAndLineEndOfUnicode) {
         {"\u00A0\u0085", ""},
         {"a\u2003b\u00A0", "a\u2003b"},
         {"\u2060a\uFEFF", "\u2060a\uFEFF"},  // zero width, and not blanks
-        {"\u00E0a\u00E0", "\u00E0a\u00E0"},  // à ends like a no-break space
-        {"\240a\240", "\240a\240"},          // its last byte alone
+        {"\u00E0a\u00E0", "\u00E0a\u00E0"},  // the last byte of à is also that of a no-break space
+        {"\240a\240", "\240a\240"},          // that byte alone
         {"\x85", "\x85"},
         {"\xC2", "\xC2"},
         {"a\xE2\x80", "a\xE2\x80"},
