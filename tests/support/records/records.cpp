@@ -36,7 +36,7 @@ std::string withoutHugeNumbers(const std::string& text) {
     return result;
 }
 
-/// The content as a document. Text with a zero byte is not one, nor is text nested too deeply.
+/// The content as a document. Text with a zero byte or nested too deeply is not one.
 json parsed(const std::string& content) {
     constexpr int deepest = 512;
     bool isTooDeep = content.find('\0') != std::string::npos;
