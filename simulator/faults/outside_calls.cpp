@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <stdexcept>
 
@@ -137,16 +138,16 @@ Forms resultsAfterEffect(const Forms& values) {
     return all;
 }
 
-Forms errors(const std::vector<std::string>& names) {
+Forms errors(std::initializer_list<const char*> names) {
     return results(Forms(names.begin(), names.end()));
 }
 
-Forms errorsAfterEffect(const std::vector<std::string>& names) {
+Forms errorsAfterEffect(std::initializer_list<const char*> names) {
     return resultsAfterEffect(Forms(names.begin(), names.end()));
 }
 
 /// A read or write that moves only this many bytes.
-Forms shortTransfers(const std::vector<int>& sizes) {
+Forms shortTransfers(std::initializer_list<int> sizes) {
     Forms all;
     for (const int size : sizes) {
         all.push_back({{"result", {{"bytes", size}}}});
@@ -170,10 +171,17 @@ struct OutsideCall {
     std::vector<json> failures;
 };
 
-std::map<std::string, OutsideCall> readTable() {
+using Table = std::map<std::string, OutsideCall>;
+
+// A function of its own, for a hundred insertions inlined into one function take long to compile.
+void add(Table& table, const char* function, Read readResult, const forms::Forms& failures) {
+    table[function] = {readResult, failures};
+}
+
+Table readTable() {
     using namespace forms;
-    std::map<std::string, OutsideCall> table;
-#define APPLE_CALL(function, result, ...) table[#function] = {readers::result, __VA_ARGS__};
+    Table table;
+#define APPLE_CALL(function, result, ...) add(table, #function, readers::result, __VA_ARGS__);
 #define HOST_CALL APPLE_CALL
 #include "simulator/faults/outside_calls.def"
 #undef HOST_CALL
@@ -181,7 +189,7 @@ std::map<std::string, OutsideCall> readTable() {
     return table;
 }
 
-const std::map<std::string, OutsideCall>& table() {
+const Table& table() {
     static const auto& all = *new std::map(readTable());
     return all;
 }

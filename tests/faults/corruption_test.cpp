@@ -16,7 +16,6 @@
 #include <filesystem>
 #include <iterator>
 #include <optional>
-#include <regex>
 #include <set>
 #include <utility>
 
@@ -130,7 +129,7 @@ class CorruptionTrial {
         : file_(std::move(file)),
           record_(*findRecord(file_.path)),
           scenario_(simulator::loadScenario(file_.scenario)),
-          own_("files/" + std::regex_replace(file_.path, std::regex("/"), "~1")),
+          own_("files" + (json::json_pointer() / file_.path).to_string()),
           whole_(play(withFile(scenario_, file_.path, file_.content), file_.path)),
           absent_(play(withFile(scenario_, file_.path, std::nullopt), file_.path)) {}
 
