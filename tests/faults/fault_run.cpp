@@ -146,7 +146,8 @@ simulator::Scenario Trial::scenarioFor(FaultRun& run, const std::string& root) c
     simulator::Scenario scenario = story_.scenario;
     for (simulator::PlannedEvent& event : scenario.timeline) {
         if (event.document.contains("write")) {
-            event.perform = [&run, root, path = event.document.at("write").at("path").get<std::string>(),
+            event.perform = [&run, root,
+                             path = event.document.at("write").at("path").get<std::string>(),
                              write = event.perform] {
                 write();
                 run.filesBefore[path] = simulator::stateFiles(root + "/Logs").at(path);
