@@ -12,7 +12,6 @@
 #include "simulator/machine/machine.hpp"
 
 const CFStringRef kCFPreferencesAnyApplication = CFSTR("kCFPreferencesAnyApplication");
-const CFStringRef kCFPreferencesCurrentApplication = CFSTR("kCFPreferencesCurrentApplication");
 const CFStringRef kCFPreferencesAnyHost = CFSTR("kCFPreferencesAnyHost");
 const CFStringRef kCFPreferencesCurrentHost = CFSTR("kCFPreferencesCurrentHost");
 const CFStringRef kCFPreferencesAnyUser = CFSTR("kCFPreferencesAnyUser");

@@ -29,7 +29,6 @@ bool isNull(CGRect rect) {
 extern "C" {
 
 const CGPoint CGPointZero{0, 0};
-const CGSize CGSizeZero{0, 0};
 const CGRect CGRectZero{{0, 0}, {0, 0}};
 const CGRect CGRectNull{{infinity, infinity}, {0, 0}};
 

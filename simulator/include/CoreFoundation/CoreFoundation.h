@@ -213,7 +213,6 @@ CFStringRef CFUUIDCreateString(CFAllocatorRef alloc, CFUUIDRef uuid);
 // Preferences.
 
 extern const CFStringRef kCFPreferencesAnyApplication;
-extern const CFStringRef kCFPreferencesCurrentApplication;
 extern const CFStringRef kCFPreferencesAnyHost;
 extern const CFStringRef kCFPreferencesCurrentHost;
 extern const CFStringRef kCFPreferencesAnyUser;

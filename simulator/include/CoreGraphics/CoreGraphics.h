@@ -33,7 +33,6 @@ struct CGRect {
 };
 
 extern const CGPoint CGPointZero;
-extern const CGSize CGSizeZero;
 extern const CGRect CGRectZero;
 extern const CGRect CGRectNull;
 
