@@ -108,7 +108,7 @@ bool mayTryRow(const Arrangement& row) {
 }
 
 bool haveLeftZigzag() {
-    return memory().leftZigzag && !memory().exclusions.empty();
+    return memory().leftZigzag && isExcluded([](const Exclusion&) { return true; });
 }
 
 }  // namespace tolvaran::repair_attempts

@@ -143,5 +143,13 @@ TEST_F(RepairAttemptsTest, EndsWithTheProcess) {
     EXPECT_TRUE(mayTry(at(1)));
 }
 
+TEST_F(RepairAttemptsTest, AZigzagIsNoLongerLeftByAnArrangementThatMayBeTriedAgain) {
+    exhaust(at(1));
+    simulator::advance(599);
+    EXPECT_TRUE(repair_attempts::haveLeftZigzag());
+    simulator::advance(1);
+    EXPECT_FALSE(repair_attempts::haveLeftZigzag());
+}
+
 }  // namespace
 }  // namespace tolvaran::tests
