@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -289,6 +290,22 @@ TEST_F(FilesAtOnce, ARecoveryKnowsItsOwnChanges) {
     EXPECT_TRUE(isChangedByAnother(path_));
     EXPECT_THROW(writeAtomically(path_, "d"), Error);
     EXPECT_EQ(directory_.list(), Lines{});
+}
+
+TEST_F(FilesAtOnce, ARecoveryKeepsSixtyFourFilesOpenAtMost) {
+    for (int number = 100; number < 165; ++number) {
+        writeFile(directory_ / ("record" + std::to_string(number)), "a");
+    }
+    const auto openDescriptors = [] {
+        const std::filesystem::directory_iterator entries("/proc/self/fd");
+        return std::distance(begin(entries), end(entries));
+    };
+    const auto before = openDescriptors();
+    {
+        const Recovery all(directory_.path(), Recovery::Scope::directory);
+        EXPECT_EQ(openDescriptors() - before, 64);
+    }
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {

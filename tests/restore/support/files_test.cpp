@@ -41,6 +41,18 @@ TEST_F(Files, WritesAndReadsBack) {
     EXPECT_EQ(files(), Lines{"record"});
 }
 
+TEST_F(Files, RemovesNothingAfterAWriteThatSucceeded) {
+    Lines called;
+    simulator::decideCalls([&](const std::string& function) {
+        called.push_back(function);
+        return nlohmann::json();
+    });
+    writeAtomically(path("record"), "first");
+    simulator::decideCalls(nullptr);
+    EXPECT_EQ(std::ranges::count(called, "rename"), 1);
+    EXPECT_EQ(std::ranges::count(called, "unlink"), 0);
+}
+
 TEST_F(Files, ReadsOnlyRegularFiles) {
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
     ASSERT_EQ(::symlink("loop", path("loop").c_str()), 0);

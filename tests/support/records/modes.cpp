@@ -22,8 +22,12 @@ bool isResolutionOriginals(const json& value) {
     return has(value, "version", isVersion<1>) && has(value, "entries", isMapOf<isMode>);
 }
 
+double number(const json& object, const char* key) {
+    return object.at(key).get<double>();
+}
+
 bool isPossible(const json& spec) {
-    return spec.at("width") > 0 && spec.at("height") > 0 && spec.at("hz") >= 0;
+    return number(spec, "width") > 0 && number(spec, "height") > 0 && number(spec, "hz") >= 0;
 }
 
 bool shows(const json& display, const json& spec) {
@@ -31,8 +35,8 @@ bool shows(const json& display, const json& spec) {
     return std::any_of(modes.begin(), modes.end(), [&](const json& mode) {
         return mode.at("number") == display.at("mode") && mode.at("width") == spec.at("width") &&
                mode.at("height") == spec.at("height") &&
-               (mode.at("density") > 1.5) == spec.at("scaled") &&
-               (spec.at("hz") == 0 || std::round(mode.at("hz").get<double>()) == spec.at("hz"));
+               (number(mode, "density") > 1.5) == spec.at("scaled") &&
+               (spec.at("hz") == 0 || std::round(number(mode, "hz")) == spec.at("hz"));
     });
 }
 
