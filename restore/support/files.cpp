@@ -526,7 +526,11 @@ thread_local Recovery* innermostRecovery = nullptr;
 
 Recovery::Recovery(const std::string& path, Scope scope) noexcept : outer_(innermostRecovery) {
     try {
-        lookAt(path, scope);
+        if (scope == Scope::directory) {
+            lookAtDirectory(path);
+        } else if (!expected(path)) {
+            versions_[path] = Version::at(path);
+        }
     } catch (const std::bad_alloc&) {
         // Out of memory: it covers nothing, so each step has to look after its own record.
         directory_.clear();
@@ -539,13 +543,7 @@ Recovery::~Recovery() {
     innermostRecovery = outer_;
 }
 
-void Recovery::lookAt(const std::string& path, Scope scope) {
-    if (scope == Scope::record) {
-        if (!expected(path)) {
-            versions_[path] = Version::at(path);
-        }
-        return;
-    }
+void Recovery::lookAtDirectory(const std::string& path) {
     const Recovery* const outer = ofDirectory();
     if (outer != nullptr && outer->directory_ == path) {
         return;
@@ -558,22 +556,30 @@ void Recovery::lookAt(const std::string& path, Scope scope) {
     if (!names && isThere) {
         return;
     }
-    for (const std::string& name : names.value_or(std::vector<std::string>())) {
+    noteVersions(path, names.value_or(std::vector<std::string>()));
+    // Asked after looking, so that a process that appears later changes what has been seen.
+    noteOthers(path);
+    directory_ = path;
+}
+
+void Recovery::noteVersions(const std::string& directory, const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
         if (!makerOf(name, unfinishedMarker)) {
-            const Version version = Version::at(path + "/" + name);
-            versions_[path + "/" + name] =
-                versions_.size() < maximumRecords ? version : withoutFile(version);
+            const std::string path = directory + "/" + name;
+            const Version version = Version::at(path);
+            versions_[path] = versions_.size() < maximumRecords ? version : withoutFile(version);
         }
     }
+}
+
+void Recovery::noteOthers(const std::string& directory) {
     const Version none = noFilesVersion();
-    // Asked after looking, so that a process that appears later changes what has been seen.
-    metAnother_ = !versions_.empty() && isAnotherPresent(path);
+    metAnother_ = !versions_.empty() && isAnotherPresent(directory);
     if (metAnother_) {
         for (auto& [name, version] : versions_) {
             version = none;
         }
     }
-    directory_ = path;
 }
 
 const Recovery* Recovery::ofDirectory() {
@@ -797,6 +803,22 @@ void removeUnconditionally(const std::string& path) {
     flushDirectory(parentDirectory(path));
 }
 
+/// Removes the record that was moved aside; false if another process has already taken it. If it
+/// cannot be removed, it is put back.
+bool removeAside(const std::string& aside, const std::string& path) {
+    if (unlinkFile(aside) == 0) {
+        return true;
+    }
+    const int failure = errno;
+    const bool isTaken = failure == ENOENT && !status(aside);
+    putBack(aside, path);
+    if (isTaken) {
+        return false;
+    }
+    // Not ENOENT, which callers take for success: the record is back at its place.
+    throw Error("remove", path, failure == ENOENT ? EIO : failure);
+}
+
 /// Removes the record if it is still the expected one; false if it is not, or if another process
 /// has put it back because it was looking for it.
 bool tryToRemove(const std::string& path, const Version& expected) {
@@ -818,17 +840,7 @@ bool tryToRemove(const std::string& path, const Version& expected) {
         putBack(aside, path);
         return false;
     }
-    if (unlinkFile(aside) != 0) {
-        const int failure = errno;
-        const bool isPutBack = failure == ENOENT && !status(aside);
-        putBack(aside, path);
-        if (isPutBack) {
-            return false;
-        }
-        // Not ENOENT, which callers take for success: the record is back at its place.
-        throw Error("remove", path, failure == ENOENT ? EIO : failure);
-    }
-    if (expected.isAt(path)) {
+    if (!removeAside(aside, path) || expected.isAt(path)) {
         return false;
     }
     flushDirectory(parentDirectory(path));

@@ -210,7 +210,9 @@ class Recovery {
 
   private:
     bool concerns(const std::string& path) const;
-    void lookAt(const std::string& path, Scope scope);
+    void lookAtDirectory(const std::string& path);
+    void noteVersions(const std::string& directory, const std::vector<std::string>& names);
+    void noteOthers(const std::string& directory);
 
     std::string directory_;  // empty if only one record is covered
     std::map<std::string, Version> versions_;
