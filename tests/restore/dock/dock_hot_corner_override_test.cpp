@@ -287,6 +287,27 @@ TEST_F(HotCornerLeases, WhatIsInMemoryComesBeforeWhatIsOnDisk) {
     expectUsersCorners();
 }
 
+TEST_F(HotCornerLeases, WhatIsInMemoryGivesWayToWhatAnotherProcessSaves) {
+    enter(gameMode);
+    failCalls("CFPreferencesAppSynchronize", false);
+    exit(gameMode);
+    simulator::clearFaults();
+    takeCalls();
+    takeLog();
+    std::filesystem::remove(path_);
+    const std::string newer = R"({"tlCorner":1,"trCorner":1,"blCorner":1,"brCorner":1})";
+    simulator::exposeToFaults(std::filesystem::path(path_).parent_path());
+    simulator::onCall("mkostemp", [&] { writeFile(path_, newer); });
+    EXPECT_FALSE(restoreIfPending());
+    EXPECT_EQ(takeCalls(), Lines{});
+    EXPECT_EQ(takeLog(),
+              Lines{"warn: hot-corner restoreIfPending could not re-persist its recovery snapshot: "
+                    "could not persist hot-corner snapshot: write " +
+                    path_ + ": replace " + path_ + ": another process has changed it"});
+    EXPECT_EQ(readFile(path_), newer);
+    EXPECT_NE(DockHotCornerOverride::recoverableSnapshot(path_), usersSnapshot());
+}
+
 TEST_F(HotCornerLeases, RecoveryIgnoresWhatItCannotDecode) {
     writeFile(path_, R"({"liveActions":[1,1,1],"liveModifiers":[0,0,0]})");
     EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));

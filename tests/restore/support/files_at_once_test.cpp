@@ -252,6 +252,19 @@ TEST_F(FilesAtOnce, APowerCutCannotLoseARecordThatIsPutBack) {
     EXPECT_EQ(changes, (Lines{"link", "fcntl", "unlink"}));
 }
 
+TEST_F(FilesAtOnce, ARecordThatIsThereIsNotTakenForRemoved) {
+    writeFile(path_, "a");
+    const Recovery recovery(path_, Recovery::Scope::record);
+    simulator::addFault({{"call", "unlink"}, {"result", "ENOENT"}, {"times", 1}});
+    try {
+        remove(path_);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.code(), EIO);
+    }
+    EXPECT_EQ(readFile(path_), "a");
+}
+
 TEST_F(FilesAtOnce, NoProcessTriesForever) {
     simulator::addFault({{"call", "rename"}, {"result", "ENOENT"}});
     const double start = simulator::now();
