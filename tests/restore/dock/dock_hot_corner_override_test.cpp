@@ -211,6 +211,16 @@ TEST_F(HotCornerLeases, ASnapshotThatALeaseNeedsIsNotForgotten) {
     EXPECT_EQ(enter(gameMode), usersSnapshot());
 }
 
+TEST_F(HotCornerLeases, ASnapshotInMemoryIsForgottenWithoutALease) {
+    enter(gameMode);
+    failCalls("CFPreferencesAppSynchronize", false);
+    exit(gameMode);
+    DockHotCornerOverride::deleteSnapshot(path_);
+    EXPECT_TRUE(DockHotCornerOverride::hasRecoveryState(path_));
+    DockHotCornerOverride::forgetSnapshotInMemory();
+    EXPECT_FALSE(DockHotCornerOverride::hasRecoveryState(path_));
+}
+
 // --- Leases without any snapshot. No sequence of operations leads here, so the test puts the
 // process into such a state itself.
 

@@ -321,6 +321,15 @@ TEST_F(FilesAtOnce, ARecoveryKeepsSixtyFourFilesOpenAtMost) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST_F(FilesAtOnce, ADirectoryThatCannotBeOpenedShowsNoOtherProcess) {
+    writeFile(path_, "a");
+    simulator::addFault({{"call", "open"}, {"result", "EMFILE"}});
+    const Recovery all(directory_.path(), Recovery::Scope::directory);
+    simulator::clearFaults();
+    EXPECT_FALSE(all.metAnother());
+    EXPECT_FALSE(isChangedByAnother(path_));
+}
+
 TEST_F(FilesAtOnce, ARecoveryThatBeganEarlierDecides) {
     const Recovery all(directory_.path(), Recovery::Scope::directory);
     inAnotherProcess([&] { writeAtomically(path_, "b"); });

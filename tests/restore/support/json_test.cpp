@@ -307,6 +307,7 @@ TEST(Json, ANumberOutOfRangeIsAnErrorOnlyWhereItIsRead) {
         EXPECT_EQ(errorOf<std::string>(number), "is a number out of range");
         EXPECT_EQ(errorOf<Nothing>("{" + number + ":1}").substr(0, 12), "invalid JSON");
     }
+    EXPECT_EQ(read<Nothing>(R"({"":"","zoom":1e999})"), Nothing());
     EXPECT_EQ(read<Record>(record("1", "2", "true", ",\"a\":1e999,\"list\":[4]")).list,
               std::vector<std::int64_t>{4});
 }
