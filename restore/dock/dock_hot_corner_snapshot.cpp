@@ -1,7 +1,6 @@
 #include "restore/dock/dock_hot_corner_snapshot.hpp"
 
 #include <algorithm>
-#include <limits>
 #include <set>
 #include <utility>
 
