@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "restore/modes/formats.hpp"
-#include "tests/restore/modes/decimal_comma_locale.hpp"
+#include "tests/support/decimal_comma_locale.hpp"
 
 namespace tolvaran::tests {
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "restore/paths/tolvaran_paths.hpp"
-#include "tests/restore/modes/decimal_comma_locale.hpp"
+#include "tests/support/decimal_comma_locale.hpp"
 #include "tests/support/simulated_process.hpp"
 
 namespace tolvaran::tests {
@@ -76,6 +76,7 @@ TEST_F(ResolutionOriginals, AreReadBackAsWritten) {
 
 TEST_F(ResolutionOriginals, AreWrittenTheSameInEveryRegion) {
     const DecimalCommaLocale locale;
+    ASSERT_TRUE(locale.changesStreams());
     Store::save(fileWith({{"HW-1552-41234-0", first}}), path_);
     EXPECT_EQ(content(), oneEntry);
     EXPECT_EQ(Store::load(path_), fileWith({{"HW-1552-41234-0", first}}));

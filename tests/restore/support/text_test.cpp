@@ -2,31 +2,23 @@
 
 #include <gtest/gtest.h>
 
-#include <locale>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tests/support/decimal_comma_locale.hpp"
 
 namespace tolvaran::tests {
 namespace {
 
 using namespace text;
 
-/// The punctuation of much of Europe: a decimal comma, dots between thousands.
-class CommaPunctuation : public std::numpunct<char> {
-  protected:
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(Text, FormatsNumbersTheSameInEveryLocale) {
-    const std::locale before =
-        std::locale::global(std::locale(std::locale::classic(), new CommaPunctuation));
+    const DecimalCommaLocale locale;
+    ASSERT_TRUE(locale.changesStreams());
     EXPECT_EQ(fixed(1234.5678, 2), "1234.57");
     EXPECT_EQ(fixed(0.0004, 3, 8), "   0.000");
     EXPECT_EQ(fixed(123456.789, 3, 8), "123456.789");
-    std::locale::global(before);
 }
 
 TEST(Text, DescribesMappings) {

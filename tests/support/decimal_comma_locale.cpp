@@ -1,4 +1,4 @@
-#include "tests/restore/modes/decimal_comma_locale.hpp"
+#include "tests/support/decimal_comma_locale.hpp"
 
 #include <clocale>
 #include <cstdio>
