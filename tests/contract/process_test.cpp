@@ -41,13 +41,21 @@ TEST_F(Process, TheRunningApplicationsAreListedWithTheirProcesses) {
 }
 
 // Documented: an observer lives until it is removed. A test can neither launch nor end an
-// application nor wake the Mac, so nothing is expected to arrive.
-TEST_F(Process, AnObservationCanBeBegunAndEnded) {
-    const auto nothing = [](const std::optional<workspace::RunningApplication>&) {};
-    const auto launches = workspace::observeLaunches(nothing);
-    const auto terminations = workspace::observeTerminations(nothing);
-    const auto wakes = workspace::observeWakes([] {});
+// application on a real Mac, nor wake it, so nothing is expected to arrive before. The process
+// started here is an application on the simulated Mac only.
+TEST_F(Process, NothingArrivesOnceAnObservationHasEnded) {
+    int arrivals = 0;
+    const auto count = [&](const std::optional<workspace::RunningApplication>&) { ++arrivals; };
+    {
+        const auto launches = workspace::observeLaunches(count);
+        const auto terminations = workspace::observeTerminations(count);
+        const auto wakes = workspace::observeWakes([&] { ++arrivals; });
+        the_mac::letPass(0.05);
+    }
+    const int atTheEnd = arrivals;
+    the_mac::endProcess(the_mac::startProcess());
     the_mac::letPass(0.05);
+    EXPECT_EQ(arrivals, atTheEnd);
 }
 
 }  // namespace

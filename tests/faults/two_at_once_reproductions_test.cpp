@@ -1,6 +1,7 @@
 // Two processes that change the same records: each test is one known conflict.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string_view>
 
@@ -212,12 +213,11 @@ TEST(TwoAtOnce, AModeThatWasRecordedSinceTheRunBeganIsNotPutBack) {
 }
 
 TEST(TwoAtOnce, ALayoutThatWasMarkedSinceTheRunBeganIsNotRepaired) {
-    for (const Part& part : parts()) {
-        if (std::string_view(part.name) != "separated" && std::string_view(part.name) != "pinned" &&
-            std::string_view(part.name) != "mirrored") {
-            continue;
-        }
-        SCOPED_TRACE(part.name);
+    for (const std::string_view name : {"separated", "pinned", "mirrored"}) {
+        SCOPED_TRACE(name);
+        const auto found = std::ranges::find(parts(), name, &Part::name);
+        ASSERT_NE(found, parts().end());
+        const Part& part = *found;
         const HelperProcess process(usersMac());
         const json before = settings();
         duringFirst("CGGetActiveDisplayList", part.take);

@@ -135,10 +135,15 @@ TEST_F(Reconfiguration, LosingTheMainDisplayMakesTheFirstOneMain) {
 
 TEST_F(Reconfiguration, LosingTheLastDisplayLeavesNoMainOneUntilTheNextComes) {
     disconnect(2);
+    simulator::advance(0);
+    CallbackRecorder callbacks;
     disconnect(1);
     EXPECT_EQ(CGMainDisplayID(), kCGNullDirectDisplay);
-    CallbackRecorder callbacks;
     connect(displayAt(4, CGRectMake(300, 0, 640, 480)));
+    EXPECT_EQ(callbacks.delivered(),
+              (Callbacks{{1, begin},
+                         {1, kCGDisplayRemoveFlag | shape},
+                         {4, kCGDisplayAddFlag | kCGDisplaySetMainFlag | shape}}));
     EXPECT_EQ(CGMainDisplayID(), 4U);
     EXPECT_EQ(displayValues("frame"), nlohmann::json({{0, 0, 640, 480}}));
 }

@@ -125,11 +125,15 @@ TEST_F(Workspace, ResetEndsAPieceOfWork) {
 
 TEST_F(Workspace, TheExitEventComesBeforeTheNotification) {
     reset({{"applications", {{{"bundle", "a"}, {"pid", 5}}}}});
-    const auto terminations = workspace::observeTerminations(
-        [](const auto&) { EXPECT_TRUE(workspace::runningApplications().empty()); });
+    std::vector<std::size_t> listedAtNotification;
+    const auto terminations = workspace::observeTerminations([&](const auto&) {
+        listedAtNotification.push_back(workspace::runningApplications().size());
+    });
     perform({{"exit", 5}});
     EXPECT_TRUE(workspace::runningApplications().empty());
+    EXPECT_THAT(listedAtNotification, ElementsAre());
     advance(0);
+    EXPECT_THAT(listedAtNotification, ElementsAre(0U));
 }
 
 TEST_F(Workspace, ANotificationMayNameNoApplication) {
