@@ -257,6 +257,16 @@ TEST_F(FilesAtOnce, APowerCutCannotLoseARecordThatIsPutBack) {
     EXPECT_EQ(changes, (Lines{"link", "fcntl", "unlink"}));
 }
 
+TEST_F(FilesAtOnce, ARecordThatCannotBeMovedAsideIsRemovedWhereItIs) {
+    writeFile(path_, "a");
+    const Recovery recovery(path_, Recovery::Scope::record);
+    simulator::addFault({{"call", "rename"}, {"result", "EACCES"}});
+    remove(path_);
+    EXPECT_EQ(simulator::faultsMet(), 1U);
+    EXPECT_EQ(directory_.list(), Lines{});
+    EXPECT_FALSE(isChangedByAnother(path_));
+}
+
 TEST_F(FilesAtOnce, ARecordThatIsThereIsNotTakenForRemoved) {
     writeFile(path_, "a");
     const Recovery recovery(path_, Recovery::Scope::record);
