@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "report/arrangement.hpp"
