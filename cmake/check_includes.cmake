@@ -1,5 +1,4 @@
 # A folder that includes what lies above it fails the build (tools/check-includes has the rules).
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 file(GLOB_RECURSE checked_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/platform/* ${PROJECT_SOURCE_DIR}/restore/* ${PROJECT_SOURCE_DIR}/helper/*
     ${PROJECT_SOURCE_DIR}/simulator/* ${PROJECT_SOURCE_DIR}/report/* ${PROJECT_SOURCE_DIR}/player/*
@@ -7,7 +6,7 @@ file(GLOB_RECURSE checked_sources CONFIGURE_DEPENDS
 set(includes_checked ${PROJECT_BINARY_DIR}/includes_checked)
 add_custom_command(
     OUTPUT ${includes_checked}
-    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tools/check-includes ${PROJECT_SOURCE_DIR}
+    COMMAND ${PYTHON3} ${PROJECT_SOURCE_DIR}/tools/check-includes ${PROJECT_SOURCE_DIR}
     COMMAND ${CMAKE_COMMAND} -E touch ${includes_checked}
     DEPENDS ${PROJECT_SOURCE_DIR}/tools/check-includes ${checked_sources}
     COMMENT "Checking that each folder includes only what lies below it")

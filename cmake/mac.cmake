@@ -11,7 +11,6 @@ if(CMAKE_HOST_APPLE AND NOT CMAKE_OSX_ARCHITECTURES)
 endif()
 
 # The simulator's headers must declare what the SDK declares.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_COMPILER_ARG1} ${CMAKE_CXX_FLAGS}")
 list(APPEND flags -std=c++20 -mmacosx-version-min=${CMAKE_OSX_DEPLOYMENT_TARGET})
 if(CMAKE_OSX_SYSROOT)
@@ -23,7 +22,7 @@ set(test_of_check ${PROJECT_SOURCE_DIR}/tests/packaging/declarations_test.py)
 add_custom_command(
     OUTPUT ${checked}
     # First test the check on headers that differ; only this build has a compiler for it.
-    COMMAND ${Python3_EXECUTABLE} ${test_of_check} ${CMAKE_CXX_COMPILER} ${flags}
+    COMMAND ${PYTHON3} ${test_of_check} ${CMAKE_CXX_COMPILER} ${flags}
     COMMAND ${PROJECT_SOURCE_DIR}/tools/check-declarations
             --headers ${PROJECT_SOURCE_DIR}/simulator/include --work ${CMAKE_BINARY_DIR}/declarations
             -- ${CMAKE_CXX_COMPILER} ${flags}
