@@ -81,6 +81,7 @@ class Includes(unittest.TestCase):
                 shutil.copy(ROOT / name, root / name)
             (root / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\n"
                                                  "project(floors NONE)\n"
+                                                 "find_program(PYTHON3 python3 REQUIRED)\n"
                                                  "include(cmake/check_includes.cmake)\n")
             source = root / "simulator/devices/dock.cpp"
             source.parent.mkdir(parents=True)
