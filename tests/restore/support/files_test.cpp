@@ -63,6 +63,13 @@ TEST_F(Files, ReadsOnlyRegularFiles) {
     EXPECT_EQ(read(""), std::nullopt);
 }
 
+TEST_F(Files, GivesUpACallThatIsInterruptedAHundredTimes) {
+    writeFile(path("record"), "content");
+    failCalls("open", "EINTR");
+    EXPECT_EQ(read(path("record")), std::nullopt);
+    EXPECT_EQ(simulator::faultsMet(), 100U);
+}
+
 TEST_F(Files, ReadsAnEmptyFileAsEmptyContent) {
     writeFile(path("empty"), "");
     EXPECT_EQ(read(path("empty")), "");
