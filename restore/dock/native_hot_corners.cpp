@@ -36,6 +36,12 @@ constexpr std::int32_t unfilled = std::numeric_limits<std::int32_t>::min();
 
 using Buffer = std::array<std::int32_t, hotCornerCount>;
 
+constexpr Buffer unfilledBuffer = [] {
+    Buffer values{};
+    values.fill(unfilled);
+    return values;
+}();
+
 bool isFilled(const Buffer& values) {
     return std::ranges::find(values, unfilled) == values.end();
 }
@@ -66,10 +72,8 @@ std::optional<State> read() {
     if (getter == nullptr) {
         return std::nullopt;
     }
-    Buffer actions;
-    Buffer modifiers;
-    actions.fill(unfilled);
-    modifiers.fill(unfilled);
+    Buffer actions = unfilledBuffer;
+    Buffer modifiers = unfilledBuffer;
     getter(actions.data(), modifiers.data());
     if (!isFilled(actions) || !isFilled(modifiers)) {
         return std::nullopt;

@@ -267,6 +267,22 @@ TEST_F(FilesAtOnce, ARecordThatCannotBeMovedAsideIsRemovedWhereItIs) {
     EXPECT_FALSE(isChangedByAnother(path_));
 }
 
+TEST_F(FilesAtOnce, AWriterThatLooksDuringARemovalIsOvertaken) {
+    writeFile(path_, "a");
+    simulator::onCall("unlink",
+                      [&] { writeFile(directory_ / ".record.unfinished-1-claim-AbCdEf", "b"); });
+    remove(path_);
+    EXPECT_EQ(directory_.list(), Lines{});
+}
+
+TEST_F(FilesAtOnce, ARecoveryOfADirectoryBeginsByRemovingAbandonedFiles) {
+    writeFile(path_, "a");
+    writeFile(directory_ / (".record.unfinished-" + std::to_string(endedProcess()) + "-claim-AbC"),
+              "b");
+    const Recovery all(directory_.path(), Recovery::Scope::directory);
+    EXPECT_EQ(directory_.list(), Lines{"record"});
+}
+
 TEST_F(FilesAtOnce, ARecordThatIsThereIsNotTakenForRemoved) {
     writeFile(path_, "a");
     const Recovery recovery(path_, Recovery::Scope::record);
