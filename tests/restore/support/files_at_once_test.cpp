@@ -283,6 +283,23 @@ TEST_F(FilesAtOnce, ARecoveryOfADirectoryBeginsByRemovingAbandonedFiles) {
     EXPECT_EQ(directory_.list(), Lines{"record"});
 }
 
+TEST_F(FilesAtOnce, ARecordThatIsPutBackDuringItsRemovalIsRemovedAgain) {
+    writeFile(path_, "a");
+    const Recovery recovery(path_, Recovery::Scope::record);
+    bool isPutBack = false;
+    simulator::onCall("unlink", [&] {
+        const std::string aside = directory_ / asideBy(::getpid());
+        const std::string first = aside.substr(0, aside.rfind('-') + 1) + "0";
+        if (!isPutBack) {
+            std::filesystem::create_hard_link(first, path_);
+        }
+        isPutBack = true;
+    });
+    remove(path_);
+    EXPECT_TRUE(isPutBack);
+    EXPECT_EQ(directory_.list(), Lines{});
+}
+
 TEST_F(FilesAtOnce, ARecordThatIsThereIsNotTakenForRemoved) {
     writeFile(path_, "a");
     const Recovery recovery(path_, Recovery::Scope::record);

@@ -53,6 +53,20 @@ TEST_F(Files, RemovesNothingAfterAWriteThatSucceeded) {
     EXPECT_EQ(std::ranges::count(called, "unlink"), 0);
 }
 
+TEST_F(Files, FlushesTheParentOfADirectoryThatItCreates) {
+    const auto flushes = [this] {
+        std::size_t count = 0;
+        simulator::observeFileCalls([&](const simulator::FileCall& call) {
+            count += call.function == "fcntl" || call.function == "fsync" ? 1 : 0;
+        });
+        createDirectories(path("new/newer"));
+        simulator::observeFileCalls(nullptr);
+        return count;
+    };
+    EXPECT_EQ(flushes(), 2U);
+    EXPECT_EQ(flushes(), 0U);
+}
+
 TEST_F(Files, ReadsOnlyRegularFiles) {
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
     ASSERT_EQ(::symlink("loop", path("loop").c_str()), 0);
