@@ -46,6 +46,14 @@ TEST_F(RestoreResolutions, CountsWhatItRestored) {
                                   "CGSConfigureDisplayMode", "CGCompleteDisplayConfiguration"}));
 }
 
+TEST_F(RestoreResolutions, SumsUpASingleMode) {
+    start({{"displays", {displayWithModes(1)}}});
+    ResolutionOriginalsStore::save(
+        {.version = 1, .entries = {{hardwareIDOf(1), {1280, 720, false, 60}}}}, state(records));
+    EXPECT_EQ(run(), (Lines{"info: resolution restore: HW-10-20-1 -> 1280 × 720 @ 60 Hz",
+                            "info: restoreResolutions [cold-start]: restored 1 display mode(s)"}));
+}
+
 TEST_F(RestoreResolutions, SaysNothingWhenEveryModeIsShownAlready) {
     start(macOfTwo);
     record(1920, 1080);

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "restore/paths/restore_log.hpp"
+#include "tests/support/decimal_comma_locale.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -53,6 +54,12 @@ TEST_F(CheckedDeathTest, StopsAndSaysWhatItRefused) {
                  "stopping: date is 1.*e\\+300, which does not fit in 64 bits");
     EXPECT_DEATH(product(std::numeric_limits<std::int64_t>::max(), 2, "area"),
                  "stopping: area is 9223372036854775807 times 2, which does not fit in 64 bits");
+}
+
+TEST_F(CheckedDeathTest, SaysItTheSameInEveryRegion) {
+    const DecimalCommaLocale locale;
+    ASSERT_TRUE(locale.changesStreams());
+    EXPECT_DEATH(int32(4294967296.5, "x"), "stopping: x is 4294967296.5, which does not fit");
 }
 
 }  // namespace
