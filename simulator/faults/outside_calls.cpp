@@ -173,7 +173,7 @@ struct OutsideCall {
 
 using Table = std::map<std::string, OutsideCall>;
 
-// A function of its own, for a hundred insertions inlined into one function take long to compile.
+// Not written out in readTable(): a hundred inlined insertions take seconds to compile.
 void add(Table& table, const char* function, Read readResult, const forms::Forms& failures) {
     table[function] = {readResult, failures};
 }
