@@ -35,12 +35,14 @@ ROWS = [
 
 
 class FakeTree:
-    """Reports what its table says."""
+    """Reports what its table says, and which changes it was asked to try."""
 
     def __init__(self, outcomes):
         self.outcomes = outcomes
+        self.tried = []
 
     def attempt(self, change):
+        self.tried.append(change.line)
         return self.outcomes[change.line - 1]
 
 
@@ -61,11 +63,12 @@ class Mutate(unittest.TestCase):
                  for found in mutate.changes_of(str(path), path.read_text())}
         self.assertEqual(kinds, {"comparison", "condition", "constant", "branches", "call"})
 
-    def test_what_does_not_compile_is_replaced_and_what_is_known_is_not_reported(self):
+    def test_what_does_not_compile_is_replaced_and_what_is_known_is_not_tried(self):
         known = {("a.cpp", None, "f3();", ";")}
-        tree = FakeTree(["", "nobody", "nobody", "concerned", "others", "nobody"])
+        tree = FakeTree(["", "nobody", None, "concerned", "others", "nobody"])
         changes = [change(line) for line in range(1, 7)]
         self.assertEqual(mutate.attempt_all(tree, changes, 4, known), [change(2)])
+        self.assertEqual(tree.tried, [1, 2, 4, 5])
 
     def test_the_list_of_changes_that_change_nothing_is_in_order(self):
         known = mutate.equivalents(mutate.EQUIVALENT)
