@@ -1,10 +1,11 @@
 # Installs the library into the build tree and, with only what was installed there, builds and runs
-# the consumer twice: once found by CMake, once by pkg-config. Called with
+# the consumer, found by CMake, and the guide's example, found by pkg-config. Called with
 #   BUILD     the build tree
 #   COMPILER  the C++ compiler
 #   FLAGS     what everything must be compiled and linked with
 #   CLANG     Clang, which imports the library as a module
-#   GUIDE     docs/library.md, whose example is built and run as well
+#   GUIDE     docs/library.md, which has the example
+#   CRASH     the object of guide_after_a_crash.cpp, if there is a simulated Mac
 cmake_minimum_required(VERSION 3.25)
 set(source ${CMAKE_CURRENT_LIST_DIR})
 set(work ${BUILD}/consumer)
@@ -56,20 +57,19 @@ run(${CMAKE_COMMAND} -S ${source} -B ${work}/build -G Ninja
 run(${CMAKE_COMMAND} --build ${work}/build)
 run_consumer(${work}/build/consumer ${work}/state)
 
+# The guide's example, found by pkg-config, must leave nothing to be put back.
 set(ENV{PKG_CONFIG_PATH} ${work}/prefix/lib/pkgconfig)
 execute_process(COMMAND pkg-config --cflags --libs TolvaranRestore OUTPUT_VARIABLE options
                 OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(options UNIX_COMMAND "${FLAGS} ${options}")
-run(${COMPILER} -std=c++20 ${source}/main.cpp -o ${work}/found_by_pkg_config ${options})
-run_consumer(${work}/found_by_pkg_config ${work}/state)
-
-# The guide's example, which must leave nothing to be put back.
 file(READ ${GUIDE} guide)
 if(NOT guide MATCHES "\n```cpp\n(.*\n})\n```\n")
     message(FATAL_ERROR "there is no example in ${GUIDE}")
 endif()
 file(WRITE ${work}/example.cpp "${CMAKE_MATCH_1}\n")
-run(${COMPILER} -std=c++20 ${work}/example.cpp -o ${work}/example ${options})
+file(WRITE ${work}/main.cpp "int example();\nint main() { return example(); }\n")
+run(${COMPILER} -std=c++20 -Dmain=example -c ${work}/example.cpp -o ${work}/example.o ${options})
+run(${COMPILER} ${work}/main.cpp ${work}/example.o -o ${work}/example ${options})
 file(REMOVE_RECURSE ${work}/state)
 run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${work}/state ${work}/example)
 file(GLOB left LIST_DIRECTORIES FALSE ${work}/state/State/* ${work}/state/State/.*)
@@ -78,11 +78,8 @@ if(left)
 endif()
 
 # The example after a crash, if there is a simulated Mac.
-file(GLOB_RECURSE simulator ${work}/prefix/*TolvaranSimulator.a)
-if(simulator)
-    run(${COMPILER} -std=c++20 -Dmain=example -c ${work}/example.cpp -o ${work}/example.o ${options})
-    run(${COMPILER} -std=c++20 -I${source}/../.. ${source}/guide_after_a_crash.cpp ${work}/example.o
-        -o ${work}/guide_after_a_crash ${options})
+if(CRASH)
+    run(${COMPILER} ${CRASH} ${work}/example.o -o ${work}/guide_after_a_crash ${options})
     run(${CMAKE_COMMAND} -E env TOLVARAN_APPLICATION_SUPPORT_DIR=${work}/state
         ${work}/guide_after_a_crash)
 endif()
