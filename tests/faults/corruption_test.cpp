@@ -112,11 +112,7 @@ Outcome play(const Scenario& scenario, const std::string& path) {
     if (openDescriptors() != descriptors || simulator::liveObjects() != objects) {
         outcome.leftOver.emplace_back("a descriptor or an object");
     }
-    for (const std::string& name : root.list()) {
-        if (name.find(".unfinished-") != std::string::npos) {
-            outcome.leftOver.push_back(name);
-        }
-    }
+    std::ranges::copy(unfinishedFiles(root.path(), "left"), std::back_inserter(outcome.leftOver));
     outcome.file = readFile(file);
     outcome.healed = healedEnding(outcome.after.mac, root.path());
     return outcome;
@@ -128,7 +124,7 @@ class CorruptionTrial {
     explicit CorruptionTrial(StateFile file)
         : file_(std::move(file)),
           record_(*findRecord(file_.path)),
-          scenario_(simulator::loadScenario(file_.scenario)),
+          scenario_(scenarioToTry(file_.scenario)),
           own_("files" + (json::json_pointer() / file_.path).to_string()),
           whole_(play(withFile(scenario_, file_.path, file_.content), file_.path)),
           absent_(play(withFile(scenario_, file_.path, std::nullopt), file_.path)) {}

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <filesystem>
 #include <limits>
+#include <utility>
 
 #include "player/player.hpp"
 #include "simulator/devices/devices.hpp"
@@ -36,8 +37,9 @@ json withoutHeartbeat(json files) {
     return files;
 }
 
-Ending ending(const json& result) {
-    return {.mac = result.at("mac"), .files = withoutHeartbeat(result.at("files"))};
+Ending ending(json result) {
+    return {.mac = std::move(result.at("mac")),
+            .files = withoutHeartbeat(std::move(result.at("files")))};
 }
 
 simulator::Scenario nextRun(const json& mac) {
@@ -137,15 +139,22 @@ Trial::Trial(const Story& story)
         Story faultless = story;
         faultless.mayEndAsWithoutFaults = false;
         faultless.scenario.faults = json::array();
-        calm_.alsoRight = Trial(faultless).calm().healed;
+        calm_.alsoRight = *Trial(faultless).calm().healed;
     }
 }
 
-/// The story's scenario, which notes in `run` the files that others write.
-simulator::Scenario Trial::scenarioFor(FaultRun& run, const std::string& root) const {
+/// The story's scenario, noting in `run` the files that others write; none if nobody does.
+std::optional<simulator::Scenario> Trial::notingScenario(FaultRun& run,
+                                                         const std::string& root) const {
+    const auto writes = [](const simulator::PlannedEvent& event) {
+        return event.document.contains("write");
+    };
+    if (std::ranges::none_of(story_.scenario.timeline, writes)) {
+        return std::nullopt;
+    }
     simulator::Scenario scenario = story_.scenario;
     for (simulator::PlannedEvent& event : scenario.timeline) {
-        if (event.document.contains("write")) {
+        if (writes(event)) {
             event.perform = [&run, root,
                              path = event.document.at("write").at("path").get<std::string>(),
                              write = event.perform] {
@@ -183,11 +192,12 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
         simulator::decideCalls(ask);
     };
     const auto atEnd = [&] { noteOpenObjects(run.leftOver); };
-    const auto played = simulator::play(scenarioFor(run, root), {.root = root,
-                                                                 .quiet = true,
-                                                                 .prepare = prepare,
-                                                                 .program = story_.program,
-                                                                 .atEnd = atEnd});
+    const auto noting = notingScenario(run, root);
+    auto played = simulator::play(noting ? *noting : story_.scenario, {.root = root,
+                                                                       .quiet = true,
+                                                                       .prepare = prepare,
+                                                                       .program = story_.program,
+                                                                       .atEnd = atEnd});
     const std::size_t most =
         mostConfigurationsPerMinute + mostConfigurationsPerEvent * story_.scenario.timeline.size();
     if (rate.mostInAMinute() > most) {
@@ -198,8 +208,8 @@ void Trial::play(const Decide& decide, const std::string& root, FaultRun& run) c
         run.failed.push_back({.function = function, .subject = ""});
     }
     run.log = logLines(played.result);
-    run.posted = played.result.at("notifications");
-    run.after = ending(played.result);
+    run.posted = std::move(played.result.at("notifications"));
+    run.after = ending(std::move(played.result));
 }
 
 const Trial::Healing& Trial::heal(const Ending& after, const std::string& root) {
@@ -208,7 +218,8 @@ const Trial::Healing& Trial::heal(const Ending& after, const std::string& root) 
     if (known != healings_.end()) {
         return known->second;
     }
-    Healing healing{.ending = healedEnding(after.mac, root), .leftOver = {}};
+    Healing healing{.ending = std::make_shared<Ending>(healedEnding(after.mac, root)),
+                    .leftOver = {}};
     healing.leftOver = unfinishedFiles(root, "after the next run");
     return healings_.emplace(key, std::move(healing)).first->second;
 }
@@ -217,7 +228,6 @@ FaultRun Trial::run(const Decide& decide) {
     const TemporaryDirectory root;
     FaultRun run;
     run.isHelper = !story_.program;
-    const std::size_t descriptors = openDescriptors();
     const std::size_t objects = simulator::liveObjects();
     try {
         play(decide, root.path(), run);
@@ -229,7 +239,8 @@ FaultRun Trial::run(const Decide& decide) {
         const auto unfinished = unfinishedFiles(root.path(), "after the fault");
         run.leftOver.insert(run.leftOver.end(), unfinished.begin(), unfinished.end());
     }
-    if (openDescriptors() != descriptors) {
+    const std::size_t descriptors = openDescriptors();
+    if (descriptors != std::exchange(descriptors_, descriptors)) {
         run.leftOver.push_back("an open descriptor");
     }
     if (simulator::liveObjects() != objects) {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -58,7 +59,8 @@ struct FaultRun {
     nlohmann::json filesBefore;  // what lay on disk when the process began, or what the story wrote
                                  // in its place while it ran
     Ending after;                // the first run
-    Ending healed;               // the run after it: a new helper, no Tolvaran, no faults
+    // The run after it: a new helper, no Tolvaran, no faults. Null if the first was stopped.
+    std::shared_ptr<const Ending> healed;
     std::optional<Ending> alsoRight;    // of the calm run: another right ending of the next
     std::vector<std::string> leftOver;  // what either run leaves open or undeleted
 };
@@ -77,17 +79,18 @@ class Trial {
 
   private:
     struct Healing {
-        Ending ending;
+        std::shared_ptr<const Ending> ending;
         std::vector<std::string> leftOver;
     };
 
     void play(const Decide& decide, const std::string& root, FaultRun& run) const;
-    simulator::Scenario scenarioFor(FaultRun& run, const std::string& root) const;
+    std::optional<simulator::Scenario> notingScenario(FaultRun& run, const std::string& root) const;
     const Healing& heal(const Ending& after, const std::string& root);
 
     const Story& story_;
     bool isCalm_ = true;   // the run without faults is being played
     std::size_t longest_;  // calls after which a run counts as endless
+    std::size_t descriptors_ = openDescriptors();
     // By the first run's ending, which is the same for most faults.
     std::map<std::string, Healing> healings_;
     FaultRun calm_;

@@ -20,24 +20,34 @@ bool couldNotBeRemoved(const std::vector<Call>& failed, const std::string& leftO
            std::ranges::find(failed, "unlink", &Call::function) != failed.end();
 }
 
+/// What the file at `path` holds, or null if there is none.
+const json& contentAt(const json& files, const std::string& path) {
+    static const json none;
+    const auto found = files.find(path);
+    return found == files.end() ? none : *found;
+}
+
 /// The records that a run removed or changed too early: afterwards they are neither as before nor
 /// as a run without a fault leaves them, and what they stand for is not in force. Files that are
 /// not records must not change at all.
 /// @return "record/" and the file's path for each, such as "record/State/menubar-state.json"
 std::vector<std::string> lostRecords(const FaultRun& calm, const FaultRun& hit) {
-    const Moment moment{.mac = hit.after.mac,
-                        .posted = hit.posted,
-                        .alsoRight = calm.after.mac,
-                        .byApplication = !hit.isHelper};
+    const auto mayHaveBecome = [&](const Record& record, const json& before, const json& after) {
+        return mayBecome(record, before, after,
+                         {.mac = hit.after.mac,
+                          .posted = hit.posted,
+                          .alsoRight = calm.after.mac,
+                          .byApplication = !hit.isHelper});
+    };
     std::vector<std::string> lost;
     for (const auto& [path, before] : hit.filesBefore.items()) {
-        const json after = hit.after.files.value(path, json());
+        const json& after = contentAt(hit.after.files, path);
         if (path == "State/.helper-heartbeat" || after == before ||
-            after == calm.after.files.value(path, json())) {
+            after == contentAt(calm.after.files, path)) {
             continue;
         }
         const Record* const record = findRecord(path);
-        if (record == nullptr || !mayBecome(*record, before, after, moment)) {
+        if (record == nullptr || !mayHaveBecome(*record, before, after)) {
             lost.push_back("record/" + path);
         }
     }
@@ -58,7 +68,8 @@ bool isAsBefore(const json& filesBefore, const Ending& ending, const std::string
 }
 
 std::vector<std::string> wrongPlaces(const FaultRun& calm, const Ending& ending) {
-    return ending == calm.alsoRight ? std::vector<std::string>() : differences(calm.healed, ending);
+    const bool isRight = &ending == calm.healed.get() || ending == calm.alsoRight;
+    return isRight ? std::vector<std::string>() : differences(*calm.healed, ending);
 }
 
 std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit) {
@@ -69,12 +80,12 @@ std::vector<std::string> findings(const FaultRun& calm, const FaultRun& hit) {
             found.push_back("leaves " + thing);
         }
     }
-    if (hit.healed.mac.is_null()) {
+    if (hit.healed == nullptr) {
         return found;  // it was stopped
     }
-    for (const std::string& place : wrongPlaces(calm, hit.healed)) {
+    for (const std::string& place : wrongPlaces(calm, *hit.healed)) {
         if (!isPrescribed(failed, place) &&
-            (hit.isHelper || !isAsBefore(hit.filesBefore, hit.healed, place))) {
+            (hit.isHelper || !isAsBefore(hit.filesBefore, *hit.healed, place))) {
             found.push_back("ends differently at " + place);
         }
     }

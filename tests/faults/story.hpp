@@ -23,6 +23,9 @@ struct Story {
     bool mayEndAsWithoutFaults = false;
 };
 
+/// The scenario in a file, without what it expects: the trials have expectations of their own.
+simulator::Scenario scenarioToTry(const std::string& path);
+
 /// Every scenario with a virtual clock, then the main application's stories.
 const std::vector<Story>& stories();
 

@@ -42,7 +42,7 @@ Lines filesBelow(const std::string& directory) {
         return names;
     }
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        names.push_back(std::filesystem::relative(entry.path(), directory).string() +
+        names.push_back(entry.path().lexically_relative(directory).string() +
                         (entry.is_directory() ? "/" : ""));
     }
     std::sort(names.begin(), names.end());

@@ -36,9 +36,27 @@ std::string withoutHugeNumbers(const std::string& text) {
     return result;
 }
 
+/// Whether the text opens so many more lists and objects than it closes that it cannot be a record.
+/// The parser would take long to find that out.
+bool opensFarTooMany(const std::string& text) {
+    constexpr int most = 10'000;
+    int open = 0;
+    bool isInText = false;
+    for (std::size_t at = 0; at < text.size() && open <= most; ++at) {
+        const char c = text[at];
+        isInText = isInText != (c == '"');
+        at += isInText && c == '\\' ? 1 : 0;
+        open += isInText ? 0 : c == '[' || c == '{' ? 1 : c == ']' || c == '}' ? -1 : 0;
+    }
+    return open > most;
+}
+
 /// The content as a document. Text with a zero byte or nested too deeply is not one.
 json parsed(const std::string& content) {
     constexpr int deepest = 512;
+    if (opensFarTooMany(content)) {
+        return json::value_t::discarded;
+    }
     bool isTooDeep = content.find('\0') != std::string::npos;
     const auto measure = [&](int depth, json::parse_event_t /*event*/, json& /*value*/) {
         isTooDeep = isTooDeep || depth > deepest;
