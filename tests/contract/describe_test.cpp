@@ -41,18 +41,18 @@ TEST_F(Describe, EveryPartIsThereOrNoted) {
 TEST_F(Describe, TheDisplaysAreListedWithTheirModes) {
     ASSERT_TRUE(mac.contains("displays"));
     ASSERT_FALSE(mac["displays"].empty());
-    std::set<json> ids;
+    std::set<int> ids;
     for (const json& display : mac["displays"]) {
         ASSERT_TRUE(display.contains("modes") && display.contains("mode"));
-        ids.insert(display["id"]);
+        ids.insert(display["id"].get<int>());
         EXPECT_EQ(display["frame"].size(), 4U);
-        std::set<json> numbers;
+        std::set<int> numbers;
         for (const json& mode : display["modes"]) {
-            numbers.insert(mode["number"]);
+            numbers.insert(mode["number"].get<int>());
         }
-        EXPECT_TRUE(numbers.contains(display["mode"])) << display["id"];
+        EXPECT_TRUE(numbers.contains(display["mode"].get<int>())) << display["id"];
     }
-    EXPECT_TRUE(ids.contains(mac["mainDisplay"]));
+    EXPECT_TRUE(ids.contains(mac["mainDisplay"].get<int>()));
 }
 
 }  // namespace

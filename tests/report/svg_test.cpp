@@ -1,8 +1,7 @@
 #include "report/svg.hpp"
 
-#include <regex>
-
 #include "tests/report/results.hpp"
+#include "tests/support/patterns.hpp"
 
 namespace tolvaran::tests {
 namespace {
@@ -13,17 +12,6 @@ using namespace simulator::report;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-/// What the pattern's group matches, in the order of the text.
-std::vector<std::string> found(const std::string& text, const std::string& pattern) {
-    const std::regex expression(pattern);
-    std::vector<std::string> all;
-    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end;
-         ++match) {
-        all.push_back((*match)[1]);
-    }
-    return all;
-}
 
 Side zigzag() {
     return sideOf("before",
@@ -36,12 +24,12 @@ TEST(SVG, DrawsEveryDisplayToScale) {
     EXPECT_EQ(canvas.scale, 0.25);
     EXPECT_EQ(canvas.height, 274);
     const std::string picture = arrangementSvg(side, canvas);
-    EXPECT_THAT(found(picture, R"(data-side="before" data-display="([^/]*)\/>)"),
+    EXPECT_THAT(firstGroups(picture, R"(data-side="before" data-display="([^/]*)\/>)"),
                 ElementsAre(R"(1" x="12" y="12" width="250" height="125")",
                             R"(2" x="262" y="137" width="150" height="125")"));
-    EXPECT_THAT(found(picture, R"(data-corner="([^"]*)\")"), ElementsAre("1000 500"));
+    EXPECT_THAT(firstGroups(picture, R"(data-corner="([^"]*)\")"), ElementsAre("1000 500"));
     EXPECT_THAT(picture, HasSubstr(R"(<circle class="ring" cx="262" cy="137")"));
-    EXPECT_THAT(found(picture, R"(<g class="(display[^"]*))"),
+    EXPECT_THAT(firstGroups(picture, R"(<g class="(display[^"]*))"),
                 ElementsAre("display main", "display"));
 }
 
@@ -86,7 +74,7 @@ TEST(SVG, SmallDisplaysShowTheirID) {
     const Side side =
         sideOf("before", macWith({display(1, 0, 0, 100, 100), display(23, 3000, 3000, 100, 100)}));
     const std::string picture = arrangementSvg(side, canvasFor(side, side, 424, 424));
-    EXPECT_THAT(found(picture, "<text class=\"id\"[^>]*>([^<]*)<"), ElementsAre("1", "23"));
+    EXPECT_THAT(firstGroups(picture, "<text class=\"id\"[^>]*>([^<]*)<"), ElementsAre("1", "23"));
 }
 
 TEST(SVG, ShowsWhatIsOnTheMainDisplay) {
@@ -95,15 +83,15 @@ TEST(SVG, ShowsWhatIsOnTheMainDisplay) {
         return arrangementSvg(side, canvasFor(side, side, 424, 400));
     };
     const std::string plain = drawnWith("{}");
-    EXPECT_EQ(found(plain, "(class=\"bar\")").size(), 2U) << "menu bar and Dock";
+    EXPECT_EQ(firstGroups(plain, "(class=\"bar\")").size(), 2U) << "menu bar and Dock";
     EXPECT_THAT(plain, Not(HasSubstr("class=\"bar hides\"")));
     EXPECT_THAT(plain, Not(HasSubstr("class=\"hot\"")));
     EXPECT_THAT(plain, Not(HasSubstr("class=\"strike\"")));
     const std::string changed = drawnWith(R"({"dock": {"autoHide": true,
         "cornerActions": [2, 1, 0, 13]}, "menuBar": {"autoHide": true},
         "cursorAssociated": false})");
-    EXPECT_EQ(found(changed, "(class=\"bar hides\")").size(), 2U);
-    EXPECT_EQ(found(changed, "(class=\"hot\")").size(), 2U);
+    EXPECT_EQ(firstGroups(changed, "(class=\"bar hides\")").size(), 2U);
+    EXPECT_EQ(firstGroups(changed, "(class=\"hot\")").size(), 2U);
     EXPECT_THAT(changed, HasSubstr("class=\"strike\""));
 }
 

@@ -51,7 +51,6 @@ inline void useJson(json& value, const json& other, const std::string& text, con
     }
     value = {value.value("", 1), value.value("", true), value.value("", text)};
     value = {value.get<int>(), value.get<bool>(), value.get<double>(), value.get<std::string>()};
-    std::set<json>().insert(value);
     EXPECT_EQ(value, other) << value << text;
     EXPECT_NE(value, other);
     EXPECT_EQ(value, true);

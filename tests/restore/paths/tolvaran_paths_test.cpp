@@ -6,12 +6,12 @@
 
 #include <list>
 #include <map>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "restore/support/process_wide.hpp"
 #include "simulator/simulator.hpp"
+#include "tests/support/patterns.hpp"
 #include "tests/support/temporary_directory.hpp"
 
 namespace tolvaran::tests {
@@ -187,12 +187,11 @@ TEST_F(Paths, EnvironmentBeatsFlagsAndFlagsBeatTheTestRunner) {
 TEST_F(Paths, UnderATestRunnerEverythingLiesBelowOneTemporaryDirectory) {
     set("XCTestConfigurationFilePath", "");
     const std::string support = applicationSupportDir();
-    std::smatch match;
-    const std::regex form("(/temporary/tolvaran-tests-" + std::to_string(::getpid()) +
-                          "-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12})"
-                          "/Application Support/Tolvaran");
-    ASSERT_TRUE(std::regex_match(support, match, form)) << support;
-    const std::string root = match[1];
+    const std::string form = "(/temporary/tolvaran-tests-" + std::to_string(::getpid()) +
+                             "-[0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12})"
+                             "/Application Support/Tolvaran";
+    ASSERT_TRUE(matches(support, form)) << support;
+    const std::string root = firstGroups(support, form).front();
     EXPECT_EQ(logsDir(), root + "/Library/Logs/Tolvaran");
     EXPECT_EQ(homebrewMigrationDir(), root + "/Application Support/com.morvelli.TolvaranMigration");
     EXPECT_EQ(maintainerConfigDir(), root + "/maintainer-config");

@@ -4,8 +4,8 @@
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
-#include <regex>
 
+#include "tests/support/patterns.hpp"
 #include "tests/support/records/rows.hpp"
 
 namespace tolvaran::tests {
@@ -104,7 +104,7 @@ bool mayBeLostBy(const Record& record, const std::string& function) {
 }
 
 std::string escaped(const std::string& path) {
-    return std::regex_replace(path, std::regex(R"([.])"), R"(\.)");
+    return replaced(path, R"([.])", R"(\.)");
 }
 
 }  // namespace tolvaran::tests

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 
+#include "tests/support/patterns.hpp"
 #include "tests/tools/describe/reported.hpp"
 #include "tools/describe/pseudonyms.hpp"
 
@@ -18,6 +18,7 @@ using describe::Settings;
 using nlohmann::json;
 using tests::FoundMac;
 using tests::playedReport;
+using tests::replaced;
 using tests::writeFile;
 
 const std::string home = "/Users/anna.muster";
@@ -36,15 +37,11 @@ std::string withoutNames(const json& result) {
     for (json& content : comparable["files"]) {
         content = content.is_string() ? json(content.get<std::string>().size()) : content;
     }
-    static const std::regex uuid("[0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}");
-    static const std::regex hardware(R"((\d+-\d+-)(\d+|S[A-Za-z0-9\x80-\xff]+))");
-    static const std::regex serial(R"re(("(DisplaySerialString|serial)": )[^,\n]+)re");
-    static const std::regex port(R"re(("portUUID": )"[^"]*")re");
     std::string text = comparable.dump(1);
-    text = std::regex_replace(text, port, "$1UUID");
-    text = std::regex_replace(text, uuid, "UUID");
-    text = std::regex_replace(text, hardware, "$1#");
-    return std::regex_replace(text, serial, "$1#");
+    text = replaced(text, R"re(("portUUID": )"[^"]*")re", "$1UUID");
+    text = replaced(text, "[0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}", "UUID");
+    text = replaced(text, R"((\d+-\d+-)(\d+|S[A-Za-z0-9\x80-\xff]+))", "$1#");
+    return replaced(text, R"re(("(DisplaySerialString|serial)": )[^,\n]+)re", "$1#");
 }
 
 /// Whether this report's files may give displays names of any form.
