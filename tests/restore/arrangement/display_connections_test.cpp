@@ -58,6 +58,7 @@ TEST_F(DisplayConnections, OneWithoutPropertiesIsShownAsNull) {
 }
 
 TEST_F(DisplayConnections, ARegistryThatRefusesDoesNotCountAsEmpty) {
+    simulator::onCall("IOIteratorNext", [] { ADD_FAILURE() << "there is no iterator"; });
     simulator::addFault({{"call", "IOServiceGetMatchingServices"}, {"times", 1}, {"result", 5}});
     EXPECT_FALSE(visit(100));
     simulator::addFault({{"call", "IOServiceMatching"}, {"times", 1}, {"effect", false}});

@@ -114,17 +114,51 @@ TEST_F(OriginalsStoreTest, WhatCannotBeWrittenIsReportedWithTheError) {
     EXPECT_EQ(files(), (Lines{"directory/", "directory/inside", "file"}));
 }
 
+const OriginalsEntry a1{.uuid = "A", .x = 1, .y = 2};
+const OriginalsEntry b3{.uuid = "B", .x = 3, .y = 4};
+const OriginalsEntry c5{.uuid = "C", .x = 5, .y = 6};
+
+/// A file in a form that the store does not write, so that a rewrite shows.
+std::string inAnotherForm(const Arrangements& arrangements) {
+    return nlohmann::json::parse(tolvaran::json::write(file(arrangements))).dump(1);
+}
+
+TEST_F(OriginalsStoreTest, SavesOneArrangementAndLeavesTheOthers) {
+    const Arrangements before = {{"A", {a1}}, {"B", {b3}}};
+    const OriginalsEntry moved{.uuid = "A", .x = 7, .y = 2};
+    const std::pair<OriginalsEntry, Arrangements> cases[] = {
+        {c5, {{"A", {a1}}, {"B", {b3}}, {"C", {c5}}}},
+        {moved, {{"A", {moved}}, {"B", {b3}}}},
+        {a1, before},
+    };
+    for (const auto& [entry, after] : cases) {
+        writeFile(path_, inAnotherForm(before));
+        OriginalsStore::saveArrangement(entry.uuid, {entry}, path_);
+        EXPECT_EQ(readFile(path_),
+                  after == before ? inAnotherForm(before) : tolvaran::json::write(file(after)));
+    }
+    EXPECT_EQ(takeLog(), Lines());
+}
+
+TEST_F(OriginalsStoreTest, SavesAnArrangementInPlaceOfAMissingOrBadFile) {
+    for (const bool isThere : {false, true}) {
+        if (isThere) {
+            writeFile(path_, "{");
+        }
+        OriginalsStore::saveArrangement("A", {a1}, path_);
+        EXPECT_EQ(readFile(path_), tolvaran::json::write(file({{"A", {a1}}})));
+    }
+    EXPECT_EQ(takeLog(),
+              Lines{"warn: originals file missing/wrong version/unparseable, starting fresh"});
+}
+
 struct Migration {
     std::string what;
     Mapping mapping;
     Arrangements before;
     Arrangements after;
-    std::string mappingText;  // empty when nothing is to be written
+    std::string mappingText;  // empty if nothing is to be written
 };
-
-const OriginalsEntry a1{.uuid = "A", .x = 1, .y = 2};
-const OriginalsEntry b3{.uuid = "B", .x = 3, .y = 4};
-const OriginalsEntry c5{.uuid = "C", .x = 5, .y = 6};
 
 TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
     const Migration cases[] = {
@@ -194,9 +228,7 @@ TEST_F(OriginalsStoreTest, MigrationRenamesDisplaysAndKeepsTheFirstOfEachKind) {
         {"no arrangements", {{"A", "Z"}}, {}, {}, ""},
     };
     for (const Migration& c : cases) {
-        // In a form that the store does not write, so that a rewrite shows.
-        const std::string before =
-            nlohmann::json::parse(tolvaran::json::write(file(c.before))).dump(1);
+        const std::string before = inAnotherForm(c.before);
         writeFile(path_, before);
         OriginalsStore::migrateUUIDs(c.mapping, path_);
         const bool changes = !c.mappingText.empty();

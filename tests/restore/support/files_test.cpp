@@ -8,8 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <new>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "simulator/host/file_calls.hpp"
@@ -31,6 +34,13 @@ std::string errorOf(const std::function<void()>& action) {
         return error.what();
     }
     return "none";
+}
+
+/// The number that the next file to be opened will get.
+int lowestFree() {
+    const int descriptor = ::open("/dev/null", O_RDONLY);
+    ::close(descriptor);
+    return descriptor;
 }
 
 TEST_F(Files, WritesAndReadsBack) {
@@ -65,6 +75,31 @@ TEST_F(Files, FlushesTheParentOfADirectoryThatItCreates) {
     };
     EXPECT_EQ(flushes(), 2U);
     EXPECT_EQ(flushes(), 0U);
+}
+
+TEST_F(Files, FlushesTheDirectoryAfterEveryChangeOfARecord) {
+    const std::string record = path("record");
+    const std::pair<std::function<void()>, Lines> rows[] = {
+        {[&] { writeAtomically(record, "first"); }, {"write", "fcntl", "rename", "fcntl"}},
+        {[&] { remove(record); }, {"unlink", "fcntl"}},
+        {[&] { writeAtomically(record, "second"); }, {"write", "fcntl", "rename", "fcntl"}},
+        {[&] {
+             const Recovery recovery(record, Recovery::Scope::record);
+             remove(record);
+         },
+         {"rename", "unlink", "fcntl"}},
+    };
+    for (const auto& [change, expected] : rows) {
+        Lines called;
+        simulator::observeFileCalls(
+            [&](const simulator::FileCall& call) { called.emplace_back(call.function); });
+        change();
+        simulator::observeFileCalls(nullptr);
+        std::erase_if(called, [](const std::string& function) {
+            return function == "mkostemp" || function == "open" || function == "close";
+        });
+        EXPECT_EQ(called, expected);
+    }
 }
 
 TEST_F(Files, ReadsOnlyRegularFiles) {
@@ -254,11 +289,11 @@ TEST_F(Files, WhatIsMissingOrTooLargeIsNotCopiedToAnotherVolume) {
     simulator::addFault({{"call", "rename"}, {"result", "EXDEV"}, {"times", 2}});
     moveIfPossible(path("missing"), path("to"));
     writeFile(path("huge"), "");
-    ASSERT_EQ(::truncate(path("huge").c_str(), 65 * 1024 * 1024), 0);
+    ASSERT_EQ(::truncate(path("huge").c_str(), 64 * 1024 * 1024 + 1), 0);
     moveIfPossible(path("huge"), path("to"));
     EXPECT_EQ(simulator::faultsMet(), 2U);
     EXPECT_EQ(files(), Lines{"huge"});
-    EXPECT_EQ(size(path("huge")), 65 * 1024 * 1024);
+    EXPECT_EQ(size(path("huge")), 64 * 1024 * 1024 + 1);
 }
 
 TEST_F(Files, OnlyAnotherVolumeIsAReasonToCopy) {
@@ -289,11 +324,6 @@ TEST_F(Files, OpensOnlyTheStandardStreamsThatAreClosed) {
 }
 
 TEST_F(Files, LeavesNoDirectoryOpenAfterAnException) {
-    const auto lowestFree = [] {
-        const int descriptor = ::open("/dev/null", O_RDONLY);
-        ::close(descriptor);
-        return descriptor;
-    };
     const int before = lowestFree();
     simulator::onCall("readdir", [] { throw std::bad_alloc(); });
     EXPECT_THROW(removeAbandonedFiles(path("")), std::bad_alloc);
@@ -363,6 +393,17 @@ TEST_F(Files, AppendsWhereverTheEndIs) {
     EXPECT_TRUE(appender->append("x"));
     EXPECT_EQ(appender->offset(), 1);
     EXPECT_EQ(readFile(place), "x");
+}
+
+TEST_F(Files, ClosesWhatItHasAppendedTo) {
+    writeFile(path("log"), "");
+    const int before = lowestFree();
+    {
+        std::optional<Appender> first = Appender::open(path("log"));
+        const Appender second = std::move(*first);
+        EXPECT_NE(lowestFree(), before);
+    }
+    EXPECT_EQ(lowestFree(), before);
 }
 
 TEST_F(Files, CreatesOrEmptiesWhatIsToBeAppendedTo) {
