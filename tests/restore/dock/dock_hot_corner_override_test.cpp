@@ -163,6 +163,18 @@ TEST_F(HotCornerLeases, TheFirstRefusesADirectoryInTheSnapshotsPlace) {
     EXPECT_EQ(takeLog(), Lines{refusal()});
 }
 
+TEST_F(HotCornerLeases, TheFirstIsTakenIfTheHelperRemovesThePendingSnapshotMeanwhile) {
+    writeFile(path_, usersSnapshotText);
+    bool isRemoved = false;
+    simulator::onCall("CFPreferencesAppSynchronize",
+                      [&] { isRemoved = isRemoved || std::filesystem::remove(path_); });
+    EXPECT_EQ(enter(gameMode), usersSnapshot());
+    EXPECT_TRUE(isRemoved);
+    EXPECT_EQ(readFile(path_), usersSnapshotText);
+    expectSuppressedCorners();
+    EXPECT_EQ(takeLog(), Lines{});
+}
+
 // --- The same owner again.
 
 TEST_F(HotCornerLeases, RenewingSuppressesAgainWhatTheUserHasSwitchedOn) {
