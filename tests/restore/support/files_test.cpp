@@ -146,6 +146,21 @@ TEST_F(Files, ADirectoryThatCannotBeFlushedDoesNotFailTheWrite) {
     EXPECT_EQ(readFile(path("record")), "content");
 }
 
+TEST_F(Files, AWriteWithoutAFlushReplacesTheFileOrFails) {
+    const std::string place = path("new/record");
+    writeUnflushed(place, "older");
+    EXPECT_EQ(readFile(place), "older");
+    failCalls("fcntl", "EIO");
+    failCalls("fsync", "EIO");
+    writeUnflushed(place, "old");
+    EXPECT_EQ(simulator::faultsMet(), 0U);
+    failCalls("rename", "ENOENT");
+    EXPECT_EQ(errorOf([&] { writeUnflushed(place, "new"); }),
+              "rename " + place + ": No such file or directory");
+    EXPECT_EQ(readFile(place), "old");
+    EXPECT_EQ(files(), (Lines{"new/", "new/record"}));
+}
+
 TEST_F(Files, AFileThatCannotBeFlushedIsNotPutInPlace) {
     writeFile(path("record"), "old");
     for (const std::string call : {"fcntl", "fsync"}) {
