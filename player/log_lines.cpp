@@ -7,14 +7,13 @@
 namespace simulator {
 
 void LogLines::take(std::string_view text) {
-    for (const char c : text) {
-        if (c == '\n') {
-            takeLine();
-            line_.clear();
-        } else {
-            line_ += c;
-        }
+    for (auto end = text.find('\n'); end != text.npos; end = text.find('\n')) {
+        line_ += text.substr(0, end);
+        takeLine();
+        line_.clear();
+        text.remove_prefix(end + 1);
     }
+    line_ += text;
 }
 
 void LogLines::takeLine() {

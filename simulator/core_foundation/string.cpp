@@ -76,6 +76,12 @@ struct Conversion {
 Conversion convert(std::u16string_view text, CFStringEncoding encoding, std::size_t limit) {
     Conversion result;
     while (result.unitsConverted < text.size()) {
+        const char16_t unit = text[result.unitsConverted];
+        if (unit <= 0x7F && result.bytes.size() < limit) {  // nearly always, so worth a shorter way
+            result.bytes += static_cast<char>(unit);
+            ++result.unitsConverted;
+            continue;
+        }
         const std::optional<CodePoint> point = codePoint(text, result.unitsConverted);
         const std::string bytes = encode(point, encoding);
         if (bytes.empty() || result.bytes.size() + bytes.size() > limit) {
@@ -99,13 +105,14 @@ CFStringRef createString(std::string_view utf8) {
 
 std::string text(CFStringRef string) {
     const std::u16string& all = units(string, "text");
-    std::string bytes;
-    for (std::size_t at = 0; at < all.size();) {
+    Conversion converted = convert(all, kCFStringEncodingUTF8, std::string::npos);
+    std::string& bytes = converted.bytes;
+    for (std::size_t at = converted.unitsConverted; at < all.size();) {
         const CodePoint point = codePoint(all, at).value_or(CodePoint{0xFFFD, 1});
         bytes += utf8(point.value);
         at += point.units;
     }
-    return bytes;
+    return std::move(bytes);
 }
 
 }  // namespace simulator::cf

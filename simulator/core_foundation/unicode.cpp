@@ -62,6 +62,11 @@ std::optional<std::u16string> utf16(std::string_view utf8) {
     std::u16string text;
     text.reserve(utf8.size());
     while (!utf8.empty()) {
+        if (static_cast<unsigned char>(utf8.front()) <= 0x7F) {
+            text.push_back(static_cast<char16_t>(utf8.front()));
+            utf8.remove_prefix(1);
+            continue;
+        }
         const std::optional<char32_t> value = take(utf8);
         if (!value) {
             return std::nullopt;

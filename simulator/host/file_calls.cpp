@@ -101,8 +101,11 @@ bool isExposed(std::string_view path) {
 using Subject = std::optional<std::string>;
 
 Subject subject(const char* path) {
-    return callsAreWatched() && path != nullptr && isExposed(normal(path)) ? Subject(path)
-                                                                           : std::nullopt;
+    if (!callsAreWatched() || path == nullptr ||
+        !(isNormal(path) ? isExposed(path) : isExposed(normal(path)))) {
+        return std::nullopt;
+    }
+    return path;
 }
 
 Subject subject(int descriptor) {

@@ -1,10 +1,12 @@
 #include "simulator/host/files.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <memory>
 #include <stdexcept>
 
 #include "simulator/core_foundation/base64.hpp"
@@ -23,9 +25,21 @@ fs::path root() {
     return directory;
 }
 
+/// Nothing if the file cannot be read.
+std::string bytesAt(const fs::path& path) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                               &std::fclose);
+    std::string bytes;
+    std::array<char, 4096> buffer;
+    for (std::size_t read = 1; file != nullptr && read > 0;) {
+        read = std::fread(buffer.data(), 1, buffer.size(), file.get());
+        bytes.append(buffer.data(), read);
+    }
+    return bytes;
+}
+
 nlohmann::json contentOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const std::string bytes = bytesAt(path);
     if (isNestedTooDeeply(bytes)) {
         return readableText(bytes);
     }
