@@ -106,13 +106,13 @@ CFStringRef createString(std::string_view utf8) {
 std::string text(CFStringRef string) {
     const std::u16string& all = units(string, "text");
     Conversion converted = convert(all, kCFStringEncodingUTF8, std::string::npos);
-    std::string& bytes = converted.bytes;
+    std::string bytes = std::move(converted.bytes);
     for (std::size_t at = converted.unitsConverted; at < all.size();) {
         const CodePoint point = codePoint(all, at).value_or(CodePoint{0xFFFD, 1});
         bytes += utf8(point.value);
         at += point.units;
     }
-    return std::move(bytes);
+    return bytes;
 }
 
 }  // namespace simulator::cf

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
@@ -41,18 +42,18 @@ TEST_F(Describe, EveryPartIsThereOrNoted) {
 TEST_F(Describe, TheDisplaysAreListedWithTheirModes) {
     ASSERT_TRUE(mac.contains("displays"));
     ASSERT_FALSE(mac["displays"].empty());
-    std::set<int> ids;
+    std::set<std::int64_t> ids;
     for (const json& display : mac["displays"]) {
         ASSERT_TRUE(display.contains("modes") && display.contains("mode"));
-        ids.insert(display["id"].get<int>());
+        ids.insert(display["id"].get<std::int64_t>());
         EXPECT_EQ(display["frame"].size(), 4U);
-        std::set<int> numbers;
+        std::set<std::int64_t> numbers;
         for (const json& mode : display["modes"]) {
-            numbers.insert(mode["number"].get<int>());
+            numbers.insert(mode["number"].get<std::int64_t>());
         }
-        EXPECT_TRUE(numbers.contains(display["mode"].get<int>())) << display["id"];
+        EXPECT_TRUE(numbers.contains(display["mode"].get<std::int64_t>())) << display["id"];
     }
-    EXPECT_TRUE(ids.contains(mac["mainDisplay"].get<int>()));
+    EXPECT_TRUE(ids.contains(mac["mainDisplay"].get<std::int64_t>()));
 }
 
 }  // namespace
