@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -183,6 +184,25 @@ TEST_F(FilesAtOnce, ARecoveryWritesOnlyOverTheRecordThatItFound) {
         });
 }
 
+TEST_F(FilesAtOnce, ARecoveryDoesNotWriteOverARecordThatAnotherProcessHasReliedOn) {
+    forEveryCall(
+        "a",
+        [](const auto& path) {
+            const Recovery recovery(path, Recovery::Scope::record);
+            try {
+                writeAtomically(path, "b");
+            } catch (const Error& error) {
+                EXPECT_TRUE(error.isChangedByAnother());
+            }
+        },
+        [](const auto& path) { add(path, 'a'); },
+        [k = 0](const auto& after) mutable {
+            const bool mayBeReplaced = k++ < callsBeforeItHasSeen;
+            EXPECT_TRUE(after == "a" || after == "ba" || (mayBeReplaced && after == "b"))
+                << after.value_or("none");
+        });
+}
+
 TEST_F(FilesAtOnce, AProcessKilledHalfwayDoesNotBlockOthers) {
     std::size_t calls = 1;
     for (std::size_t k = 0; k < calls; ++k) {
@@ -265,6 +285,20 @@ TEST_F(FilesAtOnce, ARecordThatCannotBeMovedAsideIsRemovedWhereItIs) {
     EXPECT_EQ(simulator::faultsMet(), 1U);
     EXPECT_EQ(directory_.list(), Lines{});
     EXPECT_FALSE(isChangedByAnother(path_));
+}
+
+TEST_F(FilesAtOnce, AWriterThatHasLookedBeforeARemovalIsOvertakenFirst) {
+    writeFile(path_, "a");
+    const std::string claim = directory_ / ".record.unfinished-1-claim-AbCdEf";
+    writeFile(claim, "b");
+    Lines removed;
+    simulator::observeFileCalls([&](const simulator::FileCall& call) {
+        if (call.function == "unlink") {
+            removed.emplace_back(call.path);
+        }
+    });
+    remove(path_);
+    EXPECT_EQ(removed, (Lines{claim, path_}));
 }
 
 TEST_F(FilesAtOnce, AWriterThatLooksDuringARemovalIsOvertaken) {
@@ -367,6 +401,14 @@ TEST_F(FilesAtOnce, ARecoveryKeepsSixtyFourFilesOpenAtMost) {
         EXPECT_EQ(openDescriptors() - before, 64);
     }
     EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(FilesAtOnce, ARecoveryThatRunsOutOfMemoryCoversNothing) {
+    writeFile(path_, "a");
+    simulator::onCall("flock", [] { throw std::bad_alloc(); });
+    const Recovery all(directory_.path(), Recovery::Scope::directory);
+    EXPECT_FALSE(Recovery::expected(path_).has_value());
+    EXPECT_FALSE(Recovery::expected(directory_ / "new").has_value());
 }
 
 TEST_F(FilesAtOnce, ADirectoryThatCannotBeOpenedShowsNoOtherProcess) {
@@ -528,6 +570,19 @@ TEST_F(FilesAtOnce, AProcessThatCouldNotShowItsPresenceTriesAgainWithTheNextChan
             writeAtomically(path_, "newer");
         },
         [&] { EXPECT_FALSE(mayRemove(directory_.path())); });
+}
+
+TEST_F(FilesAtOnce, AProcessShowsItsPresenceBeforeAndAfterItTouchesARecord) {
+    const auto checkIsKept = [&] { EXPECT_FALSE(mayRemove(directory_.path())); };
+    writeFile(path_, "a");
+    // After, in case another process was asking the first time.
+    simulator::addFault({{"call", "flock"}, {"result", "EWOULDBLOCK"}, {"times", 1}});
+    besideAnother([&] { add(path_, 'a'); }, checkIsKept);
+    // Before, so that a recovery that begins meanwhile notices it.
+    simulator::onCall("futimens", [&] { inAnotherProcess(checkIsKept); });
+    add(path_, 'a');
+    EXPECT_EQ(readFile(path_), "a");
+    forgetProcessWideValues();
 }
 
 /// When each pause of a process that is always overtaken ends.

@@ -338,6 +338,19 @@ TEST_F(Files, OpensOnlyTheStandardStreamsThatAreClosed) {
     }
 }
 
+TEST_F(Files, AFileMayGetTheNumberZero) {
+    writeFile(path("log"), "");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(STDIN_FILENO);
+        const bool isWritten = Appender::open(path("log"))->append("x");
+        ::_exit(isWritten && read(path("log")) == "x" && lowestFree() == 0 ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(Files, LeavesNoDirectoryOpenAfterAnException) {
     const int before = lowestFree();
     simulator::onCall("readdir", [] { throw std::bad_alloc(); });
