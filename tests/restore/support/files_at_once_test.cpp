@@ -317,6 +317,19 @@ TEST_F(FilesAtOnce, ARecoveryOfADirectoryBeginsByRemovingAbandonedFiles) {
     EXPECT_EQ(directory_.list(), Lines{"record"});
 }
 
+TEST_F(FilesAtOnce, ARecoveryListsTheDirectoryAgainOnlyIfItHasCleanedUp) {
+    writeFile(directory_ / asideBy(endedProcess()), "a");
+    {
+        const Recovery all(directory_.path(), Recovery::Scope::directory);
+        EXPECT_EQ(readFile(path_), "a");
+        EXPECT_FALSE(isChangedByAnother(path_));
+    }
+    int listings = 0;
+    simulator::onCall("opendir", [&] { ++listings; });
+    const Recovery all(directory_.path(), Recovery::Scope::directory);
+    EXPECT_EQ(listings, 1);
+}
+
 TEST_F(FilesAtOnce, ARecordThatIsPutBackDuringItsRemovalIsRemovedAgain) {
     writeFile(path_, "a");
     const Recovery recovery(path_, Recovery::Scope::record);

@@ -379,6 +379,7 @@ TEST_F(Files, RemovesOnlyTheUnfinishedFilesOfProcessesThatHaveEnded) {
         writeFile(path(name), "x");
     }
     writeFile(path(".record.unfinished-") + ended + "-AbCdEf", "x");
+    writeFile(path(".record.unfinished-1-AbCdEf"), "x");
     // Left by a process that had this one's number before the Mac restarted.
     writeFile(path(".record.unfinished-") + std::to_string(::getpid()) + "-AbCdEf", "x");
     removeAbandonedFiles(path(""));
