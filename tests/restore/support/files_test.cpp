@@ -424,6 +424,17 @@ TEST_F(Files, AppendsWhereverTheEndIs) {
     EXPECT_EQ(readFile(place), "x");
 }
 
+TEST_F(Files, AnAppenderThatIsAssignedGoesOnWithTheOthersFile) {
+    writeFile(path("old"), "12");
+    writeFile(path("new"), "12345");
+    std::optional<Appender> appender = Appender::open(path("old"));
+    *appender = *Appender::open(path("new"));
+    EXPECT_EQ(appender->offset(), 5);
+    EXPECT_TRUE(appender->append("67"));
+    EXPECT_EQ(readFile(path("old")), "12");
+    EXPECT_EQ(readFile(path("new")), "1234567");
+}
+
 TEST_F(Files, ClosesWhatItHasAppendedTo) {
     writeFile(path("log"), "");
     const int before = lowestFree();
