@@ -172,6 +172,13 @@ TEST(Json, TakesNullForAnAbsentOptionalField) {
     EXPECT_EQ(errorOf(record("1", "1", "true", R"(,"name":1)")), "\"name\": is not text");
 }
 
+TEST(Json, RefusesNullInAListOrAMap) {
+    EXPECT_EQ(errorOf(record("1", "1", "true", R"(,"list":[1,null])")),
+              "\"list\": is not an integer");
+    EXPECT_EQ(errorOf(record("1", "1", "true", R"(,"map":{"a":null})")),
+              "\"map\": is not a number");
+}
+
 TEST(Json, NamesTheMissingField) {
     EXPECT_EQ(errorOf(R"({"whole":1,"flag":true,"list":[],"map":{}})"), "\"real\" is missing");
     EXPECT_EQ(errorOf("[]"), "is not an object");
