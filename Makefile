@@ -5,7 +5,8 @@
 .PHONY: fuzz coverage mutate bench mac contract-apple mac-check replay install uninstall clean
 
 PRESET ?= plain
-JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
+# One more than there are processors: some jobs wait.
+JOBS ?= $(shell expr $$(getconf _NPROCESSORS_ONLN) + 1)
 
 help: ## Show the targets
 	@grep -hE '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 18
