@@ -5,8 +5,7 @@
 .PHONY: fuzz coverage mutate bench mac contract-apple mac-check replay install uninstall clean
 
 PRESET ?= plain
-# One more than there are processors: some jobs wait.
-JOBS ?= $(shell expr $$(getconf _NPROCESSORS_ONLN) + 1)
+JOBS ?= $(shell getconf _NPROCESSORS_ONLN)
 
 help: ## Show the targets
 	@grep -hE '^[a-z-]+:.*## ' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 18

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 /// How long the run afterwards lasts: a start without Tolvaran and one safety tick.
-constexpr double healingSeconds = 61;
+constexpr simulator::clock::Time healingTime = 61 * simulator::clock::second;
 
 constexpr pid_t nextProcessID = 502;
 
@@ -43,9 +43,12 @@ Ending ending(json result) {
 }
 
 simulator::Scenario nextRun(const json& mac) {
-    json quietMac = mac;
-    quietMac["applications"] = json::array();
-    return simulator::readScenario({{"mac", quietMac}, {"until", healingSeconds}}, ".", "next run");
+    simulator::Scenario scenario;
+    scenario.name = "next run";
+    scenario.mac = mac;
+    scenario.mac["applications"] = json::array();
+    scenario.until = healingTime;
+    return scenario;
 }
 
 std::vector<std::string> logLines(const json& result) {
