@@ -36,7 +36,8 @@ class Branches(unittest.TestCase):
         (self.root / "report").write_text(
             json.dumps({"files": [{"file": "f.cpp", "lines": list(lines)}]}))
         result = subprocess.run(
-            [ROOT / "tools/check-branches", self.root / "list", self.root / "report", self.root],
+            [sys.executable, ROOT / "tools/check-branches",
+             self.root / "list", self.root / "report", self.root],
             capture_output=True, text=True, check=False)
         self.assertEqual(result.stderr, "")
         return result.returncode, result.stdout.replace(str(self.root) + "/", "")

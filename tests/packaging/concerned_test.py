@@ -2,13 +2,15 @@
 
 import pathlib
 import subprocess
+import sys
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 def concerned(*paths):
-    return subprocess.check_output([ROOT / "tools/concerned", *paths], text=True).splitlines()
+    command = [sys.executable, ROOT / "tools/concerned", *paths]
+    return subprocess.check_output(command, text=True).splitlines()
 
 
 class Concerned(unittest.TestCase):

@@ -95,7 +95,7 @@ class Declarations(unittest.TestCase):
                 (root / name / "Kit").mkdir(parents=True)
                 (root / name / "Kit/Kit.h").write_text(text)
             return subprocess.run(
-                [ROOT / "tools/check-declarations", "--headers", root / "ours"]
+                [sys.executable, ROOT / "tools/check-declarations", "--headers", root / "ours"]
                 + ["--work", root / "work", "--", *COMPILER, "-isystem", root / "theirs"],
                 capture_output=True,
                 text=True,

@@ -3,6 +3,7 @@
 import pathlib
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -53,7 +54,7 @@ class Includes(unittest.TestCase):
                 path = pathlib.Path(directory, file)
                 path.parent.mkdir(parents=True, exist_ok=True)
                 path.write_text(f'#include <string>\n#include "{header}"\n')
-            return subprocess.run([ROOT / "tools/check-includes", directory],
+            return subprocess.run([sys.executable, ROOT / "tools/check-includes", directory],
                                   capture_output=True, text=True)
 
     def test_what_lies_below_may_be_included(self):

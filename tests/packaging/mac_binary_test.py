@@ -5,6 +5,7 @@ import pathlib
 import shutil
 import struct
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -154,7 +155,7 @@ class MacBinary(unittest.TestCase):
         for name, content in programs.items():
             (self.programs / name).write_bytes(content)
         result = subprocess.run(
-            [ROOT / "tools/check-mac-binary", "--stubs", self.root / "stubs"]
+            [sys.executable, ROOT / "tools/check-mac-binary", "--stubs", self.root / "stubs"]
             + [self.root / "Helper.app"],
             capture_output=True,
             text=True,

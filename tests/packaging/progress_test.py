@@ -63,7 +63,8 @@ class ProgressTest(unittest.TestCase):
 
     def test_the_status_of_the_command_is_its_own(self):
         for status in (0, 3):
-            result = subprocess.run([ROOT / "tools/progress", "x", "sh", "-c", f"exit {status}"])
+            result = subprocess.run(
+                [sys.executable, ROOT / "tools/progress", "x", "sh", "-c", f"exit {status}"])
             self.assertEqual(result.returncode, status)
 
 
