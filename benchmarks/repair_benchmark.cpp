@@ -15,26 +15,30 @@
 namespace tolvaran::benchmarks {
 namespace {
 
-constexpr int displays = 16;  // as many as can be active
+constexpr int displayCount = 16;  // as many as can be active
 
 /// A staircase, which every repair tries to end.
 tests::Places staircase() {
     tests::Places places;
-    for (int i = 0; i < displays; ++i) {
+    for (int i = 0; i < displayCount; ++i) {
         places.push_back({i + 1, i * 100, i * 100});
     }
     return places;
 }
 
+/// That many arrangements, each of them a staircase.
+nlohmann::json staircases(std::int64_t count) {
+    nlohmann::json saved = nlohmann::json::object();
+    for (std::int64_t i = 0; i < count; ++i) {
+        saved["a" + std::to_string(i)] = tests::entries(staircase());
+    }
+    return saved;
+}
+
 /// A helper on a Mac whose displays form a staircase, as they do in each of its many arrangements.
 class DamagedMac {
   public:
-    explicit DamagedMac(std::int64_t arrangements) : check_(staircase()) {
-        nlohmann::json saved = nlohmann::json::object();
-        for (std::int64_t i = 0; i < arrangements; ++i) {
-            saved["a" + std::to_string(i)] = tests::entries(staircase());
-        }
-        check_.save(saved);
+    explicit DamagedMac(std::int64_t arrangements) : check_(staircase(), staircases(arrangements)) {
         // The row is refused as well, so that every repair finds what the first one found.
         simulator::addFault({{"call", "CGCompleteDisplayConfiguration"}, {"result", 1000}});
         RestoreLog::silence();
